@@ -1,0 +1,16 @@
+# The libraries that we call. The header-only ones serve both targets: they are linked into a
+# folder of their own, because a cross build must not see the rest of /usr/include.
+set(LARKSPUR_HEADERS ${CMAKE_BINARY_DIR}/headers)
+file(MAKE_DIRECTORY ${LARKSPUR_HEADERS})
+foreach(library CLI nlohmann fmt stb rapidxml)
+  if(NOT EXISTS /usr/include/${library})
+    message(FATAL_ERROR "The headers of ${library} are missing: run scripts/setup")
+  endif()
+  file(CREATE_LINK /usr/include/${library} ${LARKSPUR_HEADERS}/${library} SYMBOLIC)
+endforeach()
+
+add_library(larkspur_headers INTERFACE)
+target_include_directories(larkspur_headers SYSTEM INTERFACE ${LARKSPUR_HEADERS})
+target_compile_definitions(larkspur_headers INTERFACE FMT_HEADER_ONLY)
+
+find_package(ZLIB REQUIRED)

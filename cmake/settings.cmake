@@ -1,0 +1,20 @@
+# One set of compiler settings for all that is ours.
+add_library(larkspur_settings INTERFACE)
+target_compile_options(larkspur_settings INTERFACE
+  -Wall -Wextra -Wconversion -Wshadow -Werror)
+target_compile_definitions(larkspur_settings INTERFACE LARKSPUR_VERSION="${PROJECT_VERSION}")
+if(WIN32)
+  # NT 6.1 is what the oldest host runs on; the programs stand alone, without GCC's libraries.
+  target_compile_definitions(larkspur_settings INTERFACE
+    UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601)
+  target_link_options(larkspur_settings INTERFACE -static)
+  add_link_options(-static)
+endif()
+if(LARKSPUR_SANITIZE)
+  add_compile_options(-fsanitize=${LARKSPUR_SANITIZE} -fno-sanitize-recover=all
+    -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${LARKSPUR_SANITIZE})
+endif()
+if(LARKSPUR_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

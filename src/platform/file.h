@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// Files of the operating system by 64-bit positions. Every failure leaves the system's error in
+// platform::LastFailure(). Paths are UTF-16, zero-terminated; on Windows long ones and those with
+// any letters work as they are, on POSIX they are the bytes that base/path_text.h makes of them.
+
+#include <optional>
+#include <string>
+
+#include "base/types.h"
+
+namespace larkspur::platform {
+
+// The system's file handle or descriptor, owned by whoever opened it.
+using FileHandle = std::intptr_t;
+constexpr FileHandle kNoFile = -1;
+
+enum OpenMode : u32 {
+  kOpenRead = 1,
+  kOpenWrite = 2,
+  kOpenExclusive = 4,  // nobody else may hold it open (POSIX: nobody else who asks the same)
+};
+
+// Opens an existing file or block device; kNoFile on failure, and for a folder.
+FileHandle OpenExistingFile(const char16_t* path, u32 mode);
+
+// Makes a file for reading and writing; an existing one is emptied. kNoFile on failure.
+FileHandle CreateEmptyFile(const char16_t* path);
+
+void CloseFile(FileHandle file);
+
+// One transfer of `length` bytes at byte `offset`: the bytes moved, 0 at the end or on failure.
+u32 ReadFileAt(FileHandle file, void* buffer, u32 length, u64 offset);
+u32 WriteFileAt(FileHandle file, const void* buffer, u32 length, u64 offset);
+
+// Bytes in the file or block device; 0 on failure.
+u64 FileSize(FileHandle file);
+bool SetFileSize(FileHandle file, u64 bytes);
+
+// Makes holes of a new file cost no room where the file system offers that.
+void MakeSparse(FileHandle file);
+
+// Waits until all that was written to the file, through any handle, is on its medium.
+bool SyncFile(FileHandle file);
+
+// Sets times given in UTC seconds since 1970; absent ones stay. POSIX has no creation time to set.
+struct FileTimes {
+  std::optional<i64> creation;
+  std::optional<i64> access;
+  std::optional<i64> write;
+};
+bool SetFileTimes(FileHandle file, const FileTimes& times);
+
+// Takes the advisory lock that keeps a second run from the file; it ends with the handle.
+enum class LockAnswer { kLocked, kHeldElsewhere, kUnsupported };
+LockAnswer LockFileAlone(FileHandle file);
+
+// Whether both handles are of one file, whatever names they were opened by.
+bool IsSameFile(FileHandle one, FileHandle other);
+
+enum class PathKind { kAbsent, kFile, kFolder, kDevice, kOther, kUnknown };
+PathKind KindOfPath(const char16_t* path);
+
+// Gives a file another name, in the same folder; false when that name is taken.
+bool RenameToUnused(const char16_t* from, const char16_t* to);
+bool RemoveFile(const char16_t* path);
+
+// Bytes that the caller may still write on the file system of an existing file or folder.
+std::optional<u64> FreeBytes(const char16_t* path);
+
+}  // namespace larkspur::platform

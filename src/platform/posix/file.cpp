@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "platform/file.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "base/path_text.h"
+#include "platform/system_error.h"
+
+namespace larkspur::platform {
+namespace {
+
+int Descriptor(FileHandle file) { return static_cast<int>(file); }
+
+void RememberErrno() { SetLastFailure(static_cast<u32>(errno)); }
+
+bool Succeeded(int result) {
+  if (result != 0) RememberErrno();
+  return result == 0;
+}
+
+// The file unless it is a folder, which POSIX opens for reading like a file.
+FileHandle RefuseFolder(int descriptor) {
+  struct stat status;
+  if (fstat(descriptor, &status) == 0 && !S_ISDIR(status.st_mode)) return descriptor;
+  close(descriptor);
+  SetLastFailure(EISDIR);
+  return kNoFile;
+}
+
+timespec TimeOrKeep(const std::optional<i64>& seconds) {
+  return seconds ? timespec{*seconds, 0} : timespec{0, UTIME_OMIT};
+}
+
+u32 Moved(ssize_t bytes) {
+  if (bytes >= 0) return static_cast<u32>(bytes);
+  RememberErrno();
+  return 0;
+}
+
+}  // namespace
+
+FileHandle OpenExistingFile(const char16_t* path, u32 mode) {
+  const int access = !(mode & kOpenWrite) ? O_RDONLY : mode & kOpenRead ? O_RDWR : O_WRONLY;
+  // Without O_NONBLOCK a pipe would hold the program until somebody writes to it.
+  const int descriptor = open(Utf8FromWide(path).c_str(), access | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) {
+    RememberErrno();
+    return kNoFile;
+  }
+  const FileHandle file = RefuseFolder(descriptor);
+  if (file == kNoFile || !(mode & kOpenExclusive)) return file;
+  if (LockFileAlone(file) == LockAnswer::kLocked) return file;
+  CloseFile(file);
+  return kNoFile;
+}
+
+FileHandle CreateEmptyFile(const char16_t* path) {
+  const int descriptor =
+      open(Utf8FromWide(path).c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666);
+  if (descriptor < 0) RememberErrno();
+  return descriptor;
+}
+
+void CloseFile(FileHandle file) { close(Descriptor(file)); }
+
+u32 ReadFileAt(FileHandle file, void* buffer, u32 length, u64 offset) {
+  return Moved(pread(Descriptor(file), buffer, length, static_cast<off_t>(offset)));
+}
+
+u32 WriteFileAt(FileHandle file, const void* buffer, u32 length, u64 offset) {
+  return Moved(pwrite(Descriptor(file), buffer, length, static_cast<off_t>(offset)));
+}
+
+u64 FileSize(FileHandle file) {
+  struct stat status;
+  if (!Succeeded(fstat(Descriptor(file), &status))) return 0;
+  if (!S_ISBLK(status.st_mode)) return static_cast<u64>(status.st_size);
+  const off_t end = lseek(Descriptor(file), 0, SEEK_END);
+  if (end < 0) RememberErrno();
+  return end < 0 ? 0 : static_cast<u64>(end);
+}
+
+bool SetFileSize(FileHandle file, u64 bytes) {
+  return Succeeded(ftruncate(Descriptor(file), static_cast<off_t>(bytes)));
+}
+
+void MakeSparse(FileHandle) {}  // every POSIX file may have holes
+
+bool SyncFile(FileHandle file) { return Succeeded(fsync(Descriptor(file))); }
+
+bool SetFileTimes(FileHandle file, const FileTimes& times) {
+  const timespec both[2] = {TimeOrKeep(times.access), TimeOrKeep(times.write)};
+  return Succeeded(futimens(Descriptor(file), both));
+}
+
+LockAnswer LockFileAlone(FileHandle file) {
+  if (flock(Descriptor(file), LOCK_EX | LOCK_NB) == 0) return LockAnswer::kLocked;
+  RememberErrno();
+  return errno == EWOULDBLOCK ? LockAnswer::kHeldElsewhere : LockAnswer::kUnsupported;
+}
+
+bool IsSameFile(FileHandle one, FileHandle other) {
+  struct stat a, b;
+  return fstat(Descriptor(one), &a) == 0 && fstat(Descriptor(other), &b) == 0 &&
+         a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+PathKind KindOfPath(const char16_t* path) {
+  struct stat status;
+  if (!Succeeded(stat(Utf8FromWide(path).c_str(), &status))) {
+    return errno == ENOENT ? PathKind::kAbsent : PathKind::kUnknown;
+  }
+  if (S_ISREG(status.st_mode)) return PathKind::kFile;
+  if (S_ISDIR(status.st_mode)) return PathKind::kFolder;
+  return S_ISBLK(status.st_mode) ? PathKind::kDevice : PathKind::kOther;
+}
+
+bool RenameToUnused(const char16_t* from, const char16_t* to) {
+  const std::string source = Utf8FromWide(from), target = Utf8FromWide(to);
+  if (renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
+    return true;
+  }
+  if (errno != EINVAL && errno != ENOSYS) return Succeeded(-1);
+  // File systems that do not know the flag: a link refuses a taken name, too.
+  if (link(source.c_str(), target.c_str()) == 0) return Succeeded(unlink(source.c_str()));
+  if (errno == EEXIST || access(target.c_str(), F_OK) == 0) return Succeeded(-1);
+  return Succeeded(rename(source.c_str(), target.c_str()));
+}
+
+bool RemoveFile(const char16_t* path) { return Succeeded(unlink(Utf8FromWide(path).c_str())); }
+
+std::optional<u64> FreeBytes(const char16_t* path) {
+  struct statvfs room;
+  if (!Succeeded(statvfs(Utf8FromWide(path).c_str(), &room))) return std::nullopt;
+  return static_cast<u64>(room.f_bavail) * room.f_frsize;
+}
+
+}  // namespace larkspur::platform

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// The program's own surroundings: its arguments, its console, and the user's wish to stop.
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include "base/types.h"
+
+namespace larkspur::platform {
+
+// The program's arguments after its name, in the encoding of base/path_text.h.
+std::vector<std::string> ProgramArguments(int argc, char** argv);
+
+// Sets standard output and error up: bytes go out as they are, UTF-8 shows as letters.
+void PrepareStandardStreams();
+
+bool IsErrorOutputATerminal();
+bool IsOutputATerminal();
+
+// The terminal's width in characters; 80 where there is none.
+u32 TerminalColumns();
+
+// A flag that Ctrl-C (and a request to terminate) sets. The first one only sets the flag; a second
+// ends the program at once. Lives as long as the program.
+const std::atomic<bool>& InterruptFlag();
+
+}  // namespace larkspur::platform

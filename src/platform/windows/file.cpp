@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "platform/file.h"
+
+#include <windows.h>
+#include <winioctl.h>
+
+#include "platform/system_error.h"
+#include "platform/windows/native_path.h"
+
+namespace larkspur::platform {
+namespace {
+
+constexpr i64 kUnixEpochSeconds = 11644473600;  // from 1601-01-01 to 1970-01-01
+constexpr i64 kTicksPerSecond = 10'000'000;     // a FILETIME counts 100 ns
+
+// The lock is a byte far behind any data: Windows locks are mandatory, and readers go on.
+constexpr DWORD kLockOffsetHigh = 0x40000000;
+
+HANDLE Handle(FileHandle file) { return reinterpret_cast<HANDLE>(file); }
+
+bool Succeeded(BOOL result) {
+  if (!result) SetLastFailure(GetLastError());
+  return result != FALSE;
+}
+
+FileHandle Opened(HANDLE handle) {
+  if (handle == INVALID_HANDLE_VALUE) SetLastFailure(GetLastError());
+  return reinterpret_cast<FileHandle>(handle);
+}
+
+OVERLAPPED At(u64 offset) {
+  OVERLAPPED place{};
+  place.Offset = static_cast<DWORD>(offset);
+  place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+  return place;
+}
+
+const FILETIME* Convert(const std::optional<i64>& seconds, FILETIME* out) {
+  if (!seconds) return nullptr;
+  const u64 ticks = static_cast<u64>((*seconds + kUnixEpochSeconds) * kTicksPerSecond);
+  *out = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+  return out;
+}
+
+bool IsDevicePath(const char16_t* path) {
+  return path[0] == u'\\' && path[1] == u'\\' && path[2] == u'.' && path[3] == u'\\';
+}
+
+}  // namespace
+
+FileHandle OpenExistingFile(const char16_t* path, u32 mode) {
+  const DWORD access =
+      (mode & kOpenRead ? GENERIC_READ : 0) | (mode & kOpenWrite ? GENERIC_WRITE : 0);
+  const DWORD share = mode & kOpenExclusive ? 0 : FILE_SHARE_READ | FILE_SHARE_WRITE;
+  return Opened(
+      CreateFileW(NativePath(path).c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr));
+}
+
+FileHandle CreateEmptyFile(const char16_t* path) {
+  return Opened(CreateFileW(NativePath(path).c_str(), GENERIC_READ | GENERIC_WRITE,
+                            FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS,
+                            FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+void CloseFile(FileHandle file) { CloseHandle(Handle(file)); }
+
+u32 ReadFileAt(FileHandle file, void* buffer, u32 length, u64 offset) {
+  OVERLAPPED place = At(offset);
+  DWORD moved = 0;
+  if (!ReadFile(Handle(file), buffer, length, &moved, &place)) {
+    const DWORD error = GetLastError();
+    if (error != ERROR_HANDLE_EOF) SetLastFailure(error);
+  }
+  return moved;
+}
+
+u32 WriteFileAt(FileHandle file, const void* buffer, u32 length, u64 offset) {
+  OVERLAPPED place = At(offset);
+  DWORD moved = 0;
+  Succeeded(WriteFile(Handle(file), buffer, length, &moved, &place));
+  return moved;
+}
+
+u64 FileSize(FileHandle file) {
+  LARGE_INTEGER size;
+  return Succeeded(GetFileSizeEx(Handle(file), &size)) ? static_cast<u64>(size.QuadPart) : 0;
+}
+
+bool SetFileSize(FileHandle file, u64 bytes) {
+  LARGE_INTEGER end;
+  end.QuadPart = static_cast<LONGLONG>(bytes);
+  return Succeeded(SetFilePointerEx(Handle(file), end, nullptr, FILE_BEGIN)) &&
+         Succeeded(SetEndOfFile(Handle(file)));
+}
+
+void MakeSparse(FileHandle file) {
+  DWORD returned = 0;
+  DeviceIoControl(Handle(file), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &returned, nullptr);
+}
+
+bool SyncFile(FileHandle file) { return Succeeded(FlushFileBuffers(Handle(file))); }
+
+bool SetFileTimes(FileHandle file, const FileTimes& times) {
+  FILETIME creation, access, write;
+  return Succeeded(SetFileTime(Handle(file), Convert(times.creation, &creation),
+                               Convert(times.access, &access), Convert(times.write, &write)));
+}
+
+LockAnswer LockFileAlone(FileHandle file) {
+  OVERLAPPED place{};
+  place.OffsetHigh = kLockOffsetHigh;
+  if (LockFileEx(Handle(file), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
+                 &place)) {
+    return LockAnswer::kLocked;
+  }
+  const DWORD error = GetLastError();
+  SetLastFailure(error);
+  const bool held = error == ERROR_LOCK_VIOLATION || error == ERROR_IO_PENDING;
+  return held ? LockAnswer::kHeldElsewhere : LockAnswer::kUnsupported;
+}
+
+bool IsSameFile(FileHandle one, FileHandle other) {
+  BY_HANDLE_FILE_INFORMATION a, b;
+  return GetFileInformationByHandle(Handle(one), &a) &&
+         GetFileInformationByHandle(Handle(other), &b) &&
+         a.dwVolumeSerialNumber == b.dwVolumeSerialNumber && a.nFileIndexHigh == b.nFileIndexHigh &&
+         a.nFileIndexLow == b.nFileIndexLow;
+}
+
+PathKind KindOfPath(const char16_t* path) {
+  if (IsDevicePath(path)) return PathKind::kDevice;
+  const DWORD attributes = GetFileAttributesW(NativePath(path).c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) {
+    const DWORD error = GetLastError();
+    SetLastFailure(error);
+    const bool absent = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    return absent ? PathKind::kAbsent : PathKind::kUnknown;
+  }
+  return attributes & FILE_ATTRIBUTE_DIRECTORY ? PathKind::kFolder : PathKind::kFile;
+}
+
+bool RenameToUnused(const char16_t* from, const char16_t* to) {
+  return Succeeded(MoveFileExW(NativePath(from).c_str(), NativePath(to).c_str(), 0));
+}
+
+bool RemoveFile(const char16_t* path) { return Succeeded(DeleteFileW(NativePath(path).c_str())); }
+
+std::optional<u64> FreeBytes(const char16_t* path) {
+  std::wstring place = NativePath(path);
+  if (KindOfPath(path) == PathKind::kFile) {
+    const size_t cut = place.find_last_of(L"\\/");
+    place = cut == std::wstring::npos ? L"." : place.substr(0, cut + 1);
+  }
+  ULARGE_INTEGER available;
+  if (!Succeeded(GetDiskFreeSpaceExW(place.c_str(), &available, nullptr, nullptr))) {
+    return std::nullopt;
+  }
+  return available.QuadPart;
+}
+
+}  // namespace larkspur::platform
