@@ -1,0 +1,401 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "io/kvr_sparse_io.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "base/endian.h"
+#include "io/bit_map.h"
+#include "io/path_locks.h"
+#include "io/sub_bit_map.h"
+#include "platform/clock.h"
+
+namespace larkspur {
+namespace {
+
+// Sectors of the empty index written at once.
+constexpr u32 kIndexChunkSectors = 2048;
+
+constexpr u32 kSparseGeometry[3] = {kSectorBytes, 1, 1};
+
+cNestedIOResource* AsNested(const cBaseIoResource* resource) {
+  if (!resource || resource->GetKind() != kResourceNestedIO) return nullptr;
+  auto* nested = const_cast<cNestedIOResource*>(static_cast<const cNestedIOResource*>(resource));
+  return nested->IO() ? nested : nullptr;
+}
+
+bool WriteEmptyIndex(cBaseIO* backing, u64 sectors) {
+  const u32 chunk = static_cast<u32>(std::min<u64>(sectors, kIndexChunkSectors));
+  const std::unique_ptr<u8[]> ones(new (std::nothrow) u8[u64{chunk} * kSectorBytes]);
+  if (!ones) return false;
+  std::memset(ones.get(), 0xFF, u64{chunk} * kSectorBytes);
+  for (u64 done = 0; done < sectors;) {
+    const u32 count = static_cast<u32>(std::min<u64>(chunk, sectors - done));
+    if (backing->Write(1 + done, ones.get(), count) != count) return false;
+    done += count;
+  }
+  return true;
+}
+
+// The length of the run at `bytes`, at most `limit`, on which `property` answers the same.
+template <typename Property>
+u32 EqualRun(const u8* bytes, u32 limit, Property property) {
+  const auto first = property(bytes[0]);
+  u32 run = 1;
+  while (run < limit && property(bytes[run]) == first) ++run;
+  return run;
+}
+
+SectorStatus StatusOf(u8 byte) {
+  return byte == kMissing ? kMissing : byte == kUnreadable ? kUnreadable : kPresent;
+}
+
+// Joins neighbouring pieces of equal status into the extents that a visitor is told.
+class ExtentMerger {
+ public:
+  ExtentMerger(u64 first, const cKVRSparseIO::ExtentVisitor& visit)
+      : m_start(first), m_end(first), m_visit(visit) {}
+
+  u64 End() const { return m_end; }
+
+  bool Add(u64 sectors, SectorStatus status) {
+    if (status != m_status && !Flush()) return false;
+    m_status = status;
+    m_end += sectors;
+    return true;
+  }
+
+  bool AddMap(const u8* map, u32 count) {
+    for (u32 i = 0; i < count;) {
+      const u32 run = EqualRun(map + i, count - i, StatusOf);
+      if (!Add(run, StatusOf(map[i]))) return false;
+      i += run;
+    }
+    return true;
+  }
+
+  // Tells what is gathered.
+  bool Flush() {
+    if (m_end == m_start) return true;
+    const u64 start = m_start;
+    m_start = m_end;
+    return m_visit(start, m_end - start, m_status);
+  }
+
+ private:
+  u64 m_start;
+  u64 m_end;
+  SectorStatus m_status = kMissing;
+  const cKVRSparseIO::ExtentVisitor& m_visit;
+};
+
+}  // namespace
+
+// The part of a transfer that lies in one block.
+struct cKVRSparseIO::Chunk {
+  u64 block;
+  Entry record;
+  u32 first;  // sector within the block
+  u32 count;
+};
+
+cBaseIO* cKVRSparseIO::Clone() {
+  Owned<cKVRSparseIO> clone(new (std::nothrow) cKVRSparseIO);
+  if (!clone || !clone->Open(&m_resource, m_readOnly)) return nullptr;
+  if (m_parent && !clone->AttachParent(m_parent.get(), true)) return nullptr;
+  return clone.release();
+}
+
+bool cKVRSparseIO::IsSameAs(cBaseIO* other) {
+  if (!other || other->GetTypeId() != GetTypeId()) return false;
+  cKVRSparseIO* image = static_cast<cKVRSparseIO*>(other);
+  if (!IsOpen() || !image->IsOpen()) return false;
+  if ((m_parent == nullptr) != (image->m_parent == nullptr)) return false;
+  if (m_parent && !m_parent->IsSameAs(image->m_parent.get())) return false;
+  return m_layout.stamp == image->m_layout.stamp;
+}
+
+void cKVRSparseIO::InitState() {
+  m_backing = nullptr;
+  m_position = 0;
+  m_layout = {};
+}
+
+void cKVRSparseIO::Close() {
+  if (m_backing) m_backing->Close();
+  m_resource.Clear();
+  InitState();
+}
+
+bool cKVRSparseIO::SetReadOnly(bool readOnly) {
+  if (readOnly == m_readOnly) return true;
+  if (!m_backing || !m_backing->SetReadOnly(readOnly)) return false;
+  m_readOnly = readOnly;
+  return true;
+}
+
+bool cKVRSparseIO::Open(const cBaseIoResource* resource, bool readOnly) {
+  const cNestedIOResource* nested = AsNested(resource);
+  if (nested == &m_resource) return false;
+  Close();
+  if (!nested || !m_resource.Assign(*nested) || !m_resource.IO()) return false;
+  cBaseIO* backing = m_resource.IO();
+  m_readOnly = readOnly;
+  m_name.Assign(backing->GetName());
+  m_path = backing->Path();
+  std::array<u8, kSparseHeaderBytes> header;
+  if ((!readOnly && backing->IsReadOnly()) ||
+      !backing->ReadBytes(header.data(), 0, kSparseHeaderBytes)) {
+    m_resource.Clear();
+    return false;
+  }
+  const std::optional<SparseLayout> layout = SparseLayout::Parse(header);
+  if (!layout) {
+    m_resource.Clear();
+    return false;
+  }
+  m_layout = *layout;
+  m_backing = backing;
+  return true;
+}
+
+u64 cKVRSparseIO::Create(const cBaseIoResource* resource, u64 sectorCount, bool openAfter) {
+  cNestedIOResource* nested = AsNested(resource);
+  const auto layout = SparseLayout::ForNew(sectorCount, platform::TickCount());
+  if (!nested || !layout) return 0;
+  cBaseIO* backing = nested->IO();
+  const u64 start = layout->DataStart();
+  if (!backing->SetSectorCount(start) && backing->GetSectorCount() < start) return 0;
+  const auto header = layout->Header();
+  if (!backing->WriteBytes(header.data(), 0, kSparseHeaderBytes)) return 0;
+  if (!WriteEmptyIndex(backing, layout->IndexSectors())) return 0;
+  if (openAfter) Open(resource, false);
+  return sectorCount;
+}
+
+u64 cKVRSparseIO::SetPosition(u64 sector) {
+  cSafeCriticalSectionAccess access(&m_section);
+  m_position = std::min(sector, m_layout.sectorCount);
+  return m_position;
+}
+
+void* cKVRSparseIO::Destroy(u32 flags) {
+  return DestroyAs(this, flags);
+}
+
+bool cKVRSparseIO::GetGeometry(u32* three) {
+  std::copy(std::begin(kSparseGeometry), std::end(kSparseGeometry), three);
+  return true;
+}
+
+bool cKVRSparseIO::GetDescription(char16_t* buffer, i32 capacity) {
+  return CopyText(m_path.View(), buffer, capacity);
+}
+
+void cKVRSparseIO::RegisterPath() {
+  if (!m_readOnly) FindPathLock(m_path.View());
+}
+
+u32 cKVRSparseIO::LoadIndex(u64 firstBlock, u64 count) {
+  const u32 loaded = static_cast<u32>(std::min<u64>(count, kWindowBlocks));
+  u8 bytes[4 * kWindowBlocks];
+  if (m_backing->ReadBytes(bytes, SparseLayout::IndexByte(firstBlock), 4 * loaded)) {
+    for (u32 i = 0; i < loaded; ++i) m_window[i] = LoadLe32(bytes + 4 * i);
+    return loaded;
+  }
+  // Part of it is out of reach: each entry stands for itself.
+  for (u32 i = 0; i < loaded; ++i) {
+    const bool read = m_backing->ReadBytes(bytes, SparseLayout::IndexByte(firstBlock + i), 4);
+    m_window[i] = read ? LoadLe32(bytes) : kNowhere;
+  }
+  return loaded;
+}
+
+bool cKVRSparseIO::LoadMap(Entry record) {
+  return m_backing->ReadBytes(m_map.data(), m_layout.RecordSector(record) << kSectorShift,
+                              m_layout.blockSize);
+}
+
+bool cKVRSparseIO::StoreMap(Entry record) {
+  return m_backing->WriteBytes(m_map.data(), m_layout.RecordSector(record) << kSectorShift,
+                               m_layout.blockSize);
+}
+
+u64 cKVRSparseIO::GrowthSector() {
+  const u64 end = m_backing->GetSectorCount();
+  const u64 start = m_layout.DataStart();
+  if (end < start) return kNowhere;
+  // A file cut within its last record: the next one begins after it, never inside.
+  const u64 records = (end - start + m_layout.blockSize) / m_layout.RecordSectors();
+  return m_layout.RecordSector(records);
+}
+
+u32 cKVRSparseIO::AppendRecords(u64 firstBlock, u32 at, u32 count) {
+  const u64 sector = GrowthSector();
+  if (sector == kNowhere) return 0;
+  const u64 record = (sector - m_layout.DataStart()) / m_layout.RecordSectors();
+  if (record + count > kNoRecord) return 0;
+  if (!m_backing->SetSectorCount(sector + u64{count} * m_layout.RecordSectors())) {
+    return count > 1 ? AppendRecords(firstBlock, at, 1) : 0;
+  }
+  u8 bytes[4 * kWindowBlocks];
+  for (u32 i = 0; i < count; ++i) {
+    m_window[at + i] = record + i;
+    StoreLe32(bytes + 4 * i, static_cast<u32>(record + i));
+  }
+  return m_backing->WriteBytes(bytes, SparseLayout::IndexByte(firstBlock), 4 * count) ? count : 0;
+}
+
+cKVRSparseIO::Entry cKVRSparseIO::EnsureRecord(u64 block) {
+  LoadIndex(block, 1);
+  if (m_window[0] == kNoRecord) {
+    m_map.fill(kMissing);
+    return AppendRecords(block, 0, 1) == 1 ? m_window[0] : kNowhere;
+  }
+  return m_window[0] != kNowhere && LoadMap(m_window[0]) ? m_window[0] : kNowhere;
+}
+
+u32 cKVRSparseIO::Read(void* buffer, u32 count, cBitMap* presence) {
+  if (!IsOpen()) return 0;
+  cSafeCriticalSectionAccess access(&m_section);
+  const u64 first = m_position;
+  count = static_cast<u32>(std::min<u64>(count, m_layout.sectorCount - first));
+  if (count == 0) return 0;
+  RegisterPath();
+  const u64 lastBlock = (first + count - 1) / m_layout.blockSize;
+  u64 windowFirst = 0;
+  u32 windowCount = 0;
+  for (u32 done = 0; done < count;) {
+    Chunk chunk = ChunkAt(first + done, count - done);
+    if (chunk.block >= windowFirst + windowCount) {
+      windowFirst = chunk.block;
+      windowCount = LoadIndex(windowFirst, lastBlock - windowFirst + 1);
+    }
+    chunk.record = m_window[chunk.block - windowFirst];
+    u8* out = static_cast<u8*>(buffer) + u64{done} * kSectorBytes;
+    const u32 got = ReadChunk(chunk, out, done, presence);
+    m_position += got;
+    done += got;
+    if (got < chunk.count) return done;
+  }
+  return count;
+}
+
+cKVRSparseIO::Chunk cKVRSparseIO::ChunkAt(u64 sector, u32 remaining) const {
+  const u32 first = static_cast<u32>(sector % m_layout.blockSize);
+  return {sector / m_layout.blockSize, kNoRecord, first,
+          std::min(m_layout.blockSize - first, remaining)};
+}
+
+// `bit` is the chunk's first bit in `presence`.
+u32 cKVRSparseIO::ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence) {
+  if (chunk.record >= kNoRecord || !LoadMap(chunk.record)) {
+    return ReadAbsent(chunk, buffer, bit, presence);
+  }
+  m_backing->SetPosition(m_layout.RecordSector(chunk.record) + 1 + chunk.first);
+  const u32 got = m_backing->Read(buffer, chunk.count, nullptr);
+  if (!presence) return got;
+  const u8* status = &m_map[chunk.first];
+  for (u32 i = 0; i < chunk.count;) {
+    const u32 run = EqualRun(status + i, chunk.count - i, [](u8 byte) { return byte != kMissing; });
+    presence->SetRange(bit + i, run, status[i] != kMissing);
+    i += run;
+  }
+  return got;
+}
+
+u32 cKVRSparseIO::ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence) {
+  if (m_parent) {
+    m_parent->SetPosition(chunk.block * m_layout.blockSize + chunk.first);
+    cSubBitMap view(presence, bit, chunk.count);
+    return m_parent->Read(buffer, chunk.count, presence ? &view : nullptr);
+  }
+  if (presence) presence->SetRange(bit, chunk.count, false);
+  std::memset(buffer, 0, u64{chunk.count} * kSectorBytes);
+  return chunk.count;
+}
+
+u32 cKVRSparseIO::Write(u64 sector, const void* buffer, u32 count) {
+  if (!IsOpen() || sector >= m_layout.sectorCount) return 0;
+  count = static_cast<u32>(std::min<u64>(count, m_layout.sectorCount - sector));
+  if (count == 0) return 0;
+  cSafeCriticalSectionAccess access(&m_section);
+  RegisterPath();
+  const u64 lastBlock = (sector + count - 1) / m_layout.blockSize;
+  u64 windowFirst = 0;
+  u32 windowCount = 0;
+  u64 newUntil = 0;  // blocks below this one, from the current on, got their records just now
+  for (u32 done = 0; done < count;) {
+    Chunk chunk = ChunkAt(sector + done, count - done);
+    if (chunk.block >= windowFirst + windowCount) {
+      windowFirst = chunk.block;
+      windowCount = LoadIndex(windowFirst, lastBlock - windowFirst + 1);
+    }
+    const u32 at = static_cast<u32>(chunk.block - windowFirst);
+    if (m_window[at] == kNoRecord) {
+      const auto end = m_window.begin() + windowCount;
+      const auto taken =
+          std::find_if(m_window.begin() + at, end, [](Entry entry) { return entry != kNoRecord; });
+      const u32 lacking = static_cast<u32>(taken - m_window.begin()) - at;
+      newUntil = chunk.block + AppendRecords(chunk.block, at, lacking);
+      if (newUntil == chunk.block) return done;
+    }
+    chunk.record = m_window[at];
+    const u8* in = static_cast<const u8*>(buffer) + u64{done} * kSectorBytes;
+    const u32 written = WriteChunk(chunk, in, chunk.block < newUntil);
+    done += written;
+    if (written < chunk.count) return done;
+  }
+  return count;
+}
+
+u32 cKVRSparseIO::WriteChunk(const Chunk& chunk, const u8* buffer, bool isNew) {
+  if (isNew) {
+    m_map.fill(kMissing);
+  } else if (chunk.record == kNowhere || !LoadMap(chunk.record)) {
+    return 0;
+  }
+  const u64 data = m_layout.RecordSector(chunk.record) + 1;
+  const u32 written = m_backing->Write(data + chunk.first, buffer, chunk.count);
+  const auto first = m_map.begin() + chunk.first;
+  const bool changes = std::find(first, first + written, kMissing) != first + written;
+  std::replace(first, first + written, u8{kMissing}, u8{kPresent});
+  // A map that cannot be stored leaves its sectors missing: they were not kept.
+  return !changes || StoreMap(chunk.record) ? written : 0;
+}
+
+bool cKVRSparseIO::MarkSectorBad(u64 sector) {
+  if (!IsOpen() || sector / m_layout.blockSize >= m_layout.BlockCount()) return false;
+  const Entry record = EnsureRecord(sector / m_layout.blockSize);
+  if (record == kNowhere) return false;
+  u8& status = m_map[sector % m_layout.blockSize];
+  if (status == kUnreadable) return true;
+  status = kUnreadable;
+  return StoreMap(record);
+}
+
+bool cKVRSparseIO::VisitExtents(u64 first, u64 count, const ExtentVisitor& visit) {
+  cSafeCriticalSectionAccess access(&m_section);
+  if (!IsOpen() || first >= m_layout.sectorCount) return true;
+  const u64 end = first + std::min(count, m_layout.sectorCount - first);
+  ExtentMerger merger(first, visit);
+  for (u64 block = first / m_layout.blockSize; merger.End() < end;) {
+    const u64 lastBlock = (end - 1) / m_layout.blockSize;
+    const u32 loaded = LoadIndex(block, lastBlock - block + 1);
+    for (u32 i = 0; i < loaded; ++i, ++block) {
+      const u64 blockEnd = std::min(end, (block + 1) * m_layout.blockSize);
+      if (m_window[i] >= kNoRecord || !LoadMap(m_window[i])) {
+        if (!merger.Add(blockEnd - merger.End(), kMissing)) return false;
+        continue;
+      }
+      const u32 skip = static_cast<u32>(merger.End() - block * m_layout.blockSize);
+      const u32 inBlock = static_cast<u32>(blockEnd - merger.End());
+      if (!merger.AddMap(&m_map[skip], inBlock)) return false;
+    }
+  }
+  return merger.Flush();
+}
+
+}  // namespace larkspur

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// The process-wide table of named locks, one for each image path. Images look their path up at
+// every transfer, which makes the entry, but do not enter the lock: an image is guarded by its own
+// object lock alone.
+
+#include <string_view>
+
+#include "base/critical_section.h"
+
+namespace larkspur {
+
+// The section of `path`, made on the first call; lives as long as the process. Null without memory.
+cCriticalSection* FindPathLock(std::u16string_view path);
+
+}  // namespace larkspur

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// cReadOnceIO: a read-only view of a source in which every sector is asked of the source once. What
+// the source gives is stored in an image at once; what it refuses is marked there and reads as
+// zeros from then on. The image is a file, so the work goes on where the last use stopped.
+//
+// Not locked: each thread reads through its own Clone.
+
+#include "io/kvr_sparse_io.h"
+
+namespace larkspur {
+
+// What may end a read early, before the image says something that is not so. Without a guard a read
+// always goes to its end: every refused sector is marked, and a failing image is passed over.
+class cFetchGuard {
+ public:
+  // Whether the source has really refused that sector. False ends the read and leaves the sector
+  // unmarked: the source is gone, or the user wants to stop.
+  virtual bool ConfirmUnreadable(u64 sector) = 0;
+  // The image could not keep something of [sector, sector+count). False ends the read, so that the
+  // source is not worn for nothing.
+  virtual bool GoOnUnstored(u64 sector, u32 count) = 0;
+
+ protected:
+  ~cFetchGuard() = default;
+};
+
+class cReadOnceIO final : public cBaseIO {
+ public:
+  cReadOnceIO() = default;
+  ~cReadOnceIO() = default;
+
+  // Takes clones of both; false, and empty, when one is null or cannot be cloned.
+  bool Attach(cKVRSparseIO* image, cBaseIO* source);
+  // `guard` is not owned and outlives this object and its clones; null removes it.
+  void SetGuard(cFetchGuard* guard) { m_guard = guard; }
+  // Our own image, for its counts and extents; null when empty.
+  cKVRSparseIO* Image() { return m_image.get(); }
+
+  cBaseIO* Clone() override;
+  bool IsSameAs(cBaseIO* other) override;
+  bool QueryCapability() override { return m_source && m_source->QueryCapability(); }
+  void InitState() override;
+  void Close() override;
+  u64 SetPosition(u64 sector) override;
+  // Answers what the image can give, whatever the source did. `presence` is ignored.
+  u32 Read(void* buffer, u32 count, cBitMap* presence = nullptr) override;
+  u64 GetSectorCount() override { return m_source ? m_sectorCount : 0; }
+  u32 GetTypeId() override { return kTypeReadOnce; }
+  void* Destroy(u32 flags) override;
+  // The source's description in braces.
+  bool GetDescription(char16_t* buffer, i32 capacity) override;
+
+ private:
+  // Both fetch [m_position, +count), advance the position, and answer false to end the read.
+  bool Fetch(u8* buffer, u32 count);
+  bool FetchSingly(u8* buffer, u32 count);
+  bool Store(const u8* buffer, u32 count);
+
+  Owned<cKVRSparseIO> m_image;
+  Owned<cBaseIO> m_source;
+  u64 m_position = 0;
+  u64 m_sectorCount = 0;
+  cFetchGuard* m_guard = nullptr;
+};
+
+}  // namespace larkspur
