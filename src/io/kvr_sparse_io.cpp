@@ -398,4 +398,20 @@ bool cKVRSparseIO::VisitExtents(u64 first, u64 count, const ExtentVisitor& visit
   return merger.Flush();
 }
 
+cKVRSparseIO::IndexSurvey cKVRSparseIO::SurveyIndex() {
+  cSafeCriticalSectionAccess access(&m_section);
+  IndexSurvey survey;
+  const u64 blocks = IsOpen() ? m_layout.BlockCount() : 0;
+  for (u64 block = 0; block < blocks;) {
+    const u32 loaded = LoadIndex(block, blocks - block);
+    for (u32 i = 0; i < loaded; ++i) {
+      if (m_window[i] >= kNoRecord) continue;
+      ++survey.records;
+      survey.recordEnd = std::max(survey.recordEnd, m_window[i] + 1);
+    }
+    block += loaded;
+  }
+  return survey;
+}
+
 }  // namespace larkspur

@@ -60,6 +60,13 @@ class cKVRSparseIO final : public cSparseIO {
   using ExtentVisitor = std::function<bool(u64 start, u64 sectors, SectorStatus status)>;
   bool VisitExtents(u64 first, u64 count, const ExtentVisitor& visit);
 
+  // What the whole index says: how many blocks have a record, and the highest record number plus 1.
+  struct IndexSurvey {
+    u64 records = 0;
+    u64 recordEnd = 0;
+  };
+  IndexSurvey SurveyIndex();
+
   const SparseLayout& Layout() const { return m_layout; }
 
  private:
