@@ -258,6 +258,14 @@ cKVRSparseIO::Entry cKVRSparseIO::EnsureRecord(u64 block) {
 }
 
 u32 cKVRSparseIO::Read(void* buffer, u32 count, cBitMap* presence) {
+  return ReadRange(static_cast<u8*>(buffer), count, presence, Absent::kZeros);
+}
+
+u32 cKVRSparseIO::ReadStored(void* buffer, u32 count, cBitMap* presence) {
+  return ReadRange(static_cast<u8*>(buffer), count, presence, Absent::kUntouched);
+}
+
+u32 cKVRSparseIO::ReadRange(u8* buffer, u32 count, cBitMap* presence, Absent absent) {
   if (!IsOpen()) return 0;
   cSafeCriticalSectionAccess access(&m_section);
   const u64 first = m_position;
@@ -274,8 +282,8 @@ u32 cKVRSparseIO::Read(void* buffer, u32 count, cBitMap* presence) {
       windowCount = LoadIndex(windowFirst, lastBlock - windowFirst + 1);
     }
     chunk.record = m_window[chunk.block - windowFirst];
-    u8* out = static_cast<u8*>(buffer) + u64{done} * kSectorBytes;
-    const u32 got = ReadChunk(chunk, out, done, presence);
+    u8* out = buffer + u64{done} * kSectorBytes;
+    const u32 got = ReadChunk(chunk, out, done, presence, absent);
     m_position += got;
     done += got;
     if (got < chunk.count) return done;
@@ -290,9 +298,10 @@ cKVRSparseIO::Chunk cKVRSparseIO::ChunkAt(u64 sector, u32 remaining) const {
 }
 
 // `bit` is the chunk's first bit in `presence`.
-u32 cKVRSparseIO::ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence) {
+u32 cKVRSparseIO::ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence,
+                            Absent absent) {
   if (chunk.record >= kNoRecord || !LoadMap(chunk.record)) {
-    return ReadAbsent(chunk, buffer, bit, presence);
+    return ReadAbsent(chunk, buffer, bit, presence, absent);
   }
   m_backing->SetPosition(m_layout.RecordSector(chunk.record) + 1 + chunk.first);
   const u32 got = m_backing->Read(buffer, chunk.count, nullptr);
@@ -306,14 +315,15 @@ u32 cKVRSparseIO::ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* pr
   return got;
 }
 
-u32 cKVRSparseIO::ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence) {
+u32 cKVRSparseIO::ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence,
+                             Absent absent) {
   if (m_parent) {
     m_parent->SetPosition(chunk.block * m_layout.blockSize + chunk.first);
     cSubBitMap view(presence, bit, chunk.count);
     return m_parent->Read(buffer, chunk.count, presence ? &view : nullptr);
   }
   if (presence) presence->SetRange(bit, chunk.count, false);
-  std::memset(buffer, 0, u64{chunk.count} * kSectorBytes);
+  if (absent == Absent::kZeros) std::memset(buffer, 0, u64{chunk.count} * kSectorBytes);
   return chunk.count;
 }
 

@@ -51,6 +51,10 @@ class cKVRSparseIO final : public cSparseIO {
   bool GetGeometry(u32* three) override;
   bool GetDescription(char16_t* buffer, i32 capacity) override;
 
+  // Read for a caller who fetches the rest himself: the buffer keeps what it held where nothing is
+  // stored, which saves filling it with zeros.
+  u32 ReadStored(void* buffer, u32 count, cBitMap* presence);
+
   // Records that the source could not deliver that sector. Takes no lock: its caller holds its own.
   bool MarkSectorBad(u64 sector);
 
@@ -96,8 +100,10 @@ class cKVRSparseIO final : public cSparseIO {
 
   // The part of [sector, sector+remaining) that lies in the first block.
   Chunk ChunkAt(u64 sector, u32 remaining) const;
-  u32 ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence);
-  u32 ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence);
+  enum class Absent { kZeros, kUntouched };
+  u32 ReadRange(u8* buffer, u32 count, cBitMap* presence, Absent absent);
+  u32 ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence, Absent absent);
+  u32 ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence, Absent absent);
   u32 WriteChunk(const Chunk& chunk, const u8* buffer, bool isNew);
 
   cBaseIO* m_backing = nullptr;  // the resource's object

@@ -68,7 +68,7 @@ u32 cReadOnceIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
   FindPathLock(m_image->Path().View());
   cBitMap held(count);
   m_image->SetPosition(m_position);
-  const u32 answer = m_image->Read(buffer, count, &held);
+  const u32 answer = m_image->ReadStored(buffer, count, &held);
   u8* out = static_cast<u8*>(buffer);
   for (u32 i = 0; i < answer;) {
     const u32 present = static_cast<u32>(held.CountSetRun(i));
