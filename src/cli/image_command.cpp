@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+#include "base/path_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/progress.h"
@@ -33,6 +34,16 @@ void PrintResult(const ImagingProgress& progress, double seconds, const SourceOp
                     options.source, FormatDuration(seconds)));
 }
 
+void WarnOfLittleRoom(const std::string& cache, u64 missingSectors) {
+  const auto room = platform::FreeBytes(WideFromUtf8(cache).c_str());
+  const u64 wanted = missingSectors << kSectorShift;
+  if (!room || *room >= wanted) return;
+  Tell(
+      fmt::format("{}: up to {} are still to be stored, but there is room for {} only; "
+                  "it goes on until the room is used up, and can be resumed",
+                  cache, SizeText(wanted), SizeText(*room)));
+}
+
 }  // namespace
 
 ExitStatus RunImage(const SourceOptions& options) {
@@ -40,9 +51,11 @@ ExitStatus RunImage(const SourceOptions& options) {
   Pair pair;
   if (const ExitStatus status = OpenPair(options, &pair); status != kExitDone) return status;
   cImager imager(&pair.cache, &pair.source, &stop);
+  imager.Prepare(pair.first, pair.count);
+  WarnOfLittleRoom(options.cache, imager.Progress().left);
   ProgressLine line;
   std::optional<u64> doneBefore;
-  const ReadEnd end = imager.Run(pair.first, pair.count, [&](const ImagingProgress& progress) {
+  const ReadEnd end = imager.Run([&](const ImagingProgress& progress) {
     const u64 done = progress.counts.present + progress.counts.unreadable;
     if (!doneBefore) doneBefore = done;
     line.Show({progress.sectors, done, progress.counts.unreadable}, done - *doneBefore,

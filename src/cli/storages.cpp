@@ -4,8 +4,6 @@
 
 #include "base/path_text.h"
 #include "cli/output.h"
-#include "imaging/size_text.h"
-#include "imaging/summary.h"
 #include "platform/system_error.h"
 
 namespace larkspur::cli {
@@ -62,17 +60,6 @@ std::string CacheWords(const std::string& name, const Cache& cache, u64 sourceSe
   return {};
 }
 
-void WarnOfLittleRoom(const std::string& name, const Cache& cache) {
-  const auto room = platform::FreeBytes(WideFromUtf8(name).c_str());
-  const u64 missing = CountStatuses(cache.image.get(), 0, cache.cacheSectors).missing
-                      << kSectorShift;
-  if (!room || *room >= missing) return;
-  Tell(
-      fmt::format("{}: up to {} are still to be stored, but there is room for {} only; "
-                  "it goes on until the room is used up, and can be resumed",
-                  name, SizeText(missing), SizeText(*room)));
-}
-
 }  // namespace
 
 std::optional<Source> OpenSourceOrTell(const SourceOptions& options) {
@@ -117,7 +104,6 @@ ExitStatus OpenPair(const SourceOptions& options, Pair* pair) {
     TellCacheAnswer(options.cache, pair->cache, sectors);
     return kExitFailed;
   }
-  WarnOfLittleRoom(options.cache, pair->cache);
   return kExitDone;
 }
 

@@ -70,7 +70,7 @@ Cache CreateCache(const std::u16string& path, u64 sectors) {
     return created;
   }
   Cache cache = OpenCache(path, CacheAccess::kResume, sectors);
-  cache.created = true;
+  cache.created = cache.answer == CacheAnswer::kOpened;
   return cache;
 }
 

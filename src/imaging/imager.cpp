@@ -21,16 +21,24 @@ cImager::cImager(Cache* cache, Source* source, const std::atomic<bool>* stop)
   });
 }
 
-ReadEnd cImager::Run(u64 first, u64 count, const Monitor& monitor) {
+void cImager::Prepare(u64 first, u64 count) {
+  const u64 sectors = m_source->sectors;
+  m_first = std::min(first, sectors);
+  m_count = std::min(count, sectors - m_first);
+  m_progress.sectors = sectors;
+  m_progress.counts = CountStatuses(m_cache->image.get(), 0, sectors);
+  m_progress.left = m_count == sectors
+                        ? m_progress.counts.missing
+                        : CountStatuses(m_cache->image.get(), m_first, m_count).missing;
+}
+
+ReadEnd cImager::Run(const Monitor& monitor) {
   if (!m_reader.IsReady()) return ReadEnd::kCacheFailed;
   m_monitor = monitor;
-  m_progress.sectors = m_source->sectors;
-  m_progress.counts = CountStatuses(m_cache->image.get(), 0, m_source->sectors);
-  m_progress.left = CountStatuses(m_cache->image.get(), first, count).missing;
   ReadEnd end = ReadEnd::kNotEnded;
   // The visiting object is not the one that writes: it meets each stretch as it was before this
   // run.
-  m_cache->image->VisitExtents(first, count, [&](u64 start, u64 sectors, SectorStatus status) {
+  m_cache->image->VisitExtents(m_first, m_count, [&](u64 start, u64 sectors, SectorStatus status) {
     if (status == kMissing) end = Fetch(start, sectors);
     return end == ReadEnd::kNotEnded;
   });

@@ -29,9 +29,11 @@ class cImager {
 
   cImager(Cache* cache, Source* source, const std::atomic<bool>* stop);
 
-  // Fetches what is missing of [first, first+count), cut at the storage's end. The cache is brought
-  // to its medium every kSyncSeconds and at the end, whatever the end was.
-  ReadEnd Run(u64 first, u64 count, const Monitor& monitor);
+  // Takes the range to fetch, cut at the storage's end, and counts what there is already.
+  void Prepare(u64 first, u64 count);
+  // Fetches what is missing of the range. The cache is brought to its medium every kSyncSeconds and
+  // at the end, whatever the end was. REQUIRES: Prepare.
+  ReadEnd Run(const Monitor& monitor);
 
   const ImagingProgress& Progress() const { return m_progress; }
   u32 SystemError() const { return m_systemError; }
@@ -45,6 +47,8 @@ class cImager {
   Cache* m_cache;
   Source* m_source;
   cReader m_reader;
+  u64 m_first = 0;
+  u64 m_count = 0;
   Monitor m_monitor;
   ImagingProgress m_progress;
   std::unique_ptr<u8[]> m_buffer;

@@ -91,6 +91,14 @@ class ExtentMerger {
   const cKVRSparseIO::ExtentVisitor& m_visit;
 };
 
+// How many of the `count` index entries at `bytes`, from the first on, name no record. Most of a
+// young image's index does, so they are passed two at a time.
+u32 CountNoRecord(const u8* bytes, u32 count) {
+  u32 i = 0;
+  while (i + 2 <= count && LoadLe64(bytes + u64{4} * i) == ~u64{0}) i += 2;
+  return i < count && LoadLe32(bytes + u64{4} * i) == kNoRecord ? i + 1 : i;
+}
+
 }  // namespace
 
 // The part of a transfer that lies in one block.
@@ -388,40 +396,56 @@ bool cKVRSparseIO::MarkSectorBad(u64 sector) {
 
 bool cKVRSparseIO::VisitExtents(u64 first, u64 count, const ExtentVisitor& visit) {
   cSafeCriticalSectionAccess access(&m_section);
-  if (!IsOpen() || first >= m_layout.sectorCount) return true;
+  if (!IsOpen() || first >= m_layout.sectorCount || count == 0) return true;
   const u64 end = first + std::min(count, m_layout.sectorCount - first);
   ExtentMerger merger(first, visit);
-  for (u64 block = first / m_layout.blockSize; merger.End() < end;) {
-    const u64 lastBlock = (end - 1) / m_layout.blockSize;
-    const u32 loaded = LoadIndex(block, lastBlock - block + 1);
-    for (u32 i = 0; i < loaded; ++i, ++block) {
-      const u64 blockEnd = std::min(end, (block + 1) * m_layout.blockSize);
-      if (m_window[i] >= kNoRecord || !LoadMap(m_window[i])) {
-        if (!merger.Add(blockEnd - merger.End(), kMissing)) return false;
-        continue;
-      }
-      const u32 skip = static_cast<u32>(merger.End() - block * m_layout.blockSize);
-      const u32 inBlock = static_cast<u32>(blockEnd - merger.End());
-      if (!merger.AddMap(&m_map[skip], inBlock)) return false;
-    }
-  }
-  return merger.Flush();
+  const auto addTo = [&](u64 block, SectorStatus status) {
+    const u64 blockEnd = std::min(end, block * m_layout.blockSize);
+    return merger.End() >= blockEnd || merger.Add(blockEnd - merger.End(), status);
+  };
+  const auto addRecord = [&](u64 block, Entry record) {
+    if (!addTo(block, kMissing)) return false;
+    if (!LoadMap(record)) return true;  // counts as missing, with what comes after it
+    const u32 skip = static_cast<u32>(merger.End() - block * m_layout.blockSize);
+    const u64 blockEnd = std::min(end, (block + 1) * m_layout.blockSize);
+    return merger.AddMap(&m_map[skip], static_cast<u32>(blockEnd - merger.End()));
+  };
+  const u64 lastBlock = (end - 1) / m_layout.blockSize;
+  if (!ScanIndex(first / m_layout.blockSize, lastBlock + 1, addRecord)) return false;
+  return addTo(lastBlock + 1, kMissing) && merger.Flush();
 }
 
 cKVRSparseIO::IndexSurvey cKVRSparseIO::SurveyIndex() {
   cSafeCriticalSectionAccess access(&m_section);
   IndexSurvey survey;
-  const u64 blocks = IsOpen() ? m_layout.BlockCount() : 0;
-  for (u64 block = 0; block < blocks;) {
-    const u32 loaded = LoadIndex(block, blocks - block);
-    for (u32 i = 0; i < loaded; ++i) {
-      if (m_window[i] >= kNoRecord) continue;
-      ++survey.records;
-      survey.recordEnd = std::max(survey.recordEnd, m_window[i] + 1);
-    }
-    block += loaded;
-  }
+  if (!IsOpen()) return survey;
+  ScanIndex(0, m_layout.BlockCount(), [&survey](u64, Entry record) {
+    ++survey.records;
+    survey.recordEnd = std::max(survey.recordEnd, record + 1);
+    return true;
+  });
   return survey;
+}
+
+bool cKVRSparseIO::ScanIndex(u64 block, u64 end, const std::function<bool(u64, Entry)>& call) {
+  const std::unique_ptr<u8[]> bytes(new (std::nothrow) u8[4 * kScanBlocks]);
+  while (block < end) {
+    const u32 count = static_cast<u32>(std::min<u64>(end - block, kScanBlocks));
+    if (!bytes || !m_backing->ReadBytes(bytes.get(), SparseLayout::IndexByte(block), 4 * count)) {
+      const u32 loaded = LoadIndex(block, count);
+      for (u32 i = 0; i < loaded; ++i) {
+        if (m_window[i] < kNoRecord && !call(block + i, m_window[i])) return false;
+      }
+      block += loaded;
+      continue;
+    }
+    for (u32 i = 0; i < count; ++i) {
+      i += CountNoRecord(bytes.get() + u64{4} * i, count - i);
+      if (i < count && !call(block + i, LoadLe32(bytes.get() + u64{4} * i))) return false;
+    }
+    block += count;
+  }
+  return true;
 }
 
 }  // namespace larkspur

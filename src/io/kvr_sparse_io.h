@@ -80,6 +80,8 @@ class cKVRSparseIO final : public cSparseIO {
 
   // Index entries loaded at once: those of 64 MiB of image, one page of the file.
   static constexpr u32 kWindowBlocks = 1024;
+  // And those read at once when the whole index is looked through.
+  static constexpr u32 kScanBlocks = 65536;
 
   bool IsOpen() const { return m_backing != nullptr; }
   void RegisterPath();
@@ -87,6 +89,9 @@ class cKVRSparseIO final : public cSparseIO {
   // Loads the entries of [firstBlock, firstBlock+count) into the window; count is at most
   // kWindowBlocks. Answers how many that were.
   u32 LoadIndex(u64 firstBlock, u64 count);
+  // Calls call(block, record) for the blocks of [block, end) that have a record, in order, until it
+  // answers false; then the answer is false, too. The loaded window is lost, the map is the call's.
+  bool ScanIndex(u64 block, u64 end, const std::function<bool(u64, Entry)>& call);
   bool LoadMap(Entry record);
   bool StoreMap(Entry record);
 
