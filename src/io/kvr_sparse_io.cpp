@@ -429,6 +429,9 @@ cKVRSparseIO::IndexSurvey cKVRSparseIO::SurveyIndex() {
 
 bool cKVRSparseIO::ScanIndex(u64 block, u64 end, const std::function<bool(u64, Entry)>& call) {
   const std::unique_ptr<u8[]> bytes(new (std::nothrow) u8[4 * kScanBlocks]);
+  // A damaged header may promise an index far longer than the file.
+  const u64 fileBytes = m_backing->GetByteSize();
+  end = std::min(end, fileBytes < kSectorBytes ? 0 : (fileBytes - kSectorBytes) / 4);
   while (block < end) {
     const u32 count = static_cast<u32>(std::min<u64>(end - block, kScanBlocks));
     if (!bytes || !m_backing->ReadBytes(bytes.get(), SparseLayout::IndexByte(block), 4 * count)) {
