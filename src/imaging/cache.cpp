@@ -59,36 +59,8 @@ Cache CreateUnder(const std::u16string& path, u64 sectors) {
   return cache;
 }
 
-Cache CreateCache(const std::u16string& path, u64 sectors) {
-  const std::u16string unfinished = path + std::u16string(kUnfinishedSuffix);
-  platform::SetLastFailure(0);
-  Cache created = CreateUnder(unfinished, sectors);
-  if (created.answer != CacheAnswer::kOpened) return created;
-  if (!platform::RenameToUnused(unfinished.c_str(), path.c_str())) {
-    created = Answered(CacheAnswer::kCannotCreate);
-    platform::RemoveFile(unfinished.c_str());
-    return created;
-  }
-  Cache cache = OpenCache(path, CacheAccess::kResume, sectors);
-  cache.created = cache.answer == CacheAnswer::kOpened;
-  return cache;
-}
-
-}  // namespace
-
-Cache HoldCache(const std::u16string& path) {
-  constexpr u32 kReadWrite = platform::kOpenRead | platform::kOpenWrite;
-  OwnedFile file(platform::OpenExistingFile(path.c_str(), kReadWrite));
-  if (!file.IsOpen()) return Answered(CacheAnswer::kCannotOpen);
-  if (platform::LockFileAlone(file.Handle()) == platform::LockAnswer::kHeldElsewhere) {
-    return Answered(CacheAnswer::kHeldElsewhere);
-  }
-  Cache cache = Answered(CacheAnswer::kOpened);
-  cache.hold = std::make_unique<CacheHold>(std::move(file));
-  return cache;
-}
-
-Cache OpenCache(const std::u16string& path, CacheAccess access, u64 expectedSectors) {
+// `fresh`: the file was made a moment ago, so its index need not be looked through.
+Cache OpenFile(const std::u16string& path, CacheAccess access, u64 expectedSectors, bool fresh) {
   platform::SetLastFailure(0);
   const platform::PathKind kind = platform::KindOfPath(path.c_str());
   if (kind == platform::PathKind::kAbsent) return Answered(CacheAnswer::kAbsent);
@@ -110,10 +82,42 @@ Cache OpenCache(const std::u16string& path, CacheAccess access, u64 expectedSect
   if (!cache.image->Open(&resource, look)) return Answered(CacheAnswer::kCannotOpen);
   if (expectedSectors != 0 && expectedSectors != layout.sectorCount) {
     cache.answer = CacheAnswer::kOtherSize;
-  } else if (!look && !IsComplete(backing, layout, cache.image.get())) {
+  } else if (!look && !fresh && !IsComplete(backing, layout, cache.image.get())) {
     cache.answer = CacheAnswer::kIncomplete;
   }
+  cache.created = fresh && cache.answer == CacheAnswer::kOpened;
   return cache;
+}
+
+Cache CreateCache(const std::u16string& path, u64 sectors) {
+  const std::u16string unfinished = path + std::u16string(kUnfinishedSuffix);
+  platform::SetLastFailure(0);
+  Cache created = CreateUnder(unfinished, sectors);
+  if (created.answer != CacheAnswer::kOpened) return created;
+  if (!platform::RenameToUnused(unfinished.c_str(), path.c_str())) {
+    created = Answered(CacheAnswer::kCannotCreate);
+    platform::RemoveFile(unfinished.c_str());
+    return created;
+  }
+  return OpenFile(path, CacheAccess::kResume, sectors, true);
+}
+
+}  // namespace
+
+Cache HoldCache(const std::u16string& path) {
+  constexpr u32 kReadWrite = platform::kOpenRead | platform::kOpenWrite;
+  OwnedFile file(platform::OpenExistingFile(path.c_str(), kReadWrite));
+  if (!file.IsOpen()) return Answered(CacheAnswer::kCannotOpen);
+  if (platform::LockFileAlone(file.Handle()) == platform::LockAnswer::kHeldElsewhere) {
+    return Answered(CacheAnswer::kHeldElsewhere);
+  }
+  Cache cache = Answered(CacheAnswer::kOpened);
+  cache.hold = std::make_unique<CacheHold>(std::move(file));
+  return cache;
+}
+
+Cache OpenCache(const std::u16string& path, CacheAccess access, u64 expectedSectors) {
+  return OpenFile(path, access, expectedSectors, false);
 }
 
 Cache OpenOrCreateCache(const std::u16string& path, const std::u16string& sourcePath, u64 sectors) {

@@ -26,6 +26,11 @@ void cImager::Prepare(u64 first, u64 count) {
   m_first = std::min(first, sectors);
   m_count = std::min(count, sectors - m_first);
   m_progress.sectors = sectors;
+  if (m_cache->created) {
+    m_progress.counts.missing = sectors;  // a fresh index need not be read to know it
+    m_progress.left = m_count;
+    return;
+  }
   m_progress.counts = CountStatuses(m_cache->image.get(), 0, sectors);
   m_progress.left = m_count == sectors
                         ? m_progress.counts.missing

@@ -21,7 +21,7 @@ struct ImagingProgress {
 
 class cImager {
  public:
-  static constexpr u32 kRequestSectors = 1024;
+  static constexpr u32 kRequestSectors = 512;
   static constexpr double kSyncSeconds = 30;
 
   // Told often, also from within slow areas: whoever shows it limits how often. Cheap to call.

@@ -1,0 +1,141 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Whole programs side by side: each figure is the median of several rounds in which both programs run
+one after the other, given as a ratio. Prints a Markdown table.
+
+Usage: side_by_side.py BIN MEMORY_FOLDER DISK_FOLDER"""
+
+import array
+import os
+import pathlib
+import statistics
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+
+ROUNDS = 9
+GIB = 1 << 30
+TIB = 1 << 40
+SECTOR = 512
+BLOCK = 128
+
+
+def timed(*command):
+    start = time.monotonic()
+    subprocess.run([str(word) for word in command], check=True, stdout=subprocess.DEVNULL,
+                   stderr=subprocess.DEVNULL)
+    return time.monotonic() - start
+
+
+def peak_kib(*command):
+    """The largest resident set of one run."""
+    run = subprocess.run(["/usr/bin/time", "-f", "%M", *map(str, command)], check=True,
+                         capture_output=True, text=True)
+    return int(run.stderr.split()[-1])
+
+
+def remove(*paths):
+    for path in paths:
+        pathlib.Path(path).unlink(missing_ok=True)
+
+
+def compare(ours, peer, rounds=ROUNDS):
+    """Medians of both, and of the ratio within a round."""
+    pairs = [(ours(), peer()) for _ in range(rounds)]
+    return (statistics.median(p[0] for p in pairs), statistics.median(p[1] for p in pairs),
+            statistics.median(p[0] / p[1] for p in pairs))
+
+
+class Bench:
+    def __init__(self, tools, memory, disk):
+        self.larkspur = tools / "larkspur"
+        self.read_maps = tools / "read-maps"
+        self.memory = memory
+        self.disk = disk
+
+    def row(self, what, result, target):
+        ours, peer, ratio = result
+        print(f"| {what} | {ours:.2f} s | {peer:.2f} s | {ratio:.2f} × | {target} |", flush=True)
+
+    def image(self):
+        source, cache = self.memory / "source.img", self.memory / "disk.kvrsp"
+        copy, log = self.memory / "copy.img", self.memory / "copy.map"
+        with open(source, "wb") as out:
+            for _ in range(GIB >> 20):
+                out.write(os.urandom(1 << 20))
+
+        def ours():
+            remove(cache)
+            return timed(self.larkspur, "image", source, cache)
+
+        def ddrescue():
+            remove(copy, log)
+            return timed("ddrescue", "-q", source, copy, log)
+
+        def cp():
+            remove(copy)
+            return timed("cp", source, copy)
+
+        ours()  # the memory's pages are made once
+        self.row("`image` of 1 GiB in memory / `ddrescue`", compare(ours, ddrescue), "≤ 1.0")
+        remove(copy)
+        self.row("`image` of 1 GiB in memory / `cp`", compare(ours, cp), "≤ 1.3")
+        remove(source, cache, copy, log)
+
+    def create(self):
+        source, cache, zeros = self.disk / "huge.img", self.disk / "huge.kvrsp", self.disk / "zeros"
+        size = 15 * TIB  # an ext4 file ends below 16 TiB
+        index_mib = size // SECTOR // BLOCK * 4 >> 20
+        with open(source, "wb") as out:
+            out.truncate(size)
+        image = (self.larkspur, "image", source, cache, "--start", 0, "--sectors", 1)
+
+        def ours():
+            remove(cache)
+            return timed(*image)
+
+        def dd():
+            remove(zeros)
+            return timed("dd", "if=/dev/zero", f"of={zeros}", "bs=1M", f"count={index_mib}",
+                         "conv=fsync")
+
+        def speed(pair):
+            return pair[0], pair[1], 1 / pair[2]
+
+        self.row(f"making the cache of 15 TiB ({index_mib} MiB), speed / `dd bs=1M conv=fsync`",
+                 speed(compare(ours, dd, 5)), "≥ 0.7")
+        remove(zeros)
+        print(f"| peak memory of `image` on it | {peak_kib(*image) / 1024:.1f} MiB | | | ≤ 32 MiB |")
+        remove(source, cache)
+
+    def look(self, blocks=10_000_000):
+        """A cache whose records all exist. Its maps are holes, so that it fits on a disk."""
+        cache = self.memory / "many.kvrsp"
+        sectors = blocks * BLOCK
+        index_sectors = (4 * blocks + SECTOR - 1) // SECTOR
+        with open(cache, "wb") as out:
+            out.write(b"KVRSparF" + struct.pack("<QIII", sectors, BLOCK, 0x20000, 1))
+            out.seek(SECTOR)
+            array.array("I", range(blocks)).tofile(out)
+            out.truncate((1 + index_sectors + blocks * (BLOCK + 1)) * SECTOR)
+        for command in ("info", "map", "check"):
+            self.row(f"`{command}` of {blocks // 1_000_000} million blocks / reading index and maps once",
+                     compare(lambda c=command: timed(self.larkspur, c, cache),
+                             lambda: timed(self.read_maps, cache), 3), "≤ 2")
+        remove(cache)
+
+
+def main():
+    tools, memory, disk = (pathlib.Path(word).resolve() for word in sys.argv[1:4])
+    print("| what | Larkspur | peer | ratio | target |\n|---|---|---|---|---|")
+    with tempfile.TemporaryDirectory(dir=memory) as fast, tempfile.TemporaryDirectory(dir=disk) as slow:
+        bench = Bench(tools, pathlib.Path(fast), pathlib.Path(slow))
+        bench.image()
+        bench.create()
+        bench.look()
+
+
+if __name__ == "__main__":
+    main()
