@@ -398,9 +398,9 @@ def main():
     global PEER, EMULATED
     arguments = sys.argv[1:]
     if arguments[0] == "--peer":
-        PEER = arguments[1] if os.path.exists(arguments[1]) else None
+        PEER = os.path.abspath(arguments[1]) if os.path.exists(arguments[1]) else None
         arguments = arguments[2:]
-    PROGRAM.extend(arguments)
+    PROGRAM.extend(os.path.abspath(word) if os.path.exists(word) else word for word in arguments)
     EMULATED = len(PROGRAM) > 1
     unittest.main(argv=sys.argv[:1], verbosity=2 if "-v" in sys.argv else 1)
 

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "cli/progress.h"
+
+#include <gtest/gtest.h>
+
+namespace larkspur::cli {
+namespace {
+
+TEST(Progress, SaysWhatIsKnown) {
+  const struct {
+    ProgressText progress;
+    const char* text;
+  } cases[] = {
+      {{2000, 0, 0, 0, -1}, "0.0 %  present 0 bytes  0 bytes/s"},
+      {{4096, 2048, 0, 1048576, 1}, "50.0 %  present 1.0 MiB  1.0 MiB/s  0:01 left"},
+      {{4096, 2048, 12, 512, 753},
+       "50.0 %  present 1018.0 KiB  unreadable 12 sectors  512 bytes/s  12:33 left"},
+      {{4096, 4096, 0, 2048, 0}, "100.0 %  present 2.0 MiB  2.0 KiB/s  0:00 left"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(FormatProgress(c.progress), c.text);
+}
+
+TEST(Progress, FormatsDurations) {
+  const struct {
+    double seconds;
+    const char* text;
+  } cases[] = {{0, "0:00"},         {59.9, "0:59"},       {753, "12:33"}, {3600, "1:00:00"},
+               {90061, "25:01:01"}, {1e30, "2376:00:00"}, {-5, "0:00"}};
+  for (const auto& c : cases) EXPECT_EQ(FormatDuration(c.seconds), c.text) << c.seconds;
+}
+
+}  // namespace
+}  // namespace larkspur::cli

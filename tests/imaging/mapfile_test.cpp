@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "imaging/mapfile.h"
+
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+namespace larkspur {
+namespace {
+
+std::string Dump(const std::vector<SectorRange>& ranges) {
+  std::string text;
+  for (const SectorRange& range : ranges) {
+    text += std::to_string(range.first) + "+" + std::to_string(range.count) + " ";
+  }
+  return text;
+}
+
+TEST(Mapfile, TellsTheFinishedSectors) {
+  const struct {
+    const char* name;
+    const char* text;
+    const char* sectors;
+  } cases[] = {
+      {"one block", "0x0 +\n0 0x400 +\n", "0+2 "},
+      {"pass, comments, blank lines", "# x\n\n0 ? 1 # y\n0 512 + # z\n", "0+1 "},
+      {"octal and decimal", "0 +\n01000 1024 +\n", "1+2 "},
+      {"every other status fails", "0 F\n0 512 ?\n512 512 *\n1024 512 /\n1536 512 -\n", ""},
+      {"neighbours are joined", "0 +\n0 512 +\n512 512 +\n", "0+2 "},
+      {"a gap fails", "0 +\n0 512 +\n1024 512 +\n", "0+1 2+1 "},
+      {"partly finished sectors fail", "0 +\n1 1536 +\n", "1+2 "},
+      {"joined across a sector's middle", "0 +\n0 700 +\n700 324 +\n", "0+2 "},
+      {"no blocks", "0 +\n", ""},
+  };
+  for (const auto& c : cases) {
+    std::istringstream in(c.text);
+    std::vector<MapfileBlock> blocks;
+    MapfileFault fault;
+    ASSERT_TRUE(ParseMapfile(in, &blocks, &fault)) << c.name << ": " << fault.detail;
+    EXPECT_EQ(Dump(FinishedSectors(blocks)), c.sectors) << c.name;
+  }
+}
+
+TEST(Mapfile, NamesTheWrongLine) {
+  const struct {
+    const char* text;
+    u32 line;
+  } cases[] = {
+      {"", 0},
+      {"# only a comment\n", 1},
+      {"nonsense\n", 1},
+      {"0x0 !\n", 1},
+      {"0 + 1 2\n", 1},
+      {"0 +\n0 512\n", 2},
+      {"0 +\n\n0 512 x\n", 3},
+      {"0 +\n0 0x +\n", 2},
+      {"0 +\n0 08 +\n", 2},
+      {"0 +\n-1 512 +\n", 2},
+      {"0 +\n0 1024 +\n512 512 -\n", 3},
+      {"0 +\n0xFFFFFFFFFFFFFFFF 2 +\n", 2},
+      {"0 +\n0x10000000000000000 2 +\n", 2},
+  };
+  for (const auto& c : cases) {
+    std::istringstream in(c.text);
+    std::vector<MapfileBlock> blocks;
+    MapfileFault fault;
+    EXPECT_FALSE(ParseMapfile(in, &blocks, &fault)) << c.text;
+    EXPECT_EQ(fault.line, c.line) << c.text;
+    EXPECT_FALSE(fault.detail.empty()) << c.text;
+  }
+}
+
+TEST(Mapfile, ReadsWhatItWrites) {
+  std::ostringstream out;
+  MapfileWriter writer(out, false);
+  writer.Add(0, 10, '+');
+  writer.Add(10, u64{1} << 32, '-');
+  writer.Add((u64{1} << 32) + 10, 5, '+');
+  std::istringstream in(out.str());
+  std::vector<MapfileBlock> blocks;
+  MapfileFault fault;
+  ASSERT_TRUE(ParseMapfile(in, &blocks, &fault)) << fault.detail;
+  EXPECT_EQ(Dump(FinishedSectors(blocks)), "0+10 4294967306+5 ");
+}
+
+}  // namespace
+}  // namespace larkspur
