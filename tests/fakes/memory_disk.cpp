@@ -55,7 +55,8 @@ u32 cMemoryDisk::Read(void* buffer, u32 count, cBitMap* presence) {
 
 bool cMemoryDisk::WriteAt(u64 offset, const void* buffer, u64 length) {
   const bool whole = m_store->Begin('W', offset, length);
-  const u64 kept = whole ? length : m_store->tearWrites ? length / 2 : 0;
+  const u64 torn = (offset + length / 2) / kSectorBytes * kSectorBytes;
+  const u64 kept = whole ? length : m_store->tearWrites && torn > offset ? torn - offset : 0;
   if (kept > 0) std::memcpy(&m_store->bytes[offset], buffer, kept);
   return whole;
 }

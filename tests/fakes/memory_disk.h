@@ -30,7 +30,7 @@ struct MemoryStore {
   u64 operations = 0;
   u64 failAt = 0;
   bool failForGood = false;
-  // A failing write of more than one byte leaves half of its bytes behind.
+  // A failing write leaves its first sectors behind, as a disk does.
   bool tearWrites = false;
 
   bool keepLog = false;
