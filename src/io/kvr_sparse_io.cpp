@@ -198,6 +198,11 @@ void cKVRSparseIO::RegisterPath() {
   if (!m_readOnly) FindPathLock(m_path.View());
 }
 
+u64 cKVRSparseIO::IndexedBlocks() {
+  const u64 bytes = m_backing->GetByteSize();
+  return bytes < SparseLayout::IndexByte(0) ? 0 : (bytes - SparseLayout::IndexByte(0)) / 4;
+}
+
 u32 cKVRSparseIO::LoadIndex(u64 firstBlock, u64 count) {
   const u32 loaded = static_cast<u32>(std::min<u64>(count, kWindowBlocks));
   u8 bytes[4 * kWindowBlocks];
@@ -381,9 +386,10 @@ bool cKVRSparseIO::VisitExtents(u64 first, u64 count, const ExtentVisitor& visit
   if (!IsOpen() || first >= m_layout.sectorCount) return true;
   const u64 end = first + std::min(count, m_layout.sectorCount - first);
   ExtentMerger merger(first, visit);
-  for (u64 block = first / m_layout.blockSize; merger.End() < end;) {
-    const u64 lastBlock = (end - 1) / m_layout.blockSize;
-    const u32 loaded = LoadIndex(block, lastBlock - block + 1);
+  const u64 lastBlock = (end - 1) / m_layout.blockSize;
+  const u64 indexed = IndexedBlocks();
+  for (u64 block = first / m_layout.blockSize; block < indexed && merger.End() < end;) {
+    const u32 loaded = LoadIndex(block, std::min(lastBlock + 1, indexed) - block);
     for (u32 i = 0; i < loaded; ++i, ++block) {
       const u64 blockEnd = std::min(end, (block + 1) * m_layout.blockSize);
       if (m_window[i] >= kNoRecord || !LoadMap(m_window[i])) {
@@ -395,6 +401,7 @@ bool cKVRSparseIO::VisitExtents(u64 first, u64 count, const ExtentVisitor& visit
       if (!merger.AddMap(&m_map[skip], inBlock)) return false;
     }
   }
+  if (merger.End() < end && !merger.Add(end - merger.End(), kMissing)) return false;
   return merger.Flush();
 }
 

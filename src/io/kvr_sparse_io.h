@@ -73,6 +73,10 @@ class cKVRSparseIO final : public cSparseIO {
   bool IsOpen() const { return m_backing != nullptr; }
   void RegisterPath();
 
+  // How many blocks' entries the file is long enough for. A damaged header may promise more blocks
+  // than anybody could ask for one by one.
+  u64 IndexedBlocks();
+
   // Loads the entries of [firstBlock, firstBlock+count) into the window; count is at most
   // kWindowBlocks. Answers how many that were.
   u32 LoadIndex(u64 firstBlock, u64 count);
