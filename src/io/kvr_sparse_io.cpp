@@ -168,9 +168,11 @@ u64 cKVRSparseIO::Create(const cBaseIoResource* resource, u64 sectorCount, bool 
   cBaseIO* backing = nested->IO();
   const u64 start = layout->DataStart();
   if (!backing->SetSectorCount(start) && backing->GetSectorCount() < start) return 0;
+  if (!WriteEmptyIndex(backing, layout->IndexSectors())) return 0;
+  // Last: a file whose index is not whole is no image, or blocks would share the records that its
+  // zeros name.
   const auto header = layout->Header();
   if (!backing->WriteBytes(header.data(), 0, kSparseHeaderBytes)) return 0;
-  if (!WriteEmptyIndex(backing, layout->IndexSectors())) return 0;
   if (openAfter) Open(resource, false);
   return sectorCount;
 }

@@ -24,7 +24,7 @@ TEST(SparseOrder, GrowthThenIndexThenDataThenMap) {
   Owned<cKVRSparseIO> image;
   const std::vector<u8> data = fakes::Pattern(0, 300);
   EXPECT_EQ(ChangesOf(store.get(), [&] { image = fakes::CreateImage(store, 1000); }),
-            "G:1024 W:0+28 W:512+512");
+            "G:1024 W:512+512 W:0+28");
   EXPECT_EQ(ChangesOf(store.get(), [&] { image->Write(300, data.data(), 1); }),
             "G:67072 W:520+4 W:24064+512 W:1024+128");
   EXPECT_EQ(ChangesOf(store.get(), [&] { image->Write(301, data.data(), 2); }),
@@ -44,6 +44,20 @@ TEST(SparseOrder, NeighbouringNewBlocksAreIndexedAtOnce) {
   EXPECT_EQ(ChangesOf(store.get(), [&] { image->Write(127, data.data(), 130); }),
             "G:199168 W:512+12 W:66560+512 W:1024+128 W:67584+65536 W:67072+128 "
             "W:133632+512 W:133120+128");
+}
+
+TEST(SparseOrder, AFileIsNoImageUntilItsIndexIsWhole) {
+  for (const bool tear : {false, true}) {
+    for (u64 k = 1; k <= 3; ++k) {
+      const auto store = fakes::MakeStore();
+      store->failAt = k;
+      store->failForGood = true;
+      store->tearWrites = tear;
+      EXPECT_FALSE(fakes::CreateImage(store, 128 * 300));
+      store->failAt = 0;
+      EXPECT_FALSE(fakes::OpenImage(store)) << "operation " << k;
+    }
+  }
 }
 
 struct Step {
