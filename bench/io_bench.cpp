@@ -85,7 +85,8 @@ struct Pair {
       cached->Read(buffer.data(), kRequest);
       raw->Write(sector, buffer.data(), kRequest);
     }
-    // Readers as a program has them: nothing but the files is warm.
+    // As readers open them: the raw file for reading, the cache ready to go on.
+    raw->SetReadOnly(true);
     cached.reset(static_cast<cReadOnceIO*>(cached->Clone()));
   }
 };
