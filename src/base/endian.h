@@ -10,13 +10,25 @@
 
 namespace larkspur {
 
-inline u16 LoadLe16(const u8* p) { return static_cast<u16>(p[0] | p[1] << 8); }
-inline u32 LoadLe32(const u8* p) { return LoadLe16(p) | static_cast<u32>(LoadLe16(p + 2)) << 16; }
-inline u64 LoadLe64(const u8* p) { return LoadLe32(p) | static_cast<u64>(LoadLe32(p + 4)) << 32; }
+inline u16 LoadLe16(const u8* p) {
+  return static_cast<u16>(p[0] | p[1] << 8);
+}
+inline u32 LoadLe32(const u8* p) {
+  return LoadLe16(p) | static_cast<u32>(LoadLe16(p + 2)) << 16;
+}
+inline u64 LoadLe64(const u8* p) {
+  return LoadLe32(p) | static_cast<u64>(LoadLe32(p + 4)) << 32;
+}
 
-inline u16 LoadBe16(const u8* p) { return static_cast<u16>(p[0] << 8 | p[1]); }
-inline u32 LoadBe32(const u8* p) { return static_cast<u32>(LoadBe16(p)) << 16 | LoadBe16(p + 2); }
-inline u64 LoadBe64(const u8* p) { return static_cast<u64>(LoadBe32(p)) << 32 | LoadBe32(p + 4); }
+inline u16 LoadBe16(const u8* p) {
+  return static_cast<u16>(p[0] << 8 | p[1]);
+}
+inline u32 LoadBe32(const u8* p) {
+  return static_cast<u32>(LoadBe16(p)) << 16 | LoadBe16(p + 2);
+}
+inline u64 LoadBe64(const u8* p) {
+  return static_cast<u64>(LoadBe32(p)) << 32 | LoadBe32(p + 4);
+}
 
 inline void StoreLe16(u8* p, u16 value) {
   p[0] = static_cast<u8>(value);

@@ -6,7 +6,9 @@
 
 namespace larkspur {
 
-void* HeapAllocate(size_t bytes) noexcept { return platform::SharedHeapAllocate(bytes); }
+void* HeapAllocate(size_t bytes) noexcept {
+  return platform::SharedHeapAllocate(bytes);
+}
 
 void HeapRelease(void* block) noexcept {
   if (block) platform::SharedHeapRelease(block);

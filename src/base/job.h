@@ -47,7 +47,8 @@ class cJob {
   virtual void OnAborted() {}
   // The owner's answer; 1 without an owner.
   virtual u32 QueryOwner() { return m_owner ? m_owner->QueryJobOwner() : 1; }
-  // Stops the job first. A derived class stops it in its own destructor, while its Run still exists.
+  // Stops the job first. A derived class stops it in its own destructor, while its Run still
+  // exists.
   virtual void* Destroy(u32 flags) = 0;
 
   // Stops an earlier run and starts a new one; false when there is no thread to be had.

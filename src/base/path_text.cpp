@@ -11,10 +11,18 @@ constexpr char32_t kFirstAstral = 0x10000;
 constexpr char32_t kLastCodePoint = 0x10FFFF;
 constexpr char16_t kEscapedByte = 0xDC00;  // plus the byte, which is 0x80 or more
 
-bool IsHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool IsLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
-bool IsEscapedByte(char32_t unit) { return unit >= 0xDC80 && unit <= 0xDCFF; }
-bool IsContinuation(char byte) { return (static_cast<u8>(byte) & 0xC0) == 0x80; }
+bool IsHighSurrogate(char32_t unit) {
+  return unit >= 0xD800 && unit <= 0xDBFF;
+}
+bool IsLowSurrogate(char32_t unit) {
+  return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+bool IsEscapedByte(char32_t unit) {
+  return unit >= 0xDC80 && unit <= 0xDCFF;
+}
+bool IsContinuation(char byte) {
+  return (static_cast<u8>(byte) & 0xC0) == 0x80;
+}
 
 // The length that a lead byte announces, 0 for bytes that begin nothing.
 size_t SequenceLength(u8 lead) {
@@ -43,8 +51,8 @@ Decoded DecodeOne(std::string_view text) {
     if (!IsContinuation(text[i])) return {0, 0};
     codePoint = codePoint << 6 | (static_cast<u8>(text[i]) & 0x3F);
   }
-  const bool valid = codePoint >= kSmallest[length] && codePoint <= kLastCodePoint &&
-                     !IsEscapedByte(codePoint);
+  const bool valid =
+      codePoint >= kSmallest[length] && codePoint <= kLastCodePoint && !IsEscapedByte(codePoint);
   return valid ? Decoded{codePoint, length} : Decoded{0, 0};
 }
 

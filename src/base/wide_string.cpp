@@ -12,7 +12,9 @@ cWideString& cWideString::operator=(const cWideString& other) {
   return *this;
 }
 
-cWideString::~cWideString() { delete[] m_text; }
+cWideString::~cWideString() {
+  delete[] m_text;
+}
 
 void cWideString::Assign(std::u16string_view text) {
   delete[] m_text;

@@ -1,8 +1,136 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include <cstdio>
+#include <algorithm>
+#include <functional>
 
-int main() {
-  std::puts("larkspur");
-  return 0;
+#include <CLI/CLI.hpp>
+
+#include "cli/commands.h"
+#include "cli/output.h"
+#include "platform/terminal.h"
+
+namespace larkspur::cli {
+namespace {
+
+using Action = std::function<ExitStatus()>;
+
+void AddSourceAndCache(CLI::App* command, SourceOptions* options) {
+  command->add_option("SOURCE", options->source, "What is read: a file or a device")->required();
+  command->add_option("CACHE", options->cache, "The cache file, such as disk.kvrsp")->required();
+  command
+      ->add_option("--test-mode", options->testMode,
+                   "Make every sector fail that this GNU ddrescue mapfile does not mark +")
+      ->type_name("MAPFILE");
+}
+
+void AddCache(CLI::App* command, std::string* cache) {
+  command->add_option("CACHE", *cache, "The cache file, such as disk.kvrsp")->required();
+}
+
+void AddJson(CLI::App* command, bool* json) {
+  command->add_flag("--json", *json, "Print one JSON document instead of text");
+}
+
+void AddRange(CLI::App* command, SourceOptions* options, bool required) {
+  auto* start = command->add_option("--start", options->start, "First sector, from 0");
+  auto* count = command->add_option("--sectors", options->sectors, "Number of sectors");
+  start->type_name("S")->required(required);
+  count->type_name("N")->required(required)->check(CLI::PositiveNumber);
+}
+
+// Each command brings its own options; `chosen` becomes the one to run.
+void AddImage(CLI::App* app, Action* chosen) {
+  auto options = std::make_shared<SourceOptions>();
+  auto* command = app->add_subcommand(
+      "image", "Read the source once into the cache, making it or going on where it stopped");
+  AddSourceAndCache(command, options.get());
+  AddRange(command, options.get(), false);
+  AddJson(command, &options->json);
+  command->callback([=] { *chosen = [options] { return RunImage(*options); }; });
+}
+
+void AddRead(CLI::App* app, Action* chosen) {
+  auto options = std::make_shared<ReadOptions>();
+  auto* command = app->add_subcommand("read", "Copy a range of sectors out, through the cache");
+  AddSourceAndCache(command, options.get());
+  AddRange(command, options.get(), true);
+  command->add_option("-o,--output", options->output, "The file to write; else standard output")
+      ->type_name("FILE");
+  command->callback([=] { *chosen = [options] { return RunRead(*options); }; });
+}
+
+void AddInfo(CLI::App* app, Action* chosen) {
+  auto cache = std::make_shared<std::string>();
+  auto json = std::make_shared<bool>(false);
+  auto* command = app->add_subcommand("info", "Show a cache's header and counts");
+  AddCache(command, cache.get());
+  AddJson(command, json.get());
+  command->callback([=] { *chosen = [=] { return RunInfo(*cache, *json); }; });
+}
+
+void AddMap(CLI::App* app, Action* chosen) {
+  auto options = std::make_shared<MapOptions>();
+  auto* command = app->add_subcommand("map", "Show what is present, unreadable and missing");
+  AddCache(command, &options->cache);
+  command->add_option("--png", options->png, "Draw the map as a PNG picture")->type_name("FILE");
+  command->add_option("--svg", options->svg, "Draw the map as an SVG picture")->type_name("FILE");
+  command->add_option("--mapfile", options->mapfile, "Write a GNU ddrescue mapfile")
+      ->type_name("FILE");
+  AddJson(command, &options->json);
+  command->callback([=] { *chosen = [options] { return RunMap(*options); }; });
+}
+
+void AddCheck(CLI::App* app, Action* chosen) {
+  auto cache = std::make_shared<std::string>();
+  auto repair = std::make_shared<bool>(false);
+  auto json = std::make_shared<bool>(false);
+  auto* command = app->add_subcommand("check", "Verify a cache's index, records and maps");
+  AddCache(command, cache.get());
+  command->add_flag("--repair", *repair, "Mend what can be mended without losing a sector");
+  AddJson(command, json.get());
+  command->callback([=] { *chosen = [=] { return RunCheck(*cache, *repair, *json); }; });
+}
+
+void AddExport(CLI::App* app, Action* chosen) {
+  auto options = std::make_shared<ExportOptions>();
+  auto* command =
+      app->add_subcommand("export", "Write a raw image, with holes for what is not there");
+  AddCache(command, &options->cache);
+  command->add_option("OUT", options->output, "The raw image to make")->required();
+  command->add_flag("--force", options->force, "Replace an existing file");
+  command->callback([=] { *chosen = [options] { return RunExport(*options); }; });
+}
+
+ExitStatus Run(std::vector<std::string> arguments) {
+  CLI::App app{"Larkspur reads each sector of a failing disk at most once."};
+  app.name("larkspur");
+  app.set_version_flag("--version", "larkspur " LARKSPUR_VERSION);
+  app.require_subcommand(1);
+  app.footer(
+      "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable;\n"
+      "130 interrupted (the same command goes on from there).");
+  Action chosen;
+  for (const auto add : {AddImage, AddRead, AddInfo, AddMap, AddCheck, AddExport}) {
+    add(&app, &chosen);
+  }
+  try {
+    std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
+    app.parse(arguments);
+  } catch (const CLI::ParseError& error) {
+    const bool helped = app.exit(error) == 0;
+    return helped ? kExitDone : kExitUsage;
+  }
+  return chosen();
+}
+
+}  // namespace
+}  // namespace larkspur::cli
+
+int main(int argc, char** argv) {
+  larkspur::platform::PrepareStandardStreams();
+  try {
+    return larkspur::cli::Run(larkspur::platform::ProgramArguments(argc, argv));
+  } catch (const std::exception& error) {
+    return larkspur::cli::Fail(error.what());
+  }
 }

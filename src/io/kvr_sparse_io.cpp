@@ -91,6 +91,14 @@ class ExtentMerger {
   const cKVRSparseIO::ExtentVisitor& m_visit;
 };
 
+// How many of the `count` index entries at `bytes`, from the first on, name no record. Most of a
+// young image's index does, so they are passed two at a time.
+u32 CountNoRecord(const u8* bytes, u32 count) {
+  u32 i = 0;
+  while (i + 2 <= count && LoadLe64(bytes + u64{4} * i) == ~u64{0}) i += 2;
+  return i < count && LoadLe32(bytes + u64{4} * i) == kNoRecord ? i + 1 : i;
+}
+
 }  // namespace
 
 // The part of a transfer that lies in one block.
@@ -201,11 +209,6 @@ void cKVRSparseIO::RegisterPath() {
   if (!m_readOnly) FindPathLock(m_path.View());
 }
 
-u64 cKVRSparseIO::IndexedBlocks() {
-  const u64 bytes = m_backing->GetByteSize();
-  return bytes < SparseLayout::IndexByte(0) ? 0 : (bytes - SparseLayout::IndexByte(0)) / 4;
-}
-
 u32 cKVRSparseIO::LoadIndex(u64 firstBlock, u64 count) {
   const u32 loaded = static_cast<u32>(std::min<u64>(count, kWindowBlocks));
   u8 bytes[4 * kWindowBlocks];
@@ -266,6 +269,14 @@ cKVRSparseIO::Entry cKVRSparseIO::EnsureRecord(u64 block) {
 }
 
 u32 cKVRSparseIO::Read(void* buffer, u32 count, cBitMap* presence) {
+  return ReadRange(static_cast<u8*>(buffer), count, presence, Absent::kZeros);
+}
+
+u32 cKVRSparseIO::ReadStored(void* buffer, u32 count, cBitMap* presence) {
+  return ReadRange(static_cast<u8*>(buffer), count, presence, Absent::kUntouched);
+}
+
+u32 cKVRSparseIO::ReadRange(u8* buffer, u32 count, cBitMap* presence, Absent absent) {
   if (!IsOpen()) return 0;
   cSafeCriticalSectionAccess access(&m_section);
   const u64 first = m_position;
@@ -284,9 +295,9 @@ u32 cKVRSparseIO::Read(void* buffer, u32 count, cBitMap* presence) {
       windowCount = LoadIndex(windowFirst, lastBlock - windowFirst + 1);
     }
     if (!isComplete) chunk.record = m_window[chunk.block - windowFirst];
-    u8* out = static_cast<u8*>(buffer) + u64{done} * kSectorBytes;
+    u8* out = buffer + u64{done} * kSectorBytes;
     const u32 got = isComplete ? ReadComplete(chunk, out, done, presence)
-                               : ReadChunk(chunk, out, done, presence);
+                               : ReadChunk(chunk, out, done, presence, absent);
     m_position += got;
     done += got;
     if (got < chunk.count) return done;
@@ -314,9 +325,10 @@ u32 cKVRSparseIO::ReadComplete(const Chunk& chunk, u8* buffer, u64 bit, cBitMap*
   return ReadData(chunk, buffer);
 }
 
-u32 cKVRSparseIO::ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence) {
+u32 cKVRSparseIO::ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence,
+                            Absent absent) {
   if (chunk.record >= kNoRecord || !LoadMap(chunk.record)) {
-    return ReadAbsent(chunk, buffer, bit, presence);
+    return ReadAbsent(chunk, buffer, bit, presence, absent);
   }
   if (!std::memchr(m_map.data(), kMissing, m_layout.SectorsInBlock(chunk.block))) {
     m_complete.Remember(chunk.block, chunk.record);
@@ -333,14 +345,15 @@ u32 cKVRSparseIO::ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* pr
   return got;
 }
 
-u32 cKVRSparseIO::ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence) {
+u32 cKVRSparseIO::ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence,
+                             Absent absent) {
   if (m_parent) {
     m_parent->SetPosition(chunk.block * m_layout.blockSize + chunk.first);
     cSubBitMap view(presence, bit, chunk.count);
     return m_parent->Read(buffer, chunk.count, presence ? &view : nullptr);
   }
   if (presence) presence->SetRange(bit, chunk.count, false);
-  std::memset(buffer, 0, u64{chunk.count} * kSectorBytes);
+  if (absent == Absent::kZeros) std::memset(buffer, 0, u64{chunk.count} * kSectorBytes);
   return chunk.count;
 }
 
@@ -405,26 +418,59 @@ bool cKVRSparseIO::MarkSectorBad(u64 sector) {
 
 bool cKVRSparseIO::VisitExtents(u64 first, u64 count, const ExtentVisitor& visit) {
   cSafeCriticalSectionAccess access(&m_section);
-  if (!IsOpen() || first >= m_layout.sectorCount) return true;
+  if (!IsOpen() || first >= m_layout.sectorCount || count == 0) return true;
   const u64 end = first + std::min(count, m_layout.sectorCount - first);
   ExtentMerger merger(first, visit);
+  const auto addTo = [&](u64 block, SectorStatus status) {
+    const u64 blockEnd = std::min(end, block * m_layout.blockSize);
+    return merger.End() >= blockEnd || merger.Add(blockEnd - merger.End(), status);
+  };
+  const auto addRecord = [&](u64 block, Entry record) {
+    if (!addTo(block, kMissing)) return false;
+    if (!LoadMap(record)) return true;  // counts as missing, with what comes after it
+    const u32 skip = static_cast<u32>(merger.End() - block * m_layout.blockSize);
+    const u64 blockEnd = std::min(end, (block + 1) * m_layout.blockSize);
+    return merger.AddMap(&m_map[skip], static_cast<u32>(blockEnd - merger.End()));
+  };
   const u64 lastBlock = (end - 1) / m_layout.blockSize;
-  const u64 indexed = IndexedBlocks();
-  for (u64 block = first / m_layout.blockSize; block < indexed && merger.End() < end;) {
-    const u32 loaded = LoadIndex(block, std::min(lastBlock + 1, indexed) - block);
-    for (u32 i = 0; i < loaded; ++i, ++block) {
-      const u64 blockEnd = std::min(end, (block + 1) * m_layout.blockSize);
-      if (m_window[i] >= kNoRecord || !LoadMap(m_window[i])) {
-        if (!merger.Add(blockEnd - merger.End(), kMissing)) return false;
-        continue;
+  if (!ScanIndex(first / m_layout.blockSize, lastBlock + 1, addRecord)) return false;
+  return addTo(lastBlock + 1, kMissing) && merger.Flush();
+}
+
+cKVRSparseIO::IndexSurvey cKVRSparseIO::SurveyIndex() {
+  cSafeCriticalSectionAccess access(&m_section);
+  IndexSurvey survey;
+  if (!IsOpen()) return survey;
+  ScanIndex(0, m_layout.BlockCount(), [&survey](u64, Entry record) {
+    ++survey.records;
+    survey.recordEnd = std::max(survey.recordEnd, record + 1);
+    return true;
+  });
+  return survey;
+}
+
+bool cKVRSparseIO::ScanIndex(u64 block, u64 end, const std::function<bool(u64, Entry)>& call) {
+  const std::unique_ptr<u8[]> bytes(new (std::nothrow) u8[4 * kScanBlocks]);
+  // A damaged header may promise an index far longer than the file.
+  const u64 fileBytes = m_backing->GetByteSize();
+  end = std::min(end, fileBytes < kSectorBytes ? 0 : (fileBytes - kSectorBytes) / 4);
+  while (block < end) {
+    const u32 count = static_cast<u32>(std::min<u64>(end - block, kScanBlocks));
+    if (!bytes || !m_backing->ReadBytes(bytes.get(), SparseLayout::IndexByte(block), 4 * count)) {
+      const u32 loaded = LoadIndex(block, count);
+      for (u32 i = 0; i < loaded; ++i) {
+        if (m_window[i] < kNoRecord && !call(block + i, m_window[i])) return false;
       }
-      const u32 skip = static_cast<u32>(merger.End() - block * m_layout.blockSize);
-      const u32 inBlock = static_cast<u32>(blockEnd - merger.End());
-      if (!merger.AddMap(&m_map[skip], inBlock)) return false;
+      block += loaded;
+      continue;
     }
+    for (u32 i = 0; i < count; ++i) {
+      i += CountNoRecord(bytes.get() + u64{4} * i, count - i);
+      if (i < count && !call(block + i, LoadLe32(bytes.get() + u64{4} * i))) return false;
+    }
+    block += count;
   }
-  if (merger.End() < end && !merger.Add(end - merger.End(), kMissing)) return false;
-  return merger.Flush();
+  return true;
 }
 
 }  // namespace larkspur

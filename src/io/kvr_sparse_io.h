@@ -52,6 +52,10 @@ class cKVRSparseIO final : public cSparseIO {
   bool GetGeometry(u32* three) override;
   bool GetDescription(char16_t* buffer, i32 capacity) override;
 
+  // Read for a caller who fetches the rest himself: the buffer keeps what it held where nothing is
+  // stored, which saves filling it with zeros.
+  u32 ReadStored(void* buffer, u32 count, cBitMap* presence);
+
   // Records that the source could not deliver that sector. Takes no lock: its caller holds its own.
   bool MarkSectorBad(u64 sector);
 
@@ -60,6 +64,13 @@ class cKVRSparseIO final : public cSparseIO {
   // or map cannot be read counts as missing. False when it was ended by `visit`.
   using ExtentVisitor = std::function<bool(u64 start, u64 sectors, SectorStatus status)>;
   bool VisitExtents(u64 first, u64 count, const ExtentVisitor& visit);
+
+  // What the whole index says: how many blocks have a record, and the highest record number plus 1.
+  struct IndexSurvey {
+    u64 records = 0;
+    u64 recordEnd = 0;
+  };
+  IndexSurvey SurveyIndex();
 
   const SparseLayout& Layout() const { return m_layout; }
 
@@ -70,17 +81,18 @@ class cKVRSparseIO final : public cSparseIO {
 
   // Index entries loaded at once: those of 64 MiB of image, one page of the file.
   static constexpr u32 kWindowBlocks = 1024;
+  // And those read at once when the whole index is looked through.
+  static constexpr u32 kScanBlocks = 65536;
 
   bool IsOpen() const { return m_backing != nullptr; }
   void RegisterPath();
 
-  // How many blocks' entries the file is long enough for. A damaged header may promise more blocks
-  // than anybody could ask for one by one.
-  u64 IndexedBlocks();
-
   // Loads the entries of [firstBlock, firstBlock+count) into the window; count is at most
   // kWindowBlocks. Answers how many that were.
   u32 LoadIndex(u64 firstBlock, u64 count);
+  // Calls call(block, record) for the blocks of [block, end) that have a record, in order, until it
+  // answers false; then the answer is false, too. The loaded window is lost, the map is the call's.
+  bool ScanIndex(u64 block, u64 end, const std::function<bool(u64, Entry)>& call);
   bool LoadMap(Entry record);
   bool StoreMap(Entry record);
 
@@ -94,10 +106,12 @@ class cKVRSparseIO final : public cSparseIO {
 
   // The part of [sector, sector+remaining) that lies in the first block.
   Chunk ChunkAt(u64 sector, u32 remaining) const;
+  enum class Absent { kZeros, kUntouched };
+  u32 ReadRange(u8* buffer, u32 count, cBitMap* presence, Absent absent);
   // These read a chunk whose first bit in `presence` is `bit`.
-  u32 ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence);
+  u32 ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence, Absent absent);
   u32 ReadComplete(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence);
-  u32 ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence);
+  u32 ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence, Absent absent);
   u32 ReadData(const Chunk& chunk, u8* buffer);
   u32 WriteChunk(const Chunk& chunk, const u8* buffer, bool isNew);
 

@@ -21,8 +21,9 @@ namespace larkspur {
 struct SourceTraffic {
   std::atomic<u64> asked{0};       // sectors asked of the source, each counted once
   std::atomic<u64> askedAlone{0};  // of these, asked a second time
-  // Set from outside to stop asking; sectors not asked yet then fail without the source's doing.
-  std::atomic<bool> stop{false};
+  // Set from outside (where given) to stop asking; sectors not asked yet then fail without the
+  // source's doing.
+  const std::atomic<bool>* stop = nullptr;
   // The source has ended before the sector it was asked for, or went away.
   std::atomic<bool> gone{false};
   // Whether the last single sector that failed was refused by the source itself.
@@ -53,7 +54,7 @@ class cPiecewiseIO final : public cBaseIO {
   // What is known of a sector of the last request that came out short.
   enum class Kept : u8 { kNotAsked, kDelivered, kAskedWithNeighbours, kRefused };
 
-  bool MayAsk() const { return !m_traffic->stop && !m_traffic->gone; }
+  bool MayAsk() const { return !m_traffic->gone && !(m_traffic->stop && *m_traffic->stop); }
   // How many of `count` sectors at the position lie before the source's end.
   u32 SectorsInside(u32 count);
   u32 Ask(u64 sector, u8* buffer, u32 count);

@@ -68,7 +68,7 @@ u32 cReadOnceIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
   FindPathLock(m_image->Path().View());
   cBitMap held(count);
   m_image->SetPosition(m_position);
-  const u32 answer = m_image->Read(buffer, count, &held);
+  const u32 answer = m_image->ReadStored(buffer, count, &held);
   // An image that cannot be read to its end says nothing of what lies behind its answer.
   const bool isCut = answer < count && m_position + answer < m_image->GetSectorCount();
   const u32 known = isCut ? answer : count;

@@ -34,8 +34,12 @@ std::optional<SparseLayout> SparseLayout::ForNew(u64 sectorCount, u32 stamp) {
   return SparseLayout{sectorCount, BlockSizeFor(sectorCount), kSparseVersion, stamp};
 }
 
+bool SparseLayout::HasMagic(std::span<const u8, kSparseHeaderBytes> header) {
+  return std::memcmp(header.data(), kMagic, kMagicBytes) == 0;
+}
+
 std::optional<SparseLayout> SparseLayout::Parse(std::span<const u8, kSparseHeaderBytes> header) {
-  if (std::memcmp(header.data(), kMagic, kMagicBytes) != 0) return std::nullopt;
+  if (!HasMagic(header)) return std::nullopt;
   ByteReader reader(header);
   const SparseLayout layout{reader.Le64(kSectorCountAt), reader.Le32(kBlockSizeAt),
                             reader.Le32(kVersionAt), reader.Le32(kStampAt)};

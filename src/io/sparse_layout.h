@@ -47,6 +47,9 @@ struct SparseLayout {
   // record numbers can tell apart.
   static std::optional<SparseLayout> Parse(std::span<const u8, kSparseHeaderBytes> header);
 
+  // Whether the bytes begin with an image's magic, whatever follows it.
+  static bool HasMagic(std::span<const u8, kSparseHeaderBytes> header);
+
   std::array<u8, kSparseHeaderBytes> Header() const;
 
   u64 BlockCount() const { return sectorCount / blockSize + (sectorCount % blockSize != 0); }
@@ -54,6 +57,10 @@ struct SparseLayout {
   u64 DataStart() const { return IndexSectors() + 1; }
   u32 RecordSectors() const { return blockSize + 1; }
   u64 RecordSector(u64 record) const { return DataStart() + record * RecordSectors(); }
+  // How many whole records a file of that many sectors holds.
+  u64 RecordsIn(u64 fileSectors) const {
+    return fileSectors < DataStart() ? 0 : (fileSectors - DataStart()) / RecordSectors();
+  }
   // How many sectors of the image lie in that block: blockSize but for the last one.
   u32 SectorsInBlock(u64 block) const;
 

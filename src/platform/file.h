@@ -60,6 +60,9 @@ LockAnswer LockFileAlone(FileHandle file);
 // Whether both handles are of one file, whatever names they were opened by.
 bool IsSameFile(FileHandle one, FileHandle other);
 
+// The same of two paths; false when either cannot be opened for reading.
+bool AreSameFile(const char16_t* one, const char16_t* other);
+
 enum class PathKind { kAbsent, kFile, kFolder, kDevice, kOther, kUnknown };
 PathKind KindOfPath(const char16_t* path);
 

@@ -2,10 +2,10 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "base/job.h"
 
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "base/owned.h"
 #include "platform/clock.h"

@@ -9,6 +9,8 @@ namespace larkspur::fakes {
 bool ReadOnceRig::Open() {
   view.reset();
   traffic = std::make_shared<SourceTraffic>();
+  stop = false;
+  traffic->stop = &stop;
   guard = std::make_unique<ScriptedGuard>(traffic.get());
   Owned<cKVRSparseIO> image = OpenImage(store);
   if (!image) image = CreateImage(store, script->sectors);

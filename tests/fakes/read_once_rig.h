@@ -51,7 +51,8 @@ struct ReadOnceRig {
   std::shared_ptr<MemoryStore> store;
   std::shared_ptr<SourceTraffic> traffic;
   std::unique_ptr<ScriptedGuard> guard;
-  bool inPieces = true;  // through cPiecewiseIO
+  std::atomic<bool> stop{false};  // the user's wish, cleared by Open
+  bool inPieces = true;           // through cPiecewiseIO
   bool guarded = true;
   Owned<cReadOnceIO> view;
 };

@@ -15,6 +15,8 @@ namespace {
 
 class PiecewiseIO : public testing::Test {
  protected:
+  PiecewiseIO() { m_traffic->stop = &m_stop; }
+
   u32 Read(u64 sector, u32 count) {
     m_buffer.assign(u64{count} * kSectorBytes, 0xEE);
     m_io.SetPosition(sector);
@@ -35,6 +37,7 @@ class PiecewiseIO : public testing::Test {
   }
 
   std::shared_ptr<fakes::SourceScript> m_script = std::make_shared<fakes::SourceScript>(1000);
+  std::atomic<bool> m_stop{false};
   std::shared_ptr<SourceTraffic> m_traffic = std::make_shared<SourceTraffic>();
   cPiecewiseIO m_io{fakes::SourceOn(m_script), m_traffic};
   std::vector<u8> m_buffer;
@@ -96,17 +99,17 @@ TEST_F(PiecewiseIO, NeverAsksBehindTheEnd) {
 
 TEST_F(PiecewiseIO, StopsAskingWhenToldTo) {
   m_script->failing = {300};
-  m_script->onRequest = [this](u64 sector, u32) { m_traffic->stop = sector >= 256; };
+  m_script->onRequest = [this](u64 sector, u32) { m_stop = sector >= 256; };
   EXPECT_EQ(Read(0, 600), 300u);
   EXPECT_EQ(m_script->requests, 3u);
   EXPECT_EQ(Singly(298, 4), "11--") << "kept sectors are given, no other is asked";
   EXPECT_EQ(m_script->requests, 3u);
-  m_traffic->stop = false;
+  m_stop = false;
   m_script->onRequest = nullptr;
   EXPECT_EQ(Singly(298, 4), "11r1") << "asked when asking goes on";
   EXPECT_EQ(Singly(500, 1), "1");
   EXPECT_EQ(m_script->Asked(500), 1u);
-  m_traffic->stop = true;
+  m_stop = true;
   EXPECT_EQ(Read(700, 100), 0u);
   EXPECT_EQ(m_script->Asked(700), 0u);
 }
@@ -115,7 +118,7 @@ TEST_F(PiecewiseIO, ARefusalIsNotTakenForAnotherOne) {
   m_script->failing = {5};
   EXPECT_EQ(Read(5, 1), 0u);
   EXPECT_EQ(Singly(5, 1), "r");
-  m_traffic->stop = true;
+  m_stop = true;
   EXPECT_EQ(Singly(700, 1), "-") << "not asked, so not refused";
 }
 

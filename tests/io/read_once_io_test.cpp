@@ -150,7 +150,7 @@ TEST(ReadOnceIO, StopsWithoutMarkingWhatWasNotRefused) {
   ReadOnceRig rig(1000);
   rig.script->failing = {300};
   ASSERT_TRUE(rig.Open());
-  rig.script->onRequest = [&rig](u64 sector, u32) { rig.traffic->stop = sector >= 256; };
+  rig.script->onRequest = [&rig](u64 sector, u32) { rig.stop = sector >= 256; };
   EXPECT_EQ(rig.Read(0, 600), 300u) << "what was delivered is answered";
   EXPECT_EQ(rig.guard->lastAsked, 300u);
   EXPECT_EQ(rig.Statuses(), std::string(300, 'p') + std::string(700, '.'));

@@ -114,7 +114,7 @@ TEST(ReadOnceProof, InterruptedRunsGoOnWhereTheyStopped) {
       rig.script->Forget();
       const u64 patience = 1 + random.Below(300);
       rig.script->onRequest = [&rig, patience](u64, u32) {
-        rig.traffic->stop = rig.script->requests >= patience;
+        rig.stop = rig.script->requests >= patience;
       };
       rig.ReadAll(request);
       ASSERT_EQ(rig.script->AskedMoreThan(2), "");

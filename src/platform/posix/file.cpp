@@ -2,24 +2,29 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "platform/file.h"
 
+#include <cerrno>
+#include <cstdio>
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdio>
-
 #include "base/path_text.h"
+#include "platform/owned_file.h"
 #include "platform/system_error.h"
 
 namespace larkspur::platform {
 namespace {
 
-int Descriptor(FileHandle file) { return static_cast<int>(file); }
+int Descriptor(FileHandle file) {
+  return static_cast<int>(file);
+}
 
-void RememberErrno() { SetLastFailure(static_cast<u32>(errno)); }
+void RememberErrno() {
+  SetLastFailure(static_cast<u32>(errno));
+}
 
 bool Succeeded(int result) {
   if (result != 0) RememberErrno();
@@ -69,7 +74,9 @@ FileHandle CreateEmptyFile(const char16_t* path) {
   return descriptor;
 }
 
-void CloseFile(FileHandle file) { close(Descriptor(file)); }
+void CloseFile(FileHandle file) {
+  close(Descriptor(file));
+}
 
 u32 ReadFileAt(FileHandle file, void* buffer, u32 length, u64 offset) {
   return Moved(pread(Descriptor(file), buffer, length, static_cast<off_t>(offset)));
@@ -94,7 +101,9 @@ bool SetFileSize(FileHandle file, u64 bytes) {
 
 void MakeSparse(FileHandle) {}  // every POSIX file may have holes
 
-bool SyncFile(FileHandle file) { return Succeeded(fsync(Descriptor(file))); }
+bool SyncFile(FileHandle file) {
+  return Succeeded(fsync(Descriptor(file)));
+}
 
 bool SetFileTimes(FileHandle file, const FileTimes& times) {
   const timespec both[2] = {TimeOrKeep(times.access), TimeOrKeep(times.write)};
@@ -111,6 +120,11 @@ bool IsSameFile(FileHandle one, FileHandle other) {
   struct stat a, b;
   return fstat(Descriptor(one), &a) == 0 && fstat(Descriptor(other), &b) == 0 &&
          a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+bool AreSameFile(const char16_t* one, const char16_t* other) {
+  const OwnedFile a(OpenExistingFile(one, kOpenRead)), b(OpenExistingFile(other, kOpenRead));
+  return a.IsOpen() && b.IsOpen() && IsSameFile(a.Handle(), b.Handle());
 }
 
 PathKind KindOfPath(const char16_t* path) {
@@ -135,7 +149,9 @@ bool RenameToUnused(const char16_t* from, const char16_t* to) {
   return Succeeded(rename(source.c_str(), target.c_str()));
 }
 
-bool RemoveFile(const char16_t* path) { return Succeeded(unlink(Utf8FromWide(path).c_str())); }
+bool RemoveFile(const char16_t* path) {
+  return Succeeded(unlink(Utf8FromWide(path).c_str()));
+}
 
 std::optional<u64> FreeBytes(const char16_t* path) {
   struct statvfs room;

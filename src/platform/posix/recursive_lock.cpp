@@ -18,8 +18,14 @@ RecursiveLock::RecursiveLock() {
   static_assert(sizeof(std::recursive_mutex) <= kStorageBytes);
   new (m_storage) std::recursive_mutex;
 }
-RecursiveLock::~RecursiveLock() { Mutex(m_storage).~recursive_mutex(); }
-void RecursiveLock::Enter() { Mutex(m_storage).lock(); }
-void RecursiveLock::Leave() { Mutex(m_storage).unlock(); }
+RecursiveLock::~RecursiveLock() {
+  Mutex(m_storage).~recursive_mutex();
+}
+void RecursiveLock::Enter() {
+  Mutex(m_storage).lock();
+}
+void RecursiveLock::Leave() {
+  Mutex(m_storage).unlock();
+}
 
 }  // namespace larkspur::platform

@@ -6,9 +6,17 @@
 
 namespace larkspur::platform {
 
-void* SharedHeapAllocate(size_t bytes) noexcept { return std::malloc(bytes); }
-void SharedHeapRelease(void* block) noexcept { std::free(block); }
-void* SharedHeapHandle() noexcept { return nullptr; }
-void* SharedHeapHandleOrNew() noexcept { return nullptr; }
+void* SharedHeapAllocate(size_t bytes) noexcept {
+  return std::malloc(bytes);
+}
+void SharedHeapRelease(void* block) noexcept {
+  std::free(block);
+}
+void* SharedHeapHandle() noexcept {
+  return nullptr;
+}
+void* SharedHeapHandleOrNew() noexcept {
+  return nullptr;
+}
 
 }  // namespace larkspur::platform

@@ -12,13 +12,19 @@ thread_local u32 t_lastFailure = 0;
 
 }  // namespace
 
-u32 LastFailure() { return t_lastFailure; }
-void SetLastFailure(u32 code) { t_lastFailure = code; }
+u32 LastFailure() {
+  return t_lastFailure;
+}
+void SetLastFailure(u32 code) {
+  t_lastFailure = code;
+}
 
 std::string FailureText(u32 code) {
   return std::generic_category().message(static_cast<int>(code));
 }
 
-bool IsDiskFull(u32 code) { return code == ENOSPC || code == EDQUOT || code == EFBIG; }
+bool IsDiskFull(u32 code) {
+  return code == ENOSPC || code == EDQUOT || code == EFBIG;
+}
 
 }  // namespace larkspur::platform

@@ -27,8 +27,12 @@ void PrepareStandardStreams() {
   signal(SIGXFSZ, SIG_IGN);  // a file-size limit is then an error of the write, which we report
 }
 
-bool IsErrorOutputATerminal() { return isatty(STDERR_FILENO) != 0; }
-bool IsOutputATerminal() { return isatty(STDOUT_FILENO) != 0; }
+bool IsErrorOutputATerminal() {
+  return isatty(STDERR_FILENO) != 0;
+}
+bool IsOutputATerminal() {
+  return isatty(STDOUT_FILENO) != 0;
+}
 
 u32 TerminalColumns() {
   winsize size{};

@@ -2,12 +2,12 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "platform/thread.h"
 
-#include <cxxabi.h>
-#include <pthread.h>
-
 #include <atomic>
 #include <memory>
 #include <new>
+
+#include <cxxabi.h>
+#include <pthread.h>
 
 namespace larkspur::platform {
 namespace {
@@ -42,9 +42,13 @@ ThreadHandle StartThread(ThreadRoutine routine, void* argument) {
   return nullptr;
 }
 
-bool IsThreadRunning(ThreadHandle thread) { return static_cast<Thread*>(thread)->running; }
+bool IsThreadRunning(ThreadHandle thread) {
+  return static_cast<Thread*>(thread)->running;
+}
 
-void ForceThreadToStop(ThreadHandle thread) { pthread_cancel(static_cast<Thread*>(thread)->id); }
+void ForceThreadToStop(ThreadHandle thread) {
+  pthread_cancel(static_cast<Thread*>(thread)->id);
+}
 
 void CloseThread(ThreadHandle thread) {
   const std::unique_ptr<Thread> record(static_cast<Thread*>(thread));

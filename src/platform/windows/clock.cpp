@@ -26,7 +26,9 @@ bool ToUtc(const SYSTEMTIME* local, SYSTEMTIME* utc) {
 
 }  // namespace
 
-u32 TickCount() { return GetTickCount(); }
+u32 TickCount() {
+  return GetTickCount();
+}
 
 double MonotonicSeconds() {
   LARGE_INTEGER count, frequency;
@@ -49,6 +51,8 @@ i64 LocalToUtcSeconds(i64 localSeconds) {
   return static_cast<i64>(ticks.QuadPart) / kTicksPerSecond - kUnixEpochSeconds;
 }
 
-void SleepMilliseconds(u32 milliseconds) { Sleep(milliseconds); }
+void SleepMilliseconds(u32 milliseconds) {
+  Sleep(milliseconds);
+}
 
 }  // namespace larkspur::platform

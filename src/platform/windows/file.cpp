@@ -3,8 +3,10 @@
 #include "platform/file.h"
 
 #include <windows.h>
+
 #include <winioctl.h>
 
+#include "platform/owned_file.h"
 #include "platform/system_error.h"
 #include "platform/windows/native_path.h"
 
@@ -17,7 +19,9 @@ constexpr i64 kTicksPerSecond = 10'000'000;     // a FILETIME counts 100 ns
 // The lock is a byte far behind any data: Windows locks are mandatory, and readers go on.
 constexpr DWORD kLockOffsetHigh = 0x40000000;
 
-HANDLE Handle(FileHandle file) { return reinterpret_cast<HANDLE>(file); }
+HANDLE Handle(FileHandle file) {
+  return reinterpret_cast<HANDLE>(file);
+}
 
 bool Succeeded(BOOL result) {
   if (!result) SetLastFailure(GetLastError());
@@ -63,7 +67,9 @@ FileHandle CreateEmptyFile(const char16_t* path) {
                             FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-void CloseFile(FileHandle file) { CloseHandle(Handle(file)); }
+void CloseFile(FileHandle file) {
+  CloseHandle(Handle(file));
+}
 
 u32 ReadFileAt(FileHandle file, void* buffer, u32 length, u64 offset) {
   OVERLAPPED place = At(offset);
@@ -99,7 +105,9 @@ void MakeSparse(FileHandle file) {
   DeviceIoControl(Handle(file), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &returned, nullptr);
 }
 
-bool SyncFile(FileHandle file) { return Succeeded(FlushFileBuffers(Handle(file))); }
+bool SyncFile(FileHandle file) {
+  return Succeeded(FlushFileBuffers(Handle(file)));
+}
 
 bool SetFileTimes(FileHandle file, const FileTimes& times) {
   FILETIME creation, access, write;
@@ -128,6 +136,11 @@ bool IsSameFile(FileHandle one, FileHandle other) {
          a.nFileIndexLow == b.nFileIndexLow;
 }
 
+bool AreSameFile(const char16_t* one, const char16_t* other) {
+  const OwnedFile a(OpenExistingFile(one, kOpenRead)), b(OpenExistingFile(other, kOpenRead));
+  return a.IsOpen() && b.IsOpen() && IsSameFile(a.Handle(), b.Handle());
+}
+
 PathKind KindOfPath(const char16_t* path) {
   if (IsDevicePath(path)) return PathKind::kDevice;
   const DWORD attributes = GetFileAttributesW(NativePath(path).c_str());
@@ -144,7 +157,9 @@ bool RenameToUnused(const char16_t* from, const char16_t* to) {
   return Succeeded(MoveFileExW(NativePath(from).c_str(), NativePath(to).c_str(), 0));
 }
 
-bool RemoveFile(const char16_t* path) { return Succeeded(DeleteFileW(NativePath(path).c_str())); }
+bool RemoveFile(const char16_t* path) {
+  return Succeeded(DeleteFileW(NativePath(path).c_str()));
+}
 
 std::optional<u64> FreeBytes(const char16_t* path) {
   std::wstring place = NativePath(path);

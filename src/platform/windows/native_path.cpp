@@ -10,7 +10,9 @@ namespace {
 // Folders must leave room for an 8.3 name below the limit of 260.
 constexpr size_t kClassicLimit = 248;
 
-bool StartsWith(const std::wstring& text, const wchar_t* prefix) { return text.rfind(prefix, 0) == 0; }
+bool StartsWith(const std::wstring& text, const wchar_t* prefix) {
+  return text.rfind(prefix, 0) == 0;
+}
 
 std::wstring Absolute(const std::wstring& path) {
   const DWORD needed = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);

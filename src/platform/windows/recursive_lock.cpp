@@ -17,8 +17,14 @@ RecursiveLock::RecursiveLock() {
   static_assert(sizeof(CRITICAL_SECTION) <= kStorageBytes);
   InitializeCriticalSection(Section(m_storage));
 }
-RecursiveLock::~RecursiveLock() { DeleteCriticalSection(Section(m_storage)); }
-void RecursiveLock::Enter() { EnterCriticalSection(Section(m_storage)); }
-void RecursiveLock::Leave() { LeaveCriticalSection(Section(m_storage)); }
+RecursiveLock::~RecursiveLock() {
+  DeleteCriticalSection(Section(m_storage));
+}
+void RecursiveLock::Enter() {
+  EnterCriticalSection(Section(m_storage));
+}
+void RecursiveLock::Leave() {
+  LeaveCriticalSection(Section(m_storage));
+}
 
 }  // namespace larkspur::platform

@@ -13,8 +13,12 @@ thread_local u32 t_lastFailure = 0;
 
 }  // namespace
 
-u32 LastFailure() { return t_lastFailure; }
-void SetLastFailure(u32 code) { t_lastFailure = code; }
+u32 LastFailure() {
+  return t_lastFailure;
+}
+void SetLastFailure(u32 code) {
+  t_lastFailure = code;
+}
 
 std::string FailureText(u32 code) {
   wchar_t text[512];
@@ -25,6 +29,8 @@ std::string FailureText(u32 code) {
   return Utf8FromWide({reinterpret_cast<const char16_t*>(text), length});
 }
 
-bool IsDiskFull(u32 code) { return code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL; }
+bool IsDiskFull(u32 code) {
+  return code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL;
+}
 
 }  // namespace larkspur::platform

@@ -16,7 +16,9 @@ namespace {
 
 std::atomic<bool> g_interrupted{false};
 
-BOOL WINAPI OnControl(DWORD) { return !g_interrupted.exchange(true); }
+BOOL WINAPI OnControl(DWORD) {
+  return !g_interrupted.exchange(true);
+}
 
 }  // namespace
 
@@ -37,8 +39,12 @@ void PrepareStandardStreams() {
   SetConsoleOutputCP(CP_UTF8);
 }
 
-bool IsErrorOutputATerminal() { return _isatty(_fileno(stderr)) != 0; }
-bool IsOutputATerminal() { return _isatty(_fileno(stdout)) != 0; }
+bool IsErrorOutputATerminal() {
+  return _isatty(_fileno(stderr)) != 0;
+}
+bool IsOutputATerminal() {
+  return _isatty(_fileno(stdout)) != 0;
+}
 
 u32 TerminalColumns() {
   CONSOLE_SCREEN_BUFFER_INFO info;

@@ -4,9 +4,9 @@
 
 #include <windows.h>
 
-#include <process.h>
-
 #include <new>
+
+#include <process.h>
 
 namespace larkspur::platform {
 namespace {
@@ -27,7 +27,9 @@ unsigned __stdcall Enter(void* argument) {
 // Where a forced thread goes on. It looks called by the interrupted instruction, whose address the
 // stopper has pushed, but with any stack alignment: a frame of known shape puts that right before
 // the throw, and lets the unwinder find the way back.
-extern "C" [[noreturn]] void larkspur_throw_forced_stop() { throw 0; }
+extern "C" [[noreturn]] void larkspur_throw_forced_stop() {
+  throw 0;
+}
 extern "C" void larkspur_forced_stop_entry();
 asm(R"(
   .text
@@ -74,7 +76,9 @@ void ForceThreadToStop(ThreadHandle thread) {
   ResumeThread(thread);
 }
 
-void CloseThread(ThreadHandle thread) { CloseHandle(thread); }
+void CloseThread(ThreadHandle thread) {
+  CloseHandle(thread);
+}
 
 bool RunGuarded(void (*work)(void*), void (*onAbort)(void*), void* argument) {
   try {

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// The commands: each turns what a person asked into calls, and results into words or JSON. All
+// answer the program's exit status. Paths are UTF-8 as base/path_text.h has it.
+
+#include <optional>
+#include <string>
+
+#include "base/types.h"
+#include "cli/exit_status.h"
+
+namespace larkspur::cli {
+
+struct SourceOptions {
+  std::string source;
+  std::string cache;
+  std::string testMode;  // a ddrescue mapfile, or empty
+  u64 start = 0;
+  std::optional<u64> sectors;
+  bool json = false;
+};
+
+struct ReadOptions : SourceOptions {
+  std::string output;  // empty: standard output
+};
+
+struct MapOptions {
+  std::string cache;
+  std::string png;
+  std::string svg;
+  std::string mapfile;
+  bool json = false;
+};
+
+struct ExportOptions {
+  std::string cache;
+  std::string output;
+  bool force = false;
+};
+
+ExitStatus RunImage(const SourceOptions& options);
+ExitStatus RunRead(const ReadOptions& options);
+ExitStatus RunInfo(const std::string& cache, bool json);
+ExitStatus RunMap(const MapOptions& options);
+ExitStatus RunCheck(const std::string& cache, bool repair, bool json);
+ExitStatus RunExport(const ExportOptions& options);
+
+}  // namespace larkspur::cli

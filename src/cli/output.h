@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// What the command line prints: results to standard output, everything else to standard error.
+
+#include <string>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "cli/exit_status.h"
+
+namespace larkspur::cli {
+
+using Json = nlohmann::ordered_json;
+
+void Print(const std::string& text);
+void PrintJson(const Json& document);
+
+// One JSON string literal, quotes included, for documents that are written piece by piece.
+std::string JsonText(const std::string& text);
+
+// A line "larkspur: ..." for the user, beside the results.
+void Tell(const std::string& message);
+
+// Tells what failed and answers kExitFailed.
+ExitStatus Fail(const std::string& message);
+
+// "name: message: what the system said", without the last part when `systemError` is 0.
+std::string Failure(const std::string& name, const std::string& message, unsigned systemError);
+
+}  // namespace larkspur::cli

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "cli/storages.h"
+
+#include "base/path_text.h"
+#include "cli/output.h"
+#include "platform/system_error.h"
+
+namespace larkspur::cli {
+namespace {
+
+std::string SourceWords(const Source& source, const SourceOptions& options) {
+  const std::string& name = options.source;
+  switch (source.answer) {
+    case SourceAnswer::kOpened:
+      return {};
+    case SourceAnswer::kCannotOpen:
+      return Failure(name, "the source cannot be opened for reading", source.systemError);
+    case SourceAnswer::kEmpty:
+      return name + ": the source is empty: it has no whole sector of 512 bytes";
+    case SourceAnswer::kTooLarge:
+      return fmt::format("{}: the source has {} sectors; a cache holds fewer than {}", name,
+                         source.sectors, kMaxSparseSectors);
+    case SourceAnswer::kMapfileUnreadable:
+      return Failure(options.testMode, "the mapfile cannot be read", source.systemError);
+    case SourceAnswer::kMapfileWrong:
+      return fmt::format("{}: line {}: {}", options.testMode, source.mapfileFault.line,
+                         source.mapfileFault.detail);
+  }
+  return {};
+}
+
+std::string CacheWords(const std::string& name, const Cache& cache, u64 sourceSectors) {
+  switch (cache.answer) {
+    case CacheAnswer::kOpened:
+      return {};
+    case CacheAnswer::kAbsent:
+      return name + ": there is no such cache";
+    case CacheAnswer::kCannotOpen:
+      return Failure(name, "the cache cannot be opened", cache.systemError);
+    case CacheAnswer::kFolder:
+      return name + ": this is a folder; name a file in it, such as disk.kvrsp";
+    case CacheAnswer::kSameAsSource:
+      return name + ": source and cache are the same file; the cache must be another one";
+    case CacheAnswer::kForeign:
+      return name + ": this file is not a cache; it is left as it is, choose another name";
+    case CacheAnswer::kDamagedHeader:
+      return name + ": the cache's header is damaged; 'larkspur check' says more";
+    case CacheAnswer::kIncomplete:
+      return name + ": the cache ends too early; 'larkspur check --repair' mends what can be";
+    case CacheAnswer::kOtherSize:
+      return fmt::format(
+          "{}: the cache is of a storage with {} sectors, but the source has {}: another disk?",
+          name, cache.cacheSectors, sourceSectors);
+    case CacheAnswer::kHeldElsewhere:
+      return name + ": another run is working on this cache; wait for its end";
+    case CacheAnswer::kCannotCreate:
+      return Failure(name, "the cache cannot be made", cache.systemError);
+  }
+  return {};
+}
+
+}  // namespace
+
+std::optional<Source> OpenSourceOrTell(const SourceOptions& options) {
+  Source source = OpenSource(WideFromUtf8(options.source), WideFromUtf8(options.testMode));
+  if (source.answer != SourceAnswer::kOpened) {
+    Tell(SourceWords(source, options));
+    return std::nullopt;
+  }
+  if (source.looseBytes > 0) {
+    Tell(fmt::format("{}: the last {} bytes are no whole sector and are left out", options.source,
+                     source.looseBytes));
+  }
+  return source;
+}
+
+std::optional<Cache> OpenCacheToLook(const std::string& path) {
+  Cache cache = OpenCache(WideFromUtf8(path), CacheAccess::kLook, 0);
+  if (cache.answer == CacheAnswer::kOpened) return cache;
+  TellCacheAnswer(path, cache, 0);
+  return std::nullopt;
+}
+
+void TellCacheAnswer(const std::string& name, const Cache& cache, u64 sourceSectors) {
+  Tell(CacheWords(name, cache, sourceSectors));
+}
+
+ExitStatus OpenPair(const SourceOptions& options, Pair* pair) {
+  auto source = OpenSourceOrTell(options);
+  if (!source) return kExitFailed;
+  pair->source = std::move(*source);
+  const u64 sectors = pair->source.sectors;
+  if (options.start >= sectors) {
+    Tell(fmt::format("--start {} lies behind the end: the source has {} sectors", options.start,
+                     sectors));
+    return kExitUsage;
+  }
+  pair->first = options.start;
+  pair->count = std::min(options.sectors.value_or(sectors), sectors - options.start);
+  pair->cache =
+      OpenOrCreateCache(WideFromUtf8(options.cache), WideFromUtf8(options.source), sectors);
+  if (pair->cache.answer != CacheAnswer::kOpened) {
+    TellCacheAnswer(options.cache, pair->cache, sectors);
+    return kExitFailed;
+  }
+  return kExitDone;
+}
+
+ExitStatus TellReadEnd(ReadEnd end, unsigned systemError, const SourceOptions& options) {
+  switch (end) {
+    case ReadEnd::kNotEnded:
+      return kExitDone;
+    case ReadEnd::kStopped:
+      Tell("stopped; what was read is in " + options.cache +
+           ", the same command goes on from there");
+      return kExitInterrupted;
+    case ReadEnd::kSourceGone:
+      return Fail(Failure(options.source,
+                          "the source has become shorter or is gone; what was read is in " +
+                              options.cache + ", the same command goes on when it is back",
+                          systemError));
+    case ReadEnd::kStoreFailed: {
+      const char* words =
+          platform::IsDiskFull(systemError)
+              ? "there is no more room for the cache; what was stored is kept, make "
+                "room and run the same command again"
+              : "the cache could not be written; what was stored before is kept";
+      return Fail(Failure(options.cache, words, systemError));
+    }
+    case ReadEnd::kCacheFailed:
+      return Fail(
+          Failure(options.cache, "the cache cannot be read; try 'larkspur check'", systemError));
+  }
+  return kExitFailed;
+}
+
+}  // namespace larkspur::cli

@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "imaging/check.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <unordered_map>
+
+#include <fmt/format.h>
+
+#include "base/endian.h"
+#include "io/flat_io.h"
+#include "io/sparse_layout.h"
+#include "platform/system_error.h"
+
+namespace larkspur {
+namespace {
+
+constexpr u32 kWindowBlocks = 4096;  // index entries read at once
+
+// A set of record numbers that costs memory only where there are any.
+class RecordSet {
+ public:
+  // False when the record was in the set already.
+  bool Insert(u64 record) {
+    std::unique_ptr<Page>& page = m_pages[record / kPageBits];
+    if (!page) page = std::make_unique<Page>();
+    u64& word = (*page)[record % kPageBits / 64];
+    const u64 bit = u64{1} << (record % 64);
+    const bool isNew = !(word & bit);
+    word |= bit;
+    m_size += isNew;
+    return isNew;
+  }
+  u64 Size() const { return m_size; }
+
+ private:
+  static constexpr u64 kPageBits = 32768;
+  using Page = std::array<u64, kPageBits / 64>;
+  std::unordered_map<u64, std::unique_ptr<Page>> m_pages;
+  u64 m_size = 0;
+};
+
+class Checker {
+ public:
+  Checker(cFlatIO* file, bool repair, CheckResult* result)
+      : m_file(file), m_repair(repair), m_result(result) {}
+
+  void Run() {
+    if (!CheckHeader() || !CheckLength()) return;
+    const u64 blocks = m_layout.BlockCount();
+    for (u64 block = 0; block < blocks; block += kWindowBlocks) {
+      CheckWindow(block, static_cast<u32>(std::min<u64>(kWindowBlocks, blocks - block)));
+    }
+    CheckEnd();
+    const u64 whole = m_layout.RecordsIn(m_file->GetSectorCount());
+    m_result->unusedRecords = whole - std::min(whole, m_used.Size());
+  }
+
+ private:
+  void Report(ProblemKind kind, std::optional<u64> block, std::string detail, bool repaired) {
+    ++m_result->problemCount;
+    m_result->repairedCount += repaired;
+    if (m_result->problems.size() < kMaxListedProblems) {
+      m_result->problems.push_back({kind, block, std::move(detail), repaired});
+    }
+  }
+
+  bool CheckHeader() {
+    std::array<u8, kSparseHeaderBytes> header{};
+    std::string fault;
+    if (!m_file->ReadBytes(header.data(), 0, kSparseHeaderBytes)) {
+      fault = "the file is too short for a header";
+    } else if (!SparseLayout::HasMagic(header)) {
+      fault = "the magic \"KVRSparF\" is missing: not a cache";
+    } else if (const auto layout = SparseLayout::Parse(header); layout && layout->sectorCount > 0) {
+      m_layout = *layout;
+      return true;
+    } else {
+      fault = fmt::format("sector count {} and block size {} make no sense together",
+                          LoadLe64(&header[8]), LoadLe32(&header[16]));
+    }
+    Report(ProblemKind::kHeader, std::nullopt, fault, false);
+    return false;
+  }
+
+  bool CheckLength() {
+    m_fileSectors = m_file->GetSectorCount();
+    if (m_fileSectors >= m_layout.DataStart()) return true;
+    Report(ProblemKind::kShortIndex, std::nullopt,
+           fmt::format("{} sectors need an index up to sector {}, but the file has {} sectors",
+                       m_layout.sectorCount, m_layout.DataStart(), m_fileSectors),
+           false);
+    return false;
+  }
+
+  void CheckWindow(u64 first, u32 count) {
+    std::array<u8, 4 * kWindowBlocks> entries;
+    if (!m_file->ReadBytes(entries.data(), SparseLayout::IndexByte(first), 4 * count)) {
+      Report(ProblemKind::kUnreadableMap, first, "the index cannot be read here", false);
+      return;
+    }
+    for (u32 i = 0; i < count; ++i) {
+      const u32 record = LoadLe32(&entries[4 * i]);
+      if (record != kNoRecord) CheckBlock(first + i, record);
+    }
+  }
+
+  void CheckBlock(u64 block, u32 record) {
+    const u64 start = m_layout.RecordSector(record);
+    if (start >= m_fileSectors) {
+      Report(ProblemKind::kRecordBeyond, block,
+             fmt::format("record {} begins at sector {}, the file has {}", record, start,
+                         m_fileSectors),
+             m_repair && GiveUpRecord(block));
+      return;
+    }
+    if (!m_used.Insert(record)) {
+      Report(ProblemKind::kSharedRecord, block,
+             fmt::format("record {} belongs to another block, too", record), false);
+      return;
+    }
+    std::array<u8, kMaxSparseBlock> map;
+    if (!m_file->ReadBytes(map.data(), start << kSectorShift, m_layout.blockSize)) {
+      Report(ProblemKind::kUnreadableMap, block, "its status map cannot be read", false);
+      return;
+    }
+    CheckMap(block, map.data());
+    if (start + m_layout.RecordSectors() > m_fileSectors) CheckCutRecord(block, start, map.data());
+  }
+
+  void CheckMap(u64 block, const u8* map) {
+    const u8* end = map + m_layout.SectorsInBlock(block);
+    const u8* odd = std::find_if(map, end, [](u8 status) { return status > kUnreadable; });
+    if (odd == end) return;
+    Report(ProblemKind::kStatus, block,
+           fmt::format("status {} of sector {}, taken as present", *odd,
+                       block * m_layout.blockSize + static_cast<u64>(odd - map)),
+           false);
+  }
+
+  void CheckCutRecord(u64 block, u64 start, u8* map) {
+    const u32 held = static_cast<u32>(m_fileSectors - start - 1);
+    u8* lost = map + held;
+    const u8* end = map + m_layout.SectorsInBlock(block);
+    const auto count = lost < end ? std::count(lost, const_cast<u8*>(end), kPresent) : 0;
+    const bool repaired = m_repair && MakeWhole(start, map, held);
+    Report(ProblemKind::kRecordCut, block,
+           fmt::format("the file ends after {} of {} sectors; {} stored ones are lost", held,
+                       m_layout.blockSize, count),
+           repaired);
+  }
+
+  bool MakeWhole(u64 start, u8* map, u32 held) {
+    std::replace(map + held, map + m_layout.blockSize, u8{kPresent}, u8{kMissing});
+    return m_file->WriteBytes(map, start << kSectorShift, m_layout.blockSize) &&
+           m_file->SetSectorCount(start + m_layout.RecordSectors());
+  }
+
+  bool GiveUpRecord(u64 block) {
+    u8 entry[4];
+    StoreLe32(entry, kNoRecord);
+    return m_file->WriteBytes(entry, SparseLayout::IndexByte(block), sizeof entry);
+  }
+
+  void CheckEnd() {
+    const u64 sectors = m_file->GetSectorCount();
+    const u64 loose = (sectors - m_layout.DataStart()) % m_layout.RecordSectors();
+    const u64 looseBytes = m_file->GetByteSize() % kSectorBytes;
+    if (loose == 0 && looseBytes == 0) return;
+    const u64 end = m_layout.RecordSector(m_layout.RecordsIn(sectors) + 1);
+    Report(ProblemKind::kLooseEnd, std::nullopt,
+           fmt::format("{} sectors and {} bytes follow the last whole record", loose, looseBytes),
+           m_repair && m_file->SetSectorCount(end));
+  }
+
+  cFlatIO* m_file;
+  bool m_repair;
+  CheckResult* m_result;
+  SparseLayout m_layout;
+  u64 m_fileSectors = 0;
+  RecordSet m_used;
+};
+
+}  // namespace
+
+const char* ProblemKindName(ProblemKind kind) {
+  switch (kind) {
+    case ProblemKind::kHeader:
+      return "header";
+    case ProblemKind::kShortIndex:
+      return "short-index";
+    case ProblemKind::kRecordBeyond:
+      return "record-beyond-end";
+    case ProblemKind::kRecordCut:
+      return "record-cut";
+    case ProblemKind::kSharedRecord:
+      return "shared-record";
+    case ProblemKind::kStatus:
+      return "status";
+    case ProblemKind::kUnreadableMap:
+      return "unreadable";
+    case ProblemKind::kLooseEnd:
+      return "loose-end";
+  }
+  return "unknown";
+}
+
+CheckResult CheckCache(const std::u16string& path, bool repair) {
+  CheckResult result;
+  platform::SetLastFailure(0);
+  cFlatIO file;
+  result.opened = file.OpenPath(path, !repair);
+  result.systemError = platform::LastFailure();
+  if (result.opened) Checker(&file, repair, &result).Run();
+  return result;
+}
+
+}  // namespace larkspur

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "imaging/imager.h"
+
+#include <algorithm>
+
+#include "platform/clock.h"
+#include "platform/system_error.h"
+
+namespace larkspur {
+
+cImager::cImager(Cache* cache, Source* source, const std::atomic<bool>* stop)
+    : m_cache(cache),
+      m_source(source),
+      m_reader(cache, source, stop),
+      m_buffer(new u8[u64{kRequestSectors} * kSectorBytes]),
+      m_lastSync(platform::MonotonicSeconds()) {
+  m_reader.OnEachRefusal([this] {
+    Tell();
+    SyncWhenDue();  // a failure shows again at the next one
+  });
+}
+
+void cImager::Prepare(u64 first, u64 count) {
+  const u64 sectors = m_source->sectors;
+  m_first = std::min(first, sectors);
+  m_count = std::min(count, sectors - m_first);
+  m_progress.sectors = sectors;
+  m_progress.counts = CountStatuses(m_cache->image.get(), 0, sectors);
+  m_progress.left = m_count == sectors
+                        ? m_progress.counts.missing
+                        : CountStatuses(m_cache->image.get(), m_first, m_count).missing;
+}
+
+ReadEnd cImager::Run(const Monitor& monitor) {
+  if (!m_reader.IsReady()) return ReadEnd::kCacheFailed;
+  m_monitor = monitor;
+  ReadEnd end = ReadEnd::kNotEnded;
+  // The visiting object is not the one that writes: it meets each stretch as it was before this
+  // run.
+  m_cache->image->VisitExtents(m_first, m_count, [&](u64 start, u64 sectors, SectorStatus status) {
+    if (status == kMissing) end = Fetch(start, sectors);
+    return end == ReadEnd::kNotEnded;
+  });
+  Tell();
+  if (!m_cache->hold->Sync() && end == ReadEnd::kNotEnded) {
+    m_systemError = platform::LastFailure();
+    end = ReadEnd::kStoreFailed;
+  }
+  return end;
+}
+
+ReadEnd cImager::Fetch(u64 first, u64 count) {
+  const u64 end = first + count;
+  while (first < end) {
+    const u64 boundary = (first / kRequestSectors + 1) * kRequestSectors;
+    const u32 request = static_cast<u32>(std::min(boundary, end) - first);
+    const u64 refusedBefore = m_reader.Refused();
+    const u32 settled = m_reader.Read(first, m_buffer.get(), request);
+    Settle(first, request, settled, m_reader.Refused() - refusedBefore);
+    if (m_reader.End() != ReadEnd::kNotEnded) {
+      m_systemError = m_reader.SystemError();
+      return m_reader.End();
+    }
+    if (!SyncWhenDue()) return ReadEnd::kStoreFailed;
+    Tell();
+    first += request;
+  }
+  return ReadEnd::kNotEnded;
+}
+
+void cImager::Settle(u64 first, u32 requested, u32 settled, u64 refused) {
+  StatusCounts now{settled - refused, refused, requested - settled};
+  // A read that ended early may have left holes: the cache itself knows.
+  if (settled < requested) now = CountStatuses(m_cache->image.get(), first, requested);
+  m_progress.counts.present += now.present;
+  m_progress.counts.unreadable += now.unreadable;
+  m_progress.counts.missing -= now.present + now.unreadable;
+  m_progress.left -= now.present + now.unreadable;
+}
+
+void cImager::Tell() {
+  m_progress.asked = m_source->traffic->asked;
+  if (m_monitor) m_monitor(m_progress);
+}
+
+bool cImager::SyncWhenDue() {
+  const double now = platform::MonotonicSeconds();
+  if (now - m_lastSync < kSyncSeconds) return true;
+  m_lastSync = now;
+  if (m_cache->hold->Sync()) return true;
+  m_systemError = platform::LastFailure();
+  return false;
+}
+
+}  // namespace larkspur

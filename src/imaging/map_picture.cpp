@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "imaging/map_picture.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include <fmt/format.h>
+#include <stb/stb_easy_font.h>
+
+#include "imaging/map_grid.h"
+#include "imaging/png_writer.h"
+#include "imaging/size_text.h"
+
+namespace larkspur {
+namespace {
+
+constexpr Colour kBackground{250, 250, 248};
+constexpr Colour kInk{40, 44, 52};
+constexpr Colour kPresentColour{43, 108, 176};
+constexpr Colour kUnreadableColour{208, 32, 24};
+constexpr Colour kMissingColour{205, 208, 214};
+
+constexpr u32 kMargin = 24;
+constexpr u32 kMapWidth = 1024;
+constexpr u32 kMapHeight = 512;
+constexpr u32 kTitleHeight = 56;
+constexpr u32 kLegendHeight = 88;
+constexpr u32 kWidth = kMapWidth + 2 * kMargin;
+constexpr u32 kSmallestCell = 4;  // pixels
+constexpr u32 kLargestCell = 64;
+constexpr u32 kSwatch = 20;
+constexpr u32 kLegendStep = kMapWidth / 3;
+constexpr u32 kTextScale = 2;  // of a font 7 pixels high
+
+Colour Blend(Colour from, Colour to, u8 share) {
+  const auto mix = [share](u8 a, u8 b) {
+    return static_cast<u8>((a * (255 - share) + b * share) / 255);
+  };
+  return {mix(from.red, to.red), mix(from.green, to.green), mix(from.blue, to.blue)};
+}
+
+Colour ColourOf(const StatusCounts& cell) {
+  const CellLook look = LookOf(cell);
+  return look.unreadable ? kUnreadableColour : Blend(kMissingColour, kPresentColour, look.shade);
+}
+
+// The grid laid out in rows of square cells, as large as fit.
+struct Sheet {
+  MapGrid grid;
+  u32 cellPixels;
+  u32 columns;
+
+  // The picture ends below the rows that are in use.
+  u32 MapHeight() const {
+    return static_cast<u32>((grid.cells.size() + columns - 1) / columns) * cellPixels;
+  }
+  u32 Height() const { return kTitleHeight + MapHeight() + kLegendHeight; }
+  u32 LegendTop() const { return kTitleHeight + MapHeight() + 16; }
+  u32 X(size_t cell) const { return kMargin + static_cast<u32>(cell % columns) * cellPixels; }
+  u32 Y(size_t cell) const { return kTitleHeight + static_cast<u32>(cell / columns) * cellPixels; }
+};
+
+u64 CellsThatFit(u32 pixels) {
+  return u64{kMapWidth / pixels} * (kMapHeight / pixels);
+}
+
+Sheet LayOut(cKVRSparseIO* image) {
+  u32 pixels = kLargestCell;
+  while (pixels > kSmallestCell && CellsThatFit(pixels) < image->GetSectorCount()) pixels /= 2;
+  return {MakeMapGrid(image, CellsThatFit(pixels)), pixels, kMapWidth / pixels};
+}
+
+struct LegendItem {
+  Colour colour;
+  std::string text;
+};
+
+std::array<LegendItem, 3> Legend(const MapGrid& grid) {
+  const auto item = [&grid](Colour colour, const char* name, u64 count) {
+    return LegendItem{colour,
+                      fmt::format("{}: {} ({})", name, count, PercentText(count, grid.sectors))};
+  };
+  return {item(kPresentColour, "present", grid.totals.present),
+          item(kUnreadableColour, "unreadable", grid.totals.unreadable),
+          item(kMissingColour, "missing", grid.totals.missing)};
+}
+
+std::string ScaleText(const MapGrid& grid) {
+  return fmt::format("{} sectors, {}; each square is {} ({} sectors); red: at least one unreadable",
+                     grid.sectors, SizeText(grid.sectors << kSectorShift),
+                     SizeText(grid.sectorsPerCell << kSectorShift), grid.sectorsPerCell);
+}
+
+void DrawText(Canvas* canvas, u32 x, u32 y, std::string text, u32 scale) {
+  for (char& letter : text) {
+    if (letter < ' ' || letter > '~') letter = '?';
+  }
+  struct Vertex {
+    float x, y, z;
+    u8 colour[4];
+  };
+  std::vector<Vertex> vertices(text.size() * 72);
+  const int quads = stb_easy_font_print(0, 0, text.data(), nullptr, vertices.data(),
+                                        static_cast<int>(vertices.size() * sizeof(Vertex)));
+  for (int i = 0; i < quads; ++i) {
+    const Vertex& topLeft = vertices[static_cast<size_t>(i) * 4];
+    const Vertex& bottomRight = vertices[static_cast<size_t>(i) * 4 + 2];
+    canvas->Fill(x + static_cast<u32>(topLeft.x) * scale, y + static_cast<u32>(topLeft.y) * scale,
+                 static_cast<u32>(bottomRight.x - topLeft.x) * scale,
+                 static_cast<u32>(bottomRight.y - topLeft.y) * scale, kInk);
+  }
+}
+
+std::string Escaped(const std::string& text) {
+  std::string out;
+  for (const char letter : text) {
+    switch (letter) {
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '&':
+        out += "&amp;";
+        break;
+      default:
+        out += static_cast<u8>(letter) < ' ' ? '?' : letter;
+    }
+  }
+  return out;
+}
+
+std::string Hex(Colour colour) {
+  return fmt::format("#{:02x}{:02x}{:02x}", colour.red, colour.green, colour.blue);
+}
+
+void AddRect(std::string* svg, u32 x, u32 y, u32 width, u32 height, Colour colour) {
+  *svg += fmt::format("<rect x=\"{}\" y=\"{}\" width=\"{}\" height=\"{}\" fill=\"{}\"/>\n", x, y,
+                      width, height, Hex(colour));
+}
+
+void AddText(std::string* svg, u32 x, u32 y, u32 size, const std::string& text) {
+  *svg += fmt::format("<text x=\"{}\" y=\"{}\" font-size=\"{}\" fill=\"{}\">{}</text>\n", x, y,
+                      size, Hex(kInk), Escaped(text));
+}
+
+}  // namespace
+
+std::string DrawMapPng(cKVRSparseIO* image, const std::string& title) {
+  const Sheet sheet = LayOut(image);
+  Canvas canvas(kWidth, sheet.Height(), kBackground);
+  DrawText(&canvas, kMargin, 20, title, kTextScale);
+  const u32 gap = sheet.cellPixels > 8 ? 1 : 0;  // between cells that are large enough to count
+  for (size_t i = 0; i < sheet.grid.cells.size(); ++i) {
+    canvas.Fill(sheet.X(i), sheet.Y(i), sheet.cellPixels - gap, sheet.cellPixels - gap,
+                ColourOf(sheet.grid.cells[i]));
+  }
+  u32 x = kMargin;
+  const u32 y = sheet.LegendTop();
+  for (const LegendItem& item : Legend(sheet.grid)) {
+    canvas.Fill(x, y, kSwatch, kSwatch, item.colour);
+    DrawText(&canvas, x + kSwatch + 8, y + 3, item.text, kTextScale);
+    x += kLegendStep;
+  }
+  DrawText(&canvas, kMargin, y + kSwatch + 18, ScaleText(sheet.grid), kTextScale);
+  return canvas.ToPng();
+}
+
+std::string DrawMapSvg(cKVRSparseIO* image, const std::string& title) {
+  const Sheet sheet = LayOut(image);
+  std::string svg = fmt::format(
+      "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 {0} {1}\" width=\"{0}\" "
+      "height=\"{1}\" font-family=\"sans-serif\" shape-rendering=\"crispEdges\">\n",
+      kWidth, sheet.Height());
+  AddRect(&svg, 0, 0, kWidth, sheet.Height(), kBackground);
+  AddText(&svg, kMargin, 36, 20, title);
+  const auto& cells = sheet.grid.cells;
+  for (size_t i = 0; i < cells.size();) {
+    // Neighbours of one colour in a row are one rectangle.
+    const Colour colour = ColourOf(cells[i]);
+    const size_t rowEnd = std::min(cells.size(), (i / sheet.columns + 1) * sheet.columns);
+    size_t end = i + 1;
+    while (end < rowEnd && ColourOf(cells[end]) == colour) ++end;
+    AddRect(&svg, sheet.X(i), sheet.Y(i), static_cast<u32>(end - i) * sheet.cellPixels,
+            sheet.cellPixels, colour);
+    i = end;
+  }
+  u32 x = kMargin;
+  const u32 y = sheet.LegendTop();
+  for (const LegendItem& item : Legend(sheet.grid)) {
+    AddRect(&svg, x, y, kSwatch, kSwatch, item.colour);
+    AddText(&svg, x + kSwatch + 8, y + 16, 16, item.text);
+    x += kLegendStep;
+  }
+  AddText(&svg, kMargin, y + kSwatch + 32, 16, ScaleText(sheet.grid));
+  return svg + "</svg>\n";
+}
+
+}  // namespace larkspur

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// GNU ddrescue mapfiles: which bytes of a disk were read, and which were not.
+// Format: the "Mapfile structure" chapter of the ddrescue manual. Positions and sizes are bytes,
+// decimal, 0x hexadecimal or 0 octal.
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "base/types.h"
+#include "io/failing_io.h"
+
+namespace larkspur {
+
+// What is wrong with a mapfile, and in which line (from 1; 0 when it could not be read at all).
+struct MapfileFault {
+  u32 line = 0;
+  std::string detail;
+};
+
+struct MapfileBlock {
+  u64 position;  // bytes
+  u64 size;      // bytes
+  char status;   // '?' non-tried, '*' non-trimmed, '/' non-scraped, '-' bad sector, '+' finished
+};
+
+// Reads a mapfile into blocks in order; false with the fault on the first line that is wrong.
+bool ParseMapfile(std::istream& in, std::vector<MapfileBlock>* blocks, MapfileFault* fault);
+
+// The sectors that lie wholly in blocks marked '+', neighbours joined.
+std::vector<SectorRange> FinishedSectors(const std::vector<MapfileBlock>& blocks);
+
+// Writes a mapfile block by block.
+class MapfileWriter {
+ public:
+  // `complete` says whether any sector is still missing, for the file's status line.
+  MapfileWriter(std::ostream& out, bool complete);
+  void Add(u64 firstSector, u64 sectors, char status);
+
+ private:
+  std::ostream& m_out;
+};
+
+}  // namespace larkspur

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// Sizes and shares as people read them.
+
+#include <string>
+
+#include "base/types.h"
+
+namespace larkspur {
+
+// "512 bytes", "64.0 KiB", "3.6 TiB".
+std::string SizeText(u64 bytes);
+
+// "12.3 %"; never "100.0 %" or "0.0 %" unless that is exact.
+std::string PercentText(u64 part, u64 whole);
+
+}  // namespace larkspur

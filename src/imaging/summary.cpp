@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "imaging/summary.h"
+
+namespace larkspur {
+
+StatusCounts CountStatuses(cKVRSparseIO* image, u64 first, u64 count) {
+  StatusCounts counts;
+  image->VisitExtents(first, count, [&counts](u64, u64 sectors, SectorStatus status) {
+    counts.Add(status, sectors);
+    return true;
+  });
+  return counts;
+}
+
+}  // namespace larkspur

@@ -1,0 +1,409 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Runs the built command line as a user would. Usage: cli_test.py [--peer PROGRAM] PROGRAM...
+
+PROGRAM is the tool to test, with an emulator before it where one is needed; --peer names a native
+build whose caches must be the same."""
+
+import fcntl
+import functools
+import json
+import os
+import pathlib
+import random
+import resource
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+import xml.etree.ElementTree
+
+SECTOR = 512
+PIECE = 128  # sectors asked at once
+PROGRAM = []
+PEER = None
+EMULATED = False
+
+
+def run(*arguments, program=None, **options):
+    """Runs the tool to its end. Output goes through files: a pipe would also wait for the helpers that
+    an emulator leaves behind."""
+    command = [*(program or PROGRAM), *map(str, arguments)]
+    with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as err:
+        status = subprocess.run(command, stdout=out, stderr=err, stdin=subprocess.DEVNULL, timeout=60,
+                                check=False, **options).returncode
+        out.seek(0)
+        err.seek(0)
+        return subprocess.CompletedProcess(command, status, out.read(), err.read())
+
+
+def native_only(test):
+    """For what needs the system's own signals, locks and limits."""
+    @functools.wraps(test)
+    def checked(self):
+        if EMULATED:
+            self.skipTest("needs a native program")
+        test(self)
+    return checked
+
+
+def mapfile_text(sectors, bad):
+    """A ddrescue mapfile in which the given (first, count) ranges failed."""
+    lines = ["0x0 + 1"]
+    position = 0
+    for first, count in bad:
+        lines.append(f"{position * SECTOR:#x} {(first - position) * SECTOR:#x} +")
+        lines.append(f"{first * SECTOR:#x} {count * SECTOR:#x} -")
+        position = first + count
+    lines.append(f"{position * SECTOR:#x} {(sectors - position) * SECTOR:#x} +")
+    return "\n".join(lines) + "\n"
+
+
+class CliTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(folder.name)
+
+    def make_source(self, sectors, name="source.img", seed=1):
+        data = random.Random(seed).randbytes(sectors * SECTOR)
+        pathlib.Path(name).write_bytes(data)
+        return data
+
+    def assert_status(self, result, status):
+        self.assertEqual(result.returncode, status, (result.stdout[-500:], result.stderr[-500:]))
+
+    def image(self, *options, status=0):
+        result = run("image", "source.img", "disk.kvrsp", "--json", *options)
+        self.assert_status(result, status)
+        return json.loads(result.stdout)
+
+    def extents(self):
+        result = run("map", "disk.kvrsp", "--json")
+        self.assert_status(result, 0)
+        return [(e["start"], e["sectors"], e["status"]) for e in json.loads(result.stdout)["extents"]]
+
+    def export(self, status=0):
+        pathlib.Path("out.img").unlink(missing_ok=True)
+        result = run("export", "disk.kvrsp", "out.img")
+        self.assert_status(result, status)
+        return pathlib.Path("out.img").read_bytes()
+
+    # What it is for
+
+    def test_a_healthy_source_comes_out_unchanged(self):
+        data = self.make_source(3000)
+        counts = self.image()
+        self.assertEqual([counts[k] for k in ("sectors", "present", "unreadable", "missing",
+                                              "readFromSource")], [3000, 3000, 0, 0, 3000])
+        self.assertEqual(self.export(), data)
+        self.assertEqual(self.extents(), [(0, 3000, "present")])
+        info = json.loads(run("info", "disk.kvrsp", "--json").stdout)
+        self.assertEqual({k: info[k] for k in ("sectors", "blockSize", "version", "blocks",
+                                               "allocatedBlocks", "present", "fileSize")},
+                         {"sectors": 3000, "blockSize": 128, "version": 0x20000, "blocks": 24,
+                          "allocatedBlocks": 24, "present": 3000,
+                          "fileSize": os.path.getsize("disk.kvrsp")})
+        self.assertEqual(pathlib.Path("disk.kvrsp").read_bytes()[:8], b"KVRSparF")
+
+    def test_unreadable_sectors_are_marked_and_never_asked_again(self):
+        bad = [(100, 1), (2048, 300), (4999, 1)]
+        data = bytearray(self.make_source(5000))
+        pathlib.Path("bad.map").write_text(mapfile_text(5000, bad))
+        counts = self.image("--test-mode", "bad.map", status=3)
+        self.assertEqual([counts["present"], counts["unreadable"], counts["missing"]],
+                         [5000 - 302, 302, 0])
+        self.assertEqual([e for e in self.extents() if e[2] == "unreadable"],
+                         [(first, count, "unreadable") for first, count in bad])
+        for first, count in bad:
+            data[first * SECTOR:(first + count) * SECTOR] = bytes(count * SECTOR)
+        self.assertEqual(self.export(status=3), data)
+        # The disk now reads perfectly and holds something else: nobody may notice.
+        self.make_source(5000, seed=2)
+        self.assertEqual(self.image(status=3)["readFromSource"], 0)
+        read = run("read", "source.img", "disk.kvrsp", "--start", 90, "--sectors", 50)
+        self.assert_status(read, 3)
+        self.assertEqual(read.stdout, bytes(data[90 * SECTOR:140 * SECTOR]))
+
+    def test_a_range_is_read_first_and_the_rest_later(self):
+        data = self.make_source(5000)
+        counts = self.image("--start", 1000, "--sectors", 500)
+        self.assertEqual([counts["present"], counts["missing"], counts["readFromSource"]],
+                         [500, 4500, 500])
+        self.assertEqual(self.extents(), [(0, 1000, "missing"), (1000, 500, "present"),
+                                          (1500, 3500, "missing")])
+        self.assertEqual(self.image()["readFromSource"], 4500)
+        self.assertEqual(self.export(), data)
+
+    def test_read_keeps_what_it_read(self):
+        data = self.make_source(1000)
+        result = run("read", "source.img", "disk.kvrsp", "--start", 3, "--sectors", 7, "-o", "part")
+        self.assert_status(result, 0)
+        self.assertEqual(pathlib.Path("part").read_bytes(), data[3 * SECTOR:10 * SECTOR])
+        self.assertEqual(self.extents(), [(0, 3, "missing"), (3, 7, "present"), (10, 990, "missing")])
+
+    def test_map_writes_pictures_and_a_mapfile(self):
+        self.make_source(5000)
+        text = mapfile_text(5000, [(10, 5), (4000, 1)])
+        pathlib.Path("bad.map").write_text(text)
+        self.image("--test-mode", "bad.map", "--sectors", 4500, status=3)
+        self.assert_status(run("map", "disk.kvrsp", "--png", "m.png", "--svg", "m.svg", "--mapfile",
+                               "out.map"), 0)
+        self.assertEqual(pathlib.Path("m.png").read_bytes()[:8], b"\x89PNG\r\n\x1a\n")
+        xml.etree.ElementTree.parse("m.svg")
+        lines = [line.split() for line in pathlib.Path("out.map").read_text().splitlines()
+                 if not line.startswith("#")]
+        self.assertEqual(lines[0][1], "?")
+        self.assertEqual([(int(a, 16) // SECTOR, int(b, 16) // SECTOR, c) for a, b, c in lines[1:]],
+                         [(0, 10, "+"), (10, 5, "-"), (15, 3985, "+"), (4000, 1, "-"),
+                          (4001, 499, "+"), (4500, 500, "?")])
+        # Our own mapfile drives the test mode, too.
+        run("image", "source.img", "second.kvrsp", "--test-mode", "out.map")
+        second = json.loads(run("info", "second.kvrsp", "--json").stdout)
+        self.assertEqual(second["unreadable"], 5 + 1 + 500)
+
+    def test_names_with_any_letters_and_long_paths(self):
+        folder = pathlib.Path("Ж" * 60 + "/日本" + "x" * 100 + "/" + "y" * 120)
+        folder.mkdir(parents=True)
+        data = self.make_source(300, folder / "диск.img")
+        cache = folder / "кэш.kvrsp"
+        self.assert_status(run("image", folder / "диск.img", cache), 0)
+        self.assert_status(run("export", cache, folder / "копия.img"), 0)
+        self.assertEqual((folder / "копия.img").read_bytes(), data)
+
+    @unittest.skipUnless(sys.platform == "linux", "file names of any bytes")
+    @native_only
+    def test_names_that_are_no_utf8(self):
+        self.make_source(10, os.fsdecode(b"d\xff.img"))
+        result = subprocess.run([PROGRAM[0].encode(), b"image", b"d\xff.img", b"c\xfe.kvrsp"],
+                                capture_output=True, check=False)
+        self.assert_status(result, 0)
+        self.assertIn(b"c\xfe.kvrsp", os.listdir(b"."))
+
+    def test_both_targets_write_the_same_cache(self):
+        if not PEER:
+            self.skipTest("no native build to compare with")
+        self.make_source(5000)
+        pathlib.Path("bad.map").write_text(mapfile_text(5000, [(10, 5), (4000, 130)]))
+        caches = []
+        for program, name in ((PROGRAM, "one.kvrsp"), ([PEER], "other.kvrsp")):
+            result = run("image", "source.img", name, "--test-mode", "bad.map", program=program)
+            self.assert_status(result, 3)
+            cache = bytearray(pathlib.Path(name).read_bytes())
+            cache[24:28] = bytes(4)  # the stamp
+            caches.append(cache)
+        self.assertEqual(*caches)
+
+    # Interruptions
+
+    def start_image(self, bad_sectors):
+        """Images a source so large, and so bad, that it takes a while."""
+        self.make_source(1 << 18)
+        pathlib.Path("bad.map").write_text(
+            mapfile_text(1 << 18, [(2 * i + 1, 1) for i in range(1000, 1000 + bad_sectors)]))
+        return subprocess.Popen([*PROGRAM, "image", "source.img", "disk.kvrsp", "--test-mode",
+                                 "bad.map"], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+
+    def finish_and_compare(self):
+        self.assert_status(run("check", "disk.kvrsp"), 0)
+        before = json.loads(run("info", "disk.kvrsp", "--json").stdout)
+        counts = self.image("--test-mode", "bad.map", status=3)
+        self.assertEqual(counts["readFromSource"], before["missing"])
+        self.assertEqual(counts["missing"], 0)
+        source = pathlib.Path("source.img").read_bytes()
+        exported = self.export(status=3)
+        for start, count, status in self.extents():
+            expected = source[start * SECTOR:(start + count) * SECTOR]
+            self.assertEqual(exported[start * SECTOR:(start + count) * SECTOR],
+                             expected if status == "present" else bytes(len(expected)))
+
+    @native_only
+    def test_killed_in_the_middle(self):
+        for delay in (0.02, 0.1, 0.3):
+            with self.subTest(delay=delay):
+                process = self.start_image(40000)
+                time.sleep(delay)
+                process.kill()
+                process.communicate()
+                if os.path.exists("disk.kvrsp"):
+                    self.finish_and_compare()
+                    os.unlink("disk.kvrsp")
+
+    @native_only
+    def test_interrupted_by_the_user(self):
+        process = self.start_image(100000)
+        while not os.path.exists("disk.kvrsp"):
+            time.sleep(0.005)
+        time.sleep(0.05)
+        process.send_signal(signal.SIGINT)
+        _, words = process.communicate()
+        self.assertEqual(process.returncode, 130, words)
+        self.assertIn(b"goes on from there", words)
+        self.finish_and_compare()
+
+    @native_only
+    def test_no_room_for_the_cache(self):
+        data = self.make_source(4000)
+        for limit in (1000, 512 * 200, 512 * 200 + 100, 512 * 3000):
+            with self.subTest(limit=limit):
+                pathlib.Path("disk.kvrsp").unlink(missing_ok=True)
+                result = run("image", "source.img", "disk.kvrsp", preexec_fn=lambda: resource.setrlimit(
+                    resource.RLIMIT_FSIZE, (limit, limit)))
+                self.assert_status(result, 1)
+                self.assertIn(b"disk.kvrsp", result.stderr)
+                self.image()
+                self.assertEqual(self.export(), data)
+
+    @native_only
+    def test_a_second_run_is_refused(self):
+        self.make_source(100)
+        self.image()
+        with open("disk.kvrsp", "rb") as cache:
+            fcntl.flock(cache, fcntl.LOCK_EX)
+            for command in (("image", "source.img", "disk.kvrsp"),
+                            ("read", "source.img", "disk.kvrsp", "--start", 0, "--sectors", 1),
+                            ("check", "disk.kvrsp", "--repair")):
+                result = run(*command)
+                self.assert_status(result, 1)
+                self.assertIn(b"another run", result.stderr)
+            self.assert_status(run("info", "disk.kvrsp"), 0)
+
+    # Bad input
+
+    def test_bad_input_has_a_clear_line(self):
+        self.make_source(100)
+        self.make_source(90, "smaller.img")
+        self.make_source(110, "larger.img")
+        self.image()
+        pathlib.Path("empty").touch()
+        pathlib.Path("foreign").write_bytes(b"not a cache" * 100)
+        pathlib.Path("folder").mkdir()
+        pathlib.Path("bad.map").write_text("# x\n0x0 +\n0x0 0x200 +\nnonsense\n")
+        cases = [
+            (("image", "absent", "c"), 1, "absent"),
+            (("image", "folder", "c"), 1, "folder"),
+            (("image", "empty", "c"), 1, "empty"),
+            (("image", "source.img", "folder"), 1, "folder"),
+            (("image", "source.img", "nowhere/c"), 1, "nowhere"),
+            (("image", "source.img", "source.img"), 1, "same file"),
+            (("image", "source.img", "foreign"), 1, "not a cache"),
+            (("image", "source.img", "empty"), 1, "not a cache"),
+            (("image", "smaller.img", "disk.kvrsp"), 1, "100 sectors"),
+            (("image", "larger.img", "disk.kvrsp"), 1, "110"),
+            (("image", "source.img", "c", "--test-mode", "bad.map"), 1, "line 4"),
+            (("image", "source.img", "c", "--test-mode", "absent"), 1, "absent"),
+            (("image", "source.img", "c", "--start", "100"), 2, "100"),
+            (("image", "source.img", "c", "--start", "-1"), 2, "start"),
+            (("image", "source.img"), 2, "CACHE"),
+            (("frobnicate",), 2, ""),
+            ((), 2, ""),
+            (("info", "absent"), 1, "absent"),
+            (("info", "foreign"), 1, "not a cache"),
+            (("map", "folder"), 1, "folder"),
+            (("map", "disk.kvrsp", "--png", "disk.kvrsp"), 1, "overwrite"),
+            (("map", "disk.kvrsp", "--png", "nowhere/x.png"), 1, "nowhere"),
+            (("check", "absent"), 1, "absent"),
+            (("export", "disk.kvrsp", "foreign"), 1, "exists"),
+            (("export", "disk.kvrsp", "disk.kvrsp"), 1, "itself"),
+            (("read", "source.img", "disk.kvrsp", "--start", "0", "--sectors", "1", "-o",
+              "source.img"), 1, "overwrite"),
+        ]
+        before = {path: path.read_bytes() for path in pathlib.Path(".").iterdir() if path.is_file()}
+        for arguments, status, words in cases:
+            with self.subTest(arguments=arguments):
+                result = run(*arguments)
+                self.assert_status(result, status)
+                self.assertIn(words, result.stderr.decode(errors="replace"))
+                self.assertEqual(result.stdout, b"")
+        after = {path: path.read_bytes() for path in pathlib.Path(".").iterdir() if path.is_file()}
+        self.assertEqual(before, after)
+
+    def test_help_and_version(self):
+        for arguments in (["--help"], ["--version"], ["image", "--help"], ["map", "--help"]):
+            result = run(*arguments)
+            self.assert_status(result, 0)
+            self.assertNotEqual(result.stdout, b"")
+
+    # Damage
+
+    def damaged(self, change):
+        data = bytearray(self.whole)
+        change(data)
+        pathlib.Path("disk.kvrsp").write_bytes(data)
+
+    def assert_harmless(self, *arguments):
+        result = run(*arguments)
+        self.assertIn(result.returncode, (0, 1, 3), (arguments, result.stderr[-300:]))
+        return result
+
+    @native_only
+    def test_truncated_anywhere(self):
+        data = self.make_source(600)
+        self.image()
+        self.whole = pathlib.Path("disk.kvrsp").read_bytes()
+        lengths = sorted({0, 1, 27, 28, 511, 512, 513, 531, 532, 1023, 1024, 1025,
+                          *range(1500, len(self.whole), 20011), len(self.whole) - 1})
+        for length in lengths:
+            with self.subTest(length=length):
+                self.damaged(lambda bytes_: bytes_.__delitem__(slice(length, None)))
+                for command in ("info", "map", "check"):
+                    self.assert_harmless(command, "disk.kvrsp")
+                self.assert_status(run("check", "disk.kvrsp"), 1)
+                self.assert_status(run("image", "source.img", "disk.kvrsp"), 1)
+                if length < 1024:  # nothing was left to mend
+                    continue
+                self.assert_status(run("check", "disk.kvrsp", "--repair"), 0)
+                self.assert_status(run("check", "disk.kvrsp"), 0)
+                self.image()
+                self.assertEqual(self.export(), data)
+
+    @native_only
+    def test_damaged_bytes_are_named(self):
+        self.make_source(600)
+        self.image()
+        self.whole = pathlib.Path("disk.kvrsp").read_bytes()
+
+        def patch(offset, new):
+            return lambda data: data.__setitem__(slice(offset, offset + len(new)), new)
+
+        le32, le64 = (lambda v: v.to_bytes(4, "little")), (lambda v: v.to_bytes(8, "little"))
+        cases = [
+            ("magic", patch(0, b"X"), "header"),
+            ("sector count 0", patch(8, le64(0)), "header"),
+            ("sector count 2^63", patch(8, le64(1 << 63)), "header"),
+            ("sector count far too high", patch(8, le64(1 << 38)), "short-index"),
+            ("block size 0", patch(16, le32(0)), "header"),
+            ("block size 513", patch(16, le32(513)), "header"),
+            ("record past the end", patch(512, le32(1000)), "record-beyond-end"),
+            ("shared record", patch(512, le32(1)), "shared-record"),
+            ("status without a meaning", patch(1024 + 5, b"\x07"), "status"),
+            ("a tail", lambda data: data.extend(b"tail"), "loose-end"),
+        ]
+        for name, change, kind in cases:
+            with self.subTest(name=name):
+                self.damaged(change)
+                result = run("check", "disk.kvrsp", "--json")
+                self.assert_status(result, 1)
+                problems = json.loads(result.stdout)["problems"]
+                self.assertEqual({p["kind"] for p in problems}, {kind})
+                for command in ("info", "map"):
+                    self.assert_harmless(command, "disk.kvrsp")
+                self.assert_harmless("image", "source.img", "disk.kvrsp")
+
+
+def main():
+    global PEER, EMULATED
+    arguments = sys.argv[1:]
+    if arguments[0] == "--peer":
+        PEER = arguments[1] if os.path.exists(arguments[1]) else None
+        arguments = arguments[2:]
+    PROGRAM.extend(arguments)
+    EMULATED = len(PROGRAM) > 1
+    unittest.main(argv=sys.argv[:1], verbosity=2 if "-v" in sys.argv else 1)
+
+
+if __name__ == "__main__":
+    main()
