@@ -29,7 +29,7 @@ using Owned = std::unique_ptr<T, DestroyObject>;
 template <typename T>
 void* DestroyAs(T* object, u32 flags) {
   void* memory = object;
-  object->~T();
+  object->T::~T();  // qualified: T may be a base that is not final
   if (flags & kFreeMemory) ::operator delete(memory);
   return memory;
 }

@@ -129,6 +129,7 @@ void cKVRSparseIO::InitState() {
   m_backing = nullptr;
   m_position = 0;
   m_layout = {};
+  m_complete.Forget();
 }
 
 void cKVRSparseIO::Close() {
@@ -176,9 +177,11 @@ u64 cKVRSparseIO::Create(const cBaseIoResource* resource, u64 sectorCount, bool 
   cBaseIO* backing = nested->IO();
   const u64 start = layout->DataStart();
   if (!backing->SetSectorCount(start) && backing->GetSectorCount() < start) return 0;
+  if (!WriteEmptyIndex(backing, layout->IndexSectors())) return 0;
+  // Last: a file whose index is not whole is no image, or blocks would share the records that its
+  // zeros name.
   const auto header = layout->Header();
   if (!backing->WriteBytes(header.data(), 0, kSparseHeaderBytes)) return 0;
-  if (!WriteEmptyIndex(backing, layout->IndexSectors())) return 0;
   if (openAfter) Open(resource, false);
   return sectorCount;
 }
@@ -285,13 +288,16 @@ u32 cKVRSparseIO::ReadRange(u8* buffer, u32 count, cBitMap* presence, Absent abs
   u32 windowCount = 0;
   for (u32 done = 0; done < count;) {
     Chunk chunk = ChunkAt(first + done, count - done);
-    if (chunk.block >= windowFirst + windowCount) {
+    chunk.record = m_complete.Find(chunk.block);
+    const bool isComplete = chunk.record != kNowhere;
+    if (!isComplete && chunk.block >= windowFirst + windowCount) {
       windowFirst = chunk.block;
       windowCount = LoadIndex(windowFirst, lastBlock - windowFirst + 1);
     }
-    chunk.record = m_window[chunk.block - windowFirst];
+    if (!isComplete) chunk.record = m_window[chunk.block - windowFirst];
     u8* out = buffer + u64{done} * kSectorBytes;
-    const u32 got = ReadChunk(chunk, out, done, presence, absent);
+    const u32 got = isComplete ? ReadComplete(chunk, out, done, presence)
+                               : ReadChunk(chunk, out, done, presence, absent);
     m_position += got;
     done += got;
     if (got < chunk.count) return done;
@@ -305,14 +311,30 @@ cKVRSparseIO::Chunk cKVRSparseIO::ChunkAt(u64 sector, u32 remaining) const {
           std::min(m_layout.blockSize - first, remaining)};
 }
 
-// `bit` is the chunk's first bit in `presence`.
+u32 cKVRSparseIO::ReadData(const Chunk& chunk, u8* buffer) {
+  const u64 sector = m_layout.RecordSector(chunk.record) + 1 + chunk.first;
+  const u32 bytes = chunk.count * kSectorBytes;
+  // By bytes first: a writable file is asked its size whenever a sector position is set.
+  if (m_backing->ReadBytes(buffer, sector << kSectorShift, bytes)) return chunk.count;
+  m_backing->SetPosition(sector);
+  return m_backing->Read(buffer, chunk.count, nullptr);
+}
+
+u32 cKVRSparseIO::ReadComplete(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence) {
+  if (presence) presence->SetRange(bit, chunk.count, true);
+  return ReadData(chunk, buffer);
+}
+
 u32 cKVRSparseIO::ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence,
                             Absent absent) {
   if (chunk.record >= kNoRecord || !LoadMap(chunk.record)) {
     return ReadAbsent(chunk, buffer, bit, presence, absent);
   }
-  m_backing->SetPosition(m_layout.RecordSector(chunk.record) + 1 + chunk.first);
-  const u32 got = m_backing->Read(buffer, chunk.count, nullptr);
+  if (!std::memchr(m_map.data(), kMissing, m_layout.SectorsInBlock(chunk.block))) {
+    m_complete.Remember(chunk.block, chunk.record);
+    return ReadComplete(chunk, buffer, bit, presence);
+  }
+  const u32 got = ReadData(chunk, buffer);
   if (!presence) return got;
   const u8* status = &m_map[chunk.first];
   for (u32 i = 0; i < chunk.count;) {

@@ -10,13 +10,14 @@
 // record (its map reads as zeros: all missing), then data is written, then the map says so.
 //
 // Any thread may call: SetPosition, Read, Write and VisitExtents hold the object's lock. Objects on
-// the same file do not lock against each other, so no map or index entry is kept between calls:
-// each sees what the others wrote. Opens from a cNestedIOResource.
+// the same file do not lock against each other, so no map or index entry is kept between calls but
+// those of complete blocks: each sees what the others wrote. Opens from a cNestedIOResource.
 
 #include <array>
 #include <functional>
 
 #include "base/critical_section.h"
+#include "io/complete_blocks.h"
 #include "io/nested_io_resource.h"
 #include "io/sparse_io.h"
 #include "io/sparse_layout.h"
@@ -107,8 +108,11 @@ class cKVRSparseIO final : public cSparseIO {
   Chunk ChunkAt(u64 sector, u32 remaining) const;
   enum class Absent { kZeros, kUntouched };
   u32 ReadRange(u8* buffer, u32 count, cBitMap* presence, Absent absent);
+  // These read a chunk whose first bit in `presence` is `bit`.
   u32 ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence, Absent absent);
+  u32 ReadComplete(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence);
   u32 ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence, Absent absent);
+  u32 ReadData(const Chunk& chunk, u8* buffer);
   u32 WriteChunk(const Chunk& chunk, const u8* buffer, bool isNew);
 
   cBaseIO* m_backing = nullptr;  // the resource's object
@@ -118,6 +122,7 @@ class cKVRSparseIO final : public cSparseIO {
   SparseLayout m_layout;
   std::array<u8, kMaxSparseBlock> m_map;      // the status map last loaded, blockSize bytes
   std::array<Entry, kWindowBlocks> m_window;  // the index entries last loaded
+  CompleteBlocks m_complete;
 };
 
 }  // namespace larkspur

@@ -53,6 +53,11 @@ u32 cPiecewiseIO::Ask(u64 sector, u8* buffer, u32 count) {
   return got;
 }
 
+u32 cPiecewiseIO::SectorsInside(u32 count) {
+  const u64 end = std::max(GetSectorCount(), m_position);
+  return static_cast<u32>(std::min<u64>(count, end - m_position));
+}
+
 u32 cPiecewiseIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
   u8* out = static_cast<u8*>(buffer);
   if (count == 1 && m_position - m_keptFirst < m_keptCount) {
@@ -62,11 +67,13 @@ u32 cPiecewiseIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
   }
   m_keptFirst = m_position;
   m_keptCount = 0;
+  m_traffic->refusedBySource = false;
+  const u32 inside = SectorsInside(count);
   u32 asked = 0;
   u32 delivered = 0;
   u32 piece = 0;
-  while (asked < count && delivered == asked && MayAsk()) {
-    piece = FirstPiece(m_position + asked, count - asked);
+  while (asked < inside && delivered == asked && MayAsk()) {
+    piece = FirstPiece(m_position + asked, inside - asked);
     delivered += Ask(m_position + asked, SectorAt(out, asked), piece);
     asked += piece;
     m_traffic->asked += piece;
@@ -74,7 +81,9 @@ u32 cPiecewiseIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
   if (delivered < count && StartKeeping(out, delivered, count)) {
     const u32 start = asked - piece;
     if (delivered < asked) Note(start, piece, delivered - start);
-    KeepRest(asked, count);
+    KeepRest(asked, inside);
+    // Drives fail a request as a whole that reaches behind their end, so none does.
+    std::fill_n(m_keptStates.get() + inside, count - inside, Kept::kRefused);
   }
   m_position += delivered;
   return delivered;

@@ -55,6 +55,8 @@ class cPiecewiseIO final : public cBaseIO {
   enum class Kept : u8 { kNotAsked, kDelivered, kAskedWithNeighbours, kRefused };
 
   bool MayAsk() const { return !m_traffic->gone && !(m_traffic->stop && *m_traffic->stop); }
+  // How many of `count` sectors at the position lie before the source's end.
+  u32 SectorsInside(u32 count);
   u32 Ask(u64 sector, u8* buffer, u32 count);
 
   // Begins to keep the request at m_keptFirst, of which the first sectors were delivered. False

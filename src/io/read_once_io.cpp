@@ -69,6 +69,9 @@ u32 cReadOnceIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
   cBitMap held(count);
   m_image->SetPosition(m_position);
   const u32 answer = m_image->ReadStored(buffer, count, &held);
+  // An image that cannot be read to its end says nothing of what lies behind its answer.
+  const bool isCut = answer < count && m_position + answer < m_image->GetSectorCount();
+  const u32 known = isCut ? answer : count;
   u8* out = static_cast<u8*>(buffer);
   for (u32 i = 0; i < answer;) {
     const u32 present = static_cast<u32>(held.CountSetRun(i));
@@ -76,11 +79,11 @@ u32 cReadOnceIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
     m_position += present;
     if (i >= answer) break;
     // Measured to the end of the request, also where the image ends before it.
-    const u32 missing = static_cast<u32>(held.CountClearRun(i));
+    const u32 missing = static_cast<u32>(std::min<u64>(held.CountClearRun(i), known - i));
     if (missing == 0) return i;  // no memory for the map: nothing can be told, so fetch nothing
     const u64 first = m_position;
     if (!Fetch(out + u64{i} * kSectorBytes, missing)) {
-      return i + static_cast<u32>(m_position - first);
+      return std::min(answer, i + static_cast<u32>(m_position - first));
     }
     i += missing;
   }
@@ -104,15 +107,24 @@ bool cReadOnceIO::FetchSingly(u8* buffer, u32 count) {
     }
     if (m_guard && !m_guard->ConfirmUnreadable(m_position)) return false;
     std::fill_n(buffer, kSectorBytes, u8{0});
-    const bool marked = m_image->MarkSectorBad(m_position);
-    if (!marked && m_guard && !m_guard->GoOnUnstored(m_position, 1)) return false;
+    if (!m_image->MarkSectorBad(m_position) && !GoOnUnstored(InsideImage(1))) return false;
   }
   return true;
 }
 
 bool cReadOnceIO::Store(const u8* buffer, u32 count) {
-  return m_image->Write(m_position, buffer, count) == count || !m_guard ||
-         m_guard->GoOnUnstored(m_position, count);
+  const u32 inside = InsideImage(count);
+  return m_image->Write(m_position, buffer, count) == inside || GoOnUnstored(inside);
+}
+
+u32 cReadOnceIO::InsideImage(u32 count) {
+  const u64 end = std::max(m_image->GetSectorCount(), m_position);
+  return static_cast<u32>(std::min<u64>(count, end - m_position));
+}
+
+bool cReadOnceIO::GoOnUnstored(u32 count) {
+  // What lies behind the image's end is kept nowhere, and nobody misses it.
+  return count == 0 || !m_guard || m_guard->GoOnUnstored(m_position, count);
 }
 
 void* cReadOnceIO::Destroy(u32 flags) {

@@ -58,6 +58,10 @@ class cReadOnceIO final : public cBaseIO {
   bool Fetch(u8* buffer, u32 count);
   bool FetchSingly(u8* buffer, u32 count);
   bool Store(const u8* buffer, u32 count);
+  // How many of `count` sectors at the position lie before the image's end.
+  u32 InsideImage(u32 count);
+  // What the guard says when the image did not keep [m_position, +count).
+  bool GoOnUnstored(u32 count);
 
   Owned<cKVRSparseIO> m_image;
   Owned<cBaseIO> m_source;

@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "io/bit_map.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "fakes/images.h"
+#include "io/sub_bit_map.h"
+
+namespace larkspur {
+namespace {
+
+// A bit at a time: what the maps are held against.
+class NaiveMap {
+ public:
+  explicit NaiveMap(u64 bits) : m_bits(bits) {}
+
+  bool Test(u64 bit) const { return bit < m_bits.size() && m_bits[bit]; }
+  void SetRange(u64 start, u64 count, bool value) {
+    for (u64 i = start; i < m_bits.size() && i - start < count; ++i) m_bits[i] = value;
+  }
+  bool AnySet(u64 start, u64 count) const {
+    for (u64 i = start; i < m_bits.size() && i - start < count; ++i) {
+      if (m_bits[i]) return true;
+    }
+    return false;
+  }
+  u64 CountRun(u64 start, bool value) const {
+    u64 i = start;
+    while (i < m_bits.size() && m_bits[i] == value) ++i;
+    return i - start;
+  }
+
+ private:
+  std::vector<bool> m_bits;
+};
+
+void ExpectEqual(cBitMap* map, const NaiveMap& model, u64 bits) {
+  ASSERT_EQ(map->GetBitCount(), bits);
+  for (u64 i = 0; i < bits + 2; ++i) {
+    ASSERT_EQ(map->Test(i), model.Test(i)) << i;
+    ASSERT_EQ(map->CountSetRun(i), model.CountRun(i, true)) << i;
+    ASSERT_EQ(map->CountClearRun(i), i < bits ? model.CountRun(i, false) : 0) << i;
+  }
+}
+
+constexpr u64 kSizes[] = {0,  1,  2,   31,  32,  33,  63,  64,  65,   70,   95,
+                          96, 97, 127, 128, 129, 255, 256, 257, 1023, 1024, 1025};
+
+TEST(BitMap, CutsRangesAtItsEnd) {
+  cBitMap map(70);
+  map.SetRange(30, 100, true);
+  for (u64 i = 0; i < 80; ++i) EXPECT_EQ(map.Test(i), i >= 30 && i < 70) << i;
+  map.SetRange(70, 5, true);
+  map.Set(70, true);
+  map.SetRange(0, 0, true);
+  map.SetRange(60, ~u64{0}, false);
+  EXPECT_FALSE(map.Test(70));
+  EXPECT_FALSE(map.Test(0));
+  EXPECT_EQ(map.CountSetRun(30), 30u);
+  EXPECT_TRUE(map.AnySet(59, ~u64{0}));
+  EXPECT_FALSE(map.AnySet(60, ~u64{0}));
+  EXPECT_FALSE(map.AnySet(30, 0));
+  EXPECT_FALSE(map.AnySet(70, 1));
+}
+
+TEST(BitMap, CountsRunsToTheEndOfTheMap) {
+  cBitMap map(64);
+  map.SetRange(0, 41, true);
+  EXPECT_EQ(map.CountSetRun(0), 41u);
+  EXPECT_EQ(map.CountClearRun(41), 23u);
+  map.Fill(true);
+  EXPECT_EQ(map.CountSetRun(0), 64u);
+  EXPECT_EQ(map.CountSetRun(64), 0u);
+  map.Fill(false);
+  EXPECT_EQ(map.CountClearRun(0), 64u);
+}
+
+TEST(BitMap, FilledMapsEndAtTheirBitCount) {
+  for (const u64 bits : kSizes) {
+    cBitMap map(bits);
+    NaiveMap model(bits);
+    ExpectEqual(&map, model, bits);
+    map.Fill(true);
+    model.SetRange(0, bits, true);
+    ExpectEqual(&map, model, bits);
+  }
+}
+
+// One random change of both, or a question to both.
+void Step(fakes::RandomSource* random, cBitMap* map, NaiveMap* model, u64 bits) {
+  const u64 start = random->Below(bits + 3);
+  const u64 count = random->Below(4) == 0 ? random->Below(bits + 40) : random->Below(40);
+  const bool value = random->Below(2) == 0;
+  switch (random->Below(3)) {
+    case 0:
+      map->SetRange(start, count, value);
+      model->SetRange(start, count, value);
+      break;
+    case 1:
+      map->Set(start, value);
+      model->SetRange(start, 1, value);
+      break;
+    default:
+      ASSERT_EQ(map->AnySet(start, count), model->AnySet(start, count)) << start << "+" << count;
+  }
+}
+
+TEST(BitMap, AgreesWithANaiveModel) {
+  fakes::RandomSource random;
+  SCOPED_TRACE("LARKSPUR_SEED=" + std::to_string(random.seed));
+  for (const u64 bits : kSizes) {
+    cBitMap map(bits);
+    NaiveMap model(bits);
+    for (int i = 0; i < 60; ++i) Step(&random, &map, &model, bits);
+    ExpectEqual(&map, model, bits);
+  }
+}
+
+TEST(SubBitMap, AgreesWithANaiveModelAndTouchesNothingOutside) {
+  fakes::RandomSource random;
+  SCOPED_TRACE("LARKSPUR_SEED=" + std::to_string(random.seed));
+  for (const u64 bits : kSizes) {
+    const u64 first = random.Below(70), behind = random.Below(70);
+    cBitMap parent(first + bits + behind);
+    const bool outside = random.Below(2) == 0;
+    parent.Fill(outside);
+    cSubBitMap view(&parent, first, bits);
+    view.Fill(false);
+    NaiveMap model(bits);
+    for (int i = 0; i < 60; ++i) Step(&random, &view, &model, bits);
+    ExpectEqual(&view, model, bits);
+    for (u64 i = 0; i < first; ++i) ASSERT_EQ(parent.Test(i), outside) << i;
+    for (u64 i = 0; i < behind; ++i) ASSERT_EQ(parent.Test(first + bits + i), outside) << i;
+    view.Fill(true);
+    model.SetRange(0, bits, true);
+    ExpectEqual(&view, model, bits);
+  }
+}
+
+TEST(SubBitMap, IsARangeOfItsParent) {
+  cBitMap parent(40);
+  cSubBitMap view(&parent, 10, 10);
+  view.Set(3, true);
+  EXPECT_TRUE(parent.Test(13));
+  EXPECT_EQ(view.CountClearRun(5), 5u) << "the parent's run goes on";
+  view.Set(10, true);
+  EXPECT_FALSE(parent.Test(20));
+
+  cSubBitMap toTheEnd(&parent, 30, cSubBitMap::kToTheEnd);
+  EXPECT_EQ(toTheEnd.GetBitCount(), 10u);
+  cSubBitMap behind(&parent, 50, cSubBitMap::kToTheEnd);
+  EXPECT_EQ(behind.GetBitCount(), 0u);
+  cSubBitMap inner(&view, 3, 4);
+  EXPECT_TRUE(inner.Test(0)) << "a view of a view";
+}
+
+TEST(SubBitMap, WithoutAParentHasNoBits) {
+  cSubBitMap view(nullptr, 0, 10);
+  view.Fill(true);
+  view.SetRange(0, 10, true);
+  EXPECT_FALSE(view.Test(0));
+  EXPECT_FALSE(view.AnySet(0, 10));
+  EXPECT_EQ(view.CountSetRun(0), 0u);
+  EXPECT_EQ(view.CountClearRun(0), 0u);
+}
+
+}  // namespace
+}  // namespace larkspur

@@ -1,0 +1,369 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "io/kvr_sparse_io.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "base/endian.h"
+#include "fakes/images.h"
+#include "fakes/recording_source.h"
+#include "fakes/temp_folder.h"
+#include "io/bit_map.h"
+#include "io/flat_io.h"
+
+namespace larkspur {
+namespace {
+
+using fakes::CreateImage;
+using fakes::MakeStore;
+using fakes::OpenImage;
+using fakes::Pattern;
+
+constexpr u64 kRecordBytes = 129 * kSectorBytes;
+
+// The bytes that a file must have: 'F' for 0xFF, '.' for zero, written a run at a time.
+class Expected {
+ public:
+  Expected& Bytes(std::vector<u8> bytes) {
+    m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+    return *this;
+  }
+  Expected& Fill(u64 count, u8 value) { return Bytes(std::vector<u8>(count, value)); }
+  Expected& UpTo(u64 size, u8 value) { return Fill(size - m_bytes.size(), value); }
+  const std::vector<u8>& Done() const { return m_bytes; }
+
+ private:
+  std::vector<u8> m_bytes;
+};
+
+std::vector<u8> HeaderOf(u64 sectors, u32 blockSize, u32 stamp) {
+  const auto header = SparseLayout{sectors, blockSize, 0x00020000, stamp}.Header();
+  return {header.begin(), header.end()};
+}
+
+u32 StampIn(const fakes::MemoryStore& store) {
+  return LoadLe32(&store.bytes[24]);
+}
+
+TEST(SparseImage, AFreshFileIsHeaderAndIndex) {
+  const struct {
+    u64 sectors;
+    u64 fileSectors;
+  } cases[] = {{1, 2},     {128, 2},       {129, 2},           {1000, 2},     {16384, 2},
+               {16385, 3}, {128 * 256, 3}, {128 * 256 + 1, 4}, {1 << 20, 65}, {(1 << 20) + 1, 66}};
+  for (const auto& c : cases) {
+    const auto store = MakeStore(700);  // made anew: what was there is gone
+    const auto image = CreateImage(store, c.sectors);
+    ASSERT_TRUE(image);
+    const Expected expected = Expected{}
+                                  .Bytes(HeaderOf(c.sectors, 128, StampIn(*store)))
+                                  .UpTo(kSectorBytes, 0)
+                                  .UpTo(c.fileSectors * kSectorBytes, 0xFF);
+    EXPECT_EQ(store->bytes, expected.Done()) << c.sectors;
+    EXPECT_EQ(image->GetByteSize(), c.sectors * kSectorBytes);
+  }
+}
+
+TEST(SparseImage, AFreshImageReadsAsMissingZeros) {
+  const auto store = MakeStore();
+  const auto image = CreateImage(store, 1000);
+  std::vector<u8> buffer(1001 * kSectorBytes, 0xEE);
+  cBitMap presence(1001);
+  presence.Fill(true);
+  EXPECT_EQ(image->Read(buffer.data(), 1001, &presence), 1000u);
+  EXPECT_TRUE(fakes::IsZero(buffer.data(), 1000 * kSectorBytes));
+  EXPECT_EQ(buffer.back(), 0xEE);
+  EXPECT_EQ(presence.CountClearRun(0), 1000u);
+  EXPECT_TRUE(presence.Test(1000)) << "bits of sectors that are not there stay";
+  EXPECT_EQ(image->Read(buffer.data(), 1), 0u) << "at the end";
+  EXPECT_EQ(fakes::Extents(image.get()), "0+1000 missing");
+}
+
+TEST(SparseImage, WritesGiveBlocksTheirRecords) {
+  const auto store = MakeStore();
+  const auto image = CreateImage(store, 1000);
+  const std::vector<u8> data = Pattern(0, 1000);
+  const auto at = [&data](u64 sector) { return &data[sector * kSectorBytes]; };
+  EXPECT_EQ(image->Write(300, at(300), 1), 1u);   // block 2, record 0
+  EXPECT_EQ(image->Write(127, at(127), 2), 2u);   // blocks 0 and 1, records 1 and 2
+  EXPECT_EQ(image->Write(998, at(998), 10), 2u);  // block 7, record 3, cut at the end
+  EXPECT_TRUE(image->MarkSectorBad(1));           // block 0 again
+  EXPECT_TRUE(image->MarkSectorBad(513));         // block 4, record 4
+  const auto record = [](Expected* file, std::vector<std::pair<u64, u8>> statuses) {
+    std::vector<u8> map(kSectorBytes);
+    for (const auto& [sector, status] : statuses) map[sector] = status;
+    file->Bytes(map);
+  };
+  Expected file;
+  file.Bytes(HeaderOf(1000, 128, StampIn(*store))).UpTo(kSectorBytes, 0);
+  for (const u32 entry : {1u, 2u, 0u, ~0u, 4u, ~0u, ~0u, 3u}) {
+    u8 bytes[4];
+    StoreLe32(bytes, entry);
+    file.Bytes({bytes, bytes + 4});
+  }
+  file.UpTo(1024, 0xFF);
+  u64 end = 1024;
+  const auto data1 = [&](u64 inBlock, u64 first, u32 count) {
+    file.UpTo(end + (1 + inBlock) * kSectorBytes, 0);
+    if (count > 0) file.Bytes(Pattern(first, count));
+    file.UpTo(end += kRecordBytes, 0);
+  };
+  record(&file, {{44, 1}});
+  data1(44, 300, 1);
+  record(&file, {{127, 1}, {1, 2}});
+  data1(127, 127, 1);
+  record(&file, {{0, 1}});
+  data1(0, 128, 1);
+  record(&file, {{102, 1}, {103, 1}});
+  data1(102, 998, 2);
+  record(&file, {{1, 2}});
+  data1(0, 0, 0);
+  EXPECT_EQ(store->bytes, file.Done());
+  EXPECT_EQ(fakes::Extents(image.get()),
+            "0+1 missing, 1+1 unreadable, 2+125 missing, 127+2 present, 129+171 missing, "
+            "300+1 present, 301+212 missing, 513+1 unreadable, 514+484 missing, 998+2 present");
+}
+
+TEST(SparseImage, AReadCrossesFromStoredToMissing) {
+  const auto store = MakeStore();
+  const auto image = CreateImage(store, 1000);
+  const std::vector<u8> data = Pattern(120, 8);
+  ASSERT_EQ(image->Write(120, data.data(), 8), 8u);
+  ASSERT_TRUE(image->MarkSectorBad(118));
+  std::vector<u8> buffer(20 * kSectorBytes, 0xEE);
+  cBitMap presence(20);
+  EXPECT_EQ(image->SetPosition(116), 116u);
+  EXPECT_EQ(image->Read(buffer.data(), 20, &presence), 20u);
+  EXPECT_TRUE(std::equal(data.begin(), data.end(), &buffer[4 * kSectorBytes]));
+  EXPECT_TRUE(fakes::IsZero(buffer.data(), 4 * kSectorBytes));
+  EXPECT_TRUE(fakes::IsZero(&buffer[12 * kSectorBytes], 8 * kSectorBytes));
+  EXPECT_EQ(fakes::Presence(image.get(), 116, 20), "00101111111100000000");
+  EXPECT_EQ(fakes::Statuses(image.get(), 116, 20), "..u.pppppppp........");
+  EXPECT_EQ(image->SetPosition(2000), 1000u);
+}
+
+TEST(SparseImage, AnUnreadableSectorStaysSo) {
+  const auto store = MakeStore();
+  const auto image = CreateImage(store, 300);
+  ASSERT_TRUE(image->MarkSectorBad(5));
+  const std::vector<u8> data = Pattern(4, 3);
+  EXPECT_EQ(image->Write(4, data.data(), 3), 3u);
+  EXPECT_EQ(fakes::Statuses(image.get(), 3, 5), ".pup.");
+  const std::vector<u8> before = store->bytes;
+  const u64 operations = store->operations;
+  EXPECT_TRUE(image->MarkSectorBad(5)) << "again";
+  EXPECT_EQ(store->bytes, before);
+  store->keepLog = true;
+  EXPECT_TRUE(image->MarkSectorBad(5));
+  for (const auto& operation : store->log) EXPECT_EQ(operation.kind, 'R') << "nothing is written";
+  EXPECT_GT(store->operations, operations);
+  EXPECT_TRUE(image->MarkSectorBad(4)) << "a stored sector may still be marked";
+  EXPECT_EQ(fakes::Statuses(image.get(), 3, 5), ".uup.");
+  EXPECT_FALSE(image->MarkSectorBad(384)) << "behind the last block";
+}
+
+TEST(SparseImage, AnswersItsSlots) {
+  const auto store = MakeStore();
+  const auto image = CreateImage(store, 1000);
+  EXPECT_EQ(image->GetTypeId(), 15u);
+  EXPECT_EQ(image->GetResourceKind(), 4u);
+  EXPECT_TRUE(image->IsSparse());
+  EXPECT_FALSE(image->QueryCapability());
+  EXPECT_FALSE(image->SetSectorCount(5));
+  u32 geometry[3];
+  EXPECT_TRUE(image->GetGeometry(geometry));
+  EXPECT_EQ(geometry[0], 512u);
+  EXPECT_EQ(geometry[1], 1u);
+  EXPECT_EQ(geometry[2], 1u);
+  EXPECT_EQ(std::u16string(image->GetName()), u"memory disk");
+  char16_t text[20];
+  EXPECT_TRUE(image->GetDescription(text, 20));
+  EXPECT_EQ(std::u16string(text), u"memory:disk");
+}
+
+TEST(SparseImage, ClonesSeeEachOthersWrites) {
+  const auto store = MakeStore();
+  const auto first = CreateImage(store, 1000);
+  const Owned<cKVRSparseIO> second(static_cast<cKVRSparseIO*>(first->Clone()));
+  ASSERT_TRUE(second);
+  EXPECT_TRUE(first->IsSameAs(second.get()));
+  const std::vector<u8> data = Pattern(0, 1000);
+  const auto at = [&data](u64 sector) { return &data[sector * kSectorBytes]; };
+  // Each looks before and after the other writes, in one block and in the next.
+  EXPECT_EQ(fakes::Presence(second.get(), 10, 4), "0000");
+  EXPECT_EQ(first->Write(10, at(10), 1), 1u);
+  EXPECT_EQ(fakes::Presence(second.get(), 10, 4), "1000");
+  EXPECT_EQ(second->Write(11, at(11), 1), 1u);
+  EXPECT_EQ(fakes::Presence(first.get(), 10, 4), "1100");
+  EXPECT_TRUE(first->MarkSectorBad(12));
+  EXPECT_EQ(fakes::Presence(second.get(), 10, 4), "1110");
+  EXPECT_EQ(second->Write(0, at(0), 10), 10u);
+  EXPECT_EQ(first->Write(13, at(13), 900), 900u);
+  EXPECT_EQ(second->Write(913, at(913), 87), 87u);
+  for (cKVRSparseIO* image : {first.get(), second.get()}) {
+    EXPECT_EQ(fakes::Extents(image), "0+12 present, 12+1 unreadable, 13+987 present");
+    std::vector<u8> all(data.size());
+    image->SetPosition(0);
+    EXPECT_EQ(image->Read(all.data(), 1000), 1000u);
+    std::fill_n(&all[12 * kSectorBytes], kSectorBytes, u8{0});
+    std::vector<u8> expected = data;
+    std::fill_n(&expected[12 * kSectorBytes], kSectorBytes, u8{0});
+    EXPECT_EQ(all, expected);
+  }
+}
+
+TEST(SparseImage, IsSameAsComparesStampsAndParents) {
+  const auto storeA = fakes::StoreWithImage(300, 128, 1),
+             storeB = fakes::StoreWithImage(900, 77, 1),
+             storeC = fakes::StoreWithImage(300, 128, 2);
+  const auto a = OpenImage(storeA), b = OpenImage(storeB), c = OpenImage(storeC);
+  EXPECT_TRUE(a->IsSameAs(b.get())) << "stamps alone count";
+  EXPECT_FALSE(a->IsSameAs(c.get()));
+  EXPECT_FALSE(a->IsSameAs(nullptr));
+  const auto disk = fakes::DiskOn(MakeStore(300)), other = fakes::DiskOn(MakeStore(300));
+  EXPECT_FALSE(a->IsSameAs(disk.get()));
+  ASSERT_TRUE(a->AttachParent(disk.get(), true));
+  EXPECT_FALSE(a->IsSameAs(b.get()));
+  EXPECT_FALSE(b->IsSameAs(a.get()));
+  ASSERT_TRUE(b->AttachParent(other.get(), true));
+  EXPECT_FALSE(a->IsSameAs(b.get()));
+  ASSERT_TRUE(b->AttachParent(disk.get(), true));
+  EXPECT_TRUE(a->IsSameAs(b.get()));
+  b->Close();
+  EXPECT_FALSE(a->IsSameAs(b.get())) << "closed";
+}
+
+TEST(SparseImage, ReadsThroughToItsParent) {
+  auto script = std::make_shared<fakes::SourceScript>(1000);
+  const auto store = MakeStore();
+  const auto image = CreateImage(store, 1000);
+  ASSERT_TRUE(image->AttachParent(fakes::SourceOn(script).release(), false));
+  const std::vector<u8> zeros(kSectorBytes);
+  ASSERT_EQ(image->Write(200, zeros.data(), 1), 1u);  // block 1 has a record now
+  const Owned<cKVRSparseIO> clone(static_cast<cKVRSparseIO*>(image->Clone()));
+  for (cKVRSparseIO* io : {image.get(), clone.get()}) {
+    std::vector<u8> buffer(400 * kSectorBytes, 0xEE);
+    io->SetPosition(100);
+    EXPECT_EQ(io->Read(buffer.data(), 400), 400u);
+    for (u64 i = 0; i < 400; ++i) {
+      const bool inRecord = i + 100 >= 128 && i + 100 < 256;
+      const u8* sector = &buffer[i * kSectorBytes];
+      EXPECT_TRUE(inRecord ? fakes::IsZero(sector, 512) : fakes::IsPattern(i + 100, sector)) << i;
+    }
+  }
+  EXPECT_EQ(script->askedTogether[128] + script->askedTogether[255], 0u);
+  EXPECT_TRUE(image->AttachParent(nullptr, true));
+  std::vector<u8> sector(kSectorBytes, 0xEE);
+  image->SetPosition(0);
+  EXPECT_EQ(image->Read(sector.data(), 1), 1u);
+  EXPECT_TRUE(fakes::IsZero(sector.data(), kSectorBytes)) << "the parent is gone";
+}
+
+TEST(SparseImage, PresenceComesFromTheParentWhereItAnswers) {
+  const auto parentStore = MakeStore(), store = MakeStore();
+  const auto parent = CreateImage(parentStore, 1000), image = CreateImage(store, 1000);
+  const std::vector<u8> data = Pattern(0, 1000);
+  ASSERT_EQ(parent->Write(10, &data[10 * kSectorBytes], 2), 2u);
+  ASSERT_EQ(parent->Write(400, &data[400 * kSectorBytes], 2), 2u);
+  ASSERT_EQ(image->Write(130, &data[130 * kSectorBytes], 1), 1u);
+  ASSERT_TRUE(image->AttachParent(parent.get(), true));
+  EXPECT_EQ(fakes::Presence(image.get(), 9, 5), "01100");
+  EXPECT_EQ(fakes::Presence(image.get(), 128, 4), "0010");
+  EXPECT_EQ(fakes::Presence(image.get(), 398, 5), "00110");
+}
+
+TEST(SparseImage, AShortParentEndsTheRead) {
+  auto script = std::make_shared<fakes::SourceScript>(1000);
+  script->failing = {300};
+  const auto store = MakeStore();
+  const auto image = CreateImage(store, 1000);
+  ASSERT_TRUE(image->AttachParent(fakes::SourceOn(script).get(), true));
+  std::vector<u8> buffer(1000 * kSectorBytes);
+  EXPECT_EQ(image->Read(buffer.data(), 1000), 300u);
+  EXPECT_EQ(image->Read(buffer.data(), 1000), 0u) << "the position stands at the failing sector";
+}
+
+TEST(SparseImage, OpensOnlyWhatItCanUse) {
+  cKVRSparseIO image;
+  const cNestedIOResource empty;
+  const auto blank = fakes::ResourceOn(MakeStore(10)), tiny = fakes::ResourceOn(MakeStore(0));
+  const auto good = fakes::ResourceOn(fakes::StoreWithImage(300, 128));
+  const auto locked = fakes::ResourceOn(fakes::StoreWithImage(300, 128), true);
+  const cNamedFileResource path(u"disk");
+  const struct {
+    const char* name;
+    const cBaseIoResource* resource;
+    bool readOnly, answer;
+  } cases[] = {
+      {"nothing", nullptr, true, false},         {"a path", &path, true, false},
+      {"an empty nest", &empty, true, false},    {"blank bytes", &blank, true, false},
+      {"no bytes", &tiny, true, false},          {"an image", &good, true, true},
+      {"to write to", &good, false, true},       {"a read-only disk", &locked, true, true},
+      {"to write to it", &locked, false, false},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(image.Open(c.resource, c.readOnly), c.answer) << c.name;
+    EXPECT_EQ(image.GetSectorCount(), c.answer ? 300u : 0u) << c.name;
+    u8 sector[kSectorBytes];
+    EXPECT_EQ(image.Read(sector, 1), c.answer ? 1u : 0u) << c.name;
+  }
+  EXPECT_EQ(image.Write(0, "", 1), 0u) << "closed by the last refusal";
+  EXPECT_FALSE(image.MarkSectorBad(0));
+  EXPECT_FALSE(Owned<cBaseIO>(image.Clone()));
+}
+
+TEST(SparseImage, CreateRefusesWhatCannotBe) {
+  cKVRSparseIO image;
+  const auto resource = fakes::ResourceOn(MakeStore());
+  const cNestedIOResource empty;
+  EXPECT_EQ(image.Create(nullptr, 5, true), 0u);
+  EXPECT_EQ(image.Create(&empty, 5, true), 0u);
+  EXPECT_EQ(image.Create(&resource, 0, true), 0u);
+  EXPECT_EQ(image.Create(&resource, u64{1} << 41, true), 0u);
+  const auto small = MakeStore(2);
+  small->limitBytes = 0;
+  const auto fixed = fakes::ResourceOn(small);
+  EXPECT_EQ(image.Create(&fixed, 128 * 256, true), 0u) << "index larger than the disk";
+  EXPECT_EQ(image.Create(&fixed, 1000, false), 1000u) << "it need not grow";
+  EXPECT_EQ(image.GetSectorCount(), 0u) << "left closed";
+  EXPECT_TRUE(OpenImage(small));
+}
+
+TEST(SparseImage, SetReadOnlyAsksItsDisk) {
+  const auto store = fakes::StoreWithImage(300, 128);
+  const auto image = OpenImage(store, true);
+  const std::vector<u8> data = Pattern(0, 1);
+  EXPECT_EQ(image->Write(0, data.data(), 1), 0u);
+  EXPECT_TRUE(image->SetReadOnly(true));
+  EXPECT_TRUE(image->SetReadOnly(false));
+  EXPECT_EQ(image->Write(0, data.data(), 1), 1u);
+  image->Close();
+  EXPECT_FALSE(image->SetReadOnly(true)) << "closed";
+}
+
+TEST(SparseImage, LivesInAFile) {
+  const fakes::TempFolder folder;
+  if (!folder.Exists()) GTEST_SKIP() << "no folder for temporary files";
+  const cNamedFileResource path(folder.File(u"\u043A\u044D\u0448.kvrsp"));
+  Owned<cFlatIO> file(new cFlatIO);
+  ASSERT_EQ(file->Create(&path, 0, true), 0u);
+  const cNestedIOResource resource{Owned<cBaseIO>(file.release())};
+  cKVRSparseIO image;
+  ASSERT_EQ(image.Create(&resource, 1000, true), 1000u);
+  const std::vector<u8> data = Pattern(0, 300);
+  EXPECT_EQ(image.Write(100, data.data(), 300), 300u);
+  EXPECT_TRUE(image.MarkSectorBad(999));
+  image.Close();
+  const auto store = MakeStore();
+  store->bytes = fakes::ReadWholeFile(path.Path().Text());
+  EXPECT_EQ(store->bytes.size(), 2 * kSectorBytes + 5 * kRecordBytes);
+  const auto reopened = OpenImage(store, true);
+  ASSERT_TRUE(reopened);
+  EXPECT_EQ(fakes::Extents(reopened.get()),
+            "0+100 missing, 100+300 present, 400+599 missing, 999+1 unreadable");
+}
+
+}  // namespace
+}  // namespace larkspur
