@@ -73,7 +73,7 @@ size_t Decode(const u8* at, size_t count, Output out) {
   const u8* const end = at + count;
   while (at != end) {
     if (*at < 0x80) {
-      size_t ascii = AsciiBlocks(at, static_cast<size_t>(end - at));
+      const size_t ascii = AsciiBlocks(at, static_cast<size_t>(end - at));
       if (ascii > out.Room()) return 0;
       out.PutAscii(at, ascii);
       at += ascii;
