@@ -62,8 +62,10 @@ namespace larkspur::text {
 
 extern const UpperCaseRow kUpperCaseRows[] = {
 END
-printf $file "    {0x%04X, 0x%04X, %d, 0x%04X},\n", $_->{first}, $_->{last}, $_->{step} || 1, $_->{delta}
-    for @rows;
+for my $row (@rows) {
+    my $step = $row->{step} || 1;
+    printf $file "    {0x%04X, 0x%04X, %d, 0x%04X},\n", @$row{qw(first last)}, $step, $row->{delta};
+}
 printf $file "};\nextern const size_t kUpperCaseRowCount = %d;\n\n}  // namespace larkspur::text\n",
     scalar @rows;
 close $file;

@@ -101,9 +101,8 @@ u16 ToRowCell(const NationalPage& page, const DoubleBytePage& cells, char16_t un
   const u16 pair = cells.Bytes(unit);
   if (pair < 0x100) return 0;
   if (!IsJapanese(page)) {
-    return (pair & 0x8080) == 0x8080 && pair >= 0xA1A1 && (pair & 0xFF) >= 0xA1
-               ? static_cast<u16>(pair & 0x7F7F)
-               : u16{0};
+    const bool inCorner = pair >= 0xA1A1 && (pair & 0xFF) >= 0xA1;
+    return inCorner ? static_cast<u16>(pair & 0x7F7F) : u16{0};
   }
   return pair >= 0xFA40 ? FindInNecSelection(cells, unit) : ToJis(pair);
 }

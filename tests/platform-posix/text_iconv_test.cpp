@@ -199,6 +199,44 @@ INSTANTIATE_TEST_SUITE_P(Pages, DoubleByteIconv, testing::ValuesIn(kDoubleBytePa
 INSTANTIATE_TEST_SUITE_P(Pages, NationalIconv, testing::ValuesIn(kNationalPages),
                          [](const auto& page) { return NameOf(page.param.number); });
 
+TEST(Utf8Iconv, EveryCodePoint) {
+  std::u16string text;
+  for (char32_t point = 1; point <= 0x10FFFF; ++point) {
+    if (point >= 0xD800 && point < 0xE000) continue;
+    if (point >= 0x10000) {
+      text += static_cast<char16_t>(0xD7C0 + (point >> 10));
+      text += static_cast<char16_t>(0xDC00 + (point & 0x3FF));
+    } else {
+      text += static_cast<char16_t>(point);
+    }
+  }
+  std::string theirs(text.size() * 3, '\0');
+  const iconv_t handle = iconv_open("UTF-8", "UTF-16LE");
+  char* in = reinterpret_cast<char*>(text.data());
+  char* to = theirs.data();
+  size_t inLeft = text.size() * 2, outLeft = theirs.size();
+  ASSERT_EQ(iconv(handle, &in, &inLeft, &to, &outLeft), 0u);
+  iconv_close(handle);
+  theirs.resize(theirs.size() - outLeft);
+
+  std::string ours(theirs.size(), '\0');
+  ASSERT_EQ(WideToBytes(text.data(), text.size(), ours.data(), ours.size(), kUtf8CodePage),
+            ours.size());
+  EXPECT_TRUE(ours == theirs);
+  ASSERT_EQ(WideLength(theirs.data(), theirs.size(), kUtf8CodePage), text.size());
+  std::u16string back(text.size(), u'\0');
+  BytesToWide(theirs.data(), theirs.size(), back.data(), back.size(), kUtf8CodePage);
+  EXPECT_TRUE(back == text);
+}
+
+TEST(AnsiCodePage, IsUtf8OnThisSystem) {
+  const char text[] = "\xC3\xA9";
+  char16_t out[2] = {};
+  EXPECT_EQ(BytesToWide(text, 2, out, 2, 0), 1u);
+  EXPECT_EQ(out[0], u'\u00E9');
+  EXPECT_EQ(CodePageName(0), nullptr);
+}
+
 TEST(UpperCaseLibrary, AgreesWithTheLibrary) {
   const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
   if (!locale) GTEST_SKIP() << "the C library has no C.UTF-8";
