@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+
+// The packs in this program: every language against English, and English against its words.
+
+#include <set>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "base/text.h"
+#include "catalog/message_catalog.h"
+#include "catalog/packs.h"
+
+namespace larkspur {
+namespace {
+
+struct Shape {
+  const char* key;
+  size_t items;
+};
+
+constexpr Shape kModuleShape[] = {
+    {"raid::main", 2}, {"raid::about", 5}, {"raid::devopen", 4}, {"raid::mkspan", 15}};
+constexpr Shape kToolkitShape[] = {{"ciom::filechoose", 25},
+                                   {"ciom::folderchoose", 8},
+                                   {"ciom::messages", 7},
+                                   {"ciom::progress", 5},
+                                   {"ciom::propsheet", 3}};
+
+// The formatting places of a text in their order: "%s%.01f%%%02d".
+std::u16string Placeholders(std::u16string_view text) {
+  std::u16string found;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != u'%') continue;
+    const size_t end = text.find_first_of(u"%sdfcxu", i + 1);
+    if (end == text.npos) return u"broken";
+    found += text.substr(i, end + 1 - i);
+    i = end;
+  }
+  return found;
+}
+
+class Texts : public testing::Test {
+ protected:
+  static std::string Code(const LanguagePack& pack) {
+    return std::string(ReadPackHeader(pack.image)->code);
+  }
+
+  static void Compare(const std::string& code, const MessageTexts& texts,
+                      const MessageTexts& english, const char* key) {
+    ASSERT_EQ(texts.size(), english.size()) << code << ' ' << key;
+    for (size_t i = 0; i < texts.size(); ++i) {
+      EXPECT_FALSE(texts[i].IsEmpty()) << code << ' ' << key << ' ' << i;
+      EXPECT_EQ(Placeholders(texts[i].View()), Placeholders(english[i].View()))
+          << code << ' ' << key << ' ' << i;
+      EXPECT_EQ(texts[i].View().find(u'\xFFFD'), std::u16string_view::npos)
+          << code << ' ' << key << ' ' << i;
+    }
+  }
+
+  static void CompareAll(std::span<const LanguagePack> packs, std::span<const Shape> shape) {
+    cMessageCatalog english({}, {}, {});
+    ASSERT_TRUE(english.LoadPack(packs.front().image));
+    for (const LanguagePack& pack : packs) {
+      cMessageCatalog catalog({}, {}, {});
+      ASSERT_TRUE(catalog.LoadPack(pack.image)) << Code(pack);
+      for (const Shape& s : shape) {
+        const MessageTexts* const texts = catalog.Find(s.key);
+        ASSERT_TRUE(texts) << Code(pack) << ' ' << s.key;
+        EXPECT_EQ(texts->size(), s.items) << Code(pack) << ' ' << s.key;
+        Compare(Code(pack), *texts, *english.Find(s.key), s.key);
+      }
+    }
+  }
+};
+
+TEST_F(Texts, EveryLanguageHasTheShapeOfEnglish) {
+  CompareAll(kModulePacks, kModuleShape);
+  CompareAll(kToolkitPacks, kToolkitShape);
+}
+
+TEST_F(Texts, TablesAreInTheirOrder) {
+  std::string order;
+  for (const LanguagePack& pack : kModulePacks) {
+    order += std::to_string(pack.languageId) + Code(pack) + ' ';
+  }
+  order += '|';
+  for (const LanguagePack& pack : kToolkitPacks) {
+    order += ' ' + std::to_string(pack.languageId) + Code(pack);
+  }
+  EXPECT_EQ(order, "0ENG 2DEU 1RUS | 0ENG 1RUS 6UKR 2DEU 5FRA 3JPN 4KOR 8CHI 9TWN");
+}
+
+TEST_F(Texts, NamesOfLanguagesAreByTheirIds) {
+  EXPECT_EQ(ReadPackHeader(kLanguageNamesPack)->name, u"Langnames");
+  cMessageCatalog catalog({}, {}, {});
+  ASSERT_TRUE(catalog.LoadPack(kLanguageNamesPack));
+  std::u16string line;
+  for (const cWideString& name : *catalog.Find("lnames")) line.append(name.View()).append(u",");
+  EXPECT_EQ(line,
+            u"English,Русский,Deutsch,日本,한국어,Français,Українська,Español,简体中文,繁體中文,");
+  for (const LanguagePack& pack : kToolkitPacks) {
+    EXPECT_EQ(ReadPackHeader(pack.image)->name, catalog.Text("lnames", pack.languageId));
+  }
+}
+
+// Every text can be stored in the code page of its language's systems.
+TEST_F(Texts, FitTheirCodePages) {
+  const struct {
+    u32 language, page;
+  } cases[] = {{0, 1252}, {1, 1251}, {2, 1252}, {3, 932}, {4, 949},
+               {5, 1252}, {6, 1251}, {8, 936},  {9, 950}};
+  for (const LanguagePack& pack : kToolkitPacks) {
+    cMessageCatalog catalog({}, {}, {});
+    catalog.LoadPack(pack.image);
+    for (const auto& c : cases) {
+      if (c.language != pack.languageId) continue;
+      for (const Shape& s : kToolkitShape) {
+        for (const cWideString& text : *catalog.Find(s.key)) {
+          std::string bytes(text.View().size() * 2, '\0');
+          bytes.resize(
+              WideToBytes(text.Text(), text.View().size(), bytes.data(), bytes.size(), c.page));
+          std::u16string back(bytes.size(), u'\0');
+          back.resize(BytesToWide(bytes.data(), bytes.size(), back.data(), back.size(), c.page));
+          EXPECT_EQ(back, text.View()) << c.language << ' ' << s.key;
+        }
+      }
+    }
+  }
+}
+
+TEST_F(Texts, AboutTellsVersionAndRightsOnEightLines) {
+  for (const LanguagePack& pack : kModulePacks) {
+    cMessageCatalog catalog({}, {}, {});
+    catalog.LoadPack(pack.image);
+    std::u16string shape;  // of the lines: empty, or not
+    std::u16string_view text = catalog.Text("raid::about", 3);
+    EXPECT_NE(text.find(u": 5-CI\n"), text.npos) << Code(pack);
+    EXPECT_NE(text.find(u": 05.09.2011\n"), text.npos) << Code(pack);
+    for (size_t end = 0; end != text.npos; text.remove_prefix(end == text.npos ? 0 : end + 1)) {
+      end = text.find(u'\n');
+      shape += text.substr(0, end).empty() ? u'.' : u'x';
+    }
+    EXPECT_EQ(shape, u".xx.x.xx") << Code(pack);
+  }
+}
+
+TEST_F(Texts, EnglishWords) {
+  cMessageCatalog& catalog = Messages();
+  catalog.SelectLanguage(nullptr);
+  EXPECT_EQ(&catalog, &Messages());
+  const struct {
+    const char* key;
+    size_t item;
+    const char16_t* text;
+  } cases[] = {
+      {"raid::main", 0, u"Create read-once storage"},
+      {"raid::main", 1, u"Larkspur Plugin"},
+      {"raid::about", 0, u"About Larkspur I/O module"},
+      {"raid::about", 4, u"The software is free to use"},
+      {"raid::devopen", 3, u"Specify the device full path"},
+      {"raid::mkspan", 4, u"- Select one -"},
+      {"raid::mkspan", 8,
+       u"Local cache file may take even more disk space than source disk!\nNEVER save local cache "
+       u"to "
+       u"file system you are recovering to prevent permananent data loss.\nIt's not recommended to "
+       u"save cache to FAT/FAT32-formatted storages because of file size limits on these file "
+       u"systems."},
+      {"raid::mkspan", 13, u"Bad block filler pattern (default - zeros):"},
+      {"raid::mkspan", 14, u"Storage chache files/KVR sparse"},
+      {"ciom::filechoose", 20, u"Folder already exists.\nDo you want to navigate this folder?"},
+      {"ciom::folderchoose", 2,
+       u"Folder already exists.\nIf you can not see this folder, this means it is hidden."},
+      {"ciom::messages", 0, u"Ok"},
+      {"ciom::progress", 2,
+       u"%s progress: %.01f%%. Elapsed time: %02d:%02d:%02d. Estimated time left: "
+       u"%02d:%02d:%02d."},
+      {"ciom::propsheet", 2, u"Change value"},
+      {"lnames", 9, u"繁體中文"},
+  };
+  for (const auto& c : cases) {
+    const char16_t* const text = catalog.Text(c.key, c.item);
+    ASSERT_TRUE(text) << c.key << ' ' << c.item;
+    EXPECT_EQ(std::u16string(text), c.text) << c.key << ' ' << c.item;
+  }
+}
+
+}  // namespace
+}  // namespace larkspur
