@@ -17,7 +17,7 @@ void Canvas::Fill(u32 x, u32 y, u32 width, u32 height, Colour colour) {
   const u32 right = std::min(m_width, x + width);
   const u32 bottom = std::min(m_height, y + height);
   for (; y < bottom && x < right; ++y) {
-    std::fill_n(m_pixels.begin() + u64{y} * m_width + x, right - x, colour);
+    std::fill_n(&m_pixels[u64{y} * m_width + x], right - x, colour);
   }
 }
 

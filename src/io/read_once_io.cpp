@@ -99,17 +99,28 @@ bool cReadOnceIO::Fetch(u8* buffer, u32 count) {
 }
 
 bool cReadOnceIO::FetchSingly(u8* buffer, u32 count) {
+  u64 settledEnd = kNowhere;
+  const auto endAt = [this](u64 sector) {
+    m_position = sector;
+    return false;
+  };
   for (u32 i = 0; i < count; ++i, ++m_position, buffer += kSectorBytes) {
     m_source->SetPosition(m_position);
     if (m_source->Read(buffer, 1, nullptr) != 0) {
-      if (!Store(buffer, 1)) return false;
+      if (!Store(buffer, 1)) return endAt(std::min(settledEnd, m_position));
       continue;
     }
-    if (m_guard && !m_guard->ConfirmUnreadable(m_position)) return false;
+    const bool ended = settledEnd != kNowhere;
+    if (ended || (m_guard && !m_guard->ConfirmUnreadable(m_position))) {
+      settledEnd = std::min(settledEnd, m_position);
+      continue;
+    }
     std::fill_n(buffer, kSectorBytes, u8{0});
-    if (!m_image->MarkSectorBad(m_position) && !GoOnUnstored(InsideImage(1))) return false;
+    if (!m_image->MarkSectorBad(m_position) && !GoOnUnstored(InsideImage(1))) {
+      return endAt(std::min(settledEnd, m_position));
+    }
   }
-  return true;
+  return settledEnd == kNowhere || endAt(settledEnd);
 }
 
 bool cReadOnceIO::Store(const u8* buffer, u32 count) {

@@ -16,8 +16,10 @@ namespace larkspur {
 // always goes to its end: every refused sector is marked, and a failing image is passed over.
 class cFetchGuard {
  public:
-  // Whether the source has really refused that sector. False ends the read and leaves the sector
-  // unmarked: the source is gone, or the user wants to stop.
+  // Whether the source has really refused that sector. False leaves the sector unmarked and ends
+  // the read there: the source is gone, or the user wants to stop. The rest of the same request is
+  // still looked through, without marking, for what the source had delivered already; so the source
+  // of a guarded storage answers that from memory and asks its device for nothing any more.
   virtual bool ConfirmUnreadable(u64 sector) = 0;
   // The image could not keep something of [sector, sector+count). False ends the read, so that the
   // source is not worn for nothing.

@@ -162,6 +162,24 @@ TEST(ReadOnceIO, StopsWithoutMarkingWhatWasNotRefused) {
   EXPECT_EQ(rig.Statuses(), std::string(300, 'p') + "u" + std::string(699, 'p'));
 }
 
+TEST(ReadOnceIO, AStopKeepsWhatTheSourceHadDelivered) {
+  ReadOnceRig rig(1024);
+  rig.script->failing = {10};
+  ASSERT_TRUE(rig.Open());
+  // Stopped when sector 11 is asked for alone: the whole request has been asked in pieces by then.
+  rig.script->onRequest = [&rig](u64 sector, u32 count) {
+    if (count == 1 && sector == 11) rig.stop = true;
+  };
+  EXPECT_EQ(rig.Read(0, 512), 12u);
+  EXPECT_EQ(rig.Statuses(), std::string(10, 'p') + "up" + std::string(116, '.') +
+                                std::string(384, 'p') + std::string(512, '.'));
+  rig.script->onRequest = nullptr;
+  ASSERT_TRUE(rig.Open());
+  rig.script->Forget();
+  rig.ReadAll(512);
+  EXPECT_EQ(rig.script->AskedInAll(), 116u + 512u) << "only what the cache lacked";
+}
+
 TEST(ReadOnceIO, ASourceThatShrinksIsNotMarked) {
   ReadOnceRig rig(1000);
   rig.script->failing = {20};
