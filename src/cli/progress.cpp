@@ -32,7 +32,9 @@ std::string FormatProgress(const ProgressText& text) {
   std::string line = fmt::format("{}  present {}", PercentText(text.done, text.sectors),
                                  SizeText((text.done - text.unreadable) << kSectorShift));
   if (text.unreadable > 0) line += fmt::format("  unreadable {} sectors", text.unreadable);
-  line += fmt::format("  {}/s", SizeText(static_cast<u64>(text.bytesPerSecond)));
+  if (text.bytesPerSecond >= 0) {
+    line += fmt::format("  {}/s", SizeText(static_cast<u64>(text.bytesPerSecond)));
+  }
   if (text.secondsLeft >= 0) line += fmt::format("  {} left", FormatDuration(text.secondsLeft));
   return line;
 }
@@ -51,7 +53,7 @@ double ProgressLine::RecentRate(u64 fresh, double now) {
   const double elapsed = now - m_rateTime;
   if (elapsed >= kRateSeconds) {
     const double rate = static_cast<double>(fresh - m_rateFresh) / elapsed;
-    m_rate = m_rateFresh == 0 ? rate : m_rate + kRateWeight * (rate - m_rate);
+    m_rate = m_rate < 0 ? rate : m_rate + kRateWeight * (rate - m_rate);
     m_rateTime = now;
     m_rateFresh = fresh;
   }
@@ -64,8 +66,8 @@ void ProgressLine::Show(const ProgressText& progress, u64 fresh, u64 left) {
   m_lastShown = now;
   const double rate = RecentRate(fresh, now);
   ProgressText text = progress;
-  text.bytesPerSecond = rate * kSectorBytes;
-  text.secondsLeft = rate > 0 ? static_cast<double>(left) / rate : -1;
+  if (rate >= 0) text.bytesPerSecond = rate * kSectorBytes;
+  if (rate > 0) text.secondsLeft = static_cast<double>(left) / rate;
   const std::string line = FormatProgress(text);
   if (!m_terminal) {
     std::fprintf(stderr, "%s\n", line.c_str());

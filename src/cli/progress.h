@@ -15,8 +15,8 @@ struct ProgressText {
   u64 sectors = 0;  // of the whole work
   u64 done = 0;
   u64 unreadable = 0;
-  double bytesPerSecond = 0;
-  double secondsLeft = 0;  // below 0: not known
+  double bytesPerSecond = -1;  // below 0: not known
+  double secondsLeft = -1;     // below 0: not known
 };
 
 // "42.0 %  present 1.2 GiB  unreadable 12 sectors  35.2 MiB/s  12:33 left"
@@ -37,6 +37,7 @@ class ProgressLine {
   double Seconds() const;
 
  private:
+  // Sectors per second, smoothed; below 0 until there is something to tell it from.
   double RecentRate(u64 fresh, double now);
 
   bool m_terminal;
@@ -44,7 +45,7 @@ class ProgressLine {
   double m_lastShown;
   double m_rateTime;
   u64 m_rateFresh = 0;
-  double m_rate = 0;  // sectors per second, smoothed
+  double m_rate = -1;
   bool m_lineOpen = false;
 };
 

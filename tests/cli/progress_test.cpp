@@ -12,6 +12,7 @@ TEST(Progress, SaysWhatIsKnown) {
     ProgressText progress;
     const char* text;
   } cases[] = {
+      {{2000, 0, 0, -1, -1}, "0.0 %  present 0 bytes"},
       {{2000, 0, 0, 0, -1}, "0.0 %  present 0 bytes  0 bytes/s"},
       {{4096, 2048, 0, 1048576, 1}, "50.0 %  present 1.0 MiB  1.0 MiB/s  0:01 left"},
       {{4096, 2048, 12, 512, 753},
