@@ -30,6 +30,7 @@ constexpr u32 kLegendHeight = 88;
 constexpr u32 kWidth = kMapWidth + 2 * kMargin;
 constexpr u32 kSmallestCell = 4;  // pixels
 constexpr u32 kLargestCell = 64;
+constexpr u32 kHalo = 2;  // pixels around small unreadable cells, so that a single one is seen
 constexpr u32 kSwatch = 20;
 constexpr u32 kLegendStep = kMapWidth / 3;
 constexpr u32 kTextScale = 2;  // of a font 7 pixels high
@@ -51,6 +52,8 @@ struct Sheet {
   MapGrid grid;
   u32 cellPixels;
   u32 columns;
+
+  u32 Halo() const { return cellPixels <= 8 ? kHalo : 0; }
 
   // The picture ends below the rows that are in use.
   u32 MapHeight() const {
@@ -158,6 +161,12 @@ std::string DrawMapPng(cKVRSparseIO* image, const std::string& title) {
     canvas.Fill(sheet.X(i), sheet.Y(i), sheet.cellPixels - gap, sheet.cellPixels - gap,
                 ColourOf(sheet.grid.cells[i]));
   }
+  const u32 marked = sheet.cellPixels + 2 * sheet.Halo() - gap;
+  for (size_t i = 0; i < sheet.grid.cells.size(); ++i) {
+    if (!LookOf(sheet.grid.cells[i]).unreadable) continue;
+    canvas.Fill(sheet.X(i) - sheet.Halo(), sheet.Y(i) - sheet.Halo(), marked, marked,
+                kUnreadableColour);
+  }
   u32 x = kMargin;
   const u32 y = sheet.LegendTop();
   for (const LegendItem& item : Legend(sheet.grid)) {
@@ -178,16 +187,23 @@ std::string DrawMapSvg(cKVRSparseIO* image, const std::string& title) {
   AddRect(&svg, 0, 0, kWidth, sheet.Height(), kBackground);
   AddText(&svg, kMargin, 36, 20, title);
   const auto& cells = sheet.grid.cells;
+  std::string marks;
   for (size_t i = 0; i < cells.size();) {
     // Neighbours of one colour in a row are one rectangle.
     const Colour colour = ColourOf(cells[i]);
     const size_t rowEnd = std::min(cells.size(), (i / sheet.columns + 1) * sheet.columns);
     size_t end = i + 1;
     while (end < rowEnd && ColourOf(cells[end]) == colour) ++end;
-    AddRect(&svg, sheet.X(i), sheet.Y(i), static_cast<u32>(end - i) * sheet.cellPixels,
-            sheet.cellPixels, colour);
+    const u32 width = static_cast<u32>(end - i) * sheet.cellPixels;
+    AddRect(&svg, sheet.X(i), sheet.Y(i), width, sheet.cellPixels, colour);
+    if (colour == kUnreadableColour) {
+      const u32 halo = sheet.Halo();
+      AddRect(&marks, sheet.X(i) - halo, sheet.Y(i) - halo, width + 2 * halo,
+              sheet.cellPixels + 2 * halo, colour);
+    }
     i = end;
   }
+  svg += marks;  // last, so that no neighbour covers them
   u32 x = kMargin;
   const u32 y = sheet.LegendTop();
   for (const LegendItem& item : Legend(sheet.grid)) {
