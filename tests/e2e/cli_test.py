@@ -254,6 +254,7 @@ class CliTest(unittest.TestCase):
                     resource.RLIMIT_FSIZE, (limit, limit)))
                 self.assert_status(result, 1)
                 self.assertIn(b"disk.kvrsp", result.stderr)
+                self.assertRegex(result.stderr, b"No space left|File too large")
                 self.image()
                 self.assertEqual(self.export(), data)
 

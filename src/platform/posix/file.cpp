@@ -83,7 +83,10 @@ u32 ReadFileAt(FileHandle file, void* buffer, u32 length, u64 offset) {
 }
 
 u32 WriteFileAt(FileHandle file, const void* buffer, u32 length, u64 offset) {
-  return Moved(pwrite(Descriptor(file), buffer, length, static_cast<off_t>(offset)));
+  const u32 moved = Moved(pwrite(Descriptor(file), buffer, length, static_cast<off_t>(offset)));
+  // A file takes a part of a write only when there is no room for all of it, and does not say so.
+  if (moved > 0 && moved < length) SetLastFailure(ENOSPC);
+  return moved;
 }
 
 u64 FileSize(FileHandle file) {
