@@ -17,7 +17,7 @@ cImager::cImager(Cache* cache, Source* source, const std::atomic<bool>* stop)
       m_lastSync(platform::MonotonicSeconds()) {
   m_reader.OnEachRefusal([this] {
     Tell();
-    SyncWhenDue();  // a failure shows again at the next one
+    SyncWhenDue();
   });
 }
 
@@ -47,12 +47,12 @@ ReadEnd cImager::Run(const Monitor& monitor) {
     if (status == kMissing) end = Fetch(start, sectors);
     return end == ReadEnd::kNotEnded;
   });
+  // A read that ended early may have left holes: the cache itself knows. Asked only now, since a
+  // visited object cannot be visited.
+  if (m_cutCount > 0) Settle(CountStatuses(m_cache->image.get(), m_cutFirst, m_cutCount));
   Tell();
-  if (!m_cache->hold->Sync() && end == ReadEnd::kNotEnded) {
-    m_systemError = platform::LastFailure();
-    end = ReadEnd::kStoreFailed;
-  }
-  return end;
+  Sync();
+  return m_syncFailed && end == ReadEnd::kNotEnded ? ReadEnd::kStoreFailed : end;
 }
 
 ReadEnd cImager::Fetch(u64 first, u64 count) {
@@ -62,11 +62,14 @@ ReadEnd cImager::Fetch(u64 first, u64 count) {
     const u32 request = static_cast<u32>(std::min(boundary, end) - first);
     const u64 refusedBefore = m_reader.Refused();
     const u32 settled = m_reader.Read(first, m_buffer.get(), request);
-    Settle(first, request, settled, m_reader.Refused() - refusedBefore);
-    if (m_reader.End() != ReadEnd::kNotEnded) {
+    if (settled < request) {
+      m_cutFirst = first;
+      m_cutCount = request;
       m_systemError = m_reader.SystemError();
       return m_reader.End();
     }
+    const u64 refused = m_reader.Refused() - refusedBefore;
+    Settle({request - refused, refused, 0});
     if (!SyncWhenDue()) return ReadEnd::kStoreFailed;
     Tell();
     first += request;
@@ -74,10 +77,7 @@ ReadEnd cImager::Fetch(u64 first, u64 count) {
   return ReadEnd::kNotEnded;
 }
 
-void cImager::Settle(u64 first, u32 requested, u32 settled, u64 refused) {
-  StatusCounts now{settled - refused, refused, requested - settled};
-  // A read that ended early may have left holes: the cache itself knows.
-  if (settled < requested) now = CountStatuses(m_cache->image.get(), first, requested);
+void cImager::Settle(const StatusCounts& now) {
   m_progress.counts.present += now.present;
   m_progress.counts.unreadable += now.unreadable;
   m_progress.counts.missing -= now.present + now.unreadable;
@@ -91,11 +91,17 @@ void cImager::Tell() {
 
 bool cImager::SyncWhenDue() {
   const double now = platform::MonotonicSeconds();
-  if (now - m_lastSync < kSyncSeconds) return true;
-  m_lastSync = now;
-  if (m_cache->hold->Sync()) return true;
+  if (now - m_lastSync >= kSyncSeconds) {
+    m_lastSync = now;
+    Sync();
+  }
+  return !m_syncFailed;
+}
+
+void cImager::Sync() {
+  if (m_cache->hold->Sync() || m_syncFailed) return;
+  m_syncFailed = true;
   m_systemError = platform::LastFailure();
-  return false;
 }
 
 }  // namespace larkspur

@@ -40,9 +40,12 @@ class cImager {
 
  private:
   ReadEnd Fetch(u64 first, u64 count);
-  void Settle(u64 first, u32 requested, u32 settled, u64 refused);
+  // Counts sectors that were missing and are so no more.
+  void Settle(const StatusCounts& now);
   void Tell();
+  // False once bringing the cache to its medium has failed.
   bool SyncWhenDue();
+  void Sync();
 
   Cache* m_cache;
   Source* m_source;
@@ -52,7 +55,10 @@ class cImager {
   Monitor m_monitor;
   ImagingProgress m_progress;
   std::unique_ptr<u8[]> m_buffer;
+  u64 m_cutFirst = 0;  // the request that ended the run early, and its length; 0: none did
+  u32 m_cutCount = 0;
   double m_lastSync;
+  bool m_syncFailed = false;  // kept: systems tell of a failure once only
   u32 m_systemError = 0;
 };
 

@@ -61,7 +61,8 @@ class cKVRSparseIO final : public cSparseIO {
 
   // Calls visit(start, sectors, status) for the neighbouring runs of equal status that make up
   // [first, first+count), cut at the image's end, until it answers false. A block whose index entry
-  // or map cannot be read counts as missing. False when it was ended by `visit`.
+  // or map cannot be read counts as missing. False when it was ended by `visit`, which may use
+  // other objects on the same file, but not this one.
   using ExtentVisitor = std::function<bool(u64 start, u64 sectors, SectorStatus status)>;
   bool VisitExtents(u64 first, u64 count, const ExtentVisitor& visit);
 
