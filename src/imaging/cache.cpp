@@ -10,6 +10,8 @@ namespace {
 
 using platform::OwnedFile;
 
+constexpr u32 kReadWrite = platform::kOpenRead | platform::kOpenWrite;
+
 // What a new cache is called until it is complete.
 constexpr std::u16string_view kUnfinishedSuffix = u".larkspur-new";
 
@@ -40,13 +42,16 @@ bool IsComplete(cFlatIO* file, const SparseLayout& layout, cKVRSparseIO* image) 
 }
 
 Cache CreateUnder(const std::u16string& path, u64 sectors) {
-  OwnedFile made(platform::CreateEmptyFile(path.c_str()));
+  // Locked before it is emptied: another run may be making the same cache.
+  OwnedFile made(platform::OpenExistingFile(path.c_str(), kReadWrite));
+  if (!made.IsOpen()) made = OwnedFile(platform::CreateEmptyFile(path.c_str()));
   if (!made.IsOpen()) return Answered(CacheAnswer::kCannotCreate);
   if (platform::LockFileAlone(made.Handle()) == platform::LockAnswer::kHeldElsewhere) {
     return Answered(CacheAnswer::kHeldElsewhere);
   }
+  platform::SetLastFailure(0);
   Owned<cFlatIO> file(new cFlatIO);
-  bool complete = file->OpenPath(path, false);
+  bool complete = platform::SetFileSize(made.Handle(), 0) && file->OpenPath(path, false);
   if (complete) {
     const cNestedIOResource resource{Owned<cBaseIO>(file.release())};
     cKVRSparseIO image;
@@ -105,7 +110,6 @@ Cache CreateCache(const std::u16string& path, u64 sectors) {
 }  // namespace
 
 Cache HoldCache(const std::u16string& path) {
-  constexpr u32 kReadWrite = platform::kOpenRead | platform::kOpenWrite;
   OwnedFile file(platform::OpenExistingFile(path.c_str(), kReadWrite));
   if (!file.IsOpen()) return Answered(CacheAnswer::kCannotOpen);
   if (platform::LockFileAlone(file.Handle()) == platform::LockAnswer::kHeldElsewhere) {

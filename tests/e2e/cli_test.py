@@ -258,6 +258,13 @@ class CliTest(unittest.TestCase):
                 self.image()
                 self.assertEqual(self.export(), data)
 
+    def test_a_half_made_cache_is_made_anew(self):
+        data = self.make_source(3000)
+        pathlib.Path("disk.kvrsp.larkspur-new").write_bytes(b"left by a crash" * 1000)
+        self.image()
+        self.assertEqual(self.export(), data)
+        self.assertEqual(sorted(os.listdir()), ["disk.kvrsp", "out.img", "source.img"])
+
     @native_only
     def test_a_second_run_is_refused(self):
         self.make_source(100)
