@@ -14,7 +14,6 @@
 namespace larkspur::cli {
 
 // None when something is wrong; the user has been told.
-std::optional<Source> OpenSourceOrTell(const SourceOptions& options);
 std::optional<Cache> OpenCacheToLook(const std::string& path);
 
 // A source with its cache, opened for reading once.

@@ -24,10 +24,7 @@ cBaseIO::~cBaseIO() {
 }
 
 u8* cBaseIO::Scratch() {
-  if (!m_scratch) {
-    m_scratch = new (std::nothrow) u8[kSectorBytes];
-    m_scratchBytes = m_scratch ? kSectorBytes : 0;
-  }
+  if (!m_scratch) m_scratch = new (std::nothrow) u8[kSectorBytes];
   return m_scratch;
 }
 

@@ -99,7 +99,6 @@ class cBaseIO {
   bool PatchSector(u64 sector, u32 firstByte, const u8* bytes, u32 lengthBytes);
 
   u8* m_scratch = nullptr;
-  u64 m_scratchBytes = 0;
 
  protected:
   bool m_readOnly = true;
