@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "partitions/detection.h"
+
+#include <array>
+#include <memory>
+
+#include "base/owned.h"
+#include "partitions/format.h"
+#include "partitions/gpt.h"
+#include "partitions/mbr.h"
+#include "partitions/type_names.h"
+
+namespace larkspur {
+namespace {
+
+// What a whole storage may hold. A node keeps the parser of the first that matches, so the order is
+// part of what the tree says; formats that share a place on the disk stand the stricter one first.
+constexpr const Format* kWholeDeviceFormats[] = {
+    &kMbrFormat,
+    &kGptFormat,
+};
+
+// What a partition may hold. Members of a RAID come first, since what they hold may begin with
+// any other format; a dynamic disk's partition is known by its type alone; a master boot record
+// comes late, since its test is the weakest of all.
+constexpr const Format* kNodeFormats[] = {
+    &kGptFormat,
+    &kMbrFormat,
+};
+
+using FrontBytes = std::array<u8, kFrontSectors * kSectorBytes>;
+
+// The four SAN systems that have records of their own would be looked for where no format matched.
+// None of them has a published signature, so none is recognised.
+
+cPartParser* ParserOf(const cPartTreeItem& node) {
+  return static_cast<cPartParser*>(FindExtension(node, kKindParser));
+}
+
+// Whether an ancestor that starts where the node starts was read by that parser already.
+bool WasReadAtThisStart(const cPartTreeItem& node, u32 parserId) {
+  for (const cPartTreeItem* item = node.Parent(); item; item = item->Parent()) {
+    if (item->m_start != node.m_start) continue;
+    cPartParser* parser = ParserOf(*item);
+    if (parser && parser->GetParserId() == parserId) return true;
+  }
+  return false;
+}
+
+bool Matches(Scan& scan, const cPartTreeItem& node, const Format& format, NodeFront front) {
+  if (format.looksAtFront && WasReadAtThisStart(node, format.parserId)) return false;
+  ScanAsker asker(scan, format.className);
+  return format.probe(scan, node, front);
+}
+
+}  // namespace
+
+bool RunFormat(Scan& scan, cPartTreeItem& node, const Format& format) {
+  ScanAsker asker(scan, format.className);
+  AddExtension(node, format.makeParser());
+  return format.parse(scan, node);
+}
+
+bool BuildPartitionTree(cTreeItem** tree, cBaseIO* io) {
+  return BuildPartitionTree(tree, io, nullptr);
+}
+
+bool BuildPartitionTree(cTreeItem** tree, cBaseIO* io, ScanTrace* trace) {
+  DeleteTree(tree);
+  Scan scan(io, trace);
+  if (scan.SectorCount() == 0) return false;
+  auto* root = new cPartTreeItem;
+  AppendToTree(tree, root);
+  SetNode(*root, io, 0, scan.SectorCount(), kTypeWholeDevice);
+  auto front = std::make_unique<FrontBytes>();
+  if (scan.Read(0, kFrontSectors, front->data()) != kFrontSectors) return false;
+  for (const Format* format : kWholeDeviceFormats) {
+    if (Matches(scan, *root, *format, *front)) return RunFormat(scan, *root, *format);
+  }
+  return true;
+}
+
+bool DetectPartitionContents(cPartTreeItem* node, bool allowMbr) {
+  if (!node || !node->m_io) return false;
+  Scan scan(node->m_io);
+  return DetectContents(scan, *node, allowMbr);
+}
+
+bool DetectContents(Scan& scan, cPartTreeItem& node, bool allowMbr) {
+  auto front = std::make_unique<FrontBytes>();
+  if (scan.Read(node.m_start, kFrontSectors, front->data()) != kFrontSectors) return false;
+  for (const Format* format : kNodeFormats) {
+    if (format == &kMbrFormat && !allowMbr) continue;
+    if (Matches(scan, node, *format, *front)) return RunFormat(scan, node, *format);
+  }
+  return true;
+}
+
+const char* ParserClassName(u32 parserId) {
+  for (const Format* format : kWholeDeviceFormats) {
+    if (format->parserId == parserId) return format->className;
+  }
+  for (const Format* format : kNodeFormats) {
+    if (format->parserId == parserId) return format->className;
+  }
+  return nullptr;
+}
+
+}  // namespace larkspur

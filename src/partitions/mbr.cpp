@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "partitions/mbr.h"
+
+#include <cstring>
+#include <optional>
+#include <set>
+
+#include "base/endian.h"
+#include "partitions/part_records.h"
+#include "partitions/type_names.h"
+
+namespace larkspur {
+namespace {
+
+constexpr size_t kTable = 446;
+constexpr size_t kEntryBytes = 16;
+constexpr size_t kEntries = 4;
+constexpr size_t kSignature = 510;
+constexpr u16 kSigned = 0xAA55;
+constexpr u16 kSignedToo = 0xBB55;  // some tools sign the first sector so, never what a chain links
+constexpr u8 kActive = 0x80;
+
+// Systems name logical drives by letters or small numbers; the longest chains seen have some dozen.
+constexpr size_t kMaxChain = 1024;
+
+struct Entry {
+  u8 type;
+  u32 start;
+  u32 count;
+};
+
+Entry EntryAt(const u8* sector, size_t index) {
+  const u8* entry = sector + kTable + index * kEntryBytes;
+  return {entry[4], LoadLe32(entry + 8), LoadLe32(entry + 12)};
+}
+
+bool IsValidEntry(const u8* entry) {
+  if (entry[0] != 0 && entry[0] != kActive) return false;
+  if (LoadLe32(entry + 12) != 0) return true;
+  for (size_t i = 0; i < kEntryBytes; ++i) {
+    if (entry[i] != 0) return false;
+  }
+  return true;
+}
+
+bool HoldsText(const SectorBytes& sector, size_t offset, const char* text) {
+  return std::memcmp(&sector[offset], text, std::strlen(text)) == 0;
+}
+
+// The type of the file system whose boot sector this is.
+std::optional<u16> BootSectorType(const SectorBytes& sector) {
+  if (HoldsText(sector, 82, "TFAT32") || HoldsText(sector, 82, "FAT32")) return kTypeFat32;
+  if (HoldsText(sector, 54, "FAT12")) return kTypeFat12;
+  if (HoldsText(sector, 54, "FAT16")) return kTypeFat16;
+  if (HoldsText(sector, 3, "NTFS    ")) return kTypeNtfs;
+  return std::nullopt;
+}
+
+// One table and the chains that hang from its containers.
+class TableReader {
+ public:
+  TableReader(Scan& scan, cPartTreeItem& node)
+      : m_scan(scan), m_node(node), m_factor(scan.BytesPerSector() / kSectorBytes) {
+    const auto* record = static_cast<cSBRLegacyOffset*>(FindExtension(node, kKindSBRLegacyOffset));
+    if (record) m_legacy = record->m_offset;
+  }
+
+  bool ReadEntry(const Entry& entry);
+
+ private:
+  // Where an extended boot record may lie: positions count from the disk or from the table.
+  struct Place {
+    u64 position;
+    u64 other;
+  };
+
+  bool WalkChain(cPartTreeItem& container, u32 first);
+  bool ReadLink(Place* place, SectorBytes* sector);
+  void AddLogicalDrive(cPartTreeItem& container, const SectorBytes& sector, u64 position);
+
+  Scan& m_scan;
+  cPartTreeItem& m_node;
+  u64 m_factor;
+  u64 m_legacy = 0;
+};
+
+bool TableReader::ReadEntry(const Entry& entry) {
+  if (entry.type == 0) return true;
+  cPartTreeItem* child = m_scan.AddChild(m_node, m_node.m_start + entry.start * m_factor,
+                                         entry.count * m_factor, entry.type);
+  if (!child) return true;
+  if (IsContainerType(entry.type)) return WalkChain(*child, entry.start);
+  m_scan.Detect(*child, m_node);
+  return true;
+}
+
+// Positions in a chain do not get the sector factor, only what they describe does.
+bool TableReader::WalkChain(cPartTreeItem& container, u32 first) {
+  const u64 base = m_node.m_start;
+  Place place{first - m_legacy, base + first - m_legacy};
+  std::set<u64> visited;
+  while (visited.size() < kMaxChain) {
+    SectorBytes sector;
+    if (!ReadLink(&place, &sector)) return false;
+    if (!visited.insert(place.position).second) return true;  // the chain bites its tail
+    AddLogicalDrive(container, sector, place.position);
+    const Entry next = EntryAt(sector.data(), 1);
+    if (next.type == 0) return true;
+    const u64 link = next.start - m_legacy;
+    place = {link + first, base + link};
+  }
+  return true;
+}
+
+// Reads the record at the first of the two places that holds one, and leaves that as position.
+bool TableReader::ReadLink(Place* place, SectorBytes* sector) {
+  for (;;) {
+    const bool isLink =
+        m_scan.ReadSector(place->position, sector) && LoadLe16(&(*sector)[kSignature]) == kSigned;
+    if (isLink) return true;
+    if (place->position == place->other) return false;
+    place->position = place->other;
+  }
+}
+
+void TableReader::AddLogicalDrive(cPartTreeItem& container, const SectorBytes& sector,
+                                  u64 position) {
+  const Entry entry = EntryAt(sector.data(), 0);
+  cPartTreeItem* drive = m_scan.AddChild(container, (entry.start + position) * m_factor,
+                                         entry.count * m_factor, entry.type);
+  if (!drive) return;
+  if (entry.start != 0) AddExtension(*drive, new cSBRLegacyOffset(entry.start));
+  m_scan.Detect(*drive, m_node);
+}
+
+}  // namespace
+
+bool ProbeMbr(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
+  const u16 signature = LoadLe16(&front[kSignature]);
+  if (signature != kSigned && signature != kSignedToo) return false;
+  for (size_t i = 0; i < kEntries; ++i) {
+    if (!IsValidEntry(&front[kTable + i * kEntryBytes])) return false;
+  }
+  return true;
+}
+
+bool ParseMbr(Scan& scan, cPartTreeItem& node) {
+  SectorBytes sector;
+  if (!scan.ReadSector(node.m_start, &sector)) return false;
+  if (const auto type = BootSectorType(sector)) {
+    SetNodeType(node, *type);
+    return true;
+  }
+  TableReader reader(scan, node);
+  for (size_t i = 0; i < kEntries; ++i) {
+    if (!reader.ReadEntry(EntryAt(sector.data(), i))) return false;
+  }
+  return true;
+}
+
+}  // namespace larkspur
