@@ -40,11 +40,17 @@ struct ExportOptions {
   bool force = false;
 };
 
+struct TreeOptions : SourceOptions {
+  bool trace = false;
+};
+
 ExitStatus RunImage(const SourceOptions& options);
 ExitStatus RunRead(const ReadOptions& options);
 ExitStatus RunInfo(const std::string& cache, bool json);
 ExitStatus RunMap(const MapOptions& options);
 ExitStatus RunCheck(const std::string& cache, bool repair, bool json);
 ExitStatus RunExport(const ExportOptions& options);
+// The storage is options.source; options.cache may be empty.
+ExitStatus RunTree(const TreeOptions& options);
 
 }  // namespace larkspur::cli

@@ -14,13 +14,17 @@ namespace {
 
 using Action = std::function<ExitStatus()>;
 
-void AddSourceAndCache(CLI::App* command, SourceOptions* options) {
-  command->add_option("SOURCE", options->source, "What is read: a file or a device")->required();
-  command->add_option("CACHE", options->cache, "The cache file, such as disk.kvrsp")->required();
+void AddTestMode(CLI::App* command, SourceOptions* options) {
   command
       ->add_option("--test-mode", options->testMode,
                    "Make every sector fail that this GNU ddrescue mapfile does not mark +")
       ->type_name("MAPFILE");
+}
+
+void AddSourceAndCache(CLI::App* command, SourceOptions* options) {
+  command->add_option("SOURCE", options->source, "What is read: a file or a device")->required();
+  command->add_option("CACHE", options->cache, "The cache file, such as disk.kvrsp")->required();
+  AddTestMode(command, options);
 }
 
 void AddCache(CLI::App* command, std::string* cache) {
@@ -101,6 +105,21 @@ void AddExport(CLI::App* app, Action* chosen) {
   command->callback([=] { *chosen = [options] { return RunExport(*options); }; });
 }
 
+void AddTree(CLI::App* app, Action* chosen) {
+  auto options = std::make_shared<TreeOptions>();
+  auto* command =
+      app->add_subcommand("tree", "Show the partitions and volume sets of a source or a cache");
+  command->add_option("STORAGE", options->source, "A file, a device or a cache")->required();
+  auto* cache = command->add_option("--cache", options->cache,
+                                    "Look at the source through this cache, so that each sector "
+                                    "is read from it once");
+  cache->type_name("CACHE");
+  AddTestMode(command, options.get());
+  command->add_flag("--trace", options->trace, "List the sectors that were read, and for what");
+  AddJson(command, &options->json);
+  command->callback([=] { *chosen = [options] { return RunTree(*options); }; });
+}
+
 ExitStatus Run(std::vector<std::string> arguments) {
   CLI::App app{"Larkspur reads each sector of a failing disk at most once."};
   app.name("larkspur");
@@ -110,7 +129,7 @@ ExitStatus Run(std::vector<std::string> arguments) {
       "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable;\n"
       "130 interrupted (the same command goes on from there).");
   Action chosen;
-  for (const auto add : {AddImage, AddRead, AddInfo, AddMap, AddCheck, AddExport}) {
+  for (const auto add : {AddImage, AddRead, AddInfo, AddMap, AddCheck, AddExport, AddTree}) {
     add(&app, &chosen);
   }
   try {

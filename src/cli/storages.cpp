@@ -60,7 +60,8 @@ std::string CacheWords(const std::string& name, const Cache& cache, u64 sourceSe
   return {};
 }
 
-// None when something is wrong; the user has been told.
+}  // namespace
+
 std::optional<Source> OpenSourceOrTell(const SourceOptions& options) {
   Source source = OpenSource(WideFromUtf8(options.source), WideFromUtf8(options.testMode));
   if (source.answer != SourceAnswer::kOpened) {
@@ -73,8 +74,6 @@ std::optional<Source> OpenSourceOrTell(const SourceOptions& options) {
   }
   return source;
 }
-
-}  // namespace
 
 std::optional<Cache> OpenCacheToLook(const std::string& path) {
   Cache cache = OpenCache(WideFromUtf8(path), CacheAccess::kLook, 0);

@@ -16,6 +16,9 @@ namespace larkspur::cli {
 // None when something is wrong; the user has been told.
 std::optional<Cache> OpenCacheToLook(const std::string& path);
 
+// A source alone; none when something is wrong, and then the user has been told.
+std::optional<Source> OpenSourceOrTell(const SourceOptions& options);
+
 // A source with its cache, opened for reading once.
 struct Pair {
   Source source;

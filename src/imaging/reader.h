@@ -36,6 +36,9 @@ class cReader final : public cFetchGuard {
   // means that End() is set.
   u32 Read(u64 sector, void* buffer, u32 count);
 
+  // The storage that Read reads, for those who take a storage; End() tells of its reads as well.
+  cBaseIO* Storage() { return &m_storage; }
+
   ReadEnd End() const { return m_end; }
   u32 SystemError() const { return m_systemError; }
   // Sectors that the source refused so far.

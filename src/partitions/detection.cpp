@@ -6,10 +6,21 @@
 #include <memory>
 
 #include "base/owned.h"
+#include "partitions/aix_lvm.h"
+#include "partitions/apple_map.h"
+#include "partitions/bsd_label.h"
 #include "partitions/format.h"
 #include "partitions/gpt.h"
+#include "partitions/intel_matrix.h"
+#include "partitions/luks.h"
 #include "partitions/mbr.h"
+#include "partitions/md_raid.h"
+#include "partitions/netware.h"
+#include "partitions/netware_nss.h"
+#include "partitions/snap.h"
+#include "partitions/solaris.h"
 #include "partitions/type_names.h"
+#include "partitions/xunix.h"
 
 namespace larkspur {
 namespace {
@@ -17,16 +28,16 @@ namespace {
 // What a whole storage may hold. A node keeps the parser of the first that matches, so the order is
 // part of what the tree says; formats that share a place on the disk stand the stricter one first.
 constexpr const Format* kWholeDeviceFormats[] = {
-    &kMbrFormat,
-    &kGptFormat,
+    &kMbrFormat,    &kAppleMapFormat, &kGptFormat,     &kSnapFormat,   &kBsdLabelFormat,
+    &kMdRaidFormat, &kLuksFormat,     &kSolarisFormat, &kAixLvmFormat,
 };
 
 // What a partition may hold. Members of a RAID come first, since what they hold may begin with
 // any other format; a dynamic disk's partition is known by its type alone; a master boot record
 // comes late, since its test is the weakest of all.
 constexpr const Format* kNodeFormats[] = {
-    &kGptFormat,
-    &kMbrFormat,
+    &kMdRaidFormat,     &kGptFormat,   &kBsdLabelFormat, &kSolarisFormat, &kNetWareFormat,
+    &kNetWareNssFormat, &kXUnixFormat, &kMbrFormat,      &kLuksFormat,
 };
 
 using FrontBytes = std::array<u8, kFrontSectors * kSectorBytes>;
@@ -54,6 +65,14 @@ bool Matches(Scan& scan, const cPartTreeItem& node, const Format& format, NodeFr
   return format.probe(scan, node, front);
 }
 
+// Whole-disk metadata of a controller: its volumes become children beside what the storage's own
+// sectors say.
+void LookForIntelMatrix(Scan& scan, cPartTreeItem& root) {
+  ScanAsker asker(scan, kIntelMatrixFormat.className);
+  if (!ProbeIntelMatrix(scan, root)) return;
+  if (ParseIntelMatrix(scan, root)) AddExtension(root, kIntelMatrixFormat.makeParser());
+}
+
 }  // namespace
 
 bool RunFormat(Scan& scan, cPartTreeItem& node, const Format& format) {
@@ -73,6 +92,7 @@ bool BuildPartitionTree(cTreeItem** tree, cBaseIO* io, ScanTrace* trace) {
   auto* root = new cPartTreeItem;
   AppendToTree(tree, root);
   SetNode(*root, io, 0, scan.SectorCount(), kTypeWholeDevice);
+  LookForIntelMatrix(scan, *root);
   auto front = std::make_unique<FrontBytes>();
   if (scan.Read(0, kFrontSectors, front->data()) != kFrontSectors) return false;
   for (const Format* format : kWholeDeviceFormats) {
@@ -88,6 +108,7 @@ bool DetectPartitionContents(cPartTreeItem* node, bool allowMbr) {
 }
 
 bool DetectContents(Scan& scan, cPartTreeItem& node, bool allowMbr) {
+  ScanAsker asker(scan, kDetection);
   auto front = std::make_unique<FrontBytes>();
   if (scan.Read(node.m_start, kFrontSectors, front->data()) != kFrontSectors) return false;
   for (const Format* format : kNodeFormats) {
@@ -97,14 +118,14 @@ bool DetectContents(Scan& scan, cPartTreeItem& node, bool allowMbr) {
   return true;
 }
 
-const char* ParserClassName(u32 parserId) {
+const Format* FormatOf(u32 parserId) {
   for (const Format* format : kWholeDeviceFormats) {
-    if (format->parserId == parserId) return format->className;
+    if (format->parserId == parserId) return format;
   }
   for (const Format* format : kNodeFormats) {
-    if (format->parserId == parserId) return format->className;
+    if (format->parserId == parserId) return format;
   }
-  return nullptr;
+  return parserId == kParserIntelMatrix ? &kIntelMatrixFormat : nullptr;
 }
 
 }  // namespace larkspur

@@ -10,6 +10,7 @@
 namespace larkspur {
 
 class cBaseIO;
+struct Format;
 
 // Empties the tree and builds that of the whole storage, with the storage itself as its one top
 // item. The nodes do not own `io`. False when the storage is missing or empty, when its first 16
@@ -27,8 +28,8 @@ bool DetectPartitionContents(cPartTreeItem* node, bool allowMbr);
 // The same within a scan.
 bool DetectContents(Scan& scan, cPartTreeItem& node, bool allowMbr);
 
-// The class name of the parser with that number; null when there is none.
-const char* ParserClassName(u32 parserId);
+// The format that the parser with that number reads; null when there is none.
+const Format* FormatOf(u32 parserId);
 
 // A partition tree that ends with its holder.
 class PartitionTree {

@@ -17,6 +17,7 @@ using NodeFront = std::span<const u8, kFrontSectors * kSectorBytes>;
 
 struct Format {
   const char* className;  // of its parser
+  const char* title;      // what people call it
   u32 parserId;
   // Looks at the front of the node only, so that a child which starts where its parent starts
   // would match again.

@@ -24,7 +24,7 @@ bool ParseGpt(Scan& scan, cPartTreeItem& node);
 
 using cGPTPartParser = FormatParser<kParserGPT, ParseGpt>;
 
-inline constexpr Format kGptFormat{"cGPTPartParser",           kParserGPT, true, ProbeGpt,
-                                   MakeParser<cGPTPartParser>, ParseGpt};
+inline constexpr Format kGptFormat{"cGPTPartParser", "GUID partition table",     kParserGPT, true,
+                                   ProbeGpt,         MakeParser<cGPTPartParser>, ParseGpt};
 
 }  // namespace larkspur

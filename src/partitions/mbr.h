@@ -23,7 +23,7 @@ bool ParseMbr(Scan& scan, cPartTreeItem& node);
 
 using cMbrPartParser = FormatParser<kParserMbr, ParseMbr>;
 
-inline constexpr Format kMbrFormat{"cMbrPartParser",           kParserMbr, false, ProbeMbr,
-                                   MakeParser<cMbrPartParser>, ParseMbr};
+inline constexpr Format kMbrFormat{"cMbrPartParser", "MBR partition table",      kParserMbr, false,
+                                   ProbeMbr,         MakeParser<cMbrPartParser>, ParseMbr};
 
 }  // namespace larkspur

@@ -70,9 +70,9 @@ u32 Scan::UnknownRun(u64 sector, u32 count) const {
 }
 
 u32 Scan::ReadUnknown(u64 sector, u32 count, u8* buffer) {
-  if (m_trace) m_trace->push_back({sector, count, m_asker});
   u32 got = m_io->SetPosition(sector) == sector ? m_io->Read(buffer, count) : 0;
   got = std::min(got, count);
+  if (m_trace) m_trace->push_back({sector, count, got, m_asker});
   if (got < count) m_failed.insert(sector + got);
   if (count <= kMaxKeptRun) Keep(sector, got, buffer);
   return got;

@@ -26,8 +26,10 @@ using SectorBytes = std::array<u8, kSectorBytes>;
 struct ScanRequest {
   u64 sector;
   u32 count;
-  const char* asker;  // the class of the format that asked, or "detection"
+  u32 delivered;
+  const char* asker;  // the class of the format that asked, or kDetection
 };
+inline constexpr char kDetection[] = "detection";
 using ScanTrace = std::vector<ScanRequest>;
 
 class Scan {
@@ -81,7 +83,7 @@ class Scan {
   u64 m_sectorCount;
   u64 m_sectorsLeft = kMaxSectorsRead;
   u32 m_nodes = 0;
-  const char* m_asker = "detection";
+  const char* m_asker = kDetection;
   std::unordered_map<u64, SectorBytes> m_kept;
   std::unordered_set<u64> m_failed;
 };

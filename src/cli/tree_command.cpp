@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "base/path_text.h"
+#include "cli/commands.h"
+#include "cli/output.h"
+#include "cli/storages.h"
+#include "cli/tree_text.h"
+#include "imaging/size_text.h"
+#include "imaging/summary.h"
+#include "partitions/detection.h"
+#include "platform/file.h"
+#include "platform/system_error.h"
+#include "platform/terminal.h"
+
+namespace larkspur::cli {
+namespace {
+
+// What detection met on its way.
+struct Obstacles {
+  u64 unreadable = 0;  // sectors
+  u64 missing = 0;     // sectors that the cache does not have
+};
+
+std::string Asker(const ScanRequest& request) {
+  return fmt::format("{:>12} {:>6}  {}{}\n", request.sector, request.count, request.asker,
+                     request.delivered < request.count ? ", not all of them readable" : "");
+}
+
+Json TraceJson(const ScanTrace& trace) {
+  Json list = Json::array();
+  for (const ScanRequest& request : trace) {
+    list.push_back({{"start", request.sector},
+                    {"sectors", request.count},
+                    {"delivered", request.delivered},
+                    {"asker", request.asker}});
+  }
+  return list;
+}
+
+void TellObstacles(const std::string& name, bool understood, const Obstacles& obstacles) {
+  if (obstacles.missing > 0) {
+    Tell(
+        fmt::format("{}: {} of the sectors looked at are not in the cache and count as zeros; "
+                    "the tree may lack something",
+                    name, obstacles.missing));
+  }
+  if (obstacles.unreadable > 0) {
+    Tell(fmt::format("{}: {} of the sectors looked at are unreadable; the tree may lack something",
+                     name, obstacles.unreadable));
+  }
+  if (!understood && obstacles.unreadable == 0) {
+    Tell(name + ": not all of it could be read or understood; what was found is shown");
+  }
+}
+
+void PrintTree(const TreeOptions& options, const cPartTreeItem& root, bool understood,
+               const ScanTrace& trace) {
+  if (options.json) {
+    Json document = {{"path", options.source},
+                     {"sectors", root.m_length},
+                     {"ok", understood},
+                     {"tree", Json::array({TreeJson(root)})}};
+    if (options.trace) document["trace"] = TraceJson(trace);
+    PrintJson(document);
+    return;
+  }
+  Print(TreeTable(root));
+  if (!options.trace) return;
+  Print(fmt::format("\n{:>12} {:>6}  read for\n", "start", "count"));
+  for (const ScanRequest& request : trace) Print(Asker(request));
+}
+
+// Builds and shows the tree of `io`. With an image, the sectors that were looked at are looked up
+// in it afterwards.
+ExitStatus ShowTree(const TreeOptions& options, cBaseIO* io, cKVRSparseIO* image) {
+  PartitionTree tree;
+  ScanTrace trace;
+  const bool understood = BuildPartitionTree(tree.Head(), io, &trace);
+  if (!tree.Root()) return Fail(options.source + ": the storage has no sectors");
+  Obstacles obstacles;
+  for (const ScanRequest& request : trace) {
+    obstacles.unreadable += request.delivered < request.count;
+    if (!image) continue;
+    const StatusCounts counts = CountStatuses(image, request.sector, request.count);
+    obstacles.unreadable += counts.unreadable;
+    obstacles.missing += counts.missing;
+  }
+  PrintTree(options, *tree.Root(), understood, trace);
+  TellObstacles(options.source, understood, obstacles);
+  return obstacles.unreadable > 0 ? kExitSomeUnreadable : kExitDone;
+}
+
+ExitStatus ShowThroughCache(const TreeOptions& options) {
+  const std::atomic<bool>& stop = platform::InterruptFlag();
+  Pair pair;
+  if (const ExitStatus status = OpenPair(options, &pair); status != kExitDone) return status;
+  cReader reader(&pair.cache, &pair.source, &stop);
+  if (!reader.IsReady()) return TellReadEnd(ReadEnd::kCacheFailed, 0, options);
+  const ExitStatus status = ShowTree(options, reader.Storage(), pair.cache.image.get());
+  if (!pair.cache.hold->Sync() && status != kExitFailed) {
+    return TellReadEnd(ReadEnd::kStoreFailed, platform::LastFailure(), options);
+  }
+  const ExitStatus end = TellReadEnd(reader.End(), reader.SystemError(), options);
+  return end == kExitDone ? status : end;
+}
+
+}  // namespace
+
+ExitStatus RunTree(const TreeOptions& options) {
+  if (!options.cache.empty()) return ShowThroughCache(options);
+  // Only a plain file can be a cache; a device is not asked for more than detection needs.
+  const std::u16string path = WideFromUtf8(options.source);
+  if (platform::KindOfPath(path.c_str()) == platform::PathKind::kFile) {
+    Cache cache = OpenCache(path, CacheAccess::kLook, 0);
+    if (cache.answer == CacheAnswer::kOpened) {
+      return ShowTree(options, cache.image.get(), cache.image.get());
+    }
+    if (cache.answer == CacheAnswer::kDamagedHeader || cache.answer == CacheAnswer::kIncomplete) {
+      TellCacheAnswer(options.source, cache, 0);
+      return kExitFailed;
+    }
+  }
+  auto source = OpenSourceOrTell(options);
+  return source ? ShowTree(options, source->io.get(), nullptr) : kExitFailed;
+}
+
+}  // namespace larkspur::cli

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "cli/tree_text.h"
+
+#include "base/path_text.h"
+#include "imaging/size_text.h"
+#include "partitions/detection.h"
+#include "partitions/format.h"
+#include "partitions/part_records.h"
+#include "partitions/type_names.h"
+
+namespace larkspur::cli {
+namespace {
+
+std::string Utf8(const cWideString& text) {
+  return Utf8FromWide(text.View());
+}
+
+std::string Hex(std::span<const u8> bytes) {
+  std::string text;
+  for (const u8 byte : bytes) text += fmt::format("{:02x}", byte);
+  return text;
+}
+
+std::string LevelOf(const cPartSoftRAIDInfo& raid) {
+  const auto* member = dynamic_cast<const cSoftRAIDMember*>(&raid);
+  return member ? Utf8(member->m_level) : std::string();
+}
+
+const Format* FormatOfNode(const cPartTreeItem& node) {
+  auto* parser = static_cast<cPartParser*>(FindExtension(node, kKindParser));
+  return parser ? FormatOf(parser->GetParserId()) : nullptr;
+}
+
+// "; member 0 of 2 of raid1 "name", set ..., blocks of 64.0 KiB".
+std::string RaidWords(const cPartSoftRAIDInfo& raid) {
+  std::string text = fmt::format("; piece {}", raid.m_index);
+  if (raid.m_columns > 0) text += fmt::format(" of {}", raid.m_columns);
+  if (const std::string level = LevelOf(raid); !level.empty()) text += " of " + level;
+  if (!raid.m_name.IsEmpty()) text += fmt::format(" \"{}\"", Utf8(raid.m_name));
+  if (raid.m_blockBytes > kSectorBytes) text += ", blocks of " + SizeText(raid.m_blockBytes);
+  if (raid.m_setBytes > 0) text += ", set " + Hex(raid.Identifier());
+  return text;
+}
+
+std::string RecordWords(cPartExtension* record) {
+  switch (record->GetKind()) {
+    case kKindSoftRAID:
+      return RaidWords(*static_cast<cPartSoftRAIDInfo*>(record));
+    case kKindLUKS: {
+      const auto* luks = static_cast<cLUKSPartInfo*>(record);
+      return fmt::format("; {}-{}, {} key bits, {}", Utf8(luks->m_cipherName),
+                         Utf8(luks->m_cipherMode), luks->m_keyBytes * 8, Utf8(luks->m_uuid));
+    }
+    case kKindNWPartData: {
+      const auto* data = static_cast<cNWPartData*>(record);
+      return fmt::format("; segment {} of {}", data->m_segmentIndex + 1, data->m_segmentCount);
+    }
+    case kKindPartName:
+      return fmt::format("; \"{}\"", Utf8(static_cast<cPartNameData*>(record)->m_name));
+    default:
+      return {};
+  }
+}
+
+std::string NodeWords(const cPartTreeItem& node) {
+  std::string text = node.m_type == kTypeWholeDevice
+                         ? "whole storage"
+                         : fmt::format("{} ({})", Utf8(node.m_name), node.m_type);
+  if (const Format* format = FormatOfNode(node)) text += std::string(": ") + format->title;
+  for (const cPartExtensionItem* item = node.m_firstExtension; item; item = item->m_next) {
+    text += RecordWords(item->m_record);
+  }
+  return text;
+}
+
+void AppendLines(const cPartTreeItem& node, size_t level, std::string* text) {
+  *text += fmt::format("{:>12} {:>12} {:>10}  {:{}}{}\n", node.m_start, node.m_length,
+                       SizeText(node.m_length << kSectorShift), "", level * 2, NodeWords(node));
+  for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
+    AppendLines(*child, level + 1, text);
+  }
+}
+
+Json RaidJson(const cPartSoftRAIDInfo& raid) {
+  Json record = {{"kind", kKindSoftRAID},          {"name", Utf8(raid.m_name)},
+                 {"set", Hex(raid.Identifier())},  {"layout", raid.m_layout},
+                 {"blockSize", raid.m_blockBytes}, {"columns", raid.m_columns},
+                 {"index", raid.m_index}};
+  if (const std::string level = LevelOf(raid); !level.empty()) record["level"] = level;
+  return record;
+}
+
+Json LuksJson(const cLUKSPartInfo& luks) {
+  return {{"kind", kKindLUKS},
+          {"version", luks.m_version},
+          {"cipher", Utf8(luks.m_cipherName)},
+          {"mode", Utf8(luks.m_cipherMode)},
+          {"hash", Utf8(luks.m_hash)},
+          {"keyBytes", luks.m_keyBytes},
+          {"payloadOffset", luks.m_payloadOffset},
+          {"uuid", Utf8(luks.m_uuid)}};
+}
+
+Json NetWareJson(const cNWPartData& data) {
+  return {{"kind", kKindNWPartData},
+          {"partitionId", data.m_partitionId},
+          {"hotFixSectors", data.m_hotFixSectors},
+          {"dataSectors", data.m_dataSectors},
+          {"clusterBytes", data.m_clusterBytes},
+          {"segment", data.m_segmentIndex},
+          {"segments", data.m_segmentCount}};
+}
+
+Json RecordJson(cPartExtension* record) {
+  switch (record->GetKind()) {
+    case kKindSoftRAID:
+      return RaidJson(*static_cast<cPartSoftRAIDInfo*>(record));
+    case kKindSBRLegacyOffset:
+      return {{"kind", kKindSBRLegacyOffset},
+              {"offset", static_cast<cSBRLegacyOffset*>(record)->m_offset}};
+    case kKindLUKS:
+      return LuksJson(*static_cast<cLUKSPartInfo*>(record));
+    case kKindNWPartData:
+      return NetWareJson(*static_cast<cNWPartData*>(record));
+    case kKindPartName:
+      return {{"kind", kKindPartName}, {"name", Utf8(static_cast<cPartNameData*>(record)->m_name)}};
+    default:
+      return {{"kind", record->GetKind()}};
+  }
+}
+
+}  // namespace
+
+std::string TreeTable(const cPartTreeItem& root) {
+  std::string text = fmt::format("{:>12} {:>12} {:>10}  {}\n", "start", "sectors", "size", "what");
+  AppendLines(root, 0, &text);
+  return text;
+}
+
+Json TreeJson(const cPartTreeItem& node) {
+  Json json = {{"start", node.m_start},     {"sectors", node.m_length}, {"type", node.m_type},
+               {"name", Utf8(node.m_name)}, {"parser", nullptr},        {"parserClass", nullptr},
+               {"records", Json::array()},  {"children", Json::array()}};
+  if (const Format* format = FormatOfNode(node)) {
+    json["parser"] = format->parserId;
+    json["parserClass"] = format->className;
+  }
+  for (const cPartExtensionItem* item = node.m_firstExtension; item; item = item->m_next) {
+    if (item->m_record->GetKind() == kKindParser) continue;
+    json["records"].push_back(RecordJson(item->m_record));
+  }
+  for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
+    json["children"].push_back(TreeJson(*child));
+  }
+  return json;
+}
+
+}  // namespace larkspur::cli

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// A partition tree as people and as programs read it.
+
+#include "cli/output.h"
+#include "partitions/part_tree_item.h"
+
+namespace larkspur::cli {
+
+// A table with a line for each node, indented by its level.
+std::string TreeTable(const cPartTreeItem& root);
+
+Json TreeJson(const cPartTreeItem& root);
+
+}  // namespace larkspur::cli

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "partitions/apple_map.h"
+
+#include <algorithm>
+
+#include "base/byte_reader.h"
+#include "partitions/disk_text.h"
+#include "partitions/type_names.h"
+
+namespace larkspur {
+namespace {
+
+constexpr u16 kDriverMap = 0x4552;  // "ER"
+constexpr u16 kEntry = 0x504D;      // "PM"
+constexpr u16 kOldEntry = 0x5453;   // "TS"
+constexpr size_t kName = 16;
+constexpr size_t kType = 48;
+constexpr size_t kTextBytes = 32;
+// Disks with all drivers of their time have some fifteen.
+constexpr u32 kMaxEntries = 256;
+
+struct TextType {
+  std::u16string_view text;
+  u16 type;
+};
+constexpr TextType kTextTypes[] = {
+    {u"Apple_partition_map", kTypeAppleMap},
+    {u"Apple_Driver", kTypeAppleDriver},
+    {u"Apple_Driver43", kTypeAppleScsiDriver},
+    {u"Apple_MFS", kTypeAppleMfs},
+    {u"Apple_HFS", kTypeAppleHfs},
+    {u"Apple_Unix_SVR2", kTypeAppleUnix},
+    {u"Apple_PRODOS", kTypeAppleProDos},
+    {u"Apple_Free", kTypeAppleUnused},
+    {u"Apple_Scratch", kTypeAppleEmpty},
+    {u"Apple_HFSX", kTypeAppleHfsx},
+    {u"Apple_UFS", kTypeUfs},
+    {u"Linux", kTypeLinuxNative},
+};
+
+u16 TypeOfText(std::u16string_view text) {
+  const auto* row = std::find_if(std::begin(kTextTypes), std::end(kTextTypes),
+                                 [text](const TextType& entry) { return entry.text == text; });
+  return row != std::end(kTextTypes) ? row->type : u16{kTypeUnknown};
+}
+
+bool IsEntry(std::span<const u8> sector) {
+  const u16 signature = ByteReader(sector).Be16(0);
+  return signature == kEntry || signature == kOldEntry;
+}
+
+// Sectors to a block; 0 when sector 0 is no driver map.
+u32 BlockSectors(std::span<const u8> sector) {
+  ByteReader map(sector);
+  return map.Be16(0) == kDriverMap ? map.Be16(2) / kSectorBytes : 0;
+}
+
+void AddEntry(Scan& scan, cPartTreeItem& node, std::span<const u8> sector, u32 blockSectors) {
+  ByteReader entry(sector);
+  const std::u16string name = DiskText(entry.Bytes(kName, kTextBytes));
+  const std::u16string type = DiskText(entry.Bytes(kType, kTextBytes));
+  const u64 start = node.m_start + u64{entry.Be32(8)} * blockSectors;
+  cPartTreeItem* child =
+      scan.AddChild(node, start, u64{entry.Be32(12)} * blockSectors, TypeOfText(type));
+  if (!child) return;
+  child->m_name.Assign(name + u" (" + type + u")");
+  scan.Detect(*child, node);
+}
+
+}  // namespace
+
+bool ProbeAppleMap(Scan& scan, const cPartTreeItem& node, NodeFront front) {
+  const u32 blockSectors = BlockSectors(FrontSector(front, 0));
+  SectorBytes sector;
+  return blockSectors > 0 && scan.ReadSector(node.m_start + blockSectors, &sector) &&
+         IsEntry(sector) &&
+         StartsWith(std::span<const u8>(sector).subspan(kType), "Apple_partition_map");
+}
+
+bool ParseAppleMap(Scan& scan, cPartTreeItem& node) {
+  SectorBytes sector;
+  if (!scan.ReadSector(node.m_start, &sector)) return false;
+  const u32 blockSectors = BlockSectors(sector);
+  if (blockSectors == 0 || !scan.ReadSector(node.m_start + blockSectors, &sector)) return false;
+  const u32 count = std::min(ByteReader(sector).Be32(4), kMaxEntries);
+  for (u32 i = 0; i < count; ++i) {
+    if (!scan.ReadSector(node.m_start + u64{i + 1} * blockSectors, &sector)) continue;
+    if (!IsEntry(sector)) break;
+    AddEntry(scan, node, sector, blockSectors);
+  }
+  return true;
+}
+
+}  // namespace larkspur

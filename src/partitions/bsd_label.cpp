@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "partitions/bsd_label.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "base/byte_reader.h"
+#include "partitions/type_names.h"
+
+namespace larkspur {
+namespace {
+
+constexpr u32 kMagic = 0x82564557;
+constexpr size_t kMagicAgain = 132;
+constexpr size_t kSectorSize = 40;
+constexpr size_t kVersion = 114;
+constexpr size_t kEntryCount = 138;
+constexpr size_t kEntries = 148;
+constexpr size_t kEntryBytes = 16;
+constexpr size_t kMaxEntries = (kSectorBytes - kEntries) / kEntryBytes;
+constexpr size_t kWholeEntry = 2;  // "c", by custom the whole slice or disk
+constexpr u16 kTypeOpenBsd = 166;
+
+struct Entry {
+  size_t index;
+  u64 offset;  // sectors of 512 bytes
+  u64 size;
+  u16 type;
+};
+
+bool IsLabel(std::span<const u8> sector) {
+  ByteReader reader(sector);
+  return reader.Le32(0) == kMagic && reader.Le32(kMagicAgain) == kMagic;
+}
+
+std::vector<Entry> UsedEntries(std::span<const u8> label, bool openBsd) {
+  ByteReader reader(label);
+  const u32 sectorSize = reader.Le32(kSectorSize);
+  const u64 factor =
+      sectorSize % kSectorBytes == 0 && sectorSize > 0 ? sectorSize / kSectorBytes : 1;
+  const bool wide = openBsd && reader.Le16(kVersion) >= 1;
+  const size_t count = std::min<size_t>(reader.Le16(kEntryCount), kMaxEntries);
+  std::vector<Entry> entries;
+  for (size_t i = 0; i < count; ++i) {
+    const size_t at = kEntries + i * kEntryBytes;
+    u64 size = reader.Le32(at);
+    u64 offset = reader.Le32(at + 4);
+    if (wide) {
+      offset |= u64{reader.Le16(at + 8)} << 32;
+      size |= u64{reader.Le16(at + 10)} << 32;
+    }
+    const auto type = static_cast<u16>(kTypeBsdFirst + reader.U8(at + 12));
+    if (size > 0) entries.push_back({i, offset * factor, size * factor, type});
+  }
+  return entries;
+}
+
+bool AllWithin(const std::vector<Entry>& entries, u64 first, u64 end) {
+  return std::all_of(entries.begin(), entries.end(), [=](const Entry& entry) {
+    return entry.index == kWholeEntry ||
+           (entry.offset >= first && entry.offset <= end && entry.size <= end - entry.offset);
+  });
+}
+
+// Systems differ in whether offsets count from the disk or from the slice that holds the label, and
+// the label does not say. What lies inside the slice by one reading only is meant that way;
+// otherwise the entry of the whole slice decides.
+bool CountsFromDisk(const std::vector<Entry>& entries, const cPartTreeItem& node) {
+  const bool fromDisk = AllWithin(entries, node.m_start, node.End());
+  const bool fromSlice = AllWithin(entries, 0, node.m_length);
+  if (fromDisk != fromSlice) return fromDisk;
+  if (!fromDisk) {
+    return std::none_of(entries.begin(), entries.end(), [&](const Entry& entry) {
+      return entry.index != kWholeEntry && entry.offset < node.m_start;
+    });
+  }
+  const auto whole = std::find_if(entries.begin(), entries.end(),
+                                  [](const Entry& entry) { return entry.index == kWholeEntry; });
+  return whole == entries.end() || whole->offset != 0 || whole->size > node.m_length;
+}
+
+}  // namespace
+
+bool ProbeBsdLabel(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
+  return IsLabel(FrontSector(front, 1)) || IsLabel(FrontSector(front, 0));
+}
+
+bool ParseBsdLabel(Scan& scan, cPartTreeItem& node) {
+  SectorBytes sector;
+  const bool found = (scan.ReadSector(node.m_start + 1, &sector) && IsLabel(sector)) ||
+                     (scan.ReadSector(node.m_start, &sector) && IsLabel(sector));
+  if (!found) return false;
+  const std::vector<Entry> entries = UsedEntries(sector, node.m_type == kTypeOpenBsd);
+  const u64 base = CountsFromDisk(entries, node) ? 0 : node.m_start;
+  for (const Entry& entry : entries) {
+    scan.AddAndDetect(node, base + entry.offset, entry.size, entry.type);
+  }
+  return true;
+}
+
+}  // namespace larkspur

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "partitions/netware.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "base/byte_reader.h"
+#include "partitions/disk_text.h"
+#include "partitions/part_records.h"
+#include "partitions/type_names.h"
+
+namespace larkspur {
+namespace {
+
+constexpr u64 kCandidates[] = {32, 64, 96, 128};
+constexpr size_t kPartitionId = 8;
+constexpr size_t kDataSectors = 20;
+constexpr size_t kHotFixSectors = 24;
+constexpr size_t kCount = 16;
+constexpr size_t kEntries = 32;
+constexpr size_t kEntryBytes = 60;
+constexpr u32 kMaxEntries = 8;
+constexpr size_t kMaxName = 15;
+
+// Where the two tables of a partition were found.
+struct Tables {
+  SectorBytes hotFix;
+  SectorBytes volumes;
+  u64 hotFixSectors;
+};
+
+struct Segment {
+  std::u16string name;
+  u64 first;  // sector of the data area
+  u64 sectors;
+  u32 clusterCode;
+  u32 count;
+  u32 index;
+};
+
+bool ReadVolumes(Scan& scan, const cPartTreeItem& node, u64 candidate, u64 hotFixSectors,
+                 Tables* tables) {
+  if (hotFixSectors == 0 || hotFixSectors >= node.m_length) return false;
+  if (!scan.ReadSector(node.m_start + candidate + hotFixSectors, &tables->volumes)) return false;
+  tables->hotFixSectors = hotFixSectors;
+  return StartsWith(tables->volumes, "NetWare Volumes");
+}
+
+std::optional<Tables> FindTables(Scan& scan, const cPartTreeItem& node) {
+  Tables tables;
+  for (const u64 candidate : kCandidates) {
+    if (candidate >= node.m_length) break;
+    if (!scan.ReadSector(node.m_start + candidate, &tables.hotFix)) continue;
+    if (!StartsWith(tables.hotFix, "HOTFIX00")) continue;
+    ByteReader record(tables.hotFix);
+    for (const u64 size : {record.Le64(kHotFixSectors), u64{record.Le32(kHotFixSectors)}}) {
+      if (ReadVolumes(scan, node, candidate, size, &tables)) return tables;
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<Segment> ReadSegment(ByteReader& table, size_t at) {
+  const size_t nameLength = table.U8(at);
+  if (nameLength == 0 || nameLength > kMaxName) return std::nullopt;
+  Segment segment;
+  segment.name = DiskText(table.Bytes(at + 1, nameLength));
+  segment.clusterCode = table.U8(at + 20);
+  segment.count = table.U8(at + 21);
+  segment.index = table.U8(at + 22);
+  segment.first = table.Le32(at + 24);
+  segment.sectors = table.Le32(at + 28);
+  return segment;
+}
+
+cNWPartData* MakeData(ByteReader& hotFix, const Segment& segment) {
+  auto* data = new cNWPartData;
+  data->m_partitionId = hotFix.Le32(kPartitionId);
+  data->m_hotFixSectors = hotFix.Le32(kHotFixSectors);
+  data->m_dataSectors = hotFix.Le32(kDataSectors);
+  // Codes 3 to 7 are 4 to 64 KiB.
+  if (segment.clusterCode >= 3 && segment.clusterCode <= 7) {
+    data->m_clusterBytes = u32{512} << segment.clusterCode;
+  }
+  data->m_segmentIndex = segment.index;
+  data->m_segmentCount = segment.count;
+  return data;
+}
+
+// A volume may have up to 32 segments, on several partitions, one behind the other.
+cSoftRAIDMember* MakeRecord(const Segment& segment) {
+  auto* record = new cSoftRAIDMember;
+  record->m_name.Assign(segment.name);
+  record->m_layout = kLayoutSimple;
+  record->m_columns = segment.count;
+  record->m_index = segment.index;
+  record->m_level.Assign(u"segments");
+  return record;
+}
+
+}  // namespace
+
+bool ProbeNetWare(Scan& scan, const cPartTreeItem& node, NodeFront /*front*/) {
+  return FindTables(scan, node).has_value();
+}
+
+bool ParseNetWare(Scan& scan, cPartTreeItem& node) {
+  const auto tables = FindTables(scan, node);
+  if (!tables) return false;
+  ByteReader hotFix(tables->hotFix);
+  ByteReader table(tables->volumes);
+  const u64 data = hotFix.Le32(kDataSectors);
+  const u32 count = std::min(table.Le32(kCount), kMaxEntries);
+  for (u32 i = 0; i < count; ++i) {
+    const auto segment = ReadSegment(table, kEntries + i * kEntryBytes);
+    if (!segment || segment->first + segment->sectors > data) continue;
+    cPartTreeItem* child = scan.AddChild(
+        node, node.m_start + tables->hotFixSectors + segment->first, segment->sectors, kTypeNwfs);
+    if (!child) continue;
+    child->m_name.Assign(segment->name + u" (" + std::u16string(GetTypeName(kTypeNwfs)) + u")");
+    scan.Detect(*child, node);
+    AddExtension(*child, MakeData(hotFix, *segment));
+    if (segment->count > 1) AddExtension(*child, MakeRecord(*segment));
+  }
+  return true;
+}
+
+}  // namespace larkspur

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "partitions/netware_nss.h"
+
+#include <algorithm>
+
+#include "base/byte_reader.h"
+#include "partitions/disk_text.h"
+#include "partitions/type_names.h"
+
+namespace larkspur {
+namespace {
+
+constexpr std::string_view kMagic = "Nw_PaRtItIoN";
+constexpr u64 kPoolSector = 8;
+constexpr size_t kPoolBlocks = 196;
+constexpr size_t kPoolName = 204;
+constexpr size_t kPoolNameUnits = 64;
+constexpr u64 kBlockSectors = 8;
+constexpr u16 kTypeNss = 105;
+
+std::u16string PoolName(ByteReader& pool) {
+  std::u16string name;
+  for (size_t i = 0; i < kPoolNameUnits; ++i) {
+    const char16_t unit = pool.Le16(kPoolName + i * 2);
+    if (unit == 0) break;
+    name += unit < 0x20 ? u'\uFFFD' : unit;
+  }
+  return name;
+}
+
+}  // namespace
+
+bool ProbeNetWareNss(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
+  const std::span<const u8> bytes(front);
+  return StartsWith(bytes, kMagic) || StartsWith(bytes.subspan(1), kMagic);
+}
+
+bool ParseNetWareNss(Scan& scan, cPartTreeItem& node) {
+  SectorBytes sector;
+  if (!scan.ReadSector(node.m_start + kPoolSector, &sector)) return false;
+  if (!StartsWith(sector, "SPB5")) return true;
+  ByteReader pool(sector);
+  const u64 blocks = std::min(pool.Le64(kPoolBlocks), node.m_length / kBlockSectors);
+  cPartTreeItem* child = scan.AddChild(node, node.m_start, blocks * kBlockSectors, kTypeNss);
+  if (!child) return true;
+  if (const std::u16string name = PoolName(pool); !name.empty()) {
+    child->m_name.Assign(name + u" (" + std::u16string(GetTypeName(kTypeNss)) + u")");
+  }
+  scan.Detect(*child, node);
+  return true;
+}
+
+}  // namespace larkspur
