@@ -53,6 +53,8 @@ u32 Scan::Read(u64 sector, u32 count, u8* buffer) {
 
 u32 Scan::ReadAround(u64 sector, u32 count, u8* buffer) {
   std::memset(buffer, 0, size_t{count} * kSectorBytes);
+  if (sector >= m_sectorCount) return 0;
+  count = static_cast<u32>(std::min<u64>(count, m_sectorCount - sector));
   u32 came = 0;
   u32 at = 0;
   for (u32 gaps = 0; at < count && gaps < kMaxGaps; ++gaps) {

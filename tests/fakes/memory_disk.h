@@ -49,6 +49,7 @@ class cMemoryDisk final : public cBaseIO {
   ~cMemoryDisk() = default;
 
   MemoryStore& Store() { return *m_store; }
+  void SetName(std::u16string_view name) { m_name.Assign(name); }
 
   cBaseIO* Clone() override;
   bool IsSameAs(cBaseIO* other) override;

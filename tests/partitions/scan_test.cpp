@@ -1,0 +1,256 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "partitions/scan.h"
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "base/endian.h"
+#include "base/owned.h"
+#include "fakes/disk_builder.h"
+#include "fakes/memory_disk.h"
+#include "fakes/recording_source.h"
+#include "fakes/tree_text.h"
+#include "io/base_io.h"
+#include "partitions/detection.h"
+#include "partitions/gpt.h"
+#include "partitions/mbr.h"
+#include "partitions/part_parser.h"
+#include "partitions/part_records.h"
+#include "partitions/solaris.h"
+
+namespace larkspur {
+namespace {
+
+using fakes::DiskBuilder;
+using fakes::SourceScript;
+
+// A disk in memory with unreadable sectors.
+class cHoles final : public cBaseIO {
+ public:
+  cHoles(std::shared_ptr<fakes::MemoryStore> inner, std::set<u64> holes)
+      : m_disk(fakes::DiskOn(std::move(inner))), m_holes(std::move(holes)) {}
+  cBaseIO* Clone() override { return nullptr; }
+  bool IsSameAs(cBaseIO* /*other*/) override { return false; }
+  u64 SetPosition(u64 sector) override { return m_position = sector; }
+  u32 Read(void* buffer, u32 count, cBitMap* /*presence*/) override {
+    const auto hole = m_holes.lower_bound(m_position);
+    if (hole != m_holes.end()) count = static_cast<u32>(std::min<u64>(count, *hole - m_position));
+    m_disk->SetPosition(m_position);
+    return m_disk->Read(buffer, count);
+  }
+  u64 GetSectorCount() override { return m_disk->GetSectorCount(); }
+  void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
+
+ private:
+  Owned<fakes::cMemoryDisk> m_disk;
+  std::set<u64> m_holes;
+  u64 m_position = 0;
+};
+
+constexpr char kBasic[] = "EBD0A0A2-B9E5-4433-87C0-68B6B72699C7";
+
+TEST(Scan, AsksForEverySectorOnce) {
+  auto script = std::make_shared<SourceScript>(1000);
+  const auto source = fakes::SourceOn(script);
+  Scan scan(source.get());
+  std::vector<u8> buffer(64 * kSectorBytes);
+  EXPECT_EQ(scan.Read(100, 10, buffer.data()), 10u);
+  EXPECT_EQ(scan.Read(95, 20, buffer.data()), 20u);
+  EXPECT_EQ(scan.Read(90, 40, buffer.data()), 40u);
+  for (u32 i = 0; i < 40; ++i) EXPECT_TRUE(fakes::IsPattern(90 + i, &buffer[i * kSectorBytes]));
+  EXPECT_EQ(script->AskedMoreThan(1), "");
+  EXPECT_EQ(script->AskedInAll(), 40u);
+  EXPECT_EQ(scan.Read(990, 20, buffer.data()), 10u);
+  EXPECT_EQ(scan.Read(1000, 1, buffer.data()), 0u);
+  EXPECT_EQ(script->requestsPastEnd, 0u);
+}
+
+TEST(Scan, AFailedSectorIsNotAskedAgain) {
+  auto script = std::make_shared<SourceScript>(1000);
+  script->failing = {105, 110};
+  const auto source = fakes::SourceOn(script);
+  ScanTrace trace;
+  Scan scan(source.get(), &trace);
+  std::vector<u8> buffer(20 * kSectorBytes, 0xEE);
+  EXPECT_EQ(scan.Read(100, 10, buffer.data()), 5u);
+  EXPECT_EQ(scan.Read(100, 10, buffer.data()), 5u);
+  EXPECT_EQ(trace.size(), 1u);
+  EXPECT_EQ(scan.ReadAround(100, 20, buffer.data()), 18u);
+  EXPECT_TRUE(fakes::IsPattern(119, &buffer[19 * kSectorBytes]));
+  EXPECT_TRUE(fakes::IsZero(&buffer[5 * kSectorBytes], kSectorBytes));
+  EXPECT_LE(script->Asked(105), 1u);
+}
+
+TEST(Scan, GivesUpOnATableFullOfHoles) {
+  auto script = std::make_shared<SourceScript>(100000);
+  for (u64 sector = 0; sector < 1000; sector += 2) script->failing.insert(sector);
+  const auto source = fakes::SourceOn(script);
+  Scan scan(source.get());
+  std::vector<u8> buffer(1000 * kSectorBytes);
+  EXPECT_EQ(scan.ReadAround(0, 1000, buffer.data()), 7u);
+  EXPECT_EQ(scan.ReadAround(~u64{0}, 10, buffer.data()), 0u);
+}
+
+TEST(Scan, EndsAtItsLimits) {
+  auto script = std::make_shared<SourceScript>(1000);
+  const auto source = fakes::SourceOn(script);
+  Scan scan(source.get());
+  std::vector<u8> buffer(500 * kSectorBytes);
+  u64 sectors = 0;
+  while (scan.Read(0, 500, buffer.data()) == 500) sectors += 500;
+  EXPECT_EQ(sectors, Scan::kMaxSectorsRead / 500 * 500);
+
+  PartitionTree tree;
+  auto* root = new cPartTreeItem;
+  AppendToTree(tree.Head(), root);
+  u32 nodes = 0;
+  while (scan.AddChild(*root, 1, 1, 0)) ++nodes;
+  EXPECT_EQ(nodes, Scan::kMaxNodes);
+}
+
+TEST(Detection, NeedsAStorageWithAFront) {
+  PartitionTree tree;
+  EXPECT_FALSE(BuildPartitionTree(tree.Head(), nullptr));
+  EXPECT_EQ(fakes::TreeText(std::vector<u8>{}), "(false)\n");
+  EXPECT_EQ(DiskBuilder(15).Tree(), "0+15 32764 \"[unknown]\"\n(false)\n");
+  EXPECT_EQ(DiskBuilder(16).Tree(), "0+16 32764 \"[unknown]\"\n");
+  EXPECT_FALSE(DetectPartitionContents(nullptr, true));
+}
+
+TEST(Detection, ReplacesTheTreeOfBefore) {
+  DiskBuilder disk(4096);
+  disk.MbrEntry(0, 0, 0x83, 100, 50);
+  auto store = fakes::MakeStore();
+  store->bytes = disk.Bytes();
+  const auto io = fakes::DiskOn(store);
+  PartitionTree tree;
+  EXPECT_TRUE(BuildPartitionTree(tree.Head(), io.get()));
+  const std::string first = fakes::TreeText(tree.Root());
+  EXPECT_TRUE(BuildPartitionTree(tree.Head(), io.get()));
+  EXPECT_EQ(fakes::TreeText(tree.Root()), first);
+  EXPECT_EQ(tree.Root()->m_next, nullptr);
+}
+
+TEST(Detection, WhatWasFoundBeforeAnUnreadableSectorStays) {
+  const auto tree = [](std::set<u64> failing) {
+    DiskBuilder disk(4096);
+    disk.Gpt(1, 1, 128);
+    for (u32 i = 0; i < 8; ++i) disk.GptEntry(1, i, kBasic, 100 + i * 100, 150 + i * 100);
+    auto store = fakes::MakeStore();
+    store->bytes = disk.Bytes();
+    cHoles io(store, std::move(failing));
+    return fakes::TreeText(&io);
+  };
+  const std::string all = tree({});
+  EXPECT_EQ(std::count(all.begin(), all.end(), '\n'), 9);
+  const std::string entriesLost = tree({3});  // 4 to 7
+  EXPECT_EQ(std::count(entriesLost.begin(), entriesLost.end(), '\n'), 2) << entriesLost;
+  EXPECT_EQ(tree({100, 350, 4000}), all);
+}
+
+// Every child of a table that lists the whole disk and more begins the same table again.
+TEST(Detection, ATableOfItselfStaysSmall) {
+  DiskBuilder disk(65536);
+  for (u64 sector = 0; sector < 65536; ++sector) {
+    for (size_t i = 0; i < 4; ++i) disk.MbrEntry(sector, i, 0x83, 1 + i, 60000);
+  }
+  auto store = fakes::MakeStore();
+  store->bytes = disk.Bytes();
+  const auto io = fakes::DiskOn(store);
+  PartitionTree tree;
+  BuildPartitionTree(tree.Head(), io.get());
+  u32 nodes = 0;
+  u32 deepest = 0;
+  for (const cPartTreeItem* node = tree.Root(); node;) {
+    ++nodes;
+    u32 depth = 0;
+    for (const cPartTreeItem* up = node->Parent(); up; up = up->Parent()) ++depth;
+    deepest = std::max(deepest, depth);
+    if (node->FirstChild()) {
+      node = node->FirstChild();
+      continue;
+    }
+    while (node && !node->m_next) node = node->Parent();
+    if (node) node = node->Next();
+  }
+  EXPECT_LE(nodes, Scan::kMaxNodes + 1);
+  EXPECT_EQ(deepest, Scan::kMaxDepth);
+}
+
+TEST(Tree, ANodeKeepsOneRecordOfEachKind) {
+  cPartTreeItem* node = new cPartTreeItem;
+  EXPECT_TRUE(SetNode(*node, nullptr, 1, 2, 7));
+  AddExtension(*node, nullptr);
+  AddExtension(*node, new cMbrPartParser);
+  AddExtension(*node, new cSBRLegacyOffset(5));
+  AddExtension(*node, new cGPTPartParser);
+  EXPECT_EQ(fakes::TreeText(node), "1+2 7 \"NTFS\" {offset 5} gpt\n");
+  EXPECT_EQ(FindExtension(*node, kKindLUKS), nullptr);
+  EXPECT_FALSE(SetNode(*node, nullptr, 1, 0, 5));
+  EXPECT_EQ(fakes::TreeText(node), "1+0 5 \"Extended\"\n");
+  node->Destroy(kFreeMemory);
+}
+
+TEST(Tree, RecordsAreCopiedWhereTheyCanBe) {
+  cSoftRAIDMember raid;
+  raid.m_name.Assign(u"set");
+  raid.m_level.Assign(u"raid5");
+  const u8 id[] = {1, 2, 3};
+  raid.SetIdentifier(id);
+  raid.m_columns = 7;
+  auto* copy = static_cast<cSoftRAIDMember*>(raid.Clone());
+  EXPECT_EQ(copy->m_columns, 7u);
+  EXPECT_EQ(copy->m_level.View(), u"raid5");
+  EXPECT_NE(copy->m_set, raid.m_set);
+  EXPECT_EQ(std::vector<u8>(copy->Identifier().begin(), copy->Identifier().end()),
+            std::vector<u8>(id, id + 3));
+  copy->Destroy(kFreeMemory);
+  cPartNameData name;
+  name.m_name.Assign(u"name");
+  name.Reset();
+  EXPECT_TRUE(name.m_name.IsEmpty());
+  cSolPartParser parser;
+  EXPECT_EQ(parser.Clone(), nullptr);
+  EXPECT_EQ(parser.GetParserId(), 10u);
+  EXPECT_FALSE(parser.QueryFlag());
+}
+
+// What a host written in another language reads and calls.
+TEST(Tree, LiesInMemoryAsAHostReadsIt) {
+  cPartTreeItem* node = new cPartTreeItem;
+  SetNode(*node, reinterpret_cast<cBaseIO*>(0x1234), 5, 6, 7);
+  const auto* bytes = reinterpret_cast<const u8*>(node);
+  const auto word = [bytes](size_t offset) {
+    u64 value;
+    std::memcpy(&value, bytes + offset, sizeof value);
+    return value;
+  };
+  EXPECT_EQ(word(64), 5u);
+  EXPECT_EQ(word(72), 6u);
+  EXPECT_EQ(word(80) & 0xFFFF, 7u);
+  EXPECT_EQ(word(88), reinterpret_cast<u64>(node->m_name.Text()));
+  EXPECT_EQ(word(96), 0x1234u);
+  const auto* table = *reinterpret_cast<void* (*const* const*)(void*, u32)>(node);
+  EXPECT_EQ(table[0](node, kFreeMemory), node);
+
+  cSoftRAIDMember raid;
+  raid.m_layout = 0x11;
+  raid.m_columns = 0x22;
+  raid.m_index = 0x33;
+  const auto* fields = reinterpret_cast<const u8*>(&raid);
+  EXPECT_EQ(fields[32], 0x11);
+  EXPECT_EQ(LoadLe32(fields + 36), 512u);
+  EXPECT_EQ(fields[40], 1);
+  EXPECT_EQ(fields[44], 0x22);
+  EXPECT_EQ(fields[48], 0x33);
+  EXPECT_EQ(fields[52], 1);
+  EXPECT_EQ(fields[56], 1);
+  EXPECT_EQ(fields[60], 2);
+}
+
+}  // namespace
+}  // namespace larkspur
