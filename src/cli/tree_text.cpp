@@ -49,8 +49,8 @@ std::string RecordWords(cPartExtension* record) {
       return RaidWords(*static_cast<cPartSoftRAIDInfo*>(record));
     case kKindLUKS: {
       const auto* luks = static_cast<cLUKSPartInfo*>(record);
-      return fmt::format("; {}-{}, {} key bits, {}", Utf8(luks->m_cipherName),
-                         Utf8(luks->m_cipherMode), luks->m_keyBytes * 8, Utf8(luks->m_uuid));
+      return fmt::format("; version {}, {}-{}, {}", luks->m_version, Utf8(luks->m_cipherName),
+                         Utf8(luks->m_cipherMode), Utf8(luks->m_uuid));
     }
     case kKindNWPartData: {
       const auto* data = static_cast<cNWPartData*>(record);

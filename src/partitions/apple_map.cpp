@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "base/byte_reader.h"
+#include "base/text.h"
 #include "partitions/disk_text.h"
 #include "partitions/type_names.h"
 
@@ -39,9 +40,16 @@ constexpr TextType kTextTypes[] = {
     {u"Linux", kTypeLinuxNative},
 };
 
+// Writers disagree on capitals: "Apple_UNIX_SVR2" is as common.
+bool IsSameText(std::u16string_view a, std::u16string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char16_t x, char16_t y) { return UpperCase(x) == UpperCase(y); });
+}
+
 u16 TypeOfText(std::u16string_view text) {
-  const auto* row = std::find_if(std::begin(kTextTypes), std::end(kTextTypes),
-                                 [text](const TextType& entry) { return entry.text == text; });
+  const auto* row =
+      std::find_if(std::begin(kTextTypes), std::end(kTextTypes),
+                   [text](const TextType& entry) { return IsSameText(entry.text, text); });
   return row != std::end(kTextTypes) ? row->type : u16{kTypeUnknown};
 }
 

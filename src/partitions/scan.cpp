@@ -52,7 +52,7 @@ u32 Scan::Read(u64 sector, u32 count, u8* buffer) {
 }
 
 u32 Scan::ReadAround(u64 sector, u32 count, u8* buffer) {
-  std::memset(buffer, 0, size_t{count} * kSectorBytes);
+  std::fill_n(buffer, size_t{count} * kSectorBytes, u8{0});
   if (sector >= m_sectorCount) return 0;
   count = static_cast<u32>(std::min<u64>(count, m_sectorCount - sector));
   u32 came = 0;

@@ -175,7 +175,7 @@ DiskBuilder AppleMap(u32 blockBytes) {
   disk.Text(block, 16, "Apple").Text(block, 48, "Apple_partition_map");
   disk.Text(2 * block, 0, "PM").Be(2 * block, 8, 4, 64).Be(2 * block, 12, 4, 1000);
   disk.Text(2 * block, 16, "0123456789abcdef0123456789abcdef");  // without a terminator
-  disk.Text(2 * block, 48, "Apple_HFS");
+  disk.Text(2 * block, 48, "Apple_hfs");
   disk.Text(3 * block, 0, "TS").Be(3 * block, 8, 4, 2000).Be(3 * block, 12, 4, 10);
   return disk.Text(3 * block, 16, "Extra  ").Text(3 * block, 48, "Apple_Free");
 }
@@ -184,7 +184,7 @@ TEST(AppleMap, NamesItsPartitions) {
   EXPECT_EQ(AppleMap(512).Tree(),
             "0+65536 32764 \"[unknown]\" apple\n"
             "  1+63 288 \"Apple (Apple_partition_map)\"\n"
-            "  64+1000 292 \"0123456789abcdef0123456789abcdef (Apple_HFS)\"\n"
+            "  64+1000 292 \"0123456789abcdef0123456789abcdef (Apple_hfs)\"\n"
             "  2000+10 295 \"Extra (Apple_Free)\"\n");
   EXPECT_NE(AppleMap(2048).Tree().find("  256+4000 292 "), std::string::npos);
 }
