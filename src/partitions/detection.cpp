@@ -8,6 +8,7 @@
 #include "base/owned.h"
 #include "partitions/aix_lvm.h"
 #include "partitions/apple_map.h"
+#include "partitions/apple_raid.h"
 #include "partitions/bsd_label.h"
 #include "partitions/format.h"
 #include "partitions/gpt.h"
@@ -39,9 +40,9 @@ constexpr const Format* kWholeDeviceFormats[] = {
 // any other format; a dynamic disk's partition is known by its type alone; a master boot record
 // comes late, since its test is the weakest of all.
 constexpr const Format* kNodeFormats[] = {
-    &kMdRaidFormat,  &kGptFormat,     &kLdmTypeFormat,    &kBsdLabelFormat,
-    &kSolarisFormat, &kNetWareFormat, &kNetWareNssFormat, &kXUnixFormat,
-    &kMbrFormat,     &kLvm2Format,    &kLuksFormat,
+    &kMdRaidFormat,   &kAppleRaidFormat, &kGptFormat,     &kLdmTypeFormat,
+    &kBsdLabelFormat, &kSolarisFormat,   &kNetWareFormat, &kNetWareNssFormat,
+    &kXUnixFormat,    &kMbrFormat,       &kLvm2Format,    &kLuksFormat,
 };
 
 using FrontBytes = std::array<u8, kFrontSectors * kSectorBytes>;
