@@ -16,11 +16,12 @@
 namespace larkspur {
 namespace {
 
-// Puts the first `count` bytes of the input at a sector, as far as it has them.
+// The first `count` bytes of the input, and zeros where it has less, at a sector.
 void Put(std::span<const u8>* input, size_t count, u64 sector, fakes::MemoryStore* store) {
+  u8* to = &store->bytes[sector * kSectorBytes];
+  std::fill_n(to, count, u8{0});
   const auto part = input->first(std::min(count, input->size()));
-  std::copy(part.begin(), part.end(),
-            store->bytes.begin() + static_cast<i64>(sector * kSectorBytes));
+  std::copy(part.begin(), part.end(), to);
   *input = input->subspan(part.size());
 }
 
@@ -29,9 +30,9 @@ void Put(std::span<const u8>* input, size_t count, u64 sector, fakes::MemoryStor
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace larkspur;
-  constexpr size_t kMaxDatabase = size_t{64} << 10;
+  constexpr size_t kMaxDatabase = size_t{16} << 10;
   const u64 config = fakes::LdmDisk().ConfigStart();
-  auto store = fakes::MakeStore(fakes::LdmDisk::kSectors);
+  static const auto store = fakes::MakeStore(fakes::LdmDisk::kSectors);  // zeroed once
   std::span<const u8> input(data, size);
   Put(&input, kSectorBytes, 6, store.get());
   Put(&input, kSectorBytes, config + 2, store.get());
