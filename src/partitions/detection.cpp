@@ -8,11 +8,14 @@
 #include "base/owned.h"
 #include "partitions/aix_lvm.h"
 #include "partitions/apple_map.h"
+#include "partitions/apple_raid.h"
 #include "partitions/bsd_label.h"
 #include "partitions/format.h"
 #include "partitions/gpt.h"
 #include "partitions/intel_matrix.h"
+#include "partitions/ldm.h"
 #include "partitions/luks.h"
+#include "partitions/lvm2.h"
 #include "partitions/mbr.h"
 #include "partitions/md_raid.h"
 #include "partitions/netware.h"
@@ -28,16 +31,18 @@ namespace {
 // What a whole storage may hold. A node keeps the parser of the first that matches, so the order is
 // part of what the tree says; formats that share a place on the disk stand the stricter one first.
 constexpr const Format* kWholeDeviceFormats[] = {
-    &kMbrFormat,    &kAppleMapFormat, &kGptFormat,     &kSnapFormat,   &kBsdLabelFormat,
-    &kMdRaidFormat, &kLuksFormat,     &kSolarisFormat, &kAixLvmFormat,
+    &kLdmFormat,  &kMbrFormat,      &kAppleMapFormat, &kGptFormat,
+    &kSnapFormat, &kBsdLabelFormat, &kMdRaidFormat,   &kLvm2Format,
+    &kLuksFormat, &kSolarisFormat,  &kAixLvmFormat,
 };
 
 // What a partition may hold. Members of a RAID come first, since what they hold may begin with
 // any other format; a dynamic disk's partition is known by its type alone; a master boot record
 // comes late, since its test is the weakest of all.
 constexpr const Format* kNodeFormats[] = {
-    &kMdRaidFormat,     &kGptFormat,   &kBsdLabelFormat, &kSolarisFormat, &kNetWareFormat,
-    &kNetWareNssFormat, &kXUnixFormat, &kMbrFormat,      &kLuksFormat,
+    &kMdRaidFormat,   &kAppleRaidFormat, &kGptFormat,     &kLdmTypeFormat,
+    &kBsdLabelFormat, &kSolarisFormat,   &kNetWareFormat, &kNetWareNssFormat,
+    &kXUnixFormat,    &kMbrFormat,       &kLvm2Format,    &kLuksFormat,
 };
 
 using FrontBytes = std::array<u8, kFrontSectors * kSectorBytes>;

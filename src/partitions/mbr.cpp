@@ -7,6 +7,7 @@
 #include <set>
 
 #include "base/endian.h"
+#include "partitions/ldm.h"
 #include "partitions/part_records.h"
 #include "partitions/type_names.h"
 
@@ -152,6 +153,7 @@ bool ParseMbr(Scan& scan, cPartTreeItem& node) {
     SetNodeType(node, *type);
     return true;
   }
+  if (IsDynamicDisk(scan, node)) return RunFormat(scan, node, kLdmFormat);
   TableReader reader(scan, node);
   for (size_t i = 0; i < kEntries; ++i) {
     if (!reader.ReadEntry(EntryAt(sector.data(), i))) return false;

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "partitions/apple_raid.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include "base/endian.h"
+#include "fakes/disk_builder.h"
+#include "fakes/tree_text.h"
+
+namespace larkspur {
+namespace {
+
+using fakes::DiskBuilder;
+
+constexpr u64 kStart = 64;  // of the partition that is the member
+constexpr u64 kLength = 1024;
+
+struct Member {
+  const char* level = "Stripe";
+  u64 chunkCount = 4;
+  u64 chunkBytes = 65536;
+  u64 index = 1;
+};
+
+std::string Properties(const Member& member) {
+  return fmt::format(
+      "<dict ID=\"0\"><key>AppleRAID-LevelName</key><string ID=\"1\">{}</string>"
+      "<key>AppleRAID-SetName</key><string ID=\"2\">Scratch &amp; more</string>"
+      "<key>AppleRAID-ChunkSize</key><integer size=\"64\" ID=\"3\">{:#x}</integer>"
+      "<key>AppleRAID-ChunkCount</key><integer size=\"64\" ID=\"4\">{:#x}</integer>"
+      "<key>AppleRAID-MemberIndex</key><integer size=\"32\" ID=\"5\">{}</integer>"
+      "<key>AppleRAID-Members</key><array ID=\"6\"><string ID=\"7\">A</string>"
+      "<string ID=\"8\">B</string><reference IDREF=\"8\"/></array></dict>",
+      member.level, member.chunkBytes, member.chunkCount, member.index);
+}
+
+DiskBuilder Disk(const std::string& properties, u64 length = kLength, u64 dataBytes = 0) {
+  const u64 header = kStart + length / 8 * 8 - 8;
+  DiskBuilder disk(kStart + length + 64);
+  disk.Mbr(0).MbrEntry(0, 0, 0xAF, kStart, length);
+  disk.Text(header, 0, "AppleRAIDHeader");
+  disk.Text(header, 16, "01234567-89AB-CDEF-0123-456789ABCDEF");
+  return disk.Be(header, 144, 8, dataBytes).Text(header, 152, properties);
+}
+
+// What lies below the partition.
+std::string Contents(const DiskBuilder& disk) {
+  const std::string tree = disk.Tree();
+  const size_t at = tree.find(" appraid\n");
+  return at == tree.npos ? tree : tree.substr(at + 9);
+}
+
+constexpr char kSet[] = "set 0123456789abcdef0123456789abcdef}\n";
+
+TEST(AppleRaid, DescribesTheMemberOnItsDataArea) {
+  const struct {
+    Member member;
+    const char* child;
+  } kCases[] = {
+      {{},
+       "64+512 32767 \"[unknown]\" {raid \"Scratch & more\" layout 2 columns 3 index 1 block "
+       "65536 level Stripe "},
+      {{.level = "Mirror", .chunkCount = 3, .index = 0},
+       "64+384 32767 \"[unknown]\" {raid \"Scratch & more\" layout 3 columns 3 index 0 block 65536 "
+       "level Mirror "},
+      {{.level = "Concat", .index = 2},
+       "64+512 32767 \"[unknown]\" {raid \"Scratch & more\" layout 1 columns 3 index 2 block 65536 "
+       "level Concat "},
+      {{.level = "LVG", .index = 9999},
+       "64+512 32767 \"[unknown]\" {raid \"Scratch & more\" layout 0 columns 3 index 9999 block "
+       "65536 level LVG "},
+  };
+  for (const auto& test : kCases) {
+    EXPECT_EQ(Contents(Disk(Properties(test.member))), std::string("    ") + test.child + kSet);
+  }
+}
+
+TEST(AppleRaid, FindsTheHeaderOfPartitionsOfAnyLength) {
+  for (u64 length = kLength; length < kLength + 9; ++length) {
+    EXPECT_NE(Contents(Disk(Properties({}), length)).find("64+512 "), std::string::npos) << length;
+  }
+}
+
+TEST(AppleRaid, PlacesTheDataByItsChunksOrElseByTheHeader) {
+  const struct {
+    const char* what;
+    Member member;
+    u64 dataBytes;
+    const char* place;
+  } kCases[] = {
+      {"all there is", {.chunkCount = 1016, .chunkBytes = 512}, 0, "64+1016 "},
+      {"more than there is", {.chunkCount = 1017, .chunkBytes = 512}, 0, "(false)"},
+      {"more, but the header knows", {.chunkCount = 1017, .chunkBytes = 512}, 512 * 7, "64+7 "},
+      {"the header's other order", {.chunkCount = 0}, u64{14} << 48, "64+7 "},
+      {"no chunks", {.chunkCount = 0}, 0, "(false)"},
+      {"chunks of nothing", {.chunkBytes = 0}, 512 * 7, "64+7 "},
+      {"no whole sectors", {.chunkCount = 1, .chunkBytes = 1000}, 0, "(false)"},
+      {"a product that wraps", {.chunkCount = 1, .chunkBytes = ~u64{0} - 511}, 0, "(false)"},
+      {"a product that wraps to little",
+       {.chunkCount = u64{1} << 40, .chunkBytes = (u64{1} << 24) + 1},
+       0,
+       "(false)"},
+  };
+  for (const auto& test : kCases) {
+    const std::string tree = Contents(Disk(Properties(test.member), kLength, test.dataBytes));
+    const bool isUnderstood = std::string(test.place) != "(false)";
+    EXPECT_EQ(tree.find(test.place) != tree.npos, isUnderstood) << test.what << tree;
+    EXPECT_EQ(tree.empty(), !isUnderstood) << test.what;
+  }
+}
+
+TEST(AppleRaid, ReadsNoMemberWithoutItsProperties) {
+  EXPECT_EQ(Contents(Disk("<dict>", kLength, 512)), "");
+  EXPECT_EQ(Contents(Disk(std::string(3944, '<'), kLength, 512)), "");
+}
+
+TEST(AppleRaid, LooksIntoItsDataArea) {
+  DiskBuilder disk = Disk(Properties({}));
+  disk.Gpt(kStart + 1, 1, 4);
+  disk.GptEntry(kStart + 1, 0, "0657FD6D-A4AB-43C4-84E5-0933C84B4F4F", 34, 51);
+  const std::string contents = Contents(disk);
+  EXPECT_TRUE(contents.ends_with(" gpt\n      98+17 130 \"Linux swap\"\n")) << contents;
+}
+
+TEST(AppleRaid, HeadersInHeadersEnd) {
+  DiskBuilder disk = Disk(Properties({.chunkCount = 1016, .chunkBytes = 512}));
+  for (u64 length = 1016; length > 16; length -= 8) {
+    disk.Text(kStart + length - 8, 0, "AppleRAIDHeader");
+    disk.Text(kStart + length - 8, 152, Properties({.chunkCount = length - 8, .chunkBytes = 512}));
+  }
+  EXPECT_LT(disk.Tree().size(), 20000u);
+}
+
+}  // namespace
+}  // namespace larkspur

@@ -1,0 +1,289 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "partitions/ldm.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "base/endian.h"
+#include "base/path_text.h"
+#include "fakes/ldm_disk.h"
+#include "fakes/tree_text.h"
+#include "partitions/detection.h"
+#include "partitions/type_names.h"
+
+namespace larkspur {
+namespace {
+
+using fakes::LdmBody;
+using fakes::LdmDisk;
+using fakes::MemoryStore;
+
+constexpr char kRoot[] = "0+8192 32764 \"[unknown]\" ntldm\n";
+
+std::string Tree(const std::shared_ptr<MemoryStore>& store) {
+  return fakes::TreeText(fakes::DiskOn(store).get());
+}
+
+// What lies below the root.
+std::string Children(const LdmDisk& disk) {
+  const std::string tree = Tree(disk.Store());
+  EXPECT_TRUE(tree.starts_with(kRoot)) << tree;
+  return tree.substr(std::min(tree.size(), sizeof kRoot - 1));
+}
+
+// The identifier of the volume that was the disk's first.
+constexpr char kFirstSet[] = "64646464646464646464646464646464";
+
+std::string Member(const std::string& raid, const std::string& level) {
+  return "{raid " + raid + " level " + level + " set " + kFirstSet + "}\n";
+}
+
+TEST(Ldm, SaysHowEachKindOfVolumeUsesTheDisk) {
+  const struct {
+    LdmDisk disk;
+    std::string children;
+  } kCases[] = {
+      {LdmDisk().Simple("Volume1", "E:", {1, 10, 500}),
+       "  73+500 7 \"NTFS\" " +
+           Member("\"Dynamic volume E: (Mirror)\" layout 3 columns 1 index 0 block 0", "simple")},
+      {LdmDisk().Spanned("Volume1", "E:", {{2, 0, 100}, {1, 10, 500}}),
+       "  73+500 7 \"NTFS\" " +
+           Member("\"Dynamic volume E: (Simple/Span)\" layout 1 columns 2 index 1 block 0",
+                  "spanned")},
+      {LdmDisk().Mirrored("Volume1", "E:", {{2, 0, 500}, {1, 10, 500}}),
+       "  73+500 7 \"NTFS\" " +
+           Member("\"Dynamic volume E: (Mirror)\" layout 3 columns 1 index 0 block 0", "mirrored")},
+      {LdmDisk().Striped("Volume1", "E:", {{1, 10, 500}, {2, 0, 500}}),
+       "  73+500 7 \"NTFS\" " +
+           Member("\"Dynamic volume E: (Stripe)\" layout 2 columns 2 index 0 block 65536",
+                  "striped")},
+      {LdmDisk().Raid5("Volume1", "E:", {{2, 0, 500}, {3, 0, 500}, {1, 10, 500}}),
+       "  73+500 7 \"NTFS\" " +
+           Member("\"Dynamic volume E: (RAID5)\" layout 6 columns 3 index 2 block 65536", "RAID5")},
+  };
+  for (const auto& test : kCases) EXPECT_EQ(Children(test.disk), test.children);
+}
+
+TEST(Ldm, FindsDisksHoweverTheirRecordsAreWritten) {
+  const auto volume = [](LdmDisk disk) { return disk.Simple("V", "", {1, 0, 64}); };
+  const std::string usual = Children(volume(LdmDisk()));
+  EXPECT_NE(usual, "");
+  EXPECT_EQ(Children(volume(LdmDisk().LongDiskNames())), usual);
+  EXPECT_EQ(Children(volume(LdmDisk().RawDiskIdentifiers())), usual);
+}
+
+TEST(Ldm, LeavesThePiecesOnOtherDisksAlone) {
+  EXPECT_EQ(Children(LdmDisk().Simple("V", "E:", {2, 0, 64}).Simple("W", "F:", {9, 0, 64})), "");
+}
+
+TEST(Ldm, PutsTheVolumesOfAGptDiskUnderItsMetadata) {
+  LdmDisk disk;
+  disk.OnGpt().Simple("V", "", {1, 8, 64});
+  EXPECT_EQ(Tree(disk.Store()),
+            "0+8192 32764 \"[unknown]\" mbr\n"
+            "  1+8191 238 \"GPT OEM\" gpt\n"
+            "    34+2047 322 \"[unknown]\" ntldm\n"
+            "      2090+64 7 \"NTFS\" {raid \"\" layout 3 columns 1 index 0 block 0 level simple "
+            "set 64646464646464646464646464646464}\n"
+            "    2082+6076 66 \"NT LDM link\" ntldm\n");
+}
+
+// The header's place, from the start of the metadata partition.
+TEST(Ldm, TakesEitherCopyOfTheHeaderOfAGptDisk) {
+  auto store = LdmDisk().OnGpt().Simple("V", "", {1, 8, 64}).Store();
+  const std::string tree = Tree(store);
+  const auto at = [&](u64 sector) {
+    return store->bytes.begin() + i64{kSectorBytes} * i64(sector);
+  };
+  std::swap_ranges(at(34 + 1856), at(34 + 1857), at(34 + 2047));
+  EXPECT_EQ(Tree(store), tree);
+}
+
+// The tree below a node of that type and length at the front of the disk.
+std::string NodeTree(const LdmDisk& disk, u16 type, u64 length) {
+  const auto io = fakes::DiskOn(disk.Store());
+  PartitionTree tree;
+  auto* node = new cPartTreeItem;
+  AppendToTree(tree.Head(), node);
+  SetNode(*node, io.get(), 0, length, type);
+  const bool understood = DetectPartitionContents(node, true);
+  return fakes::TreeText(node) + (understood ? "" : "(false)\n");
+}
+
+TEST(Ldm, IsAlsoFoundBehindAMasterBootRecordAndByType) {
+  const LdmDisk disk = LdmDisk().Simple("V", "", {1, 0, 64});
+  const std::string child =
+      "  63+64 7 \"NTFS\" {raid \"\" layout 3 columns 1 index 0 block 0 level simple set "
+      "64646464646464646464646464646464}\n";
+  EXPECT_EQ(NodeTree(disk, 7, 8192), "0+8192 7 \"NTFS\" ntldm\n" + child);
+  EXPECT_EQ(NodeTree(disk, 7, 8191),
+            "0+8191 7 \"NTFS\" mbr\n  63+6081 66 \"NT LDM link\" ntldm\n  " + child);
+  for (const u16 type : {u16{66}, u16{322}}) {
+    EXPECT_NE(NodeTree(disk, type, 100).find("ntldm\n" + child), std::string::npos);
+  }
+}
+
+TEST(Ldm, NamesVolumesAfterTheFirstFourBytesOfTheirHint) {
+  const struct {
+    const char* hint;
+    u32 layout;
+    const char* name;
+  } kCases[] = {
+      {"", 1, ""},
+      {"E:", 0, "Dynamic volume E: (Simple/Span)"},
+      {"E:", 1, "Dynamic volume E: (Simple/Span)"},
+      {"C:\\Mount", 2, "Dynamic volume C:\\M (Stripe)"},
+      {"\u00E9\u00E9\u00E9", 3, "Dynamic volume \u00E9\u00E9 (Mirror)"},
+      {"abc\u00E9", 6, "Dynamic volume abc\uFFFD (RAID5)"},
+  };
+  for (const auto& test : kCases) {
+    const Owned<cSoftRAIDMember> record(new cSoftRAIDMember);
+    record->m_layout = test.layout;
+    LdmVolume volume{};
+    volume.hint = test.hint;
+    FormatVolumeName(volume, *record);
+    EXPECT_EQ(Utf8FromWide(record->m_name.View()), test.name);
+  }
+}
+
+// A partition of disk 1 whose component says what the cases say.
+LdmDisk DiskWithComponent(u8 type, u64 partitions, u64 volume, u64 columns) {
+  LdmBody component;
+  component.Number(7).Text("C").Text("ACTIVE").Fixed(type, 1).Zeros(4).Number(partitions);
+  component.Zeros(16).Number(volume).Zeros(1).Number(128).Number(columns);
+  LdmBody partition;
+  partition.Number(8).Text("P").Zeros(12).Fixed(0, 8).Fixed(0, 8).Number(64).Number(7).Number(1);
+  return LdmDisk()
+      .Simple("V", "E:", {2, 0, 64})
+      .Object(50, 0x10, component)
+      .Object(51, 0, partition);
+}
+
+TEST(Ldm, MakesNoRecordWhereTheSetIsUnclear) {
+  constexpr u64 kVolume = 100;
+  const struct {
+    const char* what;
+    LdmDisk disk;
+    bool hasType;
+    bool hasRecord;
+  } kCases[] = {
+      {"a RAID", DiskWithComponent(3, 3, kVolume, 3), true, true},
+      {"of one column", DiskWithComponent(3, 1, kVolume, 1), true, false},
+      {"of as many columns as partitions", DiskWithComponent(3, 2, kVolume, 0), true, true},
+      {"an unknown volume", DiskWithComponent(3, 3, 999, 3), false, false},
+  };
+  for (const auto& test : kCases) {
+    const std::string children = Children(test.disk);
+    const char* type = test.hasType ? "  63+64 7 \"NTFS\"" : "  63+64 32767 \"[unknown]\"";
+    EXPECT_TRUE(children.starts_with(type)) << test.what << children;
+    EXPECT_EQ(children.find("raid") != std::string::npos, test.hasRecord) << test.what << children;
+  }
+}
+
+TEST(Ldm, GivesChildrenNoTypeThatLeadsBackOrToAnotherTable) {
+  for (const u8 type : std::initializer_list<u8>{0, 5, 15, 66, 133}) {
+    EXPECT_TRUE(Children(LdmDisk().PartitionType(type).Simple("V", "", {1, 0, 64}))
+                    .starts_with("  63+64 32767"));
+  }
+}
+
+struct Damage {
+  const char* what;
+  u64 sector;
+  size_t offset;
+  size_t width;
+  u64 value;
+};
+
+std::shared_ptr<MemoryStore> Damaged(const LdmDisk& disk, const Damage& damage) {
+  auto store = disk.Store();
+  u8* at = &store->bytes[damage.sector * kSectorBytes + damage.offset];
+  for (size_t i = 0; i < damage.width; ++i) {
+    at[i] = static_cast<u8>(damage.value >> 8 * (damage.width - 1 - i));
+  }
+  return store;
+}
+
+TEST(Ldm, ADiskThatLaysItselfOutWronglyIsNone) {
+  constexpr u64 kHeader = 6;
+  const LdmDisk disk = LdmDisk().Simple("V", "", {1, 0, 64});
+  const u64 toc = disk.ConfigStart() + 2;
+  const Damage kCases[] = {
+      {"another magic", kHeader, 7, 1, 'X'},
+      {"a configuration beyond the disk", kHeader, 299, 8, 8193},
+      {"one that ends beyond it", kHeader, 307, 8, 2049},
+      {"one whose end wraps", kHeader, 307, 8, ~u64{0} - 6000},
+      {"a logical disk in the configuration", kHeader, 283, 8, 6145},
+      {"one that ends there", kHeader, 291, 8, 6082},
+      {"no table of contents", toc, 0, 1, 'X'},
+      {"another first region", toc, 41, 1, 'X'},
+      {"another second region", toc, 70, 1, 'X'},
+      {"a region beyond the configuration", toc, 46, 8, 2049},
+      {"one that ends beyond it", toc, 54, 8, 2032},
+      {"one whose end wraps", toc, 88, 8, ~u64{0} - 1000},
+  };
+  for (const Damage& test : kCases) {
+    EXPECT_TRUE(Tree(Damaged(disk, test)).starts_with("0+8192 32764 \"[unknown]\" mbr\n"))
+        << test.what;
+  }
+}
+
+TEST(Ldm, ADatabaseThatCannotBeReadWholeGivesNothing) {
+  const LdmDisk disk = LdmDisk().Simple("V", "", {1, 0, 64});
+  const u64 database = disk.DatabaseStart();
+  const Damage kCases[] = {
+      {"records of 0 bytes", database, 8, 4, 0},
+      {"of 1 byte", database, 8, 4, 1},
+      {"that do not fill sectors", database, 8, 4, 511},
+      {"larger than a sector", database, 8, 4, 4096},
+      {"larger than anything", database, 8, 4, 0xFFFFFFFF},
+      {"as many as there can be", database, 4, 4, 0xFFFFFFFF},
+      {"more than there are", database, 4, 4, 4 + 8 + 1},
+      {"a sector more than there are", database, 4, 4, 4 + 8 + 4},
+      {"a record without its magic", database + 2, 128, 1, 'X'},
+  };
+  for (const Damage& test : kCases) {
+    const bool ends = Tree(Damaged(disk, test)) == std::string(kRoot) + "(false)\n";
+    EXPECT_EQ(ends, test.value != 4 + 8 + 1) << test.what << Tree(Damaged(disk, test));
+  }
+}
+
+TEST(Ldm, PassesOverPartitionsThatEndNowhere) {
+  constexpr u64 kLast = ~u64{0};
+  for (const fakes::LdmPiece& piece :
+       {fakes::LdmPiece{1, kLast - 10, 64}, {1, kLast - 100, 64}, {1, 0, 0}, {1, 0, kLast}}) {
+    EXPECT_EQ(Children(LdmDisk().Simple("V", "", piece)), "") << piece.start;
+  }
+}
+
+// Whatever any one byte says, the tree stays small.
+TEST(Ldm, SurvivesEveryChangeOfAByte) {
+  const LdmDisk disk =
+      LdmDisk().LongDiskNames().Raid5("V", "E:", {{1, 0, 64}, {2, 0, 64}, {3, 0, 64}});
+  auto store = disk.Store();
+  for (const u64 sector : {u64{6}, disk.ConfigStart() + 2, disk.DatabaseStart(),
+                           disk.DatabaseStart() + 1, disk.DatabaseStart() + 2}) {
+    for (size_t i = 0; i < kSectorBytes; ++i) {
+      u8& byte = store->bytes[sector * kSectorBytes + i];
+      for (const u8 mask : std::initializer_list<u8>{0x01, 0x80, 0xFF}) {
+        byte ^= mask;
+        EXPECT_LT(Tree(store).size(), 400u) << sector << ":" << i;
+        byte ^= mask;
+      }
+    }
+  }
+}
+
+TEST(Ldm, SurvivesEveryPlaceWhereTheDiskEnds) {
+  const LdmDisk disk = LdmDisk().Simple("V", "", {1, 0, 64});
+  auto store = disk.Store();
+  for (u64 sectors = disk.DatabaseStart() + 5; sectors > 0; --sectors) {
+    store->bytes.resize(sectors * kSectorBytes);
+    EXPECT_LT(Tree(store).size(), 400u);
+  }
+}
+
+}  // namespace
+}  // namespace larkspur
