@@ -74,7 +74,7 @@ class DeviceSystem {
 DeviceSystem& SystemDevices();
 
 struct ListedDevice {
-  std::u16string path;
+  std::u16string path = {};
   u64 bytes = 0;  // 0: no medium, or not told
   bool isOptical = false;
   bool isReadOnly = false;

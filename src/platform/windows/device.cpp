@@ -17,6 +17,7 @@ namespace {
 
 constexpr DWORD kInstanceIdCharacters = 520;
 constexpr ULONG kParentIdCharacters = 200;
+constexpr u32 kNoSuchDevice = 433;  // ERROR_NO_SUCH_DEVICE, which not every header has
 
 bool Succeeded(BOOL result) {
   if (!result) SetLastFailure(GetLastError());
@@ -189,7 +190,7 @@ bool IsDeviceGone(u32 code) {
     case ERROR_BAD_UNIT:
     case ERROR_NOT_READY:
     case ERROR_DEV_NOT_EXIST:
-    case ERROR_NO_SUCH_DEVICE:
+    case kNoSuchDevice:
     case ERROR_NO_MEDIA_IN_DRIVE:
     case ERROR_DEVICE_NOT_CONNECTED:
     case ERROR_DEVICE_NOT_AVAILABLE:
