@@ -46,5 +46,7 @@ ExitStatus RunInfo(const std::string& cache, bool json);
 ExitStatus RunMap(const MapOptions& options);
 ExitStatus RunCheck(const std::string& cache, bool repair, bool json);
 ExitStatus RunExport(const ExportOptions& options);
+ExitStatus RunDevices(bool json);
+ExitStatus RunIdentify(const std::string& device, bool json);
 
 }  // namespace larkspur::cli

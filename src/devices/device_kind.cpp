@@ -52,6 +52,12 @@ const char* KindName(u32 kind) {
   return kNames[kind < std::size(kNames) ? kind : 0];
 }
 
+std::string AttachmentName(u32 kind, u32 bus) {
+  if (kind != kKindNone) return KindName(kind);
+  if (bus == kBusNvme) return "NVMe";
+  return bus == kBusUnknown ? KindName(kind) : BusName(bus);
+}
+
 const char* BusName(u32 bus) {
   constexpr const char* kNames[] = {"Unknown", "SCSI", "ATAPI",   "ATA",    "FireWire", "SSA",
                                     "Fibre",   "USB",  "RAID",    "iSCSI",  "SAS",      "SATA",

@@ -4,6 +4,8 @@
 
 // How a drive is attached, as far as it matters for talking to it.
 
+#include <string>
+
 #include "devices/device_query.h"
 
 namespace larkspur {
@@ -24,5 +26,8 @@ const char* KindName(u32 kind);
 
 // The bus types up to 15 by name, such as "SATA"; "Unknown" for all others.
 const char* BusName(u32 bus);
+
+// How a drive is attached, in a word for people: its kind, else its bus.
+std::string AttachmentName(u32 kind, u32 bus);
 
 }  // namespace larkspur

@@ -63,6 +63,11 @@ DeviceIdentity IdentityOf(cBaseIO* drive) {
   return identity;
 }
 
+std::u16string DescriptionOf(cBaseIO* drive) {
+  if (drive->GetTypeId() == kTypeWinCD) return drive->GetName();
+  return std::u16string(static_cast<cWinHDIO*>(drive)->OpeningDescription());
+}
+
 bool HasDriveGone(const std::u16string& path) {
   return platform::IsDeviceGone(platform::LastFailure()) || !Devices().IsThere(path.c_str());
 }

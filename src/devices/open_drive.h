@@ -16,8 +16,9 @@ namespace larkspur {
 // failure. An optical drive never delivers what it could not read.
 Owned<cBaseIO> OpenDrive(const std::u16string& path);
 
-// What a drive from OpenDrive said of itself when it was opened.
+// What a drive from OpenDrive said of itself when it was opened. It is not asked again.
 DeviceIdentity IdentityOf(cBaseIO* drive);
+std::u16string DescriptionOf(cBaseIO* drive);
 
 // Whether the device at `path`, of which a read just failed on this thread, has gone. Asks the
 // system only: a drive that fails to read is not asked for more.

@@ -54,6 +54,8 @@ class cWinHDIO : public cBaseIO {
   // What the drive said when it was last described; kind 0 where it said nothing and the texts are
   // the system's. No slot answers these.
   const DeviceIdentity& Identity() const { return m_identity; }
+  // The description as it was when the device was opened.
+  std::u16string_view OpeningDescription() const { return m_name.View(); }
   bool IsRemovable() const { return m_removable; }
 
  protected:
