@@ -4,11 +4,11 @@
 
 #include <sstream>
 
+#include "devices/device_system.h"
 #include "devices/open_drive.h"
 #include "imaging/text_file.h"
 #include "io/flat_io.h"
 #include "io/sparse_layout.h"
-#include "platform/file.h"
 #include "platform/system_error.h"
 
 namespace larkspur {
@@ -45,7 +45,7 @@ Owned<cBaseIO> OpenStorage(const std::u16string& path, bool isDevice) {
 }  // namespace
 
 Source OpenSource(const std::u16string& path, const std::u16string& testMapfile) {
-  const bool isDevice = platform::KindOfPath(path.c_str()) == platform::PathKind::kDevice;
+  const bool isDevice = Devices().IsDevice(path.c_str());
   platform::SetLastFailure(0);
   Owned<cBaseIO> storage = OpenStorage(path, isDevice);
   if (!storage) return Failed(SourceAnswer::kCannotOpen);

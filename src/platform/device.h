@@ -53,6 +53,8 @@ struct DiskInterface {
 // Finds and opens devices. May be used by several threads at a time.
 class DeviceSystem {
  public:
+  // Whether a path names a device, and no file.
+  virtual bool IsDevice(const char16_t* path) = 0;
   // `access` is a sum of DeviceAccess. Null on failure.
   virtual std::unique_ptr<Device> Open(const char16_t* path, u32 access) = 0;
   // Whether that device, which failed to read, is still there. Asks the system, never the device.

@@ -111,6 +111,7 @@ class SimulatedDevices final : public platform::DeviceSystem {
  public:
   SimulatedDrive* Add(const std::u16string& path);
 
+  bool IsDevice(const char16_t* path) override { return Find(path) != nullptr; }
   std::unique_ptr<platform::Device> Open(const char16_t* path, u32 access) override;
   bool IsThere(const char16_t* path) override;
   bool IsOpticalDrive(const char16_t* drive) override;

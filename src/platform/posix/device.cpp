@@ -21,6 +21,7 @@
 #include "base/endian.h"
 #include "base/path_text.h"
 #include "platform/device_requests.h"
+#include "platform/file.h"
 #include "platform/posix/pass_through.h"
 #include "platform/posix/storage_descriptor.h"
 #include "platform/posix/sysfs.h"
@@ -195,6 +196,7 @@ int OpenNode(const std::string& node, u32 access) {
 
 class LinuxDevices final : public DeviceSystem {
  public:
+  bool IsDevice(const char16_t* path) override { return KindOfPath(path) == PathKind::kDevice; }
   std::unique_ptr<Device> Open(const char16_t* path, u32 access) override;
   bool IsThere(const char16_t* path) override;
   bool IsOpticalDrive(const char16_t* drive) override;

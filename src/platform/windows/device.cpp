@@ -9,6 +9,7 @@
 #include <setupapi.h>
 #include <winioctl.h>
 
+#include "platform/file.h"
 #include "platform/system_error.h"
 #include "platform/windows/native_path.h"
 
@@ -135,6 +136,8 @@ char16_t LetterOf(std::u16string_view path) {
 
 class WindowsDevices final : public DeviceSystem {
  public:
+  bool IsDevice(const char16_t* path) override { return KindOfPath(path) == PathKind::kDevice; }
+
   std::unique_ptr<Device> Open(const char16_t* path, u32 access) override {
     const DWORD rights =
         (access & kAccessRead ? GENERIC_READ : 0) | (access & kAccessWrite ? GENERIC_WRITE : 0);
