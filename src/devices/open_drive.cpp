@@ -68,8 +68,8 @@ std::u16string DescriptionOf(cBaseIO* drive) {
   return std::u16string(static_cast<cWinHDIO*>(drive)->OpeningDescription());
 }
 
-bool HasDriveGone(const std::u16string& path) {
-  return platform::IsDeviceGone(platform::LastFailure()) || !Devices().IsThere(path.c_str());
+bool HasDriveGone(const std::u16string& path, u64 bytes) {
+  return platform::IsDeviceGone(platform::LastFailure()) || !Devices().IsThere(path.c_str(), bytes);
 }
 
 }  // namespace larkspur

@@ -20,8 +20,8 @@ Owned<cBaseIO> OpenDrive(const std::u16string& path);
 DeviceIdentity IdentityOf(cBaseIO* drive);
 std::u16string DescriptionOf(cBaseIO* drive);
 
-// Whether the device at `path`, of which a read just failed on this thread, has gone. Asks the
-// system only: a drive that fails to read is not asked for more.
-bool HasDriveGone(const std::u16string& path);
+// Whether the device at `path`, of which a read just failed on this thread, has gone, or has become
+// smaller than it was. Asks the system only: a drive that fails to read is not asked for more.
+bool HasDriveGone(const std::u16string& path, u64 bytes);
 
 }  // namespace larkspur

@@ -56,7 +56,6 @@ class cWinHDIO : public cBaseIO {
   const DeviceIdentity& Identity() const { return m_identity; }
   // The description as it was when the device was opened.
   std::u16string_view OpeningDescription() const { return m_name.View(); }
-  bool IsRemovable() const { return m_removable; }
 
  protected:
   // Opens `clone`, which is new, on a copy of this object's target.

@@ -68,7 +68,10 @@ Source OpenSource(const std::u16string& path, const std::u16string& testMapfile)
                   : source.systemError != 0           ? SourceAnswer::kCannotOpen
                                                       : SourceAnswer::kEmpty;
   source.traffic = std::make_shared<SourceTraffic>();
-  if (isDevice) source.traffic->hasGone = [path] { return HasDriveGone(path); };
+  if (isDevice) {
+    const u64 bytes = source.sectors << kSectorShift;
+    source.traffic->hasGone = [path, bytes] { return HasDriveGone(path, bytes); };
+  }
   source.io.reset(new cPiecewiseIO(std::move(storage), source.traffic));
   return source;
 }

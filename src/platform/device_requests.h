@@ -165,7 +165,6 @@ constexpr u32 kScsiDirectBytes = 128;
 constexpr u32 kScsiDirectSenseBytes = 64;
 constexpr u32 kScsiBufferedDataOffset = 92;
 constexpr u32 kScsiBufferedSenseBytes = 32;
-constexpr u32 kScsiBufferedDataBytes = 512;
 constexpr u32 kScsiBufferedBytes = 608;
 
 }  // namespace larkspur::platform

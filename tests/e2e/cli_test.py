@@ -281,6 +281,35 @@ class CliTest(unittest.TestCase):
         self.assertEqual(result.stdout[:300], b"new" * 100)
 
     @native_only
+    def test_a_device_that_shrinks_away_and_comes_back(self):
+        sectors = 1 << 21
+        with open("source.img", "wb") as medium:
+            medium.truncate(sectors * SECTOR)
+        device = loop_device(self, "source.img", 512)
+
+        def resize(count):
+            os.truncate("source.img", count * SECTOR)
+            subprocess.run(["losetup", "--set-capacity", device], check=True)
+
+        process = subprocess.Popen([*PROGRAM, "image", device, "disk.kvrsp"], stdout=subprocess.PIPE,
+                                   stderr=subprocess.PIPE)
+        while not os.path.exists("disk.kvrsp") or os.path.getsize("disk.kvrsp") < 2000 * SECTOR:
+            time.sleep(0.001)
+        resize(1000)
+        _, words = process.communicate(timeout=60)
+        self.assertEqual(process.returncode, 1, words)
+        self.assertIn(b"gone", words)
+        counts = json.loads(run("info", "disk.kvrsp", "--json").stdout)
+        self.assertEqual(counts["unreadable"], 0)
+        self.assertGreater(counts["missing"], 0)
+        self.assertGreater(counts["present"], 0)
+        resize(sectors)
+        result = run("image", device, "disk.kvrsp", "--json")
+        self.assert_status(result, 0)
+        again = json.loads(result.stdout)
+        self.assertEqual([again["readFromSource"], again["present"]], [counts["missing"], sectors])
+
+    @native_only
     def test_devices_without_the_right_to_read_them(self):
         if os.geteuid() != 0:
             self.skipTest("needs the rights of root, to give them up")

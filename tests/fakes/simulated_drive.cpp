@@ -225,9 +225,9 @@ std::unique_ptr<Device> SimulatedDevices::Open(const char16_t* path, u32 access)
   return std::make_unique<SimulatedDevice>(drive, access);
 }
 
-bool SimulatedDevices::IsThere(const char16_t* path) {
+bool SimulatedDevices::IsThere(const char16_t* path, u64 bytes) {
   const auto drive = Find(path);
-  return drive && drive->isPresent;
+  return drive && drive->isPresent && drive->lengthBytes.value_or(bytes) >= bytes;
 }
 
 bool SimulatedDevices::IsOpticalDrive(const char16_t* drive) {

@@ -120,6 +120,21 @@ TEST_F(DeviceSource, ADeviceMayVanishAtAnyMoment) {
   }
 }
 
+TEST_F(DeviceSource, ADeviceThatShrinksHasGone) {
+  fakes::SimulatedDrive* drive = MakeDrive(512, 4000);
+  Source source = OpenSource(drive->path, {});
+  drive->sectors = 1000;
+  std::vector<u8> buffer(512 * 256);
+  source.io->SetPosition(900);
+  EXPECT_EQ(source.io->Read(buffer.data(), 256), 0u);
+  EXPECT_FALSE(source.traffic->gone) << "as large as ever: it only fails";
+  drive->lengthBytes = 1000 * 512;
+  source.io->SetPosition(2000);
+  EXPECT_EQ(source.io->Read(buffer.data(), 256), 0u);
+  EXPECT_TRUE(source.traffic->gone);
+  EXPECT_FALSE(source.traffic->refusedBySource);
+}
+
 TEST_F(DeviceSource, TestModeOnADevice) {
   fakes::SimulatedDrive* drive = MakeDrive(4096, 100);
   const std::u16string mapfile = m_folder.File(u"bad.map");

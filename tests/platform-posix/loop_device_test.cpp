@@ -140,10 +140,11 @@ TEST_P(LoopDevice, ReadsThroughTheClassAtEveryPlace) {
 }
 
 TEST_P(LoopDevice, IsThereUntilItIsNot) {
-  EXPECT_TRUE(SystemDevices().IsThere(m_path.c_str()));
+  EXPECT_TRUE(SystemDevices().IsThere(m_path.c_str(), kSectors * 512));
+  EXPECT_FALSE(SystemDevices().IsThere(m_path.c_str(), kSectors * 512 + 1)) << "it was larger";
   EXPECT_TRUE(SystemDevices().IsDevice(m_path.c_str()));
   Detach();
-  EXPECT_FALSE(SystemDevices().IsThere(m_path.c_str())) << "without a size there is nothing";
+  EXPECT_FALSE(SystemDevices().IsThere(m_path.c_str(), 0)) << "without a size there is nothing";
 }
 
 TEST_P(LoopDevice, IsListed) {
@@ -172,7 +173,7 @@ TEST(BlockDevices, WhatIsNoBlockDeviceIsNotOpened) {
   for (const auto& c : cases) {
     EXPECT_EQ(SystemDevices().Open(c.path.c_str(), kAccessRead), nullptr);
     EXPECT_EQ(LastFailure(), c.error) << Utf8FromWide(c.path);
-    EXPECT_FALSE(SystemDevices().IsThere(c.path.c_str()));
+    EXPECT_FALSE(SystemDevices().IsThere(c.path.c_str(), 0));
     EXPECT_EQ(SystemDevices().OpticalLetter(c.path.c_str()), u'\0');
   }
 }

@@ -198,29 +198,35 @@ class LinuxDevices final : public DeviceSystem {
  public:
   bool IsDevice(const char16_t* path) override { return KindOfPath(path) == PathKind::kDevice; }
   std::unique_ptr<Device> Open(const char16_t* path, u32 access) override;
-  bool IsThere(const char16_t* path) override;
+  bool IsThere(const char16_t* path, u64 bytes) override;
   bool IsOpticalDrive(const char16_t* drive) override;
   char16_t OpticalLetter(const char16_t* path) override;
   std::vector<DiskInterface> DiskInterfaces() override;
   std::u16string ParentDeviceId(u32 instance) override;
 };
 
+std::unique_ptr<Device> NotOpened(int error) {
+  SetLastFailure(static_cast<u32>(error));
+  return nullptr;
+}
+
 std::unique_ptr<Device> LinuxDevices::Open(const char16_t* path, u32 access) {
   const std::string node = NodeOf(path);
   struct stat status;
   // Looked at before it is opened: to open a pipe would wait, and a tape would move.
-  if (stat(node.c_str(), &status) != 0) return Refuse(errno), nullptr;
-  if (!S_ISBLK(status.st_mode)) return Refuse(ENOTBLK), nullptr;
+  if (stat(node.c_str(), &status) != 0) return NotOpened(errno);
+  if (!S_ISBLK(status.st_mode)) return NotOpened(ENOTBLK);
   const int file = OpenNode(node, access);
-  if (file < 0) return Refuse(errno), nullptr;
+  if (file < 0) return NotOpened(errno);
   return std::make_unique<LinuxDevice>(file, status.st_rdev);
 }
 
-bool LinuxDevices::IsThere(const char16_t* path) {
+bool LinuxDevices::IsThere(const char16_t* path, u64 bytes) {
   struct stat status;
   if (stat(NodeOf(path).c_str(), &status) != 0 || !S_ISBLK(status.st_mode)) return false;
   const SysBlock block(status.st_rdev);
-  if (!block.Exists() || block.OwnNumber("size") == 0) return false;
+  const u64 sectors = block.Exists() ? block.OwnNumber("size") : 0;
+  if (sectors == 0 || sectors << kSectorShift < bytes) return false;
   const std::string state = block.Disk("device/state").value_or("");
   for (const char* gone :
        {"cancel", "deleted", "offline", "transport-offline", "deleting", "dead"}) {

@@ -2,8 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "platform/posix/storage_descriptor.h"
 
-#include <algorithm>
-#include <cstring>
+#include <utility>
 
 #include "base/endian.h"
 #include "platform/device_requests.h"
@@ -60,16 +59,16 @@ std::string SerialOf(const SysBlock& block) {
 }
 
 bool LooksHexadecimal(const std::string& text) {
-  return text.size() % 2 == 0 && std::all_of(text.begin(), text.end(), [](unsigned char letter) {
-           return std::isxdigit(letter) != 0;
-         });
+  return text.size() % 2 == 0 &&
+         text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
 }
 
 std::string AsSwappedHex(std::string text) {
   constexpr char kDigits[] = "0123456789abcdef";
   for (size_t i = 0; i + 1 < text.size(); i += 2) std::swap(text[i], text[i + 1]);
   std::string hex;
-  for (const unsigned char byte : text) {
+  for (const char letter : text) {
+    const u8 byte = static_cast<u8>(letter);
     hex += kDigits[byte >> 4];
     hex += kDigits[byte & 15];
   }
@@ -115,7 +114,7 @@ DescriptorFacts FactsOf(const SysBlock& block) {
 
 std::string DescriptorBytes(const DescriptorFacts& facts) {
   std::string bytes(kDescriptorHeadBytes, '\0');
-  bytes[kDescriptorRemovableOffset] = facts.isRemovable;
+  bytes[kDescriptorRemovableOffset] = facts.isRemovable ? 1 : 0;
   StoreLe32(reinterpret_cast<u8*>(&bytes[kDescriptorBusOffset]), facts.bus);
   Append(facts.vendor, kDescriptorVendorOffset, &bytes);
   Append(facts.product, kDescriptorProductOffset, &bytes);

@@ -150,7 +150,9 @@ class WindowsDevices final : public DeviceSystem {
   }
 
   // A removed device's name is gone, or its opening fails.
-  bool IsThere(const char16_t* path) override { return Open(path, kAccessQuery) != nullptr; }
+  bool IsThere(const char16_t* path, u64 /*bytes*/) override {
+    return Open(path, kAccessQuery) != nullptr;
+  }
 
   bool IsOpticalDrive(const char16_t* drive) override {
     return GetDriveTypeW(Wide(drive)) == DRIVE_CDROM;

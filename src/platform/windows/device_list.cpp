@@ -10,6 +10,7 @@
 #include "base/endian.h"
 #include "platform/device.h"
 #include "platform/device_requests.h"
+#include "platform/system_error.h"
 
 namespace larkspur::platform {
 namespace {
@@ -46,7 +47,7 @@ void Describe(ListedDevice* listed, Device& device) {
   u32 returned = 0;
   listed->bytes = SizeOf(listed->path.c_str(), device);
   listed->isReadOnly =
-      !device.Control(kIsWritable, {}, {}, &returned) && GetLastError() == ERROR_WRITE_PROTECT;
+      !device.Control(kIsWritable, {}, {}, &returned) && LastFailure() == ERROR_WRITE_PROTECT;
 }
 
 }  // namespace
