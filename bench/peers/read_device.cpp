@@ -3,8 +3,6 @@
 // Reads a block device in order through cNamedWinHDIO, 64 KiB at a time, to nowhere. Not a peer but
 // what is measured: the class alone, without a cache behind it. Usage: read-device DEVICE
 
-#include <vector>
-
 #include "base/path_text.h"
 #include "devices/named_win_hd_io.h"
 
@@ -16,8 +14,8 @@ int main(int argc, char** argv) {
   cNamedWinHDIO device;
   const cNamedFileResource path(WideFromUtf8(argv[1]));
   if (!device.Open(&path, true)) return 1;
-  std::vector<u8> buffer(cWinHDIO::kTransferBytes);
+  const platform::OwnedPages buffer(cWinHDIO::kTransferBytes);
   u64 total = 0;
-  while (const u32 got = device.Read(buffer.data(), kPiece)) total += got;
+  while (const u32 got = device.Read(buffer.Data(), kPiece)) total += got;
   return total == device.GetSectorCount() ? 0 : 1;
 }

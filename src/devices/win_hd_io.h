@@ -75,8 +75,10 @@ class cWinHDIO : public cBaseIO {
   bool TextOfSystem(std::u16string* text);
 
   bool IsAligned() const { return m_sectorSize % kSectorBytes == 0; }
-  // Reads into the transfer buffer and answers the bytes that came; nothing closes the device.
-  u32 Fetch(u64 sector, u32 lengthBytes);
+  // Reads into `into`, a page's start, and answers the bytes that came; nothing closes the device.
+  u32 Fetch(u64 sector, u8* into, u32 lengthBytes);
+  // Where to read to on the way into `buffer`: there, if a device may transfer to it directly.
+  u8* Landing(u8* buffer) const;
   u32 ReadPlain(u8* buffer, u32 count);
   u32 ReadAligned(u8* buffer, u32 count);
   // The units of one physical sector at the position, `count` at most; 0 when it did not come.

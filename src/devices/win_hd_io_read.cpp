@@ -12,6 +12,11 @@
 #include "io/bit_map.h"
 
 namespace larkspur {
+namespace {
+
+constexpr u32 kPageBytes = 4096;
+
+}  // namespace
 
 u64 cWinHDIO::SetPosition(u64 sector) {
   const u64 target = std::min(sector, m_sectorCount);
@@ -41,10 +46,13 @@ u32 cWinHDIO::Read(void* buffer, u32 count, cBitMap* presence) {
   return m_sectorSize > kSectorBytes ? ReadAligned(out, count) : ReadPlain(out, count);
 }
 
-u32 cWinHDIO::Fetch(u64 sector, u32 lengthBytes) {
+u8* cWinHDIO::Landing(u8* buffer) const {
+  return reinterpret_cast<std::uintptr_t>(buffer) % kPageBytes == 0 ? buffer : m_transfer.Data();
+}
+
+u32 cWinHDIO::Fetch(u64 sector, u8* into, u32 lengthBytes) {
   const u64 offset = sector * kSectorBytes;
-  const u32 got =
-      m_device->Seek(offset) == offset ? m_device->Read(m_transfer.Data(), lengthBytes) : 0;
+  const u32 got = m_device->Seek(offset) == offset ? m_device->Read(into, lengthBytes) : 0;
   if (got == 0) m_device.reset();
   return std::min(got, lengthBytes);
 }
@@ -58,9 +66,11 @@ u32 cWinHDIO::ReadPlain(u8* buffer, u32 count) {
   u32 total = 0;
   while (total < count) {
     const u32 wanted = std::min(count - total, kTransferBytes / kSectorBytes);
-    const u32 got = Fetch(m_position, wanted * kSectorBytes) / kSectorBytes;
+    u8* out = buffer + u64{total} * kSectorBytes;
+    u8* into = Landing(out);
+    const u32 got = Fetch(m_position, into, wanted * kSectorBytes) / kSectorBytes;
     if (got == 0) break;
-    std::memcpy(buffer + u64{total} * kSectorBytes, m_transfer.Data(), u64{got} * kSectorBytes);
+    if (into != out) std::memcpy(out, into, u64{got} * kSectorBytes);
     Advance(got);
     total += got;
   }
@@ -84,7 +94,7 @@ u32 cWinHDIO::ReadAligned(u8* buffer, u32 count) {
 }
 
 u32 cWinHDIO::ReadWithin(u8* buffer, u32 count) {
-  if (Fetch(m_alignedPosition, m_sectorSize) < m_sectorSize) return 0;
+  if (Fetch(m_alignedPosition, m_transfer.Data(), m_sectorSize) < m_sectorSize) return 0;
   const u32 within = static_cast<u32>(m_position - m_alignedPosition);
   const u32 units = std::min(m_sectorRatio - within, count);
   std::memcpy(buffer, m_transfer.Data() + within * kSectorBytes, units * kSectorBytes);
@@ -94,8 +104,9 @@ u32 cWinHDIO::ReadWithin(u8* buffer, u32 count) {
 
 u32 cWinHDIO::ReadWhole(u8* buffer, u32 physicalSectors) {
   const u32 wanted = std::min(physicalSectors, kTransferBytes / m_sectorSize);
-  const u32 sectors = Fetch(m_alignedPosition, wanted * m_sectorSize) / m_sectorSize;
-  std::memcpy(buffer, m_transfer.Data(), u64{sectors} * m_sectorSize);
+  u8* into = Landing(buffer);
+  const u32 sectors = Fetch(m_alignedPosition, into, wanted * m_sectorSize) / m_sectorSize;
+  if (into != buffer) std::memcpy(buffer, into, u64{sectors} * m_sectorSize);
   Advance(sectors * m_sectorRatio);
   return sectors * m_sectorRatio;
 }

@@ -236,6 +236,19 @@ TEST_F(WinHDIO, LargeSectorsAreReadWhole) {
   EXPECT_TRUE(IsPattern(3, 167));
 }
 
+TEST_F(WinHDIO, PagesAreFilledDirectly) {
+  for (const u32 sectorBytes : {512u, 4096u}) {
+    fakes::SimulatedDrive* drive = MakeDrive(sectorBytes, 1000);
+    ASSERT_TRUE(Open(&m_io));
+    const platform::OwnedPages pages(300 * 512);
+    m_io.SetPosition(16);
+    EXPECT_EQ(m_io.Read(pages.Data(), 300), 300u);
+    const auto expected = fakes::Pattern(16, 300);
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), pages.Data()));
+    drive->path.clear();
+  }
+}
+
 TEST_F(WinHDIO, SectorsLargerThanTheBufferAreNotRead) {
   MakeDrive(0x20000, 10);
   ASSERT_TRUE(Open(&m_io));
