@@ -54,6 +54,7 @@ class Bench:
     def __init__(self, tools, memory, disk):
         self.larkspur = tools / "larkspur"
         self.read_maps = tools / "read-maps"
+        self.read_device = tools / "read-device"
         self.memory = memory
         self.disk = disk
 
@@ -128,7 +129,6 @@ class Bench:
                              lambda: timed(self.read_maps, cache), 3), "≤ 2")
         remove(cache)
 
-
     def tree(self, runs=100):
         disk = self.memory / "disk.img"
         labels = {
@@ -159,6 +159,34 @@ class Bench:
         command = (self.larkspur, "tree", disk)
         print(f"| `tree` of a disk of nothing but tables of itself | {timed(*command):.2f} s, "
               f"{peak_kib(*command) / 1024:.1f} MiB | | | ≤ 1 s, 64 MiB |")
+
+    def device(self):
+        """Reading a block device in order, where the machine has loop devices and we are root."""
+        medium = self.memory / "medium.img"
+        with open(medium, "wb") as out:
+            for _ in range(GIB >> 20):
+                out.write(os.urandom(1 << 20))
+        for sector_size in (512, 4096):
+            made = subprocess.run(["losetup", "--find", "--show", "--sector-size", str(sector_size),
+                                   str(medium)], capture_output=True, text=True, check=False)
+            if made.returncode != 0:
+                print("| block devices | no loop device: not measured | | | |")
+                break
+            loop = made.stdout.strip()
+
+            def ours(path=loop):
+                return timed(self.read_device, path)
+
+            def dd(path=loop):
+                return timed("dd", f"if={path}", "of=/dev/null", "bs=64K", "iflag=direct")
+
+            try:
+                seconds, peer, ratio = compare(ours, dd)
+            finally:
+                subprocess.run(["losetup", "--detach", loop], check=False)
+            self.row(f"reading a loop device with sectors of {sector_size} bytes, 1 GiB, speed / "
+                     "`dd bs=64K iflag=direct`", (seconds, peer, 1 / ratio), "≥ 0.9")
+        remove(medium)
 
 
 def repeated(runs, command):
@@ -208,6 +236,7 @@ def main():
         bench.create()
         bench.look()
         bench.tree()
+        bench.device()
 
 
 if __name__ == "__main__":

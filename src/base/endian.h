@@ -43,4 +43,17 @@ inline void StoreLe64(u8* p, u64 value) {
   StoreLe32(p + 4, static_cast<u32>(value >> 32));
 }
 
+inline void StoreBe16(u8* p, u16 value) {
+  p[0] = static_cast<u8>(value >> 8);
+  p[1] = static_cast<u8>(value);
+}
+inline void StoreBe32(u8* p, u32 value) {
+  StoreBe16(p, static_cast<u16>(value >> 16));
+  StoreBe16(p + 2, static_cast<u16>(value));
+}
+inline void StoreBe64(u8* p, u64 value) {
+  StoreBe32(p, static_cast<u32>(value >> 32));
+  StoreBe32(p + 4, static_cast<u32>(value));
+}
+
 }  // namespace larkspur

@@ -52,5 +52,7 @@ ExitStatus RunCheck(const std::string& cache, bool repair, bool json);
 ExitStatus RunExport(const ExportOptions& options);
 // The storage is options.source; options.cache may be empty.
 ExitStatus RunTree(const TreeOptions& options);
+ExitStatus RunDevices(bool json);
+ExitStatus RunIdentify(const std::string& device, bool json);
 
 }  // namespace larkspur::cli

@@ -120,6 +120,23 @@ void AddTree(CLI::App* app, Action* chosen) {
   command->callback([=] { *chosen = [options] { return RunTree(*options); }; });
 }
 
+void AddDevices(CLI::App* app, Action* chosen) {
+  auto json = std::make_shared<bool>(false);
+  auto* command = app->add_subcommand("devices", "List the storage devices of this machine");
+  AddJson(command, json.get());
+  command->callback([=] { *chosen = [=] { return RunDevices(*json); }; });
+}
+
+void AddIdentify(CLI::App* app, Action* chosen) {
+  auto device = std::make_shared<std::string>();
+  auto json = std::make_shared<bool>(false);
+  auto* command = app->add_subcommand("identify", "Ask a drive what it is");
+  command->add_option("DEVICE", *device, "The device, such as /dev/sdb or \\\\.\\PhysicalDrive1")
+      ->required();
+  AddJson(command, json.get());
+  command->callback([=] { *chosen = [=] { return RunIdentify(*device, *json); }; });
+}
+
 ExitStatus Run(std::vector<std::string> arguments) {
   CLI::App app{"Larkspur reads each sector of a failing disk at most once."};
   app.name("larkspur");
@@ -129,7 +146,8 @@ ExitStatus Run(std::vector<std::string> arguments) {
       "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable;\n"
       "130 interrupted (the same command goes on from there).");
   Action chosen;
-  for (const auto add : {AddImage, AddRead, AddInfo, AddMap, AddCheck, AddExport, AddTree}) {
+  for (const auto add : {AddImage, AddRead, AddInfo, AddMap, AddCheck, AddExport, AddTree,
+                         AddDevices, AddIdentify}) {
     add(&app, &chosen);
   }
   try {

@@ -4,6 +4,7 @@
 
 #include "base/path_text.h"
 #include "cli/output.h"
+#include "platform/device.h"
 #include "platform/system_error.h"
 
 namespace larkspur::cli {
@@ -15,9 +16,10 @@ std::string SourceWords(const Source& source, const SourceOptions& options) {
     case SourceAnswer::kOpened:
       return {};
     case SourceAnswer::kCannotOpen:
-      return Failure(name, "the source cannot be opened for reading", source.systemError);
+      return CannotOpenWords(name, source.systemError);
     case SourceAnswer::kEmpty:
-      return name + ": the source is empty: it has no whole sector of 512 bytes";
+      return name +
+             ": the source is empty, or has no medium: there is no whole sector of 512 bytes";
     case SourceAnswer::kTooLarge:
       return fmt::format("{}: the source has {} sectors; a cache holds fewer than {}", name,
                          source.sectors, kMaxSparseSectors);
@@ -73,6 +75,18 @@ std::optional<Source> OpenSourceOrTell(const SourceOptions& options) {
                      source.looseBytes));
   }
   return source;
+}
+
+std::string CannotOpenWords(const std::string& name, unsigned systemError) {
+  const char* words = "it cannot be opened for reading";
+  if (platform::IsNotPermitted(systemError)) {
+    words = "you may not read it; devices need the rights of root, or of an administrator";
+  } else if (platform::IsInUse(systemError)) {
+    words = "another program is using it and lets nobody else read";
+  } else if (platform::IsDeviceGone(systemError)) {
+    words = "the device is not there, or has no medium";
+  }
+  return Failure(name, words, systemError);
 }
 
 std::optional<Cache> OpenCacheToLook(const std::string& path) {

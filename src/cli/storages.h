@@ -29,6 +29,9 @@ struct Pair {
 // kExitDone, and then *pair is filled; otherwise the user has been told.
 ExitStatus OpenPair(const SourceOptions& options, Pair* pair);
 
+// Why a device or file could not be opened for reading, with what to do about it.
+std::string CannotOpenWords(const std::string& name, unsigned systemError);
+
 // Says that `name`, the cache, could not be opened.
 void TellCacheAnswer(const std::string& name, const Cache& cache, u64 sourceSectors);
 

@@ -13,7 +13,7 @@ cImager::cImager(Cache* cache, Source* source, const std::atomic<bool>* stop)
     : m_cache(cache),
       m_source(source),
       m_reader(cache, source, stop),
-      m_buffer(new u8[u64{kRequestSectors} * kSectorBytes]),
+      m_buffer(kRequestSectors * kSectorBytes),
       m_lastSync(platform::MonotonicSeconds()) {
   m_reader.OnEachRefusal([this] {
     Tell();
@@ -38,7 +38,7 @@ void cImager::Prepare(u64 first, u64 count) {
 }
 
 ReadEnd cImager::Run(const Monitor& monitor) {
-  if (!m_reader.IsReady()) return ReadEnd::kCacheFailed;
+  if (!m_reader.IsReady() || !m_buffer.Data()) return ReadEnd::kCacheFailed;
   m_monitor = monitor;
   ReadEnd end = ReadEnd::kNotEnded;
   // The visiting object is not the one that writes: it meets each stretch as it was before this
@@ -61,7 +61,7 @@ ReadEnd cImager::Fetch(u64 first, u64 count) {
     const u64 boundary = (first / kRequestSectors + 1) * kRequestSectors;
     const u32 request = static_cast<u32>(std::min(boundary, end) - first);
     const u64 refusedBefore = m_reader.Refused();
-    const u32 settled = m_reader.Read(first, m_buffer.get(), request);
+    const u32 settled = m_reader.Read(first, m_buffer.Data(), request);
     if (settled < request) {
       m_cutFirst = first;
       m_cutCount = request;

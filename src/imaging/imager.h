@@ -9,6 +9,7 @@
 
 #include "imaging/reader.h"
 #include "imaging/summary.h"
+#include "platform/pages.h"
 
 namespace larkspur {
 
@@ -54,7 +55,7 @@ class cImager {
   u64 m_count = 0;
   Monitor m_monitor;
   ImagingProgress m_progress;
-  std::unique_ptr<u8[]> m_buffer;
+  platform::OwnedPages m_buffer;  // devices transfer to pages without a copy
   u64 m_cutFirst = 0;  // the request that ended the run early, and its length; 0: none did
   u32 m_cutCount = 0;
   double m_lastSync;

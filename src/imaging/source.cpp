@@ -4,6 +4,8 @@
 
 #include <sstream>
 
+#include "devices/device_system.h"
+#include "devices/open_drive.h"
 #include "imaging/text_file.h"
 #include "io/flat_io.h"
 #include "io/sparse_layout.h"
@@ -28,13 +30,25 @@ Source WrongMapfile(MapfileFault fault) {
   return source;
 }
 
+// The file or device at `path`; null on failure.
+Owned<cBaseIO> OpenStorage(const std::u16string& path, bool isDevice) {
+  if (isDevice) {
+    Owned<cBaseIO> drive = OpenDrive(path);
+    // What a drive could not answer when it was asked who it is does not matter any more.
+    if (drive) platform::SetLastFailure(0);
+    return drive;
+  }
+  Owned<cFlatIO> file(new cFlatIO);
+  return Owned<cBaseIO>(file->OpenPath(path, true) ? file.release() : nullptr);
+}
+
 }  // namespace
 
 Source OpenSource(const std::u16string& path, const std::u16string& testMapfile) {
+  const bool isDevice = Devices().IsDevice(path.c_str());
   platform::SetLastFailure(0);
-  Owned<cFlatIO> file(new cFlatIO);
-  if (!file->OpenPath(path, true)) return Failed(SourceAnswer::kCannotOpen);
-  Owned<cBaseIO> storage(file.release());
+  Owned<cBaseIO> storage = OpenStorage(path, isDevice);
+  if (!storage) return Failed(SourceAnswer::kCannotOpen);
   if (!testMapfile.empty()) {
     const auto text = ReadWholeFile(testMapfile, kMaxMapfileBytes);
     if (!text) return Failed(SourceAnswer::kMapfileUnreadable);
@@ -54,6 +68,10 @@ Source OpenSource(const std::u16string& path, const std::u16string& testMapfile)
                   : source.systemError != 0           ? SourceAnswer::kCannotOpen
                                                       : SourceAnswer::kEmpty;
   source.traffic = std::make_shared<SourceTraffic>();
+  if (isDevice) {
+    const u64 bytes = source.sectors << kSectorShift;
+    source.traffic->hasGone = [path, bytes] { return HasDriveGone(path, bytes); };
+  }
   source.io.reset(new cPiecewiseIO(std::move(storage), source.traffic));
   return source;
 }

@@ -15,6 +15,13 @@ u32 FirstPiece(u64 sector, u32 count) {
   return std::min(cPiecewiseIO::kPieceSectors - within, count);
 }
 
+// What one physical sector of `source` holds.
+u32 PhysicalSectors(cBaseIO& source) {
+  u32 geometry[3] = {};
+  if (!source.GetGeometry(geometry) || geometry[0] % kSectorBytes != 0) return 1;
+  return std::clamp(geometry[0] / kSectorBytes, 1u, cPiecewiseIO::kPieceSectors);
+}
+
 u8* SectorAt(u8* buffer, u32 index) {
   return buffer + u64{index} * kSectorBytes;
 }
@@ -22,7 +29,9 @@ u8* SectorAt(u8* buffer, u32 index) {
 }  // namespace
 
 cPiecewiseIO::cPiecewiseIO(Owned<cBaseIO> source, std::shared_ptr<SourceTraffic> traffic)
-    : m_source(std::move(source)), m_traffic(std::move(traffic)) {
+    : m_source(std::move(source)),
+      m_traffic(std::move(traffic)),
+      m_physicalSectors(PhysicalSectors(*m_source)) {
   m_name.Assign(m_source->GetName());
   m_path = m_source->Path();
 }
@@ -47,8 +56,9 @@ u32 cPiecewiseIO::Ask(u64 sector, u8* buffer, u32 count) {
   m_source->SetPosition(sector);
   const u32 got = m_source->Read(buffer, count, nullptr);
   const u64 failed = sector + got;
-  if (got < count && failed < GetSectorCount() && GetByteSize() >> kSectorShift <= failed) {
-    m_traffic->gone = true;  // the source was longer when it was opened
+  if (got < count && failed < GetSectorCount()) {
+    const bool hasShrunk = GetByteSize() >> kSectorShift <= failed;
+    if (hasShrunk || (m_traffic->hasGone && m_traffic->hasGone())) m_traffic->gone = true;
   }
   return got;
 }
@@ -118,19 +128,34 @@ void cPiecewiseIO::KeepRest(u32 at, u32 count) {
 }
 
 bool cPiecewiseIO::AnswerKept(u32 index, u8* buffer) {
-  Kept& state = m_keptStates[index];
-  u8* kept = SectorAt(m_keptData.get(), index);
-  if (state == Kept::kAskedWithNeighbours || state == Kept::kNotAsked) {
+  const Kept& state = m_keptStates[index];
+  if (IsOpen(state)) {
     m_traffic->refusedBySource = false;
-    if (!MayAsk()) return false;
-    ++(state == Kept::kNotAsked ? m_traffic->asked : m_traffic->askedAlone);
-    const bool delivered = Ask(m_keptFirst + index, kept, 1) == 1;
-    if (!delivered && m_traffic->gone) return false;
-    state = delivered ? Kept::kDelivered : Kept::kRefused;
+    if (!MayAsk() || !AskAlone(index)) return false;
   }
   m_traffic->refusedBySource = state == Kept::kRefused;
-  if (state == Kept::kDelivered) std::memcpy(buffer, kept, kSectorBytes);
-  return state == Kept::kDelivered;
+  if (state != Kept::kDelivered) return false;
+  std::memcpy(buffer, SectorAt(m_keptData.get(), index), kSectorBytes);
+  return true;
+}
+
+bool cPiecewiseIO::AskAlone(u32 index) {
+  Kept* states = m_keptStates.get();
+  const auto isWithIt = [&](u32 other) {
+    return IsOpen(states[other]) &&
+           (m_keptFirst + other) / m_physicalSectors == (m_keptFirst + index) / m_physicalSectors;
+  };
+  u32 first = index, end = index + 1;
+  while (first > 0 && isWithIt(first - 1)) --first;
+  while (end < m_keptCount && isWithIt(end)) ++end;
+  const auto fresh = std::count(states + first, states + end, Kept::kNotAsked);
+  m_traffic->asked += static_cast<u64>(fresh);
+  m_traffic->askedAlone += end - first - static_cast<u64>(fresh);
+  const u32 got = Ask(m_keptFirst + first, SectorAt(m_keptData.get(), first), end - first);
+  std::fill_n(states + first, got, Kept::kDelivered);
+  if (first + got < end && m_traffic->gone) return first + got > index;
+  std::fill(states + first + got, states + end, Kept::kRefused);
+  return true;
 }
 
 void* cPiecewiseIO::Destroy(u32 flags) {

@@ -7,9 +7,11 @@
 //
 // cReadOnceIO answers a short read by asking for every sector of it again, alone. This adapter
 // therefore keeps what a short read did deliver, asks the source only for the sectors that were
-// not, and never for one sector more than twice: once with its neighbours, once alone.
+// not, and never for one sector more than twice: once with its neighbours, once alone. Of a source
+// with larger physical sectors (its geometry tells), alone means all of one physical sector.
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 #include "base/owned.h"
@@ -26,6 +28,9 @@ struct SourceTraffic {
   const std::atomic<bool>* stop = nullptr;
   // The source has ended before the sector it was asked for, or went away.
   std::atomic<bool> gone{false};
+  // Asked after a request came out short, of a source that does not shrink when it goes away:
+  // whether it has. Set before the first read.
+  std::function<bool()> hasGone;
   // Whether the last single sector that failed was refused by the source itself.
   std::atomic<bool> refusedBySource{false};
 };
@@ -54,6 +59,9 @@ class cPiecewiseIO final : public cBaseIO {
   // What is known of a sector of the last request that came out short.
   enum class Kept : u8 { kNotAsked, kDelivered, kAskedWithNeighbours, kRefused };
 
+  static bool IsOpen(Kept state) {
+    return state == Kept::kAskedWithNeighbours || state == Kept::kNotAsked;
+  }
   bool MayAsk() const { return !m_traffic->gone && !(m_traffic->stop && *m_traffic->stop); }
   // How many of `count` sectors at the position lie before the source's end.
   u32 SectorsInside(u32 count);
@@ -68,10 +76,14 @@ class cPiecewiseIO final : public cBaseIO {
   void Note(u32 at, u32 piece, u32 got);
   // Gives sector `index` of the kept request, asking the source when it has to.
   bool AnswerKept(u32 index, u8* buffer);
+  // Asks for the physical sector around sector `index`, of which nothing is settled yet; false when
+  // the source went away.
+  bool AskAlone(u32 index);
 
   Owned<cBaseIO> m_source;
   std::shared_ptr<SourceTraffic> m_traffic;
   u64 m_position = 0;
+  u32 m_physicalSectors;  // that lie in one physical sector of the source
 
   u64 m_keptFirst = 0;
   u32 m_keptCount = 0;

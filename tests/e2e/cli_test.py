@@ -7,11 +7,13 @@ build whose caches must be the same."""
 
 import fcntl
 import functools
+import itertools
 import json
 import os
 import pathlib
 import random
 import resource
+import shutil
 import signal
 import subprocess
 import sys
@@ -47,6 +49,21 @@ def native_only(test):
             self.skipTest("needs a native program")
         test(self)
     return checked
+
+
+def loop_device(test, path, sector_size):
+    """A block device on a file until the test ends; skips the test where none can be made."""
+    if EMULATED or sys.platform != "linux":
+        test.skipTest("needs block devices of Linux")
+    if os.geteuid() != 0 or not shutil.which("losetup"):
+        test.skipTest("needs losetup and the rights of root")
+    made = subprocess.run(["losetup", "--find", "--show", "--sector-size", str(sector_size), path],
+                          capture_output=True, text=True, check=False)
+    if made.returncode != 0:
+        test.skipTest("no loop device: " + made.stderr.strip())
+    device = made.stdout.strip()
+    test.addCleanup(subprocess.run, ["losetup", "--detach", device], check=False)
+    return device
 
 
 def mapfile_text(sectors, bad):
@@ -197,6 +214,113 @@ class CliTest(unittest.TestCase):
             caches.append(cache)
         self.assertEqual(*caches)
 
+    # Devices
+
+    def test_devices(self):
+        result = run("devices", "--json")
+        self.assert_status(result, 0)
+        for device in json.loads(result.stdout)["devices"]:
+            self.assertLessEqual({"path": str, "sectors": int, "kind": int, "kindName": str, "model": str,
+                                  "serial": str, "removable": bool, "readOnly": bool,
+                                  "mounted": bool}.items(),
+                                 {key: type(value) for key, value in device.items()}.items())
+        self.assert_status(run("devices"), 0)
+
+    def test_a_block_device(self):
+        for sector_size in (512, 4096):
+            with self.subTest(sector_size=sector_size):
+                data = self.make_source(4096, f"{sector_size}.img")
+                device = loop_device(self, f"{sector_size}.img", sector_size)
+                listed = json.loads(run("devices", "--json").stdout)["devices"]
+                self.assertEqual([(d["sectors"], d["mounted"], d["model"]) for d in listed
+                                  if d["path"] == device], [(4096, False, "loop device")])
+                self.assertIn(device.encode(), run("devices").stdout)
+                identity = json.loads(run("identify", device, "--json").stdout)
+                self.assertEqual({k: identity[k] for k in (
+                    "path", "description", "name", "kind", "kindName", "bridge", "model", "serial",
+                    "firmware", "logicalSectorSize", "physicalSectorSize", "sectors", "geometry")},
+                    {"path": device, "description": f"{device}: Fixed Virtual loop device",
+                     "name": "[n/a]", "kind": 0, "kindName": "other", "bridge": 0,
+                     "model": "loop device", "serial": "", "firmware": "",
+                     "logicalSectorSize": sector_size, "physicalSectorSize": sector_size,
+                     "sectors": 4096, "geometry": [sector_size, 63, 255]})
+                self.assertIn(b"loop device", run("identify", device).stdout)
+                cache = f"{sector_size}.kvrsp"
+                # In parts that begin and end inside of physical sectors.
+                cuts = [0, 3, 5, 1000, 1001, 4096]
+                for first, end in itertools.pairwise(cuts):
+                    result = run("image", device, cache, "--start", first, "--sectors", end - first,
+                                 "--json")
+                    self.assert_status(result, 0)
+                    self.assertEqual(json.loads(result.stdout)["readFromSource"], end - first)
+                self.assert_status(run("export", cache, "out.img", "--force"), 0)
+                self.assertEqual(pathlib.Path("out.img").read_bytes(), data)
+
+    def test_mode_on_a_block_device(self):
+        data = bytearray(self.make_source(5000))
+        bad = [(0, 1), (128, 128), (4001, 7)]
+        pathlib.Path("bad.map").write_text(mapfile_text(5000, bad))
+        device = loop_device(self, "source.img", 512)
+        self.assert_status(run("image", device, "disk.kvrsp", "--test-mode", "bad.map"), 3)
+        self.assertEqual([e for e in self.extents() if e[2] == "unreadable"],
+                         [(first, count, "unreadable") for first, count in bad])
+        for first, count in bad:
+            data[first * SECTOR:(first + count) * SECTOR] = bytes(count * SECTOR)
+        self.assertEqual(self.export(status=3), data)
+
+    @native_only
+    def test_a_device_is_read_past_the_page_cache(self):
+        self.make_source(256)
+        device = loop_device(self, "source.img", 512)
+        subprocess.run(["dd", f"if={device}", "of=/dev/null"], stderr=subprocess.DEVNULL, check=True)
+        with open("source.img", "r+b") as medium:  # changes behind the device's back
+            medium.write(b"new" * 100)
+            medium.flush()
+            os.fsync(medium.fileno())
+        result = run("read", device, "disk.kvrsp", "--start", 0, "--sectors", 1)
+        self.assertEqual(result.stdout[:300], b"new" * 100)
+
+    @native_only
+    def test_a_device_that_shrinks_away_and_comes_back(self):
+        sectors = 1 << 21
+        with open("source.img", "wb") as medium:
+            medium.truncate(sectors * SECTOR)
+        device = loop_device(self, "source.img", 512)
+
+        def resize(count):
+            os.truncate("source.img", count * SECTOR)
+            subprocess.run(["losetup", "--set-capacity", device], check=True)
+
+        process = subprocess.Popen([*PROGRAM, "image", device, "disk.kvrsp"], stdout=subprocess.PIPE,
+                                   stderr=subprocess.PIPE)
+        while not os.path.exists("disk.kvrsp") or os.path.getsize("disk.kvrsp") < 2000 * SECTOR:
+            time.sleep(0.001)
+        resize(1000)
+        _, words = process.communicate(timeout=60)
+        self.assertEqual(process.returncode, 1, words)
+        self.assertIn(b"gone", words)
+        counts = json.loads(run("info", "disk.kvrsp", "--json").stdout)
+        self.assertEqual(counts["unreadable"], 0)
+        self.assertGreater(counts["missing"], 0)
+        self.assertGreater(counts["present"], 0)
+        resize(sectors)
+        result = run("image", device, "disk.kvrsp", "--json")
+        self.assert_status(result, 0)
+        again = json.loads(result.stdout)
+        self.assertEqual([again["readFromSource"], again["present"]], [counts["missing"], sectors])
+
+    @native_only
+    def test_devices_without_the_right_to_read_them(self):
+        if os.geteuid() != 0:
+            self.skipTest("needs the rights of root, to give them up")
+        self.make_source(256)
+        device = loop_device(self, "source.img", 512)
+        os.chmod(".", 0o777)
+        for command in (("identify", device), ("image", device, "disk.kvrsp")):
+            result = run(*command, user=65534, group=65534, extra_groups=[])
+            self.assert_status(result, 1)
+            self.assertIn(b"root", result.stderr)
+
     # Interruptions
 
     def start_image(self, bad_sectors):
@@ -306,6 +430,10 @@ class CliTest(unittest.TestCase):
             (("image", "source.img", "c", "--start", "100"), 2, "100"),
             (("image", "source.img", "c", "--start", "-1"), 2, "start"),
             (("image", "source.img"), 2, "CACHE"),
+            (("identify", "absent"), 1, "no such device"),
+            (("identify", "source.img"), 1, "no device"),
+            (("identify", "folder"), 1, "no device"),
+            (("identify",), 2, "DEVICE"),
             (("frobnicate",), 2, ""),
             ((), 2, ""),
             (("info", "absent"), 1, "absent"),

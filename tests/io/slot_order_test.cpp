@@ -11,6 +11,9 @@
 #include <gtest/gtest.h>
 
 #include "base/owned.h"
+#include "devices/ata_transport.h"
+#include "devices/named_win_hd_io.h"
+#include "devices/win_cd_io.h"
 #include "fakes/images.h"
 #include "fakes/memory_disk.h"
 #include "fakes/recording_source.h"
@@ -82,8 +85,19 @@ TEST(SlotOrder, Storages) {
   CheckStorage<cReadOnceIO>();
   CheckStorage<cFailingIO>();
   CheckStorage<cPiecewiseIO>();
+  CheckStorage<cWinHDIO>();
+  CheckStorage<cNamedWinHDIO>();
+  CheckStorage<cWinCDIO>();
   EXPECT_EQ(SlotOf(&cSparseIO::AttachParent), 25);
   EXPECT_EQ(SlotOf(&cKVRSparseIO::AttachParent), 25);
+  EXPECT_EQ(SlotOf(&cWinHDIO::OpenDevice), 25);
+  EXPECT_EQ(SlotOf(&cNamedWinHDIO::OpenDevice), 25);
+}
+
+TEST(SlotOrder, Transports) {
+  Check({{"GetTransportType", SlotOf(&cATATransport::GetTransportType), 0},
+         {"Execute", SlotOf(&cATATransport::Execute), 1},
+         {"Destroy", SlotOf(&cATATransport::Destroy), 2}});
 }
 
 template <typename Map>
@@ -185,6 +199,9 @@ TEST(Destroy, EndsObjectsAndFreesTheirMemoryWhenAsked) {
   CheckDestroy<cFlatIO>();
   CheckDestroy<cKVRSparseIO>();
   CheckDestroy<cReadOnceIO>();
+  CheckDestroy<cWinHDIO>();
+  CheckDestroy<cNamedWinHDIO>();
+  CheckDestroy<cWinCDIO>();
 }
 
 TEST(Destroy, ReleasesWhatAnObjectOwns) {

@@ -124,7 +124,7 @@ TEST(Mbr, EndsOddChains) {
        head + drive + "(false)\n"},
       {"a drive of no length", drives().MbrEntry(1000, 0, 0x07, 63, 0), head},
       {"a container of no length",
-       Disk().MbrEntry(0, 0, 0x0F, 1000, 1).Le(0, 446 + 12, 4, 0).Le(0, 446, 16, 0),
+       Disk().MbrEntry(0, 0, 0x0F, 1000, 1).Le(0, 446 + 12, 4, 0).Le(0, 446, 8, 0).Le(0, 454, 8, 0),
        "0+4096 32764 \"[unknown]\" mbr\n"},
   };
   for (const auto& test : kCases) EXPECT_EQ(test.disk.Tree(), test.tree) << test.what;

@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+
+// A device that answers anything: descriptor, geometry, identify and inquiry data, sense data of
+// every shape. Opening, describing and reading it never goes wrong, sends only requests that are
+// right, and writes nothing behind a buffer.
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "base/byte_reader.h"
+#include "devices/device_system.h"
+#include "devices/named_win_hd_io.h"
+#include "devices/win_cd_io.h"
+#include "fakes/simulated_drive.h"
+
+namespace larkspur {
+namespace {
+
+constexpr u32 kReadSectors = 40;
+
+// Takes the input from its front; behind its end there are zeros.
+class Input {
+ public:
+  Input(const u8* data, size_t size) : m_left(data, size) {}
+
+  std::vector<u8> Take(size_t count) {
+    std::vector<u8> bytes(count);
+    const size_t there = std::min(count, m_left.size());
+    std::copy_n(m_left.begin(), there, bytes.begin());
+    m_left = m_left.subspan(there);
+    return bytes;
+  }
+  u8 Byte() { return Take(1)[0]; }
+  u32 Word() { return LoadLe32(Take(4).data()); }
+  bool IsEmpty() const { return m_left.empty(); }
+
+ private:
+  std::span<const u8> m_left;
+};
+
+void Fill(Input& input, fakes::SimulatedDrive* drive) {
+  constexpr u32 kSizes[] = {512, 520, 2048, 4096};
+  const u8 flags = input.Byte();
+  drive->sectorBytes = kSizes[flags % 4];
+  drive->sectors = 300;
+  drive->lengthBytes = drive->sectors * drive->sectorBytes;
+  if (flags & 4) drive->geometrySectorBytes = input.Word();
+  if (flags & 8) drive->usbParent = u"USB\\VID_152D&PID_2338";
+  drive->wrapping = static_cast<fakes::Wrapping>(input.Byte() % 7);
+  drive->isOptical = flags & 16;
+  drive->speaksSmart = flags & 32;
+  drive->knowsCapacity16 = flags & 64;
+  drive->rawDescriptor = input.Take(64);
+  drive->identifyData = input.Take(input.Byte() * 2);
+  drive->identifyData.resize(512);
+  drive->inquiry = input.Take(64);
+  drive->unitSerial = std::string(input.Byte(), 'S');
+}
+
+// Replies with what is left of the input, until nothing is left.
+void ReplyFrom(Input* input, fakes::SimulatedDrive* drive) {
+  drive->onScsi = [input](const fakes::ScsiAsked&) -> std::optional<fakes::ScsiReply> {
+    if (input->IsEmpty() || input->Byte() % 2 == 0) return std::nullopt;
+    fakes::ScsiReply reply;
+    reply.status = input->Byte();
+    reply.sense = input->Take(input->Byte() % 80);
+    reply.data = input->Take(input->Byte());
+    reply.lost = input->Word();
+    return reply;
+  };
+}
+
+void Use(cBaseIO* io) {
+  std::vector<u8> buffer(kReadSectors * kSectorBytes + 1, 0xA5);
+  for (const u64 sector : {u64{0}, u64{3}, io->GetSectorCount() / 2, io->GetSectorCount() - 1}) {
+    io->SetPosition(sector);
+    if (io->Read(buffer.data(), kReadSectors) > kReadSectors) std::abort();
+    if (buffer.back() != 0xA5) std::abort();
+  }
+  char16_t text[70];
+  text[69] = u'!';
+  io->GetDescription(text, 69);
+  if (text[69] != u'!') std::abort();
+  io->GetName();
+  const Owned<cBaseIO> clone(io->Clone());
+}
+
+}  // namespace
+}  // namespace larkspur
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  using namespace larkspur;
+  Input input(data, size);
+  fakes::SimulatedDevices devices;
+  const cDevicesInstead instead(&devices);
+  fakes::SimulatedDrive* drive = devices.Add(u"\\\\.\\E:");
+  Fill(input, drive);
+  ReplyFrom(&input, drive);
+  if (drive->isOptical) {
+    cWinCDIO io;
+    const cNumberedDeviceResource letter(u'E');
+    if (io.Open(&letter, true)) Use(&io);
+  } else {
+    cNamedWinHDIO io;
+    const cNamedFileResource path(u"\\\\.\\E:");
+    if (io.Open(&path, false)) Use(&io);
+  }
+  if (!drive->geometrySectorBytes && !devices.Faults().empty()) {
+    std::fprintf(stderr, "%s", devices.Faults().c_str());
+    std::abort();
+  }
+  return 0;
+}

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "devices/scsi_command.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/endian.h"
+#include "platform/device_requests.h"
+#include "platform/system_error.h"
+
+namespace larkspur {
+namespace {
+
+using namespace platform;
+
+constexpr u32 kSenseForAsc = 14;  // sense bytes from which fixed data have ASC and ASCQ
+constexpr u8 kDescriptorSense = 0x72;
+constexpr u8 kFixedSense = 0x70;
+constexpr u32 kAdditionalLength = 7;  // the sense byte that counts those behind the eighth
+
+u8 DirectionCode(u32 direction) {
+  return direction == kNoData ? kScsiNoData : direction == kDataIn ? kScsiDataIn : kScsiDataOut;
+}
+
+// The head that both forms of the request share.
+void FillHead(const ScsiCommand& command, u8 senseBytes, u8* request) {
+  StoreLe16(request, kScsiHeadBytes);
+  request[kScsiCdbLengthOffset] = static_cast<u8>(command.cdbLength);
+  request[kScsiSenseLengthOffset] = senseBytes;
+  request[kScsiDirectionOffset] = DirectionCode(command.direction);
+  StoreLe32(request + kScsiDataLengthOffset, command.length);
+  StoreLe32(request + kScsiTimeoutOffset,
+            command.timeoutSeconds ? command.timeoutSeconds : ScsiCommand::kDefaultTimeoutSeconds);
+  StoreLe32(request + kScsiSensePlaceOffset, kScsiSenseOffset);
+  std::copy(command.cdb.begin(), command.cdb.end(), request + kScsiCdbOffset);
+}
+
+// Drivers have been seen to fail a call without an error: the command went out nevertheless.
+bool Send(Device& device, u32 code, std::span<u8> request) {
+  u32 returned = 0;
+  SetLastFailure(0);
+  return device.Control(code, request, request, &returned) || LastFailure() == 0;
+}
+
+void TakeAnswer(const u8* request, ScsiCommand* command) {
+  command->status = request[kScsiStatusOffset];
+  command->senseLength = 0;
+  command->sense.fill(0);
+  if (command->status & ScsiCommand::kCheckCondition) {
+    const u8* sense = request + kScsiSenseOffset;
+    command->senseLength = static_cast<u8>(
+        std::min<size_t>(sense[kAdditionalLength] + size_t{8}, command->sense.size()));
+    std::copy_n(sense, command->senseLength, command->sense.begin());
+  }
+  const u32 moved = LoadLe32(request + kScsiDataLengthOffset);
+  command->residual = moved < command->length ? command->length - moved : 0;
+}
+
+bool ExecuteDirect(Device& device, ScsiCommand& command) {
+  u8 request[kScsiDirectBytes] = {};
+  FillHead(command, kScsiDirectSenseBytes, request);
+  StoreLe64(request + kScsiDataOffset, reinterpret_cast<std::uintptr_t>(command.buffer));
+  if (!Send(device, kScsiPassThroughDirect, request)) return false;
+  TakeAnswer(request, &command);
+  return true;
+}
+
+// A single byte: some drivers refuse to transfer that directly.
+bool ExecuteBuffered(Device& device, ScsiCommand& command) {
+  u8 request[kScsiBufferedBytes] = {};
+  FillHead(command, kScsiBufferedSenseBytes, request);
+  StoreLe64(request + kScsiDataOffset, kScsiBufferedDataOffset);
+  if (!Send(device, kScsiPassThrough, request)) return false;
+  TakeAnswer(request, &command);
+  std::memcpy(command.buffer, request + kScsiBufferedDataOffset, command.length);
+  return true;
+}
+
+}  // namespace
+
+bool ExecuteScsi(Device& device, ScsiCommand& command) {
+  const bool isSingleByte = command.direction == kDataIn && command.length == 1;
+  return isSingleByte ? ExecuteBuffered(device, command) : ExecuteDirect(device, command);
+}
+
+SenseData DecodeSense(const ScsiCommand& command) {
+  if (command.status != ScsiCommand::kCheckCondition) return {};
+  const auto& sense = command.sense;
+  if (command.ResponseCode() >= kDescriptorSense) {
+    return {static_cast<u8>(sense[1] & 0x0F), sense[2], sense[3]};
+  }
+  if (command.ResponseCode() < kFixedSense) return {};
+  const u8 key = sense[2] & 0x0F;
+  if (command.senseLength < kSenseForAsc) return {key, 0, 0};
+  return {key, sense[12], sense[13]};
+}
+
+u32 Classify(const SenseData& sense) {
+  switch (sense.key) {
+    case 0:
+    case 1:
+      return 0;
+    case 2:
+      if (sense.asc == 0x3A) return 6;
+      return sense.asc == 0x04 && sense.ascq == 0x01 ? 7 : 1;
+    case 3:
+    case 4:
+      return 9;
+    case 5:
+      return sense.asc == 0x20 ? 2 : sense.asc == 0x24 ? 3 : 4;
+    case 6:
+      return 8;
+    case 7:
+    case 8:
+    case 9:
+    case 10:
+      return 10;
+    case 11:
+      return 11;
+  }
+  return kNoOutcome;
+}
+
+bool HasSucceeded(const ScsiCommand& command) {
+  return Classify(DecodeSense(command)) == 0;
+}
+
+}  // namespace larkspur

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// SCSI commands by way of the system's driver, and what their sense data mean.
+
+#include <array>
+
+#include "devices/ata_command.h"
+#include "platform/device.h"
+
+namespace larkspur {
+
+struct ScsiCommand {
+  static constexpr u32 kDefaultTimeoutSeconds = 10;
+  static constexpr u8 kCheckCondition = 2;
+
+  std::array<u8, 16> cdb{};
+  u32 cdbLength = 0;
+  u32 direction = kNoData;  // DataDirection
+  u8* buffer = nullptr;
+  u32 length = 0;
+  u32 timeoutSeconds = 0;  // 0: the default
+
+  // What came back.
+  std::array<u8, 32> sense{};
+  u8 status = 0;
+  u8 senseLength = 0;
+  u32 residual = 0;  // bytes that were asked for and not transferred
+
+  // The kind of sense data: 0x70 and 0x71 fixed, from 0x72 on by descriptors, less: none.
+  u8 ResponseCode() const { return sense[0] & 0x7F; }
+};
+
+// Sends the command. True when it reached the device, whatever came of it: the caller judges.
+bool ExecuteScsi(platform::Device& device, ScsiCommand& command);
+
+struct SenseData {
+  u8 key = 0;
+  u8 asc = 0;
+  u8 ascq = 0;
+};
+// All zeros when the command did not end with a check condition.
+SenseData DecodeSense(const ScsiCommand& command);
+
+// 0 for success, else what failed: 1 not ready, 2 unknown command, 3 invalid field, 4 other illegal
+// request, 6 no medium, 7 becoming ready, 8 unit attention, 9 medium or hardware error, 10 others,
+// 11 aborted. Keys above 11 have none and count as `kNoOutcome`.
+constexpr u32 kNoOutcome = 0xFF;
+u32 Classify(const SenseData& sense);
+
+// Whether a command that ExecuteScsi sent has done what it should.
+bool HasSucceeded(const ScsiCommand& command);
+
+}  // namespace larkspur

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// The SCSI commands that we send on our own account, each with 20 seconds of time.
+
+#include "devices/scsi_command.h"
+
+namespace larkspur {
+
+constexpr u32 kMaxInquiryBytes = 1023;
+
+// INQUIRY into `data`, which may have kMaxInquiryBytes.
+bool Inquiry(platform::Device& device, std::span<u8> data);
+// INQUIRY of the page with the unit's serial number.
+bool InquirySerial(platform::Device& device, std::span<u8> data);
+
+struct ScsiCapacity {
+  u64 lastLba = 0;
+  u32 blockBytes = 0;
+};
+bool ReadCapacity10(platform::Device& device, ScsiCapacity* capacity);
+bool ReadCapacity16(platform::Device& device, ScsiCapacity* capacity);
+
+// Reads `sectors` sectors of `sectorBytes` into `data` and answers the bytes that came, 0 on
+// failure.
+u32 ScsiRead10(platform::Device& device, u32 lba, u32 sectors, u32 sectorBytes, u8* data);
+u32 ScsiRead16(platform::Device& device, u64 lba, u32 sectors, u32 sectorBytes, u8* data);
+
+}  // namespace larkspur

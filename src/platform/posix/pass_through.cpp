@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "platform/posix/pass_through.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "base/endian.h"
+#include "platform/device_requests.h"
+#include "platform/system_error.h"
+
+namespace larkspur::platform {
+namespace {
+
+constexpr u32 kMaxDataBytes = 1 << 20;
+constexpr u32 kMaxTimeoutSeconds = 3600;
+constexpr u16 kHostNoConnect = 1;
+constexpr u16 kHostTimeout = 3;
+constexpr u32 kSenseBytes = 64;
+
+bool Refuse(int error) {
+  SetLastFailure(static_cast<u32>(error));
+  return false;
+}
+
+bool Fits(u64 offset, u64 length, size_t room) {
+  return offset <= room && length <= room - offset;
+}
+
+// Sends and judges the way there and back; what the drive itself says is the caller's to read.
+bool Send(sg_io_hdr_t* header, const SendScsi& send) {
+  header->interface_id = 'S';
+  if (const int error = send(header)) return Refuse(error);
+  if (header->host_status == kHostNoConnect) return Refuse(ENODEV);
+  if (header->host_status == kHostTimeout) return Refuse(ETIMEDOUT);
+  return header->host_status == 0 || Refuse(EIO);
+}
+
+int DirectionOf(u8 direction) {
+  return direction == kScsiDataIn    ? SG_DXFER_FROM_DEV
+         : direction == kScsiDataOut ? SG_DXFER_TO_DEV
+                                     : SG_DXFER_NONE;
+}
+
+unsigned Milliseconds(u32 seconds) {
+  return std::min(seconds, kMaxTimeoutSeconds) * 1000;
+}
+
+u32 Moved(const sg_io_hdr_t& header) {
+  const u32 residual = header.resid > 0 ? static_cast<u32>(header.resid) : 0;
+  return header.dxfer_len - std::min(residual, header.dxfer_len);
+}
+
+// Where the data of a SCSI request lie; null when the request does not hold them.
+u8* DataOf(bool isDirect, std::span<const u8> in, std::span<u8> out, u32 length) {
+  const u64 place = LoadLe64(&in[kScsiDataOffset]);
+  if (isDirect) return reinterpret_cast<u8*>(static_cast<std::uintptr_t>(place));
+  const bool isOut = in[kScsiDirectionOffset] == kScsiDataOut;
+  if (!Fits(place, length, isOut ? in.size() : out.size())) return nullptr;
+  return isOut ? const_cast<u8*>(&in[place]) : &out[place];
+}
+
+bool ScsiRequest(bool isDirect, std::span<const u8> in, std::span<u8> out, u32* returned,
+                 const SendScsi& send) {
+  if (in.size() < kScsiHeadBytes || out.size() < kScsiHeadBytes) return Refuse(EINVAL);
+  u8 head[kScsiHeadBytes];
+  std::memcpy(head, in.data(), sizeof(head));
+  const u32 length = LoadLe32(head + kScsiDataLengthOffset);
+  const u32 sensePlace = LoadLe32(head + kScsiSensePlaceOffset);
+  u8* data = DataOf(isDirect, in, out, length);
+  if (head[kScsiCdbLengthOffset] > kScsiCdbBytes || length > kMaxDataBytes || (length && !data) ||
+      !Fits(sensePlace, head[kScsiSenseLengthOffset], out.size())) {
+    return Refuse(EINVAL);
+  }
+  u8 sense[kSenseBytes] = {};
+  sg_io_hdr_t header{};
+  header.dxfer_direction = length ? DirectionOf(head[kScsiDirectionOffset]) : SG_DXFER_NONE;
+  header.cmd_len = head[kScsiCdbLengthOffset];
+  header.cmdp = head + kScsiCdbOffset;
+  header.mx_sb_len = static_cast<u8>(std::min<u32>(head[kScsiSenseLengthOffset], kSenseBytes));
+  header.sbp = sense;
+  header.dxfer_len = length;
+  header.dxferp = data;
+  header.timeout = Milliseconds(LoadLe32(head + kScsiTimeoutOffset));
+  if (!Send(&header, send)) return false;
+  head[kScsiStatusOffset] = header.status;
+  StoreLe32(head + kScsiDataLengthOffset, Moved(header));
+  std::memcpy(out.data(), head, sizeof(head));
+  std::copy_n(sense, std::min(header.sb_len_wr, header.mx_sb_len), &out[sensePlace]);
+  *returned = static_cast<u32>(isDirect ? out.size() : LoadLe64(head + kScsiDataOffset)) +
+              (isDirect ? 0 : Moved(header));
+  return true;
+}
+
+// ATA PASS-THROUGH(16) for the request's task files.
+void FillAta16(const u8* request, u8* cdb) {
+  const u16 flags = LoadLe16(request + kAtaFlagsOffset);
+  const bool hasData = flags & (kAtaFlagDataIn | kAtaFlagDataOut);
+  const bool isOut = flags & kAtaFlagDataOut;
+  const bool is48Bit = flags & kAtaFlag48Bit;
+  const u8* previous = request + kAtaPreviousOffset;
+  const u8* current = request + kAtaCurrentOffset;
+  cdb[0] = 0x85;
+  cdb[1] = static_cast<u8>((!hasData ? 3 : isOut ? 5 : 4) * 2 + is48Bit);
+  cdb[2] = static_cast<u8>(0x24 | (isOut ? 0 : 8) | (hasData ? 2 : 0));
+  for (u32 i = 0; i < kTaskFileDevice; ++i) {
+    cdb[3 + 2 * i] = is48Bit ? previous[i] : u8{0};
+    cdb[4 + 2 * i] = current[i];
+  }
+  cdb[13] = current[kTaskFileDevice];
+  cdb[14] = current[kTaskFileStatus];
+}
+
+// The registers from the sense data's ATA Status Return descriptor. A command that gave none went
+// well.
+void TakeAtaReturn(const u8* sense, u8* request) {
+  u8* previous = request + kAtaPreviousOffset;
+  u8* current = request + kAtaCurrentOffset;
+  current[kTaskFileStatus] = 0x50;
+  if ((sense[0] & 0x7F) < 0x72 || sense[8] != 9) return;
+  current[0] = sense[11];
+  for (u32 i = kTaskFileCount; i < kTaskFileDevice; ++i) {
+    previous[i] = sense[10 + 2 * i];
+    current[i] = sense[11 + 2 * i];
+  }
+  current[kTaskFileDevice] = sense[20];
+  current[kTaskFileStatus] = sense[21];
+}
+
+bool AtaRequest(std::span<const u8> in, std::span<u8> out, u32* returned, const SendScsi& send) {
+  if (in.size() < kAtaDataOffset || out.size() < in.size()) return Refuse(EINVAL);
+  const u32 length = LoadLe32(&in[kAtaDataLengthOffset]);
+  const u64 place = LoadLe64(&in[kAtaDataPlaceOffset]);
+  if (!Fits(place, length, in.size())) return Refuse(EINVAL);
+  if (out.data() != in.data()) std::copy(in.begin(), in.end(), out.begin());
+  u8 cdb[kScsiCdbBytes] = {}, sense[kSenseBytes] = {};
+  FillAta16(out.data(), cdb);
+  const bool isOut = LoadLe16(&out[kAtaFlagsOffset]) & kAtaFlagDataOut;
+  sg_io_hdr_t header{};
+  header.dxfer_direction = length == 0 ? SG_DXFER_NONE
+                           : isOut     ? SG_DXFER_TO_DEV
+                                       : SG_DXFER_FROM_DEV;
+  header.cmd_len = sizeof(cdb);
+  header.cmdp = cdb;
+  header.mx_sb_len = sizeof(sense);
+  header.sbp = sense;
+  header.dxfer_len = length;
+  header.dxferp = length ? &out[place] : nullptr;
+  header.timeout = Milliseconds(LoadLe32(&out[kAtaTimeoutOffset]));
+  if (!Send(&header, send)) return false;
+  if (header.status != 0 && (sense[0] & 0x7F) < 0x72) return Refuse(EIO);
+  TakeAtaReturn(sense, out.data());
+  *returned = static_cast<u32>(kAtaDataOffset + Moved(header));
+  return true;
+}
+
+}  // namespace
+
+bool PassThrough(u32 code, std::span<const u8> in, std::span<u8> out, u32* returned,
+                 const SendScsi& send) {
+  switch (code) {
+    case kScsiPassThrough:
+    case kScsiPassThroughDirect:
+      return ScsiRequest(code == kScsiPassThroughDirect, in, out, returned, send);
+    case kAtaPassThrough:
+      return AtaRequest(in, out, returned, send);
+  }
+  return Refuse(ENOTTY);
+}
+
+}  // namespace larkspur::platform

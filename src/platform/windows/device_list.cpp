@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+
+// The devices by the names that Windows gives them: numbered drives, and letters.
+
+#include <windows.h>
+
+#include <set>
+
+#include "base/endian.h"
+#include "platform/device.h"
+#include "platform/device_requests.h"
+#include "platform/system_error.h"
+
+namespace larkspur::platform {
+namespace {
+
+constexpr u32 kDriveNumbers = 64;
+constexpr u32 kIsWritable = 0x70024;  // asks whether the medium takes writes
+
+// The size by the length where we may read, else by the geometry, which anybody may ask for.
+u64 SizeOf(const char16_t* path, Device& device) {
+  u8 out[kGeometryBytes] = {};
+  u32 returned = 0;
+  if (const auto readable = SystemDevices().Open(path, kAccessRead)) {
+    if (readable->Control(kGetLengthInfo, {}, {out, kLengthInfoBytes}, &returned)) {
+      return LoadLe64(out);
+    }
+  }
+  if (!device.Control(kGetDriveGeometry, {}, out, &returned)) return 0;
+  return LoadLe64(out) * LoadLe32(out + kGeometryTracksOffset) *
+         LoadLe32(out + kGeometrySectorsOffset) * LoadLe32(out + kGeometrySectorSizeOffset);
+}
+
+// The number of the disk that a letter's volume lies on; none for what is no disk.
+std::optional<u32> DiskOfLetter(wchar_t letter) {
+  const char16_t path[] = {u'\\', u'\\', u'.', u'\\', static_cast<char16_t>(letter), u':', 0};
+  const auto volume = SystemDevices().Open(path, kAccessQuery);
+  u8 out[kDeviceNumberBytes] = {};
+  u32 returned = 0;
+  if (!volume || !volume->Control(kGetDeviceNumber, {}, out, &returned)) return std::nullopt;
+  if (LoadLe32(out + kDeviceTypeOffset) != kDeviceTypeDisk) return std::nullopt;
+  return LoadLe32(out + kDeviceNumberOffset);
+}
+
+void Describe(ListedDevice* listed, Device& device) {
+  u32 returned = 0;
+  listed->bytes = SizeOf(listed->path.c_str(), device);
+  listed->isReadOnly =
+      !device.Control(kIsWritable, {}, {}, &returned) && LastFailure() == ERROR_WRITE_PROTECT;
+}
+
+}  // namespace
+
+std::vector<ListedDevice> ListDevices() {
+  std::vector<ListedDevice> devices;
+  std::set<u32> mounted;
+  std::vector<ListedDevice> optical;
+  const DWORD letters = GetLogicalDrives();
+  for (char16_t letter = u'A'; letter <= u'Z'; ++letter) {
+    if (!(letters >> (letter - u'A') & 1)) continue;
+    const char16_t drive[] = {letter, u':', u'\0'};
+    if (SystemDevices().IsOpticalDrive(drive)) {
+      optical.push_back({.path = std::u16string(u"\\\\.\\") + drive, .isOptical = true});
+    } else if (const auto disk = DiskOfLetter(static_cast<wchar_t>(letter))) {
+      mounted.insert(*disk);
+    }
+  }
+  for (u32 number = 0; number < kDriveNumbers; ++number) {
+    ListedDevice listed;
+    const std::string digits = std::to_string(number);
+    listed.path = u"\\\\.\\PhysicalDrive" + std::u16string(digits.begin(), digits.end());
+    const auto device = SystemDevices().Open(listed.path.c_str(), kAccessQuery);
+    if (!device) continue;
+    Describe(&listed, *device);
+    listed.isMounted = mounted.count(number) > 0;
+    devices.push_back(std::move(listed));
+  }
+  for (ListedDevice& listed : optical) {
+    const auto device = SystemDevices().Open(listed.path.c_str(), kAccessQuery);
+    if (device) Describe(&listed, *device);
+    listed.isReadOnly = true;
+    listed.isMounted = listed.bytes > 0;  // Windows mounts every disc that it finds
+    devices.push_back(std::move(listed));
+  }
+  return devices;
+}
+
+}  // namespace larkspur::platform

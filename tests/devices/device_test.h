@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "devices/device_system.h"
+#include "fakes/simulated_drive.h"
+
+namespace larkspur {
+
+// Tests with simulated devices instead of the system's. A wrong byte in any request fails the test.
+class DeviceTest : public testing::Test {
+ protected:
+  void TearDown() override { EXPECT_EQ(m_devices.Faults(), ""); }
+
+  // A drive that commands may be sent to.
+  std::unique_ptr<platform::Device> OpenDrive(const fakes::SimulatedDrive& drive) {
+    return m_devices.Open(drive.path.c_str(), platform::kAccessRead | platform::kAccessWrite);
+  }
+
+  fakes::SimulatedDevices m_devices;
+
+ private:
+  cDevicesInstead m_instead{&m_devices};
+};
+
+}  // namespace larkspur

@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include <algorithm>
+
+#include "devices/device_test.h"
+#include "devices/scsi_requests.h"
+
+namespace larkspur {
+namespace {
+
+struct SenseCase {
+  const char* sense;  // hexadecimal
+  u32 length;         // sense bytes that came
+  u8 status;
+  u32 key, asc, ascq, outcome;
+};
+
+constexpr SenseCase kSenses[] = {
+    {"70 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 2, 0x3A, 0x00, 6},
+    {"70 00 02 00 00 00 00 0A 00 00 00 00 04 01", 18, 2, 2, 0x04, 0x01, 7},
+    {"70 00 02 00 00 00 00 0A 00 00 00 00 04 02", 18, 2, 2, 0x04, 0x02, 1},
+    {"71 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 2, 0x3A, 0x00, 6},
+    {"F0 00 03 00 00 00 00 0A 00 00 00 00 11 00", 18, 2, 3, 0x11, 0x00, 9},
+    {"70 00 04 00 00 00 00 0A 00 00 00 00 44 00", 18, 2, 4, 0x44, 0x00, 9},
+    {"70 00 05 00 00 00 00 0A 00 00 00 00 20 00", 18, 2, 5, 0x20, 0x00, 2},
+    {"70 00 05 00 00 00 00 0A 00 00 00 00 24 00", 18, 2, 5, 0x24, 0x00, 3},
+    {"70 00 05 00 00 00 00 0A 00 00 00 00 26 00", 18, 2, 5, 0x26, 0x00, 4},
+    {"70 00 06 00 00 00 00 0A 00 00 00 00 29 00", 18, 2, 6, 0x29, 0x00, 8},
+    {"70 00 07 00 00 00 00 0A 00 00 00 00 27 00", 18, 2, 7, 0x27, 0x00, 10},
+    {"70 00 0A 00 00 00 00 0A 00 00 00 00 00 00", 18, 2, 10, 0, 0, 10},
+    {"70 00 0B 00 00 00 00 0A 00 00 00 00 47 00", 18, 2, 11, 0x47, 0, 11},
+    {"70 00 0C 00 00 00 00 0A 00 00 00 00 00 00", 18, 2, 12, 0, 0, kNoOutcome},
+    {"70 00 0F 00 00 00 00 0A 00 00 00 00 00 00", 18, 2, 15, 0, 0, kNoOutcome},
+    {"70 00 01 00 00 00 00 0A 00 00 00 00 00 1D", 18, 2, 1, 0x00, 0x1D, 0},
+    {"70 00 E2 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 2, 0x3A, 0x00, 6},
+    // Descriptor form.
+    {"72 02 3A 00 00 00 00 00", 8, 2, 2, 0x3A, 0x00, 6},
+    {"73 F5 20 07 00 00 00 00", 8, 2, 5, 0x20, 0x07, 2},
+    {"7F 0B 00 00 00 00 00 00", 8, 2, 11, 0, 0, 11},
+    // Nothing that says anything.
+    {"00 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 0, 0, 0, 0},
+    {"6F 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 0, 0, 0, 0},
+    // Only a check condition counts; a busy drive is no failure here.
+    {"70 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 8, 0, 0, 0, 0},
+    {"70 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 0, 0, 0, 0, 0},
+};
+
+TEST(ScsiCommand, SenseDataAndOutcomes) {
+  for (const SenseCase& c : kSenses) {
+    ScsiCommand command;
+    command.status = c.status;
+    command.senseLength = static_cast<u8>(c.length);
+    const auto bytes = fakes::Bytes(c.sense);
+    std::copy(bytes.begin(), bytes.end(), command.sense.begin());
+    const SenseData sense = DecodeSense(command);
+    EXPECT_EQ(sense.key, c.key) << c.sense;
+    EXPECT_EQ(sense.asc, c.asc) << c.sense;
+    EXPECT_EQ(sense.ascq, c.ascq) << c.sense;
+    EXPECT_EQ(Classify(sense), c.outcome) << c.sense;
+    EXPECT_EQ(HasSucceeded(command), c.outcome == 0) << c.sense;
+  }
+}
+
+TEST(ScsiCommand, FixedSenseOfEveryLength) {
+  for (u8 length = 0; length <= 32; ++length) {
+    ScsiCommand command;
+    command.status = 2;
+    command.senseLength = length;
+    const auto bytes = fakes::FixedSense(2, 0x3A, 0x01);
+    std::copy(bytes.begin(), bytes.end(), command.sense.begin());
+    const SenseData sense = DecodeSense(command);
+    EXPECT_EQ(sense.asc, length < 14 ? 0 : 0x3A) << int{length};
+    EXPECT_EQ(sense.ascq, length < 14 ? 0 : 0x01) << int{length};
+    EXPECT_EQ(Classify(sense), length < 14 ? 1u : 6u) << int{length};
+  }
+}
+
+class ScsiRequest : public DeviceTest {
+ protected:
+  fakes::SimulatedDrive* m_drive = m_devices.Add(u"disk");
+  std::unique_ptr<platform::Device> m_device = OpenDrive(*m_drive);
+  ScsiCommand m_command;
+
+  void Reply(const fakes::ScsiReply& reply) {
+    m_drive->onScsi = [reply](const fakes::ScsiAsked&) { return reply; };
+  }
+  void PrepareInquiry(u8* buffer, u32 length) {
+    m_command.cdb = {0x12, 0, 0, static_cast<u8>(length >> 8), static_cast<u8>(length), 0};
+    m_command.cdbLength = 6;
+    m_command.direction = kDataIn;
+    m_command.buffer = buffer;
+    m_command.length = length;
+    m_command.timeoutSeconds = 20;
+  }
+};
+
+TEST_F(ScsiRequest, TheDirectFormByteByByte) {
+  u8 data[512];
+  Reply({});
+  EXPECT_TRUE(Inquiry(*m_device, data));
+  std::string expected =
+      "38 00 00 00 00 00 06 40 01 00 00 00 00 02 00 00 14 00 00 00 00 00 00 00 "
+      "00 00 00 00 00 00 00 00 3C 00 00 00 12 00 00 02 00 00 00 00 00 00 00 00 "
+      "00 00 00 00";
+  for (int i = 52; i < 128; ++i) expected += " 00";
+  EXPECT_EQ(fakes::Hex(m_drive->lastRequest), expected);
+}
+
+TEST_F(ScsiRequest, TheBufferedFormByteByByte) {
+  u8 byte = 0;
+  m_command.cdb = {0xDF, 0x10, 0, 0, 1, 0, 0x72, 0x0F, 0, 0, 0, 0xFD, 0x06, 0x7B};
+  m_command.cdbLength = 12;
+  m_command.direction = kDataIn;
+  m_command.buffer = &byte;
+  m_command.length = 1;
+  Reply({.data = {0x40}});
+  EXPECT_TRUE(ExecuteScsi(*m_device, m_command));
+  EXPECT_EQ(byte, 0x40);
+  std::string expected =
+      "38 00 00 00 00 00 0C 20 01 00 00 00 01 00 00 00 0A 00 00 00 00 00 00 00 "
+      "5C 00 00 00 00 00 00 00 3C 00 00 00 DF 10 00 00 01 00 72 0F 00 00 00 FD 06 7B 00 00 "
+      "00 00 00 00";
+  // What came back is at its end; nothing else stands behind the command.
+  for (int i = 52 + 4; i < 608 + 4; ++i) expected += " 00";
+  EXPECT_EQ(fakes::Hex(m_drive->lastRequest), expected.substr(0, 608 * 3 - 1));
+}
+
+TEST_F(ScsiRequest, CommandsByteByByte) {
+  u8 data[1200] = {};
+  m_drive->inquiry = fakes::MakeInquiry("V", "P", "R");
+  m_drive->unitSerial = "S";
+  m_drive->sectorBytes = 520;
+  ScsiCapacity capacity;
+  m_drive->TakeLog();
+  EXPECT_TRUE(Inquiry(*m_device, {data, 1023}));
+  EXPECT_FALSE(Inquiry(*m_device, {data, 1024})) << "longer than any";
+  EXPECT_TRUE(InquirySerial(*m_device, {data, 512}));
+  EXPECT_TRUE(ReadCapacity10(*m_device, &capacity));
+  EXPECT_EQ(capacity.lastLba, 3999u);
+  EXPECT_EQ(capacity.blockBytes, 520u);
+  EXPECT_TRUE(ReadCapacity16(*m_device, &capacity));
+  EXPECT_EQ(capacity.lastLba, 3999u);
+  EXPECT_EQ(ScsiRead10(*m_device, 0x01020304, 2, 520, data), 1040u);
+  EXPECT_EQ(ScsiRead16(*m_device, 0x0102030405060708, 2, 520, data), 1040u);
+  EXPECT_EQ(m_drive->TakeLog(),
+            "scsi 12 00 00 03 FF 00 in 1023\n"
+            "scsi 12 01 80 02 00 00 in 512\n"
+            "scsi 25 00 00 00 00 00 00 00 00 00 in 8\n"
+            "scsi 9E 10 00 00 00 00 00 00 00 00 00 00 00 20 00 00 in 32\n"
+            "scsi 28 00 01 02 03 04 00 00 02 00 in 1040\n"
+            "scsi 88 00 01 02 03 04 05 06 07 08 00 00 00 02 00 00 in 1040");
+}
+
+TEST_F(ScsiRequest, TheSerialPageMustBeThatPage) {
+  u8 data[512] = {};
+  Reply({.data = {0, 0x83, 0, 1, 'X'}});
+  EXPECT_FALSE(InquirySerial(*m_device, data));
+  Reply({.data = {0}, .lost = 511});
+  EXPECT_TRUE(InquirySerial(*m_device, data)) << "too short to tell";
+}
+
+TEST_F(ScsiRequest, SenseOfEveryLengthIsCutToWhatThereIs) {
+  u8 data[512];
+  for (u32 additional = 0; additional <= 255; ++additional) {
+    std::vector<u8> sense(64, 0x55);
+    sense[7] = static_cast<u8>(additional);
+    Reply({.status = 2, .sense = sense});
+    PrepareInquiry(data, 512);
+    ASSERT_TRUE(ExecuteScsi(*m_device, m_command));
+    EXPECT_EQ(m_command.senseLength, std::min(additional + 8, 32u));
+    const auto behind = m_command.sense.begin() + m_command.senseLength;
+    EXPECT_TRUE(std::all_of(behind, m_command.sense.end(), [](u8 byte) { return byte == 0; }));
+  }
+  Reply({.status = 8, .sense = std::vector<u8>(64, 0x55)});
+  ASSERT_TRUE(ExecuteScsi(*m_device, m_command));
+  EXPECT_EQ(m_command.senseLength, 0u) << "no check condition, no sense";
+}
+
+TEST_F(ScsiRequest, AFailureNeedsAnError) {
+  u8 data[512];
+  PrepareInquiry(data, 512);
+  Reply({.error = 0});
+  EXPECT_TRUE(ExecuteScsi(*m_device, m_command)) << "the driver did not say what failed";
+  Reply({.error = 31});
+  EXPECT_FALSE(ExecuteScsi(*m_device, m_command));
+}
+
+TEST_F(ScsiRequest, CountsWhatWasNotTransferred) {
+  u8 data[512];
+  PrepareInquiry(data, 512);
+  Reply({.lost = 476});
+  ASSERT_TRUE(ExecuteScsi(*m_device, m_command));
+  EXPECT_EQ(m_command.residual, 476u);
+  Reply({.lost = 0xFFFFFFFF});  // more came than was asked for
+  ASSERT_TRUE(ExecuteScsi(*m_device, m_command));
+  EXPECT_EQ(m_command.residual, 0u);
+}
+
+}  // namespace
+}  // namespace larkspur

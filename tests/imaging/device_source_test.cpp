@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+
+// Imaging a device as the command line does it: how often each sector is asked, and what happens
+// when the device goes away.
+
+#include <algorithm>
+
+#include "base/path_text.h"
+#include "devices/device_test.h"
+#include "fakes/memory_disk.h"
+#include "fakes/temp_folder.h"
+#include "imaging/imager.h"
+
+namespace larkspur {
+namespace {
+
+class DeviceSource : public DeviceTest {
+ protected:
+  fakes::SimulatedDrive* MakeDrive(u32 sectorBytes, u64 sectors) {
+    fakes::SimulatedDrive* drive = m_devices.Add(u"\\\\.\\D:");
+    drive->sectorBytes = sectorBytes;
+    drive->sectors = sectors;
+    drive->lengthBytes = sectors * sectorBytes;
+    return drive;
+  }
+  // One run of `image`.
+  ReadEnd Image(const fakes::SimulatedDrive& drive, const std::u16string& mapfile = {}) {
+    Source source = OpenSource(drive.path, mapfile);
+    EXPECT_EQ(source.answer, SourceAnswer::kOpened);
+    Cache cache = OpenOrCreateCache(m_cachePath, drive.path, source.sectors);
+    EXPECT_EQ(cache.answer, CacheAnswer::kOpened);
+    cImager imager(&cache, &source, &m_stop);
+    imager.Prepare(0, source.sectors);
+    const ReadEnd end = imager.Run({});
+    m_counts = imager.Progress().counts;
+    return end;
+  }
+  // Whether the cache holds what the drive does.
+  bool HoldsPattern(u64 first, u64 count) {
+    Cache cache = OpenCache(m_cachePath, CacheAccess::kLook, 0);
+    u8 sector[512];
+    for (u64 s = first; s < first + count; ++s) {
+      cache.image->SetPosition(s);
+      if (cache.image->Read(sector, 1) != 1 || !fakes::IsPattern(s, sector)) return false;
+    }
+    return true;
+  }
+
+  fakes::TempFolder m_folder;
+  std::u16string m_cachePath = m_folder.File(u"disk.kvrsp");
+  std::atomic<bool> m_stop{false};
+  StatusCounts m_counts;
+};
+
+TEST_F(DeviceSource, ABadPhysicalSectorCostsItselfOnly) {
+  for (const u32 sectorBytes : {512u, 2048u, 4096u}) {
+    const u32 ratio = sectorBytes / 512;
+    fakes::SimulatedDrive* drive = MakeDrive(sectorBytes, 400);
+    drive->failing = {0, 100, 101, 250, 399};
+    EXPECT_EQ(Image(*drive), ReadEnd::kNotEnded);
+    EXPECT_EQ(m_counts.unreadable, 5u * ratio);
+    EXPECT_EQ(m_counts.present, 395u * ratio);
+    for (const auto& [sector, times] : drive->askedTimes) {
+      EXPECT_LE(times, 2u) << "sector " << sector << " of " << sectorBytes;
+      EXPECT_TRUE(!drive->failing.count(sector) || times >= 1);
+    }
+    EXPECT_TRUE(HoldsPattern(ratio, 99 * ratio));
+    EXPECT_TRUE(HoldsPattern(251 * ratio, 148 * ratio));
+    drive->askedTimes.clear();
+    EXPECT_EQ(Image(*drive), ReadEnd::kNotEnded);
+    EXPECT_TRUE(drive->askedTimes.empty()) << "what is settled is never asked again";
+    drive->path.clear();
+    m_cachePath += u"x";
+  }
+}
+
+TEST_F(DeviceSource, ADeviceThatVanishesEndsTheRunAndMarksNothing) {
+  fakes::SimulatedDrive* drive = MakeDrive(512, 4000);
+  drive->failing = {200};
+  drive->vanishesAfterReads = 140;
+  EXPECT_EQ(Image(*drive), ReadEnd::kSourceGone);
+  EXPECT_EQ(m_counts.unreadable, 1u) << "what the drive itself refused, when it was still there";
+  EXPECT_GT(m_counts.present, 300u);
+  EXPECT_GT(m_counts.missing, 1000u);
+  EXPECT_EQ(drive->reads, 141u) << "one read found it gone, and nothing was asked any more";
+  const u64 presentBefore = m_counts.present;
+  drive->vanishesAfterReads.reset();
+  drive->isPresent = true;
+  drive->askedTimes.clear();
+  EXPECT_EQ(Image(*drive), ReadEnd::kNotEnded);
+  EXPECT_EQ(m_counts.present, 3999u);
+  EXPECT_EQ(m_counts.unreadable, 1u);
+  EXPECT_EQ(drive->askedTimes.size(), 3999 - presentBefore) << "only what was missing";
+  EXPECT_TRUE(HoldsPattern(0, 200));
+  EXPECT_TRUE(HoldsPattern(201, 3799));
+}
+
+TEST_F(DeviceSource, ADeviceMayVanishAtAnyMoment) {
+  for (u64 reads = 0; reads < 200; reads += 3) {
+    m_cachePath = m_folder.File(u"cache" + WideFromUtf8(std::to_string(reads)));
+    fakes::SimulatedDrive* drive = MakeDrive(4096, 100);
+    drive->failing = {3, 40, 41};
+    drive->vanishesAfterReads = reads;
+    const ReadEnd end = Image(*drive);
+    EXPECT_EQ(m_counts.present + m_counts.unreadable + m_counts.missing, 800u);
+    if (end == ReadEnd::kNotEnded) {
+      EXPECT_TRUE(drive->isPresent);
+      break;
+    }
+    EXPECT_EQ(end, ReadEnd::kSourceGone) << reads;
+    EXPECT_LE(m_counts.unreadable, 24u);
+    EXPECT_EQ(drive->reads, reads + 1);
+    drive->vanishesAfterReads.reset();
+    drive->isPresent = true;
+    EXPECT_EQ(Image(*drive), ReadEnd::kNotEnded);
+    EXPECT_EQ(m_counts.unreadable, 24u) << reads;
+    EXPECT_EQ(m_counts.missing, 0u);
+    drive->path.clear();
+  }
+}
+
+TEST_F(DeviceSource, ADeviceThatShrinksHasGone) {
+  fakes::SimulatedDrive* drive = MakeDrive(512, 4000);
+  Source source = OpenSource(drive->path, {});
+  drive->sectors = 1000;
+  std::vector<u8> buffer(512 * 256);
+  source.io->SetPosition(900);
+  EXPECT_EQ(source.io->Read(buffer.data(), 256), 0u);
+  EXPECT_FALSE(source.traffic->gone) << "as large as ever: it only fails";
+  drive->lengthBytes = 1000 * 512;
+  source.io->SetPosition(2000);
+  EXPECT_EQ(source.io->Read(buffer.data(), 256), 0u);
+  EXPECT_TRUE(source.traffic->gone);
+  EXPECT_FALSE(source.traffic->refusedBySource);
+}
+
+TEST_F(DeviceSource, TestModeOnADevice) {
+  fakes::SimulatedDrive* drive = MakeDrive(4096, 100);
+  const std::u16string mapfile = m_folder.File(u"bad.map");
+  const std::string text = "0x0 + 1\n0x0 0x1000 +\n0x1000 0x1000 -\n0x2000 0x62000 +\n";
+  ASSERT_TRUE(fakes::WriteWholeFile(mapfile, {text.begin(), text.end()}));
+  EXPECT_EQ(Image(*drive, mapfile), ReadEnd::kNotEnded);
+  EXPECT_EQ(m_counts.unreadable, 8u);
+  EXPECT_EQ(m_counts.present, 792u);
+}
+
+TEST_F(DeviceSource, AnOpticalDriveGivesNothingThatItCouldNotRead) {
+  fakes::SimulatedDrive* drive = MakeDrive(2048, 100);
+  drive->isOptical = true;
+  drive->failing = {50};
+  EXPECT_EQ(Image(*drive), ReadEnd::kNotEnded);
+  EXPECT_EQ(m_counts.unreadable, 4u);
+  EXPECT_TRUE(HoldsPattern(0, 200));
+  EXPECT_TRUE(HoldsPattern(204, 196));
+}
+
+TEST_F(DeviceSource, ANumberedDrive) {
+  fakes::SimulatedDrive* drive = MakeDrive(512, 10);
+  drive->path = u"\\\\.\\PhysicalDrive7";
+  EXPECT_EQ(Image(*drive), ReadEnd::kNotEnded);
+  EXPECT_EQ(m_counts.present, 10u);
+}
+
+TEST_F(DeviceSource, WhatCannotBeOpened) {
+  fakes::SimulatedDrive* drive = MakeDrive(512, 10);
+  drive->hasGeometry = false;
+  EXPECT_EQ(OpenSource(drive->path, {}).answer, SourceAnswer::kCannotOpen);
+  drive->hasGeometry = true;
+  drive->lengthBytes = 0;
+  EXPECT_EQ(OpenSource(drive->path, {}).answer, SourceAnswer::kEmpty) << "no medium";
+  drive->isPresent = false;
+  EXPECT_EQ(OpenSource(drive->path, {}).answer, SourceAnswer::kCannotOpen);
+}
+
+}  // namespace
+}  // namespace larkspur
