@@ -126,6 +126,9 @@ TEST(Lvm2, FindsTheLabelInAnyOfFourSectors) {
   Lvm2Disk disk = Lvm2Disk().Label(2).Area({.text = text});
   std::copy_n(disk.At(2 * kSectorBytes), 32, disk.At(0));
   EXPECT_EQ(Children(disk), Linear("512+8"));
+  // Of two that stand where they belong the first counts.
+  disk = Lvm2Disk().Label(3).Label(1).Area({.text = text});
+  EXPECT_EQ(Children(disk), Linear("512+8"));
   // A damaged one is better than none.
   disk = DiskOf(text);
   *disk.At(kSectorBytes + 300) = 1;
