@@ -32,11 +32,12 @@ const Format* FormatOfNode(const cPartTreeItem& node) {
   return parser ? FormatOf(parser->GetParserId()) : nullptr;
 }
 
-// "; member 0 of 2 of raid1 "name", set ..., blocks of 64.0 KiB".
+// "; piece 0 of 2 of raid1 "name", blocks of 64.0 KiB, set ...", or "; linear "name"".
 std::string RaidWords(const cPartSoftRAIDInfo& raid) {
-  std::string text = fmt::format("; piece {}", raid.m_index);
-  if (raid.m_columns > 0) text += fmt::format(" of {}", raid.m_columns);
-  if (const std::string level = LevelOf(raid); !level.empty()) text += " of " + level;
+  std::string text = "; ";
+  if (raid.m_columns > 1) text += fmt::format("piece {} of {} of ", raid.m_index, raid.m_columns);
+  const std::string level = LevelOf(raid);
+  text += level.empty() ? "set" : level;
   if (!raid.m_name.IsEmpty()) text += fmt::format(" \"{}\"", Utf8(raid.m_name));
   if (raid.m_blockBytes > kSectorBytes) text += ", blocks of " + SizeText(raid.m_blockBytes);
   if (raid.m_setBytes > 0) text += ", set " + Hex(raid.Identifier());

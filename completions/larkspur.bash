@@ -1,0 +1,37 @@
+# SPDX-License-Identifier: MIT
+# Completion of larkspur(1) for bash.
+
+_larkspur_options() {
+  case $1 in
+    image) echo "--start --sectors --test-mode --json --help" ;;
+    read) echo "--start --sectors --output --test-mode --help" ;;
+    map) echo "--png --svg --mapfile --json --help" ;;
+    check) echo "--repair --json --help" ;;
+    export) echo "--force --help" ;;
+    tree) echo "--cache --test-mode --trace --json --help" ;;
+    info | devices | identify) echo "--json --help" ;;
+    *) echo "--help --version" ;;
+  esac
+}
+
+_larkspur() {
+  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+  local command=${COMP_WORDS[1]} commands="image read info map check export tree devices identify"
+  COMPREPLY=()
+  case $before in
+    --start | --sectors) return ;;
+    --png | --svg | --mapfile | --cache | --test-mode | --output | -o)
+      COMPREPLY=($(compgen -f -- "$word"))
+      return
+      ;;
+  esac
+  if [[ $word == -* ]]; then
+    COMPREPLY=($(compgen -W "$(_larkspur_options "$command")" -- "$word"))
+  elif ((COMP_CWORD == 1)); then
+    COMPREPLY=($(compgen -W "$commands" -- "$word"))
+  else
+    COMPREPLY=($(compgen -f -- "$word"))
+  fi
+}
+
+complete -o filenames -F _larkspur larkspur
