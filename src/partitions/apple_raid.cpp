@@ -23,8 +23,6 @@ constexpr size_t kSetId = 16;
 constexpr size_t kSetIdBytes = 64;
 constexpr size_t kDataBytes = 144;
 constexpr size_t kProperties = 152;
-// A member of one chunk more than this is larger than any disk.
-constexpr u64 kMaxBytes = std::numeric_limits<i64>::max();
 
 constexpr char kMembers[] = "AppleRAID-Members";
 constexpr char kLevelName[] = "AppleRAID-LevelName";
@@ -49,13 +47,13 @@ std::optional<u64> FindHeader(Scan& scan, const cPartTreeItem& node) {
   return std::nullopt;
 }
 
-// The bytes of data on this member, as its chunks or the header have it; nothing when that is no
+// The sectors of data on this member, as its chunks or the header have it; nothing when that is no
 // whole number of sectors that ends before the header.
 std::optional<u64> DataSectors(const PropertyList& properties, const u8* header, u64 room) {
   const u64 count = properties.Number(kChunkCount).value_or(0);
   const u64 size = properties.Number(kChunkSize).value_or(0);
   std::vector<u64> candidates;
-  if (size != 0 && count <= kMaxBytes / size) candidates.push_back(count * size);
+  if (size != 0 && count <= kNowhere / size) candidates.push_back(count * size);
   // An early release for Intel wrote the field the other way round.
   candidates.push_back(LoadBe64(header + kDataBytes));
   candidates.push_back(LoadLe64(header + kDataBytes));

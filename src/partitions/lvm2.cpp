@@ -72,8 +72,7 @@ bool IsLabel(std::span<const u8> sector) {
   return StartsWith(sector, "LABELONE") && StartsWith(sector.subspan(kLabelType), "LVM2 001");
 }
 
-// A label that a copied disk, or a disk in a disk, left in another place does not count where one
-// stands that does belong there.
+// Whether the label was written for the sector that it stands in, and is intact.
 bool BelongsTo(std::span<const u8> label, u32 sector) {
   return LoadLe64(&label[kLabelNumber]) == sector &&
          LoadLe32(&label[kLabelCrc]) == Crc(label.subspan(kLabelCrcFrom));
@@ -94,16 +93,18 @@ std::optional<PhysicalVolume> ReadHeader(std::span<const u8> label) {
   return volume;
 }
 
+// The first label that belongs where it is or, without one, the first at all.
 std::optional<PhysicalVolume> FindHeader(Scan& scan, const cPartTreeItem& node) {
   u8 front[kLabelSectors * kSectorBytes];
   if (scan.Read(node.m_start, kLabelSectors, front) != kLabelSectors) return std::nullopt;
-  std::span<const u8> label;
+  std::span<const u8> first;
   for (u32 i = 0; i < kLabelSectors; ++i) {
     const auto sector = std::span<const u8>(front).subspan(i * kSectorBytes, kSectorBytes);
     if (!IsLabel(sector)) continue;
-    if (label.empty() || BelongsTo(sector, i)) label = sector;
+    if (BelongsTo(sector, i)) return ReadHeader(sector);
+    if (first.empty()) first = sector;
   }
-  return label.empty() ? std::nullopt : ReadHeader(label);
+  return first.empty() ? std::nullopt : ReadHeader(first);
 }
 
 // Appends the bytes [position, position+count) of the node to the text.

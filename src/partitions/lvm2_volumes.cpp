@@ -149,6 +149,7 @@ class GroupReader {
 
  private:
   std::optional<Lvm2Text::Named> FindOwn(std::string_view id) const;
+  bool IsPhysicalVolume(std::string_view name) const;
   void ReadVolumes();
   void CollectPieces(const LogicalVolume& volume, size_t segment, u64 extentsHere,
                      std::string_view own, std::vector<Lvm2Piece>* pieces) const;
@@ -171,6 +172,12 @@ std::optional<Lvm2Text::Named> GroupReader::FindOwn(std::string_view id) const {
   return std::nullopt;
 }
 
+// An area's name is a physical volume's before it is a logical one's.
+bool GroupReader::IsPhysicalVolume(std::string_view name) const {
+  const auto volumes = m_text.FindSection(m_group.section, "physical_volumes");
+  return volumes && m_text.FindSection(*volumes, name);
+}
+
 void GroupReader::ReadVolumes() {
   const auto section = m_text.FindSection(m_group.section, "logical_volumes");
   if (!section) return;
@@ -181,6 +188,7 @@ void GroupReader::ReadVolumes() {
     for (size_t segment = 0; segment < volume.segments.size(); ++segment) {
       const auto& areas = volume.segments[segment].areas;
       for (size_t area = 0; area < areas.size(); ++area) {
+        if (IsPhysicalVolume(areas[area].name)) continue;
         m_users.emplace(areas[area].name, Place{&volume, segment, area});
       }
     }

@@ -23,8 +23,8 @@ namespace larkspur {
 
 class PropertyList {
  public:
-  // The longest header has 4096 bytes, and no room for as many elements: the parser recurses, and
-  // their number bounds how deep.
+  // A header has less than 4096 bytes, with some dozens of elements. The parser recurses, and their
+  // number bounds how deep.
   static constexpr size_t kMaxBytes = 4096;
   static constexpr size_t kMaxElements = 256;
 

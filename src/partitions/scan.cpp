@@ -93,7 +93,9 @@ cPartTreeItem* Scan::AddChild(cPartTreeItem& parent, u64 start, u64 length, u16 
   ++m_nodes;
   auto* child = new cPartTreeItem;
   SetNode(*child, parent.m_io, start, length, type);
-  AppendChild(&parent, child);
+  cTreeItem*& newest = m_newestChild[&parent];
+  AppendChild(&parent, child, newest);
+  newest = child;
   return child;
 }
 

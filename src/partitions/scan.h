@@ -83,6 +83,7 @@ class Scan {
   u64 m_sectorCount;
   u64 m_sectorsLeft = kMaxSectorsRead;
   u32 m_nodes = 0;
+  std::unordered_map<const cTreeItem*, cTreeItem*> m_newestChild;  // by its parent
   const char* m_asker = kDetection;
   std::unordered_map<u64, SectorBytes> m_kept;
   std::unordered_set<u64> m_failed;

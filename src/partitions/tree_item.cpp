@@ -9,12 +9,13 @@
 namespace larkspur {
 namespace {
 
-void LinkBehindLast(cTreeItem** first, cTreeItem* item) {
+// The chain's end is sought from `known`, an item of it, where there is one.
+void LinkBehindLast(cTreeItem** first, cTreeItem* item, cTreeItem* known) {
   if (!*first) {
     *first = item;
     return;
   }
-  cTreeItem* last = *first;
+  cTreeItem* last = known ? known : *first;
   while (last->m_next) last = last->m_next;
   last->m_next = item;
   item->m_previous = last;
@@ -34,13 +35,13 @@ void* cTreeItem::Destroy(u32 flags) {
 
 void AppendToTree(cTreeItem** head, cTreeItem* item) {
   item->m_owner = head;
-  LinkBehindLast(head, item);
+  LinkBehindLast(head, item, nullptr);
 }
 
-void AppendChild(cTreeItem* parent, cTreeItem* item) {
+void AppendChild(cTreeItem* parent, cTreeItem* item, cTreeItem* known) {
   item->m_owner = parent->m_owner;
   item->m_parent = parent;
-  LinkBehindLast(&parent->m_firstChild, item);
+  LinkBehindLast(&parent->m_firstChild, item, known);
 }
 
 void DeleteTree(cTreeItem** head) {

@@ -37,8 +37,9 @@ class cTreeItem {
 // Puts `item`, which is in no tree yet, behind the last top-level item.
 void AppendToTree(cTreeItem** head, cTreeItem* item);
 
-// Puts `item`, which is in no tree yet, behind the last child of `parent`.
-void AppendChild(cTreeItem* parent, cTreeItem* item);
+// Puts `item`, which is in no tree yet, behind the last child of `parent`. The walk to that one
+// begins at `known`, a child of `parent` too, where there is one.
+void AppendChild(cTreeItem* parent, cTreeItem* item, cTreeItem* known = nullptr);
 
 // Ends every item of the tree and leaves it empty.
 void DeleteTree(cTreeItem** head);

@@ -19,7 +19,7 @@ constexpr char kGuidTail[] = "-fbfd-11e1-8cf9-52540061f5db";
 constexpr u64 kGptArray = 2;
 
 void StoreBe(u8* to, u64 value, size_t bytes) {
-  for (size_t i = 0; i < bytes; ++i) to[i] = static_cast<u8>(value >> 8 * (bytes - 1 - i));
+  for (size_t i = bytes; i-- > 0; value >>= 8) to[i] = static_cast<u8>(value);
 }
 
 void StoreText(u8* to, std::string_view text) {

@@ -99,6 +99,13 @@ TEST(Lvm2, AnImageIsAMemberOfTheVolumeThatItBelongsTo) {
                 Child("552+16", "r_rimage_2", "layout 1 columns 2 index 0 block 512 level linear"));
 }
 
+TEST(Lvm2, AVolumeMayBeNamedLikeAPhysicalOne) {
+  const std::string volumes =
+      Lvm2Volume("s", "segment1 { extent_count = 4 stripes = [\"pv1\", 0, \"pv0\", 0] }") +
+      Lvm2Volume("pv0", Lvm2Linear(9, 1));
+  EXPECT_NE(Children(DiskOf(Lvm2Group(volumes))).find("\"vg/pv0\" layout 1"), std::string::npos);
+}
+
 TEST(Lvm2, LooksIntoItsPieces) {
   Lvm2Disk disk = DiskOf(Lvm2Group(Lvm2Volume("l", Lvm2Linear(1, 100))));
   u8* sector = disk.At(520 * kSectorBytes);
@@ -118,6 +125,9 @@ TEST(Lvm2, FindsTheLabelInAnyOfFourSectors) {
   // A label that was copied to the wrong place stands in nobody's way.
   Lvm2Disk disk = Lvm2Disk().Label(2).Area({.text = text});
   std::copy_n(disk.At(2 * kSectorBytes), 32, disk.At(0));
+  EXPECT_EQ(Children(disk), Linear("512+8"));
+  // Of two that stand where they belong the first counts.
+  disk = Lvm2Disk().Label(3).Label(1).Area({.text = text});
   EXPECT_EQ(Children(disk), Linear("512+8"));
   // A damaged one is better than none.
   disk = DiskOf(text);
