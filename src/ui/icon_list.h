@@ -5,7 +5,6 @@
 // A list of the theme's icons that elements show by index, made once for each size that is asked
 // for. One list may serve all instances of a form.
 
-#include <initializer_list>
 #include <map>
 #include <vector>
 
@@ -16,7 +15,8 @@ namespace larkspur {
 
 class cIconList {
  public:
-  explicit cIconList(std::initializer_list<u32> iconNumbers) : m_numbers(iconNumbers) {}
+  cIconList() = default;
+  explicit cIconList(std::vector<u32> iconNumbers) : m_numbers(std::move(iconNumbers)) {}
 
   // The icons at extent by extent pixels; owned by the list.
   HIMAGELIST At(i32 extent);
