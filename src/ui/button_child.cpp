@@ -2,12 +2,27 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "ui/button_child.h"
 
+#include <uxtheme.h>
+#include <vsstyle.h>
+
 #include "ui/custom_form.h"
 
 namespace larkspur {
 namespace {
 
 constexpr i32 kIconGap = 5;  // units beside an icon
+
+// The states of the system's button, in the order of their images.
+constexpr int kStates = PBS_DEFAULTED + 1;  // the last one: under a pen
+
+OwnedImageList StateImages(u32 iconNumber, i32 extent) {
+  OwnedImageList images(ImageList_Create(extent, extent, ILC_COLOR32 | ILC_MASK, kStates, 0));
+  for (int state = PBS_NORMAL; state <= kStates; ++state) {
+    const OwnedIcon icon = MakeIcon(iconNumber, extent, state == PBS_DISABLED);
+    ImageList_ReplaceIcon(images.get(), -1, icon.get());
+  }
+  return images;
+}
 
 }  // namespace
 
@@ -27,19 +42,12 @@ void cButtonChild::SetIcon(u32 iconNumber, i32 units) {
 
 void cButtonChild::OnScale() {
   if (m_iconNumber == 0) return;
-  if (OwnedIcon icon = MakeIcon(m_iconNumber, Theme().Pixels(m_iconUnits))) {
-    ShowIcon(std::move(icon));
-  }
-}
-
-// A list of one image is how the system's button takes an icon and a distance to its text.
-void cButtonChild::ShowIcon(OwnedIcon icon) {
-  const i32 extent = Theme().Pixels(m_iconUnits), gap = Theme().Pixels(kIconGap);
-  OwnedImageList image(ImageList_Create(extent, extent, ILC_COLOR32 | ILC_MASK, 1, 0));
-  ImageList_ReplaceIcon(image.get(), -1, icon.get());
-  BUTTON_IMAGELIST beside{image.get(), {gap, 0, gap, 0}, BUTTON_IMAGELIST_ALIGN_LEFT};
+  OwnedImageList images = StateImages(m_iconNumber, Theme().Pixels(m_iconUnits));
+  const LONG gap = m_hasText ? Theme().Pixels(kIconGap) : 0;
+  const UINT align = m_hasText ? BUTTON_IMAGELIST_ALIGN_LEFT : BUTTON_IMAGELIST_ALIGN_CENTER;
+  BUTTON_IMAGELIST beside{images.get(), {gap, 0, gap, 0}, align};
   Send(BCM_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(&beside));
-  m_image = std::move(image);
+  m_images = std::move(images);
 }
 
 bool cButtonChild::OnCommand(u32 notification) {
@@ -54,11 +62,6 @@ bool cIconButtonChild::Create(cCustomForm& form, const AnchoredBox& place, u32 i
   SetIcon(iconNumber, iconUnits);
   SetHint(hint);
   return true;
-}
-
-void cIconButtonChild::ShowIcon(OwnedIcon icon) {
-  Send(BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(icon.get()));
-  m_icon = std::move(icon);
 }
 
 void cIconButtonChild::SetHint(std::u16string_view hint) {

@@ -14,7 +14,7 @@ namespace larkspur {
 
 class cButtonChild : public cChild {
  public:
-  cButtonChild() : cButtonChild(BS_PUSHBUTTON) {}
+  cButtonChild() : cButtonChild(0) {}
 
   bool Create(cCustomForm& form, const AnchoredBox& place, u32 id, std::u16string_view text,
               u32 iconNumber = 0);
@@ -23,33 +23,27 @@ class cButtonChild : public cChild {
   std::function<void()> onClick;
 
  protected:
-  explicit cButtonChild(DWORD style) : cChild(WC_BUTTONW, WS_TABSTOP | style) {}
+  explicit cButtonChild(DWORD style)
+      : cChild(WC_BUTTONW, WS_TABSTOP | BS_PUSHBUTTON | style), m_hasText(!(style & BS_ICON)) {}
 
  private:
   void OnScale() override;
   bool OnCommand(u32 notification) override;
-  // Gives the control the icon, which is to stay as long as it is shown.
-  virtual void ShowIcon(OwnedIcon icon);
-
+  bool m_hasText;
   u32 m_iconNumber = 0;
   i32 m_iconUnits = kIconSize;
-  OwnedImageList m_image;
+  OwnedImageList m_images;  // one for each state of the button
 };
 
 class cIconButtonChild : public cButtonChild {
  public:
   static constexpr i32 kSmallIcon = 14;  // units
 
-  cIconButtonChild() : cButtonChild(BS_PUSHBUTTON | BS_ICON) {}
+  cIconButtonChild() : cButtonChild(BS_ICON) {}
 
   bool Create(cCustomForm& form, const AnchoredBox& place, u32 id, std::u16string_view hint,
               u32 iconNumber, i32 iconUnits = kSmallIcon);
   void SetHint(std::u16string_view hint);
-
- private:
-  void ShowIcon(OwnedIcon icon) override;
-
-  OwnedIcon m_icon;
 };
 
 }  // namespace larkspur

@@ -6,7 +6,7 @@ namespace larkspur {
 namespace {
 
 constexpr DWORD kOneLine = SS_LEFT | SS_ENDELLIPSIS | SS_NOPREFIX | SS_CENTERIMAGE;
-constexpr DWORD kWrapped = SS_LEFT | SS_NOPREFIX;
+constexpr DWORD kWrapped = SS_LEFT | SS_NOPREFIX | SS_EDITCONTROL;
 
 }  // namespace
 

@@ -46,10 +46,10 @@ COLORREF TextColour(COLORREF wanted) {
   return IsHighContrast() ? GetSysColor(COLOR_WINDOWTEXT) : wanted;
 }
 
-OwnedIcon MakeIcon(u32 number, i32 extent) {
+OwnedIcon MakeIcon(u32 number, i32 extent, bool faded) {
   const auto pixels = RenderIcon(number, static_cast<u32>(extent));
   if (!pixels) return nullptr;
-  const OwnedBitmap colour = BitmapOf(*pixels);
+  const OwnedBitmap colour = BitmapOf(faded ? Faded(*pixels) : *pixels);
   // The mask of an icon with alpha is not looked at; a bitmap of one bit a pixel has to be there.
   const OwnedBitmap mask(CreateBitmap(extent, extent, 1, 1, nullptr));
   if (!colour || !mask) return nullptr;

@@ -32,8 +32,9 @@ constexpr COLORREF kFaintColour = 0x808080;
 // What to draw text of `wanted` colour with.
 COLORREF TextColour(COLORREF wanted);
 
-// Icon `number` at extent by extent pixels; null for an unknown number.
-OwnedIcon MakeIcon(u32 number, i32 extent);
+// Icon `number` at extent by extent pixels, as something that cannot be used now when `faded`; null
+// for an unknown number.
+OwnedIcon MakeIcon(u32 number, i32 extent, bool faded = false);
 
 // The size of one line of text in pixels.
 Size TextSize(HFONT font, std::u16string_view text);

@@ -218,4 +218,13 @@ std::optional<IconPixels> RenderIcon(u32 number, u32 extent) {
   return out;
 }
 
+IconPixels Faded(IconPixels icon) {
+  for (u32& pixel : icon.pixels) {
+    const u32 red = pixel >> 16 & 0xFF, green = pixel >> 8 & 0xFF, blue = pixel & 0xFF;
+    const u32 grey = (red * 3 + green * 6 + blue) / 10;
+    pixel = (pixel >> 25) << 24 | grey << 16 | grey << 8 | grey;
+  }
+  return icon;
+}
+
 }  // namespace larkspur

@@ -58,4 +58,7 @@ struct IconPixels {
 // 1 to 512.
 std::optional<IconPixels> RenderIcon(u32 number, u32 extent);
 
+// The same icon for something that cannot be used now: grey and half transparent.
+IconPixels Faded(IconPixels icon);
+
 }  // namespace larkspur

@@ -16,11 +16,19 @@
 #include <string>
 
 #include "catalog/message_catalog.h"
+#include "dialogs/about_plg_form.h"
 #include "dialogs/message_form.h"
 #include "dialogs/new_folder_name_req_form.h"
 #include "imaging/png_writer.h"
+#include "ui/drop_down_list_child.h"
 #include "ui/handles.h"
+#include "ui/icon_child.h"
+#include "ui/list_view_child.h"
+#include "ui/progress_bar_child.h"
+#include "ui/property_area_child.h"
+#include "ui/status_bar_child.h"
 #include "ui/texts.h"
+#include "ui/tool_bar_child.h"
 
 namespace larkspur {
 namespace {
@@ -90,13 +98,126 @@ void DevicePath() {
   cNewFolderNameReqForm::Ask(nullptr, *Messages().Find("raid::devopen"));
 }
 
+void About() {
+  cAboutPlgForm::Present(GetDesktopWindow());
+}
+
+// A form with one of each element, as a program's main window has them.
+class cGallery final : public cCustomForm {
+ public:
+  void Present() {
+    FormLook look;
+    look.title = TextOf("raid::mkspan", 0);
+    look.size = {420, 400};
+    look.least = {300, 300};
+    ShowModal(nullptr, look);
+  }
+
+ private:
+  void OnCreate() override {
+    Actions().Add({1001, TextOf("ciom::filechoose", 6), kIconNewFolder, {}, {}});
+    Actions().Add({1002, TextOf("ciom::filechoose", 14), kIconFolder, {}, {}});
+    Actions().Add({1003, TextOf("ciom::filechoose", 13), kIconSave, {}, {}, false});
+    m_tools.Create(*this, {0, 0, -1, 30}, {1001, 1002, cToolBarChild::kGap, 1003});
+    m_label.Create(*this, {5, 32, -10, 18}, TextOf("raid::mkspan", 3));
+    m_list.Create(*this, {5, 52, -30, 22}, 100);
+    m_list.SetValue(m_list.Add(TextOf("raid::mkspan", 4)));
+    m_add.Create(*this, {-25, 52, 20, 22}, 101, TextOf("raid::mkspan", 11), kIconAdd);
+    m_edit.Create(*this, {5, 82, -30, 22}, 102);
+    m_edit.SetValue(u"C:\\Cache\\Диск.kvrsp");
+    m_choose.Create(*this, {-25, 82, 20, 22}, 103, TextOf("raid::mkspan", 6), kIconChoose);
+    m_choose.Enable(false);
+    m_rows.Create(*this, {5, 112, -10, 90}, 104);
+    m_rows.SetColumns({{TextOf("ciom::filechoose", 7), 180, false, &m_sort},
+                       {TextOf("ciom::filechoose", 9), 110},
+                       {TextOf("ciom::filechoose", 10), 90, true}});
+    m_rows.SetIcons(&m_icons);
+    m_rows.SetModel(&m_model);
+    m_rows.SortBy(0, false);
+    m_rows.SetValue(1);
+    m_warning.Create(*this, {5, 206, -10, -274});
+    m_warning.Add(TextOf("raid::mkspan", 7), TextOf("raid::mkspan", 8), kLabelColour,
+                  cPropertyAreaChild::Folding::ByUser);
+    m_bar.Create(*this, {5, -64, -10, 12});
+    m_bar.SetShare(0.4);
+    m_buttons.Create(
+        *this, -46,
+        {{1, TextOf("raid::mkspan", 1), kIconAccept}, {2, TextOf("raid::mkspan", 2), kIconCancel}});
+    m_status.Create(*this, {120});
+    m_status.SetPart(0, TextOf("raid::main", 1));
+    m_status.SetPart(1, TextOf("raid::main", 0));
+  }
+  void OnLayout(Size client) override {
+    m_buttons.Layout(client);
+    m_status.Layout();
+  }
+
+  struct Model final : cListModel {
+    u32 RowCount() const override { return 4; }
+    std::u16string CellText(u32 row, u32 column) const override {
+      if (column == 1) return TextOf("ciom::filechoose", row < 2 ? 16 : 17);
+      return column == 0 ? TextOf("ciom::filechoose", 4 + row) : u"1024 KB";
+    }
+    int RowIcon(u32 row) const override { return static_cast<int>(row); }
+  };
+  struct ByName final : cListViewChild::cListViewSortProvider {
+    int Compare(u32 a, u32 b) const override { return a < b ? -1 : a > b; }
+  };
+  Model m_model;
+  ByName m_sort;
+  cIconList m_icons{{kIconFolder, kIconHome, kIconFile, kIconDrive}};
+  cToolBarChild m_tools{cToolBarChild::Shows::IconsAndTexts};
+  cLabelChild m_label;
+  cDropDownListChild m_list;
+  cIconButtonChild m_add, m_choose;
+  cEditChild m_edit;
+  cListViewChild m_rows;
+  cPropertyAreaChild m_warning;
+  cProgressBarChild m_bar;
+  cButtonBar m_buttons;
+  cStatusBarChild m_status;
+};
+void Gallery() {
+  cGallery().Present();
+}
+
+// Every icon of the theme at two sizes.
+class cIcons final : public cCustomForm {
+ public:
+  void Present() {
+    FormLook look;
+    look.size = {490, 130};
+    ShowModal(nullptr, look);
+  }
+
+ private:
+  void OnCreate() override {
+    for (u32 number = kFirstIcon; number <= kLastIcon; ++number) {
+      const i32 at = static_cast<i32>(number - kFirstIcon);
+      const i32 x = 10 + at % 12 * 40, y = 10 + at / 12 * 60;
+      m_icons[2 * at].Create(*this, {x, y, 32, 32}, number, 32);
+      m_icons[2 * at + 1].Create(*this, {x + 8, y + 36, 16, 16}, number, 16);
+    }
+  }
+  cIconChild m_icons[2 * (kLastIcon - kFirstIcon + 1)];
+};
+void Icons() {
+  cIcons().Present();
+}
+
 struct Scene {
   const char* name;
   void (*show)();
 };
 constexpr Scene kScenes[] = {
-    {"error", Error},          {"long-error", LongError},   {"question", Question},
-    {"new-folder", NewFolder}, {"device-path", DevicePath},
+    {"error", Error},
+    {"long-error", LongError},
+    {"question", Question},
+    {"new-folder", NewFolder},
+    {"device-path", DevicePath},
+    {"about", About},
+    {"gallery", Gallery},
+    {"icons", Icons},
 };
 
 }  // namespace
