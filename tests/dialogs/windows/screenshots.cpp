@@ -25,6 +25,7 @@
 #include "ui/icon_child.h"
 #include "ui/list_view_child.h"
 #include "ui/progress_bar_child.h"
+#include "ui/progress_form.h"
 #include "ui/property_area_child.h"
 #include "ui/status_bar_child.h"
 #include "ui/texts.h"
@@ -205,19 +206,34 @@ void Icons() {
   cIcons().Present();
 }
 
+class cSlowJob final : public cJob {
+ public:
+  explicit cSlowJob(cProgressFeed& feed) : cJob(nullptr), m_feed(feed) {}
+  ~cSlowJob() { Stop(kPatienceMilliseconds); }
+  u32 Run() override {
+    m_feed.Report(0.425);
+    while (!StopRequested()) Sleep(10);
+    return 1;
+  }
+  void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
+
+ private:
+  cProgressFeed& m_feed;
+};
+void Progress() {
+  cProgressFeed feed;
+  cSlowJob job(feed);
+  cProgressForm::Present(nullptr, job, feed, TextOf("raid::main", 0));
+}
+
 struct Scene {
   const char* name;
   void (*show)();
 };
 constexpr Scene kScenes[] = {
-    {"error", Error},
-    {"long-error", LongError},
-    {"question", Question},
-    {"new-folder", NewFolder},
-    {"device-path", DevicePath},
-    {"about", About},
-    {"gallery", Gallery},
-    {"icons", Icons},
+    {"error", Error},          {"long-error", LongError},   {"question", Question},
+    {"new-folder", NewFolder}, {"device-path", DevicePath}, {"about", About},
+    {"gallery", Gallery},      {"progress", Progress},      {"icons", Icons},
 };
 
 }  // namespace
