@@ -45,10 +45,10 @@ Size MessageFormSize(size_t lineCount, const MessageMeasures& measures) {
 }
 
 MessagePlaces PlaceMessage(size_t lineCount, i32 clientWidth, const MessageMeasures& measures) {
-  const i32 left = Scaled(kSideMargins / 2, measures.dpi);
+  const i32 margins = Scaled(kSideMargins, measures.dpi), left = margins / 2;
   const i32 icon = Scaled(kIcon, measures.dpi);
   const i32 beside = MessageIconRoom(measures.dpi);
-  const i32 inner = clientWidth - 2 * left;
+  const i32 inner = clientWidth - margins;
   MessagePlaces places;
   places.icon = {left, Scaled(kTop, measures.dpi), icon, icon};
   const i32 below = places.icon.y + icon + Scaled(kBelowIcon, measures.dpi);

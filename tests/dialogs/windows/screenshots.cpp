@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 //
-// Shows one form and saves what the screen then shows as a PNG.
+// Shows forms, one after the other, and saves what the screen then shows as PNG files.
 //
-//   larkspur-screenshots FORM LANGUAGE FILE
+//   larkspur-screenshots [FORM LANGUAGE FILE]...
 //
 // FORM is a name of the table below, LANGUAGE a language's number. Without arguments it lists the
 // forms.
@@ -34,9 +34,9 @@
 namespace larkspur {
 namespace {
 
-constexpr UINT kSettledMilliseconds = 900;
+constexpr UINT kSettledMilliseconds = 500;
 std::string g_file;
-int g_status = 1;
+bool g_saved = false;
 
 // What the screen shows in a box.
 Canvas ScreenIn(const RECT& box) {
@@ -65,7 +65,7 @@ void CALLBACK SaveAndClose(HWND, UINT, UINT_PTR timer, DWORD) {
   RECT box{};
   GetWindowRect(form, &box);
   std::ofstream file(g_file, std::ios::binary);
-  if (file << ScreenIn(box).ToPng()) g_status = 0;
+  g_saved = static_cast<bool>(file << ScreenIn(box).ToPng());
   PostMessageW(form, WM_CLOSE, 0, 0);
 }
 
@@ -241,17 +241,21 @@ constexpr Scene kScenes[] = {
 
 int main(int count, char** words) {
   using namespace larkspur;
-  if (count != 4) {
+  if (count == 1) {
     for (const Scene& scene : kScenes) std::puts(scene.name);
-    return count == 1 ? 0 : 2;
   }
-  cLanguage language(static_cast<u32>(std::atoi(words[2])));
-  Messages().SelectLanguage(&language);
-  g_file = words[3];
-  for (const Scene& scene : kScenes) {
-    if (std::string(scene.name) != words[1]) continue;
-    SetTimer(nullptr, 0, kSettledMilliseconds, SaveAndClose);
-    scene.show();
+  int failures = 0;
+  for (int i = 1; i + 2 < count; i += 3) {
+    cLanguage language(static_cast<u32>(std::atoi(words[i + 1])));
+    Messages().SelectLanguage(&language);
+    g_file = words[i + 2];
+    g_saved = false;
+    for (const Scene& scene : kScenes) {
+      if (std::string(scene.name) != words[i]) continue;
+      SetTimer(nullptr, 0, kSettledMilliseconds, SaveAndClose);
+      scene.show();
+    }
+    if (!g_saved) ++failures;
   }
-  return g_status;
+  return failures;
 }
