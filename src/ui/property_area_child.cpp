@@ -76,6 +76,8 @@ void cPropertyAreaChild::Fold(size_t section, bool folded) {
 }
 
 void cPropertyAreaChild::Clear() {
+  // The keyboard is not to go down with a heading that has it.
+  if (IsChild(Handle(), GetFocus())) SetFocus(Form().Handle());
   for (const Section& section : m_sections) {
     DestroyWindow(section.heading);
     DestroyWindow(section.body);
@@ -158,9 +160,12 @@ void cPropertyAreaChild::ShowScrollBar(i32 height, i32 view) {
   bar.nPage = static_cast<UINT>(std::max(0, view));
   bar.nPos = m_scrolled;
   SetScrollInfo(Handle(), SB_VERT, &bar, TRUE);
-  // Texts that cannot be seen at once have to be reached by keys as well.
+  // Texts that cannot be seen at once have to be reached by keys as well: by their headings'
+  // buttons or by the area itself.
   const LONG_PTR style = GetWindowLongPtrW(Handle(), GWL_STYLE);
-  const LONG_PTR stop = height > view ? WS_TABSTOP : 0;
+  const bool hasButtons = std::any_of(m_sections.begin(), m_sections.end(),
+                                      [](const Section& section) { return section.foldable; });
+  const LONG_PTR stop = height > view && !hasButtons ? WS_TABSTOP : 0;
   SetWindowLongPtrW(Handle(), GWL_STYLE, (style & ~LONG_PTR{WS_TABSTOP}) | stop);
 }
 
@@ -178,6 +183,9 @@ MessageAnswer cPropertyAreaChild::OnMessage(const WindowMessage& message) {
       {WM_SIZE, &cPropertyAreaChild::OnSize},
       {WM_VSCROLL, &cPropertyAreaChild::OnScrollBar},
       {WM_MOUSEWHEEL, &cPropertyAreaChild::OnWheel},
+      {WM_SETFOCUS, &cPropertyAreaChild::OnFocusChange},
+      {WM_KILLFOCUS, &cPropertyAreaChild::OnFocusChange},
+      {WM_PAINT, &cPropertyAreaChild::OnPaint},
       {WM_GETDLGCODE, &cPropertyAreaChild::OnKeyCode},
       {WM_KEYDOWN, &cPropertyAreaChild::OnKey},
       {WM_CTLCOLORSTATIC, &cPropertyAreaChild::OnTextColour},
@@ -216,6 +224,23 @@ MessageAnswer cPropertyAreaChild::OnScrollBar(const WindowMessage& message) {
 MessageAnswer cPropertyAreaChild::OnWheel(const WindowMessage& message) {
   const i32 turned = static_cast<short>(HIWORD(message.wParam));
   ScrollTo(m_scrolled - turned * kWheelLines * LineHeight() / WHEEL_DELTA);
+  return 0;
+}
+
+// The class's own answer would be to hand the focus on to a control inside, and there is none.
+MessageAnswer cPropertyAreaChild::OnFocusChange(const WindowMessage&) {
+  Repaint();
+  return 0;
+}
+
+MessageAnswer cPropertyAreaChild::OnPaint(const WindowMessage&) {
+  PAINTSTRUCT paint;
+  const HDC dc = BeginPaint(Handle(), &paint);
+  const Size size = ClientSize();
+  const RECT box{0, 0, size.width, size.height};
+  FillRect(dc, &box, GetSysColorBrush(COLOR_BTNFACE));
+  if (HasFocus()) DrawFocusRect(dc, &box);
+  EndPaint(Handle(), &paint);
   return 0;
 }
 

@@ -46,6 +46,8 @@ class cPropertyAreaChild : public cChild {
   MessageAnswer OnSize(const WindowMessage& message);
   MessageAnswer OnScrollBar(const WindowMessage& message);
   MessageAnswer OnWheel(const WindowMessage& message);
+  MessageAnswer OnFocusChange(const WindowMessage& message);
+  MessageAnswer OnPaint(const WindowMessage& message);
   MessageAnswer OnKeyCode(const WindowMessage& message);
   MessageAnswer OnKey(const WindowMessage& message);
   MessageAnswer OnTextColour(const WindowMessage& message);

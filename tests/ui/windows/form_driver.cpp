@@ -15,6 +15,16 @@ constexpr u32 kPatienceTicks = 250;  // five seconds
 cFormDriver* g_driver = nullptr;
 UINT_PTR g_timer = 0;
 
+class cLanguage final : public HostSettings {
+ public:
+  bool QuerySetting(u32, void* buffer, u32, u32* size) override {
+    *static_cast<u32*>(buffer) = id;
+    *size = sizeof id;
+    return true;
+  }
+  u32 id = 0;
+};
+
 }  // namespace
 
 cFormDriver::cFormDriver(std::vector<FormStep> steps) : m_steps(std::move(steps)) {
@@ -109,6 +119,13 @@ std::vector<int> TabOrder(HWND form) {
   return ids;
 }
 
+void UseLanguage(u32 id) {
+  // The catalog keeps the settings that it was given.
+  static cLanguage language;
+  language.id = id;
+  Messages().SelectLanguage(&language);
+}
+
 ObjectCounts CountObjects() {
   return {GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS),
           GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS)};
@@ -119,7 +136,7 @@ void FormTest::SetUp() {
       CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
   if (!probe) GTEST_SKIP() << "there is no screen to show forms on";
   DestroyWindow(probe);
-  Messages().SelectLanguage(nullptr);  // English, unless a test says otherwise
+  UseLanguage(0);
 }
 
 }  // namespace larkspur

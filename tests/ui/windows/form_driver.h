@@ -59,6 +59,9 @@ int FocusedId();
 // The ids at which Tab stops, from the first one to the one before it comes round.
 std::vector<int> TabOrder(HWND form);
 
+// Chooses the language of the forms to come.
+void UseLanguage(u32 id);
+
 // Handles of the process: GDI and USER objects.
 struct ObjectCounts {
   u32 gdi = 0;

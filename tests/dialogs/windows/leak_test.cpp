@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+// A hundred openings of each form leave no object of the system behind.
+
+#include "catalog/message_catalog.h"
+#include "dialogs/about_plg_form.h"
+#include "dialogs/message_form.h"
+#include "dialogs/new_folder_name_req_form.h"
+#include "ui/windows/form_driver.h"
+
+namespace larkspur {
+namespace {
+
+constexpr int kOpenings = 100;
+
+using LeakTest = FormTest;
+
+void ChangeScaleAndCancel(HWND form) {
+  const RECT box{50, 50, 900, 700};
+  SendMessageW(form, WM_DPICHANGED, MAKEWPARAM(144, 144), reinterpret_cast<LPARAM>(&box));
+  PressKey(VK_ESCAPE);
+}
+
+void Repeat(int times, const std::function<void()>& show) {
+  for (int i = 0; i < times; ++i) {
+    cFormDriver driver({ChangeScaleAndCancel});
+    show();
+  }
+}
+
+TEST_F(LeakTest, FormsGiveBackWhatTheyTook) {
+  const struct {
+    const char* name;
+    std::function<void()> show;
+  } forms[] = {
+      {"message", [] { AskToConfirm(nullptr, u"One\nTwo"); }},
+      {"request", [] { cNewFolderNameReqForm::Ask(nullptr, *Messages().Find("raid::devopen")); }},
+      {"about", [] { cAboutPlgForm::Present(GetDesktopWindow()); }},
+  };
+  for (const auto& form : forms) {
+    SCOPED_TRACE(form.name);
+    Repeat(5, form.show);  // what the system loads once
+    const ObjectCounts before = CountObjects();
+    Repeat(kOpenings, form.show);
+    const ObjectCounts after = CountObjects();
+    EXPECT_LE(after.gdi, before.gdi + 2);
+    EXPECT_LE(after.user, before.user + 2);
+  }
+}
+
+}  // namespace
+}  // namespace larkspur
