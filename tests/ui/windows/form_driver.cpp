@@ -126,11 +126,6 @@ void UseLanguage(u32 id) {
   Messages().SelectLanguage(&language);
 }
 
-ObjectCounts CountObjects() {
-  return {GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS),
-          GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS)};
-}
-
 void FormTest::SetUp() {
   const HWND probe =
       CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);

@@ -62,13 +62,6 @@ std::vector<int> TabOrder(HWND form);
 // Chooses the language of the forms to come.
 void UseLanguage(u32 id);
 
-// Handles of the process: GDI and USER objects.
-struct ObjectCounts {
-  u32 gdi = 0;
-  u32 user = 0;
-};
-ObjectCounts CountObjects();
-
 // Tests that show forms: skipped where there is no screen to show them on.
 class FormTest : public ::testing::Test {
  protected:
