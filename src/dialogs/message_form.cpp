@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "ui/screen_place.h"
 #include "ui/texts.h"
 
 namespace larkspur {
@@ -13,6 +14,7 @@ constexpr const char* kTextKey = "ciom::messages";
 constexpr u32 kOkItem = 0, kYesItem = 1, kNoItem = 2, kErrorItem = 5, kConfirmItem = 6;
 constexpr i32 kIconUnits = 32;
 constexpr i32 kButtonsY = -40;
+constexpr i32 kMostOfScreen = 80;  // percent of the screen's width that a line may take
 
 struct KindLook {
   u32 kind;
@@ -44,12 +46,7 @@ std::vector<BarButton> ButtonsOf(u32 kind) {
 }  // namespace
 
 cMessageForm::cMessageForm(std::u16string_view text, u32 kind, u32 option)
-    : m_kind(kind), m_option(option) {
-  for (const std::u16string& line : MessageLines(text)) {
-    m_lines.push_back(std::make_unique<cStrTokenItem>());
-    m_lines.back()->text = line;
-  }
-}
+    : m_text(text), m_kind(kind), m_option(option) {}
 
 bool cMessageForm::Present(HWND parent, std::u16string_view text,
                            std::optional<std::u16string_view> caption, u32 captionItem, u32 kind,
@@ -63,17 +60,29 @@ bool cMessageForm::Present(HWND parent, std::u16string_view text,
 void cMessageForm::OnCreate() {
   const KindLook& look = LookOf(m_kind);
   m_icon.Create(*this, kPlacedByForm, look.icon, kIconUnits);
-  for (size_t i = 0; i < m_lines.size(); ++i) {
-    cStrTokenItem& line = *m_lines[i];
-    line.label.Create(*this, kPlacedByForm, line.text);
-    line.label.SetFont(i == 0 ? kFontBold : kFontRegular);
-  }
+  MakeLines();
   m_buttons.Create(*this, kButtonsY, ButtonsOf(m_kind));
   TakeNeededSize();
   if (m_kind == kMessageConfirm && (m_option & kMessageDefaultNo)) {
     m_buttons.SetCurrent(kCancel, true);
   }
   MessageBeep(look.sound);
+}
+
+void cMessageForm::MakeLines() {
+  const i32 room =
+      WorkAreaAround(Handle()).width * kMostOfScreen / 100 - MessageIconRoom(Theme().Dpi());
+  for (const std::u16string& line : MessageLines(m_text)) {
+    const auto widthOf = [this](std::u16string_view text) {
+      return TextSize(Theme().Font(m_lines.empty() ? kFontBold : kFontRegular), text).width;
+    };
+    for (const std::u16string& piece : BrokenLine(line, room, widthOf)) {
+      cStrTokenItem& item = *m_lines.emplace_back(std::make_unique<cStrTokenItem>());
+      item.text = piece;
+      item.label.Create(*this, kPlacedByForm, piece);
+      item.label.SetFont(m_lines.size() == 1 ? kFontBold : kFontRegular);
+    }
+  }
 }
 
 MessageMeasures cMessageForm::Measure() {

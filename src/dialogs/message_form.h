@@ -3,7 +3,8 @@
 #pragma once
 
 // The message box of all dialogs: errors, warnings, and questions to be answered with yes or no.
-// The first line of the text is set in bold beside the kind's icon.
+// The first line of the text is set in bold beside the kind's icon. Lines that the screen is too
+// narrow for are broken.
 
 #include <windows.h>
 
@@ -56,9 +57,11 @@ class cMessageForm final : public cCustomForm {
   void OnScale() override;
   void OnCommand(u32 id) override;
 
+  void MakeLines();
   MessageMeasures Measure();
   void TakeNeededSize();
 
+  std::u16string m_text;
   u32 m_kind;
   u32 m_option;
   std::vector<std::unique_ptr<cStrTokenItem>> m_lines;

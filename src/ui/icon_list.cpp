@@ -18,10 +18,6 @@ HIMAGELIST cIconList::At(i32 extent) {
   return list.get();
 }
 
-OwnedIcon cIconList::Copy(size_t index, i32 extent) const {
-  return index < m_numbers.size() ? MakeIcon(m_numbers[index], extent) : nullptr;
-}
-
 size_t cIconList::IndexOf(u32 iconNumber) const {
   return static_cast<size_t>(std::find(m_numbers.begin(), m_numbers.end(), iconNumber) -
                              m_numbers.begin());

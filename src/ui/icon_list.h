@@ -21,9 +21,6 @@ class cIconList {
   // The icons at extent by extent pixels; owned by the list.
   HIMAGELIST At(i32 extent);
 
-  // One icon of its own; null when there is no such index.
-  OwnedIcon Copy(size_t index, i32 extent) const;
-
   // The index of the icon with this number; the number of icons when it is not in the list.
   size_t IndexOf(u32 iconNumber) const;
 

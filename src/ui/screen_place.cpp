@@ -9,14 +9,14 @@ Box BoxOf(const RECT& box) {
   return {box.left, box.top, box.right - box.left, box.bottom - box.top};
 }
 
+}  // namespace
+
 Box WorkAreaAround(HWND window) {
   MONITORINFO monitor{};
   monitor.cbSize = sizeof monitor;
   GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &monitor);
   return BoxOf(monitor.rcWork);
 }
-
-}  // namespace
 
 Box PlaceOverOwner(HWND owner, HWND window, Size size) {
   const Box workArea = WorkAreaAround(owner ? owner : window);

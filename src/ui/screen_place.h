@@ -10,6 +10,9 @@
 
 namespace larkspur {
 
+// What programs may use of the monitor that `window` is on.
+Box WorkAreaAround(HWND window);
+
 // A window of `size` pixels in the middle of `owner`, on the owner's monitor; in the middle of
 // that monitor when the owner cannot be seen, and of `window`'s own without an owner.
 Box PlaceOverOwner(HWND owner, HWND window, Size size);

@@ -27,7 +27,6 @@ constexpr i32 kTextSize = 13;  // a line's height in units
 constexpr i32 kIconSize = 16;  // units
 constexpr COLORREF kLabelColour = 0x404040;
 constexpr COLORREF kNoticeColour = 0xff4040;
-constexpr COLORREF kFaintColour = 0x808080;
 
 // What to draw text of `wanted` colour with.
 COLORREF TextColour(COLORREF wanted);

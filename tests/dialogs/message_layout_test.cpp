@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/path_text.h"
+
 namespace larkspur {
 namespace {
 
@@ -27,6 +29,41 @@ TEST(MessageLines, AreSplitAtLineFeeds) {
       {u"one\r\ntwo", {u"one\r", u"two"}},
   };
   for (const LinesCase& c : cases) EXPECT_TRUE(MessageLines(c.text) == c.lines);
+}
+
+struct BreakCase {
+  std::u16string_view line;
+  i32 room;
+  Lines pieces;
+};
+
+TEST(BrokenLine, BreaksAtBlanksAndElseBetweenCharacters) {
+  const auto widthOf = [](std::u16string_view text) { return static_cast<i32>(text.size()) * 10; };
+  const BreakCase cases[] = {
+      {u"", 50, {u""}},
+      {u"short", 50, {u"short"}},
+      {u"two words", 50, {u"two", u"words"}},
+      {u"two words", 60, {u"two", u"words"}},
+      {u"one two three", 70, {u"one two", u"three"}},
+      {u"withoutany", 40, {u"with", u"outa", u"ny"}},
+      {u"a withoutany", 40, {u"a", u"with", u"outa", u"ny"}},
+      {u" ab", 10, {u" ", u"a", u"b"}},
+      {u"abc", 0, {u"a", u"b", u"c"}},
+      {u"ab ", 20, {u"ab"}},
+      {u"x\U0001F4BEy", 20, {u"x", u"\U0001F4BE", u"y"}},
+      {u"\U0001F4BE\U0001F4BE", 10, {u"\U0001F4BE", u"\U0001F4BE"}},
+  };
+  for (const BreakCase& c : cases) {
+    SCOPED_TRACE(Utf8FromWide(c.line));
+    EXPECT_TRUE(BrokenLine(c.line, c.room, widthOf) == c.pieces);
+  }
+}
+
+TEST(BrokenLine, EndsForEveryLineAndRoom) {
+  const auto widthOf = [](std::u16string_view text) { return static_cast<i32>(text.size()); };
+  const std::u16string path(16384, u'x');
+  EXPECT_EQ(BrokenLine(path, 100, widthOf).size(), 164u);
+  EXPECT_EQ(BrokenLine(path, -5, widthOf).size(), 16384u);
 }
 
 struct SizeCase {

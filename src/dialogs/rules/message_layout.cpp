@@ -16,6 +16,25 @@ constexpr i32 kIcon = 32;
 constexpr i32 kTop = 14;
 constexpr i32 kBelowIcon = 5;
 
+bool IsLowSurrogate(char16_t unit) {
+  return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+// How many units of `line`, which is too wide, fit into `room`: as many as possible, halving the
+// range, so that a long line costs few measurements.
+size_t UnitsThatFit(std::u16string_view line, i32 room,
+                    const std::function<i32(std::u16string_view)>& widthOf) {
+  size_t fits = 0, tooWide = line.size();
+  while (tooWide - fits > 1) {
+    const size_t middle = fits + (tooWide - fits) / 2;
+    (widthOf(line.substr(0, middle)) <= room ? fits : tooWide) = middle;
+  }
+  // The two halves of one character stay together.
+  if (fits > 0 && IsLowSurrogate(line[fits])) --fits;
+  if (fits > 0) return fits;
+  return line.size() > 1 && IsLowSurrogate(line[1]) ? 2 : 1;
+}
+
 // Lines are 1.5 line heights apart.
 i32 LinesDown(size_t lines, i32 lineHeight) {
   return static_cast<i32>(static_cast<i64>(lines) * lineHeight * 3 / 2);
@@ -31,6 +50,20 @@ std::vector<std::u16string> MessageLines(std::u16string_view text) {
     text.remove_prefix(std::min(end + 1, text.size()));
   }
   return lines;
+}
+
+std::vector<std::u16string> BrokenLine(std::u16string_view line, i32 room,
+                                       const std::function<i32(std::u16string_view)>& widthOf) {
+  std::vector<std::u16string> pieces;
+  while (widthOf(line) > room && line.size() > 1) {
+    const size_t fits = UnitsThatFit(line, room, widthOf);
+    const size_t blank = line.substr(0, fits + 1).rfind(u' ');
+    const bool atBlank = blank != line.npos && blank > 0;
+    pieces.emplace_back(line.substr(0, atBlank ? blank : fits));
+    line.remove_prefix(atBlank ? blank + 1 : fits);
+  }
+  if (!line.empty() || pieces.empty()) pieces.emplace_back(line);
+  return pieces;
 }
 
 i32 MessageIconRoom(u32 dpi) {

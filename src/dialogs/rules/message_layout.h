@@ -7,7 +7,7 @@
 // The first line stands beside the icon, the others below it from the left margin on, one and a
 // half line heights apart.
 
-#include <span>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +18,11 @@ namespace larkspur {
 
 // The lines of a text: split at each line feed, of which one at the very end starts no other line.
 std::vector<std::u16string> MessageLines(std::u16string_view text);
+
+// A line in pieces of which none is wider than `room`, as `widthOf` measures them: broken at blanks
+// and, where there are none, between characters. A piece has one character at least.
+std::vector<std::u16string> BrokenLine(std::u16string_view line, i32 room,
+                                       const std::function<i32(std::u16string_view)>& widthOf);
 
 // What was measured with the fonts in use, in pixels.
 struct MessageMeasures {

@@ -88,5 +88,16 @@ TEST_F(MessageFormTest, ShowsEachLineOfTheText) {
   ShowError(nullptr, u"One\nTwo & more\n\nThree\n");
 }
 
+TEST_F(MessageFormTest, StaysOnTheScreenWhateverTheText) {
+  cFormDriver driver({[](HWND form) {
+    RECT box{};
+    GetWindowRect(form, &box);
+    EXPECT_GE(box.left, 0);
+    EXPECT_LE(box.right, GetSystemMetrics(SM_CXSCREEN));
+    PressKey(VK_RETURN);
+  }});
+  ShowError(nullptr, u"C:\\" + std::u16string(600, u'x') + u" cannot be opened");
+}
+
 }  // namespace
 }  // namespace larkspur
