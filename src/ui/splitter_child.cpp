@@ -37,20 +37,21 @@ MessageAnswer cSplitterChild::OnCursor(const WindowMessage&) {
   return TRUE;
 }
 
-i32 cSplitterChild::PointerPosition() const {
-  POINT pointer{};
-  GetCursorPos(&pointer);
+i32 cSplitterChild::PointerPosition(const WindowMessage& message) const {
+  POINT pointer{static_cast<short>(LOWORD(message.lParam)),
+                static_cast<short>(HIWORD(message.lParam))};
+  ClientToScreen(Handle(), &pointer);
   return m_along == Along::Horizontally ? pointer.x : pointer.y;
 }
 
-MessageAnswer cSplitterChild::OnPress(const WindowMessage&) {
-  m_grip = PointerPosition() - Value();
+MessageAnswer cSplitterChild::OnPress(const WindowMessage& message) {
+  m_grip = PointerPosition(message) - Value();
   SetCapture(Handle());
   return 0;
 }
 
-MessageAnswer cSplitterChild::OnDrag(const WindowMessage&) {
-  if (GetCapture() == Handle()) SlideTo(PointerPosition() - m_grip);
+MessageAnswer cSplitterChild::OnDrag(const WindowMessage& message) {
+  if (GetCapture() == Handle()) SlideTo(PointerPosition(message) - m_grip);
   return 0;
 }
 

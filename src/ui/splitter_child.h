@@ -39,7 +39,8 @@ class cSplitterChild : public cValueChild {
   MessageAnswer OnFocusChange(const WindowMessage& message);
 
   void SlideTo(i32 wanted);
-  i32 PointerPosition() const;
+  // On the screen, in the direction in which the bar moves.
+  i32 PointerPosition(const WindowMessage& message) const;
 
   Along m_along;
   i32 m_wanted = 0;

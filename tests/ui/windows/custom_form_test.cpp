@@ -272,6 +272,24 @@ TEST_F(CustomFormTest, FollowsTheScaleOfItsMonitor) {
   cSampleForm().Present(nullptr);
 }
 
+TEST_F(CustomFormTest, RunsAsAProgramsMainWindow) {
+  cSampleForm form;
+  cFormDriver driver({[](HWND window) {
+                        EXPECT_TRUE(GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_APPWINDOW);
+                        EXPECT_TRUE(SendMessageW(window, WM_GETICON, ICON_BIG, 0));
+                      },
+                      Key(VK_F5), Key(VK_RETURN)});
+  FormLook look;
+  look.title = u"Main";
+  look.size = {350, 200};
+  look.least = {300, 150};
+  look.inTaskBar = true;
+  ASSERT_TRUE(form.Open(nullptr, look));
+  EXPECT_TRUE(IsWindowVisible(form.Handle()));
+  EXPECT_EQ(form.RunUntilClosed(), 7u);
+  EXPECT_EQ(form.commands, (std::vector<u32>{2000, IDOK}));
+}
+
 TEST_F(CustomFormTest, MayBeShownAgain) {
   cSampleForm form;
   for (int round = 0; round < 3; ++round) {

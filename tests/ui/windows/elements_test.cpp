@@ -117,6 +117,32 @@ TEST_F(ElementTest, AnIconButtonIsNamedByItsHint) {
   EXPECT_EQ(form.commands, (std::vector<u32>{IDCANCEL})) << "a click of its own is no command";
 }
 
+TEST_F(ElementTest, AHintIsTheSystemsTooltip) {
+  cIconButtonChild button;
+  cElementForm form([&](cCustomForm& f) {
+    button.Create(f, {5, 5, 20, 22}, 101, u"Choose a file", kIconChoose);
+  });
+  form.Present({[&](HWND window) {
+    HWND tip = FindWindowW(TOOLTIPS_CLASSW, nullptr);
+    while (tip && GetWindow(tip, GW_OWNER) != window) {
+      tip = FindWindowExW(nullptr, tip, TOOLTIPS_CLASSW, nullptr);
+    }
+    ASSERT_TRUE(tip);
+    wchar_t text[64] = {};
+    TTTOOLINFOW tool{};
+    tool.cbSize = TTTOOLINFOW_V1_SIZE;
+    tool.hwnd = window;
+    tool.uId = reinterpret_cast<UINT_PTR>(button.Handle());
+    tool.lpszText = text;
+    SendMessageW(tip, TTM_GETTEXTW, 64, reinterpret_cast<LPARAM>(&tool));
+    EXPECT_STREQ(text, L"Choose a file");
+    button.SetHint(u"Another");
+    EXPECT_EQ(Utf8(button.Text()), "Another");
+    SendMessageW(tip, TTM_GETTEXTW, 64, reinterpret_cast<LPARAM>(&tool));
+    EXPECT_STREQ(text, L"Another");
+  }});
+}
+
 TEST_F(ElementTest, ADropDownListKeepsWhatEachRowStandsFor) {
   cDropDownListChild list;
   int changes = 0, data = 0;
@@ -197,19 +223,14 @@ TEST_F(ElementTest, ASplitterIsMovedByKeysAndByDragging) {
   form.Present({Key(VK_RIGHT), Key(VK_RIGHT), Key(VK_LEFT), [&](HWND) {
                   EXPECT_EQ(splitter.Value(), 110);
                   EXPECT_EQ(changes, 3);
-                  RECT box{};
-                  GetWindowRect(splitter.Handle(), &box);
-                  SetCursorPos(box.left + 2, box.top + 50);
-                  splitter.Send(WM_LBUTTONDOWN);
-                  SetCursorPos(box.left - 500, box.top + 50);
-                  splitter.Send(WM_MOUSEMOVE);
+                  // The bar moves under the pointer, whose place is told relative to the bar.
+                  splitter.Send(WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(2, 50));
+                  splitter.Send(WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-300, 50));
                   EXPECT_EQ(splitter.Value(), 50);
-                  SetCursorPos(box.left + 22, box.top + 50);
-                  splitter.Send(WM_MOUSEMOVE);
+                  splitter.Send(WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(82, 50));
                   EXPECT_EQ(splitter.Value(), 130);
-                  splitter.Send(WM_LBUTTONUP);
-                  SetCursorPos(box.left + 90, box.top + 50);
-                  splitter.Send(WM_MOUSEMOVE);
+                  splitter.Send(WM_LBUTTONUP, 0, MAKELPARAM(2, 50));
+                  splitter.Send(WM_MOUSEMOVE, 0, MAKELPARAM(40, 50));
                   EXPECT_EQ(splitter.Value(), 130) << "the bar was let go";
                 }});
 }

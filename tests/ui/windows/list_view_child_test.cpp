@@ -147,6 +147,22 @@ TEST_F(ListViewTest, AsksOnlyForWhatItShows) {
   }});
 }
 
+TEST_F(ListViewTest, OffersAMenuForTheSelectedRow) {
+  cListForm form({u"beta", u"gamma"});
+  std::vector<u32> asked;
+  form.Present({[&](HWND) {
+    form.list.SetValue(1);
+    form.list.onContextMenu = [&](u32 row, POINT where) {
+      asked.push_back(row);
+      RECT box{};
+      GetWindowRect(form.list.Handle(), &box);
+      EXPECT_TRUE(PtInRect(&box, where));
+    };
+    form.list.Send(WM_CONTEXTMENU, reinterpret_cast<WPARAM>(form.list.Handle()), -1);
+    EXPECT_EQ(asked, (std::vector<u32>{1}));
+  }});
+}
+
 TEST_F(ListViewTest, ReloadsAModelThatHasShrunk) {
   cListForm form({u"beta", u"gamma", u"alpha"});
   form.Present({[&](HWND) {
