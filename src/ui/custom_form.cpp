@@ -124,10 +124,12 @@ void cCustomForm::GrowTo(Size client) {
   TakeSize({std::max(client.width, now.width), std::max(client.height, now.height)});
 }
 
-// What the title needs beside the window's close button.
+// What the title needs with the window's buttons beside it.
 i32 cCustomForm::TitleWidth() {
-  constexpr i32 kBesideTitle = 56;  // units
-  return TextSize(m_theme->Font(), m_look.title).width + m_theme->Pixels(kBesideTitle);
+  constexpr i32 kBesideTitle = 48, kSizingButtons = 72;  // units
+  const i32 beside = kBesideTitle + (m_look.least.width > 0 ? kSizingButtons : 0);
+  const OwnedFont font = TitleFont(m_theme->Dpi());
+  return TextSize(font.get(), m_look.title).width + m_theme->Pixels(beside);
 }
 
 void cCustomForm::FocusFirst() {

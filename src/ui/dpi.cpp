@@ -2,8 +2,6 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "ui/dpi.h"
 
-#include "ui/handles.h"
-
 namespace larkspur {
 namespace {
 
@@ -36,6 +34,17 @@ Size WindowSizeFor(Size client, DWORD style, DWORD exStyle, u32 dpi) {
     AdjustWindowRectEx(&box, style, FALSE, exStyle);
   }
   return {box.right - box.left, box.bottom - box.top};
+}
+
+OwnedFont TitleFont(u32 dpi) {
+  static const auto parametersForDpi =
+      FromUser32<BOOL(WINAPI*)(UINT, UINT, void*, UINT, UINT)>("SystemParametersInfoForDpi");
+  NONCLIENTMETRICSW metrics{};
+  metrics.cbSize = sizeof metrics;
+  const bool scaled = parametersForDpi &&
+                      parametersForDpi(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0, dpi);
+  if (!scaled) SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
+  return OwnedFont(CreateFontIndirectW(&metrics.lfCaptionFont));
 }
 
 void LeaveDpiChangesToUs(HWND dialog) {

@@ -8,6 +8,7 @@
 
 #include <windows.h>
 
+#include "ui/handles.h"
 #include "ui/rules/geometry.h"
 
 namespace larkspur {
@@ -16,6 +17,9 @@ u32 DpiOf(HWND window);
 
 // The window size that gives `client` pixels inside, for a window of this style at `dpi`.
 Size WindowSizeFor(Size client, DWORD style, DWORD exStyle, u32 dpi);
+
+// The font in which the system writes windows' titles.
+OwnedFont TitleFont(u32 dpi);
 
 // Keeps the system from rearranging a dialog's controls on a change of scale: we do it.
 void LeaveDpiChangesToUs(HWND dialog);

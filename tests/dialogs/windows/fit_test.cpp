@@ -6,6 +6,7 @@
 #include "dialogs/about_plg_form.h"
 #include "dialogs/message_form.h"
 #include "dialogs/new_folder_name_req_form.h"
+#include "ui/dpi.h"
 #include "ui/texts.h"
 #include "ui/theme.h"
 #include "ui/windows/form_driver.h"
@@ -45,8 +46,16 @@ BOOL CALLBACK CheckFits(HWND control, LPARAM) {
   return TRUE;
 }
 
+void CheckTitleFits(HWND form) {
+  constexpr i32 kCloseButton = 32;
+  const OwnedFont font = TitleFont(kUnitDpi);
+  EXPECT_LE(TextSize(font.get(), TextOfWindow(form)).width + kCloseButton, SizeOf(form).width)
+      << Utf8(TextOfWindow(form));
+}
+
 // Checks the form at 100, 150 and 200 percent and closes it.
 void CheckAtEveryScale(HWND form) {
+  CheckTitleFits(form);
   const Size unscaled = SizeOf(form);
   for (const u32 percent : {100u, 150u, 200u}) {
     SCOPED_TRACE(percent);
