@@ -62,7 +62,6 @@ class cListViewChild : public cValueChild {
   u32 Value() const;
   // Selects a row and scrolls to it; `onChange` is not called.
   void SetValue(u32 row);
-  u32 RowAtPosition(u32 position) const { return m_rows.RowAt(position); }
 
   const cHeaderChild& Header() const { return m_header; }
 

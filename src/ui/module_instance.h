@@ -8,8 +8,7 @@
 
 namespace larkspur {
 
-// Resource numbers of the manifests that name version 6 of the common controls.
-constexpr WORD kProgramManifest = 1;
+// The resource number of a module's manifest, which names version 6 of the common controls.
 constexpr WORD kModuleManifest = 2;
 
 HINSTANCE ModuleInstance();
