@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// A list of the theme's icons that elements show by index, made once for each size that is asked
+// for. One list may serve all instances of a form.
+
+#include <map>
+#include <vector>
+
+#include "ui/handles.h"
+#include "ui/theme.h"
+
+namespace larkspur {
+
+class cIconList {
+ public:
+  cIconList() = default;
+  explicit cIconList(std::vector<u32> iconNumbers) : m_numbers(std::move(iconNumbers)) {}
+
+  // The icons at extent by extent pixels; owned by the list.
+  HIMAGELIST At(i32 extent);
+
+  // The index of the icon with this number; the number of icons when it is not in the list.
+  size_t IndexOf(u32 iconNumber) const;
+
+ private:
+  std::vector<u32> m_numbers;
+  std::map<i32, OwnedImageList> m_lists;
+};
+
+}  // namespace larkspur

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "ui/list_view_child.h"
+
+#include <algorithm>
+
+#include <uxtheme.h>
+
+#include "ui/custom_form.h"
+#include "ui/wide.h"
+
+namespace larkspur {
+namespace {
+
+constexpr DWORD kStyle = WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SINGLESEL |
+                         LVS_SHOWSELALWAYS | LVS_SHAREIMAGELISTS;
+constexpr DWORD kExtended = LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP;
+
+bool StartsWith(const std::u16string& text, const wchar_t* start) {
+  const int length = lstrlenW(start);
+  if (static_cast<size_t>(length) > text.size()) return false;
+  return CompareStringOrdinal(Wide(text), length, start, length, TRUE) == CSTR_EQUAL;
+}
+
+}  // namespace
+
+cListViewChild::cListViewChild() : cValueChild(WC_LISTVIEWW, kStyle, WS_EX_CLIENTEDGE) {}
+
+void cListViewChild::OnCreate() {
+  Send(LVM_SETEXTENDEDLISTVIEWSTYLE, kExtended, kExtended);
+  SetWindowTheme(Handle(), L"Explorer", nullptr);
+  m_header.Take(reinterpret_cast<HWND>(Send(LVM_GETHEADER)));
+}
+
+void cListViewChild::OnScale() {
+  for (size_t i = 0; i < m_columns.size(); ++i) {
+    Send(LVM_SETCOLUMNWIDTH, i, Theme().Pixels(m_columns[i].width));
+  }
+  if (!m_icons) return;
+  const HIMAGELIST icons = m_icons->At(Theme().Pixels(kIconSize));
+  Send(LVM_SETIMAGELIST, LVSIL_SMALL, reinterpret_cast<LPARAM>(icons));
+}
+
+void cListViewChild::SetColumns(std::vector<Column> columns) {
+  m_columns = std::move(columns);
+  for (size_t i = 0; i < m_columns.size(); ++i) {
+    LVCOLUMNW column{};
+    column.mask = LVCF_TEXT | LVCF_FMT | LVCF_SUBITEM;
+    column.pszText = WideIn(m_columns[i].title);
+    column.fmt = m_columns[i].rightAligned ? LVCFMT_RIGHT : LVCFMT_LEFT;
+    column.iSubItem = static_cast<int>(i);
+    Send(LVM_INSERTCOLUMNW, i, reinterpret_cast<LPARAM>(&column));
+  }
+  OnScale();
+}
+
+void cListViewChild::SetIcons(cIconList* icons) {
+  m_icons = icons;
+  OnScale();
+}
+
+void cListViewChild::SetModel(const cListModel* model) {
+  m_model = model;
+  Reload();
+}
+
+void cListViewChild::Reload() {
+  m_setting = true;
+  m_rows.Reset(m_model ? m_model->RowCount() : 0);
+  if (m_sortColumn < m_columns.size()) {
+    m_rows.Sort(*m_columns[m_sortColumn].sort, m_descending);
+    m_header.ShowSorted(m_sortColumn, m_descending);
+  }
+  LVITEMW none{};
+  none.stateMask = LVIS_SELECTED | LVIS_FOCUSED;
+  Send(LVM_SETITEMSTATE, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(&none));
+  Send(LVM_SETITEMCOUNT, m_rows.Count());
+  Repaint();
+  m_setting = false;
+}
+
+void cListViewChild::SortBy(u32 column, bool descending) {
+  if (column >= m_columns.size() || !m_columns[column].sort) return;
+  const u32 selected = Value();
+  m_sortColumn = column;
+  m_descending = descending;
+  Reload();
+  SetValue(selected);
+}
+
+u32 cListViewChild::Value() const {
+  const LRESULT position = Send(LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_SELECTED);
+  const bool inRange = position >= 0 && position < static_cast<LRESULT>(m_rows.Count());
+  return IsOpen() && inRange ? m_rows.RowAt(static_cast<u32>(position)) : kNoRow;
+}
+
+void cListViewChild::SetValue(u32 row) {
+  if (row >= m_rows.Count()) return;
+  m_setting = true;
+  const u32 position = m_rows.PositionOf(row);
+  LVITEMW item{};
+  item.state = item.stateMask = LVIS_SELECTED | LVIS_FOCUSED;
+  Send(LVM_SETITEMSTATE, position, reinterpret_cast<LPARAM>(&item));
+  Send(LVM_ENSUREVISIBLE, position, FALSE);
+  m_setting = false;
+}
+
+// ---- The control's own messages ----
+
+MessageAnswer cListViewChild::OnMessage(const WindowMessage& message) {
+  static constexpr MessageRow<cListViewChild> kMessages[] = {
+      {WM_GETDLGCODE, &cListViewChild::OnKeyCode},
+      {WM_CONTEXTMENU, &cListViewChild::OnMenu},
+  };
+  if (const MessageAnswer answer = HandledBy(*this, kMessages, message)) return answer;
+  return cValueChild::OnMessage(message);
+}
+
+// Enter on a row is the list's own and not the default button's.
+MessageAnswer cListViewChild::OnKeyCode(const WindowMessage& message) {
+  const MSG* key = reinterpret_cast<const MSG*>(message.lParam);
+  const bool enter = key && key->message == WM_KEYDOWN && key->wParam == VK_RETURN;
+  if (!enter || !onActivate || Value() == kNoRow) return std::nullopt;
+  return DLGC_WANTMESSAGE;
+}
+
+MessageAnswer cListViewChild::OnMenu(const WindowMessage& message) {
+  if (!onContextMenu) return std::nullopt;
+  POINT where{static_cast<short>(LOWORD(message.lParam)),
+              static_cast<short>(HIWORD(message.lParam))};
+  if (message.lParam == -1) {  // the menu key: below the selected row
+    RECT box{};
+    box.left = LVIR_LABEL;
+    const LRESULT selected = Send(LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_SELECTED);
+    if (selected >= 0) {
+      Send(LVM_GETITEMRECT, static_cast<WPARAM>(selected), reinterpret_cast<LPARAM>(&box));
+    }
+    where = {box.left, box.bottom};
+    ClientToScreen(Handle(), &where);
+  }
+  onContextMenu(Value(), where);
+  return 0;
+}
+
+// ---- What the control asks and tells its form ----
+
+MessageAnswer cListViewChild::OnNotify(NMHDR& header) {
+  struct Row {
+    UINT code;
+    MessageAnswer (cListViewChild::*handle)(NMHDR& header);
+  };
+  static constexpr Row kRows[] = {
+      {LVN_GETDISPINFOW, &cListViewChild::OnCellWanted},
+      {LVN_COLUMNCLICK, &cListViewChild::OnTitleClicked},
+      {LVN_ITEMCHANGED, &cListViewChild::OnRowChanged},
+      {LVN_ITEMACTIVATE, &cListViewChild::OnActivated},
+      {LVN_ODFINDITEMW, &cListViewChild::OnTextTyped},
+  };
+  for (const Row& row : kRows) {
+    if (row.code == header.code) return (this->*row.handle)(header);
+  }
+  return std::nullopt;
+}
+
+MessageAnswer cListViewChild::OnCellWanted(NMHDR& header) {
+  LVITEMW& item = reinterpret_cast<NMLVDISPINFOW&>(header).item;
+  if (!m_model || static_cast<u32>(item.iItem) >= m_rows.Count()) return 0;
+  const u32 row = m_rows.RowAt(static_cast<u32>(item.iItem));
+  if (item.mask & LVIF_TEXT) {
+    m_cell = m_model->CellText(row, static_cast<u32>(item.iSubItem));
+    item.pszText = WideIn(m_cell);
+  }
+  if (item.mask & LVIF_IMAGE) item.iImage = item.iSubItem == 0 ? m_model->RowIcon(row) : -1;
+  return 0;
+}
+
+MessageAnswer cListViewChild::OnTitleClicked(NMHDR& header) {
+  const u32 column = static_cast<u32>(reinterpret_cast<NMLISTVIEW&>(header).iSubItem);
+  SortBy(column, column == m_sortColumn && !m_descending);
+  return 0;
+}
+
+MessageAnswer cListViewChild::OnRowChanged(NMHDR& header) {
+  const NMLISTVIEW& change = reinterpret_cast<NMLISTVIEW&>(header);
+  const UINT before = change.uOldState & LVIS_SELECTED, after = change.uNewState & LVIS_SELECTED;
+  if (!m_setting && before != after) TellChange();
+  return 0;
+}
+
+MessageAnswer cListViewChild::OnActivated(NMHDR&) {
+  const u32 row = Value();
+  if (row != kNoRow && onActivate) onActivate(row);
+  return 0;
+}
+
+// Answers with the position of the next row that starts with what was typed; -1 without one.
+MessageAnswer cListViewChild::OnTextTyped(NMHDR& header) {
+  const NMLVFINDITEMW& wanted = reinterpret_cast<NMLVFINDITEMW&>(header);
+  const u32 count = m_rows.Count();
+  if (!m_model || !(wanted.lvfi.flags & (LVFI_STRING | LVFI_PARTIAL))) return -1;
+  for (u32 i = 0; i < count; ++i) {
+    const u32 position = (static_cast<u32>(std::max(0, wanted.iStart)) + i) % count;
+    if (StartsWith(m_model->CellText(m_rows.RowAt(position), 0), wanted.lvfi.psz)) return position;
+  }
+  return -1;
+}
+
+}  // namespace larkspur

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// How forms look: fonts by number, colours, icons. A form has a theme of its own for the scale that
+// it is shown at and gives the fonts back with it.
+//
+// Colours are the system's COLORREF (0xBBGGRR). In high-contrast modes the system's own text colour
+// takes the place of all others.
+
+#include <windows.h>
+
+#include <map>
+#include <string_view>
+#include <utility>
+
+#include "ui/handles.h"
+#include "ui/rules/geometry.h"
+#include "ui/rules/icon_shapes.h"
+
+namespace larkspur {
+
+// The theme's fonts, all "Tahoma" but the fixed one.
+enum FontNumber : u32 { kFontRegular = 5, kFontBold = 6, kFontFixed = 7 };
+
+constexpr i32 kTextSize = 13;  // a line's height in units
+constexpr i32 kIconSize = 16;  // units
+constexpr COLORREF kLabelColour = 0x404040;
+constexpr COLORREF kNoticeColour = 0xff4040;
+
+// What to draw text of `wanted` colour with.
+COLORREF TextColour(COLORREF wanted);
+
+// Icon `number` at extent by extent pixels, as something that cannot be used now when `faded`; null
+// for an unknown number.
+OwnedIcon MakeIcon(u32 number, i32 extent, bool faded = false);
+
+// The size of one line of text in pixels.
+Size TextSize(HFONT font, std::u16string_view text);
+
+// The height in pixels of text wrapped at `width`.
+i32 WrappedHeight(HFONT font, std::u16string_view text, i32 width);
+
+class cTheme {
+ public:
+  explicit cTheme(u32 dpi) : m_dpi(dpi) {}
+
+  // Font `number` with lines of `size` units; owned by the theme, null when there is none to be
+  // had.
+  HFONT Font(u32 number = kFontRegular, i32 size = kTextSize);
+
+  u32 Dpi() const { return m_dpi; }
+  i32 Pixels(i32 units) const { return Scaled(units, m_dpi); }
+
+ private:
+  u32 m_dpi;
+  std::map<std::pair<u32, i32>, OwnedFont> m_fonts;
+};
+
+}  // namespace larkspur

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "dialogs/message_form.h"
+
+#include "ui/windows/form_driver.h"
+
+namespace larkspur {
+namespace {
+
+using MessageFormTest = FormTest;
+
+struct AnswerCase {
+  const char* name;
+  u32 kind;
+  u32 option;
+  FormStep step;
+  bool answer;
+};
+
+TEST_F(MessageFormTest, ClosesWithWhatTheUserChose) {
+  const AnswerCase cases[] = {
+      {"error, enter", kMessageError, 0, Key(VK_RETURN), true},
+      {"error, escape", kMessageError, 0, Key(VK_ESCAPE), false},
+      {"error, button", kMessageError, 0, Press(IDOK), true},
+      {"confirm, enter", kMessageConfirm, 0, Key(VK_RETURN), true},
+      {"confirm with no as default, enter", kMessageConfirm, kMessageDefaultNo, Key(VK_RETURN),
+       false},
+      {"confirm, no", kMessageConfirm, 0, Press(IDCANCEL), false},
+      {"confirm, yes", kMessageConfirm, kMessageDefaultNo, Press(IDOK), true},
+      {"confirm, space on the first button", kMessageConfirm, 0, Key(VK_SPACE), true},
+      {"warning, close box", kMessageWarning, 0,
+       [](HWND form) { PostMessageW(form, WM_CLOSE, 0, 0); }, false},
+  };
+  for (const AnswerCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    cFormDriver driver({c.step});
+    EXPECT_EQ(cMessageForm::Present(nullptr, u"Text", std::nullopt, 5, c.kind, c.option), c.answer);
+  }
+}
+
+TEST_F(MessageFormTest, IsTitledByItsCaptionOrByTheCatalog) {
+  cFormDriver driver({
+      [](HWND form) {
+        EXPECT_EQ(Utf8(TextOfWindow(form)), "Error");
+        PressKey(VK_ESCAPE);
+      },
+      [](HWND form) {
+        EXPECT_EQ(Utf8(TextOfWindow(form)), "Mine");
+        PressKey(VK_ESCAPE);
+      },
+  });
+  ShowError(nullptr, u"Text");
+  cMessageForm::Present(nullptr, u"Text", u"Mine", 5, kMessageError, 0);
+}
+
+TEST_F(MessageFormTest, FunctionKeysDoNothing) {
+  std::vector<FormStep> steps;
+  for (u32 key = VK_F1; key <= VK_F12; ++key) {
+    steps.push_back([key](HWND) {
+      PressKey(key);
+      PostMessageW(GetFocus(), WM_SYSKEYDOWN, key == VK_F10 ? VK_F10 : VK_F2, 1);
+    });
+  }
+  steps.push_back([](HWND form) {
+    EXPECT_EQ(Utf8(TextOfWindow(form)), "Error");
+    EXPECT_EQ(FocusedId(), IDOK);
+    GUITHREADINFO state{};
+    state.cbSize = sizeof state;
+    GetGUIThreadInfo(GetCurrentThreadId(), &state);
+    EXPECT_EQ(state.flags & (GUI_INMENUMODE | GUI_SYSTEMMENUMODE), 0u);
+    PressKey(VK_RETURN);
+  });
+  cFormDriver driver(steps);
+  EXPECT_TRUE(cMessageForm::Present(nullptr, u"Text", std::nullopt, 5, kMessageError, 0));
+}
+
+TEST_F(MessageFormTest, ShowsEachLineOfTheText) {
+  cFormDriver driver({[](HWND form) {
+    std::vector<std::string> shown;
+    for (HWND child = GetWindow(form, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+      if (ClassOf(child) == "Static" && !TextOfWindow(child).empty()) {
+        shown.push_back(Utf8(TextOfWindow(child)));
+      }
+    }
+    EXPECT_EQ(shown, (std::vector<std::string>{"One", "Two & more", "Three"}));
+    PressKey(VK_RETURN);
+  }});
+  ShowError(nullptr, u"One\nTwo & more\n\nThree\n");
+}
+
+TEST_F(MessageFormTest, StaysOnTheScreenWhateverTheText) {
+  cFormDriver driver({[](HWND form) {
+    RECT box{};
+    GetWindowRect(form, &box);
+    EXPECT_GE(box.left, 0);
+    EXPECT_LE(box.right, GetSystemMetrics(SM_CXSCREEN));
+    PressKey(VK_RETURN);
+  }});
+  ShowError(nullptr, u"C:\\" + std::u16string(600, u'x') + u" cannot be opened");
+}
+
+}  // namespace
+}  // namespace larkspur
