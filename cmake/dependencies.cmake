@@ -13,4 +13,8 @@ add_library(larkspur_headers INTERFACE)
 target_include_directories(larkspur_headers SYSTEM INTERFACE ${LARKSPUR_HEADERS})
 target_compile_definitions(larkspur_headers INTERFACE FMT_HEADER_ONLY)
 
+# Windows programs and the module stand alone: the library itself, not the import library of a DLL.
+if(WIN32)
+  set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
+endif()
 find_package(ZLIB REQUIRED)

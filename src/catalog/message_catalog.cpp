@@ -9,6 +9,8 @@ namespace {
 
 constexpr u32 kLanguageSetting = 16;
 
+cMessageCatalog* g_messages = nullptr;
+
 std::span<const u8> PackOf(std::span<const LanguagePack> packs, u32 languageId) {
   for (const LanguagePack& pack : packs) {
     if (pack.languageId == languageId) return pack.image;
@@ -87,9 +89,15 @@ void cMessageCatalog::LoadLanguage(u32 languageId) {
 }
 
 cMessageCatalog& Messages() {
-  static cMessageCatalog& catalog =
-      *new cMessageCatalog(kModulePacks, kToolkitPacks, kLanguageNamesPack);
-  return catalog;
+  if (!g_messages) {
+    g_messages = new cMessageCatalog(kModulePacks, kToolkitPacks, kLanguageNamesPack);
+  }
+  return *g_messages;
+}
+
+void ReleaseMessages() {
+  delete g_messages;
+  g_messages = nullptr;
 }
 
 }  // namespace larkspur

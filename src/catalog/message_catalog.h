@@ -67,7 +67,10 @@ class cMessageCatalog {
   std::u16string m_languageName;
 };
 
-// The catalog of this process, over the packs stored in it. It is never destroyed.
+// The catalog of this process, over the packs stored in it, made when it is first asked for.
 cMessageCatalog& Messages();
+
+// Frees the catalog of this process, for a module that leaves its host.
+void ReleaseMessages();
 
 }  // namespace larkspur

@@ -2,25 +2,49 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "io/path_locks.h"
 
+#include <atomic>
 #include <functional>
 #include <map>
+#include <memory>
 #include <new>
 #include <string>
 
 namespace larkspur {
+namespace {
+
+struct Registry {
+  cCriticalSection guard;
+  std::map<std::u16string, cCriticalSection, std::less<>> sections;
+};
+
+// Not destroyed at the end of main, which an image may outlive.
+std::atomic<Registry*> g_registry{nullptr};
+
+Registry& TheRegistry() {
+  Registry* registry = g_registry;
+  if (registry) return *registry;
+  auto made = std::make_unique<Registry>();
+  // Another thread may have been faster.
+  if (!g_registry.compare_exchange_strong(registry, made.get())) return *registry;
+  return *made.release();
+}
+
+}  // namespace
 
 cCriticalSection* FindPathLock(std::u16string_view path) {
-  // Never destroyed: an image may outlive the end of main.
-  static cCriticalSection& guard = *new cCriticalSection;
-  static auto& sections = *new std::map<std::u16string, cCriticalSection, std::less<>>;
-  cSafeCriticalSectionAccess access(&guard);
   try {
-    const auto found = sections.find(path);
-    if (found != sections.end()) return &found->second;
-    return &sections[std::u16string(path)];
+    Registry& registry = TheRegistry();
+    cSafeCriticalSectionAccess access(&registry.guard);
+    const auto found = registry.sections.find(path);
+    if (found != registry.sections.end()) return &found->second;
+    return &registry.sections[std::u16string(path)];
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
+}
+
+void ReleasePathLocks() {
+  delete g_registry.exchange(nullptr);
 }
 
 }  // namespace larkspur

@@ -15,4 +15,8 @@ namespace larkspur {
 // The section of `path`, made on the first call; lives as long as the process. Null without memory.
 cCriticalSection* FindPathLock(std::u16string_view path);
 
+// Frees the table, for a module that leaves its host. REQUIRES: no image is left, and none is made
+// afterwards.
+void ReleasePathLocks();
+
 }  // namespace larkspur

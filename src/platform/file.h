@@ -63,6 +63,10 @@ bool IsSameFile(FileHandle one, FileHandle other);
 // The same of two paths; false when either cannot be opened for reading.
 bool AreSameFile(const char16_t* one, const char16_t* other);
 
+// The path from the file system's root, "." and ".." resolved; on Windows also the device that a
+// reserved name such as "NUL" stands for. The path as it is when that fails.
+std::u16string FullPath(const char16_t* path);
+
 enum class PathKind { kAbsent, kFile, kFolder, kDevice, kOther, kUnknown };
 PathKind KindOfPath(const char16_t* path);
 

@@ -18,8 +18,8 @@ void SharedHeapRelease(void* block) noexcept;
 // The heap's handle as the host contract passes it; null when there is none yet.
 void* SharedHeapHandle() noexcept;
 
-// The heap's handle; makes a heap of our own when there is none. Null only when that fails, or
-// where the system has no heap handles.
+// The heap's handle: the host's, and a heap of our own where the host has none. Null only when that
+// fails, or where the system has no heap handles.
 void* SharedHeapHandleOrNew() noexcept;
 
 }  // namespace larkspur::platform

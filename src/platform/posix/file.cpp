@@ -4,6 +4,8 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -128,6 +130,12 @@ bool IsSameFile(FileHandle one, FileHandle other) {
 bool AreSameFile(const char16_t* one, const char16_t* other) {
   const OwnedFile a(OpenExistingFile(one, kOpenRead)), b(OpenExistingFile(other, kOpenRead));
   return a.IsOpen() && b.IsOpen() && IsSameFile(a.Handle(), b.Handle());
+}
+
+std::u16string FullPath(const char16_t* path) {
+  std::error_code error;
+  const std::filesystem::path full = std::filesystem::absolute(Utf8FromWide(path), error);
+  return error ? std::u16string(path) : WideFromUtf8(full.lexically_normal().string());
 }
 
 PathKind KindOfPath(const char16_t* path) {

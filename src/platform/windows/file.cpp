@@ -141,6 +141,11 @@ bool AreSameFile(const char16_t* one, const char16_t* other) {
   return a.IsOpen() && b.IsOpen() && IsSameFile(a.Handle(), b.Handle());
 }
 
+std::u16string FullPath(const char16_t* path) {
+  const std::wstring full = AbsolutePath(reinterpret_cast<const wchar_t*>(path));
+  return reinterpret_cast<const char16_t*>(full.c_str());
+}
+
 PathKind KindOfPath(const char16_t* path) {
   if (IsDevicePath(path)) return PathKind::kDevice;
   const DWORD attributes = GetFileAttributesW(NativePath(path).c_str());

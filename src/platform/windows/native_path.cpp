@@ -14,7 +14,9 @@ bool StartsWith(const std::wstring& text, const wchar_t* prefix) {
   return text.rfind(prefix, 0) == 0;
 }
 
-std::wstring Absolute(const std::wstring& path) {
+}  // namespace
+
+std::wstring AbsolutePath(const std::wstring& path) {
   const DWORD needed = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
   std::wstring full(needed, L'\0');
   const DWORD length = GetFullPathNameW(path.c_str(), needed, full.data(), nullptr);
@@ -23,13 +25,11 @@ std::wstring Absolute(const std::wstring& path) {
   return full;
 }
 
-}  // namespace
-
 std::wstring NativePath(const char16_t* path) {
   const std::wstring given(reinterpret_cast<const wchar_t*>(path));
   if (StartsWith(given, L"\\\\?\\") || StartsWith(given, L"\\\\.\\")) return given;
   if (given.size() < kClassicLimit) return given;
-  const std::wstring full = Absolute(given);
+  const std::wstring full = AbsolutePath(given);
   if (StartsWith(full, L"\\\\")) return L"\\\\?\\UNC\\" + full.substr(2);
   return L"\\\\?\\" + full;
 }

@@ -11,4 +11,8 @@ namespace larkspur::platform {
 // long-path prefix already, stay as they are.
 std::wstring NativePath(const char16_t* path);
 
+// The path from the root of its drive or share, as the system completes it; the path as it is when
+// that fails.
+std::wstring AbsolutePath(const std::wstring& path);
+
 }  // namespace larkspur::platform

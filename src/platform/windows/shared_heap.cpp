@@ -27,7 +27,7 @@ void* SharedHeapHandle() noexcept {
 }
 
 void* SharedHeapHandleOrNew() noexcept {
-  if (!g_heap) g_heap = HeapCreate(0, kInitialBytes, 0);
+  if (!SharedHeapHandle()) g_heap = HeapCreate(0, kInitialBytes, 0);
   return g_heap;
 }
 
