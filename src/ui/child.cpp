@@ -71,7 +71,7 @@ void cChild::Rescale() {
 LRESULT CALLBACK cChild::Procedure(HWND window, UINT id, WPARAM wParam, LPARAM lParam, UINT_PTR,
                                    DWORD_PTR self) {
   cChild& child = *reinterpret_cast<cChild*>(self);
-  const MessageAnswer answer = child.OnMessage({id, wParam, lParam});
+  const MessageAnswer answer = child.AnswerTo({id, wParam, lParam});
   if (id == WM_NCDESTROY) {
     RemoveWindowSubclass(window, Procedure, 0);
     child.m_form->Forget(child);

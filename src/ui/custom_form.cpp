@@ -214,7 +214,7 @@ INT_PTR CALLBACK cCustomForm::Procedure(HWND window, UINT id, WPARAM wParam, LPA
   }
   const auto form = reinterpret_cast<cCustomForm*>(GetWindowLongPtrW(window, DWLP_USER));
   if (!form) return FALSE;
-  const MessageAnswer answer = form->OnMessage({id, wParam, lParam});
+  const MessageAnswer answer = form->AnswerTo({id, wParam, lParam});
   if (id == WM_NCDESTROY) {
     form->m_hints.Forget();
     form->Detach();
@@ -272,6 +272,7 @@ MessageAnswer cCustomForm::OnDpiChanged(const WindowMessage& message) {
 }
 
 MessageAnswer cCustomForm::OnWindowCommand(const WindowMessage& message) {
+  if (!IsEnabled()) return 0;  // sent past a modal form that is open over this one
   cChild* child = ChildOf(reinterpret_cast<HWND>(message.lParam));
   const u32 notification = HIWORD(message.wParam);
   if (child && child->OnCommand(notification)) return 0;

@@ -29,6 +29,9 @@ class cPropertyAreaChild : public cChild {
   bool IsFolded(size_t section) const { return m_sections[section].folded; }
   void Clear();
 
+  // What all sections need at the present width, in pixels.
+  i32 ContentHeight() const { return m_height; }
+
  private:
   // Heading and body are controls of this window and go with it.
   struct Section {

@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "ui/window.h"
 
+#include <new>
+
 #include "ui/dpi.h"
 #include "ui/wide.h"
 
@@ -47,6 +49,14 @@ void cWindow::Repaint() const {
 
 LRESULT cWindow::Send(UINT message, WPARAM wParam, LPARAM lParam) const {
   return m_handle ? SendMessageW(m_handle, message, wParam, lParam) : 0;
+}
+
+MessageAnswer cWindow::AnswerTo(const WindowMessage& message) noexcept {
+  try {
+    return OnMessage(message);
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
 }
 
 }  // namespace larkspur

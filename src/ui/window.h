@@ -47,6 +47,10 @@ class cWindow {
   // Nothing when the message goes on to the system's default.
   virtual MessageAnswer OnMessage(const WindowMessage& /*message*/) { return std::nullopt; }
 
+  // OnMessage for the system's callbacks, which nothing may be thrown through: without memory a
+  // message goes on to the system's default.
+  MessageAnswer AnswerTo(const WindowMessage& message) noexcept;
+
   void Attach(HWND handle) { m_handle = handle; }
   void Detach() { m_handle = nullptr; }
 

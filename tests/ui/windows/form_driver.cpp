@@ -4,6 +4,7 @@
 
 #include "base/path_text.h"
 #include "catalog/message_catalog.h"
+#include "ui/detached_work.h"
 #include "ui/wide.h"
 
 namespace larkspur {
@@ -44,7 +45,8 @@ void CALLBACK cFormDriver::OnTimer(HWND, UINT, UINT_PTR, DWORD) {
 
 void cFormDriver::TakeStep() {
   const HWND form = TopForm();
-  if (!form) return;
+  // A user waits for what a form is about to show.
+  if (!form || CountDetachedWork() > 0) return;
   if (StepsLeft() > 0) {
     m_steps[m_next++](form);
   } else if (++m_idleTicks > kPatienceTicks) {
