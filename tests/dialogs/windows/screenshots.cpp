@@ -17,7 +17,9 @@
 
 #include "catalog/message_catalog.h"
 #include "dialogs/about_plg_form.h"
+#include "dialogs/file_choose_dialog.h"
 #include "dialogs/message_form.h"
+#include "dialogs/mk_raid_form.h"
 #include "dialogs/new_folder_name_req_form.h"
 #include "imaging/png_writer.h"
 #include "ui/drop_down_list_child.h"
@@ -226,14 +228,46 @@ void Progress() {
   cProgressForm::Present(nullptr, job, feed, TextOf("raid::main", 0));
 }
 
+// A drive that has nothing but a description.
+class cShownDrive final : public cBaseIO {
+ public:
+  cBaseIO* Clone() override { return nullptr; }
+  bool IsSameAs(cBaseIO* other) override { return other == this; }
+  void* Destroy(u32) override { return this; }
+  bool GetDescription(char16_t* buffer, i32 capacity) override {
+    return CopyText(u"Drive1: Fixed ACME Barracuda 2000GB (SAT)", buffer, capacity);
+  }
+};
+
+void DefineStorage() {
+  cShownDrive drive;
+  AskForReadOnceStorage(nullptr, *Messages().Find("raid::mkspan"), {&drive});
+}
+void ChooseCache() {
+  FileChoice choice;
+  choice.title = TextOf("raid::mkspan", 6);
+  choice.filters = {{TextOf("raid::mkspan", 14), u"*.kvrsp", u"kvrsp"}};
+  choice.isNew = true;
+  choice.path = u"C:\\windows\\disk.kvrsp";
+  ChooseFile(nullptr, choice);
+}
+
 struct Scene {
   const char* name;
   void (*show)();
 };
 constexpr Scene kScenes[] = {
-    {"error", Error},          {"long-error", LongError},   {"question", Question},
-    {"new-folder", NewFolder}, {"device-path", DevicePath}, {"about", About},
-    {"gallery", Gallery},      {"progress", Progress},      {"icons", Icons},
+    {"define", DefineStorage},
+    {"choose-file", ChooseCache},
+    {"error", Error},
+    {"long-error", LongError},
+    {"question", Question},
+    {"new-folder", NewFolder},
+    {"device-path", DevicePath},
+    {"about", About},
+    {"gallery", Gallery},
+    {"progress", Progress},
+    {"icons", Icons},
 };
 
 }  // namespace

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "dialogs/file_choose_list_folder.h"
+
+#include "dialogs/file_choose_texts.h"
+
+namespace larkspur {
+namespace {
+
+constexpr i32 kNameWidth = 160, kSizeWidth = 80;  // units
+constexpr i32 kAroundText = 16;                   // in a column, units
+constexpr std::u16string_view kWidestDate = u"00.00.0000 00:00:00";
+
+}  // namespace
+
+void cFileChooseListFolder::SetUp() {
+  m_words = {TextOf(FileChooseText::kFileFolder), TextOf(FileChooseText::kFile)};
+  const auto columnFor = [this](std::u16string_view text) {
+    const i32 pixels = TextSize(Font(), text).width;
+    return pixels * static_cast<i32>(kUnitDpi) / static_cast<i32>(Theme().Dpi()) + kAroundText;
+  };
+  SetColumns({{TextOf(FileChooseText::kName), kNameWidth, false, &m_sorts[0]},
+              {TextOf(FileChooseText::kDate), columnFor(kWidestDate), false, &m_sorts[1]},
+              {TextOf(FileChooseText::kType), columnFor(m_words.folder), false, &m_sorts[2]},
+              {TextOf(FileChooseText::kSize), kSizeWidth, true, &m_sorts[3]}});
+  SetIcons(&m_icons);
+  SetModel(this);
+  SortBy(0, false);
+}
+
+void cFileChooseListFolder::SetEntries(std::vector<platform::FolderEntry> entries) {
+  m_entries = std::move(entries);
+  ShowFitting();
+}
+
+void cFileChooseListFolder::SetPatterns(const std::u16string& patterns) {
+  m_patterns = patterns;
+  ShowFitting();
+}
+
+void cFileChooseListFolder::ShowFitting() {
+  m_shown.clear();
+  for (size_t i = 0; i < m_entries.size(); ++i) {
+    if (IsShown(m_entries[i], m_patterns)) m_shown.push_back(static_cast<u32>(i));
+  }
+  Reload();
+}
+
+void cFileChooseListFolder::SelectName(const std::u16string& name) {
+  for (u32 row = 0; row < RowCount(); ++row) {
+    if (CompareNames(Entry(row).name, name) == 0) return SetValue(row);
+  }
+}
+
+std::u16string cFileChooseListFolder::CellText(u32 row, u32 column) const {
+  return ColumnText(Entry(row), static_cast<FolderColumn>(column), m_words);
+}
+
+int cFileChooseListFolder::RowIcon(u32 row) const {
+  return static_cast<int>(m_icons.IndexOf(Entry(row).isFolder ? kIconFolder : kIconFile));
+}
+
+}  // namespace larkspur

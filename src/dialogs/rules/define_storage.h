@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// From a source and the path of its cache to the read-once storage over both. An existing cache is
+// gone on with, a new one is made, and any other file is left as it is.
+
+#include <string>
+
+#include "base/owned.h"
+#include "io/read_once_io.h"
+
+namespace larkspur {
+
+enum class CachePathClass { kNew, kFolder, kExistingFile, kDevice, kUnknown };
+
+// What stands at the path; the path may be relative.
+CachePathClass ClassifyCachePath(const std::u16string& path);
+
+enum class DefineAnswer {
+  kDefined,
+  kSourceMissing,
+  kPathMissing,
+  kWrongSize,    // the cache was made of a storage with another sector count
+  kCacheFailed,  // every other failure of the cache
+  kNotAttached,  // the source gave no clone of itself
+};
+
+struct Defined {
+  DefineAnswer answer = DefineAnswer::kNotAttached;
+  Owned<cReadOnceIO> storage;  // when defined
+};
+
+// `source` may be of any class and stays the caller's; null when none is chosen. A cache file that
+// was made here and is of no use then is removed again.
+Defined DefineStorage(cBaseIO* source, const std::u16string& cachePath);
+
+}  // namespace larkspur

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "dialogs/rules/define_storage.h"
+
+#include <gtest/gtest.h>
+
+#include "fakes/foreign_storage.h"
+#include "fakes/memory_disk.h"
+#include "fakes/recording_source.h"
+#include "fakes/temp_folder.h"
+#include "platform/owned_file.h"
+
+namespace larkspur {
+namespace {
+
+constexpr u64 kSectors = 3000;
+
+class DefineStorageTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(m_folder.Exists());
+    m_path = m_folder.File(u"disk.kvrsp");
+  }
+
+  bool FileExists() { return platform::KindOfPath(m_path.c_str()) == platform::PathKind::kFile; }
+  static Owned<cBaseIO> SourceOf(u64 sectors) {
+    auto script = std::make_shared<fakes::SourceScript>(1);
+    script->sectors = sectors;  // nobody reads them
+    return Owned<cBaseIO>(fakes::SourceOn(std::move(script)).release());
+  }
+  DefineAnswer Define(u64 sectors) { return DefineStorage(SourceOf(sectors).get(), m_path).answer; }
+
+  fakes::TempFolder m_folder;
+  std::u16string m_path;
+};
+
+TEST_F(DefineStorageTest, WantsASourceAndThenAPath) {
+  EXPECT_EQ(DefineStorage(nullptr, u"").answer, DefineAnswer::kSourceMissing);
+  EXPECT_EQ(DefineStorage(nullptr, m_path).answer, DefineAnswer::kSourceMissing);
+  EXPECT_EQ(DefineStorage(SourceOf(1).get(), u"").answer, DefineAnswer::kPathMissing);
+  EXPECT_FALSE(FileExists());
+}
+
+TEST_F(DefineStorageTest, MakesACacheAndGoesOnWithIt) {
+  auto script = std::make_shared<fakes::SourceScript>(kSectors);
+  const auto source = fakes::SourceOn(script);
+  std::vector<u8> buffer(100 * kSectorBytes);
+  for (int round = 0; round < 2; ++round) {
+    Defined defined = DefineStorage(source.get(), m_path);
+    ASSERT_EQ(defined.answer, DefineAnswer::kDefined) << round;
+    EXPECT_EQ(defined.storage->GetSectorCount(), kSectors);
+    defined.storage->SetPosition(200);
+    ASSERT_EQ(defined.storage->Read(buffer.data(), 100), 100u);
+    EXPECT_TRUE(fakes::IsPattern(299, buffer.data() + 99 * kSectorBytes));
+  }
+  EXPECT_EQ(script->AskedMoreThan(1), "");
+  EXPECT_EQ(script->AskedInAll(), 100u);
+}
+
+TEST_F(DefineStorageTest, RefusesTheCacheOfAStorageOfAnotherSize) {
+  ASSERT_EQ(Define(kSectors), DefineAnswer::kDefined);
+  const std::vector<u8> before = fakes::ReadWholeFile(m_path);
+  EXPECT_EQ(Define(kSectors + 1), DefineAnswer::kWrongSize);
+  EXPECT_EQ(Define(0), DefineAnswer::kWrongSize);
+  EXPECT_EQ(fakes::ReadWholeFile(m_path), before);
+}
+
+TEST_F(DefineStorageTest, LeavesOtherFilesAlone) {
+  const std::vector<u8> texts[] = {{}, {'K', 'V', 'R'}, std::vector<u8>(5000, 'x')};
+  for (const std::vector<u8>& bytes : texts) {
+    ASSERT_TRUE(fakes::WriteWholeFile(m_path, bytes));
+    EXPECT_EQ(Define(kSectors), DefineAnswer::kCacheFailed);
+    EXPECT_EQ(fakes::ReadWholeFile(m_path), bytes);
+  }
+}
+
+TEST_F(DefineStorageTest, RefusesFoldersAndPathsBelowNothing) {
+  m_path = m_folder.Path().u16string();
+  EXPECT_EQ(Define(kSectors), DefineAnswer::kCacheFailed);
+  m_path = m_folder.File(u"missing") + u"/disk.kvrsp";
+  EXPECT_EQ(Define(kSectors), DefineAnswer::kCacheFailed);
+  m_path = std::u16string(16384, u'x');
+  EXPECT_EQ(Define(kSectors), DefineAnswer::kCacheFailed);
+}
+
+TEST_F(DefineStorageTest, RemovesWhatCannotBecomeACache) {
+  EXPECT_EQ(Define(0), DefineAnswer::kCacheFailed);
+  EXPECT_FALSE(FileExists());
+  EXPECT_EQ(Define(u64{1} << 41), DefineAnswer::kCacheFailed);
+  EXPECT_FALSE(FileExists());
+  EXPECT_EQ(Define(kSectors), DefineAnswer::kDefined);
+}
+
+TEST_F(DefineStorageTest, RemovesANewCacheWhoseSourceGivesNoClone) {
+  if (LARKSPUR_SANITIZED) GTEST_SKIP() << "the sanitizers know only their own compiler's objects";
+  fakes::ForeignStorage source(kSectors);
+  source.clones = false;
+  EXPECT_EQ(DefineStorage(source.IO(), m_path).answer, DefineAnswer::kNotAttached);
+  EXPECT_FALSE(FileExists());
+  ASSERT_EQ(Define(kSectors), DefineAnswer::kDefined);
+  EXPECT_EQ(DefineStorage(source.IO(), m_path).answer, DefineAnswer::kNotAttached);
+  EXPECT_TRUE(FileExists());
+}
+
+TEST_F(DefineStorageTest, RefusesACacheOnWhichAnotherRunIsWorking) {
+  ASSERT_EQ(Define(kSectors), DefineAnswer::kDefined);
+  const platform::OwnedFile held(
+      platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
+  ASSERT_EQ(platform::LockFileAlone(held.Handle()), platform::LockAnswer::kLocked);
+  EXPECT_EQ(Define(kSectors), DefineAnswer::kCacheFailed);
+}
+
+TEST_F(DefineStorageTest, ReadsAForeignStorageThroughItsSlotsAlone) {
+  if (LARKSPUR_SANITIZED) GTEST_SKIP() << "the sanitizers know only their own compiler's objects";
+  fakes::ForeignStorage source(kSectors);
+  {
+    Defined defined = DefineStorage(source.IO(), m_path);
+    ASSERT_EQ(defined.answer, DefineAnswer::kDefined);
+    char16_t text[64];
+    ASSERT_TRUE(defined.storage->GetDescription(text, 64));
+    EXPECT_EQ(std::u16string(text), u"{Foreign}");
+    EXPECT_EQ(std::u16string(defined.storage->GetName()), u"{Foreign}");
+    const Owned<cBaseIO> clone(defined.storage->Clone());
+    ASSERT_TRUE(clone);
+    EXPECT_TRUE(clone->IsSameAs(defined.storage.get()));
+    u8 sector[kSectorBytes];
+    clone->SetPosition(7);
+    ASSERT_EQ(clone->Read(sector, 1), 1u);
+    EXPECT_EQ(sector[0], 7);
+  }
+  EXPECT_EQ(source.Alive(), 1);  // every clone was destroyed by its own slot
+  EXPECT_EQ(source.Unexpected(), 0);
+}
+
+TEST(ClassifyCachePath, TellsWhatStandsThere) {
+  const fakes::TempFolder folder;
+  ASSERT_TRUE(folder.Exists());
+  const std::u16string file = folder.File(u"a file");
+  ASSERT_TRUE(fakes::WriteWholeFile(file, {1}));
+  EXPECT_EQ(ClassifyCachePath(file), CachePathClass::kExistingFile);
+  EXPECT_EQ(ClassifyCachePath(folder.Path().u16string()), CachePathClass::kFolder);
+  EXPECT_EQ(ClassifyCachePath(folder.File(u"none")), CachePathClass::kNew);
+  EXPECT_EQ(ClassifyCachePath(folder.File(u"no folder") + u"/none"), CachePathClass::kNew);
+}
+
+}  // namespace
+}  // namespace larkspur

@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "dialogs/file_choose_dialog.h"
+
+#include "catalog/message_catalog.h"
+#include "fakes/temp_folder.h"
+#include "platform/file.h"
+#include "ui/wide.h"
+#include "ui/windows/form_driver.h"
+
+namespace larkspur {
+namespace {
+
+class FileChooseDialogTest : public FormTest {
+ protected:
+  void SetUp() override {
+    FormTest::SetUp();
+    Messages().SelectLanguage(nullptr);
+    ASSERT_TRUE(m_folder.Exists());
+    // Without the prefix for long paths, as a user sees it.
+    m_base = m_folder.Path().u16string().substr(4);
+    for (const char16_t* name : {u"old.kvrsp", u"other.txt"}) {
+      ASSERT_TRUE(fakes::WriteWholeFile(m_folder.File(name), {1}));
+    }
+  }
+
+  // What was chosen; empty when nothing was.
+  std::u16string Show(std::vector<FormStep> steps, bool isNew = true) {
+    FileChoice choice;
+    choice.title = u"Choose";
+    choice.filters = {{u"Caches", u"*.kvrsp", u"kvrsp"}};
+    choice.isNew = isNew;
+    choice.path = m_base + u"\\";
+    choice.path += u"begin";
+    cFormDriver driver(std::move(steps));
+    return ChooseFile(nullptr, choice) ? choice.path : std::u16string();
+  }
+
+  static FormStep TypeName(const std::u16string& name) {
+    return [name](HWND form) {
+      SetDlgItemTextW(form, cFileChooseDialog::kNameId, Wide(name));
+      PostMessageW(form, WM_COMMAND, IDOK, 0);
+    };
+  }
+  static LRESULT Rows(HWND form) {
+    return SendDlgItemMessageW(form, cFileChooseDialog::kFolderId, LVM_GETITEMCOUNT, 0, 0);
+  }
+
+  fakes::TempFolder m_folder;
+  std::u16string m_base;
+};
+
+TEST_F(FileChooseDialogTest, AcceptsANewNameAndCompletesIt) {
+  EXPECT_EQ(Utf8(Show({TypeName(u" \"new one\" ")})), Utf8(m_base + u"\\new one.kvrsp"));
+}
+
+TEST_F(FileChooseDialogTest, ShowsWhatFitsTheFilter) {
+  EXPECT_EQ(Show({
+                [](HWND form) { EXPECT_EQ(Rows(form), 1); },
+                TypeName(u"*.t?t"),
+                [](HWND form) {
+                  EXPECT_EQ(Rows(form), 1);
+                  EXPECT_EQ(Utf8(TextOfWindow(GetDlgItem(form, cFileChooseDialog::kFilterId))),
+                            "Custom (*.t?t)");
+                },
+                TypeName(u"*"),
+                [](HWND form) { EXPECT_EQ(Rows(form), 2); },
+                Key(VK_ESCAPE),
+            }),
+            u"");
+}
+
+TEST_F(FileChooseDialogTest, AsksBeforeItTakesAFileThatIsThere) {
+  EXPECT_EQ(Show({TypeName(u"old"), Press(IDCANCEL), Key(VK_ESCAPE)}), u"");
+  EXPECT_EQ(Utf8(Show({TypeName(u"old"),
+                       [](HWND form) {
+                         EXPECT_EQ(Utf8(TextOfWindow(form)), "Confirm");
+                         PressKey(VK_RETURN);
+                       }})),
+            Utf8(m_base + u"\\old.kvrsp"));
+  EXPECT_EQ(Utf8(Show({TypeName(u"old")}, false)), Utf8(m_base + u"\\old.kvrsp"));
+}
+
+TEST_F(FileChooseDialogTest, MakesANewFolderAndGoesThere) {
+  EXPECT_EQ(Utf8(Show({
+                Press(cFileChooseDialog::kNewFolderId),
+                TypeName(u"\u0416 box"),
+                [](HWND form) { EXPECT_EQ(Rows(form), 0); },
+                TypeName(u"deep"),
+            })),
+            Utf8(m_base + u"\\\u0416 box\\deep.kvrsp"));
+}
+
+TEST_F(FileChooseDialogTest, SaysWhyAFolderIsNotMade) {
+  const auto expectLine = [](const char* title) {
+    return [title](HWND form) {
+      EXPECT_EQ(Utf8(TextOfWindow(form)), title);
+      PressKey(VK_ESCAPE);
+    };
+  };
+  EXPECT_EQ(Show({
+                Press(cFileChooseDialog::kNewFolderId),
+                TypeName(u"other.txt"),
+                expectLine("Error"),
+                Press(cFileChooseDialog::kNewFolderId),
+                TypeName(u"bad|name"),
+                expectLine("Error"),
+                Press(cFileChooseDialog::kNewFolderId),
+                TypeName(u"NUL"),
+                expectLine("Error"),
+                Key(VK_ESCAPE),
+            }),
+            u"");
+}
+
+TEST_F(FileChooseDialogTest, WalksUpAndBack) {
+  const std::u16string parent = m_base.substr(0, m_base.rfind(u'\\'));
+  EXPECT_EQ(Utf8(Show({
+                Press(cFileChooseDialog::kUpId),
+                [&](HWND form) {
+                  EXPECT_EQ(Utf8(TextOfWindow(GetDlgItem(form, cFileChooseDialog::kBackId))),
+                            Utf8(m_base));
+                },
+                TypeName(u"above"),
+            })),
+            Utf8(parent + u"\\above.kvrsp"));
+  EXPECT_EQ(Utf8(Show({
+                Press(cFileChooseDialog::kUpId),
+                Press(cFileChooseDialog::kBackId),
+                TypeName(u"here"),
+            })),
+            Utf8(m_base + u"\\here.kvrsp"));
+}
+
+TEST_F(FileChooseDialogTest, SaysWhenThereIsNoSuchFolder) {
+  EXPECT_EQ(Show({TypeName(u"none\\name"),
+                  [](HWND form) {
+                    EXPECT_EQ(Utf8(TextOfWindow(form)), "Error");
+                    PressKey(VK_RETURN);
+                  },
+                  [](HWND form) {
+                    EXPECT_EQ(FocusedId(), static_cast<int>(cFileChooseDialog::kNameId));
+                    PressKey(VK_ESCAPE);
+                    (void)form;
+                  }}),
+            u"");
+}
+
+TEST_F(FileChooseDialogTest, ListsPlacesWithoutDelay) {
+  EXPECT_EQ(Show({[](HWND form) {
+                    EXPECT_GE(SendDlgItemMessageW(form, cFileChooseDialog::kPlacesId,
+                                                  LVM_GETITEMCOUNT, 0, 0),
+                              2);
+                  },
+                  Key(VK_ESCAPE)}),
+            u"");
+}
+
+}  // namespace
+}  // namespace larkspur
