@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+#include <windows.h>
+
+#include <stdbool.h>
+
+// A folder for the caches of this run, made at the first call, with a name that is no plain one.
+const wchar_t* CachePath(const wchar_t* name);
+bool FileIsThere(const wchar_t* path);
+void WriteFileOf(const wchar_t* path, const char* bytes);
+void RemoveCacheFolder(void);
