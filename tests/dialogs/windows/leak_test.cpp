@@ -4,7 +4,9 @@
 
 #include "catalog/message_catalog.h"
 #include "dialogs/about_plg_form.h"
+#include "dialogs/file_choose_dialog.h"
 #include "dialogs/message_form.h"
+#include "dialogs/mk_raid_form.h"
 #include "dialogs/new_folder_name_req_form.h"
 #include "ui/windows/form_driver.h"
 #include "ui/windows/object_counts.h"
@@ -37,6 +39,12 @@ TEST_F(LeakTest, FormsGiveBackWhatTheyTook) {
       {"message", [] { AskToConfirm(nullptr, u"One\nTwo"); }},
       {"request", [] { cNewFolderNameReqForm::Ask(nullptr, *Messages().Find("raid::devopen")); }},
       {"about", [] { cAboutPlgForm::Present(GetDesktopWindow()); }},
+      {"define", [] { AskForReadOnceStorage(nullptr, *Messages().Find("raid::mkspan"), {}); }},
+      {"choose a file",
+       [] {
+         FileChoice choice;
+         ChooseFile(nullptr, choice);
+       }},
   };
   for (const auto& form : forms) {
     SCOPED_TRACE(form.name);
