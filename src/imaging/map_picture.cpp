@@ -9,8 +9,6 @@
 #include <fmt/format.h>
 #include <stb/stb_easy_font.h>
 
-#include "imaging/map_grid.h"
-#include "imaging/png_writer.h"
 #include "imaging/size_text.h"
 
 namespace larkspur {
@@ -40,11 +38,6 @@ Colour Blend(Colour from, Colour to, u8 share) {
     return static_cast<u8>((a * (255 - share) + b * share) / 255);
   };
   return {mix(from.red, to.red), mix(from.green, to.green), mix(from.blue, to.blue)};
-}
-
-Colour ColourOf(const StatusCounts& cell) {
-  const CellLook look = LookOf(cell);
-  return look.unreadable ? kUnreadableColour : Blend(kMissingColour, kPresentColour, look.shade);
 }
 
 // The grid laid out in rows of square cells, as large as fit.
@@ -151,6 +144,11 @@ void AddText(std::string* svg, u32 x, u32 y, u32 size, const std::string& text) 
 }
 
 }  // namespace
+
+Colour ColourOf(const StatusCounts& cell) {
+  const CellLook look = LookOf(cell);
+  return look.unreadable ? kUnreadableColour : Blend(kMissingColour, kPresentColour, look.shade);
+}
 
 std::string DrawMapPng(cKVRSparseIO* image, const std::string& title) {
   const Sheet sheet = LayOut(image);

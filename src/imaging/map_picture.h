@@ -7,9 +7,13 @@
 
 #include <string>
 
-#include "io/kvr_sparse_io.h"
+#include "imaging/map_grid.h"
+#include "imaging/png_writer.h"
 
 namespace larkspur {
+
+// The colour of a cell.
+Colour ColourOf(const StatusCounts& cell);
 
 // The bytes of a PNG file; empty without memory. `title` is UTF-8.
 std::string DrawMapPng(cKVRSparseIO* image, const std::string& title);

@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "host/commands.h"
+
+#include <windows.h>
+
+#include "host/console.h"
+#include "host/dialog_driver.h"
+#include "host/dialog_watch.h"
+#include "host/module_library.h"
+#include "host/rules/read_everything.h"
+#include "host/rules/settings.h"
+#include "host/rules/storages.h"
+#include "host/rules/words.h"
+#include "platform/clock.h"
+#include "platform/terminal.h"
+
+namespace larkspur::host {
+namespace {
+
+constexpr u32 kNapMilliseconds = 20;
+
+// The modules of a command, in the language that was asked for, and the storages that it opens.
+// The storages end first.
+struct Session {
+  explicit Session(const CommandLine& line) {
+    settings.SetLanguage(line.language);
+    files = LoadModulesBesideProgram();
+    for (ModuleFile& file : files) {
+      if (file.module) file.module->Configure(settings);
+    }
+  }
+
+  cModule* FirstModule() const {
+    for (const ModuleFile& file : files) {
+      if (file.module) return file.module.get();
+    }
+    return nullptr;
+  }
+
+  cSettings settings;
+  std::vector<ModuleFile> files;
+  cStorages storages;
+};
+
+// An owner for dialogs, which nobody sees.
+class cHiddenWindow {
+ public:
+  cHiddenWindow()
+      : m_window(CreateWindowExW(0, L"Static", L"larkspur-host", WS_POPUP, 0, 0, 0, 0, nullptr,
+                                 nullptr, nullptr, nullptr)) {}
+  cHiddenWindow(const cHiddenWindow&) = delete;
+  cHiddenWindow& operator=(const cHiddenWindow&) = delete;
+  ~cHiddenWindow() { DestroyWindow(m_window); }
+  HWND Handle() const { return m_window; }
+
+ private:
+  HWND m_window;
+};
+
+ExitStatus Fail(const std::string& message) {
+  Tell(message);
+  return kExitFailed;
+}
+
+// A message of several lines as one.
+std::string OneLine(const std::u16string& text) {
+  std::string line = Utf8(text);
+  for (size_t at; (at = line.find('\n')) != std::string::npos;) line.replace(at, 1, ": ");
+  return line;
+}
+
+// The storage's place in the list; Count() when it did not open, and the user was told.
+size_t OpenOrTell(const std::string& name, const CommandLine& line, cStorages* storages) {
+  OpenedStorage opened = OpenStorage(WideFromUtf8(name), WideFromUtf8(line.testMapfile));
+  size_t index = storages->Count();
+  if (!opened.io) {
+    Tell(OneLine(opened.fault));
+    return index;
+  }
+  if (!opened.notice.empty()) Tell(name + ": " + Utf8(opened.notice));
+  storages->Add(std::move(opened), &index);
+  return index;
+}
+
+ExitStatus ReadAll(const Storage& storage) {
+  const std::atomic<bool>& interrupted = platform::InterruptFlag();
+  cReadEverythingJob job({});
+  if (!job.Prepare(storage)) return Fail("the storage cannot be opened a second time");
+  if (!job.Start()) return Fail("no thread can be started");
+  while (job.IsRunning()) {
+    if (interrupted) job.RequestStop();
+    platform::SleepMilliseconds(kNapMilliseconds);
+  }
+  const ReadingEnd end = job.State().end;
+  const u64 unreadable = job.State().unreadable;
+  Tell(OneLine(EndWords(end, unreadable)));
+  if (end == ReadingEnd::kStopped) return kExitInterrupted;
+  if (end != ReadingEnd::kDone) return kExitFailed;
+  return unreadable > 0 ? kExitSomeUnreadable : kExitDone;
+}
+
+ExitStatus DoAsAsked(const CommandLine& line, const Storage& storage) {
+  if (line.dumpTree) Print(TreeText(storage.tree));
+  return line.readAll ? ReadAll(storage) : kExitDone;
+}
+
+}  // namespace
+
+ExitStatus RunList(const CommandLine& line) {
+  const Session session(line);
+  for (const ModuleFile& file : session.files) {
+    if (!file.module) {
+      Tell(Utf8(file.fileName) + " " + Utf8(file.fault));
+      continue;
+    }
+    Print(fmt::format("{}  {:016x}  {} ({})\n", Utf8(file.fileName), file.module->Identity(),
+                      Utf8(file.module->Name()), Utf8(file.module->Description())));
+  }
+  return session.FirstModule() ? kExitDone : Fail("there is no module beside the program");
+}
+
+ExitStatus RunOpen(const CommandLine& line) {
+  cStorages storages;
+  if (OpenOrTell(line.names[0], line, &storages) == storages.Count()) return kExitFailed;
+  return DoAsAsked(line, storages.At(0));
+}
+
+ExitStatus RunMake(const CommandLine& line) {
+  Session session(line);
+  cModule* const module = session.FirstModule();
+  if (!module) return Fail("there is no module beside the program");
+  cStorages& storages = session.storages;
+  if (OpenOrTell(line.names[0], line, &storages) == storages.Count()) return kExitFailed;
+  const cHiddenWindow owner;
+  const cDialogWatch watch(storages);
+  const cDialogDriver driver(1, WideFromUtf8(line.names[1]));
+  if (!module->Make(storages, owner.Handle())) {
+    return Fail(
+        line.names[1] + ": " +
+        (driver.Complaint().empty() ? "the module made no storage" : Utf8(driver.Complaint())));
+  }
+  size_t index = 0;
+  if (!storages.TakeMade(watch.Seen(), &index)) return Fail("the module made what is open already");
+  const Storage& made = storages.At(index);
+  Print(fmt::format("{}: {} sectors\n", Utf8(made.title), made.sectors));
+  return DoAsAsked(line, made);
+}
+
+}  // namespace larkspur::host

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// What the program does without its window, for scripts, tests and reports.
+
+#include "host/rules/command_line.h"
+#include "host/rules/exit_status.h"
+
+namespace larkspur::host {
+
+ExitStatus RunList(const CommandLine& line);
+ExitStatus RunOpen(const CommandLine& line);
+ExitStatus RunMake(const CommandLine& line);
+
+}  // namespace larkspur::host

@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+// What the window's commands do.
+
+#include "catalog/message_catalog.h"
+#include "dialogs/file_choose_dialog.h"
+#include "dialogs/message_form.h"
+#include "dialogs/new_folder_name_req_form.h"
+#include "dialogs/rules/device_path.h"
+#include "host/clipboard.h"
+#include "host/dialog_watch.h"
+#include "host/main_form.h"
+#include "host/rules/words.h"
+#include "host/texts.h"
+#include "imaging/text_file.h"
+#include "ui/wait_cursor.h"
+#include "ui/wide.h"
+
+namespace larkspur::host {
+namespace {
+
+constexpr char kDevicePathKey[] = "raid::devopen";
+
+void ShowNotice(HWND parent, std::u16string_view text) {
+  constexpr u32 kInformationItem = 3;
+  cMessageForm::Present(parent, text, std::nullopt, kInformationItem, kMessageInformation,
+                        kMessageUsual);
+}
+
+// "Ctrl+Shift+C", for menus.
+std::u16string ShortcutText(const Shortcut& shortcut) {
+  if (shortcut.key == 0) return {};
+  std::string text = shortcut.control ? "Ctrl+" : "";
+  if (shortcut.shift) text += "Shift+";
+  if (shortcut.key >= VK_F1 && shortcut.key <= VK_F12) {
+    text += fmt::format("F{}", shortcut.key - VK_F1 + 1);
+  } else {
+    text += static_cast<char>(shortcut.key);
+  }
+  return WideFromUtf8(text);
+}
+
+// The path of a device as the user typed it; as it stands when it is no device that is known.
+std::u16string PathOfDevice(const std::u16string& typed) {
+  const DevicePath device = DecideDevicePath(typed, platform::SystemVolumes());
+  switch (device.choice) {
+    case DeviceChoice::kOptical:
+      return std::u16string(u"\\\\.\\") + device.letter + u":";
+    case DeviceChoice::kNamed:
+      return device.path;
+    case DeviceChoice::kRefused:
+      break;
+  }
+  return typed;
+}
+
+}  // namespace
+
+void cMainForm::AddActions() {
+  constexpr bool kControl = true, kShift = true;
+  const Shortcut none;
+  const auto page = [this](u32 number) { return [this, number] { ShowPage(number); }; };
+  const std::vector<Action> actions = {
+      {kOpenFile, texts::kOpenFile, kIconFile, {'O', kControl}, [this] { OpenFile(); }},
+      {kOpenDrive, texts::kOpenDrive, kIconDrive, {'D', kControl}, [this] { OpenDrive(); }},
+      {kMakeStorage, texts::kMakeStorage, kIconAdd, {'N', kControl}, [this] { MakeStorage(); }},
+      {kReadEverything, texts::kReadEverything, kIconStart, {VK_F5}, [this] { StartReading(); }},
+      {kStopReading, texts::kStopReading, kIconStop, {VK_F6}, [this] { m_progress.RequestStop(); }},
+      {kCloseStorage,
+       texts::kCloseStorage,
+       kIconCancel,
+       {'W', kControl},
+       [this] { CloseChosen(); }},
+      {kSaveMap, texts::kSaveMap, kIconSave, {'S', kControl}, [this] { SaveMap(); }},
+      {kCopyText, texts::kCopyText, 0, {'C', kControl, kShift}, [this] { CopyText(); }},
+      {kAbout, texts::kAbout, 0, none,
+       [this] {
+         if (cModule* module = ChosenModule()) module->ShowAbout(Handle());
+       }},
+      {kGoToSector, texts::kGoToSector, kIconAccept, none, [this] { GoToTyped(); }},
+      {kPreviousSector,
+       texts::kPreviousSector,
+       kIconPrevious,
+       {VK_F7},
+       [this] { m_sectorPage.GoToPrevious(); }},
+      {kNextSector, texts::kNextSector, kIconNext, {VK_F8}, [this] { m_sectorPage.GoToNext(); }},
+      {kShowSector, texts::kShowSector, 0, none, [this] { ShowRowsSector(); }},
+      {kFocusSector,
+       texts::kGoToSector,
+       0,
+       {'G', kControl},
+       [this] {
+         ShowPage(1);
+         m_sectorPage.FocusNumber();
+       }},
+      {kPartitions, texts::kPartitions, 0, {'1', kControl}, page(0)},
+      {kSectors, texts::kSectors, 0, {'2', kControl}, page(1)},
+      {kMap, texts::kMap, 0, {'3', kControl}, page(2)},
+  };
+  for (const Action& action : actions) Actions().Add(action);
+}
+
+void cMainForm::ShowMenu(const std::vector<u32>& ids, POINT where) {
+  const HMENU menu = CreatePopupMenu();
+  for (const u32 id : ids) {
+    const Action* action = Actions().Find(id);
+    const std::u16string text = action->text + u"\t" + ShortcutText(action->shortcut);
+    AppendMenuW(menu, action->enabled ? MF_STRING : MF_STRING | MF_GRAYED, id, Wide(text));
+  }
+  const BOOL chosen =
+      TrackPopupMenu(menu, TPM_RETURNCMD | TPM_RIGHTBUTTON, where.x, where.y, 0, Handle(), nullptr);
+  DestroyMenu(menu);
+  if (chosen > 0) OnCommand(static_cast<u32>(chosen));
+}
+
+void cMainForm::OpenFile() {
+  FileChoice choice;
+  choice.title = texts::kOpenTitle;
+  choice.filterIndex = -1;
+  if (ChooseFile(Handle(), choice)) OpenPath(choice.path);
+}
+
+void cMainForm::OpenDrive() {
+  const MessageTexts* const texts = Messages().Find(kDevicePathKey);
+  if (!texts) return;
+  if (const auto typed = cNewFolderNameReqForm::Ask(Handle(), *texts))
+    OpenPath(PathOfDevice(*typed));
+}
+
+void cMainForm::OpenPath(const std::u16string& path) {
+  OpenedStorage opened;
+  size_t index = 0;
+  auto adding = cStorages::Adding::kNoMemory;
+  std::u16string notice;
+  {
+    const cWaitCursor wait;
+    opened = OpenStorage(path, WideFromUtf8(m_line.testMapfile));
+    notice = opened.notice;
+    if (!opened.fault.empty()) return ShowError(Handle(), opened.fault);
+    adding = m_storages.Add(std::move(opened), &index);
+  }
+  if (adding == cStorages::Adding::kNoMemory) return ShowError(Handle(), texts::kNoMemory);
+  ShowStorages(index);
+  if (adding == cStorages::Adding::kOpenAlready) ShowNotice(Handle(), texts::kOpenAlready);
+  Say(notice);
+}
+
+void cMainForm::MakeStorage() {
+  cModule* const module = ChosenModule();
+  if (!module) return ShowError(Handle(), texts::kNoModule);
+  const size_t before = m_storages.Count();
+  const cDialogWatch watch(m_storages);
+  module->Make(m_storages, Handle());
+  // The list, and not the answer, says what there is to show and to end.
+  if (m_storages.Count() == before) return Say(texts::kNothingMade);
+  TakeMade(watch.Seen());
+}
+
+void cMainForm::TakeMade(const MadeFrom& from) {
+  size_t index = 0;
+  const bool isNew = m_storages.TakeMade(from, &index);
+  ShowStorages(index);
+  if (!isNew) ShowNotice(Handle(), texts::kMadeAlready);
+  Say({});
+}
+
+void cMainForm::CloseChosen() {
+  Storage* const storage = Chosen();
+  if (!storage) return;
+  if (m_progress.IsWatching() && m_job.Original() == storage->IO()) {
+    m_progress.Leave();
+    m_job.Release();
+  }
+  for (cPage* page : m_pages) page->ShowStorage(nullptr);
+  const u32 row = m_storageList.Value();
+  m_storages.Close(row);
+  ShowStorages(row > 0 ? row - 1 : 0);
+}
+
+void cMainForm::StartReading() {
+  Storage* const storage = Chosen();
+  if (!storage || m_progress.IsWatching()) return;
+  if (!m_job.Prepare(*storage)) return ShowError(Handle(), texts::kNoClone);
+  if (!m_progress.Watch(m_job, m_feed, storage->title)) {
+    return ShowError(Handle(), texts::kNoMemory);
+  }
+  Say({});
+  ShowState();
+}
+
+void cMainForm::EndReading() {
+  const ReadingEnd end = m_job.State().end;
+  if (Storage* storage = m_storages.Find(m_job.Original())) {
+    storage->readNext = end == ReadingEnd::kDone ? 0 : m_job.State().next.load();
+  }
+  m_job.Release();
+  ShowState();
+  const std::u16string words = EndWords(end, m_job.State().unreadable);
+  Say(words.substr(0, words.find(u'\n')));
+  if (end != ReadingEnd::kDone && end != ReadingEnd::kStopped) ShowError(Handle(), words);
+}
+
+void cMainForm::SaveMap() {
+  if (!m_mapPage.HasMap()) return;
+  FileChoice choice;
+  choice.title = texts::kSaveMapTitle;
+  choice.isNew = true;
+  choice.filters = {{texts::kPictures, u"*.png", u"png"}};
+  if (!ChooseFile(Handle(), choice)) return;
+  const cWaitCursor wait;
+  const std::string picture = m_mapPage.Picture();
+  if (picture.empty() || !WriteWholeFile(choice.path, picture)) {
+    return ShowError(Handle(), texts::kPictureFailed);
+  }
+  Say(choice.path);
+}
+
+void cMainForm::CopyText() {
+  const std::u16string text = m_pages[m_tabs.Value()]->Text();
+  const Storage* const storage = Chosen();
+  if (!storage) return;
+  if (CopyToClipboard(Handle(), storage->title + u"\r\n" + text)) Say(texts::kCopied);
+}
+
+void cMainForm::GoToTyped() {
+  if (m_tabs.Value() == 1 && !m_sectorPage.GoToTyped()) Say(texts::kNotASector);
+}
+
+void cMainForm::ShowRowsSector() {
+  const TreeRow* const row = m_partitionPage.Chosen();
+  if (!row) return;
+  const u64 sector = row->start;
+  ShowPage(1);
+  m_sectorPage.GoTo(sector);
+}
+
+}  // namespace larkspur::host

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "host/map_child.h"
+
+#include "host/menu_place.h"
+#include "host/rules/map_words.h"
+#include "imaging/map_picture.h"
+#include "ui/handles.h"
+
+namespace larkspur::host {
+namespace {
+
+constexpr i32 kSmallCell = 8;  // pixels; below it an unreadable one is drawn larger than it is
+
+COLORREF ColourRef(Colour colour) {
+  return RGB(colour.red, colour.green, colour.blue);
+}
+
+void Fill(HDC dc, const RECT& box, COLORREF colour) {
+  SetDCBrushColor(dc, colour);
+  FillRect(dc, &box, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
+}
+
+}  // namespace
+
+cMapChild::cMapChild() : cChild(WC_STATICW, WS_TABSTOP | SS_NOTIFY) {}
+
+void cMapChild::SetGrid(std::shared_ptr<const MapGrid> grid) {
+  m_grid = std::move(grid);
+  if (IsOpen()) InvalidateRect(Handle(), nullptr, FALSE);
+}
+
+MessageAnswer cMapChild::OnMessage(const WindowMessage& message) {
+  static constexpr MessageRow<cMapChild> kMessages[] = {
+      {WM_PAINT, &cMapChild::OnPaint},           {WM_CONTEXTMENU, &cMapChild::OnMenu},
+      {WM_LBUTTONDOWN, &cMapChild::OnPress},     {WM_SETFOCUS, &cMapChild::OnFocusChange},
+      {WM_KILLFOCUS, &cMapChild::OnFocusChange},
+  };
+  if (const MessageAnswer answer = HandledBy(*this, kMessages, message)) return answer;
+  return cChild::OnMessage(message);
+}
+
+MessageAnswer cMapChild::OnMenu(const WindowMessage& message) {
+  if (onContextMenu) onContextMenu(MenuPlace(Handle(), message.lParam));
+  return 0;
+}
+
+MessageAnswer cMapChild::OnPress(const WindowMessage&) {
+  Focus();
+  return 0;
+}
+
+MessageAnswer cMapChild::OnFocusChange(const WindowMessage&) {
+  Repaint();
+  return 0;
+}
+
+MessageAnswer cMapChild::OnPaint(const WindowMessage&) {
+  PAINTSTRUCT paint;
+  const HDC dc = BeginPaint(Handle(), &paint);
+  const Size size = ClientSize();
+  const OwnedMemoryDc memory(CreateCompatibleDC(dc));
+  const OwnedBitmap bitmap(CreateCompatibleBitmap(dc, size.width, size.height));
+  const cSelected selected(memory.get(), bitmap.get());
+  Draw(memory.get(), size);
+  BitBlt(dc, 0, 0, size.width, size.height, memory.get(), 0, 0, SRCCOPY);
+  EndPaint(Handle(), &paint);
+  return 0;
+}
+
+void cMapChild::Draw(HDC dc, Size size) const {
+  const RECT all{0, 0, size.width, size.height};
+  Fill(dc, all, GetSysColor(COLOR_WINDOW));
+  if (m_grid) {
+    const MapField field = FieldOf(m_grid->cells.size(), size.width, size.height);
+    const i32 gap = field.cell > kSmallCell ? 1 : 0;
+    for (const bool marks : {false, true}) {
+      for (size_t i = 0; i < m_grid->cells.size(); ++i) {
+        if (LookOf(m_grid->cells[i]).unreadable != marks) continue;
+        const i32 x = static_cast<i32>(i) % field.columns * field.cell;
+        const i32 y = static_cast<i32>(i) / field.columns * field.cell;
+        const i32 halo = marks && gap == 0 ? 1 : 0;
+        Fill(dc, {x - halo, y - halo, x + field.cell - gap + halo, y + field.cell - gap + halo},
+             ColourRef(ColourOf(m_grid->cells[i])));
+      }
+    }
+  }
+  if (HasFocus()) DrawFocusRect(dc, &all);
+}
+
+}  // namespace larkspur::host

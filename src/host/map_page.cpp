@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include <algorithm>
+
+#include "host/pages.h"
+#include "host/rules/map_words.h"
+#include "host/rules/words.h"
+#include "host/texts.h"
+#include "imaging/map_picture.h"
+
+namespace larkspur::host {
+namespace {
+
+constexpr i32 kLine = 20;  // units
+
+}  // namespace
+
+void cMapPage::Create(cCustomForm& form) {
+  m_formWindow = form.Handle();
+  m_counts.Create(form, kPlacedByForm, texts::kNoMap);
+  m_map.Create(form, kPlacedByForm, kMapId);
+  m_map.SetText(texts::kMap);
+  m_map.onContextMenu = [this](POINT where) {
+    if (onContextMenu) onContextMenu(where);
+  };
+  m_scale.Create(form, kPlacedByForm, u"");
+}
+
+void cMapPage::Layout(const Box& box) {
+  const i32 line = Scaled(kLine, m_map.Dpi());
+  m_counts.MoveTo({box.x, box.y, box.width, line});
+  m_map.MoveTo({box.x, box.y + line, box.width, std::max(0, box.height - 2 * line)});
+  m_scale.MoveTo({box.x, box.y + box.height - line, box.width, line});
+}
+
+void cMapPage::Show(bool shown) {
+  m_shown = shown;
+  m_counts.Show(shown);
+  m_map.Show(shown);
+  m_scale.Show(shown);
+  Watch();
+}
+
+void cMapPage::ShowStorage(const Storage* storage) {
+  m_storage = storage;
+  Watch();
+}
+
+// A cache is counted while its map is seen.
+void cMapPage::Watch() {
+  m_grid = nullptr;
+  m_watch.Watch(m_shown && HasMap() ? m_storage->map.get() : nullptr);
+  Tell();
+}
+
+void cMapPage::OnNews() {
+  m_grid = m_watch.Take();
+  Tell();
+}
+
+void cMapPage::Tell() {
+  m_map.SetGrid(m_grid);
+  m_counts.SetText(m_grid      ? MapCounts(m_grid->totals, m_grid->sectors)
+                   : HasMap()  ? std::u16string(texts::kCounting)
+                   : m_storage ? std::u16string(texts::kNoMap)
+                               : std::u16string(texts::kNoStorage));
+  m_scale.SetText(m_grid ? MapScale(*m_grid) : std::u16string());
+}
+
+std::u16string cMapPage::Text() const {
+  if (!HasMap()) return m_storage ? texts::kNoMap : texts::kNoStorage;
+  const MapGrid grid = MakeMapGrid(m_storage->map.get(), cMapWatch::kMostCells);
+  return Words("{}\r\n", Utf8(MapCounts(grid.totals, grid.sectors)));
+}
+
+std::string cMapPage::Picture() const {
+  return HasMap() ? DrawMapPng(m_storage->map.get(), Utf8(m_storage->title)) : std::string();
+}
+
+}  // namespace larkspur::host

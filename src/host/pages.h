@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// The views of the chosen storage, one of which is shown at a time.
+
+#include <string>
+#include <vector>
+
+#include "host/map_child.h"
+#include "host/rules/map_watch.h"
+#include "host/rules/sector_reader.h"
+#include "host/rules/storages.h"
+#include "host/text_view_child.h"
+#include "ui/button_child.h"
+#include "ui/custom_form.h"
+#include "ui/edit_child.h"
+#include "ui/label_child.h"
+#include "ui/list_view_child.h"
+
+namespace larkspur::host {
+
+class cPage {
+ public:
+  // Makes the page's children in `form`, in the order of Tab.
+  virtual void Create(cCustomForm& form) = 0;
+  // Places them in `box`, pixels of the form.
+  virtual void Layout(const Box& box) = 0;
+  virtual void Show(bool shown) = 0;
+  // The chosen storage, or null; valid until the next call.
+  virtual void ShowStorage(const Storage* storage) = 0;
+  // What "Copy as text" gives.
+  virtual std::u16string Text() const = 0;
+
+  // A right click or the menu key, at a place of the screen.
+  std::function<void(POINT where)> onContextMenu;
+
+ protected:
+  ~cPage() = default;
+};
+
+class cPartitionPage final : public cPage, private cListModel {
+ public:
+  static constexpr u32 kListId = 210;
+
+  void Create(cCustomForm& form) override;
+  void Layout(const Box& box) override { m_list.MoveTo(box); }
+  void Show(bool shown) override { m_list.Show(shown); }
+  void ShowStorage(const Storage* storage) override;
+  std::u16string Text() const override;
+
+  // The chosen row; null without one.
+  const TreeRow* Chosen() const;
+  // A row was double-clicked, or Enter pressed on it.
+  std::function<void()> onActivate;
+
+ private:
+  u32 RowCount() const override { return static_cast<u32>(m_rows.size()); }
+  std::u16string CellText(u32 row, u32 column) const override;
+  int RowIcon(u32 row) const override { return m_rows[row].level == 0 ? 0 : 1; }
+
+  std::vector<TreeRow> m_rows;
+  cIconList m_icons{{kIconStorage, kIconPartition}};
+  cListViewChild m_list;
+};
+
+class cSectorPage final : public cPage {
+ public:
+  static constexpr u32 kNumberId = 220, kTextId = 221;
+  static constexpr UINT kNews = WM_APP + 22;  // to the form, which calls OnNews
+
+  // Buttons of these ids, which the form's OnCommand gets, go to the sector typed and to its
+  // neighbours.
+  struct Commands {
+    u32 goTo, previous, next;
+  };
+  explicit cSectorPage(const Commands& commands) : m_commands(commands) {}
+
+  void Create(cCustomForm& form) override;
+  void Layout(const Box& box) override;
+  void Show(bool shown) override;
+  void ShowStorage(const Storage* storage) override;
+  std::u16string Text() const override;
+
+  // Shows that sector, cut at the storage's last one.
+  void GoTo(u64 sector);
+  // The sector typed; false, and nothing happens, when it is no number.
+  bool GoToTyped();
+  void GoToPrevious() { GoTo(m_sector > 0 ? m_sector - 1 : 0); }
+  void GoToNext() { GoTo(m_sector + 1); }
+  void FocusNumber() { m_number.Focus(); }
+  // The sector that was asked for may be there.
+  void OnNews();
+
+ private:
+  void Look();
+  void Tell(std::u16string_view heading, std::u16string_view body);
+
+  Commands m_commands;
+  cCustomForm* m_form = nullptr;
+  const Storage* m_storage = nullptr;
+  u64 m_sector = 0;
+  std::optional<SectorView> m_view;
+  bool m_shown = false;
+  cSectorReader m_reader{[this] { PostMessageW(m_form->Handle(), kNews, 0, 0); }};
+
+  cLabelChild m_numberLabel;
+  cEditChild m_number;
+  cIconButtonChild m_goTo, m_previous, m_next;
+  cLabelChild m_heading;
+  cTextViewChild m_text;
+};
+
+class cMapPage final : public cPage {
+ public:
+  static constexpr u32 kMapId = 230;
+  static constexpr UINT kNews = WM_APP + 20;  // to the form, which calls OnNews
+
+  void Create(cCustomForm& form) override;
+  void Layout(const Box& box) override;
+  void Show(bool shown) override;
+  void ShowStorage(const Storage* storage) override;
+  std::u16string Text() const override;
+
+  // A new count may be there.
+  void OnNews();
+  bool HasMap() const { return m_storage && m_storage->map; }
+  // The map as a PNG file's bytes; empty without a map.
+  std::string Picture() const;
+
+ private:
+  void Watch();
+  void Tell();
+
+  const Storage* m_storage = nullptr;
+  std::shared_ptr<const MapGrid> m_grid;
+  bool m_shown = false;
+  HWND m_formWindow = nullptr;
+
+  cLabelChild m_counts;
+  cMapChild m_map;
+  cLabelChild m_scale;
+  cMapWatch m_watch{[this] { PostMessageW(m_formWindow, kNews, 0, 0); }};
+};
+
+}  // namespace larkspur::host

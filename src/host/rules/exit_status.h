@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+namespace larkspur::host {
+
+// The same as the command line's.
+enum ExitStatus : int {
+  kExitDone = 0,
+  kExitFailed = 1,
+  kExitUsage = 2,
+  kExitSomeUnreadable = 3,
+  kExitInterrupted = 130,
+};
+
+}  // namespace larkspur::host

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// Every text of the host's own windows. They are English, as those of any host may be in a language
+// of its own; the dialogs take theirs from the message catalog.
+
+namespace larkspur::host::texts {
+
+inline constexpr char16_t kTitle[] = u"Larkspur host";
+
+inline constexpr char16_t kOpenFile[] = u"Open file...";
+inline constexpr char16_t kOpenDrive[] = u"Open drive...";
+inline constexpr char16_t kMakeStorage[] = u"New storage...";
+inline constexpr char16_t kReadEverything[] = u"Read everything";
+inline constexpr char16_t kStopReading[] = u"Stop reading";
+inline constexpr char16_t kCloseStorage[] = u"Close storage";
+inline constexpr char16_t kSaveMap[] = u"Save map as picture...";
+inline constexpr char16_t kCopyText[] = u"Copy as text";
+inline constexpr char16_t kAbout[] = u"About the module...";
+inline constexpr char16_t kGoToSector[] = u"Go to sector";
+inline constexpr char16_t kPreviousSector[] = u"Previous sector";
+inline constexpr char16_t kNextSector[] = u"Next sector";
+inline constexpr char16_t kShowSector[] = u"Show its first sector";
+
+inline constexpr char16_t kLanguage[] = u"Language of the dialogs:";
+inline constexpr char16_t kStorages[] = u"Storages:";
+inline constexpr char16_t kModules[] = u"Modules and other libraries beside the program:";
+inline constexpr char16_t kSplitter[] = u"Width of the lists";
+inline constexpr char16_t kPages[] = u"Views of the storage";
+inline constexpr char16_t kPartitions[] = u"Partitions";
+inline constexpr char16_t kSectors[] = u"Sectors";
+inline constexpr char16_t kMap[] = u"Map";
+inline constexpr char16_t kSector[] = u"Sector:";
+
+inline constexpr char16_t kName[] = u"Name";
+inline constexpr char16_t kKind[] = u"Kind";
+inline constexpr char16_t kSize[] = u"Size";
+inline constexpr char16_t kStart[] = u"Start";
+inline constexpr char16_t kLength[] = u"Sectors";
+inline constexpr char16_t kType[] = u"Type";
+inline constexpr char16_t kFacts[] = u"Facts";
+inline constexpr char16_t kIdentity[] = u"Identity";
+inline constexpr char16_t kFile[] = u"File";
+
+inline constexpr char16_t kImage[] = u"image";
+inline constexpr char16_t kCache[] = u"cache";
+inline constexpr char16_t kDrive[] = u"drive";
+inline constexpr char16_t kReadOnce[] = u"read-once";
+
+inline constexpr char16_t kOpenTitle[] = u"Open an image or a cache";
+inline constexpr char16_t kSaveMapTitle[] = u"Save the map as a picture";
+inline constexpr char16_t kPictures[] = u"PNG pictures";
+inline constexpr char16_t kNoStorage[] = u"No storage is chosen.";
+inline constexpr char16_t kNoMap[] =
+    u"There is no map: this storage has no cache, or none that the host knows of.";
+inline constexpr char16_t kCounting[] = u"Counting...";
+inline constexpr char16_t kNotASector[] = u"This is no number of a sector.";
+inline constexpr char16_t kOpenAlready[] = u"This storage is open already.";
+inline constexpr char16_t kMadeAlready[] =
+    u"This storage, or one with the same cache, is open already.\nThe new one was closed again.";
+inline constexpr char16_t kNothingMade[] = u"No storage was made.";
+inline constexpr char16_t kNoModule[] = u"There is no module beside the program.";
+inline constexpr char16_t kNoMemory[] = u"There is not enough memory.";
+inline constexpr char16_t kNoClone[] = u"The storage cannot be opened a second time.";
+inline constexpr char16_t kPictureFailed[] = u"The picture cannot be written.";
+inline constexpr char16_t kCopied[] = u"Copied.";
+inline constexpr char16_t kReady[] = u"Open a storage, or make one from a failing disk.";
+
+}  // namespace larkspur::host::texts

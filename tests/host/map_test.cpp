@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include <gtest/gtest.h>
+
+#include "fakes/images.h"
+#include "host/rules/map_watch.h"
+#include "host/rules/map_words.h"
+#include "host/rules/settings.h"
+#include "platform/clock.h"
+
+namespace larkspur::host {
+namespace {
+
+TEST(MapFieldTest, CellsAreAsLargeAsFit) {
+  struct Row {
+    size_t count;
+    i32 width, height, cell, columns;
+  };
+  constexpr Row kRows[] = {
+      {1, 640, 480, 64, 10},   {100, 100, 100, 10, 10}, {101, 100, 100, 9, 11},
+      {4096, 500, 350, 6, 83}, {4096, 10, 10, 1, 10},   {5, 0, 0, 1, 1},
+  };
+  for (const Row& row : kRows) {
+    const MapField field = FieldOf(row.count, row.width, row.height);
+    EXPECT_EQ(field.cell, row.cell) << row.count << " in " << row.width << "x" << row.height;
+    EXPECT_EQ(field.columns, row.columns);
+  }
+}
+
+TEST(MapWordsTest, CountsAreTold) {
+  EXPECT_EQ(MapCounts({90, 2, 8}, 100),
+            u"Present 90 sectors (90.0 %), unreadable 2 (2.0 %), missing 8 (8.0 %)");
+}
+
+TEST(MapWatchTest, WhatSomebodyElseWritesIsCounted) {
+  const auto store = fakes::MakeStore();
+  const auto writer = fakes::CreateImage(store, 256);
+  const auto reader = fakes::OpenImage(store, true);
+  std::atomic<int> news{0};
+  cMapWatch watch([&news] { ++news; });
+  EXPECT_FALSE(watch.Take());
+  watch.Watch(reader.get());
+  const auto waitFor = [&news](int count) {
+    for (int i = 0; i < 5000 && news < count; ++i) platform::SleepMilliseconds(1);
+    return news >= count;
+  };
+  ASSERT_TRUE(waitFor(1));
+  EXPECT_EQ(watch.Take()->totals.missing, 256u);
+  watch.Watch(nullptr);
+  EXPECT_FALSE(watch.Take());
+  const std::vector<u8> bytes = fakes::Pattern(0, 10);
+  ASSERT_EQ(writer->Write(0, bytes.data(), 10), 10u);
+  news = 0;
+  watch.Watch(reader.get());
+  ASSERT_TRUE(waitFor(1));
+  EXPECT_EQ(watch.Take()->totals.present, 10u);
+}
+
+TEST(HostSettingsTest, OnlyTheLanguageIsThere) {
+  cSettings settings;
+  settings.SetLanguage(5);
+  u32 size = 0, language = 0;
+  u8 two[2] = {0xEE, 0xEE};
+  EXPECT_FALSE(settings.QuerySetting(15, &language, 4, &size));
+  EXPECT_TRUE(settings.QuerySetting(16, &language, 4, &size));
+  EXPECT_EQ(language, 5u);
+  EXPECT_EQ(size, 4u);
+  EXPECT_TRUE(settings.QuerySetting(16, two, 1, &size));
+  EXPECT_EQ(two[0], 5);
+  EXPECT_EQ(two[1], 0xEE);
+}
+
+}  // namespace
+}  // namespace larkspur::host

@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "host/rules/storages.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "base/heap.h"
+#include "fakes/temp_folder.h"
+#include "imaging/cache.h"
+#include "io/read_once_io.h"
+
+namespace larkspur::host {
+namespace {
+
+constexpr size_t kDiskBytes = 64 * kSectorBytes;
+
+class StoragesTest : public ::testing::Test {
+ protected:
+  std::u16string MakeDisk(const std::u16string& name, size_t bytes = kDiskBytes) {
+    const std::u16string path = folder.File(name);
+    EXPECT_TRUE(fakes::WriteWholeFile(path, std::vector<u8>(bytes)));
+    return path;
+  }
+
+  size_t Open(const std::u16string& path) {
+    OpenedStorage opened = OpenStorage(path, {});
+    size_t index = kNowhere;
+    if (opened.io) storages.Add(std::move(opened), &index);
+    return index;
+  }
+
+  // What a module does: appends a node and tells the list.
+  void MakeReadOnce(Storage& source, const std::u16string& cachePath) {
+    Cache cache = OpenOrCreateCache(cachePath, source.path, source.sectors);
+    ASSERT_EQ(cache.answer, CacheAnswer::kOpened);
+    Owned<cReadOnceIO> view(new cReadOnceIO);
+    ASSERT_TRUE(view->Attach(cache.image.get(), source.IO()));
+    auto* node = static_cast<HostStorageNode*>(HeapAllocate(sizeof(HostStorageNode)));
+    *node = {view.release(), nullptr, nullptr};
+    (storages.m_tail ? storages.m_tail->next : storages.m_head) = node;
+    storages.m_tail = node;
+    storages.OnNodeAdded(node);
+  }
+
+  // The list as a module walks it.
+  std::vector<cBaseIO*> Walk() const {
+    std::vector<cBaseIO*> found;
+    const HostStorageNode* last = nullptr;
+    for (const HostStorageNode* node = storages.m_head; node; node = node->next) {
+      found.push_back(node->storage);
+      last = node;
+    }
+    EXPECT_EQ(storages.m_tail, last);
+    return found;
+  }
+
+  fakes::TempFolder folder;
+  cStorages storages;
+};
+
+TEST_F(StoragesTest, TheListStaysLinkedWhateverIsClosed) {
+  for (const size_t closed : {0, 1, 2}) {
+    for (const char16_t* name : {u"a", u"b", u"c"}) Open(MakeDisk(name));
+    ASSERT_EQ(storages.Count(), 3u);
+    EXPECT_EQ(Walk().size(), 3u);
+    storages.Close(closed);
+    EXPECT_EQ(Walk(), (std::vector<cBaseIO*>{storages.At(0).IO(), storages.At(1).IO()}));
+    while (storages.Count() > 0) storages.Close(0);
+    EXPECT_TRUE(Walk().empty());
+  }
+}
+
+TEST_F(StoragesTest, AStorageOpensOnce) {
+  const std::u16string path = MakeDisk(u"disk");
+  size_t index = kNowhere;
+  EXPECT_EQ(Open(path), 0u);
+  EXPECT_EQ(storages.Add(OpenStorage(path, {}), &index), cStorages::Adding::kOpenAlready);
+  EXPECT_EQ(index, 0u);
+  EXPECT_EQ(storages.Count(), 1u);
+  EXPECT_EQ(storages.At(0).title, u"disk");
+}
+
+TEST_F(StoragesTest, WhatDoesNotOpenSaysWhy) {
+  struct Row {
+    std::u16string path;
+    const char16_t* words;
+  };
+  const Row rows[] = {
+      {folder.File(u"absent"), u"cannot be opened for reading"},
+      {MakeDisk(u"empty", 0), u"is empty"},
+      {MakeDisk(u"small", 511), u"is empty"},
+      {folder.File(u"."), u"is a folder"},
+  };
+  for (const Row& row : rows) {
+    const OpenedStorage opened = OpenStorage(row.path, {});
+    EXPECT_FALSE(opened.io);
+    EXPECT_NE(opened.fault.find(row.words), std::u16string::npos);
+  }
+  EXPECT_FALSE(OpenStorage(MakeDisk(u"odd", 1000), {}).notice.empty());
+}
+
+TEST_F(StoragesTest, WhatAModuleMadeHasAMapAndKnowsItsSource) {
+  const size_t disk = Open(MakeDisk(u"disk"));
+  MakeReadOnce(storages.At(disk), folder.File(u"c.kvrsp"));
+  size_t index = 0;
+  ASSERT_TRUE(storages.TakeMade({folder.File(u"c.kvrsp"), storages.At(disk).IO()}, &index));
+  Storage& made = storages.At(index);
+  ASSERT_TRUE(made.map);
+  EXPECT_EQ(made.map->GetSectorCount(), 64u);
+  EXPECT_TRUE(made.source.IsThere());
+  // The disk is cut while both are shown; closing the disk does not make the storage forget it.
+  std::filesystem::resize_file(folder.Path() / "disk", kDiskBytes / 2);
+  storages.Close(disk);
+  EXPECT_FALSE(storages.At(0).source.IsThere());
+}
+
+TEST_F(StoragesTest, ACacheIsNotUsedByTwoStorages) {
+  const size_t one = Open(MakeDisk(u"one")), other = Open(MakeDisk(u"other"));
+  const std::u16string cache = folder.File(u"c.kvrsp");
+  size_t index = kNowhere;
+  MakeReadOnce(storages.At(one), cache);
+  ASSERT_TRUE(storages.TakeMade({cache, storages.At(one).IO()}, &index));
+  for (const size_t source : {one, other}) {
+    MakeReadOnce(storages.At(source), cache);
+    EXPECT_FALSE(storages.TakeMade({cache, storages.At(source).IO()}, &index));
+    EXPECT_EQ(index, 2u);
+    EXPECT_EQ(Walk().size(), 3u);
+  }
+}
+
+TEST_F(StoragesTest, ACacheAloneIsAStorage) {
+  const size_t disk = Open(MakeDisk(u"disk"));
+  MakeReadOnce(storages.At(disk), folder.File(u"c.kvrsp"));
+  size_t made = 0;
+  ASSERT_TRUE(storages.TakeMade({folder.File(u"c.kvrsp"), nullptr}, &made));
+  const size_t cache = Open(folder.File(u"c.kvrsp"));
+  ASSERT_EQ(cache, 2u);
+  EXPECT_EQ(storages.At(cache).kind, StorageKind::kCache);
+  EXPECT_TRUE(storages.At(cache).map);
+  // With a header that makes no sense it is still no raw image.
+  std::vector<u8> bytes = fakes::ReadWholeFile(folder.File(u"c.kvrsp"));
+  std::fill(bytes.begin() + 8, bytes.begin() + 48, u8{0xFF});
+  ASSERT_TRUE(fakes::WriteWholeFile(folder.File(u"damaged.kvrsp"), bytes));
+  EXPECT_NE(OpenStorage(folder.File(u"damaged.kvrsp"), {}).fault.find(u"header is damaged"),
+            std::u16string::npos);
+}
+
+}  // namespace
+}  // namespace larkspur::host

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// What another process holds of the system.
+
+#include <windows.h>
+
+#include "base/types.h"
+
+namespace larkspur::host {
+
+struct ProcessResources {
+  u32 handles = 0;
+  u32 drawingObjects = 0;
+  u32 windows = 0;
+  u64 privateBytes = 0;
+};
+
+// The system's own counts where it has them. Wine answers 0 for handles and drawing objects: there,
+// the process's rows in the table of all handles, and the used rows of its own table of drawing
+// objects.
+ProcessResources ResourcesOf(HANDLE process);
+
+}  // namespace larkspur::host
