@@ -51,7 +51,9 @@ TEST(ReadEverythingTest, UnreadableSectorsAreCountedAndDoNotEndIt) {
     EXPECT_EQ(run.job.State().end, ReadingEnd::kDone);
     EXPECT_EQ(run.job.State().unreadable, 6u);
     EXPECT_EQ(rig.script->AskedMoreThan(2), "");
-    if (isReadOnce) EXPECT_EQ(Counts(rig).unreadable, 6u);
+    if (isReadOnce) {
+      EXPECT_EQ(Counts(rig).unreadable, 6u);
+    }
   }
 }
 
