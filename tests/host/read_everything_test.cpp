@@ -51,9 +51,7 @@ TEST(ReadEverythingTest, UnreadableSectorsAreCountedAndDoNotEndIt) {
     EXPECT_EQ(run.job.State().end, ReadingEnd::kDone);
     EXPECT_EQ(run.job.State().unreadable, 6u);
     EXPECT_EQ(rig.script->AskedMoreThan(2), "");
-    if (isReadOnce) {
-      EXPECT_EQ(Counts(rig).unreadable, 6u);
-    }
+    EXPECT_EQ(Counts(rig).unreadable, isReadOnce ? 6u : 0u);
   }
 }
 
@@ -110,6 +108,24 @@ TEST(ReadEverythingTest, ACacheThatCannotBeReadEndsIt) {
   EXPECT_TRUE(!run.ready || run.job.State().end == ReadingEnd::kNotKept ||
               run.job.State().end == ReadingEnd::kCacheFailed);
   EXPECT_LE(rig.script->AskedInAll(), 2 * cReadEverythingJob::kRequestSectors);
+}
+
+TEST(ReadEverythingTest, ACacheAloneIsReadWithWhatItLacks) {
+  StorageRig rig(kSectors);
+  rig.script->failing = {100, 101};
+  Storage made = rig.ReadOnce();
+  made.sectors = 256;
+  EXPECT_EQ(Reading(made).job.State().end, ReadingEnd::kDone);
+  const auto cache = fakes::OpenImage(rig.store, true);
+  HostStorageNode node{cache.get(), nullptr, nullptr};
+  Storage alone;
+  alone.node = &node;
+  alone.sectors = kSectors;
+  alone.map = fakes::OpenImage(rig.store, true);
+  const Reading run(alone);
+  EXPECT_EQ(run.job.State().end, ReadingEnd::kDone);
+  EXPECT_EQ(run.job.State().unreadable, 2u);
+  EXPECT_EQ(Counts(rig).missing, kSectors - 256);
 }
 
 TEST(ReadEverythingTest, EveryEndHasWords) {

@@ -8,9 +8,11 @@
 #include <gtest/gtest.h>
 
 #include "base/heap.h"
+#include "base/path_text.h"
 #include "fakes/temp_folder.h"
 #include "imaging/cache.h"
 #include "io/read_once_io.h"
+#include "platform/shared_heap.h"
 
 namespace larkspur::host {
 namespace {
@@ -19,6 +21,9 @@ constexpr size_t kDiskBytes = 64 * kSectorBytes;
 
 class StoragesTest : public ::testing::Test {
  protected:
+  // Nodes of the list lie on the heap that a host shares with its modules.
+  StoragesTest() { platform::SharedHeapHandleOrNew(); }
+
   std::u16string MakeDisk(const std::u16string& name, size_t bytes = kDiskBytes) {
     const std::u16string path = folder.File(name);
     EXPECT_TRUE(fakes::WriteWholeFile(path, std::vector<u8>(bytes)));
@@ -92,12 +97,12 @@ TEST_F(StoragesTest, WhatDoesNotOpenSaysWhy) {
       {folder.File(u"absent"), u"cannot be opened for reading"},
       {MakeDisk(u"empty", 0), u"is empty"},
       {MakeDisk(u"small", 511), u"is empty"},
-      {folder.File(u"."), u"is a folder"},
+      {folder.Path().u16string(), u"is a folder"},
   };
   for (const Row& row : rows) {
     const OpenedStorage opened = OpenStorage(row.path, {});
     EXPECT_FALSE(opened.io);
-    EXPECT_NE(opened.fault.find(row.words), std::u16string::npos);
+    EXPECT_NE(opened.fault.find(row.words), std::u16string::npos) << Utf8FromWide(opened.fault);
   }
   EXPECT_FALSE(OpenStorage(MakeDisk(u"odd", 1000), {}).notice.empty());
 }

@@ -15,10 +15,7 @@ bool cReadEverythingJob::Prepare(const Storage& storage) {
   if (!m_io) return false;
   m_isReadOnce = storage.IO()->GetTypeId() == kTypeReadOnce;
   m_source = storage.source.Clone();
-  // A cache that is looked at alone lacks what it lacks: nothing of it is fetched.
-  if (storage.map && m_isReadOnce) {
-    m_map.reset(static_cast<cKVRSparseIO*>(storage.map->Clone()));
-  }
+  if (storage.map) m_map.reset(static_cast<cKVRSparseIO*>(storage.map->Clone()));
   m_original = storage.IO();
   m_sectors = storage.sectors;
   m_first = storage.readNext;
@@ -83,7 +80,8 @@ ReadingEnd cReadEverythingJob::ReadSingly(u64 first, u32 count) {
 ReadingEnd cReadEverythingJob::CheckKept(u64 first, u32 count) {
   const StatusCounts counts = CountStatuses(m_map.get(), first, count);
   m_state.unreadable += counts.unreadable;
-  return counts.missing > 0 ? ReadingEnd::kNotKept : ReadingEnd::kNone;
+  // A cache that is looked at alone lacks what it lacks: nothing of it is fetched.
+  return counts.missing > 0 && m_isReadOnce ? ReadingEnd::kNotKept : ReadingEnd::kNone;
 }
 
 std::u16string EndWords(ReadingEnd end, u64 unreadable) {
