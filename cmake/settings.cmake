@@ -12,7 +12,7 @@ if(WIN32)
 endif()
 if(LARKSPUR_SANITIZE)
   add_compile_options(-fsanitize=${LARKSPUR_SANITIZE} -fno-sanitize-recover=all
-    -fno-omit-frame-pointer)
+    -fno-omit-frame-pointer -O1)
   add_link_options(-fsanitize=${LARKSPUR_SANITIZE})
 endif()
 if(LARKSPUR_FUZZ)

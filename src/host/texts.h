@@ -25,7 +25,7 @@ inline constexpr char16_t kShowSector[] = u"Show its first sector";
 
 inline constexpr char16_t kLanguage[] = u"Language of the dialogs:";
 inline constexpr char16_t kStorages[] = u"Storages:";
-inline constexpr char16_t kModules[] = u"Modules and other libraries beside the program:";
+inline constexpr char16_t kModules[] = u"Modules beside the program:";
 inline constexpr char16_t kSplitter[] = u"Width of the lists";
 inline constexpr char16_t kPages[] = u"Views of the storage";
 inline constexpr char16_t kPartitions[] = u"Partitions";

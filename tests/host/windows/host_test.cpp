@@ -132,7 +132,8 @@ TEST_P(HostRoadTest, FromAFailingDiskToItsMap) {
   const HWND dialog = host.WaitForForm();
   ASSERT_TRUE(dialog);
   EXPECT_EQ(Narrow(TextOfControl(dialog)), Narrow(TextOf("raid::mkspan", 0)));
-  Sleep(300);
+  ASSERT_TRUE(cHostDriver::Wait([&] { return GetForegroundWindow() == dialog; }));
+  Sleep(300);  // until the keys go to its first control
   PressKeys({VK_DOWN});
   PressKeys({VK_TAB});
   PressKeys({VK_TAB});

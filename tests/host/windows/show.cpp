@@ -12,6 +12,7 @@
 #include <cstdio>
 
 #include "base/path_text.h"
+#include "host/dialog_watch.h"
 #include "host/main_form.h"
 #include "host/windows/host_driver.h"
 #include "platform/terminal.h"
@@ -57,19 +58,19 @@ class cShow {
         [this] { return m_host.Copied().find(u"whole storage") != m_cache.npos; });
   }
 
-  // In the dialog as a user would: the first source, the cache's path, Define.
+  // In the dialog: the first source, the cache's path, Define. By messages, which arrive however
+  // busy the machine is; the tests use the keyboard.
   bool MadeStorage() {
     m_host.Command(cMainForm::kMakeStorage);
     const HWND dialog = m_host.WaitForForm();
     if (!dialog) return false;
-    SetForegroundWindow(dialog);
-    Sleep(kSettledMilliseconds);
-    PressKeys({VK_DOWN});
-    PressKeys({VK_TAB});
-    PressKeys({VK_TAB});
-    TypeText(m_cache);
+    const HWND sources = GetDlgItem(dialog, kSourceList);
+    SendMessageW(sources, CB_SETCURSEL, 1, 0);
+    SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(kSourceList, CBN_SELCHANGE),
+                 reinterpret_cast<LPARAM>(sources));
+    SetDlgItemTextW(dialog, kCachePathEdit, reinterpret_cast<const wchar_t*>(m_cache.c_str()));
     Picture(dialog, u"define");
-    PressKeys({VK_RETURN});
+    PostMessageW(GetDlgItem(dialog, kDefineButton), BM_CLICK, 0, 0);
     return m_host.WaitForNoForm() && m_host.Copied().find(u"{") != m_cache.npos;
   }
 
