@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// GUID partition tables (UEFI specification, chapter 5.3).
+// GUID partition tables (UEFI 2.10, chapter 5.3).
 //
 // Header, one logical sector, little-endian:
 //   0   8  "EFI PART"

@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// LUKS headers (on-disk format specification, versions 1.2.3 and 2).
+// LUKS headers (LUKS On-Disk Format 1.2.3, LUKS2 On-Disk Format 1.1).
 //
 // Version 1, big-endian:
 //   0    6   "LUKS" BA BE
