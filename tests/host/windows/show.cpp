@@ -68,7 +68,8 @@ class cShow {
     SendMessageW(sources, CB_SETCURSEL, 1, 0);
     SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(kSourceList, CBN_SELCHANGE),
                  reinterpret_cast<LPARAM>(sources));
-    SetDlgItemTextW(dialog, kCachePathEdit, reinterpret_cast<const wchar_t*>(m_cache.c_str()));
+    SendMessageW(GetDlgItem(dialog, kCachePathEdit), WM_SETTEXT, 0,
+                 reinterpret_cast<LPARAM>(m_cache.c_str()));
     Picture(dialog, u"define");
     PostMessageW(GetDlgItem(dialog, kDefineButton), BM_CLICK, 0, 0);
     return m_host.WaitForNoForm() && m_host.Copied().find(u"{") != m_cache.npos;
