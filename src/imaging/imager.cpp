@@ -8,6 +8,16 @@
 #include "platform/system_error.h"
 
 namespace larkspur {
+namespace {
+
+// The sectors that a pass leaves behind the first refused one: a mebibyte, so that a spot costs
+// little time, then a piece of a request, to come close to the spot from the front, then none.
+constexpr u32 kLeaps[] = {2048, cPiecewiseIO::kPieceSectors, 0};
+// The part of the storage that is left at once, at most: a dead head leaves areas of many GiB, but
+// what reads behind them should not be missed by much.
+constexpr u64 kLargestLeapPart = 128;
+
+}  // namespace
 
 cImager::cImager(Cache* cache, Source* source, const std::atomic<bool>* stop)
     : m_cache(cache),
@@ -41,12 +51,10 @@ ReadEnd cImager::Run(const Monitor& monitor) {
   if (!m_reader.IsReady() || !m_buffer.Data()) return ReadEnd::kCacheFailed;
   m_monitor = monitor;
   ReadEnd end = ReadEnd::kNotEnded;
-  // The visiting object is not the one that writes: it meets each stretch as it was before this
-  // run.
-  m_cache->image->VisitExtents(m_first, m_count, [&](u64 start, u64 sectors, SectorStatus status) {
-    if (status == kMissing) end = Fetch(start, sectors);
-    return end == ReadEnd::kNotEnded;
-  });
+  for (const u32 leap : kLeaps) {
+    end = Pass(leap);
+    if (end != ReadEnd::kNotEnded || m_progress.left == 0) break;
+  }
   // A read that ended early may have left holes: the cache itself knows. Asked only now, since a
   // visited object cannot be visited.
   if (m_cutCount > 0) Settle(CountStatuses(m_cache->image.get(), m_cutFirst, m_cutCount));
@@ -55,26 +63,53 @@ ReadEnd cImager::Run(const Monitor& monitor) {
   return m_syncFailed && end == ReadEnd::kNotEnded ? ReadEnd::kStoreFailed : end;
 }
 
+ReadEnd cImager::Pass(u32 leap) {
+  m_firstLeap = leap;
+  m_leap = 0;
+  m_leapEnd = 0;
+  m_reader.LeaveFailingRest(leap > 0);
+  ReadEnd end = ReadEnd::kNotEnded;
+  // The visiting object is not the one that writes: it meets each stretch as it was before this
+  // pass.
+  m_cache->image->VisitExtents(m_first, m_count, [&](u64 start, u64 sectors, SectorStatus status) {
+    if (status == kMissing) end = Fetch(start, sectors);
+    return end == ReadEnd::kNotEnded;
+  });
+  return end;
+}
+
 ReadEnd cImager::Fetch(u64 first, u64 count) {
   const u64 end = first + count;
+  first = std::max(first, m_leapEnd);
   while (first < end) {
     const u64 boundary = (first / kRequestSectors + 1) * kRequestSectors;
     const u32 request = static_cast<u32>(std::min(boundary, end) - first);
     const u64 refusedBefore = m_reader.Refused();
     const u32 settled = m_reader.Read(first, m_buffer.Data(), request);
-    if (settled < request) {
+    if (m_reader.End() != ReadEnd::kNotEnded) {
       m_cutFirst = first;
       m_cutCount = request;
       m_systemError = m_reader.SystemError();
       return m_reader.End();
     }
     const u64 refused = m_reader.Refused() - refusedBefore;
-    Settle({request - refused, refused, 0});
+    Settle({settled - refused, refused, 0});
     if (!SyncWhenDue()) return ReadEnd::kStoreFailed;
     Tell();
-    first += request;
+    first = Next(first + settled, settled < request || refused > 0);
   }
   return ReadEnd::kNotEnded;
+}
+
+u64 cImager::Next(u64 end, bool wasRefused) {
+  if (!wasRefused || m_firstLeap == 0) {
+    m_leap = 0;
+    return end;
+  }
+  const u64 largest = std::max<u64>(m_firstLeap, m_progress.sectors / kLargestLeapPart);
+  m_leap = m_leap == 0 ? m_firstLeap : std::min(m_leap * 2, largest);
+  m_leapEnd = end + m_leap;
+  return m_leapEnd;
 }
 
 void cImager::Settle(const StatusCounts& now) {

@@ -4,6 +4,10 @@
 
 // Reading everything: fills a cache with what it lacks of its source, in large aligned requests,
 // and never asks for a sector that the cache has or that the source refused.
+//
+// What reads well comes first: a disk may die over its bad areas. So where sectors are refused, the
+// run leaves what lies behind them, further each time, until it meets sectors that read; later
+// passes go back to what was left, and the last leaves nothing.
 
 #include <functional>
 
@@ -40,7 +44,12 @@ class cImager {
   u32 SystemError() const { return m_systemError; }
 
  private:
+  // Goes once over what is missing of the range. Behind refused sectors it leaves `leap` sectors,
+  // twice as many when the next request is refused too, and so on; 0 leaves nothing.
+  ReadEnd Pass(u32 leap);
   ReadEnd Fetch(u64 first, u64 count);
+  // Where to go on behind a request that ended at `end`, given whether sectors in it were refused.
+  u64 Next(u64 end, bool wasRefused);
   // Counts sectors that were missing and are so no more.
   void Settle(const StatusCounts& now);
   void Tell();
@@ -53,6 +62,9 @@ class cImager {
   cReader m_reader;
   u64 m_first = 0;
   u64 m_count = 0;
+  u32 m_firstLeap = 0;  // of the pass, as the next two
+  u64 m_leap = 0;
+  u64 m_leapEnd = 0;  // sectors before it are left
   Monitor m_monitor;
   ImagingProgress m_progress;
   platform::OwnedPages m_buffer;  // devices transfer to pages without a copy

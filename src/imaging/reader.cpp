@@ -18,9 +18,11 @@ u32 cReader::Read(u64 sector, void* buffer, u32 count) {
   if (*m_stop) EndWith(ReadEnd::kStopped);
   if (m_end != ReadEnd::kNotEnded) return 0;
   platform::SetLastFailure(0);
+  m_hasLeft = false;
   m_storage.SetPosition(sector);
   const u32 settled = m_storage.Read(buffer, count, nullptr);
-  if (settled < count) EndWith(m_traffic->gone ? ReadEnd::kSourceGone : ReadEnd::kCacheFailed);
+  if (settled < count && !m_hasLeft)
+    EndWith(m_traffic->gone ? ReadEnd::kSourceGone : ReadEnd::kCacheFailed);
   return settled;
 }
 
@@ -30,7 +32,13 @@ bool cReader::ConfirmUnreadable(u64 /*sector*/) {
     ++m_refused;
     return true;
   }
-  EndWith(m_traffic->gone ? ReadEnd::kSourceGone : ReadEnd::kStopped);
+  if (m_traffic->gone) {
+    EndWith(ReadEnd::kSourceGone);
+  } else if (*m_stop || !m_traffic->leavesRest) {
+    EndWith(ReadEnd::kStopped);
+  } else {
+    m_hasLeft = true;
+  }
   return false;
 }
 

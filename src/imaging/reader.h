@@ -33,8 +33,12 @@ class cReader final : public cFetchGuard {
 
   // Reads [sector, sector+count) into `buffer` and answers how many sectors, from the first on, are
   // settled: in the buffer, as data or, where the source refused them, as zeros. Fewer than asked
-  // means that End() is set.
+  // means that End() is set or, under LeaveFailingRest, that the rest was left.
   u32 Read(u64 sector, void* buffer, u32 count);
+
+  // Whether a read leaves what lies behind a piece of 64 KiB with refused sectors: not asked for,
+  // not marked. Off at first.
+  void LeaveFailingRest(bool leave) { m_traffic->leavesRest = leave; }
 
   // The storage that Read reads, for those who take a storage; End() tells of its reads as well.
   cBaseIO* Storage() { return &m_storage; }
@@ -58,6 +62,7 @@ class cReader final : public cFetchGuard {
   const std::atomic<bool>* m_stop;
   std::function<void()> m_onRefusal;
   bool m_ready;
+  bool m_hasLeft = false;  // the rest of the last read
   ReadEnd m_end = ReadEnd::kNotEnded;
   u32 m_systemError = 0;
   u64 m_refused = 0;

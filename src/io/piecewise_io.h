@@ -26,6 +26,9 @@ struct SourceTraffic {
   // Set from outside (where given) to stop asking; sectors not asked yet then fail without the
   // source's doing.
   const std::atomic<bool>* stop = nullptr;
+  // Once a piece of a request has failed, the pieces behind it are not asked for; their sectors
+  // then fail without the source's doing, too.
+  std::atomic<bool> leavesRest{false};
   // The source has ended before the sector it was asked for, or went away.
   std::atomic<bool> gone{false};
   // Asked after a request came out short, of a source that does not shrink when it goes away:
@@ -70,7 +73,8 @@ class cPiecewiseIO final : public cBaseIO {
   // Begins to keep the request at m_keptFirst, of which the first sectors were delivered. False
   // without memory; then nothing is kept and single sectors are simply asked for again.
   bool StartKeeping(const u8* buffer, u32 delivered, u32 count);
-  // Asks for the request's remaining pieces, from sector `at` of it on, and keeps them.
+  // Asks for the request's remaining pieces, from sector `at` of it on, and keeps them, unless they
+  // are to be left.
   void KeepRest(u32 at, u32 count);
   // A piece of the request, from its sector `at` on, delivered `got` sectors.
   void Note(u32 at, u32 piece, u32 got);
