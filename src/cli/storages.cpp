@@ -5,6 +5,7 @@
 #include "base/path_text.h"
 #include "cli/output.h"
 #include "platform/device.h"
+#include "platform/disk_use.h"
 #include "platform/system_error.h"
 
 namespace larkspur::cli {
@@ -44,6 +45,10 @@ std::string CacheWords(const std::string& name, const Cache& cache, u64 sourceSe
       return name + ": this is a folder; name a file in it, such as disk.kvrsp";
     case CacheAnswer::kSameAsSource:
       return name + ": source and cache are the same file; the cache must be another one";
+    case CacheAnswer::kOnSourceDisk:
+      return name +
+             ": this lies on the very disk that is to be read, and writing there destroys what "
+             "may be saved; put the cache on another disk";
     case CacheAnswer::kForeign:
       return name + ": this file is not a cache; it is left as it is, choose another name";
     case CacheAnswer::kDamagedHeader:
@@ -105,6 +110,10 @@ ExitStatus OpenPair(const SourceOptions& options, Pair* pair) {
   if (!source) return kExitFailed;
   pair->source = std::move(*source);
   const u64 sectors = pair->source.sectors;
+  if (platform::IsDiskMounted(WideFromUtf8(options.source).c_str())) {
+    Tell(options.source +
+         ": something on this disk is mounted; whatever else uses it wears it, unmount it first");
+  }
   if (options.start >= sectors) {
     Tell(fmt::format("--start {} lies behind the end: the source has {} sectors", options.start,
                      sectors));

@@ -3,6 +3,7 @@
 #include "imaging/cache.h"
 
 #include "io/flat_io.h"
+#include "platform/disk_use.h"
 #include "platform/system_error.h"
 
 namespace larkspur {
@@ -127,6 +128,9 @@ Cache OpenCache(const std::u16string& path, CacheAccess access, u64 expectedSect
 Cache OpenOrCreateCache(const std::u16string& path, const std::u16string& sourcePath, u64 sectors) {
   if (platform::AreSameFile(path.c_str(), sourcePath.c_str())) {
     return Answered(CacheAnswer::kSameAsSource);
+  }
+  if (platform::IsFileOnDisk(path.c_str(), sourcePath.c_str())) {
+    return Answered(CacheAnswer::kOnSourceDisk);
   }
   Cache cache = OpenCache(path, CacheAccess::kResume, sectors);
   return cache.answer == CacheAnswer::kAbsent ? CreateCache(path, sectors) : std::move(cache);

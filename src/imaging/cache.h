@@ -20,6 +20,7 @@ enum class CacheAnswer {
   kCannotOpen,  // systemError says why
   kFolder,
   kSameAsSource,
+  kOnSourceDisk,   // what is written there may fall on what is to be saved
   kForeign,        // a file, but not a cache: never touched
   kDamagedHeader,  // it was a cache, but its header makes no sense
   kIncomplete,     // the file ends before its index, or before records that the index names

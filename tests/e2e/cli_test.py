@@ -269,6 +269,23 @@ class CliTest(unittest.TestCase):
         self.assertEqual(self.export(status=3), data)
 
     @native_only
+    def test_a_mounted_disk_is_told_of_and_holds_no_cache_of_itself(self):
+        self.make_source(8192)
+        device = loop_device(self, "source.img", 512)
+        subprocess.run(["mkfs.ext4", "-q", device], check=True)
+        os.mkdir("mounted")
+        if subprocess.run(["mount", device, "mounted"], stderr=subprocess.DEVNULL).returncode:
+            self.skipTest("this machine does not mount")
+        self.addCleanup(subprocess.run, ["umount", "mounted"], check=True)
+        result = run("image", device, "mounted/disk.kvrsp")
+        self.assert_status(result, 1)
+        self.assertIn(b"mounted/disk.kvrsp: this lies on the very disk", result.stderr)
+        self.assertFalse(os.path.exists("mounted/disk.kvrsp"))
+        result = run("image", device, "disk.kvrsp")
+        self.assert_status(result, 0)
+        self.assertIn(f"{device}: something on this disk is mounted".encode(), result.stderr)
+
+    @native_only
     def test_a_device_is_read_past_the_page_cache(self):
         self.make_source(256)
         device = loop_device(self, "source.img", 512)

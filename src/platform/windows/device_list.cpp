@@ -5,12 +5,11 @@
 
 #include <windows.h>
 
-#include <set>
-
 #include "base/endian.h"
 #include "platform/device.h"
 #include "platform/device_requests.h"
 #include "platform/system_error.h"
+#include "platform/windows/disk_number.h"
 
 namespace larkspur::platform {
 namespace {
@@ -32,17 +31,6 @@ u64 SizeOf(const char16_t* path, Device& device) {
          LoadLe32(out + kGeometrySectorsOffset) * LoadLe32(out + kGeometrySectorSizeOffset);
 }
 
-// The number of the disk that a letter's volume lies on; none for what is no disk.
-std::optional<u32> DiskOfLetter(wchar_t letter) {
-  const char16_t path[] = {u'\\', u'\\', u'.', u'\\', static_cast<char16_t>(letter), u':', 0};
-  const auto volume = SystemDevices().Open(path, kAccessQuery);
-  u8 out[kDeviceNumberBytes] = {};
-  u32 returned = 0;
-  if (!volume || !volume->Control(kGetDeviceNumber, {}, out, &returned)) return std::nullopt;
-  if (LoadLe32(out + kDeviceTypeOffset) != kDeviceTypeDisk) return std::nullopt;
-  return LoadLe32(out + kDeviceNumberOffset);
-}
-
 void Describe(ListedDevice* listed, Device& device) {
   u32 returned = 0;
   listed->bytes = SizeOf(listed->path.c_str(), device);
@@ -54,7 +42,7 @@ void Describe(ListedDevice* listed, Device& device) {
 
 std::vector<ListedDevice> ListDevices() {
   std::vector<ListedDevice> devices;
-  std::set<u32> mounted;
+  const std::set<u32> mounted = MountedDisks();
   std::vector<ListedDevice> optical;
   const DWORD letters = GetLogicalDrives();
   for (char16_t letter = u'A'; letter <= u'Z'; ++letter) {
@@ -62,8 +50,6 @@ std::vector<ListedDevice> ListDevices() {
     const char16_t drive[] = {letter, u':', u'\0'};
     if (SystemDevices().IsOpticalDrive(drive)) {
       optical.push_back({.path = std::u16string(u"\\\\.\\") + drive, .isOptical = true});
-    } else if (const auto disk = DiskOfLetter(static_cast<wchar_t>(letter))) {
-      mounted.insert(*disk);
     }
   }
   for (u32 number = 0; number < kDriveNumbers; ++number) {
