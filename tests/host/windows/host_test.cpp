@@ -330,7 +330,7 @@ TEST_F(HostTest, AHundredRoundsLeaveNothingBehind) {
   host.Command(cMainForm::kMap);
   ProcessResources before;
   for (int round = 0; round < kWarmUp + kRounds; ++round) {
-    if (round == kWarmUp) before = ResourcesOf(host.Process());
+    if (round == kWarmUp) before = ResourcesAtRest(host.Process());
     ASSERT_TRUE(Make(host, cache));
     ASSERT_TRUE(cHostDriver::Wait([&] { return StorageCount(host) == 2; }));
     host.Command(cMainForm::kCloseStorage);
@@ -339,7 +339,7 @@ TEST_F(HostTest, AHundredRoundsLeaveNothingBehind) {
     PostMessageW(host.Window(), cMainForm::kOpenNamed, 0, 0);
     ASSERT_TRUE(cHostDriver::Wait([&] { return StorageCount(host) == 1; }));
   }
-  const ProcessResources after = ResourcesOf(host.Process());
+  const ProcessResources after = ResourcesAtRest(host.Process());
   std::printf("handles %u to %u, drawing objects %u to %u, windows %u to %u, bytes %llu to %llu\n",
               before.handles, after.handles, before.drawingObjects, after.drawingObjects,
               before.windows, after.windows, before.privateBytes, after.privateBytes);

@@ -113,4 +113,17 @@ ProcessResources ResourcesOf(HANDLE process) {
   return resources;
 }
 
+ProcessResources ResourcesAtRest(HANDLE process) {
+  constexpr int kEqualSamples = 5, kMostSamples = 100;
+  constexpr DWORD kBetweenMilliseconds = 50;
+  ProcessResources resources = ResourcesOf(process);
+  for (int equal = 1, taken = 1; equal < kEqualSamples && taken < kMostSamples; ++taken) {
+    Sleep(kBetweenMilliseconds);
+    const ProcessResources now = ResourcesOf(process);
+    equal = now == resources ? equal + 1 : 1;
+    resources = now;
+  }
+  return resources;
+}
+
 }  // namespace larkspur::host
