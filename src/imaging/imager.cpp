@@ -8,17 +8,6 @@
 #include "platform/system_error.h"
 
 namespace larkspur {
-namespace {
-
-// The sectors that a pass leaves behind the first refused one: a mebibyte, so that a spot costs
-// little time, then a piece of a request, to come close to the spot from the front, then none.
-constexpr u32 kLeaps[] = {2048, cPiecewiseIO::kPieceSectors, 0};
-// The part of the storage that is left at once, at most: a dead head leaves areas of many GiB, but
-// what reads behind them should not be missed by much.
-constexpr u64 kLargestLeapPart = 128;
-
-}  // namespace
-
 cImager::cImager(Cache* cache, Source* source, const std::atomic<bool>* stop)
     : m_cache(cache),
       m_source(source),
@@ -51,8 +40,8 @@ ReadEnd cImager::Run(const Monitor& monitor) {
   if (!m_reader.IsReady() || !m_buffer.Data()) return ReadEnd::kCacheFailed;
   m_monitor = monitor;
   ReadEnd end = ReadEnd::kNotEnded;
-  for (const u32 leap : kLeaps) {
-    end = Pass(leap);
+  for (const u32 leap : cLeaps::kPasses) {
+    end = Pass(cLeaps(leap, m_progress.sectors));
     if (end != ReadEnd::kNotEnded || m_progress.left == 0) break;
   }
   // A read that ended early may have left holes: the cache itself knows. Asked only now, since a
@@ -63,11 +52,9 @@ ReadEnd cImager::Run(const Monitor& monitor) {
   return m_syncFailed && end == ReadEnd::kNotEnded ? ReadEnd::kStoreFailed : end;
 }
 
-ReadEnd cImager::Pass(u32 leap) {
-  m_firstLeap = leap;
-  m_leap = 0;
-  m_leapEnd = 0;
-  m_reader.LeaveFailingRest(leap > 0);
+ReadEnd cImager::Pass(const cLeaps& leaps) {
+  m_leaps = leaps;
+  m_reader.LeaveFailingRest(leaps.LeavesAnything());
   ReadEnd end = ReadEnd::kNotEnded;
   // The visiting object is not the one that writes: it meets each stretch as it was before this
   // pass.
@@ -80,7 +67,7 @@ ReadEnd cImager::Pass(u32 leap) {
 
 ReadEnd cImager::Fetch(u64 first, u64 count) {
   const u64 end = first + count;
-  first = std::max(first, m_leapEnd);
+  first = std::max(first, m_leaps.LeavesBefore());
   while (first < end) {
     const u64 boundary = (first / kRequestSectors + 1) * kRequestSectors;
     const u32 request = static_cast<u32>(std::min(boundary, end) - first);
@@ -96,20 +83,9 @@ ReadEnd cImager::Fetch(u64 first, u64 count) {
     Settle({settled - refused, refused, 0});
     if (!SyncWhenDue()) return ReadEnd::kStoreFailed;
     Tell();
-    first = Next(first + settled, settled < request || refused > 0);
+    first = m_leaps.Next(first + settled, settled < request || refused > 0);
   }
   return ReadEnd::kNotEnded;
-}
-
-u64 cImager::Next(u64 end, bool wasRefused) {
-  if (!wasRefused || m_firstLeap == 0) {
-    m_leap = 0;
-    return end;
-  }
-  const u64 largest = std::max<u64>(m_firstLeap, m_progress.sectors / kLargestLeapPart);
-  m_leap = m_leap == 0 ? m_firstLeap : std::min(m_leap * 2, largest);
-  m_leapEnd = end + m_leap;
-  return m_leapEnd;
 }
 
 void cImager::Settle(const StatusCounts& now) {

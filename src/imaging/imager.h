@@ -4,13 +4,10 @@
 
 // Reading everything: fills a cache with what it lacks of its source, in large aligned requests,
 // and never asks for a sector that the cache has or that the source refused.
-//
-// What reads well comes first: a disk may die over its bad areas. So where sectors are refused, the
-// run leaves what lies behind them, further each time, until it meets sectors that read; later
-// passes go back to what was left, and the last leaves nothing.
 
 #include <functional>
 
+#include "imaging/leaps.h"
 #include "imaging/reader.h"
 #include "imaging/summary.h"
 #include "platform/pages.h"
@@ -44,12 +41,9 @@ class cImager {
   u32 SystemError() const { return m_systemError; }
 
  private:
-  // Goes once over what is missing of the range. Behind refused sectors it leaves `leap` sectors,
-  // twice as many when the next request is refused too, and so on; 0 leaves nothing.
-  ReadEnd Pass(u32 leap);
+  // Goes once over what is missing of the range.
+  ReadEnd Pass(const cLeaps& leaps);
   ReadEnd Fetch(u64 first, u64 count);
-  // Where to go on behind a request that ended at `end`, given whether sectors in it were refused.
-  u64 Next(u64 end, bool wasRefused);
   // Counts sectors that were missing and are so no more.
   void Settle(const StatusCounts& now);
   void Tell();
@@ -62,9 +56,7 @@ class cImager {
   cReader m_reader;
   u64 m_first = 0;
   u64 m_count = 0;
-  u32 m_firstLeap = 0;  // of the pass, as the next two
-  u64 m_leap = 0;
-  u64 m_leapEnd = 0;  // sectors before it are left
+  cLeaps m_leaps;
   Monitor m_monitor;
   ImagingProgress m_progress;
   platform::OwnedPages m_buffer;  // devices transfer to pages without a copy

@@ -16,10 +16,12 @@ bool cReadEverythingJob::Prepare(const Storage& storage) {
   m_isReadOnce = storage.IO()->GetTypeId() == kTypeReadOnce;
   m_source = storage.source.Clone();
   if (storage.map) m_map.reset(static_cast<cKVRSparseIO*>(storage.map->Clone()));
+  if (m_map && m_isReadOnce) m_visited.reset(static_cast<cKVRSparseIO*>(m_map->Clone()));
   m_original = storage.IO();
   m_sectors = storage.sectors;
-  m_first = storage.readNext;
-  m_state.next = m_first;
+  m_leaps = {};
+  m_done = 0;
+  m_state.next = storage.readNext;
   m_state.unreadable = 0;
   m_state.end = ReadingEnd::kNone;
   return true;
@@ -29,6 +31,7 @@ void cReadEverythingJob::Release() {
   m_original = nullptr;
   m_io.reset();
   m_map.reset();
+  m_visited.reset();
   m_source = {};
 }
 
@@ -38,22 +41,45 @@ u32 cReadEverythingJob::Run() {
 }
 
 ReadingEnd cReadEverythingJob::ReadAll() {
-  while (m_state.next < m_sectors) {
+  if (m_visited) return ReadMissing();
+  m_work = m_sectors - m_state.next;
+  const ReadingEnd end = ReadRange(m_state.next, m_sectors);
+  return end == ReadingEnd::kNone ? ReadingEnd::kDone : end;
+}
+
+ReadingEnd cReadEverythingJob::ReadMissing() {
+  const StatusCounts before = CountStatuses(m_map.get(), 0, m_sectors);
+  m_work = before.missing;
+  m_state.unreadable = before.unreadable;
+  ReadingEnd end = ReadingEnd::kNone;
+  for (const u32 leap : cLeaps::kPasses) {
+    m_leaps = cLeaps(leap, m_sectors);
+    m_visited->VisitExtents(0, m_sectors, [&](u64 start, u64 sectors, SectorStatus status) {
+      if (status == kMissing) end = ReadRange(start, start + sectors);
+      return end == ReadingEnd::kNone;
+    });
+    if (end != ReadingEnd::kNone || m_done == m_work) break;
+  }
+  return end == ReadingEnd::kNone ? ReadingEnd::kDone : end;
+}
+
+ReadingEnd cReadEverythingJob::ReadRange(u64 first, u64 end) {
+  first = std::max(first, m_leaps.LeavesBefore());
+  while (first < end) {
     if (StopRequested()) return ReadingEnd::kStopped;
     // Asked before each request: a read-once storage would note as unreadable, for good, what a
     // source that is gone does not deliver.
     if (!m_source.IsThere()) return ReadingEnd::kSourceGone;
-    const u64 first = m_state.next;
     const u64 boundary = (first / kRequestSectors + 1) * kRequestSectors;
-    const u32 count = static_cast<u32>(std::min(boundary, m_sectors) - first);
-    if (const ReadingEnd end = ReadOne(first, count); end != ReadingEnd::kNone) return end;
+    const u32 count = static_cast<u32>(std::min(boundary, end) - first);
+    const u64 unreadableBefore = m_state.unreadable;
+    if (const ReadingEnd ended = ReadOne(first, count); ended != ReadingEnd::kNone) return ended;
     m_state.next = first + count;
-    if (m_report) {
-      m_report(static_cast<double>(first + count - m_first) /
-               static_cast<double>(m_sectors - m_first));
-    }
+    m_done += count;
+    if (m_report) m_report(static_cast<double>(m_done) / static_cast<double>(m_work));
+    first = m_leaps.Next(first + count, m_state.unreadable > unreadableBefore);
   }
-  return ReadingEnd::kDone;
+  return ReadingEnd::kNone;
 }
 
 ReadingEnd cReadEverythingJob::ReadOne(u64 first, u32 count) {

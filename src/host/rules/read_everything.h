@@ -3,7 +3,8 @@
 #pragma once
 
 // Reading a whole storage on a thread of its own, through a clone of it, so that whoever looks at
-// the storage meanwhile is not in the way. Knows the storage by its operations only.
+// the storage meanwhile is not in the way. Knows the storage by its operations only. Of a read-once
+// storage with a map it reads what is missing, and the bad areas at the end.
 
 #include <array>
 #include <atomic>
@@ -13,6 +14,7 @@
 #include "base/job.h"
 #include "base/owned.h"
 #include "host/rules/storages.h"
+#include "imaging/leaps.h"
 
 namespace larkspur::host {
 
@@ -28,8 +30,8 @@ enum class ReadingEnd {
 
 // How far it is; written by the job's thread, read by any.
 struct ReadingState {
-  std::atomic<u64> next{0};        // the first sector that was not read yet
-  std::atomic<u64> unreadable{0};  // of those read in this run
+  std::atomic<u64> next{0};        // the first sector that was not read yet; where there is no map
+  std::atomic<u64> unreadable{0};  // of those read in this run; by the map, of all
   std::atomic<ReadingEnd> end{ReadingEnd::kNone};
 };
 
@@ -59,6 +61,8 @@ class cReadEverythingJob final : public cJob {
 
  private:
   ReadingEnd ReadAll();
+  ReadingEnd ReadMissing();
+  ReadingEnd ReadRange(u64 first, u64 end);
   ReadingEnd ReadOne(u64 first, u32 count);
   // What came short is asked for sector by sector.
   ReadingEnd ReadSingly(u64 first, u32 count);
@@ -70,7 +74,11 @@ class cReadEverythingJob final : public cJob {
   Owned<cKVRSparseIO> m_map;
   Watched m_source;
   bool m_isReadOnce = false;
-  u64 m_first = 0;  // where this run began
+  // Of a read-once storage: the one is visited while the other is counted. Null: there is no map.
+  Owned<cKVRSparseIO> m_visited;
+  cLeaps m_leaps;
+  u64 m_work = 0;  // sectors to be read in this run
+  u64 m_done = 0;  // of these
   u64 m_sectors = 0;
   ReadingState m_state;
   std::array<u8, u64{kRequestSectors} * kSectorBytes> m_buffer;
