@@ -12,18 +12,16 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 
+#include "base/path_text.h"
 #include "catalog/message_catalog.h"
 #include "dialogs/about_plg_form.h"
 #include "dialogs/file_choose_dialog.h"
 #include "dialogs/message_form.h"
 #include "dialogs/mk_raid_form.h"
 #include "dialogs/new_folder_name_req_form.h"
-#include "imaging/png_writer.h"
 #include "ui/drop_down_list_child.h"
-#include "ui/handles.h"
 #include "ui/icon_child.h"
 #include "ui/list_view_child.h"
 #include "ui/progress_bar_child.h"
@@ -32,42 +30,20 @@
 #include "ui/status_bar_child.h"
 #include "ui/texts.h"
 #include "ui/tool_bar_child.h"
+#include "ui/windows/screen_picture.h"
 
 namespace larkspur {
 namespace {
 
 constexpr UINT kSettledMilliseconds = 500;
-std::string g_file;
+std::u16string g_file;
 bool g_saved = false;
-
-// What the screen shows in a box.
-Canvas ScreenIn(const RECT& box) {
-  const int width = box.right - box.left, height = box.bottom - box.top;
-  const cScreenDc screen;
-  const OwnedMemoryDc memory(CreateCompatibleDC(screen));
-  BITMAPINFO info{};
-  info.bmiHeader = {sizeof info.bmiHeader, width, -height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
-  void* bits = nullptr;
-  const OwnedBitmap bitmap(CreateDIBSection(screen, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
-  const cSelected selected(memory.get(), bitmap.get());
-  BitBlt(memory.get(), 0, 0, width, height, screen, box.left, box.top, SRCCOPY);
-  const u32 columns = static_cast<u32>(width), rows = static_cast<u32>(height);
-  Canvas canvas(columns, rows, {0, 0, 0});
-  const u8* at = static_cast<const u8*>(bits);
-  for (u32 i = 0; i < columns * rows; ++i, at += 4) {
-    canvas.Fill(i % columns, i / columns, 1, 1, {at[2], at[1], at[0]});
-  }
-  return canvas;
-}
 
 // Saves the form on top and closes it.
 void CALLBACK SaveAndClose(HWND, UINT, UINT_PTR timer, DWORD) {
   KillTimer(nullptr, timer);
   const HWND form = GetForegroundWindow();
-  RECT box{};
-  GetWindowRect(form, &box);
-  std::ofstream file(g_file, std::ios::binary);
-  g_saved = static_cast<bool>(file << ScreenIn(box).ToPng());
+  g_saved = SavePicture(form, g_file);
   PostMessageW(form, WM_CLOSE, 0, 0);
 }
 
@@ -282,7 +258,7 @@ int main(int count, char** words) {
   for (int i = 1; i + 2 < count; i += 3) {
     cLanguage language(static_cast<u32>(std::atoi(words[i + 1])));
     Messages().SelectLanguage(&language);
-    g_file = words[i + 2];
+    g_file = WideFromUtf8(words[i + 2]);
     g_saved = false;
     for (const Scene& scene : kScenes) {
       if (std::string(scene.name) != words[i]) continue;

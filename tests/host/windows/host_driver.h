@@ -69,7 +69,4 @@ DWORD RunToFiles(std::u16string line, const std::u16string& out, const std::u16s
 // Where this program lies, with a backslash.
 std::u16string ProgramFolder();
 
-// Saves what the screen shows of a window as a PNG file.
-bool SavePicture(HWND window, const std::u16string& path);
-
 }  // namespace larkspur::host
