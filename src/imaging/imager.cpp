@@ -72,6 +72,7 @@ ReadEnd cImager::Fetch(u64 first, u64 count) {
     const u64 boundary = (first / kRequestSectors + 1) * kRequestSectors;
     const u32 request = static_cast<u32>(std::min(boundary, end) - first);
     const u64 refusedBefore = m_reader.Refused();
+    const double started = platform::MonotonicSeconds();
     const u32 settled = m_reader.Read(first, m_buffer.Data(), request);
     if (m_reader.End() != ReadEnd::kNotEnded) {
       m_cutFirst = first;
@@ -83,7 +84,8 @@ ReadEnd cImager::Fetch(u64 first, u64 count) {
     Settle({settled - refused, refused, 0});
     if (!SyncWhenDue()) return ReadEnd::kStoreFailed;
     Tell();
-    first = m_leaps.Next(first + settled, settled < request || refused > 0);
+    const bool tookLong = platform::MonotonicSeconds() - started > cLeaps::kHardSeconds;
+    first = m_leaps.Next(first + settled, tookLong || settled < request || refused > 0);
   }
   return ReadEnd::kNotEnded;
 }

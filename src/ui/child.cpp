@@ -63,6 +63,17 @@ MessageAnswer cChild::OnMessage(const WindowMessage& message) {
   return cWindow::OnMessage(message);
 }
 
+MessageAnswer cChild::PaintBare() {
+  PAINTSTRUCT paint;
+  const HDC dc = BeginPaint(Handle(), &paint);
+  const Size size = ClientSize();
+  const RECT box{0, 0, size.width, size.height};
+  FillRect(dc, &box, GetSysColorBrush(COLOR_BTNFACE));
+  if (HasFocus()) DrawFocusRect(dc, &box);
+  EndPaint(Handle(), &paint);
+  return 0;
+}
+
 void cChild::Rescale() {
   Send(WM_SETFONT, reinterpret_cast<WPARAM>(Font()), TRUE);
   OnScale();

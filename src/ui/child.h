@@ -51,6 +51,8 @@ class cChild : public cWindow {
   cTheme& Theme() const;
   HFONT Font() const;
   MessageAnswer OnMessage(const WindowMessage& message) override;
+  // Answers WM_PAINT for a control that shows nothing of its own but where the keyboard is.
+  MessageAnswer PaintBare();
 
   // Once, when the control is there; what depends on the scale belongs into OnScale.
   virtual void OnCreate() {}

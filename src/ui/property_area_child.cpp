@@ -234,14 +234,7 @@ MessageAnswer cPropertyAreaChild::OnFocusChange(const WindowMessage&) {
 }
 
 MessageAnswer cPropertyAreaChild::OnPaint(const WindowMessage&) {
-  PAINTSTRUCT paint;
-  const HDC dc = BeginPaint(Handle(), &paint);
-  const Size size = ClientSize();
-  const RECT box{0, 0, size.width, size.height};
-  FillRect(dc, &box, GetSysColorBrush(COLOR_BTNFACE));
-  if (HasFocus()) DrawFocusRect(dc, &box);
-  EndPaint(Handle(), &paint);
-  return 0;
+  return PaintBare();
 }
 
 MessageAnswer cPropertyAreaChild::OnKeyCode(const WindowMessage&) {

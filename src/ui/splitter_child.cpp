@@ -74,14 +74,7 @@ MessageAnswer cSplitterChild::OnKey(const WindowMessage& message) {
 }
 
 MessageAnswer cSplitterChild::OnPaint(const WindowMessage&) {
-  PAINTSTRUCT paint;
-  const HDC dc = BeginPaint(Handle(), &paint);
-  const Size size = ClientSize();
-  const RECT box{0, 0, size.width, size.height};
-  FillRect(dc, &box, GetSysColorBrush(COLOR_BTNFACE));
-  if (HasFocus()) DrawFocusRect(dc, &box);
-  EndPaint(Handle(), &paint);
-  return 0;
+  return PaintBare();
 }
 
 MessageAnswer cSplitterChild::OnFocusChange(const WindowMessage&) {

@@ -11,6 +11,7 @@
 
 #include "fakes/recording_source.h"
 #include "fakes/temp_folder.h"
+#include "platform/clock.h"
 
 namespace larkspur {
 namespace {
@@ -128,6 +129,22 @@ TEST_F(Imager, GoesOnWhereItWasStoppedInAnyPass) {
       ASSERT_LE(m_script->askedAlone[sector], 1u) << sector << " stopped after " << limit;
     }
   }
+}
+
+TEST_F(Imager, LeavesASlowAreaForLater) {
+  UseSource(9000);
+  std::vector<u64> asked;
+  m_script->onRequest = [&](u64 sector, u32) {
+    if (sector == 1024) {
+      platform::SleepMilliseconds(static_cast<u32>(cLeaps::kHardSeconds * 1000) + 100);
+    }
+    asked.push_back(sector);
+  };
+  EXPECT_EQ(Image(0, 9000), ReadEnd::kNotEnded);
+  EXPECT_EQ(m_progress.counts.present, 9000u);
+  const auto place = [&](u64 sector) { return std::find(asked.begin(), asked.end(), sector); };
+  EXPECT_LT(place(8960), place(1536)) << "what lies behind the slow request comes last";
+  EXPECT_EQ(m_script->AskedMoreThan(1), "");
 }
 
 TEST_F(Imager, KeepsToItsRange) {

@@ -6,6 +6,7 @@
 
 #include "host/rules/words.h"
 #include "imaging/summary.h"
+#include "platform/clock.h"
 
 namespace larkspur::host {
 
@@ -73,11 +74,13 @@ ReadingEnd cReadEverythingJob::ReadRange(u64 first, u64 end) {
     const u64 boundary = (first / kRequestSectors + 1) * kRequestSectors;
     const u32 count = static_cast<u32>(std::min(boundary, end) - first);
     const u64 unreadableBefore = m_state.unreadable;
+    const double started = platform::MonotonicSeconds();
     if (const ReadingEnd ended = ReadOne(first, count); ended != ReadingEnd::kNone) return ended;
     m_state.next = first + count;
     m_done += count;
     if (m_report) m_report(static_cast<double>(m_done) / static_cast<double>(m_work));
-    first = m_leaps.Next(first + count, m_state.unreadable > unreadableBefore);
+    const bool tookLong = platform::MonotonicSeconds() - started > cLeaps::kHardSeconds;
+    first = m_leaps.Next(first + count, tookLong || m_state.unreadable > unreadableBefore);
   }
   return ReadingEnd::kNone;
 }
