@@ -64,11 +64,19 @@ std::string RecordWords(cPartExtension* record) {
   }
 }
 
+// What looks like a partition's own table may be a file system's boot sector: it only gave the
+// type.
+bool IsBootSector(const cPartTreeItem& node, const Format& format) {
+  return format.parserId == kParserMbr && node.Parent() && !node.FirstChild();
+}
+
 std::string NodeWords(const cPartTreeItem& node) {
   std::string text = node.m_type == kTypeWholeDevice
                          ? "whole storage"
                          : fmt::format("{} ({})", Utf8(node.m_name), node.m_type);
-  if (const Format* format = FormatOfNode(node)) text += std::string(": ") + format->title;
+  if (const Format* format = FormatOfNode(node); format && !IsBootSector(node, *format)) {
+    text += std::string(": ") + format->title;
+  }
   for (const cPartExtensionItem* item = node.m_firstExtension; item; item = item->m_next) {
     text += RecordWords(item->m_record);
   }

@@ -82,6 +82,17 @@ class TreeTest(unittest.TestCase):
         self.assertEqual({r["kind"] for d in drives for r in d["records"]}, {12})
         self.assertEqual(drives[0]["records"][0]["offset"], 2048)
 
+    @needs("sfdisk", "mkfs.fat")
+    def test_a_boot_sector_is_no_table(self):
+        blank("fat.img", 200000)
+        self.sfdisk("fat.img", "label: dos\nstart=2048,type=83\n")
+        tool("mkfs.fat", "-F", "32", "--offset", "2048", "fat.img", "98976")
+        partition, = self.children("fat.img")
+        self.assertEqual((partition["type"], partition["parserClass"]), (11, "cMbrPartParser"))
+        lines = run("tree", "fat.img").stdout.decode().splitlines()
+        self.assertTrue(lines[1].endswith("  whole storage: MBR partition table"), lines)
+        self.assertTrue(lines[2].endswith("  FAT32 (11)"), lines)
+
     @needs("sfdisk")
     def test_gpt_of_sfdisk(self):
         blank("gpt.img", 400000)
