@@ -18,7 +18,7 @@ namespace {
 // Units.
 constexpr Size kFormSize = {920, 620}, kLeastSize = {640, 420};
 constexpr i32 kToolHeight = 32, kMargin = 6, kLabel = 18, kModulesHeight = 80, kListsWidth = 340;
-constexpr i32 kChoiceHeight = 22, kLanguageLabelWidth = 132;
+constexpr i32 kChoiceHeight = 22, kLanguageLabelWidth = 150;
 constexpr i32 kLeastLists = 240, kLeastPages = 320, kPagesWidth = 545;
 constexpr i32 kStatusHeight = 24;
 constexpr i32 kBelow = cProgressView::kHeight + kStatusHeight;
