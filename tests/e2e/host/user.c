@@ -30,7 +30,7 @@ static BOOL CALLBACK Compare(HWND window, LPARAM parameter) {
   Search* search = (Search*)parameter;
   wchar_t caption[256];
   if (!IsWindowVisible(window)) return TRUE;
-  GetWindowTextW(window, caption, 256);
+  InternalGetWindowText(window, caption, 256);
   if (wcscmp(caption, search->caption) != 0) return TRUE;
   search->window = window;
   return FALSE;
