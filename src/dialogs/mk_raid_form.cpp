@@ -83,7 +83,6 @@ void cMkRAIDForm::CreateCache() {
 }
 
 void cMkRAIDForm::FillSources() {
-  m_source.Clear();
   AddSource(Item(kSelectOne), nullptr);
   for (const SourceRow& row : SourceRows(m_storages)) AddSource(row.text, row.storage);
   m_source.SetValue(0);
@@ -91,7 +90,7 @@ void cMkRAIDForm::FillSources() {
 }
 
 void cMkRAIDForm::AddSource(std::u16string_view text, cBaseIO* storage) {
-  m_source.Add(text, storage);
+  if (m_source.Add(text) != cDropDownListChild::kNoRow) m_rows.push_back(storage);
 }
 
 void cMkRAIDForm::OnLayout(Size client) {
@@ -119,8 +118,8 @@ void cMkRAIDForm::OnSourceChanged() {
 }
 
 cBaseIO* cMkRAIDForm::ChosenSource() const {
-  // The list keeps what AddSource gave it.
-  return const_cast<cBaseIO*>(static_cast<const cBaseIO*>(m_source.Data(m_source.Value())));
+  const int row = m_source.Value();
+  return row == cDropDownListChild::kNoRow ? nullptr : m_rows[static_cast<size_t>(row)];
 }
 
 void cMkRAIDForm::AddNamedDevice() {

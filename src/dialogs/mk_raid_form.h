@@ -66,6 +66,7 @@ class cMkRAIDForm final : public cCustomForm {
 
   cLabelChild m_sourceLabel;
   cDropDownListChild m_source;
+  std::vector<cBaseIO*> m_rows;  // the storage of each row of m_source; none for the first
   cIconButtonChild m_addDevice;
   cLabelChild m_cacheLabel;
   cEditChild m_path;

@@ -89,8 +89,9 @@ void cMainForm::FillLanguages() {
   for (const LanguagePack& pack : kToolkitPacks) {
     const auto header = ReadPackHeader(pack.image);
     if (!header) continue;
-    const int row =
-        m_language.Add(header->name, reinterpret_cast<const void*>(u64{pack.languageId}));
+    const int row = m_language.Add(header->name);
+    if (row == cDropDownListChild::kNoRow) continue;
+    m_languageIds.push_back(pack.languageId);
     if (pack.languageId == m_settings.Language()) m_language.SetValue(row);
   }
 }
@@ -254,8 +255,9 @@ void cMainForm::Say(std::u16string_view text) {
 }
 
 void cMainForm::TakeLanguage() {
-  m_settings.SetLanguage(
-      static_cast<u32>(reinterpret_cast<u64>(m_language.Data(m_language.Value()))));
+  const int row = m_language.Value();
+  if (row == cDropDownListChild::kNoRow) return;
+  m_settings.SetLanguage(m_languageIds[static_cast<size_t>(row)]);
   Messages().SelectLanguage(&m_settings);
   for (const ModuleFile& file : m_modules) {
     if (file.module) file.module->Configure(m_settings);

@@ -127,6 +127,7 @@ class cMainForm final : public cCustomForm {
   cListViewChild m_moduleList;
   cLabelChild m_languageLabel;
   cDropDownListChild m_language;
+  std::vector<u32> m_languageIds;  // of each of its rows
   cSplitterChild m_splitter{cSplitterChild::Along::Horizontally};
   cTabChild m_tabs;
   cPartitionPage m_partitionPage;

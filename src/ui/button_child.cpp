@@ -2,10 +2,13 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "ui/button_child.h"
 
+#include <vector>
+
 #include <uxtheme.h>
 #include <vsstyle.h>
 
 #include "ui/custom_form.h"
+#include "ui/icon_images.h"
 
 namespace larkspur {
 namespace {
@@ -13,15 +16,14 @@ namespace {
 constexpr i32 kIconGap = 5;  // units beside an icon
 
 // The states of the system's button, in the order of their images.
-constexpr int kStates = PBS_DEFAULTED + 1;  // the last one: under a pen
+constexpr size_t kStates = PBS_DEFAULTED + 1;  // the last one: under a pen
 
 OwnedImageList StateImages(u32 iconNumber, i32 extent) {
-  OwnedImageList images(ImageList_Create(extent, extent, ILC_COLOR32 | ILC_MASK, kStates, 0));
-  for (int state = PBS_NORMAL; state <= kStates; ++state) {
-    const OwnedIcon icon = MakeIcon(iconNumber, extent, state == PBS_DISABLED);
-    ImageList_ReplaceIcon(images.get(), -1, icon.get());
-  }
-  return images;
+  const auto picture = RenderIcon(iconNumber, static_cast<u32>(extent));
+  if (!picture) return nullptr;
+  std::vector<IconPixels> pictures(kStates, *picture);
+  pictures[PBS_DISABLED - PBS_NORMAL] = Faded(*picture);
+  return MakeImages(pictures);
 }
 
 }  // namespace

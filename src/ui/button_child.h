@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "ui/child.h"
+#include "ui/rules/icon_shapes.h"
 
 namespace larkspur {
 

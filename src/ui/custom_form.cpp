@@ -8,6 +8,7 @@
 
 #include "ui/child.h"
 #include "ui/dpi.h"
+#include "ui/icon_images.h"
 #include "ui/modal_scope.h"
 #include "ui/module_instance.h"
 #include "ui/screen_place.h"

@@ -16,17 +16,10 @@ constexpr WPARAM kRowsShown = 12;
 cDropDownListChild::cDropDownListChild()
     : cValueChild(WC_COMBOBOXW, WS_TABSTOP | WS_VSCROLL | CBS_DROPDOWNLIST) {}
 
-int cDropDownListChild::Add(std::u16string_view text, const void* data) {
+int cDropDownListChild::Add(std::u16string_view text) {
   const std::u16string row(text);
   const LRESULT index = Send(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(Wide(row)));
-  if (index < 0) return kNoRow;
-  Send(CB_SETITEMDATA, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(data));
-  return static_cast<int>(index);
-}
-
-const void* cDropDownListChild::Data(int row) const {
-  if (row < 0 || row >= Count()) return nullptr;
-  return reinterpret_cast<const void*>(Send(CB_GETITEMDATA, static_cast<WPARAM>(row)));
+  return index < 0 ? kNoRow : static_cast<int>(index);
 }
 
 std::u16string cDropDownListChild::RowText(int row) const {

@@ -2,8 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// A choice of one row of a list that drops down. Each row carries a number or address of the
-// form's own.
+// A choice of one row of a list that drops down.
 
 #include <string_view>
 
@@ -19,15 +18,13 @@ class cDropDownListChild : public cValueChild {
 
   void Clear() { Send(CB_RESETCONTENT); }
   // Appends a row; its index, or kNoRow without memory.
-  int Add(std::u16string_view text, const void* data = nullptr);
+  int Add(std::u16string_view text);
   int Count() const { return static_cast<int>(Send(CB_GETCOUNT)); }
 
   // The chosen row, or kNoRow.
   int Value() const { return static_cast<int>(Send(CB_GETCURSEL)); }
   // Chooses a row; `onChange` is not called.
   void SetValue(int row) { Send(CB_SETCURSEL, static_cast<WPARAM>(row)); }
-  // What Add was given; null for a row that is not there.
-  const void* Data(int row) const;
   std::u16string RowText(int row) const;
 
  private:

@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "ui/icon_child.h"
 
+#include "ui/icon_images.h"
+
 namespace larkspur {
 
 bool cIconChild::Create(cCustomForm& form, const AnchoredBox& place, u32 iconNumber, i32 units) {

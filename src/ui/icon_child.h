@@ -5,6 +5,7 @@
 // An icon of the theme, to be looked at.
 
 #include "ui/child.h"
+#include "ui/rules/icon_shapes.h"
 
 namespace larkspur {
 

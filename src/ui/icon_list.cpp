@@ -4,17 +4,20 @@
 
 #include <algorithm>
 
+#include "ui/icon_images.h"
+
 namespace larkspur {
 
 HIMAGELIST cIconList::At(i32 extent) {
   OwnedImageList& list = m_lists[extent];
   if (list) return list.get();
-  list.reset(ImageList_Create(extent, extent, ILC_COLOR32 | ILC_MASK,
-                              static_cast<int>(m_numbers.size()), 0));
+  std::vector<IconPixels> pictures;
   for (const u32 number : m_numbers) {
-    const OwnedIcon icon = MakeIcon(number, extent);
-    ImageList_ReplaceIcon(list.get(), -1, icon.get());
+    const auto picture = RenderIcon(number, static_cast<u32>(extent));
+    if (!picture) return nullptr;
+    pictures.push_back(*picture);
   }
+  list = MakeImages(pictures);
   return list.get();
 }
 

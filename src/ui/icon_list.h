@@ -6,10 +6,11 @@
 // for. One list may serve all instances of a form.
 
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "ui/handles.h"
-#include "ui/theme.h"
+#include "ui/rules/icon_shapes.h"
 
 namespace larkspur {
 
@@ -18,7 +19,8 @@ class cIconList {
   cIconList() = default;
   explicit cIconList(std::vector<u32> iconNumbers) : m_numbers(std::move(iconNumbers)) {}
 
-  // The icons at extent by extent pixels; owned by the list.
+  // The icons at extent by extent pixels; owned by the list. Null with an unknown number among
+  // them.
   HIMAGELIST At(i32 extent);
 
   // The index of the icon with this number; the number of icons when it is not in the list.

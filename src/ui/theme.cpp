@@ -16,20 +16,6 @@ bool IsHighContrast() {
          (state.dwFlags & HCF_HIGHCONTRASTON);
 }
 
-// A top-down bitmap of the icon's pixels with their alpha; null without memory for it.
-OwnedBitmap BitmapOf(const IconPixels& icon) {
-  BITMAPINFO info{};
-  info.bmiHeader.biSize = sizeof info.bmiHeader;
-  info.bmiHeader.biWidth = static_cast<LONG>(icon.extent);
-  info.bmiHeader.biHeight = -static_cast<LONG>(icon.extent);
-  info.bmiHeader.biPlanes = 1;
-  info.bmiHeader.biBitCount = 32;
-  void* bits = nullptr;
-  OwnedBitmap bitmap(CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
-  if (bitmap) std::copy(icon.pixels.begin(), icon.pixels.end(), static_cast<u32*>(bits));
-  return bitmap;
-}
-
 LOGFONTW Description(u32 number, i32 pixels) {
   LOGFONTW font{};
   font.lfHeight = pixels;
@@ -44,17 +30,6 @@ LOGFONTW Description(u32 number, i32 pixels) {
 
 COLORREF TextColour(COLORREF wanted) {
   return IsHighContrast() ? GetSysColor(COLOR_WINDOWTEXT) : wanted;
-}
-
-OwnedIcon MakeIcon(u32 number, i32 extent, bool faded) {
-  const auto pixels = RenderIcon(number, static_cast<u32>(extent));
-  if (!pixels) return nullptr;
-  const OwnedBitmap colour = BitmapOf(faded ? Faded(*pixels) : *pixels);
-  // The mask of an icon with alpha is not looked at; a bitmap of one bit a pixel has to be there.
-  const OwnedBitmap mask(CreateBitmap(extent, extent, 1, 1, nullptr));
-  if (!colour || !mask) return nullptr;
-  ICONINFO info{TRUE, 0, 0, mask.get(), colour.get()};
-  return OwnedIcon(CreateIconIndirect(&info));
 }
 
 Size TextSize(HFONT font, std::u16string_view text) {

@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// How forms look: fonts by number, colours, icons. A form has a theme of its own for the scale that
+// How forms look: fonts by number, and colours. A form has a theme of its own for the scale that
 // it is shown at and gives the fonts back with it.
 //
 // Colours are the system's COLORREF (0xBBGGRR). In high-contrast modes the system's own text colour
@@ -16,7 +16,6 @@
 
 #include "ui/handles.h"
 #include "ui/rules/geometry.h"
-#include "ui/rules/icon_shapes.h"
 
 namespace larkspur {
 
@@ -30,10 +29,6 @@ constexpr COLORREF kNoticeColour = 0xff4040;
 
 // What to draw text of `wanted` colour with.
 COLORREF TextColour(COLORREF wanted);
-
-// Icon `number` at extent by extent pixels, as something that cannot be used now when `faded`; null
-// for an unknown number.
-OwnedIcon MakeIcon(u32 number, i32 extent, bool faded = false);
 
 // The size of one line of text in pixels.
 Size TextSize(HFONT font, std::u16string_view text);

@@ -143,13 +143,13 @@ TEST_F(ElementTest, AHintIsTheSystemsTooltip) {
   }});
 }
 
-TEST_F(ElementTest, ADropDownListKeepsWhatEachRowStandsFor) {
+TEST_F(ElementTest, ADropDownListTellsWhenTheUserChooses) {
   cDropDownListChild list;
-  int changes = 0, data = 0;
+  int changes = 0;
   cElementForm form([&](cCustomForm& f) {
     list.Create(f, {5, 25, -30, 22}, 100);
     list.Add(u"- Select one -");
-    list.Add(u"Диск & more", &data);
+    list.Add(u"Диск & more");
     list.SetValue(0);
     list.onChange = [&] { ++changes; };
   });
@@ -157,10 +157,6 @@ TEST_F(ElementTest, ADropDownListKeepsWhatEachRowStandsFor) {
                   EXPECT_EQ(ClassOf(GetDlgItem(window, 100)), "ComboBox");
                   EXPECT_EQ(list.Count(), 2);
                   EXPECT_EQ(list.Value(), 0);
-                  EXPECT_EQ(list.Data(0), nullptr);
-                  EXPECT_EQ(list.Data(1), &data);
-                  EXPECT_EQ(list.Data(2), nullptr);
-                  EXPECT_EQ(list.Data(-1), nullptr);
                   EXPECT_EQ(Utf8(list.RowText(1)), "Диск & more");
                   EXPECT_EQ(list.RowText(2), u"");
                   EXPECT_EQ(changes, 0);

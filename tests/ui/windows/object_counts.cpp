@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "ui/theme.h"
+#include "ui/icon_images.h"
 
 namespace larkspur {
 namespace {
