@@ -52,7 +52,7 @@ struct Slot {
   DoubleBytePage page;
 };
 
-Slot g_slots[kPages];
+constinit Slot g_slots[kPages];
 
 template <typename Output>
 size_t Decode(const DoubleBytePage& page, const u8* at, size_t count, Output out) {

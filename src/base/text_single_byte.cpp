@@ -14,12 +14,13 @@ constexpr size_t kMaxTables = 32;  // above the number of pages
 
 struct ReverseTable {
   std::once_flag built;
-  u8 rowOf[256];
-  u8 rows[kMaxRows][256];
+  u8 rowOf[256] = {};
+  u8 rows[kMaxRows][256] = {};
 };
 
-// Built from the stored table when a page is first written.
-ReverseTable g_reverse[kMaxTables];
+// Built from the stored table when a page is first written; until then it takes up no memory, which
+// a constructor at the program's start would touch.
+constinit ReverseTable g_reverse[kMaxTables];
 
 void Build(const SingleByteTable& table, ReverseTable& reverse) {
   u8 rows = 1;
