@@ -42,20 +42,17 @@ void AddRange(CLI::App* command, SourceOptions* options, bool required) {
   count->type_name("N")->required(required)->check(CLI::PositiveNumber);
 }
 
-// Each command brings its own options; `chosen` becomes the one to run.
-void AddImage(CLI::App* app, Action* chosen) {
+// Each of these gives a command its options; `chosen` becomes what to run when it is the one.
+void AddImage(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<SourceOptions>();
-  auto* command = app->add_subcommand(
-      "image", "Read the source once into the cache, making it or going on where it stopped");
   AddSourceAndCache(command, options.get());
   AddRange(command, options.get(), false);
   AddJson(command, &options->json);
   command->callback([=] { *chosen = [options] { return RunImage(*options); }; });
 }
 
-void AddRead(CLI::App* app, Action* chosen) {
+void AddRead(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ReadOptions>();
-  auto* command = app->add_subcommand("read", "Copy a range of sectors out, through the cache");
   AddSourceAndCache(command, options.get());
   AddRange(command, options.get(), true);
   command->add_option("-o,--output", options->output, "The file to write; else standard output")
@@ -63,18 +60,16 @@ void AddRead(CLI::App* app, Action* chosen) {
   command->callback([=] { *chosen = [options] { return RunRead(*options); }; });
 }
 
-void AddInfo(CLI::App* app, Action* chosen) {
+void AddInfo(CLI::App* command, Action* chosen) {
   auto cache = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
-  auto* command = app->add_subcommand("info", "Show a cache's header and counts");
   AddCache(command, cache.get());
   AddJson(command, json.get());
   command->callback([=] { *chosen = [=] { return RunInfo(*cache, *json); }; });
 }
 
-void AddMap(CLI::App* app, Action* chosen) {
+void AddMap(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<MapOptions>();
-  auto* command = app->add_subcommand("map", "Show what is present, unreadable and missing");
   AddCache(command, &options->cache);
   command->add_option("--png", options->png, "Draw the map as a PNG picture")->type_name("FILE");
   command->add_option("--svg", options->svg, "Draw the map as an SVG picture")->type_name("FILE");
@@ -84,31 +79,26 @@ void AddMap(CLI::App* app, Action* chosen) {
   command->callback([=] { *chosen = [options] { return RunMap(*options); }; });
 }
 
-void AddCheck(CLI::App* app, Action* chosen) {
+void AddCheck(CLI::App* command, Action* chosen) {
   auto cache = std::make_shared<std::string>();
   auto repair = std::make_shared<bool>(false);
   auto json = std::make_shared<bool>(false);
-  auto* command = app->add_subcommand("check", "Verify a cache's index, records and maps");
   AddCache(command, cache.get());
   command->add_flag("--repair", *repair, "Mend what can be mended without losing a sector");
   AddJson(command, json.get());
   command->callback([=] { *chosen = [=] { return RunCheck(*cache, *repair, *json); }; });
 }
 
-void AddExport(CLI::App* app, Action* chosen) {
+void AddExport(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ExportOptions>();
-  auto* command =
-      app->add_subcommand("export", "Write a raw image, with holes for what is not there");
   AddCache(command, &options->cache);
   command->add_option("OUT", options->output, "The raw image to make")->required();
   command->add_flag("--force", options->force, "Replace an existing file");
   command->callback([=] { *chosen = [options] { return RunExport(*options); }; });
 }
 
-void AddTree(CLI::App* app, Action* chosen) {
+void AddTree(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<TreeOptions>();
-  auto* command =
-      app->add_subcommand("tree", "Show the partitions and volume sets of a source or a cache");
   command->add_option("STORAGE", options->source, "A file, a device or a cache")->required();
   auto* cache = command->add_option("--cache", options->cache,
                                     "Look at the source through this cache, so that each sector "
@@ -120,21 +110,53 @@ void AddTree(CLI::App* app, Action* chosen) {
   command->callback([=] { *chosen = [options] { return RunTree(*options); }; });
 }
 
-void AddDevices(CLI::App* app, Action* chosen) {
+void AddDevices(CLI::App* command, Action* chosen) {
   auto json = std::make_shared<bool>(false);
-  auto* command = app->add_subcommand("devices", "List the storage devices of this machine");
   AddJson(command, json.get());
   command->callback([=] { *chosen = [=] { return RunDevices(*json); }; });
 }
 
-void AddIdentify(CLI::App* app, Action* chosen) {
+void AddIdentify(CLI::App* command, Action* chosen) {
   auto device = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
-  auto* command = app->add_subcommand("identify", "Ask a drive what it is");
   command->add_option("DEVICE", *device, "The device, such as /dev/sdb or \\\\.\\PhysicalDrive1")
       ->required();
   AddJson(command, json.get());
   command->callback([=] { *chosen = [=] { return RunIdentify(*device, *json); }; });
+}
+
+struct Command {
+  const char* name;
+  const char* description;
+  void (*add)(CLI::App* command, Action* chosen);
+};
+
+constexpr Command kCommands[] = {
+    {"image", "Read the source once into the cache, making it or going on where it stopped",
+     AddImage},
+    {"read", "Copy a range of sectors out, through the cache", AddRead},
+    {"info", "Show a cache's header and counts", AddInfo},
+    {"map", "Show what is present, unreadable and missing", AddMap},
+    {"check", "Verify a cache's index, records and maps", AddCheck},
+    {"export", "Write a raw image, with holes for what is not there", AddExport},
+    {"tree", "Show the partitions and volume sets of a source or a cache", AddTree},
+    {"devices", "List the storage devices of this machine", AddDevices},
+    {"identify", "Ask a drive what it is", AddIdentify},
+};
+
+bool IsCommand(const std::string& name) {
+  return std::any_of(std::begin(kCommands), std::end(kCommands),
+                     [&](const Command& command) { return command.name == name; });
+}
+
+// The named command alone, since describing all of them to the parser takes as long as looking at a
+// disk does; all of them, for the help, when it is none of them.
+void AddCommands(CLI::App* app, const std::string& named, Action* chosen) {
+  const bool isOne = IsCommand(named);
+  for (const Command& command : kCommands) {
+    if (isOne && command.name != named) continue;
+    command.add(app->add_subcommand(command.name, command.description), chosen);
+  }
 }
 
 ExitStatus Run(std::vector<std::string> arguments) {
@@ -146,10 +168,12 @@ ExitStatus Run(std::vector<std::string> arguments) {
       "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable;\n"
       "130 interrupted (the same command goes on from there).");
   Action chosen;
-  for (const auto add : {AddImage, AddRead, AddInfo, AddMap, AddCheck, AddExport, AddTree,
-                         AddDevices, AddIdentify}) {
-    add(&app, &chosen);
+  const std::string named = arguments.empty() ? std::string() : arguments.front();
+  if (!named.empty() && named[0] != '-' && !IsCommand(named)) {
+    Tell(named + ": there is no such command; larkspur --help lists them");
+    return kExitUsage;
   }
+  AddCommands(&app, named, &chosen);
   try {
     std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
     app.parse(arguments);
