@@ -8,6 +8,7 @@
 #include "platform/system_error.h"
 
 namespace larkspur {
+
 cImager::cImager(Cache* cache, Source* source, const std::atomic<bool>* stop)
     : m_cache(cache),
       m_source(source),
