@@ -8,9 +8,6 @@
 // system hands out first.
 enum { kProbes = 1024 };
 
-// The system keeps a few device contexts, and how many depends on what was drawn when.
-enum { kSpareGdi = 4 };
-
 static DWORD Higher(DWORD highest, HANDLE handle, DWORD mask) {
   const DWORD number = (DWORD)(UINT_PTR)handle & mask;
   return number > highest ? number : highest;
@@ -84,7 +81,7 @@ bool CompareResources(const char* when, const Resources* before, const Resources
   stays = Stays("bytes", before->heapBytes, after->heapBytes, 0) && stays;
   stays = Stays("GDI", before->gdiObjects, after->gdiObjects, 0) && stays;
   stays = Stays("USER", before->userObjects, after->userObjects, 0) && stays;
-  stays = Stays("highest GDI", before->highestGdi, after->highestGdi, kSpareGdi) && stays;
+  stays = Stays("highest GDI", before->highestGdi, after->highestGdi, 0) && stays;
   stays = Stays("highest USER", before->highestUser, after->highestUser, 0) && stays;
   stays =
       Stays("highest handle", before->highestHandle, after->highestHandle, spareHandles) && stays;

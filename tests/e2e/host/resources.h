@@ -20,7 +20,6 @@ typedef struct {
 
 Resources CountResources(HANDLE heap);
 
-// Whether nothing has grown, but for that many handles and a few drawing objects of the system;
-// says so on the console.
+// Whether nothing has grown, but for that many handles; says so on the console.
 bool CompareResources(const char* when, const Resources* before, const Resources* after,
                       size_t spareHandles);

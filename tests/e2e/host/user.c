@@ -30,6 +30,7 @@ static BOOL CALLBACK Compare(HWND window, LPARAM parameter) {
   Search* search = (Search*)parameter;
   wchar_t caption[256];
   if (!IsWindowVisible(window)) return TRUE;
+  // Not by a message, which would wait for the window's thread and disturb it.
   InternalGetWindowText(window, caption, 256);
   if (wcscmp(caption, search->caption) != 0) return TRUE;
   search->window = window;
