@@ -20,13 +20,14 @@ MAY_INCLUDE = {
     "catalog": {"base", "platform"},
     "partitions": {"io", "base"},
     "devices": {"io", "base", "platform"},
-    "imaging": {"devices", "io", "base", "platform"},
+    "rescue": {"io", "base", "platform"},
+    "imaging": {"rescue", "devices", "io", "base", "platform"},
     "ui": {"catalog", "base", "platform"},
     "dialogs": {"ui", "imaging", "devices", "catalog", "io", "base", "platform"},
     "module": {"dialogs", "ui", "partitions", "imaging", "devices", "catalog", "io", "base", "platform"},
-    "host": {"dialogs", "ui", "partitions", "imaging", "devices", "catalog", "io", "base", "platform",
+    "host": {"dialogs", "ui", "partitions", "imaging", "rescue", "devices", "catalog", "io", "base", "platform",
              "module"},
-    "cli": {"partitions", "imaging", "devices", "io", "base", "platform"},
+    "cli": {"partitions", "imaging", "rescue", "devices", "io", "base", "platform"},
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]', re.M)

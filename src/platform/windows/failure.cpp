@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "platform/failure.h"
+
+#include <windows.h>
+
+namespace larkspur::platform {
+
+FailureKind KindOfFailure(u32 code) {
+  switch (code) {
+    case ERROR_CRC:
+    case ERROR_SECTOR_NOT_FOUND:
+    case ERROR_DISK_CORRUPT:
+    case ERROR_UNRECOGNIZED_MEDIA:
+      return FailureKind::kMedium;
+    case ERROR_SEM_TIMEOUT:
+    case ERROR_TIMEOUT:
+    case ERROR_BUS_RESET:
+    case ERROR_ADAP_HDW_ERR:
+      return FailureKind::kTransport;
+    case ERROR_NOT_READY:
+    case ERROR_DEVICE_NOT_CONNECTED:
+    case ERROR_DEV_NOT_EXIST:
+    case ERROR_DEVICE_REMOVED:
+    case ERROR_NO_MEDIA_IN_DRIVE:
+    case ERROR_MEDIA_CHANGED:
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_HANDLE:
+    case ERROR_WRONG_DISK:
+      return FailureKind::kGone;
+    case ERROR_NOT_ENOUGH_MEMORY:
+    case ERROR_OUTOFMEMORY:
+    case ERROR_NO_SYSTEM_RESOURCES:
+    case ERROR_TOO_MANY_OPEN_FILES:
+    case ERROR_ACCESS_DENIED:
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+    case ERROR_BUSY:
+      return FailureKind::kSystem;
+  }
+  return FailureKind::kUnclear;
+}
+
+}  // namespace larkspur::platform
