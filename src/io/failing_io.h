@@ -11,13 +11,9 @@
 
 #include "base/owned.h"
 #include "io/base_io.h"
+#include "io/sector_range.h"
 
 namespace larkspur {
-
-struct SectorRange {
-  u64 first;
-  u64 count;
-};
 
 class cFailingIO final : public cBaseIO {
  public:

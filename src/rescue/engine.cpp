@@ -1,0 +1,343 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+
+// The order of work. How one request is asked, judged and kept is in engine_asks.cpp.
+
+#include "rescue/engine.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/system_error.h"
+
+namespace larkspur {
+namespace {
+
+constexpr u32 kPiece = AskedSource::kMaxAskSectors;
+constexpr const char* kPhaseNames[] = {"idle", "copy",   "back",  "sweep",
+                                       "trim", "scrape", "retry", "fetch"};
+
+// Witnesses are spread evenly: a few on a small disk, one for every 4 GiB on a large one.
+constexpr u64 kSectorsPerFirstWitness = u64{2} << 20 >> kSectorShift;
+constexpr u64 kFirstWitnesses = 8;
+constexpr u64 kSectorsPerWitness = u64{4} << 30 >> kSectorShift;
+constexpr u64 kMostWitnesses = 256;
+
+u64 WitnessCount(u64 sectors) {
+  return std::min({sectors / kSectorsPerFirstWitness,
+                   kFirstWitnesses + sectors / kSectorsPerWitness, kMostWitnesses});
+}
+
+u32 PhysicalSectors(const SourceIdentity& identity) {
+  const u32 sectors = identity.physicalSectorBytes / kSectorBytes;
+  const bool isUsable = sectors >= 1 && sectors <= kPiece && kPiece % sectors == 0;
+  return isUsable ? sectors : 1;
+}
+
+}  // namespace
+
+const char* PhaseName(Phase phase) {
+  return kPhaseNames[static_cast<size_t>(phase)];
+}
+
+Engine::Engine(AskedSource* source, RescueStore* store, RescueLog* log, RescueClock* clock,
+               const std::atomic<bool>* stop, EngineOptions options)
+    : m_source(source),
+      m_store(store),
+      m_log(log),
+      m_clock(clock),
+      m_stop(stop),
+      m_options(std::move(options)),
+      m_queue(source, clock, stop, m_options.inThread),
+      m_ledger(store, log),
+      m_sectors(store->Sectors()),
+      m_unit(PhysicalSectors(source->Identity())),
+      m_lastSuccess(clock->Seconds()),
+      m_started(m_lastSuccess),
+      m_lastSync(m_lastSuccess) {
+  m_queue.LimitRate(m_options.maxBytesPerSecond);
+  m_progress.sectors = m_sectors;
+  if (!m_queue.IsReady()) StopWith(StopReason::kSystemFailed, 0);
+}
+
+void Engine::Resume(RescueHistory* history) {
+  m_triedTogether = std::move(history->triedTogether);
+  m_triedAlone = std::move(history->triedAlone);
+}
+
+SectorRange Engine::UnitAround(u64 sector) const {
+  const u64 first = sector / m_unit * m_unit;
+  return {first, std::min<u64>(m_unit, m_sectors - first)};
+}
+
+SectorRange Engine::Widened(SectorRange range) const {
+  const u64 first = range.first / m_unit * m_unit;
+  const u64 end = std::min((range.End() + m_unit - 1) / m_unit * m_unit, m_sectors);
+  return {first, end - first};
+}
+
+bool Engine::Want(const ExtentSet& domain) {
+  if (m_progress.all.present + m_progress.all.unreadable + m_progress.all.missing == 0 &&
+      !m_store->Count({0, m_sectors}, &m_progress.all)) {
+    StopWith(StopReason::kCacheUnreadable, platform::LastFailure());
+    return false;
+  }
+  ExtentSet wanted;
+  domain.Visit({0, m_sectors}, [&](SectorRange part) { wanted.Add(Widened(part)); });
+  wanted.Remove(m_planned);
+  m_planned.Add(wanted);
+  ExtentSet missing;
+  bool isReadable = true;
+  wanted.Visit([&](SectorRange part) {
+    isReadable =
+        isReadable && m_store->Visit(part, [&](u64 start, u64 sectors, SectorStatus status) {
+          if (status == kMissing) missing.Add({start, sectors});
+          (status == kPresent      ? m_progress.domain.present
+           : status == kUnreadable ? m_progress.domain.unreadable
+                                   : m_progress.domain.missing) += sectors;
+          return true;
+        });
+  });
+  if (!isReadable) {
+    StopWith(StopReason::kCacheUnreadable, platform::LastFailure());
+    return false;
+  }
+  m_progress.domainSectors = m_planned.Sectors();
+  const ExtentSet alone = missing.Intersection(m_triedAlone);
+  missing.Remove(alone);
+  m_ledger.refused.Add(alone);
+  const ExtentSet together = missing.Intersection(m_triedTogether);
+  missing.Remove(together);
+  m_ledger.failed.Add(together);
+  m_triedEarlier.Add(alone);
+  m_triedEarlier.Add(together);
+  m_ledger.untried.Add(missing);
+  return true;
+}
+
+void Engine::Begin(Phase phase) {
+  if (phase == m_progress.phase || IsStopping()) return;
+  m_progress.phase = phase;
+  if (phase != Phase::kFetch) m_log->Write(LogEvent("phase").Add("name", PhaseName(phase)));
+}
+
+void Engine::Image() {
+  SetWitnessesAside();
+  const bool forward = !m_options.reverse;
+  const SectorRange all{0, m_sectors};
+  Scan(Phase::kCopy, forward, true, all);
+  Scan(Phase::kBack, !forward, true, all);
+  // What failed without the medium's doing is asked again, as long as that gets anywhere.
+  u64 before = 0;
+  do {
+    before = m_ledger.Left();
+    Scan(Phase::kSweep, forward, false, all);
+    if (m_options.scrape) {
+      Trim();
+      Scrape();
+    }
+    AskWitnesses();
+  } while (!IsStopping() && m_ledger.Left() > 0 && m_ledger.Left() < before && m_options.scrape);
+}
+
+void Engine::SetWitnessesAside() {
+  const u64 count = WitnessCount(m_sectors);
+  for (u64 i = 0; i < count; ++i) {
+    // At the end of a piece, so that what is asked around it stays one request.
+    const u64 middle = m_sectors / count * i + m_sectors / count / 2;
+    const SectorRange unit = UnitAround(middle / kPiece * kPiece + kPiece - 1);
+    const auto wanted = m_ledger.untried.NextFrom(unit.first);
+    if (!wanted || wanted->first != unit.first || wanted->count < unit.count) continue;
+    m_ledger.untried.Remove(unit);
+    m_ledger.witnesses.Add(unit);
+  }
+}
+
+void Engine::Scan(Phase phase, bool forward, bool skips, SectorRange within) {
+  if (!m_ledger.untried.NextFrom(within.first)) return;
+  Begin(phase);
+  m_queue.JudgeSlowness(skips);
+  SkipPolicy policy = skips ? SkipPolicy(m_sectors) : SkipPolicy();
+  u64 cursor = forward ? within.first : within.End();
+  const auto next = [&]() -> std::optional<SectorRange> {
+    const auto part =
+        forward ? m_ledger.untried.NextFrom(cursor) : m_ledger.untried.LastBefore(cursor);
+    if (!part || part->first >= within.End() || part->End() <= within.first) return std::nullopt;
+    const u64 boundary =
+        forward ? (part->first / kPiece + 1) * kPiece : (part->End() - 1) / kPiece * kPiece;
+    const u64 first = forward ? part->first : std::max({part->first, boundary, within.first});
+    const u64 end = forward ? std::min({part->End(), boundary, within.End()}) : part->End();
+    cursor = forward ? end : first;
+    return SectorRange{first, end - first};
+  };
+  Stream(next, [&](const Asked& asked) {
+    const u64 skip = policy.Next(asked.wentBadly);
+    if (!asked.wentBadly) return;
+    const SectorRange& range = asked.range;
+    const bool again = asked.answer.kind == FailureKind::kSystem;
+    if (again) {
+      cursor = forward ? range.first : range.End();
+    } else {
+      cursor = forward ? range.End() + skip : range.first - std::min(range.first, skip);
+    }
+  });
+}
+
+void Engine::Trim() {
+  u64 cursor = 0;
+  while (const auto area = m_ledger.failed.NextFrom(cursor)) {
+    if (IsStopping()) return;
+    Begin(Phase::kTrim);
+    cursor = area->End();
+    AskBeforeNamed(*area);
+    AskAlone(*area, true);
+    if (const auto rest = m_ledger.failed.NextFrom(area->first); rest && rest->first < cursor) {
+      AskAlone({rest->first, cursor - rest->first}, false);
+    }
+    if (IsStopping()) return;
+    ExtentSet rest;
+    m_ledger.failed.Visit(*area, [&](SectorRange part) { rest.Add(part); });
+    m_ledger.failed.Remove(rest);
+    m_ledger.trimmed.Add(rest);
+  }
+}
+
+void Engine::Scrape() {
+  // Areas take turns, so that one hopeless area does not stand before all others.
+  for (u64 before = 0; !IsStopping() && m_ledger.trimmed.Sectors() != before;) {
+    before = m_ledger.trimmed.Sectors();
+    u64 cursor = 0;
+    while (const auto area = m_ledger.trimmed.NextFrom(cursor)) {
+      if (IsStopping()) return;
+      Begin(Phase::kScrape);
+      cursor = area->End();
+      AskAlone(*area, true);
+    }
+  }
+}
+
+void Engine::AskWitnesses() {
+  u64 cursor = 0;
+  while (const auto witness = m_ledger.witnesses.NextFrom(cursor)) {
+    if (IsStopping()) return;
+    cursor = witness->End();
+    AskAlone(*witness, true);
+  }
+}
+
+void Engine::AskAlone(SectorRange area, bool forward) {
+  m_queue.JudgeSlowness(false);
+  u64 cursor = forward ? area.first : area.End();
+  bool hasFailed = false;
+  const auto next = [&]() -> std::optional<SectorRange> {
+    const bool isOver = forward ? cursor >= area.End() : cursor <= area.first;
+    if (hasFailed || isOver) return std::nullopt;
+    const SectorRange unit = UnitAround(forward ? cursor : cursor - 1);
+    const u64 first = std::max(unit.first, area.first);
+    const u64 end = std::min(unit.End(), area.End());
+    cursor = forward ? end : first;
+    return SectorRange{first, end - first};
+  };
+  Stream(next, [&](const Asked& asked) {
+    if (!asked.wentBadly) return;
+    hasFailed = asked.answer.kind != FailureKind::kSystem;
+    cursor = forward ? asked.range.first : asked.range.End();  // where the system failed, again
+  });
+}
+
+// The drive has named the first bad sector of this piece: what lies before it can be had at once.
+void Engine::AskBeforeNamed(SectorRange area) {
+  const auto begin =
+      std::lower_bound(m_named.begin(), m_named.end(), std::pair{area.first, u64{0}});
+  auto named = begin;
+  for (; named != m_named.end() && named->first < area.End() && !IsStopping(); ++named) {
+    const SectorRange unit = UnitAround(named->second);
+    const SectorRange before{named->first, unit.first - std::min(unit.first, named->first)};
+    if (before.count <= m_unit || named->first < area.first) continue;
+    bool isAsked = false;
+    Stream(
+        [&]() -> std::optional<SectorRange> {
+          return std::exchange(isAsked, true) ? std::nullopt : std::optional(before);
+        },
+        [](const Asked&) {});
+  }
+  m_named.erase(begin, named);
+}
+
+void Engine::Retry(const ExtentSet& domain) {
+  ExtentSet unreadable;
+  domain.Visit({0, m_sectors}, [&](SectorRange part) {
+    m_store->Visit(part, [&](u64 start, u64 sectors, SectorStatus status) {
+      if (status == kUnreadable) unreadable.Add({start, sectors});
+      return true;
+    });
+  });
+  if (unreadable.IsEmpty()) return;
+  Begin(Phase::kRetry);
+  m_isRetrying = true;
+  unreadable.Visit([&](SectorRange area) {
+    if (IsStopping()) return;
+    m_log->Write(LogEvent("retry").Add(area));
+    for (u64 cursor = area.first; cursor < area.End() && !IsStopping();) {
+      const SectorRange unit = UnitAround(cursor);
+      const u64 end = std::min(unit.End(), area.End());
+      AskAlone({cursor, end - cursor}, true);
+      cursor = end;
+    }
+  });
+  m_isRetrying = false;
+}
+
+u64 Engine::Fetch(SectorRange range, u8* out) {
+  if (IsStopping() || !Want(ExtentSet(range))) return 0;
+  const SectorRange wide = Widened(range);
+  Begin(Phase::kFetch);
+  Scan(Phase::kFetch, true, false, wide);
+  for (u64 before = 0; !IsStopping();) {
+    ExtentSet open;
+    m_ledger.failed.Visit(wide, [&](SectorRange part) { open.Add(part); });
+    m_ledger.trimmed.Visit(wide, [&](SectorRange part) { open.Add(part); });
+    if (open.IsEmpty() || open.Sectors() == before) break;
+    before = open.Sectors();
+    open.Visit([&](SectorRange part) { AskAlone(part, true); });
+  }
+  std::fill_n(out, range.count * kSectorBytes, u8{0});
+  for (u64 done = 0; done < range.count;) {
+    const u32 count = static_cast<u32>(std::min<u64>(range.count - done, kPiece));
+    if (!m_store->Load(range.first + done, out + done * kSectorBytes, count)) {
+      StopWith(StopReason::kCacheUnreadable, platform::LastFailure());
+      return done;
+    }
+    done += count;
+  }
+  u64 settled = range.count;
+  m_store->Visit(range, [&](u64 start, u64, SectorStatus status) {
+    if (status == kMissing) settled = start - range.first;
+    return status != kMissing;
+  });
+  return settled;
+}
+
+StopReason Engine::Finish() {
+  if (m_reason == StopReason::kNone && m_ledger.HasUnproved()) Prove();
+  const bool kept = Sync();
+  if (m_reason == StopReason::kNone) {
+    m_reason = *m_stop ? StopReason::kStopped : StopReason::kDone;
+  }
+  if (!kept && (m_reason == StopReason::kDone || m_reason == StopReason::kStopped)) {
+    m_reason = StopReason::kStoreFailed;
+    m_systemError = platform::LastFailure();
+  }
+  static constexpr const char* kHow[] = {"done", "done",   "stopped", "gone",  "not-answering",
+                                         "full", "failed", "failed",  "failed"};
+  LogEvent end("end");
+  end.Add("how", kHow[static_cast<size_t>(m_reason)]).Add(m_progress.all);
+  end.Add("asked", m_progress.asked).Add("seconds", m_clock->Seconds() - m_started);
+  if (m_unprovedAtEnd > 0) end.Add("unproved", u64{m_unprovedAtEnd});
+  m_log->Write(end);
+  m_log->Sync();
+  Tell();
+  return m_reason;
+}
+
+}  // namespace larkspur

@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// The engine: the one owner of a failing source. It decides what is asked, when, and what a failure
+// means (docs/rescue.md).
+//
+// A sector is asked for at most twice: once with its neighbours, once alone, which is its physical
+// sector. What reads well comes first. What is refused is marked only once the disk has proved to
+// be alive at or after it. One thread at a time.
+
+#include <functional>
+#include <memory>
+
+#include "rescue/ask_queue.h"
+#include "rescue/ledger.h"
+#include "rescue/rescue_history.h"
+
+namespace larkspur {
+
+enum class Phase { kIdle, kCopy, kBack, kSweep, kTrim, kScrape, kRetry, kFetch };
+// The name that the log and people see: "copy", "back" ...
+const char* PhaseName(Phase phase);
+
+// Why a run ended.
+enum class StopReason {
+  kNone,  // it has not
+  kDone,
+  kStopped,          // somebody wished so
+  kGone,             // the source is no longer there
+  kNotAnswering,     // the source answers nothing any more
+  kFull,             // there is no room for what would be read
+  kStoreFailed,      // the cache does not keep what was read
+  kCacheUnreadable,  // the cache cannot be read
+  kSystemFailed,     // this machine cannot ask: no memory, no handle, no permission
+};
+
+struct RescueProgress {
+  Phase phase = Phase::kIdle;
+  u64 sectors = 0;   // of the storage
+  StatusTotals all;  // of the storage
+  u64 domainSectors = 0;
+  StatusTotals domain;  // of what is wanted
+  u64 asked = 0;        // sectors asked of the source in this run, each counted once
+  u64 position = 0;     // where it reads
+  double secondsSinceSuccess = 0;
+  double secondsLeft = -1;  // of the domain; below 0: not known
+  bool isWaiting = false;   // a request has been under way for a second or more
+};
+
+struct EngineOptions {
+  bool scrape = true;    // false: what failed together with others is not asked alone
+  bool reverse = false;  // from the end
+  u32 maxFailures = 64;  // unclear ones in a row, before the disk must prove to be alive
+  u64 maxBytesPerSecond = 0;
+  bool inThread = true;  // asks on a thread of its own
+  // Called when the disk no longer answers, or is gone, instead of ending; true when it is there
+  // again. Empty: the run ends.
+  std::function<bool(StopReason)> onSilent;
+};
+
+class Engine {
+ public:
+  static constexpr double kSyncSeconds = 30;
+  // Told often, also while a request hangs: whoever shows it limits how often.
+  using Monitor = std::function<void(const RescueProgress&)>;
+
+  // None of them is owned; all outlive the engine.
+  Engine(AskedSource* source, RescueStore* store, RescueLog* log, RescueClock* clock,
+         const std::atomic<bool>* stop, EngineOptions options);
+
+  // Takes over what the log says was tried. Before the first request.
+  void Resume(RescueHistory* history);
+  void OnProgress(Monitor monitor) { m_monitor = std::move(monitor); }
+
+  // Takes what is wanted, cut at the storage's end and widened to whole physical sectors.
+  bool Want(const ExtentSet& domain);
+  // Reads what is wanted and missing, in phases.
+  void Image();
+  // Asks for the unreadable sectors of `domain`, and only those, alone once more.
+  void Retry(const ExtentSet& domain);
+  // Reads what is missing of the range, for somebody who waits for it, and copies it to `out`.
+  // Answers how many sectors, from the first on, are settled: data, or zeros where unreadable.
+  u64 Fetch(SectorRange range, u8* out);
+
+  // Ends the run: asks for proof where it is wanted, flushes everything to disk, and says so in the
+  // log. The reason is final afterwards.
+  StopReason Finish();
+
+  StopReason Reason() const { return m_reason; }
+  // The system's error number of the reason; 0 when there is none.
+  u32 SystemError() const { return m_systemError; }
+  const RescueProgress& Progress() const { return m_progress; }
+  // Sectors that are missing although they were asked for, and will not be asked for again.
+  u64 Unproved() const { return m_ledger.refused.Sectors() + m_ledger.spent.Sectors(); }
+
+ private:
+  using Next = std::function<std::optional<SectorRange>()>;
+  using Settled = std::function<void(const Asked&)>;
+
+  // The order of work.
+  void Begin(Phase phase);
+  void SetWitnessesAside();
+  void Scan(Phase phase, bool forward, bool skips, SectorRange within);
+  void Trim();
+  void Scrape();
+  void AskWitnesses();
+  // Asks for the physical sectors of `area` one by one, from one end, up to the first that fails.
+  void AskAlone(SectorRange area, bool forward);
+  void AskBeforeNamed(SectorRange area);
+
+  // One stream of requests: what `next` gives is asked in order; `settled` hears of each answer.
+  void Stream(const Next& next, const Settled& settled);
+  bool TakeAnswers(const Settled& settled);
+  bool StoreAnswers(const Asked* first, u32 count);
+  void Settle(const Asked& asked);
+  void SettleFailure(const Asked& asked);
+  void AliveNow();
+  void CountAsked(SectorRange range);
+  void Learn(const Asked& asked);
+
+  // Proof of life.
+  bool NeedsProof();
+  bool Prove();
+  bool ProveBy(SectorRange witness, bool isKnownGood);
+  std::optional<SectorRange> PickWitness(u64 farFrom);
+  std::optional<SectorRange> PickKnownGood();
+  std::optional<SectorRange> PickUnwanted();
+  std::optional<SectorRange> PickUnit(SectorStatus wanted, const ExtentSet& except);
+
+  // The store.
+  bool PrepareStore(SectorRange range);
+  bool NoteStoring(SectorRange range);
+  void SyncWhenDue();
+  bool Sync();
+
+  void StopWith(StopReason reason, u32 systemError);
+  void EndOrWake(StopReason reason, u32 systemError);
+  bool IsStopping();
+  void Tell();
+  double SecondsLeft() const;
+
+  SectorRange UnitAround(u64 sector) const;
+  SectorRange Widened(SectorRange range) const;
+  bool IsAlone(SectorRange range) const { return range.count <= m_unit; }
+
+  AskedSource* m_source;
+  RescueStore* m_store;
+  RescueLog* m_log;
+  RescueClock* m_clock;
+  const std::atomic<bool>* m_stop;
+  EngineOptions m_options;
+  AskQueue m_queue;
+  Ledger m_ledger;
+  u64 m_sectors;
+  u32 m_unit;  // sectors in one physical sector
+
+  ExtentSet m_planned;        // what was wanted so far
+  ExtentSet m_triedTogether;  // by earlier runs, where nothing was planned yet
+  ExtentSet m_triedAlone;
+  ExtentSet m_triedEarlier;  // asked by earlier runs, so that this one counts them once
+  std::vector<std::pair<u64, u64>> m_named;  // bad sectors that the drive named: in which piece
+  bool m_isRetrying = false;
+
+  u32 m_failuresInRow = 0;
+  double m_firstFailure = 0;
+  u32 m_systemFailures = 0;
+  u32 m_wakings = 0;  // without a success since
+  double m_lastSuccess;
+  double m_askStarted = 0;
+  ExtentSet m_knownGoodAsked;
+  u64 m_picks = 0;
+  size_t m_unprovedAtEnd = 0;
+
+  SectorRange m_roomMade;
+  ExtentSet m_storing;
+  double m_started;
+  double m_lastSync;
+  bool m_isDirty = false;
+  double m_groupSeconds = 0;  // usual, of one sector
+  double m_aloneSeconds = 0;  // usual, of one request
+
+  Monitor m_monitor;
+  RescueProgress m_progress;
+  StopReason m_reason = StopReason::kNone;
+  u32 m_systemError = 0;
+};
+
+}  // namespace larkspur

@@ -1,0 +1,370 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+
+// How the engine asks, what a failure means, and when a disk counts as dead.
+
+#include <algorithm>
+
+#include "platform/system_error.h"
+#include "rescue/engine.h"
+
+namespace larkspur {
+namespace {
+
+constexpr double kTickSeconds = 0.2;
+constexpr double kHangSeconds = 1;
+constexpr double kMostUnclearSeconds = 120;
+constexpr u32 kMostSystemFailures = 8;
+constexpr double kSystemPause = 0.25;  // seconds, longer with each failure in a row
+constexpr u32 kMostWakings = 3;
+constexpr size_t kMostNamed = 1 << 16;
+// Room is made for that much at once where reading goes on in order.
+constexpr u64 kRoomSectors = 8192;
+// What a power cut may have left undone is looked for by areas of 1 GiB.
+constexpr u64 kStoringArea = u64{1} << 21;
+
+double Follow(double usual, double now) {
+  return usual == 0 ? now : usual + 0.1 * (now - usual);
+}
+
+}  // namespace
+
+bool Engine::IsStopping() {
+  return m_reason != StopReason::kNone || *m_stop;
+}
+
+void Engine::StopWith(StopReason reason, u32 systemError) {
+  if (m_reason != StopReason::kNone) return;
+  m_reason = reason;
+  m_systemError = systemError;
+}
+
+void Engine::Stream(const Next& next, const Settled& settled) {
+  while (!IsStopping()) {
+    while (m_queue.HasRoom()) {
+      const auto range = next();
+      if (!range) break;
+      if (!PrepareStore(*range)) break;
+      m_queue.Push(*range);
+    }
+    if (m_queue.IsEmpty()) return;
+    TakeAnswers(settled);
+    if (NeedsProof()) Prove();
+  }
+  m_queue.Drop();
+  // What is under way is still answered, and kept.
+  while (!m_queue.IsEmpty()) TakeAnswers(settled);
+}
+
+bool Engine::TakeAnswers(const Settled& settled) {
+  Asked* first = nullptr;
+  const u32 count = m_queue.Wait(kTickSeconds, AskQueue::kSlots, &first);
+  if (count == 0) {
+    m_progress.isWaiting = m_clock->Seconds() - m_askStarted > kHangSeconds;
+    if (*m_stop) m_queue.Drop();
+  } else {
+    m_progress.isWaiting = false;
+    m_askStarted = m_clock->Seconds();
+    const bool stored = StoreAnswers(first, count);
+    for (u32 i = 0; stored && i < count; ++i) {
+      Settle(first[i]);
+      settled(first[i]);
+    }
+    m_queue.Pop(count);
+  }
+  SyncWhenDue();
+  Tell();
+  return count > 0;
+}
+
+// Neighbours are stored at once.
+bool Engine::StoreAnswers(const Asked* first, u32 count) {
+  for (u32 i = 0; i < count;) {
+    SectorRange run{first[i].range.first, first[i].answer.delivered};
+    u32 end = i + 1;
+    while (end < count && first[end - 1].answer.delivered == AskedSource::kMaxAskSectors &&
+           first[end].range.first == run.End()) {
+      run.count += first[end++].answer.delivered;
+    }
+    if (run.count > 0) {
+      m_isDirty = true;
+      const u32 sectors = static_cast<u32>(run.count);
+      if (!NoteStoring(run) || !m_store->Store(run.first, first[i].data, sectors, m_isRetrying)) {
+        const u32 code = platform::LastFailure();
+        StopWith(platform::IsDiskFull(code) ? StopReason::kFull : StopReason::kStoreFailed, code);
+        return false;
+      }
+    }
+    i = end;
+  }
+  return true;
+}
+
+void Engine::CountAsked(SectorRange range) {
+  // What this run asked together with others, and now alone, counts once.
+  const bool isSecond =
+      m_ledger.failed.Contains(range.first) || m_ledger.trimmed.Contains(range.first);
+  if (!isSecond || m_triedEarlier.Contains(range.first)) m_progress.asked += range.count;
+}
+
+void Engine::Learn(const Asked& asked) {
+  if (IsAlone(asked.range)) {
+    m_aloneSeconds = Follow(m_aloneSeconds, asked.seconds);
+  } else {
+    m_groupSeconds = Follow(m_groupSeconds, asked.seconds / static_cast<double>(asked.range.count));
+  }
+}
+
+void Engine::Settle(const Asked& asked) {
+  CountAsked(asked.range);
+  Learn(asked);
+  m_progress.position = asked.range.first;
+  const SectorRange got{asked.range.first, asked.answer.delivered};
+  if (got.count > 0) {
+    m_ledger.Stored(got);
+    const bool isPlanned = m_planned.Contains(got.first);
+    for (StatusTotals* totals : {&m_progress.all, isPlanned ? &m_progress.domain : nullptr}) {
+      if (!totals) continue;
+      totals->present += got.count;
+      (m_isRetrying ? totals->unreadable : totals->missing) -= got.count;
+    }
+    AliveNow();
+  }
+  if (asked.answer.kind != FailureKind::kNone) SettleFailure(asked);
+}
+
+void Engine::SettleFailure(const Asked& asked) {
+  const AskAnswer& answer = asked.answer;
+  const bool alone = IsAlone(asked.range);
+  m_log->Write(LogEvent("failed")
+                   .Add(asked.range)
+                   .Add("alone", alone)
+                   .Add("kind", FailureKindName(answer.kind))
+                   .Add("code", u64{answer.code})
+                   .Add("ms", u64(asked.seconds * 1000)));
+  if (m_failuresInRow++ == 0) m_firstFailure = m_clock->Seconds() - asked.seconds;
+  const SectorRange rest{asked.range.first + answer.delivered,
+                         asked.range.count - answer.delivered};
+  switch (answer.kind) {
+    case FailureKind::kGone:
+      return EndOrWake(StopReason::kGone, answer.code);
+    case FailureKind::kSystem:
+      if (++m_systemFailures > kMostSystemFailures) {
+        return StopWith(StopReason::kSystemFailed, answer.code);
+      }
+      m_clock->Sleep(kSystemPause * m_systemFailures);
+      return;
+    case FailureKind::kMedium:
+    case FailureKind::kUnclear:
+      break;
+    default:
+      return;
+  }
+  if (m_isRetrying) {
+    // It is marked already.
+  } else if (!alone && m_ledger.failed.Contains(rest.first)) {
+    m_ledger.Spend(rest);
+  } else {
+    m_ledger.Refused(rest, alone);
+    // Not so well placed, then.
+    const SectorRange piece{rest.first / AskedSource::kMaxAskSectors * AskedSource::kMaxAskSectors,
+                            AskedSource::kMaxAskSectors};
+    ExtentSet near;
+    m_ledger.witnesses.Visit(piece, [&](SectorRange witness) { near.Add(witness); });
+    m_ledger.witnesses.Remove(near);
+    m_ledger.untried.Add(near);
+    const bool isNamed = answer.firstBad > rest.first && answer.firstBad < rest.End();
+    if (isNamed && m_named.size() < kMostNamed) {
+      const std::pair named{rest.first, answer.firstBad};
+      m_named.insert(std::upper_bound(m_named.begin(), m_named.end(), named), named);
+    }
+  }
+  if (answer.kind == FailureKind::kMedium) AliveNow();
+}
+
+void Engine::AliveNow() {
+  m_failuresInRow = 0;
+  m_systemFailures = 0;
+  m_wakings = 0;
+  m_lastSuccess = m_clock->Seconds();
+  if (!m_ledger.HasUnproved()) return;
+  u64 marked = 0;
+  m_isDirty = true;
+  if (!m_ledger.Prove(&marked)) {
+    StopWith(StopReason::kStoreFailed, platform::LastFailure());
+  }
+  m_progress.all.unreadable += marked;
+  m_progress.all.missing -= marked;
+  m_progress.domain.unreadable += marked;
+  m_progress.domain.missing -= marked;
+}
+
+bool Engine::NeedsProof() {
+  if (m_failuresInRow == 0 || IsStopping() || !m_queue.IsEmpty()) return false;
+  return m_failuresInRow >= m_options.maxFailures ||
+         m_clock->Seconds() - m_firstFailure >= kMostUnclearSeconds;
+}
+
+// Asks a witness, then another elsewhere. False when the disk proved to be dead.
+bool Engine::Prove() {
+  u64 farFrom = m_progress.position;
+  for (int tries = 0; tries < 2; ++tries) {
+    auto witness = PickWitness(farFrom);
+    const bool isKnownGood = !witness && (witness = PickKnownGood());
+    if (!witness) witness = PickUnwanted();
+    if (!witness) break;
+    if (ProveBy(*witness, isKnownGood)) return true;
+    if (IsStopping()) return false;
+    farFrom = witness->first;
+  }
+  EndOrWake(StopReason::kNotAnswering, 0);
+  return false;
+}
+
+bool Engine::ProveBy(SectorRange witness, bool isKnownGood) {
+  if (isKnownGood) m_log->Write(LogEvent("witness").Add(witness));
+  if (!isKnownGood && !PrepareStore(witness)) return false;
+  m_queue.JudgeSlowness(false);
+  m_queue.Push(witness);
+  Asked* asked = nullptr;
+  while (m_queue.Wait(kTickSeconds, 1, &asked) == 0) Tell();
+  const bool isAlive = asked->answer.delivered > 0 || asked->answer.kind == FailureKind::kMedium;
+  if (isKnownGood) {
+    m_progress.asked += witness.count;
+    if (isAlive) AliveNow();
+  } else if (StoreAnswers(asked, 1)) {
+    Settle(*asked);
+  }
+  m_queue.Pop(1);
+  return isAlive;
+}
+
+// One of those that were left out on purpose, far away.
+std::optional<SectorRange> Engine::PickWitness(u64 farFrom) {
+  const auto first = m_ledger.witnesses.NextFrom(0);
+  if (!first) return std::nullopt;
+  const u64 last = m_ledger.witnesses.LastBefore(kNowhere)->End() - 1;
+  const auto distance = [farFrom](u64 at) { return at > farFrom ? at - farFrom : farFrom - at; };
+  return UnitAround(distance(first->first) >= distance(last) ? first->first : last);
+}
+
+// A physical sector that the cache has. Never the same one twice in a run.
+std::optional<SectorRange> Engine::PickKnownGood() {
+  const auto picked = PickUnit(kPresent, m_knownGoodAsked);
+  if (picked) m_knownGoodAsked.Add(*picked);
+  return picked;
+}
+
+// One that was never asked, and that nobody wants in this run.
+std::optional<SectorRange> Engine::PickUnwanted() {
+  ExtentSet known = m_planned;
+  known.Add(m_triedTogether);
+  known.Add(m_triedAlone);
+  return PickUnit(kMissing, known);
+}
+
+// A physical sector all of which has that status and none of which is in `except`, from one of a
+// few places all over the storage.
+std::optional<SectorRange> Engine::PickUnit(SectorStatus wanted, const ExtentSet& except) {
+  constexpr u64 kPlaces = 16;
+  constexpr u64 kLookedAt = u64{1} << 24;  // sectors, at each place
+  std::optional<SectorRange> found;
+  for (u64 i = 0; i < kPlaces && !found; ++i) {
+    const u64 from = m_sectors / kPlaces * (m_picks++ * 7 % kPlaces);
+    m_store->Visit({from, std::min(kLookedAt, m_sectors - from)},
+                   [&](u64 start, u64 sectors, SectorStatus status) {
+                     if (status != wanted) return true;
+                     ExtentSet free(SectorRange{start, sectors});
+                     free.Remove(except);
+                     free.Visit([&](SectorRange part) {
+                       const SectorRange unit = UnitAround(part.first + m_unit - 1);
+                       if (!found && unit.End() <= part.End()) found = unit;
+                     });
+                     return !found;
+                   });
+  }
+  return found;
+}
+
+void Engine::EndOrWake(StopReason reason, u32 systemError) {
+  m_unprovedAtEnd = m_ledger.TakeBack();
+  if (m_options.onSilent && m_wakings++ < kMostWakings && m_options.onSilent(reason)) {
+    m_failuresInRow = 0;
+    m_unprovedAtEnd = 0;
+    return;
+  }
+  StopWith(reason, systemError);
+}
+
+bool Engine::PrepareStore(SectorRange range) {
+  if (range.first >= m_roomMade.first && range.End() <= m_roomMade.End()) return true;
+  // Ahead only where reading goes on in order: elsewhere it would be room for nothing.
+  SectorRange room = range;
+  if (range.first == m_roomMade.End()) {
+    if (const auto wanted = m_ledger.untried.NextFrom(range.first)) {
+      room.count = std::clamp<u64>(wanted->End() - range.first, range.count, kRoomSectors);
+    }
+  }
+  if (!m_store->MakeRoom(room)) {
+    const u32 code = platform::LastFailure();
+    StopWith(platform::IsDiskFull(code) ? StopReason::kFull : StopReason::kStoreFailed, code);
+    return false;
+  }
+  m_roomMade = room;
+  return true;
+}
+
+// After a power cut, what was being stored is looked at again: the log must know before the cache
+// does.
+bool Engine::NoteStoring(SectorRange range) {
+  const u64 first = range.first / kStoringArea * kStoringArea;
+  bool isNew = false;
+  for (u64 at = first; at < range.End(); at += kStoringArea) {
+    if (m_storing.Contains(at)) continue;
+    const SectorRange area{at, std::min(kStoringArea, m_sectors - at)};
+    m_storing.Add(area);
+    m_log->Write(LogEvent("storing").Add(area));
+    isNew = true;
+  }
+  if (isNew) m_log->Sync();
+  return true;
+}
+
+void Engine::SyncWhenDue() {
+  if (m_isDirty && m_clock->Seconds() - m_lastSync >= kSyncSeconds) Sync();
+}
+
+bool Engine::Sync() {
+  m_lastSync = m_clock->Seconds();
+  if (!m_isDirty) return true;
+  m_isDirty = false;
+  if (m_store->Sync()) {
+    m_log->Write(LogEvent("synced").Add(m_progress.all));
+    m_storing.Clear();
+    return true;
+  }
+  const u32 code = platform::LastFailure();
+  m_log->Write(LogEvent("sync-failed").Add("code", u64{code}));
+  m_log->Sync();
+  StopWith(StopReason::kStoreFailed, code);
+  return false;
+}
+
+double Engine::SecondsLeft() const {
+  const double together = m_groupSeconds * static_cast<double>(m_ledger.untried.Sectors());
+  const u64 single = m_ledger.failed.Sectors() + m_ledger.trimmed.Sectors();
+  if (m_groupSeconds == 0 && m_aloneSeconds == 0) return -1;
+  const double requests = m_options.scrape ? static_cast<double>(single) / m_unit : 0;
+  // Until one was asked alone: as long as a request took, at the least.
+  const double each = m_aloneSeconds > 0 ? m_aloneSeconds : m_groupSeconds;
+  return together + requests * each;
+}
+
+void Engine::Tell() {
+  if (!m_monitor) return;
+  m_progress.secondsSinceSuccess = m_clock->Seconds() - m_lastSuccess;
+  m_progress.secondsLeft = SecondsLeft();
+  m_monitor(m_progress);
+}
+
+}  // namespace larkspur

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "rescue/ledger.h"
+
+namespace larkspur {
+
+bool RescueStore::Count(SectorRange range, StatusTotals* totals) {
+  return Visit(range, [totals](u64, u64 sectors, SectorStatus status) {
+    (status == kPresent      ? totals->present
+     : status == kUnreadable ? totals->unreadable
+                             : totals->missing) += sectors;
+    return true;
+  });
+}
+
+void Ledger::Stored(SectorRange range) {
+  for (ExtentSet* set : {&untried, &failed, &trimmed, &refused, &witnesses, &spent}) {
+    if (!set->IsEmpty()) set->Remove(range);
+  }
+}
+
+void Ledger::Refused(SectorRange range, bool alone) {
+  const auto from = trimmed.Contains(range.first)  ? &Ledger::trimmed
+                    : failed.Contains(range.first) ? &Ledger::failed
+                                                   : &Ledger::untried;
+  const auto to = alone ? &Ledger::refused : &Ledger::failed;
+  m_recent.push_back({range, from, to});
+  for (ExtentSet* set : {&untried, &failed, &trimmed, &witnesses}) set->Remove(range);
+  (this->*to).Add(range);
+}
+
+void Ledger::Spend(SectorRange range) {
+  m_recent.push_back({range, &Ledger::failed, &Ledger::spent});
+  failed.Remove(range);
+  spent.Add(range);
+}
+
+bool Ledger::Prove(u64* marked) {
+  m_recent.clear();
+  bool kept = true;
+  refused.Visit([&](SectorRange range) {
+    kept = kept && m_store->MarkUnreadable(range);
+    if (!kept) return;
+    m_log->Write(LogEvent("marked").Add(range));
+    *marked += range.count;
+  });
+  if (kept) refused.Clear();
+  return kept;
+}
+
+size_t Ledger::TakeBack() {
+  const size_t count = m_recent.size();
+  // The last first: a sector may have been refused together with others and then alone.
+  for (; !m_recent.empty(); m_recent.pop_back()) {
+    const Refusal& refusal = m_recent.back();
+    // It may have been trimmed since.
+    for (ExtentSet* set : {&failed, &trimmed, &refused, &spent}) set->Remove(refusal.range);
+    (this->*refusal.from).Add(refusal.range);
+  }
+  return count;
+}
+
+}  // namespace larkspur

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// What is known of each wanted sector that is not settled yet, and what is still to be proved.
+//
+// A refusal becomes final, a mark in the cache, only when the disk has proved to be alive at or
+// after it: a disk that hangs answers like one that is bad. Until then it stands here and in the
+// log.
+
+#include <vector>
+
+#include "rescue/extent_set.h"
+#include "rescue/rescue_log.h"
+#include "rescue/rescue_store.h"
+
+namespace larkspur {
+
+class Ledger {
+ public:
+  Ledger(RescueStore* store, RescueLog* log) : m_store(store), m_log(log) {}
+
+  // Disjoint sets of sectors that the cache lacks:
+  ExtentSet untried;    // never asked for
+  ExtentSet failed;     // refused together with others
+  ExtentSet trimmed;    // the same, and what stands at both ends of them was refused alone
+  ExtentSet refused;    // refused alone, not proved
+  ExtentSet witnesses;  // never asked for, left out on purpose
+  // Refused twice together with others, since a drive named the wrong sector: not asked again.
+  ExtentSet spent;
+
+  // Sectors that are still to be asked for.
+  u64 Left() const { return untried.Sectors() + failed.Sectors() + trimmed.Sectors(); }
+
+  // The range was read and stored.
+  void Stored(SectorRange range);
+  // The range was refused. `alone`: it lies in one physical sector.
+  void Refused(SectorRange range, bool alone);
+  // A piece that had failed was asked again as a whole, and refused again.
+  void Spend(SectorRange range);
+
+  bool HasUnproved() const { return !m_recent.empty() || !refused.IsEmpty(); }
+  // The disk is alive: marks what was refused. *marked grows by the sectors marked. False when the
+  // cache does not take it.
+  bool Prove(u64* marked);
+  // The disk was dead: what it refused since it was last known to be alive was not refused. Answers
+  // how many refusals that were.
+  size_t TakeBack();
+
+ private:
+  struct Refusal {
+    SectorRange range;
+    ExtentSet Ledger::*from;  // the set that it stood in
+    ExtentSet Ledger::*to;
+  };
+
+  RescueStore* m_store;
+  RescueLog* m_log;
+  std::vector<Refusal> m_recent;  // since the last sign of life
+};
+
+}  // namespace larkspur

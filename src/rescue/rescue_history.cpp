@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "rescue/rescue_history.h"
+
+#include <algorithm>
+
+#include "platform/owned_file.h"
+#include "platform/system_error.h"
+
+namespace larkspur {
+namespace {
+
+constexpr size_t kMaxLineBytes = 1 << 16;
+constexpr size_t kReadBytes = 1 << 18;
+// How many failures an end may take back; a run without a success ends long before.
+constexpr size_t kMaxRecent = 1 << 16;
+constexpr std::string_view kKindNames[] = {"none", "medium", "transport",
+                                           "gone", "system", "unclear"};
+
+FailureKind KindNamed(std::string_view name) {
+  const auto found = std::find(std::begin(kKindNames), std::end(kKindNames), name);
+  return found == std::end(kKindNames) ? FailureKind::kNone
+                                       : static_cast<FailureKind>(found - std::begin(kKindNames));
+}
+
+bool IsRefusal(FailureKind kind) {
+  return kind == FailureKind::kMedium || kind == FailureKind::kUnclear;
+}
+
+SourceIdentity SourceIn(const JsonLine& event) {
+  SourceIdentity source;
+  source.path = event.Text("source.path").value_or("");
+  source.model = event.Text("source.model").value_or("");
+  source.serial = event.Text("source.serial").value_or("");
+  source.firmware = event.Text("source.firmware").value_or("");
+  source.sectors = event.Number("source.sectors").value_or(0);
+  const auto bytes = [&](std::string_view key) {
+    return static_cast<u32>(std::min<u64>(event.Number(key).value_or(kSectorBytes), 1 << 20));
+  };
+  source.logicalSectorBytes = bytes("source.logicalSectorSize");
+  source.physicalSectorBytes = bytes("source.physicalSectorSize");
+  return source;
+}
+
+}  // namespace
+
+std::string_view FailureKindName(FailureKind kind) {
+  return kKindNames[static_cast<size_t>(kind)];
+}
+
+void HistoryReader::Feed(std::string_view bytes) {
+  for (size_t end; (end = bytes.find('\n')) != bytes.npos; bytes.remove_prefix(end + 1)) {
+    if (m_partial.empty() && !m_overlong) {
+      Line(bytes.substr(0, end));
+      continue;
+    }
+    m_overlong = m_overlong || m_partial.size() + end > kMaxLineBytes;
+    if (!m_overlong) m_partial += bytes.substr(0, end);
+    Line(m_overlong ? std::string_view() : std::string_view(m_partial));
+    m_partial.clear();
+    m_overlong = false;
+  }
+  m_overlong = m_overlong || m_partial.size() + bytes.size() > kMaxLineBytes;
+  if (m_overlong) m_partial.clear();
+  if (!m_overlong) m_partial += bytes;
+}
+
+void HistoryReader::Line(std::string_view line) {
+  ++m_history.lines;
+  if (line.size() <= kMaxLineBytes && m_event.Parse(line) && Take(m_event)) return;
+  ++m_history.wrongLines;
+  if (m_history.firstWrongLine == 0) m_history.firstWrongLine = m_history.lines;
+}
+
+HistoryRun& HistoryReader::Run() {
+  if (m_history.runs.empty()) m_history.runs.emplace_back();
+  return m_history.runs.back();
+}
+
+// False when the line is no event, or lacks what its event must have. Events that we do not know
+// are passed over: a later version may have written them.
+bool HistoryReader::Take(const JsonLine& event) {
+  const auto name = event.Text("event");
+  if (!name) return false;
+  const auto range = RangeOf(event);
+  if (*name == "open") {
+    TakeOpen(event);
+  } else if (*name == "failed") {
+    return TakeFailed(event);
+  } else if (*name == "marked") {
+    Settle(0);
+  } else if (*name == "storing") {
+    if (!range) return false;
+    m_history.storing.Add(*range);
+  } else if (*name == "synced") {
+    m_history.storing.Clear();
+    m_history.syncFailed = false;
+    AddPoint(event);
+  } else if (*name == "sync-failed") {
+    m_history.syncFailed = true;
+  } else if (*name == "end") {
+    TakeEnd(event);
+  }
+  return true;
+}
+
+std::optional<SectorRange> HistoryReader::RangeOf(const JsonLine& event) const {
+  const auto first = event.Number("start"), count = event.Number("sectors");
+  if (!first || !count || *first >= m_limit || *count > m_limit - *first) return std::nullopt;
+  return SectorRange{*first, *count};
+}
+
+void HistoryReader::TakeOpen(const JsonLine& event) {
+  Settle(0);
+  SourceIdentity source = SourceIn(event);
+  const u32 stamp = static_cast<u32>(event.Number("stamp").value_or(0));
+  const bool isOther = m_history.source && (m_history.source->serial != source.serial ||
+                                            m_history.source->model != source.model);
+  // What another disk refused, or what another cache lacked, says nothing of this one.
+  if (m_history.source && (isOther || m_history.stamp != stamp)) {
+    m_history.triedTogether.Clear();
+    m_history.triedAlone.Clear();
+  }
+  if (m_history.stamp != stamp) m_history.storing.Clear();
+  m_history.source = std::move(source);
+  m_history.stamp = stamp;
+  m_history.boot = event.Text("boot").value_or("");
+  m_history.ended = false;
+  if (m_history.runs.size() == RescueHistory::kMaxRuns) {
+    m_history.runs.erase(m_history.runs.begin());
+  }
+  m_history.runs.emplace_back().start = event.Text("t").value_or("");
+}
+
+bool HistoryReader::TakeFailed(const JsonLine& event) {
+  const auto range = RangeOf(event);
+  const FailureKind kind = KindNamed(event.Text("kind").value_or(""));
+  if (!range || range->count == 0 || kind == FailureKind::kNone) return false;
+  ++m_history.failures[static_cast<size_t>(kind)];
+  KeepSlow({*range, event.Decimal("ms").value_or(0) / 1000, kind});
+  if (!IsRefusal(kind)) return true;
+  if (m_recent.size() == 2 * kMaxRecent) Settle(kMaxRecent);
+  m_recent.push_back({*range, event.Bool("alone").value_or(false)});
+  return true;
+}
+
+void HistoryReader::KeepSlow(const SlowArea& area) {
+  auto& list = m_history.slowest;
+  if (list.size() == RescueHistory::kMaxSlowAreas && list.back().seconds >= area.seconds) return;
+  const auto place = std::find_if(list.begin(), list.end(), [&](const SlowArea& other) {
+    return other.seconds < area.seconds;
+  });
+  list.insert(place, area);
+  if (list.size() > RescueHistory::kMaxSlowAreas) list.pop_back();
+}
+
+void HistoryReader::TakeEnd(const JsonLine& event) {
+  HistoryRun& run = Run();
+  run.end = event.Text("t").value_or("");
+  run.how = event.Text("how").value_or("");
+  run.asked = event.Number("asked").value_or(0);
+  run.present = event.Number("present").value_or(0);
+  run.unreadable = event.Number("unreadable").value_or(0);
+  run.missing = event.Number("missing").value_or(0);
+  m_history.ended = true;
+  AddPoint(event);
+  const size_t all = m_recent.size();
+  const size_t unproved = event.Number("unproved").value_or(run.how == "not-answering" ? all : 0);
+  const size_t lost = std::min(unproved, all);
+  Settle(lost);
+  m_recent.clear();
+}
+
+void HistoryReader::Settle(size_t unproved) {
+  const auto end = m_recent.end() - static_cast<std::ptrdiff_t>(unproved);
+  for (auto failed = m_recent.begin(); failed != end; ++failed) {
+    (failed->alone ? m_history.triedAlone : m_history.triedTogether).Add(failed->range);
+  }
+  m_recent.erase(m_recent.begin(), end);
+}
+
+void HistoryReader::AddPoint(const JsonLine& event) {
+  const auto time = event.Text("t");
+  const auto present = event.Number("present");
+  if (!time || !present || m_points++ % m_pointEvery != 0) return;
+  auto& points = m_history.points;
+  points.push_back({*time, *present, event.Number("unreadable").value_or(0)});
+  if (points.size() < RescueHistory::kMaxPoints) return;
+  // A rescue of weeks: every second point will do.
+  for (size_t i = 0; i < points.size() / 2; ++i) points[i] = std::move(points[2 * i]);
+  points.resize(points.size() / 2);
+  m_pointEvery *= 2;
+}
+
+RescueHistory HistoryReader::Finish() {
+  Settle(0);
+  return std::move(m_history);
+}
+
+RescueHistory ReadHistory(const std::u16string& path, u64 sectorLimit, u32* systemError) {
+  HistoryReader reader(sectorLimit);
+  *systemError = 0;
+  if (platform::KindOfPath(path.c_str()) != platform::PathKind::kFile) return reader.Finish();
+  platform::SetLastFailure(0);
+  const platform::OwnedFile file(platform::OpenExistingFile(path.c_str(), platform::kOpenRead));
+  std::string buffer(kReadBytes, '\0');
+  u64 at = 0;
+  while (file.IsOpen()) {
+    const u32 got =
+        platform::ReadFileAt(file.Handle(), buffer.data(), static_cast<u32>(buffer.size()), at);
+    if (got == 0) break;
+    reader.Feed(std::string_view(buffer).substr(0, got));
+    at += got;
+  }
+  *systemError = platform::LastFailure();
+  return reader.Finish();
+}
+
+}  // namespace larkspur

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// Where the engine keeps what it read: a cache, by what the engine needs of one.
+
+#include <functional>
+
+#include "io/sector_range.h"
+#include "io/sparse_layout.h"
+#include "rescue/rescue_log.h"
+
+namespace larkspur {
+
+// One thread at a time. Failures leave platform::LastFailure().
+class RescueStore {
+ public:
+  using ExtentVisitor = std::function<bool(u64 start, u64 sectors, SectorStatus status)>;
+
+  virtual ~RescueStore() = default;
+
+  virtual u64 Sectors() const = 0;
+  // Calls visit for the runs of equal status that make up [first, first+count) until it answers
+  // false. False when some of the store cannot be read: nothing is known of those sectors then.
+  virtual bool Visit(SectorRange range, const ExtentVisitor& visit) = 0;
+  // Makes sure that what is stored in `range` from now on will find room.
+  virtual bool MakeRoom(SectorRange range) = 0;
+  // Keeps sectors that were read; they are present afterwards. An unreadable one stays unreadable,
+  // unless `evenUnreadable`.
+  virtual bool Store(u64 first, const u8* data, u32 count, bool evenUnreadable) = 0;
+  virtual bool MarkUnreadable(SectorRange range) = 0;
+  // Copies what is stored; sectors that are not present are left as they are.
+  virtual bool Load(u64 first, u8* data, u32 count) = 0;
+  // Flushes everything to disk.
+  virtual bool Sync() = 0;
+
+  // Counts the statuses in `range`; false as Visit.
+  bool Count(SectorRange range, StatusTotals* totals);
+};
+
+}  // namespace larkspur
