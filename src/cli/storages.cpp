@@ -70,7 +70,8 @@ std::string CacheWords(const std::string& name, const Cache& cache, u64 sourceSe
 }  // namespace
 
 std::optional<Source> OpenSourceOrTell(const SourceOptions& options) {
-  Source source = OpenSource(WideFromUtf8(options.source), WideFromUtf8(options.testMode));
+  Source source =
+      OpenSource(WideFromUtf8(options.source), {.testMapfile = WideFromUtf8(options.testMode)});
   if (source.answer != SourceAnswer::kOpened) {
     Tell(SourceWords(source, options));
     return std::nullopt;

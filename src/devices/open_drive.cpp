@@ -69,7 +69,8 @@ std::u16string DescriptionOf(cBaseIO* drive) {
 }
 
 bool HasDriveGone(const std::u16string& path, u64 bytes) {
-  return platform::IsDeviceGone(platform::LastFailure()) || !Devices().IsThere(path.c_str(), bytes);
+  return platform::IsDeviceGone(platform::LastFailure()) ||
+         Devices().StateOf(path.c_str(), bytes) == platform::FailureKind::kGone;
 }
 
 }  // namespace larkspur

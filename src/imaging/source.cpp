@@ -6,6 +6,9 @@
 
 #include "devices/device_system.h"
 #include "devices/open_drive.h"
+#include "imaging/asked_device.h"
+#include "imaging/asked_file.h"
+#include "imaging/asked_test_mode.h"
 #include "imaging/text_file.h"
 #include "io/flat_io.h"
 #include "io/sparse_layout.h"
@@ -42,31 +45,62 @@ Owned<cBaseIO> OpenStorage(const std::u16string& path, bool isDevice) {
   return Owned<cBaseIO>(file->OpenPath(path, true) ? file.release() : nullptr);
 }
 
+// The sectors of a mapfile that --test-mode leaves readable. False fills *fault, a source that
+// says what is wrong.
+bool ReadableSectors(const std::u16string& mapfile, std::vector<SectorRange>* readable,
+                     Source* fault) {
+  const auto text = ReadWholeFile(mapfile, kMaxMapfileBytes);
+  if (!text) {
+    *fault = Failed(SourceAnswer::kMapfileUnreadable);
+    return false;
+  }
+  std::istringstream in(*text);
+  std::vector<MapfileBlock> blocks;
+  MapfileFault where;
+  if (!ParseMapfile(in, &blocks, &where)) {
+    *fault = WrongMapfile(std::move(where));
+    return false;
+  }
+  *readable = FinishedSectors(blocks);
+  return true;
+}
+
+std::unique_ptr<AskedSource> OpenAsked(const std::u16string& path, cBaseIO* storage,
+                                       bool isDevice) {
+  if (isDevice) return cAskedDevice::Open(path, storage);
+  return cAskedFile::Open(path);
+}
+
+SourceAnswer AnswerFor(const Source& source) {
+  if (source.sectors >= kMaxSparseSectors) return SourceAnswer::kTooLarge;
+  if (source.sectors > 0) return SourceAnswer::kOpened;
+  return source.systemError != 0 ? SourceAnswer::kCannotOpen : SourceAnswer::kEmpty;
+}
+
 }  // namespace
 
-Source OpenSource(const std::u16string& path, const std::u16string& testMapfile) {
+Owned<cBaseIO> Source::TakeStorage() {
+  return io ? io->ReleaseSource() : nullptr;
+}
+
+Source OpenSource(const std::u16string& path, const SourceOptions& options) {
   const bool isDevice = Devices().IsDevice(path.c_str());
   platform::SetLastFailure(0);
+  Source source;
   Owned<cBaseIO> storage = OpenStorage(path, isDevice);
   if (!storage) return Failed(SourceAnswer::kCannotOpen);
-  if (!testMapfile.empty()) {
-    const auto text = ReadWholeFile(testMapfile, kMaxMapfileBytes);
-    if (!text) return Failed(SourceAnswer::kMapfileUnreadable);
-    std::istringstream in(*text);
-    std::vector<MapfileBlock> blocks;
-    MapfileFault fault;
-    if (!ParseMapfile(in, &blocks, &fault)) return WrongMapfile(std::move(fault));
-    auto readable = std::make_shared<std::vector<SectorRange>>(FinishedSectors(blocks));
-    storage.reset(new cFailingIO(std::move(storage), std::move(readable)));
-  }
-  Source source;
   source.sectors = storage->GetSectorCount();
   source.looseBytes = static_cast<u32>(storage->GetByteSize() % kSectorBytes);
   source.systemError = platform::LastFailure();
-  source.answer = source.sectors >= kMaxSparseSectors ? SourceAnswer::kTooLarge
-                  : source.sectors > 0                ? SourceAnswer::kOpened
-                  : source.systemError != 0           ? SourceAnswer::kCannotOpen
-                                                      : SourceAnswer::kEmpty;
+  source.answer = AnswerFor(source);
+  source.asked = OpenAsked(path, storage.get(), isDevice);
+  if (!source.asked) return Failed(SourceAnswer::kCannotOpen);
+  if (!options.testMapfile.empty()) {
+    auto readable = std::make_shared<std::vector<SectorRange>>();
+    if (!ReadableSectors(options.testMapfile, readable.get(), &source)) return source;
+    storage.reset(new cFailingIO(std::move(storage), readable));
+    source.asked.reset(new cAskedTestMode(std::move(source.asked), std::move(readable)));
+  }
   source.traffic = std::make_shared<SourceTraffic>();
   if (isDevice) {
     const u64 bytes = source.sectors << kSectorShift;

@@ -11,8 +11,23 @@
 #include "imaging/mapfile.h"
 #include "io/base_io.h"
 #include "io/piecewise_io.h"
+#include "rescue/asked_source.h"
 
 namespace larkspur {
+
+// Whether sectors are read by SCSI commands of our own instead of through the kernel.
+enum class PassThrough {
+  kOff,
+  kAuto,  // from the first failure on, where the drive takes such commands
+  kOn,    // from the start, where the drive takes them
+};
+
+struct SourceOptions {
+  // Not empty: every sector fails that this ddrescue mapfile does not mark as finished.
+  std::u16string testMapfile = {};
+  PassThrough passThrough = PassThrough::kAuto;
+  u32 timeoutSeconds = 10;  // of one such command
+};
 
 enum class SourceAnswer {
   kOpened,
@@ -29,14 +44,19 @@ struct Source {
   u32 systemError = 0;
   MapfileFault mapfileFault;
 
+  // For the engine: asked one request at a time, with failures judged. A drive is not asked again
+  // who it is.
+  std::unique_ptr<AskedSource> asked;
   Owned<cPiecewiseIO> io;
   std::shared_ptr<SourceTraffic> traffic;
   u64 sectors = 0;
-  u32 looseBytes = 0;  // behind the last whole sector; not part of any storage
+  u32 looseBytes = 0;  // past the last whole sector; not part of any storage
+
+  // The storage as it is, without a cache; `io` is gone then.
+  Owned<cBaseIO> TakeStorage();
 };
 
-// Opens `path` for reading. With `testMapfile` not empty, every sector fails that this ddrescue
-// mapfile does not mark as finished.
-Source OpenSource(const std::u16string& path, const std::u16string& testMapfile);
+// Opens `path` for reading.
+Source OpenSource(const std::u16string& path, const SourceOptions& options);
 
 }  // namespace larkspur

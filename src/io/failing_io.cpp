@@ -7,6 +7,19 @@
 
 namespace larkspur {
 
+u32 ReadablePrefix(const std::vector<SectorRange>& readable, u64 sector, u32 count) {
+  const auto after = std::upper_bound(
+      readable.begin(), readable.end(), sector,
+      [](u64 position, const SectorRange& range) { return position < range.first; });
+  if (after == readable.begin()) return 0;
+  u64 end = sector;
+  for (auto range = after - 1; range != readable.end() && range->first <= end; ++range) {
+    end = std::max(end, range->first + range->count);
+    if (end - sector >= count) return count;
+  }
+  return static_cast<u32>(end - sector);
+}
+
 cFailingIO::cFailingIO(Owned<cBaseIO> inner,
                        std::shared_ptr<const std::vector<SectorRange>> readable)
     : m_inner(std::move(inner)), m_readable(std::move(readable)) {
@@ -29,21 +42,8 @@ u64 cFailingIO::SetPosition(u64 sector) {
   return m_position;
 }
 
-u32 cFailingIO::ReadablePrefix(u32 count) const {
-  const auto after = std::upper_bound(
-      m_readable->begin(), m_readable->end(), m_position,
-      [](u64 position, const SectorRange& range) { return position < range.first; });
-  if (after == m_readable->begin()) return 0;
-  u64 end = m_position;
-  for (auto range = after - 1; range != m_readable->end() && range->first <= end; ++range) {
-    end = std::max(end, range->first + range->count);
-    if (end - m_position >= count) return count;
-  }
-  return static_cast<u32>(end - m_position);
-}
-
 u32 cFailingIO::Read(void* buffer, u32 count, cBitMap* presence) {
-  const u32 readable = ReadablePrefix(count);
+  const u32 readable = ReadablePrefix(*m_readable, m_position, count);
   if (readable == 0) return 0;
   m_inner->SetPosition(m_position);
   const u32 got = m_inner->Read(buffer, readable, presence);

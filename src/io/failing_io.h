@@ -15,6 +15,10 @@
 
 namespace larkspur {
 
+// How many of `count` sectors from `sector` on lie in `readable`, which is in order and without
+// overlaps.
+u32 ReadablePrefix(const std::vector<SectorRange>& readable, u64 sector, u32 count);
+
 class cFailingIO final : public cBaseIO {
  public:
   // `readable` is in order and without overlaps; clones share it.
@@ -35,8 +39,6 @@ class cFailingIO final : public cBaseIO {
   bool GetDescription(char16_t* buffer, i32 capacity) override;
 
  private:
-  u32 ReadablePrefix(u32 count) const;
-
   Owned<cBaseIO> m_inner;
   std::shared_ptr<const std::vector<SectorRange>> m_readable;
   u64 m_position = 0;

@@ -58,6 +58,9 @@ class cPiecewiseIO final : public cBaseIO {
   bool GetGeometry(u32* three) override { return m_source->GetGeometry(three); }
   bool GetDescription(char16_t* buffer, i32 capacity) override;
 
+  // The source itself; the adapter is of no use any more.
+  Owned<cBaseIO> ReleaseSource() { return std::move(m_source); }
+
  private:
   // What is known of a sector of the last request that came out short.
   enum class Kept : u8 { kNotAsked, kDelivered, kAskedWithNeighbours, kRefused };

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "base/types.h"
+#include "platform/failure.h"
 
 namespace larkspur::platform {
 
@@ -57,9 +58,11 @@ class DeviceSystem {
   virtual bool IsDevice(const char16_t* path) = 0;
   // `access` is a sum of DeviceAccess. Null on failure.
   virtual std::unique_ptr<Device> Open(const char16_t* path, u32 access) = 0;
-  // Whether that device, which failed to read, is still there and, as far as the system can tell,
-  // not smaller than `bytes`. Asks the system, never the device.
-  virtual bool IsThere(const char16_t* path, u64 bytes) = 0;
+  // What has become of a device that failed to read: kNone when it is still there and, as far as
+  // the system can tell, not smaller than `bytes`; kTransport while its connection is brought back;
+  // kGone. A device that is built on others is gone when these are. Asks the system, never the
+  // device.
+  virtual FailureKind StateOf(const char16_t* path, u64 bytes) = 0;
   // Whether a drive, by its letter and colon, is an optical one.
   virtual bool IsOpticalDrive(const char16_t* drive) = 0;
   // The letter X by which "\\.\X:" opens the optical drive at `path`; 0 when it is none.

@@ -20,4 +20,10 @@ enum class FailureKind : u8 {
 // The kind that the system's error number `code` of a failed read or open says by itself.
 FailureKind KindOfFailure(u32 code);
 
+// Whether the number says that a request was interrupted before anything was asked.
+bool IsInterrupted(u32 code);
+// Whether it says that the system, a driver or the device does not take requests of this form, or
+// not from this user: nothing was asked.
+bool IsFormRefused(u32 code);
+
 }  // namespace larkspur::platform

@@ -225,9 +225,10 @@ std::unique_ptr<Device> SimulatedDevices::Open(const char16_t* path, u32 access)
   return std::make_unique<SimulatedDevice>(drive, access);
 }
 
-bool SimulatedDevices::IsThere(const char16_t* path, u64 bytes) {
+FailureKind SimulatedDevices::StateOf(const char16_t* path, u64 bytes) {
   const auto drive = Find(path);
-  return drive && drive->isPresent && drive->lengthBytes.value_or(bytes) >= bytes;
+  const bool isThere = drive && drive->isPresent && drive->lengthBytes.value_or(bytes) >= bytes;
+  return isThere ? FailureKind::kNone : FailureKind::kGone;
 }
 
 bool SimulatedDevices::IsOpticalDrive(const char16_t* drive) {

@@ -113,7 +113,7 @@ class SimulatedDevices final : public platform::DeviceSystem {
 
   bool IsDevice(const char16_t* path) override { return Find(path) != nullptr; }
   std::unique_ptr<platform::Device> Open(const char16_t* path, u32 access) override;
-  bool IsThere(const char16_t* path, u64 bytes) override;
+  platform::FailureKind StateOf(const char16_t* path, u64 bytes) override;
   bool IsOpticalDrive(const char16_t* drive) override;
   char16_t OpticalLetter(const char16_t* path) override;
   std::vector<platform::DiskInterface> DiskInterfaces() override;

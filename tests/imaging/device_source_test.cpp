@@ -26,7 +26,7 @@ class DeviceSource : public DeviceTest {
   }
   // One run of `image`.
   ReadEnd Image(const fakes::SimulatedDrive& drive, const std::u16string& mapfile = {}) {
-    Source source = OpenSource(drive.path, mapfile);
+    Source source = OpenSource(drive.path, {.testMapfile = mapfile});
     EXPECT_EQ(source.answer, SourceAnswer::kOpened);
     Cache cache = OpenOrCreateCache(m_cachePath, drive.path, source.sectors);
     EXPECT_EQ(cache.answer, CacheAnswer::kOpened);

@@ -140,11 +140,13 @@ TEST_P(LoopDevice, ReadsThroughTheClassAtEveryPlace) {
 }
 
 TEST_P(LoopDevice, IsThereUntilItIsNot) {
-  EXPECT_TRUE(SystemDevices().IsThere(m_path.c_str(), kSectors * 512));
-  EXPECT_FALSE(SystemDevices().IsThere(m_path.c_str(), kSectors * 512 + 1)) << "it was larger";
+  EXPECT_EQ(SystemDevices().StateOf(m_path.c_str(), kSectors * 512), FailureKind::kNone);
+  EXPECT_EQ(SystemDevices().StateOf(m_path.c_str(), kSectors * 512 + 1), FailureKind::kGone)
+      << "it was larger";
   EXPECT_TRUE(SystemDevices().IsDevice(m_path.c_str()));
   Detach();
-  EXPECT_FALSE(SystemDevices().IsThere(m_path.c_str(), 0)) << "without a size there is nothing";
+  EXPECT_EQ(SystemDevices().StateOf(m_path.c_str(), 0), FailureKind::kGone)
+      << "without a size there is nothing";
 }
 
 TEST_P(LoopDevice, IsListed) {
@@ -173,7 +175,7 @@ TEST(BlockDevices, WhatIsNoBlockDeviceIsNotOpened) {
   for (const auto& c : cases) {
     EXPECT_EQ(SystemDevices().Open(c.path.c_str(), kAccessRead), nullptr);
     EXPECT_EQ(LastFailure(), c.error) << Utf8FromWide(c.path);
-    EXPECT_FALSE(SystemDevices().IsThere(c.path.c_str(), 0));
+    EXPECT_EQ(SystemDevices().StateOf(c.path.c_str(), 0), FailureKind::kGone);
     EXPECT_EQ(SystemDevices().OpticalLetter(c.path.c_str()), u'\0');
   }
 }

@@ -51,7 +51,7 @@ std::u16string Fault(const std::u16string& path, const std::string& words) {
 }
 
 OpenedStorage OpenSourceOf(OpenedStorage storage, const std::u16string& testMapfile) {
-  Source source = OpenSource(storage.path, testMapfile);
+  Source source = OpenSource(storage.path, {.testMapfile = testMapfile});
   if (source.answer != SourceAnswer::kOpened) {
     storage.fault = Fault(storage.path, SourceFault(source));
     return storage;

@@ -22,6 +22,7 @@
 #include "base/path_text.h"
 #include "platform/device_requests.h"
 #include "platform/file.h"
+#include "platform/posix/block_state.h"
 #include "platform/posix/pass_through.h"
 #include "platform/posix/storage_descriptor.h"
 #include "platform/posix/sysfs.h"
@@ -78,7 +79,10 @@ class LinuxDevice final : public Device {
 };
 
 u32 LinuxDevice::Read(void* buffer, u32 length) {
-  const ssize_t got = pread(m_file, buffer, length, static_cast<off_t>(m_position));
+  ssize_t got = 0;
+  do {
+    got = pread(m_file, buffer, length, static_cast<off_t>(m_position));
+  } while (got < 0 && errno == EINTR);  // nothing was asked
   if (got < 0) {
     Refuse(errno);
     return 0;
@@ -198,7 +202,7 @@ class LinuxDevices final : public DeviceSystem {
  public:
   bool IsDevice(const char16_t* path) override { return KindOfPath(path) == PathKind::kDevice; }
   std::unique_ptr<Device> Open(const char16_t* path, u32 access) override;
-  bool IsThere(const char16_t* path, u64 bytes) override;
+  FailureKind StateOf(const char16_t* path, u64 bytes) override;
   bool IsOpticalDrive(const char16_t* drive) override;
   char16_t OpticalLetter(const char16_t* path) override;
   std::vector<DiskInterface> DiskInterfaces() override;
@@ -221,18 +225,10 @@ std::unique_ptr<Device> LinuxDevices::Open(const char16_t* path, u32 access) {
   return std::make_unique<LinuxDevice>(file, status.st_rdev);
 }
 
-bool LinuxDevices::IsThere(const char16_t* path, u64 bytes) {
+FailureKind LinuxDevices::StateOf(const char16_t* path, u64 bytes) {
   struct stat status;
-  if (stat(NodeOf(path).c_str(), &status) != 0 || !S_ISBLK(status.st_mode)) return false;
-  const SysBlock block(status.st_rdev);
-  const u64 sectors = block.Exists() ? block.OwnNumber("size") : 0;
-  if (sectors == 0 || sectors << kSectorShift < bytes) return false;
-  const std::string state = block.Disk("device/state").value_or("");
-  for (const char* gone :
-       {"cancel", "deleted", "offline", "transport-offline", "deleting", "dead"}) {
-    if (state == gone) return false;
-  }
-  return true;
+  const bool isThere = stat(NodeOf(path).c_str(), &status) == 0 && S_ISBLK(status.st_mode);
+  return isThere ? StateOfBlock(SysBlock(status.st_rdev), bytes) : FailureKind::kGone;
 }
 
 bool LinuxDevices::IsOpticalDrive(const char16_t* drive) {

@@ -19,11 +19,21 @@ FailureKind KindOfFailure(u32 code) {
     case EREMOTEIO:
     case ECOMM:
     case EBADE:
+    case ETIME:
+    case EPROTO:
+    case ECONNRESET:
+    case ECONNABORTED:
+    case EHOSTDOWN:
+    case EHOSTUNREACH:
+    case ENETDOWN:
+    case ENETUNREACH:
       return FailureKind::kTransport;
     case ENODEV:
     case ENXIO:
     case ENOMEDIUM:
     case ENOENT:
+    case ENOTBLK:
+    case ESTALE:
     case ESHUTDOWN:
     case ENOTCONN:
       return FailureKind::kGone;
@@ -35,9 +45,28 @@ FailureKind KindOfFailure(u32 code) {
     case EACCES:
     case EPERM:
     case EBUSY:
+    case EINVAL:
       return FailureKind::kSystem;
   }
   return FailureKind::kUnclear;
+}
+
+bool IsInterrupted(u32 code) {
+  return code == EINTR;
+}
+
+bool IsFormRefused(u32 code) {
+  switch (code) {
+    case EINVAL:
+    case ENOTTY:
+    case ENOSYS:
+    case EOPNOTSUPP:
+    case EMSGSIZE:
+    case EACCES:
+    case EPERM:
+      return true;
+  }
+  return false;
 }
 
 }  // namespace larkspur::platform

@@ -65,6 +65,19 @@ u64 SysBlock::OwnNumber(const char* file) const {
   return std::strtoull(Own(file).value_or("0").c_str(), nullptr, 10);
 }
 
+u64 SysBlock::DiskNumber(const char* file) const {
+  return std::strtoull(Disk(file).value_or("0").c_str(), nullptr, 10);
+}
+
+std::vector<SysBlock> SysBlock::Lower() const {
+  std::vector<SysBlock> lower;
+  for (const std::string& name : NamesIn(m_disk + "/slaves")) {
+    lower.push_back(SysBlock());
+    lower.back().Find(m_disk + "/slaves/" + name);
+  }
+  return lower;
+}
+
 std::vector<std::string> NamesIn(const std::string& folder) {
   std::vector<std::string> names;
   std::error_code ignored;

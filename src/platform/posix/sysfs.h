@@ -31,12 +31,16 @@ class SysBlock {
   // Of the whole disk.
   std::optional<std::string> Disk(const char* file) const;
   u64 OwnNumber(const char* file) const;
+  u64 DiskNumber(const char* file) const;
+  // What the disk is built on; what has been removed since is among them and does not exist.
+  std::vector<SysBlock> Lower() const;
   bool IsPartition() const { return m_folder != m_disk; }
   // Where the disk hangs in the tree of devices, such as
   // "/sys/devices/pci0000:00/0000:00:1f.2/ata1/host0/target0:0:0/0:0:0:0/block/sda".
   const std::string& DiskFolder() const { return m_disk; }
 
  private:
+  SysBlock() = default;
   void Find(const std::string& link);
 
   std::string m_folder;

@@ -150,8 +150,8 @@ class WindowsDevices final : public DeviceSystem {
   }
 
   // A removed device's name is gone, or its opening fails.
-  bool IsThere(const char16_t* path, u64 /*bytes*/) override {
-    return Open(path, kAccessQuery) != nullptr;
+  FailureKind StateOf(const char16_t* path, u64 /*bytes*/) override {
+    return Open(path, kAccessQuery) ? FailureKind::kNone : FailureKind::kGone;
   }
 
   bool IsOpticalDrive(const char16_t* drive) override {

@@ -5,6 +5,11 @@
 #include <windows.h>
 
 namespace larkspur::platform {
+namespace {
+
+constexpr u32 kNoSuchDevice = 433;  // ERROR_NO_SUCH_DEVICE, which not every header has
+
+}  // namespace
 
 FailureKind KindOfFailure(u32 code) {
   switch (code) {
@@ -17,8 +22,18 @@ FailureKind KindOfFailure(u32 code) {
     case ERROR_TIMEOUT:
     case ERROR_BUS_RESET:
     case ERROR_ADAP_HDW_ERR:
+    case ERROR_OPERATION_ABORTED:
+    case ERROR_NETNAME_DELETED:
+    case ERROR_UNEXP_NET_ERR:
+    case ERROR_NETWORK_UNREACHABLE:
+    case ERROR_HOST_UNREACHABLE:
       return FailureKind::kTransport;
+    case ERROR_BAD_UNIT:
     case ERROR_NOT_READY:
+    case kNoSuchDevice:
+    case ERROR_DEVICE_NOT_AVAILABLE:
+    case ERROR_FILE_INVALID:
+    case ERROR_BAD_NETPATH:
     case ERROR_DEVICE_NOT_CONNECTED:
     case ERROR_DEV_NOT_EXIST:
     case ERROR_DEVICE_REMOVED:
@@ -37,9 +52,30 @@ FailureKind KindOfFailure(u32 code) {
     case ERROR_SHARING_VIOLATION:
     case ERROR_LOCK_VIOLATION:
     case ERROR_BUSY:
+    case ERROR_INVALID_PARAMETER:
+    case ERROR_PRIVILEGE_NOT_HELD:
       return FailureKind::kSystem;
   }
   return FailureKind::kUnclear;
+}
+
+bool IsInterrupted(u32) {
+  return false;
+}
+
+bool IsFormRefused(u32 code) {
+  switch (code) {
+    case ERROR_INVALID_PARAMETER:
+    case ERROR_INVALID_FUNCTION:
+    case ERROR_NOT_SUPPORTED:
+    case ERROR_CALL_NOT_IMPLEMENTED:
+    case ERROR_BAD_LENGTH:
+    case ERROR_INVALID_USER_BUFFER:
+    case ERROR_ACCESS_DENIED:
+    case ERROR_PRIVILEGE_NOT_HELD:
+      return true;
+  }
+  return false;
 }
 
 }  // namespace larkspur::platform
