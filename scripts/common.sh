@@ -2,6 +2,9 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
+# Tools must not depend on the user's language, and without one Wine cannot name files in all letters.
+export LC_ALL=C.UTF-8
+
 # Wine works in a folder of its own and leaves the user's alone.
 export WINEDEBUG=-all WINEARCH=win64 WINEPREFIX="$PWD/build/wine"
 

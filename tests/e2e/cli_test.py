@@ -338,9 +338,12 @@ class CliTest(unittest.TestCase):
             self.skipTest("needs the rights of root, to give them up")
         self.make_source(256)
         device = loop_device(self, "source.img", 512)
-        os.chmod(".", 0o777)
+        # The other user may not be able to enter the folders above the program, nor those above here.
+        shutil.copy(PROGRAM[0], "larkspur")
+        for path, mode in ((".", 0o777), ("larkspur", 0o755)):
+            os.chmod(path, mode)
         for command in (("identify", device), ("image", device, "disk.kvrsp")):
-            result = run(*command, user=65534, group=65534, extra_groups=[])
+            result = run(*command, program=["./larkspur"], user=65534, group=65534, extra_groups=[])
             self.assert_status(result, 1)
             self.assertIn(b"root", result.stderr)
 
