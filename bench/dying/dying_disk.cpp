@@ -32,8 +32,8 @@
 // printf("sector %014d seed %04d\n", S, N % 10000) gives.
 //
 // The log has one line for each ask: when it came and when it was answered, both in seconds of the
-// monotonic clock; its first sector; their number; 0 or the name of the error. The disk handles one
-// ask at a time. Costs are waited for by the clock.
+// monotonic clock; its first sector; their number; 0, the name of the error, or `dead`. The disk
+// handles one ask at a time. Costs are waited for by the clock.
 
 #define FUSE_USE_VERSION 31
 #include <algorithm>
@@ -235,7 +235,7 @@ class Disk {
     const u64 count = (end + kSector - 1) / kSector - first;
     const int error = Answer(first, count, came);
     fprintf(m_log, "%.6f %.6f %llu %llu %s\n", came, Now(), static_cast<unsigned long long>(first),
-            static_cast<unsigned long long>(count), ErrorName(error));
+            static_cast<unsigned long long>(count), m_isDead ? "dead" : ErrorName(error));
     if (error != 0) return -error;
     Fill(buffer, offset, end);
     return static_cast<int>(end - offset);
