@@ -7,6 +7,7 @@
 #include "partitions/detection.h"
 #include "partitions/format.h"
 #include "partitions/part_records.h"
+#include "partitions/place.h"
 #include "partitions/type_names.h"
 
 namespace larkspur::cli {
@@ -83,11 +84,14 @@ std::string NodeWords(const cPartTreeItem& node) {
   return text;
 }
 
-void AppendLines(const cPartTreeItem& node, size_t level, std::string* text) {
-  *text += fmt::format("{:>12} {:>12} {:>10}  {:{}}{}\n", node.m_start, node.m_length,
-                       SizeText(node.m_length << kSectorShift), "", level * 2, NodeWords(node));
+void AppendLines(const cPartTreeItem& node, const std::string& place, size_t level,
+                 std::string* text) {
+  *text += fmt::format("{:>12} {:>12} {:>10}  {:{}}{}{}{}\n", node.m_start, node.m_length,
+                       SizeText(node.m_length << kSectorShift), "", level * 2, place,
+                       place.empty() ? "" : "  ", NodeWords(node));
+  size_t number = 0;
   for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
-    AppendLines(*child, level + 1, text);
+    AppendLines(*child, ChildPlace(place, ++number), level + 1, text);
   }
 }
 
@@ -143,14 +147,14 @@ Json RecordJson(cPartExtension* record) {
 
 std::string TreeTable(const cPartTreeItem& root) {
   std::string text = fmt::format("{:>12} {:>12} {:>10}  {}\n", "start", "sectors", "size", "what");
-  AppendLines(root, 0, &text);
+  AppendLines(root, {}, 0, &text);
   return text;
 }
 
-Json TreeJson(const cPartTreeItem& node) {
-  Json json = {{"start", node.m_start},     {"sectors", node.m_length}, {"type", node.m_type},
-               {"name", Utf8(node.m_name)}, {"parser", nullptr},        {"parserClass", nullptr},
-               {"records", Json::array()},  {"children", Json::array()}};
+Json TreeJson(const cPartTreeItem& node, const std::string& place) {
+  Json json = {{"start", node.m_start},  {"sectors", node.m_length},  {"place", place},
+               {"type", node.m_type},    {"name", Utf8(node.m_name)}, {"parser", nullptr},
+               {"parserClass", nullptr}, {"records", Json::array()},  {"children", Json::array()}};
   if (const Format* format = FormatOfNode(node)) {
     json["parser"] = format->parserId;
     json["parserClass"] = format->className;
@@ -159,8 +163,9 @@ Json TreeJson(const cPartTreeItem& node) {
     if (item->m_record->GetKind() == kKindParser) continue;
     json["records"].push_back(RecordJson(item->m_record));
   }
+  size_t number = 0;
   for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
-    json["children"].push_back(TreeJson(*child));
+    json["children"].push_back(TreeJson(*child, ChildPlace(place, ++number)));
   }
   return json;
 }

@@ -9,9 +9,10 @@
 
 namespace larkspur::cli {
 
-// A table with a line for each node, indented by its level.
+// A table with a line for each node, indented by its level, with its place.
 std::string TreeTable(const cPartTreeItem& root);
 
-Json TreeJson(const cPartTreeItem& root);
+// The node, whose place that is, and all below it.
+Json TreeJson(const cPartTreeItem& node, const std::string& place = {});
 
 }  // namespace larkspur::cli

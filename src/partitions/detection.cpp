@@ -94,7 +94,7 @@ bool BuildPartitionTree(cTreeItem** tree, cBaseIO* io, ScanTrace* trace) {
   DeleteTree(tree);
   Scan scan(io, trace);
   if (scan.SectorCount() == 0) return false;
-  auto* root = new cPartTreeItem;
+  auto* root = new cScannedItem(scan.SectorCount());
   AppendToTree(tree, root);
   SetNode(*root, io, 0, scan.SectorCount(), kTypeWholeDevice);
   LookForIntelMatrix(scan, *root);
@@ -108,7 +108,7 @@ bool BuildPartitionTree(cTreeItem** tree, cBaseIO* io, ScanTrace* trace) {
 
 bool DetectPartitionContents(cPartTreeItem* node, bool allowMbr) {
   if (!node || !node->m_io) return false;
-  Scan scan(node->m_io);
+  Scan scan(*node);
   return DetectContents(scan, *node, allowMbr);
 }
 

@@ -135,7 +135,8 @@ bool ParseGpt(Scan& scan, cPartTreeItem& node) {
     if (!IsUsed(entry)) continue;
     const u64 first = LoadLe64(entry + kFirstLba);
     const u64 length = (LoadLe64(entry + kLastLba) - first) * place->factor;
-    cPartTreeItem* child = scan.AddChild(node, sectorOf(first), length, TypeOf(entry));
+    cPartTreeItem* child =
+        scan.AddEntry(node, sectorOf(first), length, length + place->factor, TypeOf(entry));
     if (child && child->m_start != 0) scan.Detect(*child, node);
   }
   return true;

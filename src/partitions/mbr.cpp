@@ -128,8 +128,9 @@ bool TableReader::ReadLink(Place* place, SectorBytes* sector) {
 void TableReader::AddLogicalDrive(cPartTreeItem& container, const SectorBytes& sector,
                                   u64 position) {
   const Entry entry = EntryAt(sector.data(), 0);
-  cPartTreeItem* drive = m_scan.AddChild(container, (entry.start + position) * m_factor,
-                                         entry.count * m_factor, entry.type);
+  const u64 length = entry.count * m_factor;
+  cPartTreeItem* drive =
+      m_scan.AddEntry(container, (entry.start + position) * m_factor, length, length, entry.type);
   if (!drive) return;
   if (entry.start != 0) AddExtension(*drive, new cSBRLegacyOffset(entry.start));
   m_scan.Detect(*drive, m_node);

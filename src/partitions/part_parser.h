@@ -58,7 +58,7 @@ class FormatParser : public cPartParser {
   void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
   u32 GetParserId() final { return kId; }
   bool Parse(cPartTreeItem& node) final {
-    Scan scan(node.m_io);
+    Scan scan(node);
     return kParse(scan, node);
   }
 };

@@ -51,6 +51,10 @@ cPartTreeItem::~cPartTreeItem() {
   DeleteExtensions(*this);
 }
 
+void* cScannedItem::Destroy(u32 flags) {
+  return DestroyAs(this, flags);
+}
+
 bool SetNode(cPartTreeItem& node, cBaseIO* io, u64 start, u64 length, u16 type) {
   DeleteExtensions(node);
   node.m_io = io;

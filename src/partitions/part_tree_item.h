@@ -33,7 +33,7 @@ class cPartExtensionItem final {
   friend void* DestroyAs(T* object, u32 flags);
 };
 
-class cPartTreeItem final : public cTreeItem {
+class cPartTreeItem : public cTreeItem {
  public:
   cPartTreeItem() = default;
 
@@ -56,6 +56,24 @@ class cPartTreeItem final : public cTreeItem {
 
  protected:
   ~cPartTreeItem();
+
+ private:
+  template <typename T>
+  friend void* DestroyAs(T* object, u32 flags);
+};
+
+// A node as our scans make it: behind the fields that a host reads, the length that the table
+// itself gives. Nodes of a GUID partition table are shorter by one of its blocks, others are not.
+class cScannedItem final : public cPartTreeItem {
+ public:
+  explicit cScannedItem(u64 tableLength) : m_tableLength(tableLength) {}
+
+  void* Destroy(u32 flags) override;
+
+  u64 m_tableLength;
+
+ protected:
+  ~cScannedItem() = default;
 
  private:
   template <typename T>

@@ -89,14 +89,23 @@ void Scan::Keep(u64 sector, u32 count, const u8* bytes) {
 
 cPartTreeItem* Scan::AddChild(cPartTreeItem& parent, u64 start, u64 length, u16 type) {
   if (length == 0 || start > std::numeric_limits<u64>::max() - length) return nullptr;
+  return AddEntry(parent, start, length, length, type);
+}
+
+cPartTreeItem* Scan::AddEntry(cPartTreeItem& parent, u64 start, u64 length, u64 tableLength,
+                              u16 type) {
   if (m_nodes == kMaxNodes) return nullptr;
   ++m_nodes;
-  auto* child = new cPartTreeItem;
+  auto* child = new cScannedItem(tableLength);
   SetNode(*child, parent.m_io, start, length, type);
   cTreeItem*& newest = m_newestChild[&parent];
   AppendChild(&parent, child, newest);
   newest = child;
   return child;
+}
+
+u64 Scan::TableLength(const cPartTreeItem& node) const {
+  return &node == m_top ? node.m_length : static_cast<const cScannedItem&>(node).m_tableLength;
 }
 
 bool Scan::Detect(cPartTreeItem& node, const cPartTreeItem& above) {

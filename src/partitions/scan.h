@@ -43,6 +43,8 @@ class Scan {
   static constexpr u64 kMaxSectorsRead = u64{1} << 18;
 
   explicit Scan(cBaseIO* io, ScanTrace* trace = nullptr);
+  // A scan of what lies in a node that no scan of ours need have made.
+  explicit Scan(const cPartTreeItem& top) : Scan(top.m_io) { m_top = &top; }
   Scan(const Scan&) = delete;
   Scan& operator=(const Scan&) = delete;
 
@@ -57,6 +59,12 @@ class Scan {
   // A new last child of `parent`, owned by the tree; null, and no child, when the length is 0, when
   // the end lies beyond 2^64, or when there are too many nodes already.
   cPartTreeItem* AddChild(cPartTreeItem& parent, u64 start, u64 length, u16 type);
+  // The same for tables each of whose used entries becomes a node, whatever its length. The table
+  // gives `tableLength`, of which the node may have less.
+  cPartTreeItem* AddEntry(cPartTreeItem& parent, u64 start, u64 length, u64 tableLength, u16 type);
+
+  // The length of the node as its table gives it.
+  u64 TableLength(const cPartTreeItem& node) const;
 
   // Looks into a node that was just made. `above` is the node whose table made it: a node that
   // starts where that one starts is not asked for a master boot record again.
@@ -79,6 +87,7 @@ class Scan {
   u32 ReadUnknown(u64 sector, u32 count, u8* buffer);
 
   cBaseIO* m_io;
+  const cPartTreeItem* m_top = nullptr;
   ScanTrace* m_trace;
   u64 m_sectorCount;
   u64 m_sectorsLeft = kMaxSectorsRead;

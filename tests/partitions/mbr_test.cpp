@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "partitions/mbr.h"
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "fakes/disk_builder.h"
@@ -122,7 +124,9 @@ TEST(Mbr, EndsOddChains) {
       {"a link to nothing", drives().MbrEntry(1000, 1, 0x05, 500, 100), head + drive + "(false)\n"},
       {"a link past the end", drives().MbrEntry(1000, 1, 0x05, 0xFFFFFFFF, 1),
        head + drive + "(false)\n"},
-      {"a drive of no length", drives().MbrEntry(1000, 0, 0x07, 63, 0), head},
+      {"a drive of no length", drives().MbrEntry(1000, 0, 0x07, 63, 0),
+       head + "    1063+0 7 \"NTFS\" {offset 63}\n"},
+      {"a record without a drive", container().Mbr(1000), head + "    1000+0 0 \"Empty\" mbr\n"},
       {"a container of no length",
        Disk().MbrEntry(0, 0, 0x0F, 1000, 1).Le(0, 446 + 12, 4, 0).Le(0, 446, 8, 0).Le(0, 454, 8, 0),
        "0+4096 32764 \"[unknown]\" mbr\n"},
@@ -161,16 +165,16 @@ TEST(Mbr, ATableInALogicalDriveCountsFromTheLegacyOffset) {
             "        505+6 7 \"NTFS\" {offset 5}\n");
 }
 
-// A million records, each linking to the next, cost no more than the limit.
+// Thousands of records, each linking to the next, cost no more than the limit. Their drives lie
+// past the end of the disk.
 TEST(Mbr, ALongChainEnds) {
   DiskBuilder disk(4096);
   disk.MbrEntry(0, 0, 0x05, 16, 4000);
   for (u64 sector = 16; sector < 4000; ++sector) {
-    disk.MbrEntry(sector, 1, 0x05, sector + 1 - 16, 1);
+    disk.MbrEntry(sector, 0, 0x83, 5000, 10).MbrEntry(sector, 1, 0x05, sector + 1 - 16, 1);
   }
-  EXPECT_EQ(disk.Tree(),
-            "0+4096 32764 \"[unknown]\" mbr\n"
-            "  16+4000 5 \"Extended\"\n");
+  const std::string tree = disk.Tree();
+  EXPECT_EQ(std::count(tree.begin(), tree.end(), '\n'), 2 + 1024);
 }
 
 TEST(TypeNames, AreThoseOfTheTable) {
