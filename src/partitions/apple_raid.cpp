@@ -33,15 +33,16 @@ constexpr char kSetName[] = "AppleRAID-SetName";
 
 // The sector, from the node's start, at which a header stands. The one 8 sectors before the end is
 // that of members whose length is a multiple of 8; for others the header lies where the last whole
-// 8 sectors begin.
+// 8 sectors begin. The end is that of the node and, where its table gives it more, that one too.
 std::optional<u64> FindHeader(Scan& scan, const cPartTreeItem& node) {
-  if (node.m_length < kHeaderSectors) return std::nullopt;
-  const u64 wholes = node.m_length / kHeaderSectors * kHeaderSectors;
-  for (const u64 end : {node.m_length, wholes}) {
-    SectorBytes sector;
-    const u64 place = end - kHeaderSectors;
-    if (scan.ReadSector(node.m_start + place, &sector) && StartsWith(sector, "AppleRAIDHeader")) {
-      return place;
+  for (const u64 length : {node.m_length, scan.TableLength(node)}) {
+    if (length < kHeaderSectors) continue;
+    for (const u64 end : {length, length / kHeaderSectors * kHeaderSectors}) {
+      SectorBytes sector;
+      const u64 place = end - kHeaderSectors;
+      if (scan.ReadSector(node.m_start + place, &sector) && StartsWith(sector, "AppleRAIDHeader")) {
+        return place;
+      }
     }
   }
   return std::nullopt;

@@ -64,20 +64,24 @@ bool AllWithin(const std::vector<Entry>& entries, u64 first, u64 end) {
 }
 
 // Systems differ in whether offsets count from the disk or from the slice that holds the label, and
-// the label does not say. What lies inside the slice by one reading only is meant that way;
-// otherwise the entry of the whole slice decides.
+// the label does not say. The entry of the whole slice decides where it starts with the slice by
+// one of the two readings. Otherwise what lies inside the slice by one reading only is meant that
+// way.
 bool CountsFromDisk(const std::vector<Entry>& entries, const cPartTreeItem& node) {
+  const auto whole = std::find_if(entries.begin(), entries.end(),
+                                  [](const Entry& entry) { return entry.index == kWholeEntry; });
+  const bool hasWhole = whole != entries.end();
+  if (hasWhole && whole->offset == node.m_start) return true;
+  if (hasWhole && whole->offset == 0) {
+    if (whole->size <= node.m_length) return false;
+    if (whole->size >= node.End()) return true;
+  }
   const bool fromDisk = AllWithin(entries, node.m_start, node.End());
   const bool fromSlice = AllWithin(entries, 0, node.m_length);
   if (fromDisk != fromSlice) return fromDisk;
-  if (!fromDisk) {
-    return std::none_of(entries.begin(), entries.end(), [&](const Entry& entry) {
-      return entry.index != kWholeEntry && entry.offset < node.m_start;
-    });
-  }
-  const auto whole = std::find_if(entries.begin(), entries.end(),
-                                  [](const Entry& entry) { return entry.index == kWholeEntry; });
-  return whole == entries.end() || whole->offset != 0 || whole->size > node.m_length;
+  if (fromDisk || hasWhole) return true;
+  return std::none_of(entries.begin(), entries.end(),
+                      [&](const Entry& entry) { return entry.offset < node.m_start; });
 }
 
 }  // namespace

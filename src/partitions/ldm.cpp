@@ -212,7 +212,9 @@ class PartitionMaker {
     const bool isSpan = component.type == kLdmConcatenated;
     auto* record = new cSoftRAIDMember;
     record->m_layout = LayoutOf(component);
-    record->m_blockBytes = Clamp32(u64{Clamp32(component.stripeSectors)} * kSectorBytes);
+    if (component.stripeSectors > 0) {
+      record->m_blockBytes = Clamp32(u64{Clamp32(component.stripeSectors)} * kSectorBytes);
+    }
     record->m_columns = Clamp32(columns);
     record->m_index = isSpan ? order : Clamp32(partition.index);
     record->SetIdentifier(volume.guid);

@@ -52,11 +52,20 @@ struct SuperPlace {
   u32 major;
 };
 
-// In the order in which they are looked for.
-std::vector<SuperPlace> SuperPlaces(u64 length) {
+// In the order in which they are looked for. Those at the end count from the node's end and then,
+// where its table gives it more than the node has, from that end as well.
+std::vector<SuperPlace> SuperPlaces(const Scan& scan, const cPartTreeItem& node) {
   std::vector<SuperPlace> places{{8, 1}, {0, 1}};
-  if (length >= 16) places.push_back({(length - 16) & ~u64{7}, 1});
-  if (length >= 128) places.push_back({(length & ~u64{127}) - 128, 0});
+  const auto add = [&](const SuperPlace& place) {
+    const auto isSame = [&](const SuperPlace& other) {
+      return other.sector == place.sector && other.major == place.major;
+    };
+    if (std::none_of(places.begin(), places.end(), isSame)) places.push_back(place);
+  };
+  for (const u64 length : {node.m_length, scan.TableLength(node)}) {
+    if (length >= 16) add({(length - 16) & ~u64{7}, 1});
+    if (length >= 128) add({(length & ~u64{127}) - 128, 0});
+  }
   return places;
 }
 
@@ -134,7 +143,7 @@ std::optional<Member> ReadSuper0(const SuperPlace& place, std::span<const u8> by
 }
 
 std::optional<Member> ReadMember(Scan& scan, const cPartTreeItem& node) {
-  for (const SuperPlace& place : SuperPlaces(node.m_length)) {
+  for (const SuperPlace& place : SuperPlaces(scan, node)) {
     const u64 sector = node.m_start + place.sector;
     SuperBytes bytes;
     if (scan.Read(sector, 1, bytes.data()) != 1 || !HasMagic(bytes)) continue;
@@ -164,7 +173,7 @@ cSoftRAIDMember* MakeRecord(const Member& member) {
 }  // namespace
 
 bool ProbeMdRaid(Scan& scan, const cPartTreeItem& node, NodeFront front) {
-  for (const SuperPlace& place : SuperPlaces(node.m_length)) {
+  for (const SuperPlace& place : SuperPlaces(scan, node)) {
     SectorBytes sector;
     if (place.sector < kFrontSectors) {
       const auto bytes = FrontSector(front, place.sector);

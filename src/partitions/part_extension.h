@@ -5,6 +5,8 @@
 // cPartExtension: a record attached to a node of the partition tree. A node holds at most one
 // record of each kind.
 
+#include <new>
+
 #include "base/types.h"
 
 namespace larkspur {
@@ -38,5 +40,16 @@ class cPartExtension {
   cPartExtension(const cPartExtension&) = default;
   ~cPartExtension() = default;
 };
+
+// A copy of a record for a host, which may be built so that nothing can be thrown through it; null
+// without memory.
+template <typename Record>
+Record* CopyOf(const Record& record) {
+  try {
+    return new Record(record);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
 
 }  // namespace larkspur

@@ -4,6 +4,8 @@
 
 // cPartParser: the record that says which format a node's contents have, and can read them again.
 
+#include <new>
+
 #include "base/owned.h"
 #include "partitions/part_extension.h"
 #include "partitions/part_tree_item.h"
@@ -39,6 +41,7 @@ class cPartParser : public cPartExtension {
   virtual u32 GetParserId() = 0;  // slot 4
   // Reads the node through its I/O object, makes children and records, looks into every child, and
   // answers whether the contents were understood.
+  // Without memory it answers false, and what was found stays.
   virtual bool Parse(cPartTreeItem& node) = 0;  // slot 5
 
  protected:
@@ -57,9 +60,14 @@ class FormatParser : public cPartParser {
  public:
   void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
   u32 GetParserId() final { return kId; }
+  // A host calls this, and nothing may be thrown through it.
   bool Parse(cPartTreeItem& node) final {
-    Scan scan(node);
-    return kParse(scan, node);
+    try {
+      Scan scan(node);
+      return kParse(scan, node);
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
   }
 };
 

@@ -25,8 +25,9 @@ cPartSoftRAIDInfo::~cPartSoftRAIDInfo() {
 }
 
 void cPartSoftRAIDInfo::SetIdentifier(std::span<const u8> identifier) {
+  auto* set = new u8[identifier.size()];
   delete[] m_set;
-  m_set = new u8[identifier.size()];
+  m_set = set;
   m_setBytes = identifier.size();
   std::copy(identifier.begin(), identifier.end(), m_set);
 }

@@ -16,7 +16,7 @@ namespace larkspur {
 // A NetWare partition's redirection area, and the volume that a segment belongs to.
 class cNWPartData final : public cPartExtension {
  public:
-  cNWPartData* Clone() override { return new cNWPartData(*this); }
+  cNWPartData* Clone() override { return CopyOf(*this); }
   void Reset() override {}
   u32 GetKind() override { return kKindNWPartData; }
   void* Destroy(u32 flags) override;
@@ -31,7 +31,7 @@ class cNWPartData final : public cPartExtension {
 
 class cPartNameData final : public cPartExtension {
  public:
-  cPartNameData* Clone() override { return new cPartNameData(*this); }
+  cPartNameData* Clone() override { return CopyOf(*this); }
   void Reset() override { m_name.Assign({}); }
   u32 GetKind() override { return kKindPartName; }
   void* Destroy(u32 flags) override;
@@ -53,7 +53,7 @@ class cPartSoftRAIDInfo : public cPartExtension {
   cPartSoftRAIDInfo() = default;
   cPartSoftRAIDInfo(const cPartSoftRAIDInfo& other);
 
-  cPartExtension* Clone() override { return new cPartSoftRAIDInfo(*this); }
+  cPartExtension* Clone() override { return CopyOf(*this); }
   void Reset() override {}
   u32 GetKind() override { return kKindSoftRAID; }
   void* Destroy(u32 flags) override;
@@ -84,7 +84,7 @@ class cPartSoftRAIDInfo : public cPartExtension {
 // format that describes the set.
 class cSoftRAIDMember final : public cPartSoftRAIDInfo {
  public:
-  cPartExtension* Clone() override { return new cSoftRAIDMember(*this); }
+  cPartExtension* Clone() override { return CopyOf(*this); }
   void* Destroy(u32 flags) override;
 
   cWideString m_level;
@@ -95,7 +95,7 @@ class cSBRLegacyOffset final : public cPartExtension {
  public:
   explicit cSBRLegacyOffset(u64 offset) : m_offset(offset) {}
 
-  cSBRLegacyOffset* Clone() override { return new cSBRLegacyOffset(*this); }
+  cSBRLegacyOffset* Clone() override { return CopyOf(*this); }
   void Reset() override {}
   u32 GetKind() override { return kKindSBRLegacyOffset; }
   void* Destroy(u32 flags) override;
@@ -105,7 +105,7 @@ class cSBRLegacyOffset final : public cPartExtension {
 
 class cLUKSPartInfo final : public cPartExtension {
  public:
-  cLUKSPartInfo* Clone() override { return new cLUKSPartInfo(*this); }
+  cLUKSPartInfo* Clone() override { return CopyOf(*this); }
   void Reset() override {}
   u32 GetKind() override { return kKindLUKS; }
   void* Destroy(u32 flags) override;
@@ -121,7 +121,7 @@ class cLUKSPartInfo final : public cPartExtension {
 
 class cBtrfsVolumeInfo final : public cPartExtension {
  public:
-  cBtrfsVolumeInfo* Clone() override { return new cBtrfsVolumeInfo(*this); }
+  cBtrfsVolumeInfo* Clone() override { return CopyOf(*this); }
   void Reset() override {}
   u32 GetKind() override { return kKindBtrfsVolume; }
   void* Destroy(u32 flags) override;
@@ -132,7 +132,7 @@ class cBtrfsVolumeInfo final : public cPartExtension {
 
 class cStorServDBMD final : public cPartExtension {
  public:
-  cStorServDBMD* Clone() override { return new cStorServDBMD(*this); }
+  cStorServDBMD* Clone() override { return CopyOf(*this); }
   void Reset() override {}
   u32 GetKind() override { return kKindStorServDBMD; }
   void* Destroy(u32 flags) override;
@@ -142,7 +142,7 @@ class cStorServDBMD final : public cPartExtension {
 
 class cSymhonySANInfo final : public cPartExtension {
  public:
-  cSymhonySANInfo* Clone() override { return new cSymhonySANInfo(*this); }
+  cSymhonySANInfo* Clone() override { return CopyOf(*this); }
   void Reset() override {}
   u32 GetKind() override { return kKindSymhonySAN; }
   void* Destroy(u32 flags) override;
@@ -152,7 +152,7 @@ class cSymhonySANInfo final : public cPartExtension {
 
 class cLeftHandSANInfo final : public cPartExtension {
  public:
-  cLeftHandSANInfo* Clone() override { return new cLeftHandSANInfo(*this); }
+  cLeftHandSANInfo* Clone() override { return CopyOf(*this); }
   void Reset() override {}
   u32 GetKind() override { return kKindLeftHandSAN; }
   void* Destroy(u32 flags) override;
@@ -160,7 +160,7 @@ class cLeftHandSANInfo final : public cPartExtension {
 
 class cHPEVASANInfo final : public cPartExtension {
  public:
-  cHPEVASANInfo* Clone() override { return new cHPEVASANInfo(*this); }
+  cHPEVASANInfo* Clone() override { return CopyOf(*this); }
   void Reset() override {}
   u32 GetKind() override { return kKindHPEVASAN; }
   void* Destroy(u32 flags) override;

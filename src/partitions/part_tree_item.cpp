@@ -71,8 +71,10 @@ void SetNodeType(cPartTreeItem& node, u16 type) {
 
 void AddExtension(cPartTreeItem& node, cPartExtension* record) {
   if (!record) return;
-  DropExtension(node, record->GetKind());
+  Owned<cPartExtension> owner(record);
   auto* item = new cPartExtensionItem(record);
+  owner.release();
+  DropExtension(node, record->GetKind());
   (node.m_lastExtension ? node.m_lastExtension->m_next : node.m_firstExtension) = item;
   node.m_lastExtension = item;
 }

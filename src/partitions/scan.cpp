@@ -96,9 +96,9 @@ cPartTreeItem* Scan::AddEntry(cPartTreeItem& parent, u64 start, u64 length, u64 
                               u16 type) {
   if (m_nodes == kMaxNodes) return nullptr;
   ++m_nodes;
+  cTreeItem*& newest = m_newestChild[&parent];
   auto* child = new cScannedItem(tableLength);
   SetNode(*child, parent.m_io, start, length, type);
-  cTreeItem*& newest = m_newestChild[&parent];
   AppendChild(&parent, child, newest);
   newest = child;
   return child;

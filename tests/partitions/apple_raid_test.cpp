@@ -133,5 +133,13 @@ TEST(AppleRaid, HeadersInHeadersEnd) {
   EXPECT_LT(disk.Tree().size(), 20000u);
 }
 
+TEST(AppleRaid, FindsTheEndOfAGuidPartition) {
+  constexpr char kRaid[] = "52414944-0000-11AA-AA11-00306543ECAC";
+  DiskBuilder disk = Disk(Properties({}));
+  disk.Le(0, 510, 2, 0);  // no boot record
+  disk.Gpt(1, 1, 4).GptEntry(1, 0, kRaid, kStart, kStart + kLength - 1);
+  EXPECT_NE(Contents(disk).find("64+512 32767 "), std::string::npos) << disk.Tree();
+}
+
 }  // namespace
 }  // namespace larkspur

@@ -59,6 +59,12 @@ TEST(BsdLabel, CountsFromTheDiskOrFromTheSlice) {
       {"both, and the whole entry starts at 0", {{100, 1000, 7}, {0, 0, 0}, {2000, 0, 0}}, "2000"},
       {"both, and the whole entry is the disk", {{100, 1000, 7}, {0, 0, 0}, {4096, 0, 0}}, "1000"},
       {"neither", {{5000, 16, 7}}, "1016"},
+      {"neither, for an entry of the disk beside that of the slice",
+       {{100, 1064, 7}, {0, 0, 0}, {2000, 1000, 0}, {4096, 0, 0}},
+       "1064"},
+      {"neither, for a foreign partition beside the whole disk",
+       {{100, 1064, 7}, {0, 0, 0}, {4096, 0, 0}, {50, 63, 8}},
+       "1064"},
   };
   for (const auto& test : kCases) {
     DiskBuilder disk(4096);
@@ -93,9 +99,9 @@ TEST(BsdLabel, ALabelThatContainsItselfEnds) {
             "  0+4096 263 \"UFS (FFS)\"\n"
             "  0+4095 263 \"UFS (FFS)\"\n"
             "  1+100 263 \"UFS (FFS)\" bsd\n"
-            "    1+4096 263 \"UFS (FFS)\"\n"
-            "    1+4095 263 \"UFS (FFS)\"\n"
-            "    2+100 263 \"UFS (FFS)\"\n");
+            "    0+4096 263 \"UFS (FFS)\"\n"
+            "    0+4095 263 \"UFS (FFS)\"\n"
+            "    1+100 263 \"UFS (FFS)\"\n");
 }
 
 TEST(Snap, ReadsEntriesThatTheChecksumConfirms) {

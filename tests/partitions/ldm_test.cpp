@@ -47,14 +47,15 @@ TEST(Ldm, SaysHowEachKindOfVolumeUsesTheDisk) {
   } kCases[] = {
       {LdmDisk().Simple("Volume1", "E:", {1, 10, 500}),
        "  73+500 7 \"NTFS\" " +
-           Member("\"Dynamic volume E: (Mirror)\" layout 3 columns 1 index 0 block 0", "simple")},
+           Member("\"Dynamic volume E: (Mirror)\" layout 3 columns 1 index 0 block 512", "simple")},
       {LdmDisk().Spanned("Volume1", "E:", {{2, 0, 100}, {1, 10, 500}}),
        "  73+500 7 \"NTFS\" " +
-           Member("\"Dynamic volume E: (Simple/Span)\" layout 1 columns 2 index 1 block 0",
+           Member("\"Dynamic volume E: (Simple/Span)\" layout 1 columns 2 index 1 block 512",
                   "spanned")},
       {LdmDisk().Mirrored("Volume1", "E:", {{2, 0, 500}, {1, 10, 500}}),
        "  73+500 7 \"NTFS\" " +
-           Member("\"Dynamic volume E: (Mirror)\" layout 3 columns 1 index 0 block 0", "mirrored")},
+           Member("\"Dynamic volume E: (Mirror)\" layout 3 columns 1 index 0 block 512",
+                  "mirrored")},
       {LdmDisk().Striped("Volume1", "E:", {{1, 10, 500}, {2, 0, 500}}),
        "  73+500 7 \"NTFS\" " +
            Member("\"Dynamic volume E: (Stripe)\" layout 2 columns 2 index 0 block 65536",
@@ -85,7 +86,7 @@ TEST(Ldm, PutsTheVolumesOfAGptDiskUnderItsMetadata) {
             "0+8192 32764 \"[unknown]\" mbr\n"
             "  1+8191 238 \"GPT OEM\" gpt\n"
             "    34+2047 322 \"[unknown]\" ntldm\n"
-            "      2090+64 7 \"NTFS\" {raid \"\" layout 3 columns 1 index 0 block 0 level simple "
+            "      2090+64 7 \"NTFS\" {raid \"\" layout 3 columns 1 index 0 block 512 level simple "
             "set 64646464646464646464646464646464}\n"
             "    2082+6076 66 \"NT LDM link\" ntldm\n");
 }
@@ -115,7 +116,7 @@ std::string NodeTree(const LdmDisk& disk, u16 type, u64 length) {
 TEST(Ldm, IsAlsoFoundBehindAMasterBootRecordAndByType) {
   const LdmDisk disk = LdmDisk().Simple("V", "", {1, 0, 64});
   const std::string child =
-      "  63+64 7 \"NTFS\" {raid \"\" layout 3 columns 1 index 0 block 0 level simple set "
+      "  63+64 7 \"NTFS\" {raid \"\" layout 3 columns 1 index 0 block 512 level simple set "
       "64646464646464646464646464646464}\n";
   EXPECT_EQ(NodeTree(disk, 7, 8192), "0+8192 7 \"NTFS\" ntldm\n" + child);
   EXPECT_EQ(NodeTree(disk, 7, 8191),

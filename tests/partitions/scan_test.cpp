@@ -16,6 +16,7 @@
 #include "fakes/tree_text.h"
 #include "io/base_io.h"
 #include "partitions/detection.h"
+#include "partitions/format.h"
 #include "partitions/gpt.h"
 #include "partitions/mbr.h"
 #include "partitions/part_parser.h"
@@ -217,6 +218,34 @@ TEST(Tree, RecordsAreCopiedWhereTheyCanBe) {
   EXPECT_EQ(parser.Clone(), nullptr);
   EXPECT_EQ(parser.GetParserId(), 10u);
   EXPECT_FALSE(parser.QueryFlag());
+}
+
+// A storage that throws stands for a system without memory.
+TEST(Tree, NothingIsThrownThroughWhatAHostCalls) {
+  class cThrowing final : public cBaseIO {
+   public:
+    cBaseIO* Clone() override { return nullptr; }
+    bool IsSameAs(cBaseIO* /*other*/) override { return false; }
+    u64 SetPosition(u64 sector) override { return sector; }
+    u32 Read(void* /*buffer*/, u32 /*count*/, cBitMap* /*presence*/) override {
+      throw std::bad_alloc();
+    }
+    u64 GetSectorCount() override { return 4096; }
+    void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
+  };
+  cThrowing io;
+  cPartTreeItem* node = new cPartTreeItem;
+  SetNode(*node, &io, 0, 4096, 7);
+  for (u32 id = kParserMbr; id <= kParserAIXLVM; ++id) {
+    Owned<cPartParser> parser(FormatOf(id)->makeParser());
+    EXPECT_FALSE(parser->Parse(*node)) << id;
+  }
+  node->Destroy(kFreeMemory);
+  struct ThrowingRecord {
+    ThrowingRecord() = default;
+    ThrowingRecord(const ThrowingRecord&) { throw std::bad_alloc(); }
+  };
+  EXPECT_EQ(CopyOf(ThrowingRecord()), nullptr);
 }
 
 // What a host written in another language reads and calls.

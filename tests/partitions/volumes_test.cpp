@@ -124,6 +124,31 @@ TEST(MdRaid, FindsTheSuperblockOfVersion0InBothByteOrders) {
   }
 }
 
+// Nodes of a GUID table are a sector short, and superblocks count from where the partition ends.
+TEST(MdRaid, FindsTheEndOfAGuidPartition) {
+  constexpr char kRaid[] = "A19D880F-05FC-4D3B-A006-743F0F84911E";
+  const struct {
+    u64 lastLba;  // of a partition that begins at 64
+    u64 super;    // from there
+  } kCases[] = {{64 + 4095, 4080}, {64 + 4087, 4072}, {64 + 4096, 4080}};
+  for (const auto& test : kCases) {
+    DiskBuilder disk(8192);
+    disk.Gpt(1, 1, 4).GptEntry(1, 0, kRaid, 64, test.lastLba);
+    PutSuper1(disk, 64 + test.super, 0, 4000).Le(64 + test.super, 144, 8, test.super);
+    EXPECT_NE(disk.Tree().find("\n    64+4000 253 \"Linux RAID\" {raid \"box:data\""),
+              std::string::npos)
+        << test.lastLba << "\n"
+        << disk.Tree();
+  }
+  DiskBuilder old(8192);
+  old.Gpt(1, 1, 4).GptEntry(1, 0, kRaid, 64, 64 + 4095);
+  const auto bytes = Super0(false, 1, 1900).Bytes();
+  std::copy_n(&bytes[3968 * kSectorBytes], 8 * kSectorBytes,
+              old.At(64 + 3968, 0, 8 * kSectorBytes));
+  EXPECT_NE(old.Tree().find("\n    64+3800 253 \"Linux RAID\" {raid"), std::string::npos)
+      << old.Tree();
+}
+
 TEST(MdRaid, LooksIntoAMirror) {
   DiskBuilder disk(4100);
   disk.MbrEntry(0, 0, 0xFD, 16, 4084);
