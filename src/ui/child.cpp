@@ -18,9 +18,10 @@ bool cChild::Create(cCustomForm& form, const AnchoredBox& place, u32 id) {
   m_form = &form;
   m_place = place;
   m_id = id;
-  const HWND handle = CreateWindowExW(m_exStyle, m_class, L"", WS_CHILD | WS_VISIBLE | m_style, 0,
-                                      0, 0, 0, form.Handle(), reinterpret_cast<HMENU>(UINT_PTR{id}),
-                                      ModuleInstance(), nullptr);
+  // Siblings are clipped: while a form is resized, one may pass over another.
+  const HWND handle = CreateWindowExW(
+      m_exStyle, m_class, L"", WS_CHILD | WS_VISIBLE | WS_CLIPSIBLINGS | m_style, 0, 0, 0, 0,
+      form.Handle(), reinterpret_cast<HMENU>(UINT_PTR{id}), ModuleInstance(), nullptr);
   if (!handle) return false;
   Attach(handle);
   SetWindowSubclass(handle, Procedure, 0, reinterpret_cast<DWORD_PTR>(this));
@@ -37,8 +38,7 @@ void cChild::Move(const AnchoredBox& place) {
 
 void cChild::MoveTo(const Box& place) {
   if (!IsOpen()) return;
-  SetWindowPos(Handle(), nullptr, place.x, place.y, place.width, place.height,
-               SWP_NOZORDER | SWP_NOACTIVATE);
+  SetWindowPos(Handle(), nullptr, place.x, place.y, place.width, place.height, kPlacing);
 }
 
 void cChild::SetFont(u32 number) {

@@ -21,6 +21,10 @@ class cCustomForm;
 
 constexpr u32 kNoId = 0xFFFF;
 
+// How a control is placed: all of it is drawn again. What the system would copy along may show text
+// that wrapped at another width, or what a sibling covered.
+constexpr UINT kPlacing = SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOCOPYBITS;
+
 // Stands for a place that the form gives in its OnLayout, by MoveTo.
 constexpr AnchoredBox kPlacedByForm{};
 

@@ -148,7 +148,7 @@ void cCustomForm::Layout() {
     if (child->Place() == kPlacedByForm) continue;
     const Box place = PlaceOf(child->Place(), client, m_theme->Dpi());
     moves = DeferWindowPos(moves, child->Handle(), nullptr, place.x, place.y, place.width,
-                           place.height, SWP_NOZORDER | SWP_NOACTIVATE);
+                           place.height, kPlacing);
   }
   EndDeferWindowPos(moves);
   OnLayout(client);

@@ -32,6 +32,10 @@ void DrawMark(HDC dc, const RECT& box, bool folded, i32 extent, COLORREF colour)
   Polygon(dc, folded ? shut : open, 3);
 }
 
+void PlacePart(HWND part, const Box& place) {
+  SetWindowPos(part, nullptr, place.x, place.y, place.width, place.height, kPlacing);
+}
+
 }  // namespace
 
 cPropertyAreaChild::cPropertyAreaChild() : cChild(WC_DIALOG, WS_CLIPCHILDREN) {}
@@ -59,8 +63,9 @@ size_t cPropertyAreaChild::Add(std::u16string_view heading, std::u16string_view 
 
 HWND cPropertyAreaChild::MakePart(const wchar_t* windowClass, DWORD style,
                                   const std::u16string& text) {
-  return CreateWindowExW(0, windowClass, Wide(text), WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0,
-                         Handle(), nullptr, ModuleInstance(), nullptr);
+  return CreateWindowExW(0, windowClass, Wide(text),
+                         WS_CHILD | WS_VISIBLE | WS_CLIPSIBLINGS | style, 0, 0, 0, 0, Handle(),
+                         nullptr, ModuleInstance(), nullptr);
 }
 
 void cPropertyAreaChild::SetBody(size_t section, std::u16string_view body) {
@@ -142,10 +147,8 @@ void cPropertyAreaChild::Arrange() {
   }
   for (size_t i = 0; i < m_sections.size(); ++i) {
     const SectionPlace& place = stack.places[i];
-    MoveWindow(m_sections[i].heading, place.heading.x, place.heading.y, place.heading.width,
-               place.heading.height, TRUE);
-    MoveWindow(m_sections[i].body, place.body.x, place.body.y, place.body.width, place.body.height,
-               TRUE);
+    PlacePart(m_sections[i].heading, place.heading);
+    PlacePart(m_sections[i].body, place.body);
     ShowWindow(m_sections[i].body, m_sections[i].folded ? SW_HIDE : SW_SHOWNA);
   }
   m_arranging = false;
