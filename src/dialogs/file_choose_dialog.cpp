@@ -17,12 +17,12 @@ namespace {
 
 constexpr UINT kLetters = WM_APP + 1;
 
-constexpr Size kFormSize = {680, 430}, kLeastSize = {480, 300};
+constexpr Size kFormSize = {760, 470}, kLeastSize = {480, 300};
 constexpr AnchoredBox kBackPlace = {5, 5, 26, 24}, kUpPlace = {34, 5, 26, 24},
                       kHomePlace = {63, 5, 26, 24}, kNewFolderPlace = {92, 5, 26, 24},
                       kFolderLabelPlace = {128, 5, -133, 24};
 constexpr i32 kListsTop = 35, kListsBottom = 108, kMargin = 5;
-constexpr i32 kLeastPlaces = 80, kLeastFolder = 150;
+constexpr i32 kLeastPlaces = 80, kUsualPlaces = 190, kLeastFolder = 260;
 constexpr i32 kNameY = -100, kFilterY = -72, kButtonsY = -40, kFieldHeight = 22;
 constexpr i32 kGap = 8;
 
@@ -93,7 +93,8 @@ void cFileChooseDialog::CreateLists() {
   m_places.onChange = [this] { GoToPlace(m_places.Value()); };
   m_places.onActivate = [this](u32 row) { GoToPlace(row); };
   m_splitter.Create(*this, TextOf(FileChooseText::kPlaces));
-  m_splitter.SetValue(Theme().Pixels(cFileChooseListPlaces::kUsualWidth));
+  m_splitter.SetValue(Theme().Pixels(kUsualPlaces));
+  m_splitter.onChange = [this] { m_fitsPlaces = false; };
   m_folder.Create(*this, kPlacedByForm, kFolderId);
   m_folder.SetUp();
   m_folder.onChange = [this] { ShowName(m_folder.Value()); };
@@ -155,7 +156,6 @@ void cFileChooseDialog::OnLayout(Size client) {
   m_places.MoveTo({margin, top, left, height});
   m_splitter.MoveTo({margin + left, top, bar, height});
   m_folder.MoveTo({margin + left + bar, top, std::max(width - left - bar, 0), height});
-  m_places.FitColumn();
 
   const i32 label = std::max(TextSize(Theme().Font(), m_nameLabel.Text()).width,
                              TextSize(Theme().Font(), m_filterLabel.Text()).width) +
@@ -268,6 +268,11 @@ MessageAnswer cFileChooseDialog::OnLetters(const WindowMessage&) {
 
 void cFileChooseDialog::Take(const PlaceFound& letter) {
   m_places.Add(letter.place);
+  // Names of drives are seen whole, until the user says how wide the list is.
+  const i32 wanted = m_places.WantedWidth();
+  if (!m_fitsPlaces || wanted <= m_splitter.Value()) return;
+  m_splitter.SetValue(wanted);
+  Layout();
 }
 
 void cFileChooseDialog::Take(const FolderRead& letter) {

@@ -88,6 +88,7 @@ class cFileChooseDialog final : public cCustomForm {
   cNavigationProvider m_navigation;
   ChooserMail m_mail = std::make_shared<cMailbox<ChooserLetter>>();
   u32 m_turn = 0;
+  bool m_fitsPlaces = true;
 
   cIconButtonChild m_back, m_up, m_home, m_newFolder;
   cLabelChild m_folderLabel;

@@ -5,24 +5,14 @@
 #include "dialogs/file_choose_texts.h"
 
 namespace larkspur {
-namespace {
-
-constexpr i32 kNameWidth = 160, kSizeWidth = 80;  // units
-constexpr i32 kAroundText = 16;                   // in a column, units
-constexpr std::u16string_view kWidestDate = u"00.00.0000 00:00:00";
-
-}  // namespace
 
 void cFileChooseListFolder::SetUp() {
   m_words = {TextOf(FileChooseText::kFileFolder), TextOf(FileChooseText::kFile)};
-  const auto columnFor = [this](std::u16string_view text) {
-    const i32 pixels = TextSize(Font(), text).width;
-    return pixels * static_cast<i32>(kUnitDpi) / static_cast<i32>(Theme().Dpi()) + kAroundText;
-  };
-  SetColumns({{TextOf(FileChooseText::kName), kNameWidth, false, &m_sorts[0]},
-              {TextOf(FileChooseText::kDate), columnFor(kWidestDate), false, &m_sorts[1]},
-              {TextOf(FileChooseText::kType), columnFor(m_words.folder), false, &m_sorts[2]},
-              {TextOf(FileChooseText::kSize), kSizeWidth, true, &m_sorts[3]}});
+  SetText(m_words.folder);
+  SetColumns({{TextOf(FileChooseText::kName), false, true, &m_sorts[0]},
+              {TextOf(FileChooseText::kDate), false, false, &m_sorts[1]},
+              {TextOf(FileChooseText::kType), false, false, &m_sorts[2]},
+              {TextOf(FileChooseText::kSize), true, false, &m_sorts[3]}});
   SetIcons(&m_icons);
   SetModel(this);
   SortBy(0, false);

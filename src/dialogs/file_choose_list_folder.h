@@ -16,7 +16,7 @@ namespace larkspur {
 
 class cFileChooseListFolder final : public cListViewChild, private cListModel {
  public:
-  // Columns and icons; `texts` are those of "ciom::filechoose". Once, after Create.
+  // Columns, icons and name, once, after Create.
   void SetUp();
 
   // Shows those of the entries that fit the patterns.

@@ -23,7 +23,8 @@ u32 IconOf(PlaceKind kind) {
 }  // namespace
 
 void cFileChooseListPlaces::SetUp() {
-  SetColumns({{TextOf(FileChooseText::kPlaces), kUsualWidth, false, nullptr}});
+  SetText(TextOf(FileChooseText::kPlaces));
+  SetColumns({{TextOf(FileChooseText::kPlaces), false, true}});
   SetIcons(&m_icons);
   SetModel(this);
 }
@@ -33,10 +34,6 @@ void cFileChooseListPlaces::Add(const FilePlace& place) {
   m_places.push_back(place);
   Reload();
   SetValue(selected);
-}
-
-void cFileChooseListPlaces::FitColumn() {
-  Send(LVM_SETCOLUMNWIDTH, 0, LVSCW_AUTOSIZE_USEHEADER);
 }
 
 int cFileChooseListPlaces::RowIcon(u32 row) const {

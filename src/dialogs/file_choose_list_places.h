@@ -15,13 +15,9 @@ namespace larkspur {
 
 class cFileChooseListPlaces final : public cListViewChild, private cListModel {
  public:
-  static constexpr i32 kUsualWidth = 190;  // units
-
-  // Column and icons, once, after Create.
+  // Column, icons and name, once, after Create.
   void SetUp();
   void Add(const FilePlace& place);
-  // Makes the one column as wide as the list.
-  void FitColumn();
 
   // REQUIRES: row is one of the list's.
   const FilePlace& At(u32 row) const { return m_places[row]; }

@@ -99,7 +99,7 @@ void cMainForm::FillLanguages() {
 void cMainForm::CreateLists() {
   m_storagesLabel.Create(*this, kPlacedByForm, texts::kStorages);
   m_storageList.Create(*this, kPlacedByForm, kStoragesId);
-  m_storageList.SetColumns({{texts::kName, 176}, {texts::kKind, 68}, {texts::kSize, 72, true}});
+  m_storageList.SetColumns({{texts::kName, false, true}, {texts::kKind}, {texts::kSize, true}});
   m_storageList.SetIcons(&m_icons);
   m_storageList.SetModel(&m_storageRows);
   m_storageList.onChange = [this] { ShowChosen(); };
@@ -108,7 +108,7 @@ void cMainForm::CreateLists() {
   };
   m_modulesLabel.Create(*this, kPlacedByForm, texts::kModules);
   m_moduleList.Create(*this, kPlacedByForm, kModulesId);
-  m_moduleList.SetColumns({{texts::kName, 152}, {texts::kFile, 68}, {texts::kIdentity, 106}});
+  m_moduleList.SetColumns({{texts::kName, false, true}, {texts::kFile}, {texts::kIdentity}});
   m_moduleList.SetModel(&m_moduleRows);
   m_moduleList.onContextMenu = [this](u32, POINT where) {
     ShowMenu({kMakeStorage, kAbout}, where);

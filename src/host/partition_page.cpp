@@ -16,12 +16,12 @@ constexpr size_t kIndent = 4;  // blanks a level
 void cPartitionPage::Create(cCustomForm& form) {
   m_list.Create(form, kPlacedByForm, kListId);
   m_list.SetText(texts::kPartitions);
-  m_list.SetColumns({{texts::kName, 190},
-                     {texts::kStart, 80, true},
-                     {texts::kLength, 80, true},
-                     {texts::kSize, 75, true},
-                     {texts::kType, 50, true},
-                     {texts::kFacts, 300}});
+  m_list.SetColumns({{texts::kName},
+                     {texts::kStart, true},
+                     {texts::kLength, true},
+                     {texts::kSize, true},
+                     {texts::kType},
+                     {texts::kFacts, false, true}});
   m_list.SetIcons(&m_icons);
   m_list.SetModel(this);
   m_list.onActivate = [this](u32) {

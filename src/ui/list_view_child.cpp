@@ -16,6 +16,11 @@ constexpr DWORD kStyle = WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SINGLESEL
                          LVS_SHOWSELALWAYS | LVS_SHAREIMAGELISTS;
 constexpr DWORD kExtended = LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP;
 
+// Units.
+constexpr i32 kAroundText = 16, kBesideIcon = 6, kSortArrow = 14, kLeastGrowing = 120;
+constexpr u32 kMostMeasured = 200;  // rows; the others count when they are shown
+constexpr UINT kFitColumns = WM_APP + 1;
+
 bool StartsWith(const std::u16string& text, const wchar_t* start) {
   const int length = lstrlenW(start);
   if (static_cast<size_t>(length) > text.size()) return false;
@@ -33,12 +38,11 @@ void cListViewChild::OnCreate() {
 }
 
 void cListViewChild::OnScale() {
-  for (size_t i = 0; i < m_columns.size(); ++i) {
-    Send(LVM_SETCOLUMNWIDTH, i, Theme().Pixels(m_columns[i].width));
+  if (m_icons) {
+    const HIMAGELIST icons = m_icons->At(Theme().Pixels(kIconSize));
+    Send(LVM_SETIMAGELIST, LVSIL_SMALL, reinterpret_cast<LPARAM>(icons));
   }
-  if (!m_icons) return;
-  const HIMAGELIST icons = m_icons->At(Theme().Pixels(kIconSize));
-  Send(LVM_SETIMAGELIST, LVSIL_SMALL, reinterpret_cast<LPARAM>(icons));
+  MeasureColumns();
 }
 
 void cListViewChild::SetColumns(std::vector<Column> columns) {
@@ -65,6 +69,16 @@ void cListViewChild::SetModel(const cListModel* model) {
 }
 
 void cListViewChild::Reload() {
+  Arrange();
+  MeasureColumns();
+}
+
+void cListViewChild::Refresh() {
+  MeasureColumns();
+  Repaint();
+}
+
+void cListViewChild::Arrange() {
   m_setting = true;
   m_rows.Reset(m_model ? m_model->RowCount() : 0);
   if (m_sortColumn < m_columns.size()) {
@@ -75,8 +89,68 @@ void cListViewChild::Reload() {
   none.stateMask = LVIS_SELECTED | LVIS_FOCUSED;
   Send(LVM_SETITEMSTATE, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(&none));
   Send(LVM_SETITEMCOUNT, m_rows.Count());
+  LVITEMW first{};
+  first.state = first.stateMask = LVIS_FOCUSED;
+  Send(LVM_SETITEMSTATE, 0, reinterpret_cast<LPARAM>(&first));
   Repaint();
   m_setting = false;
+}
+
+// ---- The columns' widths ----
+
+i32 cListViewChild::CellWidth(u32 column, i32 text) const {
+  const i32 icon = column == 0 && m_icons ? kIconSize + kBesideIcon : 0;
+  return text + Theme().Pixels(icon + kAroundText);
+}
+
+ColumnNeed cListViewChild::NeedOf(u32 column) const {
+  const cTextRuler ruler(Font());
+  const Column& shown = m_columns[column];
+  i32 wanted =
+      ruler.Width(shown.title) + Theme().Pixels(kAroundText + (shown.sort ? kSortArrow : 0));
+  const u32 rows = m_model ? m_rows.Count() : 0, step = rows / kMostMeasured + 1;
+  for (u32 row = 0; row < rows; row += step) {
+    const i32 text = ruler.Width(m_model->CellText(row, column));
+    wanted = std::max(wanted, CellWidth(column, text));
+  }
+  return {wanted, shown.grows, Theme().Pixels(kLeastGrowing)};
+}
+
+// A cell that is about to be shown may need more than those that were measured.
+void cListViewChild::Notice(u32 column, const std::u16string& text) {
+  const i32 width = CellWidth(column, TextSize(Font(), text).width);
+  if (column >= m_needs.size() || width <= m_needs[column].wanted) return;
+  m_needs[column].wanted = width;
+  PostMessageW(Handle(), kFitColumns, 0, 0);
+}
+
+void cListViewChild::MeasureColumns() {
+  m_needs.clear();
+  for (u32 i = 0; i < m_columns.size(); ++i) m_needs.push_back(NeedOf(i));
+  FitColumns();
+}
+
+void cListViewChild::FitColumns() {
+  if (!m_fitsColumns || !IsOpen()) return;
+  const std::vector<i32> widths = ColumnWidths(m_needs, ClientSize().width);
+  for (size_t i = 0; i < widths.size(); ++i) Send(LVM_SETCOLUMNWIDTH, i, widths[i]);
+}
+
+i32 cListViewChild::WantedWidth() const {
+  i32 width = 2 * GetSystemMetrics(SM_CXEDGE) + GetSystemMetrics(SM_CXVSCROLL);
+  for (const ColumnNeed& need : m_needs) width += need.wanted;
+  return width;
+}
+
+MessageAnswer cListViewChild::OnSize(const WindowMessage&) {
+  FitColumns();
+  return std::nullopt;
+}
+
+MessageAnswer cListViewChild::OnHeaderNotify(const WindowMessage& message) {
+  const NMHDR& header = *reinterpret_cast<const NMHDR*>(message.lParam);
+  if (header.code == HDN_ENDTRACKW) m_fitsColumns = false;
+  return std::nullopt;
 }
 
 void cListViewChild::SortBy(u32 column, bool descending) {
@@ -84,7 +158,7 @@ void cListViewChild::SortBy(u32 column, bool descending) {
   const u32 selected = Value();
   m_sortColumn = column;
   m_descending = descending;
-  Reload();
+  Arrange();
   SetValue(selected);
 }
 
@@ -109,7 +183,8 @@ void cListViewChild::SetValue(u32 row) {
 
 MessageAnswer cListViewChild::OnMessage(const WindowMessage& message) {
   static constexpr MessageRow<cListViewChild> kMessages[] = {
-      {WM_GETDLGCODE, &cListViewChild::OnKeyCode},
+      {WM_SIZE, &cListViewChild::OnSize},           {kFitColumns, &cListViewChild::OnSize},
+      {WM_NOTIFY, &cListViewChild::OnHeaderNotify}, {WM_GETDLGCODE, &cListViewChild::OnKeyCode},
       {WM_CONTEXTMENU, &cListViewChild::OnMenu},
   };
   if (const MessageAnswer answer = HandledBy(*this, kMessages, message)) return answer;
@@ -169,6 +244,7 @@ MessageAnswer cListViewChild::OnCellWanted(NMHDR& header) {
   if (item.mask & LVIF_TEXT) {
     m_cell = m_model->CellText(row, static_cast<u32>(item.iSubItem));
     item.pszText = WideIn(m_cell);
+    Notice(static_cast<u32>(item.iSubItem), m_cell);
   }
   if (item.mask & LVIF_IMAGE) item.iImage = item.iSubItem == 0 ? m_model->RowIcon(row) : -1;
   return 0;

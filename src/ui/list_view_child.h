@@ -14,6 +14,7 @@
 
 #include "ui/header_child.h"
 #include "ui/icon_list.h"
+#include "ui/rules/column_widths.h"
 #include "ui/rules/sorted_rows.h"
 #include "ui/value_child.h"
 
@@ -38,10 +39,11 @@ class cListViewChild : public cValueChild {
   using cListViewSortProvider = cSortProvider;
   static constexpr u32 kNoRow = 0xFFFFFFFF;
 
+  // As wide as its title and its texts need, until the user draws it to another width.
   struct Column {
     std::u16string title;
-    i32 width = 0;  // units
     bool rightAligned = false;
+    bool grows = false;                           // takes the room that the others leave
     const cListViewSortProvider* sort = nullptr;  // null: the column does not sort
   };
 
@@ -52,10 +54,11 @@ class cListViewChild : public cValueChild {
   void SetIcons(cIconList* icons);
   void SetModel(const cListModel* model);
 
-  // The model has changed: the rows are asked for anew, sorted as before, and none is selected.
+  // The model has changed: the rows are fetched again and sorted as before, none is selected, and
+  // the keyboard begins at the first.
   void Reload();
   // The rows' texts have changed, but neither their number nor their order.
-  void Refresh() { Repaint(); }
+  void Refresh();
   void SortBy(u32 column, bool descending);
 
   // The selected row, or kNoRow.
@@ -64,6 +67,8 @@ class cListViewChild : public cValueChild {
   void SetValue(u32 row);
 
   const cHeaderChild& Header() const { return m_header; }
+  // The list's width, in pixels, at which no text is cut.
+  i32 WantedWidth() const;
 
   // A row was double-clicked, or Enter pressed on it.
   std::function<void(u32 row)> onActivate;
@@ -76,6 +81,15 @@ class cListViewChild : public cValueChild {
   MessageAnswer OnMessage(const WindowMessage& message) override;
   MessageAnswer OnNotify(NMHDR& header) override;
 
+  void Arrange();
+  void MeasureColumns();
+  void FitColumns();
+  i32 CellWidth(u32 column, i32 text) const;
+  ColumnNeed NeedOf(u32 column) const;
+  void Notice(u32 column, const std::u16string& text);
+
+  MessageAnswer OnSize(const WindowMessage& message);
+  MessageAnswer OnHeaderNotify(const WindowMessage& message);
   MessageAnswer OnKeyCode(const WindowMessage& message);
   MessageAnswer OnMenu(const WindowMessage& message);
   MessageAnswer OnCellWanted(NMHDR& header);
@@ -86,6 +100,8 @@ class cListViewChild : public cValueChild {
 
   const cListModel* m_model = nullptr;
   std::vector<Column> m_columns;
+  std::vector<ColumnNeed> m_needs;  // of each column
+  bool m_fitsColumns = true;        // until the user draws one
   cIconList* m_icons = nullptr;
   cHeaderChild m_header;
   cSortedRows m_rows;

@@ -32,6 +32,12 @@ COLORREF TextColour(COLORREF wanted) {
   return IsHighContrast() ? GetSysColor(COLOR_WINDOWTEXT) : wanted;
 }
 
+i32 cTextRuler::Width(std::u16string_view text) const {
+  SIZE extent{};
+  GetTextExtentPoint32W(m_screen, Wide(text.data()), static_cast<int>(text.size()), &extent);
+  return extent.cx;
+}
+
 Size TextSize(HFONT font, std::u16string_view text) {
   const cScreenDc screen;
   const cSelected selected(screen, font);

@@ -30,6 +30,17 @@ constexpr COLORREF kNoticeColour = 0xff4040;
 // What to draw text of `wanted` colour with.
 COLORREF TextColour(COLORREF wanted);
 
+// Measures many texts in one font, in pixels.
+class cTextRuler {
+ public:
+  explicit cTextRuler(HFONT font) : m_selected(m_screen, font) {}
+  i32 Width(std::u16string_view text) const;
+
+ private:
+  cScreenDc m_screen;
+  cSelected m_selected;
+};
+
 // The size of one line of text in pixels.
 Size TextSize(HFONT font, std::u16string_view text);
 

@@ -107,9 +107,9 @@ class cGallery final : public cCustomForm {
     m_choose.Create(*this, {-25, 82, 20, 22}, 103, TextOf("raid::mkspan", 6), kIconChoose);
     m_choose.Enable(false);
     m_rows.Create(*this, {5, 112, -10, 90}, 104);
-    m_rows.SetColumns({{TextOf("ciom::filechoose", 7), 180, false, &m_sort},
-                       {TextOf("ciom::filechoose", 9), 110},
-                       {TextOf("ciom::filechoose", 10), 90, true}});
+    m_rows.SetColumns({{TextOf("ciom::filechoose", 7), false, true, &m_sort},
+                       {TextOf("ciom::filechoose", 9)},
+                       {TextOf("ciom::filechoose", 10), true}});
     m_rows.SetIcons(&m_icons);
     m_rows.SetModel(&m_model);
     m_rows.SortBy(0, false);

@@ -48,7 +48,7 @@ class cListForm final : public cCustomForm {
  private:
   void OnCreate() override {
     list.Create(*this, {5, 5, -10, -10}, 110);
-    list.SetColumns({{u"Name", 150, false, &byName}, {u"Length", 80, true}});
+    list.SetColumns({{u"Name", false, true, &byName}, {u"Length", true}});
     list.SetModel(&model);
     list.onChange = [this] { selected.push_back(list.Value()); };
     list.onActivate = [this](u32 row) { activated.push_back(row); };
@@ -145,6 +145,27 @@ TEST_F(ListViewTest, AsksOnlyForWhatItShows) {
     form.list.SetValue(999'999);
     EXPECT_EQ(form.list.Value(), 999'999u);
   }});
+}
+
+TEST_F(ListViewTest, ColumnsFitTheirTextsAndTheWindow) {
+  std::vector<std::u16string> names(3000, u"x");
+  names[2501] = std::u16string(80, u'w');  // no row that is measured beforehand
+  cListForm form(names);
+  const auto width = [&](u32 column) {
+    return static_cast<i32>(form.list.Send(LVM_GETCOLUMNWIDTH, column));
+  };
+  i32 before = 0;
+  form.Present({[&](HWND) {
+                  EXPECT_EQ(width(0) + width(1), form.list.ClientSize().width);
+                  before = width(1);
+                  form.list.SetValue(2501);
+                  UpdateWindow(form.list.Handle());
+                },
+                [&](HWND window) {
+                  EXPECT_GT(width(1), before + 80);
+                  SetWindowPos(window, nullptr, 0, 0, 1500, 300, SWP_NOMOVE | SWP_NOZORDER);
+                  EXPECT_EQ(width(0) + width(1), form.list.ClientSize().width);
+                }});
 }
 
 TEST_F(ListViewTest, OffersAMenuForTheSelectedRow) {
