@@ -3,13 +3,13 @@
 
 _larkspur_options() {
   case $1 in
-    image) echo "--start --sectors --test-mode --json --help" ;;
-    read) echo "--start --sectors --output --test-mode --help" ;;
+    image) echo "--start --sectors --partition --domain --no-scrape --retry --reverse --max-failures --max-rate --when-silent --other-source --pass-through --timeout --json-progress --test-mode --json --help" ;;
+    read) echo "--start --sectors --other-source --pass-through --timeout --output --test-mode --help" ;;
     map) echo "--png --svg --mapfile --json --help" ;;
     check) echo "--repair --json --help" ;;
     export) echo "--force --help" ;;
     tree) echo "--cache --test-mode --trace --json --help" ;;
-    info | devices | identify) echo "--json --help" ;;
+    info | log | devices | identify) echo "--json --help" ;;
     *) echo "--help --version" ;;
   esac
 }

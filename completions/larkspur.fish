@@ -1,11 +1,12 @@
 # SPDX-License-Identifier: MIT
 # Completion of larkspur(1) for fish.
 
-set -l commands image read info map check export tree devices identify
+set -l commands image read log info map check export tree devices identify
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -l help -d "Print help"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -l version -d "Print the version"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a image -d "Read the source once into the cache"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a read -d "Copy sectors out through the cache"
+complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a log -d "Tell what happened"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a info -d "Show a cache's header and counts"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a map -d "Show what is present, unreadable, missing"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a check -d "Verify a cache"
@@ -15,6 +16,18 @@ complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a device
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a identify -d "Show what a drive says it is"
 complete -c larkspur -n "__fish_seen_subcommand_from image read" -x -l start -d "First sector"
 complete -c larkspur -n "__fish_seen_subcommand_from image read" -x -l sectors -d "Number of sectors"
+complete -c larkspur -n "__fish_seen_subcommand_from image" -x -l partition -d "Only this partition"
+complete -c larkspur -n "__fish_seen_subcommand_from image" -r -l domain -d "Only what this mapfile marks +"
+complete -c larkspur -n "__fish_seen_subcommand_from image" -f -l no-scrape -d "Do not read sectors one by one"
+complete -c larkspur -n "__fish_seen_subcommand_from image" -f -l retry -d "Read unreadable sectors once more"
+complete -c larkspur -n "__fish_seen_subcommand_from image" -f -l reverse -d "From the end to the start"
+complete -c larkspur -n "__fish_seen_subcommand_from image" -x -l max-failures -d "Failures in a row"
+complete -c larkspur -n "__fish_seen_subcommand_from image" -x -l max-rate -d "Bytes a second"
+complete -c larkspur -n "__fish_seen_subcommand_from image" -x -l when-silent -d "Command that wakes the disk"
+complete -c larkspur -n "__fish_seen_subcommand_from image" -f -l json-progress -d "Progress as JSON Lines"
+complete -c larkspur -n "__fish_seen_subcommand_from image read" -f -l other-source -d "The cache was made of another disk"
+complete -c larkspur -n "__fish_seen_subcommand_from image read" -x -l pass-through -a "auto on off" -d "Read by SCSI commands"
+complete -c larkspur -n "__fish_seen_subcommand_from image read" -x -l timeout -d "Seconds of such a command"
 complete -c larkspur -n "__fish_seen_subcommand_from image read tree" -r -l test-mode -d "Fail what this mapfile does not mark +"
 complete -c larkspur -n "__fish_seen_subcommand_from read" -r -s o -l output -d "The file to write"
 complete -c larkspur -n "__fish_seen_subcommand_from map" -r -l png -d "Draw a PNG picture"
@@ -24,4 +37,4 @@ complete -c larkspur -n "__fish_seen_subcommand_from check" -f -l repair -d "Men
 complete -c larkspur -n "__fish_seen_subcommand_from export" -f -l force -d "Replace an existing file"
 complete -c larkspur -n "__fish_seen_subcommand_from tree" -r -l cache -d "Look through this cache"
 complete -c larkspur -n "__fish_seen_subcommand_from tree" -f -l trace -d "List the sectors that were read"
-complete -c larkspur -n "__fish_seen_subcommand_from image info map check tree devices identify" -f -l json -d "Print JSON"
+complete -c larkspur -n "__fish_seen_subcommand_from image log info map check tree devices identify" -f -l json -d "Print JSON"

@@ -59,6 +59,8 @@ class cJob {
   bool Stop(u32 timeoutMs);
 
   bool StopRequested() const { return m_stopRequested; }
+  // The same for those who watch it themselves.
+  const std::atomic<bool>& StopFlag() const { return m_stopRequested; }
 
  protected:
   ~cJob() { Stop(kPatienceMilliseconds); }

@@ -10,19 +10,36 @@
 
 #include "base/types.h"
 #include "cli/exit_status.h"
+#include "imaging/source.h"
 
 namespace larkspur::cli {
 
-struct SourceOptions {
+// A source, and most often its cache.
+struct StorageOptions {
   std::string source;
   std::string cache;
   std::string testMode;  // a ddrescue mapfile, or empty
   u64 start = 0;
   std::optional<u64> sectors;
+  bool otherSource = false;
+  PassThrough passThrough = PassThrough::kAuto;
+  unsigned timeoutSeconds = 10;
   bool json = false;
 };
 
-struct ReadOptions : SourceOptions {
+struct ImageOptions : StorageOptions {
+  std::string domain;     // a ddrescue mapfile, or empty
+  std::string partition;  // a place, or empty
+  bool scrape = true;
+  bool retry = false;
+  bool reverse = false;
+  unsigned maxFailures = 64;
+  u64 maxRate = 0;  // bytes a second; 0: no limit
+  std::string whenSilent;
+  bool jsonProgress = false;
+};
+
+struct ReadOptions : StorageOptions {
   std::string output;  // empty: standard output
 };
 
@@ -40,12 +57,13 @@ struct ExportOptions {
   bool force = false;
 };
 
-struct TreeOptions : SourceOptions {
+struct TreeOptions : StorageOptions {
   bool trace = false;
 };
 
-ExitStatus RunImage(const SourceOptions& options);
+ExitStatus RunImage(const ImageOptions& options);
 ExitStatus RunRead(const ReadOptions& options);
+ExitStatus RunLog(const std::string& cache, bool json);
 ExitStatus RunInfo(const std::string& cache, bool json);
 ExitStatus RunMap(const MapOptions& options);
 ExitStatus RunCheck(const std::string& cache, bool repair, bool json);

@@ -4,21 +4,24 @@
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/progress.h"
-#include "cli/storages.h"
-#include "imaging/imager.h"
+#include "cli/rescue.h"
+#include "imaging/domain.h"
 #include "imaging/size_text.h"
-#include "platform/terminal.h"
+#include "partitions/detection.h"
+#include "partitions/place.h"
+#include "platform/system_error.h"
+#include "rescue/rescue_io.h"
 
 namespace larkspur::cli {
 namespace {
 
-void PrintResult(const ImagingProgress& progress, double seconds, const SourceOptions& options) {
-  const StatusCounts& counts = progress.counts;
+void PrintResult(const RescueProgress& progress, double seconds, const ImageOptions& options) {
+  const StatusTotals& all = progress.all;
   if (options.json) {
     PrintJson({{"sectors", progress.sectors},
-               {"present", counts.present},
-               {"unreadable", counts.unreadable},
-               {"missing", counts.missing},
+               {"present", all.present},
+               {"unreadable", all.unreadable},
+               {"missing", all.missing},
                {"readFromSource", progress.asked},
                {"seconds", seconds}});
     return;
@@ -27,44 +30,90 @@ void PrintResult(const ImagingProgress& progress, double seconds, const SourceOp
     Print(fmt::format("{:<11} {:>14} sectors  {:>10}  {:>7}\n", name, count,
                       SizeText(count << kSectorShift), PercentText(count, progress.sectors)));
   };
-  line("present", counts.present);
-  line("unreadable", counts.unreadable);
-  line("missing", counts.missing);
-  Print(fmt::format("{} sectors were asked of {} in this run, in {}.\n", progress.asked,
+  line("present", all.present);
+  line("unreadable", all.unreadable);
+  line("missing", all.missing);
+  Print(fmt::format("{} sectors of {} were read in this run, in {}.\n", progress.asked,
                     options.source, FormatDuration(seconds)));
 }
 
 void WarnOfLittleRoom(const std::string& cache, u64 missingSectors) {
   const auto room = platform::FreeBytes(WideFromUtf8(cache).c_str());
-  const u64 wanted = missingSectors << kSectorShift;
+  // The cache keeps a status sector beside every block of 128.
+  const u64 wanted = (missingSectors + missingSectors / 128 + 1) << kSectorShift;
   if (!room || *room >= wanted) return;
   Tell(
-      fmt::format("{}: up to {} are still to be stored, but there is room for {} only; "
-                  "it goes on until the room is used up, and can be resumed",
+      fmt::format("{}: up to {} are still to be stored, but there is room for {} only; reading "
+                  "stops when the room is used up, and can be resumed",
                   cache, SizeText(wanted), SizeText(*room)));
+}
+
+// Adds the partition at a place to the domain. The tables are read through the cache.
+ExitStatus AddPartition(Rescue* rescue, const ImageOptions& options, ExtentSet* domain) {
+  cRescueIO storage(&rescue->engine());
+  PartitionTree tree;
+  BuildPartitionTree(tree.Head(), &storage);
+  if (rescue->engine().Reason() != StopReason::kNone) return rescue->Finish();
+  const auto place = tree.Root() ? FindPlace(*tree.Root(), options.partition) : std::nullopt;
+  if (!place) {
+    rescue->engine().Finish();
+    return Fail(fmt::format("{}: there is no partition {}; 'larkspur tree' lists them",
+                            options.source, options.partition));
+  }
+  domain->Add({place->start, place->sectors});
+  return kExitDone;
+}
+
+// What is wanted, by all options that limit it.
+ExitStatus MakeDomain(Rescue* rescue, const ImageOptions& options, ExtentSet* domain) {
+  domain->Add(rescue->Range());
+  if (!options.domain.empty()) {
+    const MapfileDomain wanted = ReadDomain(WideFromUtf8(options.domain));
+    if (wanted.answer == DomainAnswer::kCannotRead) {
+      return Fail(Failure(options.domain, "the mapfile cannot be read", wanted.systemError));
+    }
+    if (wanted.answer == DomainAnswer::kWrong) {
+      return Fail(
+          fmt::format("{}: line {}: {}", options.domain, wanted.fault.line, wanted.fault.detail));
+    }
+    *domain = domain->Intersection(wanted.extents);
+  }
+  if (options.partition.empty()) return kExitDone;
+  ExtentSet partition;
+  const ExitStatus status = AddPartition(rescue, options, &partition);
+  *domain = domain->Intersection(partition);
+  return status;
 }
 
 }  // namespace
 
-ExitStatus RunImage(const SourceOptions& options) {
-  const std::atomic<bool>& stop = platform::InterruptFlag();
-  Pair pair;
-  if (const ExitStatus status = OpenPair(options, &pair); status != kExitDone) return status;
-  cImager imager(&pair.cache, &pair.source, &stop);
-  imager.Prepare(pair.first, pair.count);
-  WarnOfLittleRoom(options.cache, imager.Progress().left);
-  ProgressLine line;
-  std::optional<u64> doneBefore;
-  const ReadEnd end = imager.Run([&](const ImagingProgress& progress) {
-    const u64 done = progress.counts.present + progress.counts.unreadable;
-    if (!doneBefore) doneBefore = done;
-    line.Show({progress.sectors, done, progress.counts.unreadable}, done - *doneBefore,
-              progress.left);
-  });
+ExitStatus RunImage(const ImageOptions& options) {
+  Rescue rescue;
+  AskedSource* source = nullptr;
+  EngineOptions engine;
+  engine.scrape = options.scrape;
+  engine.reverse = options.reverse;
+  engine.maxFailures = options.maxFailures;
+  engine.maxBytesPerSecond = options.maxRate;
+  engine.onSilent = WakeBy(options.whenSilent, &source);
+  if (const ExitStatus status = rescue.Open(options, std::move(engine)); status != kExitDone) {
+    return status;
+  }
+  source = rescue.Asked();
+  ExtentSet domain;
+  if (const ExitStatus status = MakeDomain(&rescue, options, &domain); status != kExitDone) {
+    return status;
+  }
+  RescueProgressLine line(options.jsonProgress);
+  rescue.engine().OnProgress([&line](const RescueProgress& progress) { line.Show(progress); });
+  if (rescue.engine().Want(domain)) {
+    WarnOfLittleRoom(options.cache, rescue.engine().Progress().domain.missing);
+    options.retry ? rescue.engine().Retry(domain) : rescue.engine().Image();
+  }
+  const ExitStatus early = rescue.Finish();
   line.Finish();
-  PrintResult(imager.Progress(), line.Seconds(), options);
-  if (end != ReadEnd::kNotEnded) return TellReadEnd(end, imager.SystemError(), options);
-  return imager.Progress().counts.unreadable > 0 ? kExitSomeUnreadable : kExitDone;
+  PrintResult(rescue.engine().Progress(), line.Seconds(), options);
+  return early != kExitDone ? early : Rescue::StatusOf(rescue.engine().Progress().domain);
 }
 
 }  // namespace larkspur::cli

@@ -2,6 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include <algorithm>
 #include <functional>
+#include <map>
 
 #include <CLI/CLI.hpp>
 
@@ -14,17 +15,38 @@ namespace {
 
 using Action = std::function<ExitStatus()>;
 
-void AddTestMode(CLI::App* command, SourceOptions* options) {
+void AddTestMode(CLI::App* command, StorageOptions* options) {
   command
       ->add_option("--test-mode", options->testMode,
                    "Make every sector fail that this GNU ddrescue mapfile does not mark +")
       ->type_name("MAPFILE");
 }
 
-void AddSourceAndCache(CLI::App* command, SourceOptions* options) {
+void AddSourceAndCache(CLI::App* command, StorageOptions* options) {
   command->add_option("SOURCE", options->source, "What is read: a file or a device")->required();
   command->add_option("CACHE", options->cache, "The cache file, such as disk.kvrsp")->required();
   AddTestMode(command, options);
+}
+
+// How a source is read once.
+void AddReading(CLI::App* command, StorageOptions* options) {
+  static const std::map<std::string, PassThrough> kPassThrough = {
+      {"auto", PassThrough::kAuto}, {"on", PassThrough::kOn}, {"off", PassThrough::kOff}};
+  command->add_flag("--other-source", options->otherSource,
+                    "Read into a cache that was made of another disk");
+  command
+      ->add_option("--pass-through", options->passThrough,
+                   "Read by SCSI commands instead of through the kernel: auto (from the first "
+                   "failure on), on or off")
+      ->transform(CLI::Transformer(kPassThrough))
+      ->default_str("auto")
+      ->expected(0, 1)
+      ->type_name("WHEN");
+  command
+      ->add_option("--timeout", options->timeoutSeconds,
+                   "How long such a command may take, in seconds")
+      ->check(CLI::Range(1, 3600))
+      ->type_name("SECONDS");
 }
 
 void AddCache(CLI::App* command, std::string* cache) {
@@ -35,7 +57,7 @@ void AddJson(CLI::App* command, bool* json) {
   command->add_flag("--json", *json, "Print one JSON document instead of text");
 }
 
-void AddRange(CLI::App* command, SourceOptions* options, bool required) {
+void AddRange(CLI::App* command, StorageOptions* options, bool required) {
   auto* start = command->add_option("--start", options->start, "First sector, from 0");
   auto* count = command->add_option("--sectors", options->sectors, "Number of sectors");
   start->type_name("S")->required(required);
@@ -44,9 +66,36 @@ void AddRange(CLI::App* command, SourceOptions* options, bool required) {
 
 // Each of these gives a command its options; `chosen` becomes what to run when it is the one.
 void AddImage(CLI::App* command, Action* chosen) {
-  auto options = std::make_shared<SourceOptions>();
+  auto options = std::make_shared<ImageOptions>();
   AddSourceAndCache(command, options.get());
   AddRange(command, options.get(), false);
+  command
+      ->add_option("--partition", options->partition,
+                   "Read only this partition, by its place as 'larkspur tree' prints it")
+      ->type_name("P");
+  command
+      ->add_option("--domain", options->domain, "Read only what this GNU ddrescue mapfile marks +")
+      ->type_name("MAPFILE");
+  command->add_flag("!--no-scrape", options->scrape,
+                    "Stop before sectors that failed together are read one by one");
+  command->add_flag("--retry", options->retry, "Read the unreadable sectors once more, one by one");
+  command->add_flag("--reverse", options->reverse, "Read from the end to the start");
+  command
+      ->add_option("--max-failures", options->maxFailures,
+                   "Failures in a row after which the disk must prove that it still answers")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str()
+      ->type_name("N");
+  command->add_option("--max-rate", options->maxRate, "Read at most this much in a second")
+      ->transform(CLI::AsSizeValue(true))
+      ->type_name("SIZE");
+  command
+      ->add_option("--when-silent", options->whenSilent,
+                   "Run this command when the disk stops answering, wait for it, and resume")
+      ->type_name("COMMAND");
+  AddReading(command, options.get());
+  command->add_flag("--json-progress", options->jsonProgress,
+                    "Write progress as JSON Lines to standard error");
   AddJson(command, &options->json);
   command->callback([=] { *chosen = [options] { return RunImage(*options); }; });
 }
@@ -55,9 +104,18 @@ void AddRead(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ReadOptions>();
   AddSourceAndCache(command, options.get());
   AddRange(command, options.get(), true);
+  AddReading(command, options.get());
   command->add_option("-o,--output", options->output, "The file to write; else standard output")
       ->type_name("FILE");
   command->callback([=] { *chosen = [options] { return RunRead(*options); }; });
+}
+
+void AddLog(CLI::App* command, Action* chosen) {
+  auto cache = std::make_shared<std::string>();
+  auto json = std::make_shared<bool>(false);
+  AddCache(command, cache.get());
+  AddJson(command, json.get());
+  command->callback([=] { *chosen = [=] { return RunLog(*cache, *json); }; });
 }
 
 void AddInfo(CLI::App* command, Action* chosen) {
@@ -132,9 +190,9 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"image", "Read the source once into the cache, making it or going on where it stopped",
-     AddImage},
+    {"image", "Read the source once into the cache, creating or resuming it", AddImage},
     {"read", "Copy a range of sectors out, through the cache", AddRead},
+    {"log", "Tell what happened: disk, runs, failures", AddLog},
     {"info", "Show a cache's header and counts", AddInfo},
     {"map", "Show what is present, unreadable and missing", AddMap},
     {"check", "Verify a cache's index, records and maps", AddCheck},
@@ -166,7 +224,7 @@ ExitStatus Run(std::vector<std::string> arguments) {
   app.require_subcommand(1);
   app.footer(
       "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable;\n"
-      "130 interrupted (the same command goes on from there).");
+      "130 interrupted (the same command resumes).");
   Action chosen;
   const std::string named = arguments.empty() ? std::string() : arguments.front();
   if (!named.empty() && named[0] != '-' && !IsCommand(named)) {

@@ -18,6 +18,8 @@ constexpr double kTerminalSeconds = 0.2;
 constexpr double kLogSeconds = 10;
 constexpr double kRateSeconds = 1;   // how often the rate is taken anew
 constexpr double kRateWeight = 0.3;  // of the newest value
+constexpr double kJsonSeconds = 1;
+constexpr double kSilenceShown = 2;  // seconds without an answer that are worth telling
 constexpr double kLongestShown = 99 * 24 * 3600.0;
 
 }  // namespace
@@ -29,45 +31,62 @@ std::string FormatDuration(double seconds) {
 }
 
 std::string FormatProgress(const ProgressText& text) {
-  std::string line = fmt::format("{}  present {}", PercentText(text.done, text.sectors),
-                                 SizeText((text.done - text.unreadable) << kSectorShift));
+  const bool hasPhase = !text.phase.empty();
+  std::string line = hasPhase ? fmt::format("{:<6}  ", text.phase) : "";
+  line += PercentText(text.done, text.sectors);
+  if (hasPhase) line += fmt::format("  at {}", SizeText(text.position << kSectorShift));
+  line += fmt::format("  present {}", SizeText((text.done - text.unreadable) << kSectorShift));
   if (text.unreadable > 0) line += fmt::format("  unreadable {} sectors", text.unreadable);
   if (text.bytesPerSecond >= 0) {
     line += fmt::format("  {}/s", SizeText(static_cast<u64>(text.bytesPerSecond)));
+  }
+  if (hasPhase && text.sinceSuccess >= kSilenceShown) {
+    line += fmt::format("  no answer for {}", FormatDuration(text.sinceSuccess));
   }
   if (text.secondsLeft >= 0) line += fmt::format("  {} left", FormatDuration(text.secondsLeft));
   return line;
 }
 
+double SmoothRate::Add(u64 done, double now) {
+  if (m_time < 0) {
+    m_time = now;
+    m_done = done;
+  }
+  const double elapsed = now - m_time;
+  if (elapsed >= kRateSeconds) {
+    const double rate = static_cast<double>(done - std::min(done, m_done)) / elapsed;
+    m_rate = m_rate < 0 ? rate : m_rate + kRateWeight * (rate - m_rate);
+    m_time = now;
+    m_done = done;
+  }
+  return m_rate;
+}
+
 ProgressLine::ProgressLine()
     : m_terminal(platform::IsErrorOutputATerminal()),
       m_started(platform::MonotonicSeconds()),
-      m_lastShown(m_started),
-      m_rateTime(m_started) {}
+      m_lastShown(m_started) {}
 
 double ProgressLine::Seconds() const {
   return platform::MonotonicSeconds() - m_started;
 }
 
-double ProgressLine::RecentRate(u64 fresh, double now) {
-  const double elapsed = now - m_rateTime;
-  if (elapsed >= kRateSeconds) {
-    const double rate = static_cast<double>(fresh - m_rateFresh) / elapsed;
-    m_rate = m_rate < 0 ? rate : m_rate + kRateWeight * (rate - m_rate);
-    m_rateTime = now;
-    m_rateFresh = fresh;
-  }
-  return m_rate;
+bool ProgressLine::IsDue() const {
+  const double pause = m_terminal ? kTerminalSeconds : kLogSeconds;
+  return platform::MonotonicSeconds() - m_lastShown >= pause;
 }
 
 void ProgressLine::Show(const ProgressText& progress, u64 fresh, u64 left) {
-  const double now = platform::MonotonicSeconds();
-  if (now - m_lastShown < (m_terminal ? kTerminalSeconds : kLogSeconds)) return;
-  m_lastShown = now;
-  const double rate = RecentRate(fresh, now);
+  if (!IsDue()) return;
+  const double rate = m_rate.Add(fresh, platform::MonotonicSeconds());
   ProgressText text = progress;
   if (rate >= 0) text.bytesPerSecond = rate * kSectorBytes;
   if (rate > 0) text.secondsLeft = static_cast<double>(left) / rate;
+  ShowNow(text);
+}
+
+void ProgressLine::ShowNow(const ProgressText& text) {
+  m_lastShown = platform::MonotonicSeconds();
   const std::string line = FormatProgress(text);
   if (!m_terminal) {
     std::fprintf(stderr, "%s\n", line.c_str());
@@ -82,6 +101,43 @@ void ProgressLine::Show(const ProgressText& progress, u64 fresh, u64 left) {
 void ProgressLine::Finish() {
   if (m_lineOpen) std::fputc('\n', stderr);
   m_lineOpen = false;
+}
+
+void RescueProgressLine::Show(const RescueProgress& progress) {
+  const double now = platform::MonotonicSeconds();
+  const StatusTotals& domain = progress.domain;
+  const double rate = m_rate.Add(domain.present, now);
+  if (m_json) {
+    if (now - m_lastJson < kJsonSeconds) return;
+    m_lastJson = now;
+    return PrintJsonLine(progress, rate);
+  }
+  if (!m_line.IsDue()) return;
+  m_line.ShowNow({.sectors = progress.domainSectors,
+                  .done = domain.present + domain.unreadable,
+                  .unreadable = domain.unreadable,
+                  .bytesPerSecond = rate < 0 ? -1 : rate * kSectorBytes,
+                  .secondsLeft = progress.secondsLeft,
+                  .phase = PhaseName(progress.phase),
+                  .position = progress.position,
+                  .sinceSuccess = progress.secondsSinceSuccess});
+}
+
+void RescueProgressLine::PrintJsonLine(const RescueProgress& progress, double rate) {
+  const StatusTotals& domain = progress.domain;
+  const double done = static_cast<double>(domain.present + domain.unreadable);
+  const double all = static_cast<double>(progress.domainSectors);
+  const auto orNull = [](double value) {
+    return value < 0 ? "null" : fmt::format("{:.1f}", value);
+  };
+  std::fprintf(
+      stderr, "%s\n",
+      fmt::format(R"({{"phase":"{}","percent":{:.2f},"present":{},"unreadable":{},"left":{},)"
+                  R"("bytesPerSecond":{},"secondsLeft":{},"sinceSuccess":{:.1f}}})",
+                  PhaseName(progress.phase), all > 0 ? done * 100 / all : 100.0, domain.present,
+                  domain.unreadable, domain.missing, orNull(rate < 0 ? rate : rate * kSectorBytes),
+                  orNull(progress.secondsLeft), progress.secondsSinceSuccess)
+          .c_str());
 }
 
 }  // namespace larkspur::cli

@@ -6,16 +6,14 @@
 #include "base/path_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
-#include "cli/storages.h"
-#include "imaging/imager.h"
+#include "cli/rescue.h"
 #include "platform/owned_file.h"
 #include "platform/system_error.h"
-#include "platform/terminal.h"
 
 namespace larkspur::cli {
 namespace {
 
-constexpr u32 kRequestSectors = cImager::kRequestSectors;
+constexpr u32 kRequestSectors = 2048;
 
 // Where the sectors go: a file, or standard output.
 class Output {
@@ -47,18 +45,25 @@ bool WouldOverwrite(const ReadOptions& options) {
          platform::KindOfPath(output.c_str()) == platform::PathKind::kDevice;
 }
 
-ExitStatus CopyRange(Pair* pair, cReader* reader, Output* output, const ReadOptions& options) {
+ExitStatus CopyRange(Rescue* rescue, Output* output, const ReadOptions& options) {
   const auto buffer = std::make_unique<u8[]>(u64{kRequestSectors} * kSectorBytes);
   const std::string target = options.output.empty() ? "standard output" : options.output;
-  for (u64 done = 0; done < pair->count;) {
-    const u64 boundary = kRequestSectors - (pair->first + done) % kRequestSectors;
-    const u32 request = static_cast<u32>(std::min(boundary, pair->count - done));
-    const u32 settled = reader->Read(pair->first + done, buffer.get(), request);
-    if (!output->Write(buffer.get(), settled * kSectorBytes)) {
+  const SectorRange range = rescue->Range();
+  for (u64 at = range.first; at < range.End();) {
+    const u64 boundary = (at / kRequestSectors + 1) * kRequestSectors;
+    const u64 count = std::min(boundary, range.End()) - at;
+    const u64 settled = rescue->engine().Fetch({at, count}, buffer.get());
+    if (!output->Write(buffer.get(), static_cast<u32>(settled * kSectorBytes))) {
       return Fail(Failure(target, "the sectors cannot be written", platform::LastFailure()));
     }
-    if (settled < request) return TellReadEnd(reader->End(), reader->SystemError(), options);
-    done += settled;
+    if (settled < count) {
+      if (rescue->engine().Reason() != StopReason::kNone) return kExitFailed;
+      return Fail(
+          fmt::format("{}: sector {} failed, and the disk has not proved since that it "
+                      "still answers; the output ends there",
+                      options.source, at + settled));
+    }
+    at += count;
   }
   if (!output->Finish()) return Fail(Failure(target, "the sectors cannot be written", 0));
   return kExitDone;
@@ -67,25 +72,22 @@ ExitStatus CopyRange(Pair* pair, cReader* reader, Output* output, const ReadOpti
 }  // namespace
 
 ExitStatus RunRead(const ReadOptions& options) {
-  const std::atomic<bool>& stop = platform::InterruptFlag();
   if (!options.output.empty() && WouldOverwrite(options)) {
     return Fail(options.output + ": the output would overwrite the source, the cache or a device");
   }
-  Pair pair;
-  if (const ExitStatus status = OpenPair(options, &pair); status != kExitDone) return status;
+  Rescue rescue;
+  if (const ExitStatus status = rescue.Open(options); status != kExitDone) return status;
   Output output;
   if (!output.Open(options.output)) {
     return Fail(Failure(options.output, "the file cannot be made", platform::LastFailure()));
   }
-  cReader reader(&pair.cache, &pair.source, &stop);
-  if (!reader.IsReady()) return TellReadEnd(ReadEnd::kCacheFailed, 0, options);
-  const ExitStatus status = CopyRange(&pair, &reader, &output, options);
-  if (!pair.cache.hold->Sync() && status == kExitDone) {
-    return TellReadEnd(ReadEnd::kStoreFailed, platform::LastFailure(), options);
+  ExitStatus status = CopyRange(&rescue, &output, options);
+  if (status == kExitDone) {
+    StatusTotals totals;
+    CacheStore(rescue.Image(), {}).Count(rescue.Range(), &totals);
+    status = Rescue::StatusOf(totals);
   }
-  if (status != kExitDone) return status;
-  const StatusCounts counts = CountStatuses(pair.cache.image.get(), pair.first, pair.count);
-  return counts.unreadable > 0 ? kExitSomeUnreadable : kExitDone;
+  return rescue.Finish(status);
 }
 
 }  // namespace larkspur::cli

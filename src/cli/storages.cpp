@@ -5,13 +5,12 @@
 #include "base/path_text.h"
 #include "cli/output.h"
 #include "platform/device.h"
-#include "platform/disk_use.h"
 #include "platform/system_error.h"
 
 namespace larkspur::cli {
 namespace {
 
-std::string SourceWords(const Source& source, const SourceOptions& options) {
+std::string SourceWords(const Source& source, const StorageOptions& options) {
   const std::string& name = options.source;
   switch (source.answer) {
     case SourceAnswer::kOpened:
@@ -69,9 +68,11 @@ std::string CacheWords(const std::string& name, const Cache& cache, u64 sourceSe
 
 }  // namespace
 
-std::optional<Source> OpenSourceOrTell(const SourceOptions& options) {
+std::optional<Source> OpenSourceOrTell(const StorageOptions& options) {
   Source source =
-      OpenSource(WideFromUtf8(options.source), {.testMapfile = WideFromUtf8(options.testMode)});
+      OpenSource(WideFromUtf8(options.source), {.testMapfile = WideFromUtf8(options.testMode),
+                                                .passThrough = options.passThrough,
+                                                .timeoutSeconds = options.timeoutSeconds});
   if (source.answer != SourceAnswer::kOpened) {
     Tell(SourceWords(source, options));
     return std::nullopt;
@@ -104,59 +105,6 @@ std::optional<Cache> OpenCacheToLook(const std::string& path) {
 
 void TellCacheAnswer(const std::string& name, const Cache& cache, u64 sourceSectors) {
   Tell(CacheWords(name, cache, sourceSectors));
-}
-
-ExitStatus OpenPair(const SourceOptions& options, Pair* pair) {
-  auto source = OpenSourceOrTell(options);
-  if (!source) return kExitFailed;
-  pair->source = std::move(*source);
-  const u64 sectors = pair->source.sectors;
-  if (platform::IsDiskMounted(WideFromUtf8(options.source).c_str())) {
-    Tell(options.source +
-         ": something on this disk is mounted; whatever else uses it wears it, unmount it first");
-  }
-  if (options.start >= sectors) {
-    Tell(fmt::format("--start {} lies behind the end: the source has {} sectors", options.start,
-                     sectors));
-    return kExitUsage;
-  }
-  pair->first = options.start;
-  pair->count = std::min(options.sectors.value_or(sectors), sectors - options.start);
-  pair->cache =
-      OpenOrCreateCache(WideFromUtf8(options.cache), WideFromUtf8(options.source), sectors);
-  if (pair->cache.answer != CacheAnswer::kOpened) {
-    TellCacheAnswer(options.cache, pair->cache, sectors);
-    return kExitFailed;
-  }
-  return kExitDone;
-}
-
-ExitStatus TellReadEnd(ReadEnd end, unsigned systemError, const SourceOptions& options) {
-  switch (end) {
-    case ReadEnd::kNotEnded:
-      return kExitDone;
-    case ReadEnd::kStopped:
-      Tell("stopped; what was read is in " + options.cache +
-           ", the same command goes on from there");
-      return kExitInterrupted;
-    case ReadEnd::kSourceGone:
-      return Fail(Failure(options.source,
-                          "the source has become shorter or is gone; what was read is in " +
-                              options.cache + ", the same command goes on when it is back",
-                          systemError));
-    case ReadEnd::kStoreFailed: {
-      const char* words =
-          platform::IsDiskFull(systemError)
-              ? "there is no more room for the cache; what was stored is kept, make "
-                "room and run the same command again"
-              : "the cache could not be written; what was stored before is kept";
-      return Fail(Failure(options.cache, words, systemError));
-    }
-    case ReadEnd::kCacheFailed:
-      return Fail(
-          Failure(options.cache, "the cache cannot be read; try 'larkspur check'", systemError));
-  }
-  return kExitFailed;
 }
 
 }  // namespace larkspur::cli

@@ -3,6 +3,7 @@
 #include "base/path_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
+#include "cli/rescue.h"
 #include "cli/storages.h"
 #include "cli/tree_text.h"
 #include "imaging/size_text.h"
@@ -10,7 +11,7 @@
 #include "partitions/detection.h"
 #include "platform/file.h"
 #include "platform/system_error.h"
-#include "platform/terminal.h"
+#include "rescue/rescue_io.h"
 
 namespace larkspur::cli {
 namespace {
@@ -91,17 +92,11 @@ ExitStatus ShowTree(const TreeOptions& options, cBaseIO* io, cKVRSparseIO* image
 }
 
 ExitStatus ShowThroughCache(const TreeOptions& options) {
-  const std::atomic<bool>& stop = platform::InterruptFlag();
-  Pair pair;
-  if (const ExitStatus status = OpenPair(options, &pair); status != kExitDone) return status;
-  cReader reader(&pair.cache, &pair.source, &stop);
-  if (!reader.IsReady()) return TellReadEnd(ReadEnd::kCacheFailed, 0, options);
-  const ExitStatus status = ShowTree(options, reader.Storage(), pair.cache.image.get());
-  if (!pair.cache.hold->Sync() && status != kExitFailed) {
-    return TellReadEnd(ReadEnd::kStoreFailed, platform::LastFailure(), options);
-  }
-  const ExitStatus end = TellReadEnd(reader.End(), reader.SystemError(), options);
-  return end == kExitDone ? status : end;
+  Rescue rescue;
+  if (const ExitStatus status = rescue.Open(options); status != kExitDone) return status;
+  cRescueIO storage(&rescue.engine());
+  const ExitStatus status = ShowTree(options, &storage, rescue.Image());
+  return rescue.Finish(status);
 }
 
 }  // namespace

@@ -190,9 +190,6 @@ void cMainForm::StartReading() {
 
 void cMainForm::EndReading() {
   const ReadingEnd end = m_job.State().end;
-  if (Storage* storage = m_storages.Find(m_job.Original())) {
-    storage->readNext = end == ReadingEnd::kDone ? 0 : m_job.State().next.load();
-  }
   m_job.Release();
   ShowState();
   const std::u16string words = EndWords(end, m_job.State().unreadable);

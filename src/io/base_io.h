@@ -27,6 +27,7 @@ enum TypeId : u32 {
   // Ours alone, from here on: no host asks for them.
   kTypeFailing = 0x4C01,
   kTypePiecewise = 0x4C02,
+  kTypeRescue = 0x4C03,
 };
 
 class cBaseIO {

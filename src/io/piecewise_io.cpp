@@ -118,7 +118,7 @@ void cPiecewiseIO::Note(u32 at, u32 piece, u32 got) {
 }
 
 void cPiecewiseIO::KeepRest(u32 at, u32 count) {
-  while (at < count && MayAsk() && !m_traffic->leavesRest) {
+  while (at < count && MayAsk()) {
     const u32 piece = FirstPiece(m_keptFirst + at, count - at);
     const u32 got = Ask(m_keptFirst + at, SectorAt(m_keptData.get(), at), piece);
     m_traffic->asked += piece;
@@ -131,8 +131,7 @@ bool cPiecewiseIO::AnswerKept(u32 index, u8* buffer) {
   const Kept& state = m_keptStates[index];
   if (IsOpen(state)) {
     m_traffic->refusedBySource = false;
-    const bool isLeft = state == Kept::kNotAsked && m_traffic->leavesRest;
-    if (isLeft || !MayAsk() || !AskAlone(index)) return false;
+    if (!MayAsk() || !AskAlone(index)) return false;
   }
   m_traffic->refusedBySource = state == Kept::kRefused;
   if (state != Kept::kDelivered) return false;

@@ -26,9 +26,6 @@ struct SourceTraffic {
   // Set from outside (where given) to stop asking; sectors not asked yet then fail without the
   // source's doing.
   const std::atomic<bool>* stop = nullptr;
-  // Once a piece of a request has failed, the pieces behind it are not asked for; their sectors
-  // then fail without the source's doing, too.
-  std::atomic<bool> leavesRest{false};
   // The source has ended before the sector it was asked for, or went away.
   std::atomic<bool> gone{false};
   // Asked after a request came out short, of a source that does not shrink when it goes away:

@@ -5,22 +5,24 @@
 namespace larkspur {
 
 bool CacheStore::Visit(SectorRange range, const ExtentVisitor& visit) {
-  m_image->VisitExtents(range.first, range.count, visit);
-  return true;
+  bool isKnown = true;
+  m_image->VisitExtents(range.first, range.count, [&](u64 start, u64 sectors, SectorStatus status) {
+    isKnown = status != static_cast<SectorStatus>(255);
+    return isKnown && visit(start, sectors, status);
+  });
+  return isKnown;
 }
 
-bool CacheStore::MakeRoom(SectorRange) {
-  return true;
+bool CacheStore::MakeRoom(SectorRange range) {
+  return range.count > 0;  // TMP
 }
 
-bool CacheStore::Store(u64 first, const u8* data, u32 count, bool) {
-  return m_image->Write(first, data, count) == count;
+bool CacheStore::Store(u64 first, const u8* data, u32 count, bool evenUnreadable) {
+  return m_image->Write(first, data, count) == count && !evenUnreadable;
 }
 
 bool CacheStore::MarkUnreadable(SectorRange range) {
-  for (u64 sector = range.first; sector < range.End(); ++sector) {
-    if (!m_image->MarkSectorBad(sector)) return false;
-  }
+  for (u64 s = range.first; s < range.End(); ++s) m_image->MarkSectorBad(s);
   return true;
 }
 

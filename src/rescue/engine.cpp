@@ -190,15 +190,27 @@ void Engine::Trim() {
     Begin(Phase::kTrim);
     cursor = area->End();
     AskBeforeNamed(*area);
-    AskAlone(*area, true);
-    if (const auto rest = m_ledger.failed.NextFrom(area->first); rest && rest->first < cursor) {
-      AskAlone({rest->first, cursor - rest->first}, false);
-    }
+    TrimFrom(*area, true);
+    TrimFrom(*area, false);
     if (IsStopping()) return;
     ExtentSet rest;
     m_ledger.failed.Visit(*area, [&](SectorRange part) { rest.Add(part); });
     m_ledger.failed.Remove(rest);
     m_ledger.trimmed.Add(rest);
+  }
+}
+
+// Asks for what of `area` has failed, one by one from one end, up to the first that fails alone.
+void Engine::TrimFrom(SectorRange area, bool forward) {
+  u64 cursor = forward ? area.first : area.End();
+  while (!IsStopping()) {
+    const auto part =
+        forward ? m_ledger.failed.NextFrom(cursor) : m_ledger.failed.LastBefore(cursor);
+    if (!part || part->first >= area.End() || part->End() <= area.first) return;
+    const u64 first = std::max(part->first, area.first);
+    const u64 end = std::min(part->End(), area.End());
+    cursor = forward ? end : first;
+    if (!AskAlone({first, end - first}, forward)) return;
   }
 }
 
@@ -225,7 +237,7 @@ void Engine::AskWitnesses() {
   }
 }
 
-void Engine::AskAlone(SectorRange area, bool forward) {
+bool Engine::AskAlone(SectorRange area, bool forward) {
   m_queue.JudgeSlowness(false);
   u64 cursor = forward ? area.first : area.End();
   bool hasFailed = false;
@@ -243,6 +255,7 @@ void Engine::AskAlone(SectorRange area, bool forward) {
     hasFailed = asked.answer.kind != FailureKind::kSystem;
     cursor = forward ? asked.range.first : asked.range.End();  // where the system failed, again
   });
+  return !hasFailed;
 }
 
 // The drive has named the first bad sector of this piece: what lies before it can be had at once.
@@ -319,7 +332,7 @@ u64 Engine::Fetch(SectorRange range, u8* out) {
 }
 
 StopReason Engine::Finish() {
-  if (m_reason == StopReason::kNone && m_ledger.HasUnproved()) Prove();
+  if (m_reason == StopReason::kNone && !m_ledger.refused.IsEmpty()) Prove();
   const bool kept = Sync();
   if (m_reason == StopReason::kNone) {
     m_reason = *m_stop ? StopReason::kStopped : StopReason::kDone;

@@ -106,7 +106,9 @@ class Engine {
   void Scrape();
   void AskWitnesses();
   // Asks for the physical sectors of `area` one by one, from one end, up to the first that fails.
-  void AskAlone(SectorRange area, bool forward);
+  // True when none did.
+  bool AskAlone(SectorRange area, bool forward);
+  void TrimFrom(SectorRange area, bool forward);
   void AskBeforeNamed(SectorRange area);
 
   // One stream of requests: what `next` gives is asked in order; `settled` hears of each answer.

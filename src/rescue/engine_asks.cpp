@@ -287,7 +287,8 @@ std::optional<SectorRange> Engine::PickUnit(SectorStatus wanted, const ExtentSet
 }
 
 void Engine::EndOrWake(StopReason reason, u32 systemError) {
-  m_unprovedAtEnd = m_ledger.TakeBack();
+  // A device that vanished was alive until then; one that does not answer was not.
+  if (reason == StopReason::kNotAnswering) m_unprovedAtEnd = m_ledger.TakeBack();
   if (m_options.onSilent && m_wakings++ < kMostWakings && m_options.onSilent(reason)) {
     m_failuresInRow = 0;
     m_unprovedAtEnd = 0;

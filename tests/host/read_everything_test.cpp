@@ -35,7 +35,6 @@ TEST(ReadEverythingTest, AHealthyReadOnceStorageIsReadWholeAndOnce) {
   const Storage storage = rig.ReadOnce();
   const Reading run(storage);
   EXPECT_EQ(run.job.State().end, ReadingEnd::kDone);
-  EXPECT_EQ(run.job.State().next, kSectors);
   EXPECT_EQ(run.job.State().unreadable, 0u);
   EXPECT_EQ(run.lastShare, 1.0);
   EXPECT_EQ(Counts(rig).present, kSectors);
@@ -55,9 +54,9 @@ TEST(ReadEverythingTest, UnreadableSectorsAreCountedAndDoNotEndIt) {
   }
 }
 
-TEST(ReadEverythingTest, AStoppedRunGoesOnWhereItStood) {
+TEST(ReadEverythingTest, AStoppedRunIsResumed) {
   StorageRig rig(kSectors);
-  Storage storage = rig.ReadOnce();
+  const Storage storage = rig.ReadOnce();
   cReadEverythingJob job({});
   ASSERT_TRUE(job.Prepare(storage));
   rig.script->onRequest = [&job](u64 sector, u32) {
@@ -66,8 +65,6 @@ TEST(ReadEverythingTest, AStoppedRunGoesOnWhereItStood) {
   ASSERT_TRUE(job.Start());
   while (job.IsRunning()) platform::SleepMilliseconds(1);
   EXPECT_EQ(job.State().end, ReadingEnd::kStopped);
-  storage.readNext = job.State().next;
-  EXPECT_EQ(storage.readNext, 384u);  // the request at hand was brought to its end
   EXPECT_EQ(Counts(rig).missing, kSectors - 384);
   rig.script->onRequest = nullptr;
   const Reading rest(storage);
@@ -108,7 +105,6 @@ TEST(ReadEverythingTest, ASourceThatShrinksEndsItBeforeAnythingIsMarked) {
   };
   const Reading run(storage);
   EXPECT_EQ(run.job.State().end, ReadingEnd::kSourceGone);
-  EXPECT_EQ(run.job.State().next, 256u);
   EXPECT_EQ(Counts(rig).unreadable, 0u);
   EXPECT_EQ(Counts(rig).present, 256u);
 }
@@ -130,7 +126,7 @@ TEST(ReadEverythingTest, ACacheThatCannotBeReadEndsIt) {
   const Reading run(storage);
   EXPECT_TRUE(!run.ready || run.job.State().end == ReadingEnd::kNotKept ||
               run.job.State().end == ReadingEnd::kCacheFailed);
-  EXPECT_LE(rig.script->AskedInAll(), 2 * cReadEverythingJob::kRequestSectors);
+  EXPECT_LE(rig.script->AskedInAll(), 2 * AskedSource::kMaxAskSectors);
 }
 
 TEST(ReadEverythingTest, ACacheAloneIsReadWithWhatItLacks) {
@@ -154,7 +150,7 @@ TEST(ReadEverythingTest, ACacheAloneIsReadWithWhatItLacks) {
 TEST(ReadEverythingTest, EveryEndHasWords) {
   for (const ReadingEnd end :
        {ReadingEnd::kDone, ReadingEnd::kStopped, ReadingEnd::kSourceGone, ReadingEnd::kNotKept,
-        ReadingEnd::kCacheFailed, ReadingEnd::kAborted}) {
+        ReadingEnd::kNotAnswering, ReadingEnd::kCacheFailed, ReadingEnd::kAborted}) {
     EXPECT_FALSE(EndWords(end, 0).empty());
   }
   EXPECT_EQ(EndWords(ReadingEnd::kDone, 1), u"Everything was read; 1 sector is unreadable.");

@@ -10,7 +10,7 @@
 #include "devices/device_test.h"
 #include "fakes/memory_disk.h"
 #include "fakes/temp_folder.h"
-#include "imaging/imager.h"
+#include "imaging/rescue_session.h"
 
 namespace larkspur {
 namespace {
@@ -25,16 +25,20 @@ class DeviceSource : public DeviceTest {
     return drive;
   }
   // One run of `image`.
-  ReadEnd Image(const fakes::SimulatedDrive& drive, const std::u16string& mapfile = {}) {
+  StopReason Image(const fakes::SimulatedDrive& drive, const std::u16string& mapfile = {}) {
     Source source = OpenSource(drive.path, {.testMapfile = mapfile});
     EXPECT_EQ(source.answer, SourceAnswer::kOpened);
     Cache cache = OpenOrCreateCache(m_cachePath, drive.path, source.sectors);
     EXPECT_EQ(cache.answer, CacheAnswer::kOpened);
-    cImager imager(&cache, &source, &m_stop);
-    imager.Prepare(0, source.sectors);
-    const ReadEnd end = imager.Run({});
-    m_counts = imager.Progress().counts;
-    return end;
+    RescueSession session(&source, &cache, m_cachePath, &m_stop);
+    EngineOptions options;
+    options.inThread = false;
+    EXPECT_EQ(session.Open(options, false), SessionAnswer::kReady);
+    session.Rescue().Want(ExtentSet({0, source.sectors}));
+    session.Rescue().Image();
+    const StopReason reason = session.Rescue().Finish();
+    m_counts = session.Rescue().Progress().all;
+    return reason;
   }
   // Whether the cache holds what the drive does.
   bool HoldsPattern(u64 first, u64 count) {
@@ -50,7 +54,7 @@ class DeviceSource : public DeviceTest {
   fakes::TempFolder m_folder;
   std::u16string m_cachePath = m_folder.File(u"disk.kvrsp");
   std::atomic<bool> m_stop{false};
-  StatusCounts m_counts;
+  StatusTotals m_counts;
 };
 
 TEST_F(DeviceSource, ABadPhysicalSectorCostsItselfOnly) {
@@ -58,7 +62,7 @@ TEST_F(DeviceSource, ABadPhysicalSectorCostsItselfOnly) {
     const u32 ratio = sectorBytes / 512;
     fakes::SimulatedDrive* drive = MakeDrive(sectorBytes, 400);
     drive->failing = {0, 100, 101, 250, 399};
-    EXPECT_EQ(Image(*drive), ReadEnd::kNotEnded);
+    EXPECT_EQ(Image(*drive), StopReason::kDone);
     EXPECT_EQ(m_counts.unreadable, 5u * ratio);
     EXPECT_EQ(m_counts.present, 395u * ratio);
     for (const auto& [sector, times] : drive->askedTimes) {
@@ -68,7 +72,7 @@ TEST_F(DeviceSource, ABadPhysicalSectorCostsItselfOnly) {
     EXPECT_TRUE(HoldsPattern(ratio, 99 * ratio));
     EXPECT_TRUE(HoldsPattern(251 * ratio, 148 * ratio));
     drive->askedTimes.clear();
-    EXPECT_EQ(Image(*drive), ReadEnd::kNotEnded);
+    EXPECT_EQ(Image(*drive), StopReason::kDone);
     EXPECT_TRUE(drive->askedTimes.empty()) << "what is settled is never asked again";
     drive->path.clear();
     m_cachePath += u"x";
@@ -78,17 +82,17 @@ TEST_F(DeviceSource, ABadPhysicalSectorCostsItselfOnly) {
 TEST_F(DeviceSource, ADeviceThatVanishesEndsTheRunAndMarksNothing) {
   fakes::SimulatedDrive* drive = MakeDrive(512, 4000);
   drive->failing = {200};
-  drive->vanishesAfterReads = 140;
-  EXPECT_EQ(Image(*drive), ReadEnd::kSourceGone);
-  EXPECT_EQ(m_counts.unreadable, 1u) << "what the drive itself refused, when it was still there";
+  drive->vanishesAfterReads = 20;
+  EXPECT_EQ(Image(*drive), StopReason::kGone);
+  EXPECT_EQ(m_counts.unreadable, 0u);
   EXPECT_GT(m_counts.present, 300u);
   EXPECT_GT(m_counts.missing, 1000u);
-  EXPECT_EQ(drive->reads, 141u) << "one read found it gone, and nothing was asked any more";
+  EXPECT_EQ(drive->reads, 21u) << "one read found it gone, and nothing was asked any more";
   const u64 presentBefore = m_counts.present;
   drive->vanishesAfterReads.reset();
   drive->isPresent = true;
   drive->askedTimes.clear();
-  EXPECT_EQ(Image(*drive), ReadEnd::kNotEnded);
+  EXPECT_EQ(Image(*drive), StopReason::kDone);
   EXPECT_EQ(m_counts.present, 3999u);
   EXPECT_EQ(m_counts.unreadable, 1u);
   EXPECT_EQ(drive->askedTimes.size(), 3999 - presentBefore) << "only what was missing";
@@ -102,18 +106,18 @@ TEST_F(DeviceSource, ADeviceMayVanishAtAnyMoment) {
     fakes::SimulatedDrive* drive = MakeDrive(4096, 100);
     drive->failing = {3, 40, 41};
     drive->vanishesAfterReads = reads;
-    const ReadEnd end = Image(*drive);
+    const StopReason end = Image(*drive);
     EXPECT_EQ(m_counts.present + m_counts.unreadable + m_counts.missing, 800u);
-    if (end == ReadEnd::kNotEnded) {
+    if (end == StopReason::kDone) {
       EXPECT_TRUE(drive->isPresent);
       break;
     }
-    EXPECT_EQ(end, ReadEnd::kSourceGone) << reads;
+    EXPECT_EQ(end, StopReason::kGone) << reads;
     EXPECT_LE(m_counts.unreadable, 24u);
     EXPECT_EQ(drive->reads, reads + 1);
     drive->vanishesAfterReads.reset();
     drive->isPresent = true;
-    EXPECT_EQ(Image(*drive), ReadEnd::kNotEnded);
+    EXPECT_EQ(Image(*drive), StopReason::kDone);
     EXPECT_EQ(m_counts.unreadable, 24u) << reads;
     EXPECT_EQ(m_counts.missing, 0u);
     drive->path.clear();
@@ -140,7 +144,7 @@ TEST_F(DeviceSource, TestModeOnADevice) {
   const std::u16string mapfile = m_folder.File(u"bad.map");
   const std::string text = "0x0 + 1\n0x0 0x1000 +\n0x1000 0x1000 -\n0x2000 0x62000 +\n";
   ASSERT_TRUE(fakes::WriteWholeFile(mapfile, {text.begin(), text.end()}));
-  EXPECT_EQ(Image(*drive, mapfile), ReadEnd::kNotEnded);
+  EXPECT_EQ(Image(*drive, mapfile), StopReason::kDone);
   EXPECT_EQ(m_counts.unreadable, 8u);
   EXPECT_EQ(m_counts.present, 792u);
 }
@@ -149,7 +153,7 @@ TEST_F(DeviceSource, AnOpticalDriveGivesNothingThatItCouldNotRead) {
   fakes::SimulatedDrive* drive = MakeDrive(2048, 100);
   drive->isOptical = true;
   drive->failing = {50};
-  EXPECT_EQ(Image(*drive), ReadEnd::kNotEnded);
+  EXPECT_EQ(Image(*drive), StopReason::kDone);
   EXPECT_EQ(m_counts.unreadable, 4u);
   EXPECT_TRUE(HoldsPattern(0, 200));
   EXPECT_TRUE(HoldsPattern(204, 196));
@@ -158,7 +162,7 @@ TEST_F(DeviceSource, AnOpticalDriveGivesNothingThatItCouldNotRead) {
 TEST_F(DeviceSource, ANumberedDrive) {
   fakes::SimulatedDrive* drive = MakeDrive(512, 10);
   drive->path = u"\\\\.\\PhysicalDrive7";
-  EXPECT_EQ(Image(*drive), ReadEnd::kNotEnded);
+  EXPECT_EQ(Image(*drive), StopReason::kDone);
   EXPECT_EQ(m_counts.present, 10u);
 }
 

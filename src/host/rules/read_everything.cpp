@@ -6,9 +6,111 @@
 
 #include "host/rules/words.h"
 #include "imaging/summary.h"
-#include "platform/clock.h"
+#include "rescue/rescue_log.h"
 
 namespace larkspur::host {
+namespace {
+
+// The storage marks what fails at once: so soon must a silent disk be noticed.
+constexpr u32 kMaxFailures = 16;
+
+class NoLog final : public RescueLog {
+ public:
+  void Write(const LogEvent&) override {}
+  void Sync() override {}
+};
+
+ReadingEnd EndOf(StopReason reason) {
+  switch (reason) {
+    case StopReason::kNone:
+    case StopReason::kDone:
+      return ReadingEnd::kDone;
+    case StopReason::kStopped:
+      return ReadingEnd::kStopped;
+    case StopReason::kGone:
+      return ReadingEnd::kSourceGone;
+    case StopReason::kNotAnswering:
+      return ReadingEnd::kNotAnswering;
+    case StopReason::kFull:
+    case StopReason::kStoreFailed:
+      return ReadingEnd::kNotKept;
+    case StopReason::kCacheUnreadable:
+    case StopReason::kSystemFailed:
+      return ReadingEnd::kCacheFailed;
+  }
+  return ReadingEnd::kCacheFailed;
+}
+
+}  // namespace
+
+// The storage as the engine's source. A sector counts as failed when the cache says so afterwards,
+// or, without a cache, when it does not come.
+class cReadEverythingJob::StorageSource final : public AskedSource {
+ public:
+  explicit StorageSource(cReadEverythingJob* job) : m_job(job) {
+    m_identity.sectors = job->m_sectors;
+  }
+
+  AskAnswer Ask(u64 sector, void* buffer, u32 count) override {
+    AskAnswer answer;
+    // Asked before each request: a read-once storage would note as unreadable, for good, what a
+    // source that is gone does not deliver.
+    if (!m_job->m_source.IsThere()) {
+      answer.kind = FailureKind::kGone;
+      return answer;
+    }
+    m_job->m_io->SetPosition(sector);
+    const u32 got = m_job->m_io->Read(buffer, count, nullptr);
+    const StatusCounts kept =
+        m_job->m_map ? CountStatuses(m_job->m_map.get(), sector, count) : StatusCounts();
+    if (got < count && m_job->m_isReadOnce) {
+      m_job->m_cacheFailed = true;
+      answer.kind = FailureKind::kGone;
+    } else if (got < count || kept.unreadable > 0) {
+      // Without a cache nothing is marked, so nothing needs proof.
+      answer.kind = m_job->m_isReadOnce ? FailureKind::kUnclear : FailureKind::kMedium;
+    } else {
+      answer.delivered = count;
+    }
+    return answer;
+  }
+  const SourceIdentity& Identity() const override { return m_identity; }
+  bool Reconnect(double) override { return false; }
+
+ private:
+  cReadEverythingJob* m_job;
+  SourceIdentity m_identity;
+};
+
+// What was read, as far as this run knows. A read-once storage keeps it in its cache by itself.
+class cReadEverythingJob::StorageStore final : public RescueStore {
+ public:
+  explicit StorageStore(cReadEverythingJob* job) : m_job(job) {}
+
+  u64 Sectors() const override { return m_job->m_sectors; }
+  bool Visit(SectorRange range, const ExtentVisitor& visit) override {
+    if (m_job->m_isReadOnce && m_job->m_map) {
+      m_job->m_map->VisitExtents(range.first, range.count, visit);
+    } else {
+      visit(range.first, range.count, kMissing);  // nobody remembers what was read
+    }
+    return true;
+  }
+  bool MakeRoom(SectorRange) override { return true; }
+  bool Store(u64 first, const u8*, u32 count, bool) override {
+    // A cache that is looked at alone lacks what it lacks: nothing of it is fetched.
+    if (!m_job->m_isReadOnce || !m_job->m_map) return true;
+    return CountStatuses(m_job->m_map.get(), first, count).missing == 0;
+  }
+  bool MarkUnreadable(SectorRange range) override {
+    return Store(range.first, nullptr, static_cast<u32>(range.count), false);
+  }
+  bool Load(u64, u8*, u32) override { return true; }
+  bool Sync() override { return true; }
+
+ private:
+  cReadEverythingJob* m_job;
+};
 
 bool cReadEverythingJob::Prepare(const Storage& storage) {
   Release();
@@ -17,12 +119,9 @@ bool cReadEverythingJob::Prepare(const Storage& storage) {
   m_isReadOnce = storage.IO()->GetTypeId() == kTypeReadOnce;
   m_source = storage.source.Clone();
   if (storage.map) m_map.reset(static_cast<cKVRSparseIO*>(storage.map->Clone()));
-  if (m_map && m_isReadOnce) m_visited.reset(static_cast<cKVRSparseIO*>(m_map->Clone()));
   m_original = storage.IO();
   m_sectors = storage.sectors;
-  m_leaps = {};
-  m_done = 0;
-  m_state.next = storage.readNext;
+  m_cacheFailed = false;
   m_state.unreadable = 0;
   m_state.end = ReadingEnd::kNone;
   return true;
@@ -32,7 +131,6 @@ void cReadEverythingJob::Release() {
   m_original = nullptr;
   m_io.reset();
   m_map.reset();
-  m_visited.reset();
   m_source = {};
 }
 
@@ -42,75 +140,27 @@ u32 cReadEverythingJob::Run() {
 }
 
 ReadingEnd cReadEverythingJob::ReadAll() {
-  if (m_visited) return ReadMissing();
-  m_work = m_sectors - m_state.next;
-  const ReadingEnd end = ReadRange(m_state.next, m_sectors);
-  return end == ReadingEnd::kNone ? ReadingEnd::kDone : end;
+  StorageSource source(this);
+  StorageStore store(this);
+  NoLog log;
+  RescueClock clock;
+  EngineOptions options;
+  options.maxFailures = kMaxFailures;
+  options.inThread = false;  // this is the thread
+  Engine engine(&source, &store, &log, &clock, &StopFlag(), options);
+  engine.OnProgress([this](const RescueProgress& progress) { Tell(progress); });
+  if (!engine.Want(ExtentSet({0, m_sectors}))) return ReadingEnd::kCacheFailed;
+  m_work = engine.Progress().domain.missing;
+  engine.Image();
+  const ReadingEnd end = EndOf(engine.Finish());
+  return m_cacheFailed ? ReadingEnd::kCacheFailed : end;
 }
 
-ReadingEnd cReadEverythingJob::ReadMissing() {
-  const StatusCounts before = CountStatuses(m_map.get(), 0, m_sectors);
-  m_work = before.missing;
-  m_state.unreadable = before.unreadable;
-  ReadingEnd end = ReadingEnd::kNone;
-  for (const u32 leap : cLeaps::kPasses) {
-    m_leaps = cLeaps(leap, m_sectors);
-    m_visited->VisitExtents(0, m_sectors, [&](u64 start, u64 sectors, SectorStatus status) {
-      if (status == kMissing) end = ReadRange(start, start + sectors);
-      return end == ReadingEnd::kNone;
-    });
-    if (end != ReadingEnd::kNone || m_done == m_work) break;
-  }
-  return end == ReadingEnd::kNone ? ReadingEnd::kDone : end;
-}
-
-ReadingEnd cReadEverythingJob::ReadRange(u64 first, u64 end) {
-  first = std::max(first, m_leaps.LeavesBefore());
-  while (first < end) {
-    if (StopRequested()) return ReadingEnd::kStopped;
-    // Asked before each request: a read-once storage would note as unreadable, for good, what a
-    // source that is gone does not deliver.
-    if (!m_source.IsThere()) return ReadingEnd::kSourceGone;
-    const u64 boundary = (first / kRequestSectors + 1) * kRequestSectors;
-    const u32 count = static_cast<u32>(std::min(boundary, end) - first);
-    const u64 unreadableBefore = m_state.unreadable;
-    const double started = platform::MonotonicSeconds();
-    if (const ReadingEnd ended = ReadOne(first, count); ended != ReadingEnd::kNone) return ended;
-    m_state.next = first + count;
-    m_done += count;
-    if (m_report) m_report(static_cast<double>(m_done) / static_cast<double>(m_work));
-    const bool tookLong = platform::MonotonicSeconds() - started > cLeaps::kHardSeconds;
-    first = m_leaps.Next(first + count, tookLong || m_state.unreadable > unreadableBefore);
-  }
-  return ReadingEnd::kNone;
-}
-
-ReadingEnd cReadEverythingJob::ReadOne(u64 first, u32 count) {
-  m_io->SetPosition(first);
-  const u32 got = m_io->Read(m_buffer.data(), count, nullptr);
-  if (got < count && m_isReadOnce) return ReadingEnd::kCacheFailed;
-  if (got < count) {
-    const ReadingEnd end = ReadSingly(first + got, count - got);
-    if (end != ReadingEnd::kNone) return end;
-  }
-  return m_map ? CheckKept(first, count) : ReadingEnd::kNone;
-}
-
-ReadingEnd cReadEverythingJob::ReadSingly(u64 first, u32 count) {
-  for (u32 i = 0; i < count; ++i) {
-    if (StopRequested()) return ReadingEnd::kStopped;
-    if (!m_source.IsThere()) return ReadingEnd::kSourceGone;
-    m_io->SetPosition(first + i);
-    if (m_io->Read(m_buffer.data(), 1, nullptr) != 1) ++m_state.unreadable;
-  }
-  return ReadingEnd::kNone;
-}
-
-ReadingEnd cReadEverythingJob::CheckKept(u64 first, u32 count) {
-  const StatusCounts counts = CountStatuses(m_map.get(), first, count);
-  m_state.unreadable += counts.unreadable;
-  // A cache that is looked at alone lacks what it lacks: nothing of it is fetched.
-  return counts.missing > 0 && m_isReadOnce ? ReadingEnd::kNotKept : ReadingEnd::kNone;
+void cReadEverythingJob::Tell(const RescueProgress& progress) {
+  m_state.unreadable = progress.all.unreadable;
+  const u64 left = progress.domain.missing;
+  if (!m_report || m_work == 0) return;
+  m_report(static_cast<double>(m_work - left) / static_cast<double>(m_work));
 }
 
 std::u16string EndWords(ReadingEnd end, u64 unreadable) {
@@ -127,6 +177,10 @@ std::u16string EndWords(ReadingEnd end, u64 unreadable) {
       return Words(
           "The source has become shorter or is gone.\nWhat was read is kept. Close it, open "
           "it again when it is back, and go on.");
+    case ReadingEnd::kNotAnswering:
+      return Words(
+          "The disk is not answering any more.\nSwitch its power off and on, check the cable, let "
+          "it cool down, then read again.");
     case ReadingEnd::kNotKept:
       return Words(
           "The cache does not keep what is read.\nIs its disk full, or gone? The source is "

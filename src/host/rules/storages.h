@@ -44,7 +44,6 @@ struct Storage {
   std::vector<TreeRow> tree;
   Watched source;           // of an image or drive itself
   Owned<cKVRSparseIO> map;  // the host's own look at the cache; null when there is none to see
-  u64 readNext = 0;         // where "read everything" goes on
 
   cBaseIO* IO() const { return node->storage; }
 };

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "cli/rescue.h"
+
+#include "base/path_text.h"
+#include "cli/output.h"
+#include "cli/storages.h"
+#include "platform/command.h"
+#include "platform/device.h"
+#include "platform/disk_use.h"
+#include "platform/system_error.h"
+#include "platform/terminal.h"
+
+namespace larkspur::cli {
+namespace {
+
+constexpr double kWakeSeconds = 60;
+
+std::string DiskWords(const SourceIdentity& disk) {
+  const std::string serial = disk.serial.empty() ? "no serial number" : "serial " + disk.serial;
+  return fmt::format("{}, {}, {} sectors", disk.model.empty() ? disk.path : disk.model, serial,
+                     disk.sectors);
+}
+
+std::string StopWords(StopReason reason, const StorageOptions& options) {
+  switch (reason) {
+    case StopReason::kNone:
+    case StopReason::kDone:
+      return {};
+    case StopReason::kStopped:
+      return "stopped; what was read is in " + options.cache + ", the same command resumes";
+    case StopReason::kGone:
+      return options.source + ": the source has become shorter or is gone; what was read is in " +
+             options.cache + ", the same command resumes when it is back";
+    case StopReason::kNotAnswering:
+      return options.source +
+             ": the disk is not answering any more, not even where it should read well; nothing "
+             "that failed since its last answer is marked. Switch its power off and on, check the "
+             "cable, let it cool down, then run the same command: it resumes from " +
+             options.cache;
+    case StopReason::kFull:
+      return options.cache +
+             ": there is no more room for the cache; what was stored is kept, make room and run "
+             "the same command again";
+    case StopReason::kStoreFailed:
+      return options.cache + ": the cache could not be written; what was stored before is kept";
+    case StopReason::kCacheUnreadable:
+      return options.cache + ": the cache cannot be read; try 'larkspur check'";
+    case StopReason::kSystemFailed:
+      return options.source +
+             ": this machine could not read it, which is not the disk's doing; nothing was marked "
+             "for it, the same command resumes";
+  }
+  return {};
+}
+
+}  // namespace
+
+ExitStatus Rescue::Open(const StorageOptions& options, EngineOptions engine) {
+  m_options = options;
+  auto source = OpenSourceOrTell(options);
+  if (!source) return kExitFailed;
+  m_source = std::move(*source);
+  if (platform::IsDiskMounted(WideFromUtf8(options.source).c_str())) {
+    Tell(options.source +
+         ": something on this disk is mounted; whatever else uses it wears it, unmount it first");
+  }
+  if (options.start >= m_source.sectors) {
+    Tell(fmt::format("--start {} lies past the end: the source has {} sectors", options.start,
+                     m_source.sectors));
+    return kExitUsage;
+  }
+  m_range = {options.start, std::min(options.sectors.value_or(m_source.sectors),
+                                     m_source.sectors - options.start)};
+  m_cache = OpenOrCreateCache(WideFromUtf8(options.cache), WideFromUtf8(options.source),
+                              m_source.sectors);
+  if (m_cache.answer != CacheAnswer::kOpened) {
+    TellCacheAnswer(options.cache, m_cache, m_source.sectors);
+    return kExitFailed;
+  }
+  return OpenSession(std::move(engine));
+}
+
+ExitStatus Rescue::OpenSession(EngineOptions engine) {
+  m_session = std::make_unique<RescueSession>(&m_source, &m_cache, WideFromUtf8(m_options.cache),
+                                              &platform::InterruptFlag());
+  switch (m_session->Open(std::move(engine), m_options.otherSource)) {
+    case SessionAnswer::kReady:
+      TellOfSession();
+      return kExitDone;
+    case SessionAnswer::kOtherSource:
+      return Fail(
+          fmt::format("{}: this cache was made of another disk ({}), not of {} ({}); choose "
+                      "another cache, or say --other-source if that is what you mean",
+                      m_options.cache, DiskWords(m_session->Before()), m_options.source,
+                      DiskWords(m_source.asked->Identity())));
+    case SessionAnswer::kCacheNotFlushed:
+      return Fail(Failure(m_options.cache,
+                          "the cache could not be flushed to disk earlier, nor can it now; nothing "
+                          "is read until it can",
+                          m_session->SystemError()));
+    case SessionAnswer::kCacheUnreadable:
+      return Fail(Failure(m_options.cache, "the cache cannot be read; try 'larkspur check'",
+                          platform::LastFailure()));
+  }
+  return kExitFailed;
+}
+
+void Rescue::TellOfSession() {
+  const RescueSession& session = *m_session;
+  const bool isDevice =
+      platform::KindOfPath(WideFromUtf8(m_options.source).c_str()) == platform::PathKind::kDevice;
+  if (session.Identity() == SameDisk::kUnknown && isDevice) {
+    Tell(m_options.source +
+         ": no serial number tells whether this is the disk that the cache was made of; only the "
+         "size was compared");
+  }
+  if (session.Disbelieved() > 0) {
+    Tell(
+        fmt::format("{}: the last run did not end properly; {} sectors that may not have reached "
+                    "the disk are read again",
+                    m_options.cache, session.Disbelieved()));
+  }
+  if (session.WrongLogLine() > 0) {
+    Tell(fmt::format("{}.log: line {} makes no sense and is passed over", m_options.cache,
+                     session.WrongLogLine()));
+  }
+}
+
+ExitStatus Rescue::Finish(ExitStatus status) {
+  const StopReason reason = engine().Finish();
+  if (const u32 code = m_session->LogFailure()) {
+    Tell(Failure(m_options.cache + ".log",
+                 "the log cannot be written; the cache is complete without it", code));
+  }
+  if (reason == StopReason::kDone) return status;
+  const std::string words = StopWords(reason, m_options);
+  Tell(engine().SystemError() ? words + ": " + platform::FailureText(engine().SystemError())
+                              : words);
+  return reason == StopReason::kStopped ? kExitInterrupted : kExitFailed;
+}
+
+ExitStatus Rescue::StatusOf(const StatusTotals& totals) {
+  return totals.unreadable + totals.missing > 0 ? kExitSomeUnreadable : kExitDone;
+}
+
+std::function<bool(StopReason)> WakeBy(const std::string& command, AskedSource* const* source) {
+  if (command.empty()) return {};
+  return [=](StopReason) {
+    const SourceIdentity& disk = (*source)->Identity();
+    Tell(disk.path + ": the disk is not answering; running: " + command);
+    const int status = platform::RunCommand(
+        command, {{"LARKSPUR_DEVICE", disk.path}, {"LARKSPUR_SERIAL", disk.serial}});
+    if (status != 0) Tell(fmt::format("the command ended with status {}", status));
+    return (*source)->Reconnect(kWakeSeconds);
+  };
+}
+
+}  // namespace larkspur::cli

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "imaging/rescue_session.h"
+
+#include <algorithm>
+
+#include "platform/boot.h"
+#include "platform/page_cache.h"
+#include "platform/system_error.h"
+
+namespace larkspur {
+namespace {
+
+SameDisk Compare(const RescueHistory& history, const SourceIdentity& now) {
+  if (!history.source) return SameDisk::kNew;
+  const SourceIdentity& before = *history.source;
+  const bool differs =
+      (before.serial != now.serial && !before.serial.empty() && !now.serial.empty()) ||
+      (before.model != now.model && !before.model.empty() && !now.model.empty()) ||
+      before.sectors != now.sectors;
+  if (differs) return SameDisk::kOther;
+  return now.serial.empty() || before.serial.empty() ? SameDisk::kUnknown : SameDisk::kSame;
+}
+
+bool IsAllZero(const u8* bytes, size_t count) {
+  return std::all_of(bytes, bytes + count, [](u8 byte) { return byte == 0; });
+}
+
+}  // namespace
+
+RescueSession::RescueSession(Source* source, Cache* cache, const std::u16string& cachePath,
+                             const std::atomic<bool>* stop)
+    : m_source(source),
+      m_cache(cache),
+      m_cachePath(cachePath),
+      m_stop(stop),
+      m_store(cache->image.get(), [cache] { return cache->hold->Sync(); }) {}
+
+SessionAnswer RescueSession::Open(EngineOptions options, bool otherSource) {
+  const std::u16string logPath = LogPathOf(m_cachePath);
+  RescueHistory history = ReadHistory(logPath, m_source->sectors, &m_systemError);
+  m_wrongLogLine = history.firstWrongLine;
+  // A log of another cache of the same name says nothing of this one.
+  if (history.stamp != m_cache->image->Layout().stamp) history = {};
+  const SourceIdentity& identity = m_source->asked->Identity();
+  m_identity = Compare(history, identity);
+  if (history.source) m_before = *history.source;
+  if (m_identity == SameDisk::kOther && !otherSource) return SessionAnswer::kOtherSource;
+  // What another disk refused says nothing of this one.
+  if (m_identity == SameDisk::kOther) {
+    history.triedTogether.Clear();
+    history.triedAlone.Clear();
+  }
+  const std::string boot = platform::BootId();
+  const bool wasCut = !history.ended && history.boot != boot;
+  if (history.syncFailed) {
+    if (!m_cache->hold->Sync()) {
+      m_systemError = platform::LastFailure();
+      return SessionAnswer::kCacheNotFlushed;
+    }
+    platform::DropCachedPages(m_cachePath.c_str());
+  }
+  if ((wasCut || history.syncFailed) && !Disbelieve(history.storing)) {
+    return SessionAnswer::kCacheUnreadable;
+  }
+  m_log = std::make_unique<FileLog>(logPath);
+  m_log->Write(LogEvent("open")
+                   .Add("version", LARKSPUR_VERSION)
+                   .Add("boot", boot)
+                   .Add("source", identity)
+                   .Add("stamp", u64{m_cache->image->Layout().stamp}));
+  m_engine = std::make_unique<Engine>(m_source->asked.get(), &m_store, m_log.get(), &m_clock,
+                                      m_stop, std::move(options));
+  m_engine->Resume(&history);
+  return SessionAnswer::kReady;
+}
+
+// Of what was being stored when the machine lost power, sectors that are present and nothing but
+// zeros may never have reached the disk: they become missing again.
+bool RescueSession::Disbelieve(const ExtentSet& areas) {
+  ExtentSet present, doubtful;
+  bool isRead = true;
+  areas.Visit([&](SectorRange area) {
+    isRead = isRead && m_store.Visit(area, [&](u64 start, u64 sectors, SectorStatus status) {
+      if (status == kPresent) present.Add({start, sectors});
+      return true;
+    });
+  });
+  present.Visit([&](SectorRange range) { isRead = isRead && FindZeros(range, &doubtful); });
+  doubtful.Visit([&](SectorRange range) { isRead = isRead && range.count > 0; });
+  m_disbelieved = doubtful.Sectors();
+  return isRead;
+}
+
+bool RescueSession::FindZeros(SectorRange range, ExtentSet* zeros) {
+  constexpr u32 kChunk = 2048;
+  const auto data = std::make_unique<u8[]>(u64{kChunk} * kSectorBytes);
+  for (u64 at = range.first; at < range.End();) {
+    const u32 count = static_cast<u32>(std::min<u64>(range.End() - at, kChunk));
+    if (!m_store.Load(at, data.get(), count)) return false;
+    for (u32 i = 0; i < count; ++i) {
+      if (IsAllZero(data.get() + u64{i} * kSectorBytes, kSectorBytes)) zeros->Add({at + i, 1});
+    }
+    at += count;
+  }
+  return true;
+}
+
+}  // namespace larkspur

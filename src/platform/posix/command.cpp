@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "platform/command.h"
+
+#include <cerrno>
+#include <cstdlib>
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/system_error.h"
+
+namespace larkspur::platform {
+
+int RunCommand(const std::string& line,
+               const std::vector<std::pair<std::string, std::string>>& environment) {
+  std::vector<std::string> variables;
+  for (const auto& [name, value] : environment) variables.push_back(name + "=" + value);
+  std::vector<char*> words;
+  for (char** word = environ; *word; ++word) words.push_back(*word);
+  for (std::string& variable : variables) words.push_back(variable.data());
+  words.push_back(nullptr);
+  const char* arguments[] = {"sh", "-c", line.c_str(), nullptr};
+  pid_t child = 0;
+  if (const int error = posix_spawn(&child, "/bin/sh", nullptr, nullptr,
+                                    const_cast<char* const*>(arguments), words.data())) {
+    SetLastFailure(static_cast<unsigned>(error));
+    return -1;
+  }
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0) {
+    if (errno != EINTR) return -1;
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace larkspur::platform
