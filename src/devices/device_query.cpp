@@ -48,6 +48,17 @@ u64 SectorsByLengthOr(Device& device, const DriveGeometry& geometry) {
   return QueryLength(device).value_or(geometry.sectors);
 }
 
+std::optional<SectorSizes> QuerySectorSizes(Device& device) {
+  u8 query[kPropertyQueryBytes] = {};
+  u8 out[kAlignmentBytes] = {};
+  u32 returned = 0;
+  StoreLe32(query, kAlignmentProperty);
+  if (!device.Control(kQueryProperty, query, out, &returned)) return std::nullopt;
+  return SectorSizes{LoadLe32(out + kAlignmentLogicalOffset),
+                     LoadLe32(out + kAlignmentPhysicalOffset),
+                     LoadLe32(out + kAlignmentFirstOffset)};
+}
+
 std::optional<DeviceNumber> QueryNumber(Device& device) {
   u8 out[kDeviceNumberBytes] = {};
   if (!Ask(device, kGetDeviceNumber, out)) return std::nullopt;

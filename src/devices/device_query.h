@@ -27,6 +27,13 @@ std::optional<u64> QueryLength(platform::Device& device);
 // The size by the length where the device tells it, else by the geometry given.
 u64 SectorsByLengthOr(platform::Device& device, const DriveGeometry& geometry);
 
+struct SectorSizes {
+  u32 logicalBytes = 0;
+  u32 physicalBytes = 0;
+  u32 firstBytes = 0;  // how far into a physical sector the first logical one begins
+};
+std::optional<SectorSizes> QuerySectorSizes(platform::Device& device);
+
 struct DeviceNumber {
   u32 type = 0;
   u32 number = 0;

@@ -96,6 +96,21 @@ SenseData DecodeSense(const ScsiCommand& command) {
   return {key, sense[12], sense[13]};
 }
 
+std::optional<u64> SenseInformation(const ScsiCommand& command) {
+  const u8* sense = command.sense.data();
+  constexpr u8 kIsValid = 0x80;
+  if (command.ResponseCode() < kDescriptorSense) {
+    const bool names = sense[0] & kIsValid && command.senseLength >= 7;
+    return names ? std::optional<u64>(LoadBe32(sense + 3)) : std::nullopt;
+  }
+  // Descriptors: type, length of what follows; the block's has type 0, its validity, 8 bytes at 4.
+  for (u32 at = 8; at + 12 <= command.senseLength; at += 2 + sense[at + 1]) {
+    if (sense[at] != 0 || sense[at + 1] != 10) continue;
+    return sense[at + 2] & kIsValid ? std::optional<u64>(LoadBe64(sense + at + 4)) : std::nullopt;
+  }
+  return std::nullopt;
+}
+
 u32 Classify(const SenseData& sense) {
   switch (sense.key) {
     case 0:

@@ -5,6 +5,7 @@
 // SCSI commands by way of the system's driver, and what their sense data mean.
 
 #include <array>
+#include <optional>
 
 #include "devices/ata_command.h"
 #include "platform/device.h"
@@ -42,6 +43,9 @@ struct SenseData {
 };
 // All zeros when the command did not end with a check condition.
 SenseData DecodeSense(const ScsiCommand& command);
+
+// The block that the sense data name; none when they name none.
+std::optional<u64> SenseInformation(const ScsiCommand& command);
 
 // 0 for success, else what failed: 1 not ready, 2 unknown command, 3 invalid field, 4 other illegal
 // request, 6 no medium, 7 becoming ready, 8 unit attention, 9 medium or hardware error, 10 others,

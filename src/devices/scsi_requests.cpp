@@ -34,6 +34,20 @@ ScsiCommand InquiryInto(std::span<u8> data) {
   return command;
 }
 
+ScsiCommand Read10(u32 lba, u32 blocks, u32 blockBytes, u8* data) {
+  ScsiCommand command = Reading(0x28, 10, {data, size_t{blocks} * blockBytes});
+  StoreBe32(&command.cdb[2], lba);
+  StoreBe16(&command.cdb[7], static_cast<u16>(blocks));
+  return command;
+}
+
+ScsiCommand Read16(u64 lba, u32 blocks, u32 blockBytes, u8* data) {
+  ScsiCommand command = Reading(0x88, 16, {data, size_t{blocks} * blockBytes});
+  StoreBe64(&command.cdb[2], lba);
+  StoreBe32(&command.cdb[10], blocks);
+  return command;
+}
+
 u32 BytesRead(Device& device, ScsiCommand* command) {
   return Run(device, command) ? command->length - command->residual : 0;
 }
@@ -73,17 +87,27 @@ bool ReadCapacity16(Device& device, ScsiCapacity* capacity) {
   return true;
 }
 
-u32 ScsiRead10(Device& device, u32 lba, u32 sectors, u32 sectorBytes, u8* data) {
-  ScsiCommand command = Reading(0x28, 10, {data, size_t{sectors} * sectorBytes});
+ScsiCommand ReadCommand(u64 lba, u32 blocks, u32 blockBytes, u8* data) {
+  const bool isFar = lba + blocks > u64{1} << 32;
+  return isFar ? Read16(lba, blocks, blockBytes, data)
+               : Read10(static_cast<u32>(lba), blocks, blockBytes, data);
+}
+
+ScsiCommand ReadCdCommand(u32 lba, u8* data) {
+  ScsiCommand command = Reading(0xBE, 12, {data, kRawSectorBytes});
   StoreBe32(&command.cdb[2], lba);
-  StoreBe16(&command.cdb[7], static_cast<u16>(sectors));
+  command.cdb[8] = 1;     // blocks
+  command.cdb[9] = 0x10;  // user data
+  return command;
+}
+
+u32 ScsiRead10(Device& device, u32 lba, u32 sectors, u32 sectorBytes, u8* data) {
+  ScsiCommand command = Read10(lba, sectors, sectorBytes, data);
   return BytesRead(device, &command);
 }
 
 u32 ScsiRead16(Device& device, u64 lba, u32 sectors, u32 sectorBytes, u8* data) {
-  ScsiCommand command = Reading(0x88, 16, {data, size_t{sectors} * sectorBytes});
-  StoreBe64(&command.cdb[2], lba);
-  StoreBe32(&command.cdb[10], sectors);
+  ScsiCommand command = Read16(lba, sectors, sectorBytes, data);
   return BytesRead(device, &command);
 }
 

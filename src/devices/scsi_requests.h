@@ -9,6 +9,7 @@
 namespace larkspur {
 
 constexpr u32 kMaxInquiryBytes = 1023;
+constexpr u32 kRawSectorBytes = 2352;  // of an optical disc, whatever its form
 
 // INQUIRY into `data`, which may have kMaxInquiryBytes.
 bool Inquiry(platform::Device& device, std::span<u8> data);
@@ -21,6 +22,11 @@ struct ScsiCapacity {
 };
 bool ReadCapacity10(platform::Device& device, ScsiCapacity* capacity);
 bool ReadCapacity16(platform::Device& device, ScsiCapacity* capacity);
+
+// A READ(10), or a READ(16) for blocks that it does not reach, that reads into `data`; and a READ
+// CD of one block's user data, whatever the sector's form, into room for kRawSectorBytes.
+ScsiCommand ReadCommand(u64 lba, u32 blocks, u32 blockBytes, u8* data);
+ScsiCommand ReadCdCommand(u32 lba, u8* data);
 
 // Reads `sectors` sectors of `sectorBytes` into `data` and answers the bytes that came, 0 on
 // failure.

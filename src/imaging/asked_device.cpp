@@ -6,7 +6,9 @@
 #include <cstring>
 
 #include "base/path_text.h"
+#include "devices/device_kind.h"
 #include "devices/device_query.h"
+#include "devices/device_system.h"
 #include "devices/open_drive.h"
 #include "imaging/reconnect.h"
 #include "platform/system_error.h"
@@ -17,56 +19,120 @@ namespace {
 using namespace platform;
 
 constexpr u32 kMaxSectorBytes = 0x10000;
+constexpr u32 kMaxOddBytes = 528;  // 512 bytes of data and something behind them
 
-// A size of sectors that can be: a power of two from 512 bytes to 64 KiB, else `otherwise`.
-u32 PlausibleSize(u32 bytes, u32 otherwise) {
-  const bool fits = bytes >= kSectorBytes && bytes <= kMaxSectorBytes && (bytes & (bytes - 1)) == 0;
-  return fits ? bytes : otherwise;
+bool IsPlausible(u32 bytes) {
+  return bytes >= kSectorBytes && bytes <= kMaxSectorBytes && (bytes & (bytes - 1)) == 0;
+}
+
+// The larger of what the drive and the system say. Where the first sector lies inside of a physical
+// one, as on some volumes, only what divides both is of use to anybody who asks.
+u32 PhysicalBytes(u32 told, u32 logical, Device& device) {
+  u32 bytes = std::max(IsPlausible(told) ? told : 0, logical);
+  u64 first = QueryPartitionStart(device).value_or(0) << kSectorShift;
+  if (const auto sizes = QuerySectorSizes(device)) {
+    if (IsPlausible(sizes->physicalBytes)) bytes = std::max(bytes, sizes->physicalBytes);
+    first += sizes->firstBytes;
+  }
+  while (bytes > logical && first % bytes != 0) bytes /= 2;
+  return bytes;
 }
 
 }  // namespace
 
-SourceIdentity IdentityOfDrive(const std::u16string& path, cBaseIO* drive) {
-  const DeviceIdentity told = IdentityOf(drive);
-  u32 geometry[3] = {};
-  drive->GetGeometry(geometry);
-  SourceIdentity identity;
-  identity.path = Utf8FromWide(path);
-  identity.model = Utf8FromWide(told.model);
-  identity.serial = Utf8FromWide(told.serial);
-  identity.firmware = Utf8FromWide(told.firmware);
-  identity.sectors = drive->GetSectorCount();
-  // By what the system reads, which a bridge may have put between us and the drive.
-  identity.logicalSectorBytes = PlausibleSize(geometry[0], kSectorBytes);
+std::unique_ptr<cAskedDevice> cAskedDevice::Open(const std::u16string& path, cBaseIO* drive,
+                                                 const SourceOptions& options) {
+  std::unique_ptr<cAskedDevice> device(new cAskedDevice(options));
+  device->m_path = path;
+  device->TakeIdentity(drive);
+  if (!device->OpenByPath()) return nullptr;
+  SourceIdentity& identity = device->m_identity;
   identity.physicalSectorBytes =
-      std::max(PlausibleSize(told.physicalSectorBytes, kSectorBytes), identity.logicalSectorBytes);
-  return identity;
+      device->IsOdd() ? kSectorBytes
+                      : PhysicalBytes(identity.physicalSectorBytes, identity.logicalSectorBytes,
+                                      *device->m_device);
+  return device;
 }
 
-std::unique_ptr<cAskedDevice> cAskedDevice::Open(const std::u16string& path, cBaseIO* drive) {
-  std::unique_ptr<cAskedDevice> device(new cAskedDevice);
-  device->m_path = path;
-  device->m_isOptical = drive->GetTypeId() == kTypeWinCD;
-  device->m_identity = IdentityOfDrive(path, drive);
-  return device->OpenByPath() ? std::move(device) : nullptr;
+void cAskedDevice::TakeIdentity(cBaseIO* drive) {
+  const DeviceIdentity told = IdentityOf(drive);
+  m_isOptical = drive->GetTypeId() == kTypeWinCD;
+  m_identity.path = Utf8FromWide(m_path);
+  m_identity.model = Utf8FromWide(told.model);
+  m_identity.serial = Utf8FromWide(told.serial);
+  m_identity.firmware = Utf8FromWide(told.firmware);
+  m_identity.sectors = drive->GetSectorCount();
+  m_identity.logicalSectorBytes = kSectorBytes;
+  m_identity.physicalSectorBytes = told.physicalSectorBytes;
+  if (told.kind == kKindScsi && told.logicalSectorBytes > kSectorBytes &&
+      told.logicalSectorBytes <= kMaxOddBytes) {
+    // A system that cannot read such sectors counts them wrongly, or not at all.
+    m_identity.logicalSectorBytes = told.logicalSectorBytes;
+    m_identity.sectors = told.sectorCount + 1;
+  }
 }
 
 bool cAskedDevice::OpenByPath() {
+  m_commands.reset();
   m_device = Devices().Open(m_path.c_str(),
                             m_isOptical ? kAccessRead | kAccessUnbuffered : u32{kAccessRead});
-  return m_device != nullptr;
+  if (!m_device) return false;
+  m_isRemovable = m_isOptical || IsRemovable(m_device.get());
+  m_medium = m_device->MediumNumber(false);
+  // What the system reads, which a bridge may have put between us and the drive.
+  const auto geometry = QueryGeometry(*m_device);
+  if (!IsOdd() && geometry && IsPlausible(geometry->bytesPerSector)) {
+    m_identity.logicalSectorBytes = geometry->bytesPerSector;
+  }
+  if (IsOdd() || m_options.passThrough == PassThrough::kOn) OpenForCommands();
+  return !IsOdd() || m_commands;  // no system reads such sectors
+}
+
+void cAskedDevice::OpenForCommands() {
+  if (!m_takesCommands || m_commands) return;
+  m_commands = cPassThroughReader::Open({.path = m_path,
+                                         .blockBytes = m_identity.logicalSectorBytes,
+                                         .maxSectors = kMaxAskSectors,
+                                         .timeoutSeconds = m_options.timeoutSeconds,
+                                         .isOptical = m_isOptical,
+                                         .isRemovable = m_isRemovable});
+  m_takesCommands = m_commands != nullptr;
 }
 
 AskAnswer cAskedDevice::Ask(u64 sector, void* buffer, u32 count) {
-  if (!m_device) return {0, FailureKind::kGone, 0};
-  SetLastFailure(0);
-  const u32 delivered = ReadThroughKernel(sector, static_cast<u8*>(buffer), count);
-  if (delivered == count) return {count};
-  const u32 code = LastFailure();
-  return {delivered, Judge(code), code};
+  u8* into = static_cast<u8*>(buffer);
+  // What is not open was not asked.
+  if (!m_device || HasOtherMedium(false)) return {0, FailureKind::kGone};
+  AskAnswer answer =
+      m_commands ? AskByCommand(sector, into, count) : AskThroughKernel(sector, into, count);
+  if (m_commands && !m_takesCommands) {
+    m_commands.reset();
+    if (!IsOdd()) answer = AskThroughKernel(sector, into, count);
+  }
+  if (answer.kind == FailureKind::kNone) return answer;
+  answer.kind = Refined(answer.kind);
+  const bool isAsked = answer.kind != FailureKind::kGone && answer.kind != FailureKind::kSystem;
+  if (isAsked && m_options.passThrough == PassThrough::kAuto) OpenForCommands();
+  return answer;
 }
 
-u32 cAskedDevice::ReadThroughKernel(u64 sector, u8* buffer, u32 count) {
+AskAnswer cAskedDevice::AskByCommand(u64 sector, u8* buffer, u32 count) {
+  const CommandAnswer answer = m_commands->Read(sector, count, buffer);
+  m_takesCommands = answer.isTaken;
+  if (!answer.isTaken) return {0, FailureKind::kSystem, answer.code};
+  const u32 delivered = answer.kind == FailureKind::kNone ? count : 0;
+  return {delivered, answer.kind, answer.code, answer.firstBad};
+}
+
+AskAnswer cAskedDevice::AskThroughKernel(u64 sector, u8* buffer, u32 count) {
+  SetLastFailure(0);
+  const u32 delivered = ReadAround(sector, buffer, count);
+  if (delivered == count) return {count};
+  const u32 code = LastFailure();
+  return {delivered, code == 0 ? FailureKind::kUnclear : KindOfFailure(code), code};
+}
+
+u32 cAskedDevice::ReadAround(u64 sector, u8* buffer, u32 count) {
   const u32 unit = m_identity.logicalSectorBytes;
   const u64 offset = sector << kSectorShift;
   const u32 length = count << kSectorShift;
@@ -84,22 +150,54 @@ u32 cAskedDevice::ReadThroughKernel(u64 sector, u8* buffer, u32 count) {
   return delivered >> kSectorShift;
 }
 
-FailureKind cAskedDevice::Judge(u32 code) {
-  const FailureKind kind = code == 0 ? FailureKind::kUnclear : KindOfFailure(code);
-  if (kind == FailureKind::kMedium || kind == FailureKind::kGone) return kind;
-  const FailureKind state = Devices().StateOf(m_path.c_str(), m_identity.sectors << kSectorShift);
+FailureKind cAskedDevice::Refined(FailureKind kind) {
+  if (kind == FailureKind::kGone) return kind;
+  // A changed medium may well have bad sectors, too.
+  if (m_isRemovable && HasOtherMedium(true)) return FailureKind::kGone;
+  if (kind == FailureKind::kMedium) return kind;
+  const u64 bytes = IsOdd() ? 0 : m_identity.sectors << kSectorShift;
+  const FailureKind state = Devices().StateOf(m_path.c_str(), bytes);
   return state == FailureKind::kNone ? kind : state;
+}
+
+// Once it is another medium, nothing is read of it until somebody has looked who it is.
+bool cAskedDevice::HasOtherMedium(bool asksDrive) {
+  if (!m_isRemovable || !m_medium) return false;
+  if (m_device->MediumNumber(asksDrive) == m_medium) return false;
+  m_device.reset();
+  m_commands.reset();
+  return true;
 }
 
 bool cAskedDevice::Reconnect(double seconds) {
   m_device.reset();
-  return WaitFor(seconds, [this] {
-    const Owned<cBaseIO> drive = OpenDrive(m_path);
-    if (!drive) return false;
-    const SourceIdentity now = IdentityOfDrive(m_path, drive.get());
-    return now.model == m_identity.model && now.serial == m_identity.serial &&
-           now.sectors == m_identity.sectors && OpenByPath();
-  });
+  m_commands.reset();
+  m_takesCommands = true;
+  return WaitFor(seconds, [this] { return ReconnectAt(m_path) || ReconnectAnywhere(); });
+}
+
+bool cAskedDevice::ReconnectAt(const std::u16string& path) {
+  const Owned<cBaseIO> drive = OpenDrive(path);
+  if (!drive) return false;
+  const SourceIdentity before = m_identity;
+  const std::u16string pathBefore = m_path;
+  m_path = path;
+  TakeIdentity(drive.get());
+  const bool isSame = m_identity.model == before.model && m_identity.serial == before.serial &&
+                      m_identity.sectors == before.sectors;
+  m_identity.physicalSectorBytes = before.physicalSectorBytes;
+  if (isSame && OpenByPath() && m_identity.logicalSectorBytes == before.logicalSectorBytes) {
+    return true;
+  }
+  m_device.reset();
+  m_commands.reset();
+  m_identity = before;
+  m_path = pathBefore;
+  return false;
+}
+
+bool cAskedDevice::ReconnectAnywhere() {
+  return false;
 }
 
 }  // namespace larkspur

@@ -2,11 +2,13 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// A drive, a volume or an optical drive as a failing source, through a handle of its own.
+// A drive, a volume or an optical drive as a failing source, through handles of its own: one for
+// reading through the kernel, and one for reading by commands where that is wanted and possible.
 
 #include <memory>
 
-#include "devices/device_system.h"
+#include "devices/pass_through_reader.h"
+#include "imaging/source_options.h"
 #include "io/base_io.h"
 #include "platform/pages.h"
 #include "rescue/asked_source.h"
@@ -17,27 +19,41 @@ class cAskedDevice final : public AskedSource {
  public:
   // `drive` is what OpenDrive made of `path`; what it said of itself is taken over, and the drive
   // is not asked again. Null when the device cannot be opened; platform::LastFailure() says why.
-  static std::unique_ptr<cAskedDevice> Open(const std::u16string& path, cBaseIO* drive);
+  static std::unique_ptr<cAskedDevice> Open(const std::u16string& path, cBaseIO* drive,
+                                            const SourceOptions& options);
 
   AskAnswer Ask(u64 sector, void* buffer, u32 count) override;
   const SourceIdentity& Identity() const override { return m_identity; }
   bool Reconnect(double seconds) override;
 
  private:
-  cAskedDevice() = default;
+  explicit cAskedDevice(const SourceOptions& options) : m_options(options) {}
+  void TakeIdentity(cBaseIO* drive);
   bool OpenByPath();
+  void OpenForCommands();
+  bool IsOdd() const { return m_identity.logicalSectorBytes % kSectorBytes != 0; }
+  AskAnswer AskThroughKernel(u64 sector, u8* buffer, u32 count);
+  AskAnswer AskByCommand(u64 sector, u8* buffer, u32 count);
   // One transfer of whole sectors of the drive's around the request: the sectors that came of it.
-  u32 ReadThroughKernel(u64 sector, u8* buffer, u32 count);
-  FailureKind Judge(u32 code);
+  u32 ReadAround(u64 sector, u8* buffer, u32 count);
+  // `kind` unless the system knows that the device, or its medium, has gone.
+  FailureKind Refined(FailureKind kind);
+  bool HasOtherMedium(bool asksDrive);
 
+  // Opens what is at `path` when it is the same drive as before.
+  bool ReconnectAt(const std::u16string& path);
+  bool ReconnectAnywhere();
+
+  SourceOptions m_options;
   std::u16string m_path;
   SourceIdentity m_identity;
   bool m_isOptical = false;
-  std::unique_ptr<platform::Device> m_device;
+  bool m_isRemovable = false;
+  std::unique_ptr<platform::Device> m_device;  // null: gone
+  std::unique_ptr<cPassThroughReader> m_commands;
+  bool m_takesCommands = true;  // as far as is known
+  std::optional<u64> m_medium;
   platform::OwnedPages m_around;  // for requests that are no whole sectors of the drive's
 };
-
-// What `drive`, opened by OpenDrive from `path`, said of itself.
-SourceIdentity IdentityOfDrive(const std::u16string& path, cBaseIO* drive);
 
 }  // namespace larkspur

@@ -65,9 +65,9 @@ bool ReadableSectors(const std::u16string& mapfile, std::vector<SectorRange>* re
   return true;
 }
 
-std::unique_ptr<AskedSource> OpenAsked(const std::u16string& path, cBaseIO* storage,
-                                       bool isDevice) {
-  if (isDevice) return cAskedDevice::Open(path, storage);
+std::unique_ptr<AskedSource> OpenAsked(const std::u16string& path, cBaseIO* storage, bool isDevice,
+                                       const SourceOptions& options) {
+  if (isDevice) return cAskedDevice::Open(path, storage, options);
   return cAskedFile::Open(path);
 }
 
@@ -89,12 +89,12 @@ Source OpenSource(const std::u16string& path, const SourceOptions& options) {
   Source source;
   Owned<cBaseIO> storage = OpenStorage(path, isDevice);
   if (!storage) return Failed(SourceAnswer::kCannotOpen);
-  source.sectors = storage->GetSectorCount();
   source.looseBytes = static_cast<u32>(storage->GetByteSize() % kSectorBytes);
   source.systemError = platform::LastFailure();
-  source.answer = AnswerFor(source);
-  source.asked = OpenAsked(path, storage.get(), isDevice);
+  source.asked = OpenAsked(path, storage.get(), isDevice, options);
   if (!source.asked) return Failed(SourceAnswer::kCannotOpen);
+  source.sectors = source.asked->Identity().sectors;
+  source.answer = AnswerFor(source);
   if (!options.testMapfile.empty()) {
     auto readable = std::make_shared<std::vector<SectorRange>>();
     if (!ReadableSectors(options.testMapfile, readable.get(), &source)) return source;

@@ -43,6 +43,10 @@ class Device {
   virtual bool Control(u32 code, std::span<const u8> in, std::span<u8> out, u32* returned) = 0;
   // Whether the device has power; none when the system does not know.
   virtual std::optional<bool> IsPowered() = 0;
+  // A number that is another one once the medium has been changed; none where the system does not
+  // count, or there is no medium. With `asksDrive` the drive is asked whether it has one, which a
+  // system may not have noticed yet.
+  virtual std::optional<u64> MediumNumber(bool asksDrive) = 0;
 };
 
 // A disk as the tree of devices knows it.

@@ -42,6 +42,17 @@ constexpr u32 kDescriptorSerialOffset = 24;
 constexpr u32 kDescriptorBusOffset = 28;
 constexpr u32 kDescriptorHeadBytes = 36;
 
+// Sizes of sectors: 12 bytes in, of which the first u32 is 6 (the property of access alignment), 28
+// bytes out.
+//  16 u32  bytes of a logical sector
+//  20 u32  bytes of a physical one
+//  24 u32  how far into a physical sector the first logical one begins
+constexpr u32 kAlignmentProperty = 6;
+constexpr u32 kAlignmentBytes = 28;
+constexpr u32 kAlignmentLogicalOffset = 16;
+constexpr u32 kAlignmentPhysicalOffset = 20;
+constexpr u32 kAlignmentFirstOffset = 24;
+
 enum BusType : u32 {
   kBusUnknown = 0,
   kBusScsi = 1,

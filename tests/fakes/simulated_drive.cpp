@@ -33,6 +33,10 @@ class SimulatedDevice final : public Device {
   u32 Write(const void* buffer, u32 length) override;
   bool Control(u32 code, std::span<const u8> in, std::span<u8> out, u32* returned) override;
   std::optional<bool> IsPowered() override { return m_drive->isPowered; }
+  std::optional<u64> MediumNumber(bool asksDrive) override {
+    if (asksDrive) m_drive->log.push_back("query medium");
+    return m_drive->mediumNumber;
+  }
 
  private:
   bool Query(u32 code, std::span<const u8> in, std::span<u8> out, u32* returned);
@@ -63,12 +67,16 @@ u32 SimulatedDevice::Read(void* buffer, u32 length) {
   drive.Expect(m_access & kAccessRead, "a read needs the right to read");
   drive.Expect(length > 0 && length % drive.sectorBytes == 0 && m_position % drive.sectorBytes == 0,
                "a read of whole sectors: " + drive.log.back());
+  drive.Expect(!!(m_access & kAccessUnbuffered) == drive.isOptical, "buffering");
   drive.Expect(reinterpret_cast<std::uintptr_t>(buffer) % 4096 == 0, "a buffer at a page's start");
   if (drive.vanishesAfterReads && drive.reads >= *drive.vanishesAfterReads) drive.isPresent = false;
   ++drive.reads;
   const u64 first = m_position / drive.sectorBytes;
-  const u32 good = drive.isPresent ? Readable(first, length / drive.sectorBytes) : 0;
-  if (good * drive.sectorBytes < length) SetLastFailure(SimulatedDrive::kIoError);
+  const u32 good =
+      drive.isPresent && !drive.hangs ? Readable(first, length / drive.sectorBytes) : 0;
+  if (good * drive.sectorBytes < length) {
+    SetLastFailure(SimulatedDrive::CodeOf(drive.hangs ? FailureKind::kTransport : drive.failsAs));
+  }
   const auto bytes = drive.Content(first, good);
   std::copy(bytes.begin(), bytes.end(), static_cast<u8*>(buffer));
   m_position += bytes.size();
@@ -109,6 +117,14 @@ void PutGeometry(const SimulatedDrive& drive, std::span<u8> out) {
   StoreLe32(&out[20], drive.geometrySectorBytes.value_or(drive.sectorBytes));
 }
 
+bool PutAlignment(const SimulatedDrive& drive, std::span<u8> out) {
+  if (drive.physicalBytes == 0) return false;
+  StoreLe32(&out[16], drive.sectorBytes);
+  StoreLe32(&out[20], drive.physicalBytes);
+  StoreLe32(&out[24], drive.firstPhysicalOffset);
+  return true;
+}
+
 void PutNumber(const SimulatedDrive& drive, std::span<u8> out) {
   StoreLe32(&out[0], *drive.deviceType);
   StoreLe32(&out[4], drive.number);
@@ -124,6 +140,11 @@ bool SimulatedDevice::Query(u32 code, std::span<const u8> in, std::span<u8> out,
     *returned = has ? static_cast<u32>(outBytes) : 0;
     return has && out.size() == outBytes;
   };
+  if (code == 0x2D1400 && !in.empty() && in[0] == 6) {
+    drive.Expect(in.size() == 12 && IsZero(&in[1], 11) && out.size() == 28, "sizes of sectors");
+    *returned = 28;
+    return PutAlignment(drive, out);
+  }
   switch (code) {
     case 0x2D1400:
       if (!answers(drive.hasDescriptor, 12, kDescriptorRoom)) return false;
@@ -156,7 +177,7 @@ bool SimulatedDevice::Control(u32 code, std::span<const u8> in, std::span<u8> ou
   constexpr u32 kPassThroughs[] = {kScsiPassThrough, kScsiPassThroughDirect, kAtaPassThrough,
                                    kIdePassThrough};
   *returned = 0;
-  SetLastFailure(SimulatedDrive::kIoError);
+  SetLastFailure(SimulatedDrive::CodeOf(FailureKind::kUnclear));
   if (!m_drive->isPresent) return false;
   if (std::count(std::begin(kPassThroughs), std::end(kPassThroughs), code) > 0) {
     m_drive->Expect((m_access & (kAccessRead | kAccessWrite)) == (kAccessRead | kAccessWrite),
@@ -170,6 +191,18 @@ bool SimulatedDevice::Control(u32 code, std::span<const u8> in, std::span<u8> ou
 }
 
 }  // namespace
+
+u32 SimulatedDrive::CodeOf(FailureKind kind) {
+  u32 code = 1;
+  while (KindOfFailure(code) != kind || IsFormRefused(code) || IsInterrupted(code)) ++code;
+  return code;
+}
+
+u32 SimulatedDrive::RefusedForm() {
+  u32 code = 1;
+  while (!IsFormRefused(code)) ++code;
+  return code;
+}
 
 std::string SimulatedDrive::TakeLog() {
   std::string text;
@@ -217,9 +250,12 @@ std::unique_ptr<Device> SimulatedDevices::Open(const char16_t* path, u32 access)
     SetLastFailure(kNoSuchFile);
     return nullptr;
   }
+  if (drive->openError) {
+    SetLastFailure(*drive->openError);
+    return nullptr;
+  }
   const bool inTree = path[0] == u't';
   drive->Expect(!inTree || access == kAccessQuery, "in the tree, drives are asked only");
-  drive->Expect(!!(access & kAccessUnbuffered) == drive->isOptical, "buffering");
   drive->log.push_back(std::string(inTree ? "look" : "open") + (access & kAccessRead ? " r" : "") +
                        (access & kAccessWrite ? "w" : ""));
   return std::make_unique<SimulatedDevice>(drive, access);
@@ -228,7 +264,7 @@ std::unique_ptr<Device> SimulatedDevices::Open(const char16_t* path, u32 access)
 FailureKind SimulatedDevices::StateOf(const char16_t* path, u64 bytes) {
   const auto drive = Find(path);
   const bool isThere = drive && drive->isPresent && drive->lengthBytes.value_or(bytes) >= bytes;
-  return isThere ? FailureKind::kNone : FailureKind::kGone;
+  return isThere ? drive->state : FailureKind::kGone;
 }
 
 bool SimulatedDevices::IsOpticalDrive(const char16_t* drive) {
@@ -300,6 +336,21 @@ std::vector<u8> MakeInquiry(const std::string& vendor, const std::string& produc
 
 std::vector<u8> FixedSense(u8 key, u8 asc, u8 ascq) {
   return {0x70, 0, key, 0, 0, 0, 0, 10, 0, 0, 0, 0, asc, ascq, 0, 0, 0, 0};
+}
+
+std::vector<u8> FixedSenseAt(u32 block, u8 key, u8 asc, u8 ascq) {
+  std::vector<u8> sense = FixedSense(key, asc, ascq);
+  sense[0] |= 0x80;
+  StoreBe32(&sense[3], block);
+  return sense;
+}
+
+std::vector<u8> DescriptorSenseAt(u64 block, u8 key, u8 asc, u8 ascq) {
+  // An unknown descriptor stands before the one with the block.
+  std::vector<u8> sense{0x72, key, asc, ascq, 0, 0, 0, 16, 0x80, 2, 0, 0, 0, 10, 0x80, 0};
+  sense.resize(24);
+  StoreBe64(&sense[16], block);
+  return sense;
 }
 
 std::string Hex(std::span<const u8> bytes) {

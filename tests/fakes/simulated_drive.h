@@ -47,7 +47,10 @@ struct AtaReply {
 };
 
 struct SimulatedDrive {
-  static constexpr u32 kIoError = 23;  // means neither "gone" nor "no right" on any system
+  // A number of this system's that means such a failure of a read, and nothing else.
+  static u32 CodeOf(platform::FailureKind kind);
+  // A number that means that a request of this form is not taken.
+  static u32 RefusedForm();
 
   std::u16string path;
 
@@ -56,7 +59,12 @@ struct SimulatedDrive {
   u32 sectorBytes = 512;
   u64 sectors = 4000;  // of sectorBytes
   std::set<u64> failing;
-  std::map<u64, u32> slow;  // seconds that a sector takes
+  platform::FailureKind failsAs = platform::FailureKind::kUnclear;  // what the kernel says of them
+  // What the drive says of a failing sector, in sense data.
+  std::function<std::vector<u8>(u64 sector)> senseOf;
+  bool hangs = false;            // each request takes all its time, and comes to nothing
+  std::optional<u32> openError;  // the device is there and cannot be opened
+  std::map<u64, u32> slow;       // seconds that a sector takes
   bool deliversPrefix = false;
   bool isPresent = true;
   std::optional<u64> vanishesAfterReads;
@@ -77,6 +85,10 @@ struct SimulatedDrive {
   std::optional<u64> partitionStartBytes;
   bool speaksSmart = false;
   std::optional<bool> isPowered;
+  std::optional<u64> mediumNumber = 1;
+  platform::FailureKind state = platform::FailureKind::kNone;  // of the connection
+  u32 physicalBytes = 0;                                       // 0: not told
+  u32 firstPhysicalOffset = 0;
   std::u16string usbParent;  // not empty: the disk is in the tree of devices
   bool isOptical = false;
 
@@ -88,6 +100,7 @@ struct SimulatedDrive {
   std::optional<std::string> unitSerial;
   bool knowsCapacity16 = true, knowsCapacity10 = true;
   u64 lastLba = 3999;
+  u32 readSeconds = 20;  // that read commands must be given
   std::function<std::optional<ScsiReply>(const ScsiAsked&)> onScsi;  // none: as above
   std::function<std::optional<AtaReply>(std::span<const u8> request)> onAta;
   std::function<std::optional<AtaReply>(std::span<const u8> request)> onIde;
@@ -136,8 +149,10 @@ void SetWord(std::vector<u8>* identify, u32 index, u16 value);
 std::vector<u8> MakeInquiry(const std::string& vendor, const std::string& product,
                             const std::string& revision);
 
-// Sense data in the fixed form.
+// Sense data in the fixed form, and in both with the block that they name.
 std::vector<u8> FixedSense(u8 key, u8 asc, u8 ascq);
+std::vector<u8> FixedSenseAt(u32 block, u8 key, u8 asc, u8 ascq);
+std::vector<u8> DescriptorSenseAt(u64 block, u8 key, u8 asc, u8 ascq);
 
 // "85 08 0E", and back.
 std::string Hex(std::span<const u8> bytes);

@@ -11,11 +11,13 @@
 namespace larkspur::fakes {
 namespace {
 
+using platform::FailureKind;
 using platform::SetLastFailure;
 
 constexpr u8 kIn = 1, kNone = 2;
 constexpr u8 kCheckCondition = 2;
 
+constexpr u32 kReadSeconds = 0;  // what the drive says
 // What each command must look like: its length, its time, and which bytes of it may be anything.
 struct CommandRule {
   u8 operation;
@@ -28,8 +30,8 @@ constexpr CommandRule kRules[] = {
     {0x12, 6, 20, "12 01 80 .. .. 00"},
     {0x25, 10, 20, "25"},
     {0x9E, 16, 20, "9E 10 00 00 00 00 00 00 00 00 00 00 00 20"},
-    {0x28, 10, 20, "28 00 .. .. .. .. 00 .. .. 00"},
-    {0x88, 16, 20, "88 00 .. .. .. .. .. .. .. .. .. .. .. .. 00 00"},
+    {0x28, 10, kReadSeconds, "28 00 .. .. .. .. 00 .. .. 00"},
+    {0x88, 16, kReadSeconds, "88 00 .. .. .. .. .. .. .. .. .. .. .. .. 00 00"},
     {0x85, 16, 20, "85 .. .. .. .. .. .. .. .. .. .. .. .. .. .. 00"},
     {0xA1, 12, 20, "A1 .. .. .. .. .. .. .. .. .. 00 00"},
     {0xDF, 12, 20, "DF .. 00 .. .. .. .. .. .. .. .. .. 06 7B"},
@@ -40,10 +42,13 @@ constexpr CommandRule kRules[] = {
     {0xF8, 12, 10, "F8 00 21 00 00 00 00 00 00 00 00 00"},
     {0xF8, 12, 10, "F8 00 23 00 00 .. .. .. .. .. 00 00"},
     {0xBE, 12, 2, "BE 00 .. .. .. .. 00 00 01 10 00 00"},
+    {0xBE, 12, kReadSeconds, "BE 00 .. .. .. .. 00 00 01 10 00 00"},
 };
 
-bool Fits(const CommandRule& rule, std::span<const u8> cdb, u32 length, u32 timeout) {
-  if (length != rule.cdbLength || timeout != rule.timeoutSeconds) return false;
+bool Fits(const SimulatedDrive& drive, const CommandRule& rule, std::span<const u8> cdb, u32 length,
+          u32 timeout) {
+  const u32 seconds = rule.timeoutSeconds == kReadSeconds ? drive.readSeconds : rule.timeoutSeconds;
+  if (length != rule.cdbLength || timeout != seconds) return false;
   const std::string pattern = rule.pattern;
   for (size_t i = 0; i < cdb.size(); ++i) {
     const size_t at = 3 * i;
@@ -66,6 +71,8 @@ std::optional<u32> LengthOf(const SimulatedDrive& drive, std::span<const u8> cdb
       return LoadBe16(&cdb[7]) * drive.sectorBytes;
     case 0x88:
       return LoadBe32(&cdb[10]) * drive.sectorBytes;
+    case 0xBE:
+      return 2352;
     case 0xF8:
       return cdb[2] == 0x21 ? 8 : cdb[2] == 0x23 ? 0 : cdb[4] * 512;
   }
@@ -76,7 +83,7 @@ void CheckHead(SimulatedDrive& drive, std::span<const u8> in, u8 senseRoom) {
   const auto cdb = in.subspan(36, 16);
   const u32 timeout = LoadLe32(&in[16]), length = LoadLe32(&in[12]);
   const bool isKnown = std::any_of(std::begin(kRules), std::end(kRules), [&](const auto& rule) {
-    return Fits(rule, cdb, in[6], timeout);
+    return Fits(drive, rule, cdb, in[6], timeout);
   });
   drive.Expect(isKnown, "command " + Hex(cdb) + ", length " + std::to_string(in[6]) + ", time " +
                             std::to_string(timeout));
@@ -119,10 +126,11 @@ ScsiReply ReadSectors(SimulatedDrive& drive, u64 lba, u32 count, u32 timeout) {
   for (u64 sector = lba; sector < lba + count; ++sector) {
     const u32 seconds = drive.slow.count(sector) ? drive.slow[sector] : 0;
     drive.secondsWaited += std::min(seconds, timeout);
-    if (seconds > timeout) return {.error = SimulatedDrive::kIoError};
+    if (seconds > timeout) return {.error = SimulatedDrive::CodeOf(FailureKind::kTransport)};
     ++drive.askedTimes[sector];
     if (drive.failing.count(sector)) {
-      return {.status = kCheckCondition, .sense = FixedSense(3, 0x11, 0)};
+      return {.status = kCheckCondition,
+              .sense = drive.senseOf ? drive.senseOf(sector) : FixedSense(3, 0x11, 0)};
     }
   }
   return {.data = drive.Content(lba, count)};
@@ -165,6 +173,10 @@ ScsiReply AnswerScsiDrive(SimulatedDrive& drive, const ScsiAsked& asked) {
 }
 
 ScsiReply Answer(SimulatedDrive& drive, const ScsiAsked& asked) {
+  if (drive.hangs) {
+    drive.secondsWaited += asked.timeoutSeconds;
+    return {.error = SimulatedDrive::CodeOf(FailureKind::kTransport)};
+  }
   if (drive.onScsi) {
     if (auto reply = drive.onScsi(asked)) return *reply;
   }

@@ -26,6 +26,18 @@ class AskedSourceTest : public DeviceTest {
     drive->identifyData = fakes::MakeIdentify("Model", "SN1", "FW", sectors);
     return drive;
   }
+  // One that takes commands.
+  fakes::SimulatedDrive* MakeScsiDrive(u32 sectorBytes = 512, u64 sectors = 4000) {
+    fakes::SimulatedDrive* drive = MakeDrive(sectorBytes, sectors);
+    drive->wrapping = fakes::Wrapping::kNone;
+    drive->identifyData.clear();
+    drive->bus = 1;
+    drive->inquiry = fakes::MakeInquiry("ACME", "Disk", "1.0");
+    drive->unitSerial = "SN1";
+    drive->lastLba = sectors - 1;
+    drive->readSeconds = 10;
+    return drive;
+  }
   Source Open(const fakes::SimulatedDrive& drive, const SourceOptions& options = {}) {
     Source source = OpenSource(drive.path, options);
     EXPECT_EQ(source.answer, SourceAnswer::kOpened);
@@ -131,6 +143,348 @@ TEST_F(AskedSourceTest, WhatHasGoneComesBackAsTheSame) {
   drive->identifyData = fakes::MakeIdentify("Model", "SN1", "FW", 4000);
   EXPECT_TRUE(source.asked->Reconnect(0));
   EXPECT_EQ(Ask(source, 0, 8), "8");
+}
+
+// Kernel first, commands from the first failure on; the drive names what is bad.
+TEST_F(AskedSourceTest, CommandsReadFromTheFirstFailureOn) {
+  fakes::SimulatedDrive* drive = MakeScsiDrive();
+  drive->failing = {300, 301};
+  drive->senseOf = [](u64) { return fakes::FixedSenseAt(300, 3, 0x11, 0); };
+  const Source source = Open(*drive);
+  drive->TakeLog();
+  EXPECT_EQ(Ask(source, 128, 128), "128");
+  EXPECT_EQ(Ask(source, 256, 128), "0 unclear");
+  EXPECT_EQ(drive->TakeLog(), "read 65536+65536\nread 131072+65536\nopen rw");
+  EXPECT_EQ(Ask(source, 256, 44), "44");
+  EXPECT_EQ(Ask(source, 300, 1), "0 medium at 300");
+  EXPECT_EQ(Ask(source, 301, 4), "0 medium") << "it names one that was not asked for";
+  EXPECT_EQ(drive->TakeLog(),
+            "scsi 28 00 00 00 01 00 00 00 2C 00 in 22528\n"
+            "scsi 28 00 00 00 01 2C 00 00 01 00 in 512\n"
+            "scsi 28 00 00 00 01 2D 00 00 04 00 in 2048");
+}
+
+TEST_F(AskedSourceTest, WhenCommandsAreUsed) {
+  const struct {
+    PassThrough use;
+    const char* log;
+  } cases[] = {
+      {PassThrough::kOff, "read 0+4096\nread 0+512\nread 512+512"},
+      {PassThrough::kAuto,
+       "read 0+4096\nopen rw\nscsi 28 00 00 00 00 00 00 00 01 00 in 512\n"
+       "scsi 28 00 00 00 00 01 00 00 01 00 in 512"},
+      {PassThrough::kOn,
+       "scsi 28 00 00 00 00 00 00 00 08 00 in 4096\nscsi 28 00 00 00 00 00 00 00 01 00 in 512\n"
+       "scsi 28 00 00 00 00 01 00 00 01 00 in 512"},
+  };
+  for (const auto& c : cases) {
+    fakes::SimulatedDrive* drive = MakeScsiDrive();
+    drive->failing = {0};
+    const Source source = Open(*drive, {.passThrough = c.use});
+    drive->TakeLog();
+    Ask(source, 0, 8);
+    Ask(source, 0, 1);
+    EXPECT_EQ(Ask(source, 1, 1), "1");
+    EXPECT_EQ(drive->TakeLog(), c.log);
+    drive->path.clear();
+  }
+}
+
+// What a drive answers to one command, and what that is called.
+TEST_F(AskedSourceTest, SenseDataDecide) {
+  const auto status = [](u8 code) { return fakes::ScsiReply{.status = code}; };
+  const auto sense = [](std::vector<u8> bytes) {
+    return fakes::ScsiReply{.status = 2, .sense = std::move(bytes)};
+  };
+  const auto error = [](FailureKind kind) {
+    return fakes::ScsiReply{.error = fakes::SimulatedDrive::CodeOf(kind)};
+  };
+  std::vector<u8> whole = fakes::Pattern(100, 8);
+  const struct {
+    const char* name;
+    fakes::ScsiReply reply;
+    const char* answer;
+  } cases[] = {
+      {"medium, fixed", sense(fakes::FixedSenseAt(103, 3, 0x11, 0)), "0 medium at 103"},
+      {"medium, descriptors", sense(fakes::DescriptorSenseAt(107, 3, 0x11, 4)), "0 medium at 107"},
+      {"before the request", sense(fakes::FixedSenseAt(99, 3, 0x11, 0)), "0 medium"},
+      {"past the request", sense(fakes::DescriptorSenseAt(108, 3, 0x11, 0)), "0 medium"},
+      {"no place on any drive", sense(fakes::DescriptorSenseAt(~u64{0}, 3, 0x11, 0)), "0 medium"},
+      {"no block named", sense(fakes::FixedSense(3, 0x11, 0)), "0 medium"},
+      {"sense cut short", sense({0xF0, 0, 3}), "0 medium"},
+      {"descriptors cut short", sense({0x72, 3, 0x11, 0, 0, 0, 0, 0xFF, 0, 10}), "0 medium"},
+      {"endless descriptors", sense({0x72, 3, 0x11, 0, 0, 0, 0, 0xFF, 1, 0, 1, 0}), "0 medium"},
+      {"blank", sense(fakes::FixedSense(8, 0, 0)), "0 medium"},
+      {"recovered", {.status = 2, .sense = fakes::FixedSense(1, 0x17, 0), .data = whole}, "8"},
+      {"hardware", sense(fakes::FixedSense(4, 0x44, 0)), "0 transport"},
+      {"aborted", sense(fakes::FixedSense(11, 0x47, 0)), "0 transport"},
+      {"reset", sense(fakes::FixedSense(6, 0x29, 0)), "0 transport"},
+      {"no medium", sense(fakes::FixedSense(2, 0x3A, 0)), "0 gone"},
+      {"not ready", sense(fakes::FixedSense(2, 4, 0)), "0 gone"},
+      {"will never be ready", sense(fakes::FixedSense(2, 4, 3)), "0 gone"},
+      {"becoming ready", sense(fakes::FixedSense(2, 4, 1)), "0 transport"},
+      {"locked", sense(fakes::FixedSense(7, 0x20, 2)), "0 system"},
+      {"deferred", sense({0x71, 0, 3, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x11, 0}), "0 transport"},
+      {"no such sector", sense(fakes::FixedSense(5, 0x21, 0)), "0 unclear"},
+      {"no sense data", status(2), "0 unclear"},
+      {"busy", status(8), "0 transport"},
+      {"timed out", error(FailureKind::kTransport), "0 transport"},
+      {"disconnected", error(FailureKind::kGone), "0 gone"},
+      {"no memory", error(FailureKind::kSystem), "0 system"},
+      // These say that the drive does not take such commands: the kernel is asked instead.
+      {"unknown command", sense(fakes::FixedSense(5, 0x20, 0)), "8"},
+      {"unknown field", sense(fakes::DescriptorSenseAt(0, 5, 0x24, 0)), "8"},
+      {"too little", {.data = {whole.begin(), whole.begin() + 512}, .lost = 3584}, "8"},
+      {"refused by the driver", {.error = fakes::SimulatedDrive::RefusedForm()}, "8"},
+  };
+  for (const auto& c : cases) {
+    fakes::SimulatedDrive* drive = MakeScsiDrive();
+    const Source source = Open(*drive, {.passThrough = PassThrough::kOn});
+    drive->onScsi = [&](const auto&) { return c.reply; };
+    drive->TakeLog();
+    EXPECT_EQ(Ask(source, 100, 8), c.answer) << c.name;
+    const bool isTaken = c.answer != std::string("8") || c.name == std::string("recovered");
+    EXPECT_EQ(drive->TakeLog().find("read ") == std::string::npos, isTaken) << c.name;
+    drive->onScsi = nullptr;
+    Ask(source, 100, 8);
+    EXPECT_EQ(drive->TakeLog().find("read ") == std::string::npos, isTaken)
+        << c.name << ": and so for the rest of the run";
+    drive->path.clear();
+  }
+}
+
+TEST_F(AskedSourceTest, CommandsCountFromTheDrivesStart) {
+  fakes::SimulatedDrive* drive = MakeScsiDrive(4096, 100);
+  drive->partition = 2;
+  drive->partitionStartBytes = 10 * 4096;
+  const Source source = Open(*drive, {.passThrough = PassThrough::kOn});
+  drive->TakeLog();
+  drive->senseOf = [](u64) { return fakes::FixedSenseAt(12, 3, 0x11, 0); };
+  drive->onScsi = [&](const fakes::ScsiAsked& asked) -> std::optional<fakes::ScsiReply> {
+    if (asked.cdb[5] != 12) return fakes::ScsiReply{.data = drive->Content(asked.cdb[5] - 10u, 1)};
+    return fakes::ScsiReply{.status = 2, .sense = fakes::FixedSenseAt(12, 3, 0x11, 0)};
+  };
+  EXPECT_EQ(Ask(source, 8, 8), "8");
+  EXPECT_EQ(Ask(source, 11, 2), "2") << "cut out of a block";
+  EXPECT_EQ(Ask(source, 16, 8), "0 medium at 16");
+  EXPECT_EQ(Ask(source, 19, 3), "0 medium at 19");
+  EXPECT_EQ(drive->TakeLog(),
+            "scsi 28 00 00 00 00 0B 00 00 01 00 in 4096\n"
+            "scsi 28 00 00 00 00 0B 00 00 01 00 in 4096\n"
+            "scsi 28 00 00 00 00 0C 00 00 01 00 in 4096\n"
+            "scsi 28 00 00 00 00 0C 00 00 01 00 in 4096");
+  // Where that is not known, or no whole block, no command is sent.
+  for (const std::optional<u64> start : {std::optional<u64>(), std::optional<u64>(512)}) {
+    drive->partitionStartBytes = start;
+    drive->onScsi = nullptr;
+    const Source other = Open(*drive, {.passThrough = PassThrough::kOn});
+    drive->TakeLog();
+    EXPECT_EQ(Ask(other, 8, 8), "8");
+    EXPECT_EQ(drive->TakeLog(), "read 4096+4096");
+  }
+}
+
+TEST_F(AskedSourceTest, FarBlocksAreReadByTheLongCommand) {
+  const u64 last = (u64{1} << 32) + 1;
+  fakes::SimulatedDrive* drive = MakeScsiDrive(512, last + 1);
+  const Source source = Open(*drive, {.passThrough = PassThrough::kOn});
+  drive->TakeLog();
+  EXPECT_EQ(Ask(source, last - 2, 1), "1");
+  EXPECT_EQ(Ask(source, last - 2, 3), "3");
+  EXPECT_EQ(drive->TakeLog(),
+            "scsi 28 00 FF FF FF FF 00 00 01 00 in 512\n"
+            "scsi 88 00 00 00 00 00 FF FF FF FF 00 00 00 03 00 00 in 1536");
+}
+
+// What has no connection for SCSI commands is never sent any.
+TEST_F(AskedSourceTest, OtherDevicesAreReadThroughTheKernelOnly) {
+  for (const u32 bus : {0u, 12u, 13u, 14u, 15u, 17u}) {
+    fakes::SimulatedDrive* drive = MakeScsiDrive();
+    drive->bus = bus;
+    const Source source = Open(*drive, {.passThrough = PassThrough::kOn});
+    EXPECT_EQ(Ask(source, 0, 8), "8");
+    EXPECT_EQ(drive->TakeLog().find("scsi 28"), std::string::npos) << bus;
+    drive->path.clear();
+  }
+}
+
+TEST_F(AskedSourceTest, WhatTheKernelSays) {
+  const struct {
+    FailureKind told;
+    FailureKind state;
+    const char* answer;
+  } cases[] = {
+      {FailureKind::kMedium, FailureKind::kNone, "0 medium"},
+      {FailureKind::kTransport, FailureKind::kNone, "0 transport"},
+      {FailureKind::kGone, FailureKind::kNone, "0 gone"},
+      {FailureKind::kSystem, FailureKind::kNone, "0 system"},
+      {FailureKind::kUnclear, FailureKind::kNone, "0 unclear"},
+      {FailureKind::kUnclear, FailureKind::kTransport, "0 transport"},
+      {FailureKind::kUnclear, FailureKind::kGone, "0 gone"},
+      {FailureKind::kTransport, FailureKind::kGone, "0 gone"},
+  };
+  for (const auto& c : cases) {
+    fakes::SimulatedDrive* drive = MakeDrive();
+    drive->failing = {0};
+    drive->failsAs = c.told;
+    const Source source = Open(*drive, {.passThrough = PassThrough::kOff});
+    drive->state = c.state;
+    EXPECT_EQ(Ask(source, 0, 8), c.answer);
+    drive->path.clear();
+  }
+}
+
+TEST_F(AskedSourceTest, ADriveThatHangs) {
+  fakes::SimulatedDrive* drive = MakeScsiDrive();
+  const Source source = Open(*drive, {.timeoutSeconds = 7});
+  drive->readSeconds = 7;
+  drive->hangs = true;
+  EXPECT_EQ(Ask(source, 0, 8), "0 transport");
+  EXPECT_EQ(Ask(source, 0, 8), "0 transport");
+  EXPECT_EQ(drive->secondsWaited, 7u) << "our time, and no second try";
+  drive->hangs = false;
+  EXPECT_EQ(Ask(source, 0, 8), "8");
+}
+
+// Nothing of another medium is given for the one that was there.
+TEST_F(AskedSourceTest, AMediumThatIsChanged) {
+  for (const bool fails : {false, true}) {
+    fakes::SimulatedDrive* drive = MakeScsiDrive();
+    drive->isRemovable = true;
+    const Source source = Open(*drive);
+    EXPECT_EQ(Ask(source, 0, 8), "8");
+    if (fails) drive->failing = {0};
+    drive->mediumNumber = 2;
+    EXPECT_EQ(Ask(source, 0, 8), "0 gone");
+    EXPECT_EQ(Ask(source, 8, 8), "0 gone");
+    drive->mediumNumber.reset();
+    drive->lengthBytes = 0;
+    EXPECT_FALSE(source.asked->Reconnect(0));
+    drive->mediumNumber = 3;
+    drive->lengthBytes = 4000 * 512;
+    EXPECT_TRUE(source.asked->Reconnect(0));
+    EXPECT_EQ(Ask(source, 8, 8), "8");
+    drive->path.clear();
+  }
+}
+
+TEST_F(AskedSourceTest, AnOpticalDriveByItsSenseData) {
+  const struct {
+    u8 key, asc;
+    const char* answer;
+  } cases[] = {{3, 0x11, "0 medium"},    {2, 0x3A, "0 gone"},   {6, 0x28, "0 gone"},
+               {6, 0x29, "0 transport"}, {4, 0, "0 transport"}, {2, 4, "0 gone"}};
+  for (const auto& c : cases) {
+    fakes::SimulatedDrive* drive = MakeDrive(2048, 100);
+    drive->isOptical = true;
+    drive->isRemovable = true;
+    drive->failing = {50};
+    drive->readSeconds = 10;
+    drive->bus = 2;
+    const Source source = Open(*drive);
+    EXPECT_EQ(Ask(source, 192, 128), "0 unclear");
+    drive->TakeLog();
+    drive->senseOf = [&](u64) { return fakes::FixedSense(c.key, c.asc, 0); };
+    EXPECT_EQ(Ask(source, 196, 4), "4");
+    EXPECT_EQ(Ask(source, 200, 4), c.answer);
+    EXPECT_EQ(drive->TakeLog(),
+              "scsi BE 00 00 00 00 31 00 00 01 10 00 00 in 2352\n"
+              "scsi BE 00 00 00 00 32 00 00 01 10 00 00 in 2352");
+    drive->path.clear();
+  }
+}
+
+// A DVD: only the plain command.
+TEST_F(AskedSourceTest, AnOpticalDriveWithoutRawReading) {
+  fakes::SimulatedDrive* drive = MakeScsiDrive(2048, 100);
+  drive->isOptical = true;
+  drive->isRemovable = true;
+  drive->onScsi = [](const fakes::ScsiAsked& asked) -> std::optional<fakes::ScsiReply> {
+    if (asked.cdb[0] != 0xBE) return std::nullopt;
+    return fakes::ScsiReply{.status = 2, .sense = fakes::FixedSense(5, 0x20, 0)};
+  };
+  const Source source = Open(*drive, {.passThrough = PassThrough::kOn});
+  drive->TakeLog();
+  EXPECT_EQ(Ask(source, 4, 4), "4");
+  EXPECT_EQ(Ask(source, 8, 4), "4");
+  EXPECT_EQ(Ask(source, 4, 8), "8");
+  EXPECT_EQ(drive->TakeLog(),
+            "scsi BE 00 00 00 00 01 00 00 01 10 00 00 in 2352\n"
+            "scsi 28 00 00 00 00 01 00 00 01 00 in 2048\n"
+            "scsi 28 00 00 00 00 02 00 00 01 00 in 2048\n"
+            "scsi 28 00 00 00 00 01 00 00 02 00 in 4096");
+}
+
+// The system gives such drives no size, or a wrong one; they say it themselves.
+TEST_F(AskedSourceTest, SectorsOfOddSizes) {
+  for (const u32 sectorBytes : {520u, 528u}) {
+    for (const u64 told : {u64{0}, u64{4000} * sectorBytes}) {
+      fakes::SimulatedDrive* drive = MakeScsiDrive(sectorBytes);
+      drive->lengthBytes = told;
+      drive->geometrySectorBytes = 512;
+      drive->failing = {100};
+      drive->senseOf = [](u64) { return fakes::FixedSenseAt(100, 3, 0x11, 0); };
+      const Source source = Open(*drive, {.passThrough = PassThrough::kOff});
+      EXPECT_EQ(source.sectors, 4000u);
+      EXPECT_EQ(source.asked->Identity().logicalSectorBytes, sectorBytes);
+      EXPECT_EQ(source.asked->Identity().physicalSectorBytes, 512u);
+      drive->TakeLog();
+      EXPECT_EQ(Ask(source, 101, 128), "128");
+      EXPECT_EQ(Ask(source, 99, 2), "0 medium at 100");
+      EXPECT_EQ(Ask(source, 3999, 1), "1");
+      EXPECT_EQ(drive->TakeLog().find("read"), std::string::npos);
+      drive->onScsi = [](const auto&) {
+        return fakes::ScsiReply{.status = 2, .sense = fakes::FixedSense(5, 0x20, 0)};
+      };
+      EXPECT_EQ(Ask(source, 0, 1), "0 system") << "there is no other way";
+      drive->path.clear();
+    }
+  }
+}
+
+TEST_F(AskedSourceTest, PhysicalSectors) {
+  const struct {
+    u32 logical;
+    u32 told;  // by the drive, as a power of two of logical sectors
+    u32 system;
+    u32 offset;
+    u64 start;
+    u32 physical;
+  } cases[] = {
+      {512, 0, 0, 0, 0, 512},           {512, 3, 0, 0, 0, 4096},
+      {512, 0, 4096, 0, 0, 4096},       {512, 3, 512, 0, 0, 4096},
+      {512, 15, 0, 0, 0, 512},          {512, 0, 3000, 0, 0, 512},
+      {512, 0, 1u << 31, 0, 0, 512},    {512, 3, 0, 0, 63 * 512, 512},
+      {512, 3, 0, 0, 2048 * 512, 4096}, {512, 0, 4096, 3584, 512, 4096},
+      {4096, 0, 4096, 0, 0, 4096},      {4096, 0, 512, 0, 0, 4096},
+  };
+  for (const auto& c : cases) {
+    fakes::SimulatedDrive* drive = MakeDrive(c.logical);
+    fakes::SetWord(&drive->identifyData, 106, static_cast<u16>(0x6000 | c.told));
+    drive->physicalBytes = c.system;
+    drive->firstPhysicalOffset = c.offset;
+    drive->partitionStartBytes = c.start;
+    EXPECT_EQ(Open(*drive).asked->Identity().physicalSectorBytes, c.physical)
+        << c.told << " " << c.system << " " << c.start;
+    drive->path.clear();
+  }
+}
+
+TEST_F(AskedSourceTest, OpeningThatFailsIsNoRefusal) {
+  for (const FailureKind kind : {FailureKind::kSystem, FailureKind::kGone}) {
+    fakes::SimulatedDrive* drive = MakeScsiDrive();
+    drive->failing = {0};
+    const Source source = Open(*drive);
+    drive->openError = fakes::SimulatedDrive::CodeOf(kind);
+    EXPECT_EQ(Ask(source, 0, 8), "0 unclear") << "no commands then";
+    EXPECT_EQ(Ask(source, 8, 8), "8");
+    EXPECT_FALSE(source.asked->Reconnect(0));
+    EXPECT_EQ(Ask(source, 8, 8), "0 gone");
+    drive->openError.reset();
+    EXPECT_TRUE(source.asked->Reconnect(0));
+    EXPECT_EQ(Ask(source, 8, 8), "8");
+    drive->path.clear();
+  }
 }
 
 }  // namespace

@@ -32,6 +32,7 @@ class ScriptedDevice final : public Device {
   u32 Read(void*, u32) override { return 0; }
   u32 Write(const void*, u32) override { return 0; }
   std::optional<bool> IsPowered() override { return std::nullopt; }
+  std::optional<u64> MediumNumber(bool) override { return std::nullopt; }
   bool Control(u32 code, std::span<const u8> in, std::span<u8> out, u32* returned) override {
     return PassThrough(code, in, out, returned, [this](sg_io_hdr_t* header) {
       cdb = Hex({header->cmdp, header->cmd_len});

@@ -65,6 +65,7 @@ class LinuxDevice final : public Device {
   }
   bool Control(u32 code, std::span<const u8> in, std::span<u8> out, u32* returned) override;
   std::optional<bool> IsPowered() override { return std::nullopt; }
+  std::optional<u64> MediumNumber(bool asksDrive) override;
 
  private:
   bool Number(u8* out) const;
@@ -72,6 +73,7 @@ class LinuxDevice final : public Device {
   bool Geometry(u8* out) const;
   bool Length(u8* out) const;
   bool Partition(u8* out) const;
+  bool Alignment(std::span<u8> out) const;
 
   int m_file;
   dev_t m_device;
@@ -154,6 +156,33 @@ bool LinuxDevice::Partition(u8* out) const {
   return true;
 }
 
+bool LinuxDevice::Alignment(std::span<u8> out) const {
+  int logical = 0;
+  unsigned physical = 0;
+  if (ioctl(m_file, BLKSSZGET, &logical) != 0 || ioctl(m_file, BLKPBSZGET, &physical) != 0) {
+    return Refuse(errno);
+  }
+  if (out.size() < kAlignmentBytes || physical == 0) return Refuse(EMSGSIZE);
+  // What Linux tells is the way from the disk's start to its first whole physical sector.
+  const u64 missing = SysBlock(m_device).DiskNumber("alignment_offset") % physical;
+  StoreLe32(&out[kAlignmentLogicalOffset], static_cast<u32>(logical));
+  StoreLe32(&out[kAlignmentPhysicalOffset], physical);
+  StoreLe32(&out[kAlignmentFirstOffset], static_cast<u32>((physical - missing) % physical));
+  return true;
+}
+
+// The kernel numbers a disk again when its medium changes. It looks for that when a device is
+// opened, at times of its own else.
+std::optional<u64> LinuxDevice::MediumNumber(bool asksDrive) {
+  if (asksDrive) {
+    const std::string link = "/proc/self/fd/" + std::to_string(m_file);
+    const int again = open(link.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (again >= 0) close(again);
+  }
+  u64 number = 0;
+  return ioctl(m_file, BLKGETDISKSEQ, &number) == 0 ? std::optional<u64>(number) : std::nullopt;
+}
+
 bool LinuxDevice::Control(u32 code, std::span<const u8> in, std::span<u8> out, u32* returned) {
   // The requests that Linux answers from what it knows, with the length of each answer.
   struct Known {
@@ -170,7 +199,8 @@ bool LinuxDevice::Control(u32 code, std::span<const u8> in, std::span<u8> out, u
   *returned = 0;
   if (code == kQueryProperty) {
     *returned = static_cast<u32>(out.size());
-    return Descriptor(out);
+    const bool isAlignment = in.size() >= 4 && LoadLe32(in.data()) == kAlignmentProperty;
+    return isAlignment ? Alignment(out) : Descriptor(out);
   }
   for (const Known& known : kKnown) {
     if (known.code != code) continue;

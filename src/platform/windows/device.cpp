@@ -68,6 +68,15 @@ class WindowsDevice final : public Device {
     return on != FALSE;
   }
 
+  std::optional<u64> MediumNumber(bool /*asksDrive*/) override {
+    DWORD changes = 0, bytes = 0;
+    if (!DeviceIoControl(m_handle, IOCTL_STORAGE_CHECK_VERIFY2, nullptr, 0, &changes,
+                         sizeof(changes), &bytes, nullptr)) {
+      return std::nullopt;
+    }
+    return bytes == sizeof(changes) ? changes : u64{0};
+  }
+
  private:
   HANDLE m_handle;
 };

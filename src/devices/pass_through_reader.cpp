@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+
+// Source of the sense keys and codes: SPC-4 and SBC-3.
+
+#include "devices/pass_through_reader.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "devices/device_query.h"
+#include "devices/device_system.h"
+#include "devices/scsi_requests.h"
+#include "platform/system_error.h"
+
+namespace larkspur {
+namespace {
+
+using namespace platform;
+
+enum SenseKey : u8 {
+  kNoSense = 0,
+  kRecovered = 1,
+  kNotReady = 2,
+  kMediumError = 3,
+  kHardwareError = 4,
+  kIllegalRequest = 5,
+  kUnitAttention = 6,
+  kDataProtect = 7,
+  kBlankCheck = 8,
+  kCopyAborted = 10,
+  kAbortedCommand = 11,
+};
+
+constexpr u8 kBecomingReady = 0x04;      // with a qualifier for what is awaited
+constexpr u8 kNeedsIntervention = 0x03;  // that qualifier: waiting does not help
+constexpr u8 kOutOfRange = 0x21;
+constexpr u8 kMediumMayHaveChanged = 0x28;
+constexpr u8 kSelfConfiguring = 0x3E;
+
+// A drive that is only getting ready is on its way back; any other has no medium or has died.
+FailureKind KindOfNotReady(const SenseData& sense) {
+  const bool isComing =
+      (sense.asc == kBecomingReady && sense.ascq != 0 && sense.ascq != kNeedsIntervention) ||
+      sense.asc == kSelfConfiguring;
+  return isComing ? FailureKind::kTransport : FailureKind::kGone;
+}
+
+FailureKind KindOfKey(const SenseData& sense, bool isRemovable, bool* isTaken) {
+  switch (sense.key) {
+    case kNotReady:
+      return KindOfNotReady(sense);
+    case kMediumError:
+    case kBlankCheck:
+      return FailureKind::kMedium;
+    case kIllegalRequest:
+      // Linux says this where an ATA drive did not find the sector; ours always exist.
+      *isTaken = sense.asc == kOutOfRange;
+      return FailureKind::kUnclear;
+    case kUnitAttention:
+      return sense.asc == kMediumMayHaveChanged && isRemovable ? FailureKind::kGone
+                                                               : FailureKind::kTransport;
+    case kHardwareError:
+    case kCopyAborted:
+    case kAbortedCommand:
+      return FailureKind::kTransport;
+    case kDataProtect:
+      return FailureKind::kSystem;
+  }
+  return FailureKind::kUnclear;
+}
+
+FailureKind KindOfSense(const ScsiCommand& command, bool isRemovable, bool* isTaken) {
+  if (command.status == 0) return FailureKind::kNone;
+  // Busy, reserved, queue full, aborted: the drive was not asked.
+  if (command.status != ScsiCommand::kCheckCondition) return FailureKind::kTransport;
+  const u8 form = command.ResponseCode();
+  if (form < 0x70) return FailureKind::kUnclear;  // it failed and does not say why
+  const bool isDeferred = form == 0x71 || form == 0x73;
+  if (isDeferred) return FailureKind::kTransport;  // of an earlier command; this one was not run
+  const SenseData sense = DecodeSense(command);
+  if (sense.key == kNoSense || sense.key == kRecovered) return FailureKind::kNone;
+  return KindOfKey(sense, isRemovable, isTaken);
+}
+
+CommandAnswer NotTaken() {
+  return {.isTaken = false};
+}
+
+// Whether drives on a bus of this type are sent SCSI commands by their drivers.
+bool CarriesScsi(u32 bus) {
+  return bus > kBusUnknown && bus <= kBusSata;
+}
+
+}  // namespace
+
+std::unique_ptr<cPassThroughReader> cPassThroughReader::Open(const Target& target) {
+  std::unique_ptr<cPassThroughReader> reader(new cPassThroughReader(target));
+  reader->m_device = Devices().Open(target.path.c_str(), kAccessRead | kAccessWrite);
+  if (!reader->m_device) return nullptr;
+  const auto descriptor = StorageDescriptor::Query(*reader->m_device);
+  if (!descriptor || !CarriesScsi(descriptor->Bus()) || !reader->FindStart()) return nullptr;
+  // Requests may begin and end inside of blocks.
+  const u32 around = (target.maxSectors / reader->Ratio() + 2) * target.blockBytes;
+  const u32 bytes = std::max(around, kRawSectorBytes);
+  return reader->m_blocks.Allocate(bytes) ? std::move(reader) : nullptr;
+}
+
+bool cPassThroughReader::FindStart() {
+  const auto number = QueryNumber(*m_device);
+  if (!number) return m_target.isOptical;
+  if (number->partition == 0) return true;
+  const auto start = QueryPartitionStart(*m_device);
+  m_firstSector = start.value_or(0);
+  return start && m_firstSector % Ratio() == 0 && !IsOdd();
+}
+
+CommandAnswer cPassThroughReader::Read(u64 sector, u32 count, u8* buffer) {
+  const u64 first = (m_firstSector + sector) / Ratio();
+  const u64 end = (m_firstSector + sector + count + Ratio() - 1) / Ratio();
+  const u32 blocks = static_cast<u32>(end - first);
+  const bool fits = blocks * m_target.blockBytes == count * kSectorBytes;
+  u8* into = fits ? buffer : m_blocks.Data();
+  CommandAnswer answer = NotTaken();
+  if (m_target.isOptical && m_readsRaw && blocks == 1) {
+    into = m_blocks.Data();
+    answer = ReadRawBlock(first, into);
+    m_readsRaw = answer.isTaken;
+  }
+  if (!answer.isTaken) answer = ReadBlocks(first, blocks, into);
+  if (answer.kind == FailureKind::kNone && into != buffer) TakeOut(sector, count, buffer);
+  if (answer.firstBad != kNowhere) {
+    answer.firstBad = std::max(answer.firstBad * Ratio(), m_firstSector + sector) - m_firstSector;
+  }
+  return answer;
+}
+
+void cPassThroughReader::TakeOut(u64 sector, u32 count, u8* buffer) const {
+  if (!IsOdd()) {
+    const u64 within = (m_firstSector + sector) % Ratio();
+    std::memcpy(buffer, m_blocks.Data() + within * kSectorBytes, u64{count} * kSectorBytes);
+    return;
+  }
+  for (u32 i = 0; i < count; ++i) {
+    std::memcpy(buffer + u64{i} * kSectorBytes, m_blocks.Data() + u64{i} * m_target.blockBytes,
+                kSectorBytes);
+  }
+}
+
+// Judges everything but whether enough data came.
+CommandAnswer cPassThroughReader::Send(ScsiCommand* command) {
+  command->timeoutSeconds = m_target.timeoutSeconds;
+  if (!ExecuteScsi(*m_device, *command)) {
+    const u32 code = LastFailure();
+    if (IsFormRefused(code)) return NotTaken();
+    return {.kind = KindOfFailure(code), .code = code};
+  }
+  CommandAnswer answer;
+  answer.kind = KindOfSense(*command, m_target.isRemovable, &answer.isTaken);
+  return answer;
+}
+
+CommandAnswer cPassThroughReader::ReadBlocks(u64 block, u32 count, u8* data) {
+  ScsiCommand command = ReadCommand(block, count, m_target.blockBytes, data);
+  CommandAnswer answer = Send(&command);
+  const bool isShort = answer.kind == FailureKind::kNone && command.residual > 0;
+  if (!answer.isTaken || isShort) return NotTaken();
+  if (answer.kind == FailureKind::kMedium) {
+    const auto named = SenseInformation(command);
+    if (named && *named - block < count) answer.firstBad = *named;
+  }
+  return answer;
+}
+
+CommandAnswer cPassThroughReader::ReadRawBlock(u64 block, u8* data) {
+  ScsiCommand command = ReadCdCommand(static_cast<u32>(block), data);
+  const CommandAnswer answer = Send(&command);
+  const bool isShort = command.length - command.residual < m_target.blockBytes;
+  return answer.kind == FailureKind::kNone && isShort ? NotTaken() : answer;
+}
+
+}  // namespace larkspur
