@@ -20,18 +20,24 @@ import time
 import disk
 import picture
 
-RATE = 40  # MiB/s
+RATE = 40  # MiB/s, of the plans
 SPANS = 4  # the curves are compared for so many times as long as a healthy disk takes
+TITLES = {"clusters": "24 bad clusters", "spots": "220 single bad sectors",
+          "head": "a dead head's stripes", "slow": "slow zones"}
 OURS = "larkspur image"
+EXPECTED = (0, 3, 130)  # done; done but not all was readable; interrupted by the limit
 PEERS = {"ddrescue": [], "ddrescue -d": ["-d"], "ddrescue -d -a 2Mi": ["-d", "-a", "2Mi"]}
 
 
-def run(command, seconds, peak_file):
-    """Runs a program and interrupts it after so many seconds. Gives when it began and how long it ran."""
+def run(command, seconds, folder):
+    """Runs a program and interrupts it after so many seconds: when it began, how long it ran, its exit
+    status. What it used goes to `folder`/peak, what it said to `folder`/said."""
     start = time.monotonic()
-    process = subprocess.Popen(["time", "-q", "-f", "%M", "-o", peak_file, *map(str, command)],
-                               stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                               stderr=subprocess.DEVNULL, start_new_session=True)
+    ends_with_us = disk.child("KILL")
+    timed = [*ends_with_us, "time", "-q", "-f", "%M", "-o", folder / "peak", *ends_with_us, *command]
+    with open(folder / "said", "wb") as said:
+        process = subprocess.Popen(timed, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=said,
+                                   start_new_session=True)
     try:
         for number, patience in ((signal.SIGINT, seconds), (signal.SIGKILL, 10)):
             try:
@@ -43,41 +49,45 @@ def run(command, seconds, peak_file):
         if process.poll() is None:
             os.killpg(process.pid, signal.SIGKILL)
         process.wait()
-    return start, time.monotonic() - start
+    return start, time.monotonic() - start, process.returncode
 
 
 def measure(command, plan, tools, memory, limit):
-    """What one program does with the disk: {"curve", "failed", "twice", "more", "seconds", "peakMib"}.
-    `command` gives its words for a device and a folder."""
-    with tempfile.TemporaryDirectory(dir=memory) as folder, disk.Disk(tools / "dying-disk", plan) as dying:
-        peak = pathlib.Path(folder) / "peak"
-        start, seconds = run(command(dying.device, pathlib.Path(folder)), limit, peak)
+    """What one program does with the disk: {"curve", "failed", "twice", "more", "seconds", "peakMib",
+    "status", "said"}, and the disk's log. `command` gives its words for a device and a folder."""
+    with tempfile.TemporaryDirectory(dir=memory) as name, disk.Disk(tools / "dying-disk", plan) as dying:
+        folder = pathlib.Path(name)
+        start, seconds, status = run(command(dying.device, folder), limit, folder)
         asks = [ask for ask in dying.asks() if ask.came >= start]
-        words = peak.read_text().split() if peak.exists() else []
+        log = dying.log.read_text()
+        peak = (folder / "peak").read_text().split() if (folder / "peak").exists() else []
+        said = (folder / "said").read_text(errors="replace")
     times = disk.times_asked(asks, plan.sectors)
     return {"curve": [(when - start, total) for when, total in disk.good_over_time(asks, plan.sectors)],
             "failed": sum(ask.error != "0" for ask in asks),
-            "twice": times.count(2), "more": sum(n > 2 for n in times),
-            "seconds": seconds, "peakMib": int(words[-1]) / 1024 if words else float("nan")}
+            "twice": times.count(2), "more": sum(n > 2 for n in times), "seconds": seconds,
+            "peakMib": int(peak[-1]) / 1024 if peak else float("nan"),
+            "status": status, "said": said[-500:]}, log
 
 
 class Store:
-    """Results of earlier runs, by plan, command and limit."""
+    """Results of earlier runs by program, plan and limit, and the logs of their disks beside them."""
 
     def __init__(self, folder):
         self._folder = folder
         folder.mkdir(parents=True, exist_ok=True)
 
-    def path(self, name, plan, limit):
+    def _path(self, name, plan, limit):
         key = hashlib.sha256(f"{name}\n{limit}\n{plan.text()}".encode()).hexdigest()[:16]
         return self._folder / f"{name.replace(' ', '_')}-{key}.json"
 
     def load(self, *key):
-        path = self.path(*key)
+        path = self._path(*key)
         return json.loads(path.read_text()) if path.exists() else None
 
-    def save(self, result, *key):
-        self.path(*key).write_text(json.dumps(result))
+    def save(self, result, log, *key):
+        self._path(*key).write_text(json.dumps(result))
+        self._path(*key).with_suffix(".log").write_text(log)
 
 
 def good_at(curve, when):
@@ -115,8 +125,10 @@ class Comparison:
         return found
 
     def measured(self, name, command, plan):
-        result = measure(command, plan, self.options.tools, self.options.memory, self.limit)
-        self.store.save(result, name, plan, self.limit)
+        result, log = measure(command, plan, self.options.tools, self.options.memory, self.limit)
+        self.store.save(result, log, name, plan, self.limit)
+        if name == OURS and result["status"] not in EXPECTED:
+            print(f"{name} ended with status {result['status']}:\n{result['said']}", file=sys.stderr)
         return result
 
     def moments(self):
@@ -147,9 +159,10 @@ class Comparison:
         panels = []
         for kind in self.options.plan or disk.KINDS:
             plan = disk.KINDS[kind](self.options.size * disk.MIB, self.options.seed)
+            plan.lines += self.options.set
             results = self.results(plan)
             self.rows(kind, plan, results)
-            panels.append((kind, {name: [(when, total / disk.MIB) for when, total in result["curve"]]
+            panels.append((TITLES[kind], {name: [(when, total / disk.MIB) for when, total in result["curve"]]
                                   for name, result in results.items()}))
         if self.options.pictures:
             path = self.options.pictures / "dying-disk.svg"
@@ -166,10 +179,13 @@ def options():
     parser.add_argument("--plan", action="append", choices=disk.KINDS, help="only this kind of damage")
     parser.add_argument("--seed", type=int, default=1, help="of damage and costs (%(default)s)")
     parser.add_argument("--size", type=int, default=256, help="of the disk, in MiB (%(default)s)")
+    parser.add_argument("--set", action="append", default=[], metavar="LINE",
+                        help="one more line of the disk's plan, as 'seek 8' (dying_disk.cpp tells all)")
     parser.add_argument("--limit", type=float, metavar="SECONDS",
                         help="when a run is interrupted (six times what a healthy disk takes)")
     parser.add_argument("--reuse", action="store_true",
-                        help="take ddrescue's results from an earlier run where there is one")
+                        help="take ddrescue's results from an earlier run where there are some "
+                        "(build/dying keeps them, and every disk's log)")
     parser.add_argument("--pictures", type=folder, metavar="FOLDER",
                         help="draw good data over time there, as dying-disk.svg and .png")
     return parser.parse_args()

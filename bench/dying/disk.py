@@ -19,6 +19,11 @@ MIB = (1 << 20) // SECTOR
 Ask = collections.namedtuple("Ask", "came answered first count error")
 
 
+def child(name):
+    """The words before a command that gets the signal `name` when the one that started it is gone."""
+    return ["setpriv", "--pdeathsig", name]
+
+
 class Missing(Exception):
     """This machine lacks something; the words say what."""
 
@@ -149,8 +154,8 @@ class Disk:
         mount = self._folder / "mount"
         mount.mkdir()
         (self._folder / "plan").write_text(self._plan.text())
-        self._server = subprocess.Popen(["setpriv", "--pdeathsig", "TERM", self._program,
-                                         self._folder / "plan", mount, self.log])
+        self._server = subprocess.Popen([*child("TERM"), self._program, self._folder / "plan", mount,
+                                         self.log])
         while not (mount / "disk").exists():
             if self._server.poll() is not None:
                 raise Missing("the dying disk's file system could not be mounted")

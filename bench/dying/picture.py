@@ -3,23 +3,22 @@
 
 WIDTH, HEIGHT = 460, 300
 LEFT, TOP, RIGHT, BOTTOM = 52, 40, 16, 44
+LEGEND = 26  # height of a line of it
 COLOURS = ["#c2410c", "#94a3b8", "#475569", "#0e7490"]
-DASHES = ["", "2 3", "7 4", "1 0"]
+DASHES = ["none", "2 3", "7 4", "none"]
 
 
-def points(curve, span, x, y):
-    """Steps become a line of a few hundred points: what a pixel cannot show is left out."""
-    found, last = [(0.0, 0.0)], -1
-    for when, total in curve:
-        if when > span:
-            break
-        if int(x(when) * 2) != last:
-            last = int(x(when) * 2)
-            found.append((when, total))
-    if curve:
-        found.append((span, max(total for when, total in curve if when <= span)) if
-                     any(when <= span for when, _ in curve) else (span, 0.0))
-    return " ".join(f"{x(when):.1f},{y(total):.1f}" for when, total in found)
+def stroke(number):
+    return (f'stroke="{COLOURS[number]}" stroke-width="{2.5 if number == 0 else 1.5}" '
+            f'stroke-dasharray="{DASHES[number]}"')
+
+
+def line(curve, span, x, y):
+    """The curve until the end of the span; steps that no eye could tell apart are left out."""
+    seen = [(when, total) for when, total in curve if when <= span]
+    steps = {round(x(when)): (when, total) for when, total in reversed(seen)}
+    ends = [(0, 0), *sorted(steps.values()), (span, seen[-1][1] if seen else 0)]
+    return " ".join(f"{x(when):.1f},{y(total):.1f}" for when, total in ends)
 
 
 def panel(title, curves, span, size, left, top):
@@ -42,25 +41,25 @@ def panel(title, curves, span, size, left, top):
         yield (f'<text x="{x(number * step):.1f}" y="{y(0) + 17:.1f}" text-anchor="middle">'
                f'{number * step:g} s</text>')
     for number, curve in reversed(list(enumerate(curves.values()))):
-        yield (f'<polyline points="{points(curve, span, x, y)}" fill="none" '
-               f'stroke="{COLOURS[number]}" stroke-width="{2.5 if number == 0 else 1.5}" '
-               f'stroke-dasharray="{DASHES[number]}"/>')
+        yield f'<polyline points="{line(curve, span, x, y)}" fill="none" {stroke(number)}/>'
 
 
 def draw(panels, span, size):
     """The picture as SVG. `panels` are (title, {program: [(seconds, MiB)]})."""
     columns = min(2, len(panels))
     rows = (len(panels) + columns - 1) // columns
-    width, height = columns * WIDTH, rows * HEIGHT + 30
+    names = list(panels[0][1])
+    legend_rows = (len(names) + 2 * columns - 1) // (2 * columns)
+    width, height = columns * WIDTH, rows * HEIGHT + legend_rows * LEGEND
     parts = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{width}" height="{height}" '
              f'viewBox="0 0 {width} {height}" font-family="DejaVu Sans, sans-serif" font-size="11" '
              'fill="#0f172a">', f'<rect width="{width}" height="{height}" fill="#ffffff"/>']
     for number, (title, curves) in enumerate(panels):
         parts += panel(f"{title}: good data in MiB", curves, span, size, number % columns * WIDTH,
                        number // columns * HEIGHT)
-    for number, name in enumerate(panels[0][1]):
-        left = LEFT + number * (width - LEFT) // len(panels[0][1])
-        parts.append(f'<path d="M{left} {height - 20}h26" stroke="{COLOURS[number]}" '
-                     f'stroke-width="{2.5 if number == 0 else 1.5}" stroke-dasharray="{DASHES[number]}"/>'
-                     f'<text x="{left + 32}" y="{height - 16}">{name}</text>')
+    for number, name in enumerate(names):
+        left = LEFT + number % (2 * columns) * (WIDTH - LEFT // 2) // 2
+        middle = rows * HEIGHT + number // (2 * columns) * LEGEND + 8
+        parts.append(f'<path d="M{left} {middle}h26" {stroke(number)}/>'
+                     f'<text x="{left + 32}" y="{middle + 4}">{name}</text>')
     return "\n".join([*parts, "</svg>"]) + "\n"

@@ -198,6 +198,10 @@ class DyingDisk(unittest.TestCase):
         for answer in ("EIO", "ENODEV"):
             self.each_rescue(self.stopped_answering, "dies failures 25", f"dead {answer} 10")
 
+    def test_a_disk_that_hangs_for_a_while(self):
+        self.each_rescue(lambda dying, rescue, chance: self.finish(rescue),
+                         "dies failures 20 4", "dead hang", "returns 0.3")
+
 
 def main():
     global DYING_DISK, PROGRAM
