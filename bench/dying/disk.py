@@ -170,8 +170,10 @@ class Disk:
         self.device = made.stdout.strip()
         self._held = os.open(self.device, os.O_RDONLY)
         subprocess.run(["losetup", "--detach", self.device], check=True)  # when it is closed
-        queue = pathlib.Path("/sys/block", os.path.basename(self.device), "queue")
-        (queue / "read_ahead_kb").write_text("128")  # as for a hard disk
+        settings = pathlib.Path("/sys/block", os.path.basename(self.device))
+        if (settings / "loop/dio").read_text().strip() != "1":
+            raise Missing("this kernel's loop devices have no direct I/O")
+        (settings / "queue/read_ahead_kb").write_text("128")  # as for a hard disk
         if shutil.which("udevadm"):
             subprocess.run(["udevadm", "settle", "--timeout=5"], check=False)
 
