@@ -125,6 +125,9 @@ class Comparison:
         return found
 
     def measured(self, name, command, plan):
+        if os.getloadavg()[0] > os.cpu_count():
+            print(f"{name}: other programs keep this machine busy; its figures will be too low",
+                  file=sys.stderr)
         result, log = measure(command, plan, self.options.tools, self.options.memory, self.limit)
         self.store.save(result, log, name, plan, self.limit)
         if name == OURS and result["status"] not in EXPECTED:

@@ -20,8 +20,9 @@ Ask = collections.namedtuple("Ask", "came answered first count error")
 
 
 def child(name):
-    """The words before a command that gets the signal `name` when the one that started it is gone."""
-    return ["setpriv", "--pdeathsig", name]
+    """The words before a command that gets the signal `name` when the one that started it is gone. It
+    comes before other work: a disk does not wait for a processor."""
+    return ["nice", "-n", "-10", "setpriv", "--pdeathsig", name]
 
 
 class Missing(Exception):
