@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """`larkspur image` and ddrescue on the same dying disks. What each of them got, and when, is taken from
-the disk's own log. Prints a Markdown table; --pictures DIRECTORY also draws good data over time.
+the disk's own log. Prints a Markdown table; --pictures FOLDER also draws good data over time.
 
 Usage: compare.py BIN BUILD_FOLDER MEMORY_FOLDER [OPTION...] (--help tells the options)"""
 
@@ -135,10 +135,11 @@ class Comparison:
         return result
 
     def moments(self):
-        return [max(1, int(self.span * share)) for share in (0.2, 0.4, 0.6, 1)]
+        unit = 1 if self.span >= 20 else 10
+        return [int(self.span * share * unit) / unit for share in (0.2, 0.4, 0.6, 1)]
 
     def head(self):
-        moments = " | ".join(f"{'good MiB after ' * (not i)}{when} s" for i, when in
+        moments = " | ".join(f"{'good MiB after ' * (not i)}{when:g} s" for i, when in
                              enumerate(self.moments()))
         columns = ["plan", "program", moments, f"area in {self.span:.0f} s", "/ best ddrescue",
                    "failed asks", "sectors asked twice", "more often", "peak MiB", "ended after"]

@@ -97,13 +97,18 @@ const struct {
   int code;
 } kErrors[] = {{"EIO", EIO}, {"ENODATA", ENODATA}, {"ENODEV", ENODEV}, {"ETIMEDOUT", ETIMEDOUT}};
 
-bool ReadError(std::istream& in, int* code) {
-  std::string name;
-  in >> name;
+bool FindError(const std::string& name, int* code) {
   for (const auto& error : kErrors) {
-    if (name == error.name) return *code = error.code, true;
+    if (name != error.name) continue;
+    *code = error.code;
+    return true;
   }
   return false;
+}
+
+bool ReadError(std::istream& in, int* code) {
+  std::string name;
+  return in >> name && FindError(name, code);
 }
 
 const char* ErrorName(int code) {
@@ -136,10 +141,10 @@ bool ReadLives(std::istream& in, std::deque<Life>* lives) {
 
 bool ReadDead(std::istream& in, Plan* plan) {
   std::string word;
-  const auto start = in.tellg();
-  if (in >> word && word == "hang") return plan->deadError = kHangs, true;
-  in.seekg(start);
-  return ReadError(in, &plan->deadError) && in >> plan->deadMs;
+  in >> word;
+  if (word != "hang") return FindError(word, &plan->deadError) && in >> plan->deadMs;
+  plan->deadError = kHangs;
+  return true;
 }
 
 bool ReadLine(const std::string& line, Plan* plan) {
@@ -163,7 +168,10 @@ bool ReadLine(const std::string& line, Plan* plan) {
 
 bool ReadPlan(const char* path, Plan* plan) {
   std::ifstream file(path);
-  if (!file) return fprintf(stderr, "%s: %s\n", path, strerror(errno)), false;
+  if (!file) {
+    fprintf(stderr, "%s: %s\n", path, strerror(errno));
+    return false;
+  }
   std::string line;
   for (int number = 1; std::getline(file, line); ++number) {
     if (ReadLine(line, plan)) continue;
@@ -265,28 +273,33 @@ class Disk {
   }
 
   int Answer(u64 first, u64 count, double came) {
-    if (IsDead()) {
-      if (m_plan.deadError != kHangs)
-        return WaitUntil(Now() + m_plan.deadMs / 1000), m_plan.deadError;
-      while (IsDead() && !IsUnmounting()) WaitUntil(Now() + 0.01);
+    if (IsDead() && m_plan.deadError != kHangs) {
+      WaitUntil(Now() + m_plan.deadMs / 1000);
+      return m_plan.deadError;
     }
-    const bool follows = first == m_next;
-    if (const auto bad = AreaAt(m_plan.bad, first);
-        bad != m_plan.bad.end() && Common(*bad, first, count) > 0) {
-      m_life.failures -= 1;
-      m_next = m_plan.sectors;
-      m_free = std::max(came, m_free) + FailureCost(first, count) + SeekCost(follows);
-      return WaitUntil(m_free), m_plan.refusal;
-    }
-    // A drive reads ahead, so that time between asks in order is not lost.
+    while (IsDead() && !IsUnmounting()) WaitUntil(Now() + 0.01);
+    const auto bad = AreaAt(m_plan.bad, first);
+    if (bad != m_plan.bad.end() && Common(*bad, first, count) > 0)
+      return Refuse(first, count, came);
+    return Give(first, count, came);
+  }
+  int Refuse(u64 first, u64 count, double came) {
+    m_free = std::max(came, m_free) + FailureCost(first, count) + SeekCost(first);
+    m_next = m_plan.sectors;
+    m_life.failures -= 1;
+    WaitUntil(m_free);
+    return m_plan.refusal;
+  }
+  int Give(u64 first, u64 count, double came) {
     const double rate = m_plan.rate * (1 << 20);
-    const double idle = follows ? m_plan.aheadKib * 1024 / rate : 0;
-    m_free = std::max(came - idle, m_free) + ReadCost(first, count, rate) + SeekCost(follows);
+    // A drive reads ahead, so that time between asks in order is not lost.
+    const double ahead = first == m_next ? m_plan.aheadKib * 1024 / rate : 0;
+    m_free = std::max(came - ahead, m_free) + ReadCost(first, count, rate) + SeekCost(first);
     m_next = first + count;
     WaitUntil(m_free);
     return 0;
   }
-  double SeekCost(bool follows) const { return follows ? 0 : m_plan.seekMs / 1000; }
+  double SeekCost(u64 first) const { return first == m_next ? 0 : m_plan.seekMs / 1000; }
   double FailureCost(u64 first, u64 count) const {
     const double share =
         static_cast<double>(Scatter(Scatter(m_plan.seed) ^ (first * 4096 + count)) >> 11) * 0x1p-53;
@@ -358,11 +371,17 @@ void OnSignal(int number) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 4) return fprintf(stderr, "usage: dying-disk PLAN FOLDER LOG\n"), 2;
+  if (argc != 4) {
+    fprintf(stderr, "usage: dying-disk PLAN FOLDER LOG\n");
+    return 2;
+  }
   Plan plan;
   if (!ReadPlan(argv[1], &plan)) return 1;
   FILE* log = fopen(argv[3], "a");
-  if (log == nullptr) return fprintf(stderr, "%s: %s\n", argv[3], strerror(errno)), 1;
+  if (log == nullptr) {
+    fprintf(stderr, "%s: %s\n", argv[3], strerror(errno));
+    return 1;
+  }
   setvbuf(log, nullptr, _IOLBF, 0);
   Disk disk(std::move(plan), log);
   g_disk = &disk;
