@@ -159,6 +159,8 @@ class Comparison:
                   f"{result['peakMib']:.1f} | {ended} |", flush=True)
 
     def run(self):
+        if words := disk.missing():
+            raise disk.Missing(words)
         self.head()
         panels = []
         for kind in self.options.plan or disk.KINDS:
