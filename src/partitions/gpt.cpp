@@ -108,6 +108,44 @@ std::optional<HeaderPlace> FindHeader(std::span<const u8> sectors) {
   return std::nullopt;
 }
 
+// What a child is made of. The array itself is not kept while children are looked into.
+struct GptEntry {
+  u64 first;
+  u64 last;
+  u16 type;
+};
+
+struct GptTable {
+  u64 origin;  // where the header's own LBA lies
+  u64 ownLba;
+  u32 factor;
+  std::vector<GptEntry> entries;
+
+  u64 SectorOf(u64 lba) const { return (lba - ownLba) * factor + origin; }
+};
+
+std::optional<GptTable> ReadGptTable(Scan& scan, const cPartTreeItem& node) {
+  u8 front[kHeaderSectors * kSectorBytes] = {};
+  if (scan.Read(node.m_start, kHeaderSectors, front) == 0) return std::nullopt;
+  const auto place = FindHeader(front);
+  if (!place) return std::nullopt;
+  const u8* header = front + size_t{place->sector} * kSectorBytes;
+  GptTable table{node.m_start + place->sector, LoadLe64(header + kOwnLba), place->factor, {}};
+
+  const u32 count = std::min(LoadLe32(header + kEntryCount), kMaxEntries);
+  const u32 arraySectors = (count * kEntryBytes + kSectorBytes - 1) / kSectorBytes;
+  std::vector<u8> array(size_t{arraySectors} * kSectorBytes);
+  const u64 start = table.SectorOf(LoadLe64(header + kArrayLba));
+  if (scan.ReadAround(start, arraySectors, array.data()) == 0) return std::nullopt;
+  for (u32 i = 0; i < count; ++i) {
+    const u8* entry = &array[size_t{i} * kEntryBytes];
+    if (!IsUsed(entry)) continue;
+    table.entries.push_back(
+        {LoadLe64(entry + kFirstLba), LoadLe64(entry + kLastLba), TypeOf(entry)});
+  }
+  return table;
+}
+
 }  // namespace
 
 bool ProbeGpt(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
@@ -115,28 +153,12 @@ bool ProbeGpt(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
 }
 
 bool ParseGpt(Scan& scan, cPartTreeItem& node) {
-  u8 front[kHeaderSectors * kSectorBytes] = {};
-  if (scan.Read(node.m_start, kHeaderSectors, front) == 0) return false;
-  const auto place = FindHeader(front);
-  if (!place) return false;
-  const u8* header = front + size_t{place->sector} * kSectorBytes;
-  const u64 origin = node.m_start + place->sector;  // where the header's own LBA lies
-  const u64 ownLba = LoadLe64(header + kOwnLba);
-  const auto sectorOf = [&](u64 lba) { return (lba - ownLba) * place->factor + origin; };
-
-  const u32 count = std::min(LoadLe32(header + kEntryCount), kMaxEntries);
-  const u32 arraySectors = (count * kEntryBytes + kSectorBytes - 1) / kSectorBytes;
-  std::vector<u8> array(size_t{arraySectors} * kSectorBytes);
-  if (scan.ReadAround(sectorOf(LoadLe64(header + kArrayLba)), arraySectors, array.data()) == 0) {
-    return false;
-  }
-  for (u32 i = 0; i < count; ++i) {
-    const u8* entry = &array[size_t{i} * kEntryBytes];
-    if (!IsUsed(entry)) continue;
-    const u64 first = LoadLe64(entry + kFirstLba);
-    const u64 length = (LoadLe64(entry + kLastLba) - first) * place->factor;
-    cPartTreeItem* child =
-        scan.AddEntry(node, sectorOf(first), length, length + place->factor, TypeOf(entry));
+  const auto table = ReadGptTable(scan, node);
+  if (!table) return false;
+  for (const GptEntry& entry : table->entries) {
+    const u64 length = (entry.last - entry.first) * table->factor;
+    cPartTreeItem* child = scan.AddEntry(node, table->SectorOf(entry.first), length,
+                                         length + table->factor, entry.type);
     if (child && child->m_start != 0) scan.Detect(*child, node);
   }
   return true;

@@ -118,7 +118,8 @@ std::optional<RecordRange> ReadRecordRange(Scan& scan, u64 database) {
   return RecordRange{LoadBe32(&sector[kFirstRecord]) / kSectorBytes, last, recordBytes};
 }
 
-bool AddRecords(std::span<const u8> bytes, u32 recordBytes, LdmDatabase* database) {
+bool AddRecords(Scan& scan, std::span<const u8> bytes, u32 recordBytes, LdmDatabase* database) {
+  if (!scan.Spend(Budget::kItems, bytes.size() / recordBytes)) return false;
   for (size_t at = 0; at < bytes.size(); at += recordBytes) {
     if (!database->Add(bytes.subspan(at, recordBytes))) return false;
   }
@@ -134,7 +135,7 @@ bool ReadDatabase(Scan& scan, const PrivateHeader& header, LdmDatabase* database
     const u32 count = static_cast<u32>(std::min<u64>(kSectorsAtOnce, range->last - sector));
     if (scan.Read(start + sector, count, buffer.data()) != count) return false;
     const auto bytes = std::span<const u8>(buffer).first(size_t{count} * kSectorBytes);
-    if (!AddRecords(bytes, range->recordBytes, database)) return false;
+    if (!AddRecords(scan, bytes, range->recordBytes, database)) return false;
   }
   return true;
 }

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
+#include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -73,49 +75,151 @@ cLUKSPartInfo* ReadVersion1(ByteReader& header) {
   return info;
 }
 
-std::string StringAt(const nlohmann::json& object, const char* key) {
-  const auto value = object.find(key);
-  return value != object.end() && value->is_string() ? value->get<std::string>() : std::string();
-}
+// What the text says of its segment "0": the cipher with its mode, and a decimal number of bytes.
+struct Segment {
+  std::string encryption;
+  std::string offset;
+};
 
-// "aes-xts-plain64" is a cipher and its mode; the offset is a decimal string in bytes.
-void ReadSegment(const nlohmann::json& segment, cLUKSPartInfo* info) {
-  if (!segment.is_object()) return;
-  const std::string cipher = StringAt(segment, "encryption");
+// Takes the text's events and keeps nothing but the path that leads to the segment. Numbers are
+// written as strings there. Once the segment ends, so does the text.
+class SegmentEvents {
+ public:
+  explicit SegmentEvents(Segment* segment) : m_segment(segment) {}
+
+  bool null() { return true; }
+  bool boolean(bool /*value*/) { return true; }
+  bool number_integer(i64 /*value*/) { return true; }
+  bool number_unsigned(u64 /*value*/) { return true; }
+  bool number_float(double /*value*/, const std::string& /*text*/) { return true; }
+  bool binary(std::vector<u8>& /*value*/) { return true; }
+  bool string(std::string& value) {
+    if (!IsInSegment()) return true;
+    if (m_key == "encryption") m_segment->encryption = value.substr(0, kTextBytes * 2);
+    if (m_key == "offset") m_segment->offset = value.substr(0, kTextBytes);
+    return true;
+  }
+  bool key(std::string& value) {
+    m_key = value.substr(0, kTextBytes);
+    return true;
+  }
+  bool start_object(size_t /*elements*/) { return Open(); }
+  bool start_array(size_t /*elements*/) { return Open(); }
+  bool end_object() {
+    if (IsInSegment()) return false;
+    return Close();
+  }
+  bool end_array() { return Close(); }
+  bool parse_error(size_t /*position*/, const std::string& /*token*/,
+                   const nlohmann::json::exception& /*fault*/) {
+    return false;
+  }
+
+ private:
+  static constexpr std::string_view kPath[] = {"", "segments", "0"};
+  static constexpr size_t kPathLength = std::size(kPath);
+
+  bool IsInSegment() const { return m_depth == kPathLength && m_matched == kPathLength; }
+  bool Open() {
+    const bool isNext = m_matched == m_depth && m_depth < kPathLength && m_key == kPath[m_depth];
+    m_matched += isNext;
+    ++m_depth;
+    return true;
+  }
+  bool Close() {
+    --m_depth;
+    m_matched = std::min(m_matched, m_depth);
+    return true;
+  }
+
+  Segment* m_segment;
+  std::string m_key;
+  size_t m_depth = 0;    // of what is open
+  size_t m_matched = 0;  // of these, how many are on the path
+};
+
+// The bytes of a header's text up to its first zero byte, read as they are wanted: most end with
+// the first piece. Sectors that do not come count as that byte.
+class JsonBytes {
+ public:
+  JsonBytes(Scan& scan, u64 sector, u64 bytes)
+      : m_scan(scan), m_sector(sector), m_left(bytes / kSectorBytes) {}
+
+  bool AtEnd() {
+    if (m_at == m_piece.size()) Refill();
+    return m_at == m_piece.size() || m_piece[m_at] == 0;
+  }
+  char Current() const { return static_cast<char>(m_piece[m_at]); }
+  void Advance() { ++m_at; }
+
+ private:
+  void Refill() {
+    constexpr u64 kPieceSectors = (u64{64} << 10) / kSectorBytes;
+    const u32 count = static_cast<u32>(std::min(kPieceSectors, m_left));
+    if (count == 0 || !m_scan.Spend(Budget::kTextBytes, u64{count} * kSectorBytes)) return;
+    m_piece.resize(size_t{count} * kSectorBytes);
+    m_at = 0;
+    m_scan.ReadAround(m_sector, count, m_piece.data());
+    m_sector += count;
+    m_left -= count;
+  }
+
+  Scan& m_scan;
+  u64 m_sector;
+  u64 m_left;  // sectors
+  std::vector<u8> m_piece;
+  size_t m_at = 0;
+};
+
+// JsonBytes as the parser takes them; without any it is the end.
+class JsonIterator {
+ public:
+  using iterator_category = std::input_iterator_tag;
+  using value_type = char;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const char*;
+  using reference = char;
+
+  explicit JsonIterator(JsonBytes* bytes = nullptr) : m_bytes(bytes) {}
+  char operator*() const { return m_bytes->Current(); }
+  JsonIterator& operator++() {
+    m_bytes->Advance();
+    return *this;
+  }
+  bool operator==(const JsonIterator& other) const { return AtEnd() == other.AtEnd(); }
+  bool operator!=(const JsonIterator& other) const { return !(*this == other); }
+
+ private:
+  bool AtEnd() const { return !m_bytes || m_bytes->AtEnd(); }
+
+  JsonBytes* m_bytes;
+};
+
+// "aes-xts-plain64" is a cipher and its mode.
+void SetSegment(const Segment& segment, cLUKSPartInfo* info) {
+  const std::string_view cipher = segment.encryption;
   const size_t dash = std::min(cipher.find('-'), cipher.size());
-  const std::string_view name = std::string_view(cipher).substr(0, dash);
-  const std::string_view mode = std::string_view(cipher).substr(std::min(dash + 1, cipher.size()));
   const auto bytes = [](std::string_view text) {
     return std::span(reinterpret_cast<const u8*>(text.data()), text.size());
   };
-  info->m_cipherName.Assign(DiskText(bytes(name)));
-  info->m_cipherMode.Assign(DiskText(bytes(mode)));
-  const std::string offset = StringAt(segment, "offset");
+  info->m_cipherName.Assign(DiskText(bytes(cipher.substr(0, dash))));
+  info->m_cipherMode.Assign(DiskText(bytes(cipher.substr(std::min(dash + 1, cipher.size())))));
   u64 offsetBytes = 0;
-  std::from_chars(offset.data(), offset.data() + offset.size(), offsetBytes);
+  std::from_chars(segment.offset.data(), segment.offset.data() + segment.offset.size(),
+                  offsetBytes);
   info->m_payloadOffset = offsetBytes / kSectorBytes;
-}
-
-void ReadJson(std::span<const u8> area, cLUKSPartInfo* info) {
-  const auto end = std::find(area.begin(), area.end(), u8{0});
-  const auto root = nlohmann::json::parse(area.begin(), end, nullptr, false);
-  if (!root.is_object()) return;
-  const auto segments = root.find("segments");
-  if (segments == root.end() || !segments->is_object()) return;
-  const auto first = segments->find("0");
-  if (first != segments->end()) ReadSegment(*first, info);
 }
 
 cLUKSPartInfo* ReadVersion2(Scan& scan, const cPartTreeItem& node, ByteReader& header) {
   auto* info = new cLUKSPartInfo;
   info->m_version = 2;
   info->m_uuid.Assign(DiskText(header.Bytes(kUuid, kUuidBytes)));
-  const u64 jsonBytes = header.Be64(kHeaderBytes2) - kJsonStart;
-  std::vector<u8> json(jsonBytes);
-  const u64 first = node.m_start + kJsonStart / kSectorBytes;
-  if (scan.ReadAround(first, static_cast<u32>(jsonBytes / kSectorBytes), json.data()) > 0) {
-    ReadJson(json, info);
-  }
+  JsonBytes bytes(scan, node.m_start + kJsonStart / kSectorBytes,
+                  header.Be64(kHeaderBytes2) - kJsonStart);
+  Segment segment;
+  SegmentEvents events(&segment);
+  nlohmann::json::sax_parse(JsonIterator(&bytes), JsonIterator(), &events);
+  SetSegment(segment, info);
   return info;
 }
 

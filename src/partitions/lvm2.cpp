@@ -43,18 +43,9 @@ constexpr size_t kTextSize = 48;
 constexpr size_t kTextCrc = 56;
 constexpr size_t kTextFlags = 60;
 constexpr u32 kIgnored = 1;
-// The texts of large groups have some hundred KiB.
-constexpr u64 kMaxTextBytes = u64{16} << 20;
-
-// In bytes from the start of the physical volume.
-struct Area {
-  u64 position;
-  u64 size;
-};
-
 struct PhysicalVolume {
   std::string id;
-  std::vector<Area> metadata;
+  std::vector<u64> areas;  // of metadata, in bytes from the start of the physical volume
 };
 
 // CRC-32 as usual, but for what it begins with and for not being inverted at its end.
@@ -87,9 +78,9 @@ std::optional<PhysicalVolume> ReadHeader(std::span<const u8> label) {
   at += kAreaLists;
   while (reader.Le64(at) != 0) at += kAreaEntry;  // data areas; a fault reads as 0
   for (at += kAreaEntry; reader.Le64(at) != 0; at += kAreaEntry) {
-    volume.metadata.push_back({reader.Le64(at), reader.Le64(at + 8)});
+    volume.areas.push_back(reader.Le64(at));
   }
-  volume.metadata.resize(std::min(volume.metadata.size(), kMaxAreas));
+  volume.areas.resize(std::min(volume.areas.size(), kMaxAreas));
   return volume;
 }
 
@@ -123,51 +114,88 @@ bool AppendBytes(Scan& scan, const cPartTreeItem& node, u64 position, u64 count,
 
 enum class AreaState { kUnreadable, kEmpty, kHoldsText };
 
-// What a metadata area holds, and whether all of it is as it was written.
-struct AreaContents {
-  AreaState state = AreaState::kUnreadable;
-  bool isIntact = false;
-  std::string text;
+// Where a text lies in its area, which begins at `position`.
+struct TextPlace {
+  u64 position;
+  u64 areaBytes;
+  u64 first;
+  u64 bytes;
+
+  bool IsInRing() const {
+    return areaBytes > kSectorBytes && first >= kSectorBytes && first < areaBytes && bytes > 0 &&
+           bytes <= areaBytes - kSectorBytes;
+  }
 };
 
-// The text of an area whose header lies in `header`, from the ring that it describes.
-AreaContents ReadText(Scan& scan, const cPartTreeItem& node, const Area& area,
-                      std::span<const u8> header) {
-  AreaContents contents;
-  const u64 position = LoadLe64(&header[kTextPosition]);
-  const u64 size = LoadLe64(&header[kTextSize]);
-  if (position == 0 || (LoadLe32(&header[kTextFlags]) & kIgnored)) {
-    contents.state = AreaState::kEmpty;
-    return contents;
-  }
-  const bool isInRing = area.size > kSectorBytes && position >= kSectorBytes &&
-                        position < area.size && size > 0 && size <= area.size - kSectorBytes;
-  if (!isInRing || size > kMaxTextBytes) return contents;
-  const u64 first = std::min(size, area.size - position);
-  if (!AppendBytes(scan, node, area.position + position, first, &contents.text)) return contents;
-  if (!AppendBytes(scan, node, area.position + kSectorBytes, size - first, &contents.text)) {
-    return contents;
-  }
-  contents.isIntact = LoadLe32(&header[kTextCrc]) == Crc(BytesOf(contents.text));
-  contents.state = AreaState::kHoldsText;
-  return contents;
+// The text in the ring, which may go on behind the area's first sector. Empty when it cannot be
+// read.
+std::string ReadRing(Scan& scan, const cPartTreeItem& node, const TextPlace& place) {
+  std::string text;
+  const u64 first = std::min(place.bytes, place.areaBytes - place.first);
+  const bool isRead =
+      AppendBytes(scan, node, place.position + place.first, first, &text) &&
+      AppendBytes(scan, node, place.position + kSectorBytes, place.bytes - first, &text);
+  return isRead ? text : std::string();
 }
 
-AreaContents ReadArea(Scan& scan, const cPartTreeItem& node, const Area& listed) {
-  SectorBytes sector;
-  const std::span<const u8> header(sector);
-  const u64 first = node.m_start + listed.position / kSectorBytes;
-  if (listed.position % kSectorBytes != 0 || first < node.m_start ||
-      !scan.ReadSector(first, &sector) ||
+}  // namespace
+
+// What a metadata area holds. Of one that several physical volumes list, each has its own word on
+// where it begins.
+struct Lvm2Area {
+  AreaState state = AreaState::kUnreadable;
+  bool sumsHold = false;
+  u64 ownPosition = 0;  // as its header has it, from the start of the physical volume
+  std::unique_ptr<Lvm2Text> text;
+  u64 sequence = 0;
+};
+
+namespace {
+
+void ReadText(Scan& scan, const cPartTreeItem& node, const TextPlace& place, u32 sum,
+              Lvm2Area* area) {
+  if (!place.IsInRing() || !scan.Spend(Budget::kTextBytes, place.bytes)) return;
+  std::string bytes = ReadRing(scan, node, place);
+  if (bytes.empty()) return;
+  area->sumsHold &= sum == Crc(BytesOf(bytes));
+  area->text = std::make_unique<Lvm2Text>(std::move(bytes), scan.Left(Budget::kItems));
+  if (area->text->IsTooLong()) scan.Refuse(Budget::kItems);
+  scan.Spend(Budget::kItems, area->text->ItemCount());
+  if (!area->text->IsValid()) return;
+  area->sequence = Lvm2SequenceNumber(*area->text);
+  area->state = AreaState::kHoldsText;
+}
+
+// The area whose first sector is `sector` and begins at byte `position` of the node.
+Lvm2Area ReadArea(Scan& scan, const cPartTreeItem& node, u64 sector, u64 position) {
+  Lvm2Area area;
+  SectorBytes bytes;
+  const std::span<const u8> header(bytes);
+  if (!scan.ReadSector(sector, &bytes) ||
       !StartsWith(header.subspan(kAreaMagicPlace), kAreaMagic)) {
-    return {};
+    return area;
   }
-  const u64 size = LoadLe64(&header[kAreaSize]);
-  if (size > std::numeric_limits<u64>::max() - listed.position) return {};
-  AreaContents contents = ReadText(scan, node, {listed.position, size}, header);
-  contents.isIntact &= LoadLe64(&header[kAreaPosition]) == listed.position &&
-                       LoadLe32(header.data()) == Crc(header.subspan(kAreaMagicPlace));
-  return contents;
+  const TextPlace place{position, LoadLe64(&header[kAreaSize]), LoadLe64(&header[kTextPosition]),
+                        LoadLe64(&header[kTextSize])};
+  if (place.areaBytes > std::numeric_limits<u64>::max() - position) return area;
+  area.ownPosition = LoadLe64(&header[kAreaPosition]);
+  area.sumsHold = LoadLe32(header.data()) == Crc(header.subspan(kAreaMagicPlace));
+  if (place.first == 0 || (LoadLe32(&header[kTextFlags]) & kIgnored)) {
+    area.state = AreaState::kEmpty;
+  } else {
+    ReadText(scan, node, place, LoadLe32(&header[kTextCrc]), &area);
+  }
+  return area;
+}
+
+// The area at that byte of the node, read once however many physical volumes list it; null when
+// none can be there.
+std::shared_ptr<const Lvm2Area> AreaAt(Scan& scan, const cPartTreeItem& node, u64 position) {
+  const u64 sector = node.m_start + position / kSectorBytes;
+  if (position % kSectorBytes != 0 || sector < node.m_start) return nullptr;
+  std::shared_ptr<const Lvm2Area>& area = scan.Lvm2AreaAt(sector);
+  if (!area) area = std::make_shared<const Lvm2Area>(ReadArea(scan, node, sector, position));
+  return area;
 }
 
 // Of the texts that can be read the newest, one that is intact before any that is not. Without an
@@ -175,28 +203,25 @@ AreaContents ReadArea(Scan& scan, const cPartTreeItem& node, const Area& listed)
 // that is better than to lose all volumes to one wrong bit.
 class TextChoice {
  public:
-  void Offer(AreaContents contents) {
-    if (contents.state == AreaState::kEmpty) m_anyEmpty = true;
-    if (contents.state != AreaState::kHoldsText) return;
-    auto text = std::make_unique<Lvm2Text>(std::move(contents.text));
-    if (!text->IsValid()) return;
-    const u64 sequence = Lvm2SequenceNumber(*text);
-    const bool isBetter = !m_text || (contents.isIntact && !m_isIntact) ||
-                          (contents.isIntact == m_isIntact && sequence > m_sequence);
+  void Offer(const std::shared_ptr<const Lvm2Area>& area, u64 position) {
+    if (!area) return;
+    if (area->state == AreaState::kEmpty) m_anyEmpty = true;
+    if (area->state != AreaState::kHoldsText) return;
+    const bool isIntact = area->sumsHold && area->ownPosition == position;
+    const bool isBetter = !m_area || (isIntact && !m_isIntact) ||
+                          (isIntact == m_isIntact && area->sequence > m_area->sequence);
     if (!isBetter) return;
-    m_text = std::move(text);
-    m_isIntact = contents.isIntact;
-    m_sequence = sequence;
+    m_area = area;
+    m_isIntact = isIntact;
   }
 
-  const Lvm2Text* Text() const { return m_text.get(); }
+  const Lvm2Text* Text() const { return m_area ? m_area->text.get() : nullptr; }
   // Whether an area says that the physical volume is in no group, or that others keep the text.
   bool AnyEmpty() const { return m_anyEmpty; }
 
  private:
-  std::unique_ptr<Lvm2Text> m_text;
+  std::shared_ptr<const Lvm2Area> m_area;
   bool m_isIntact = false;
-  u64 m_sequence = 0;
   bool m_anyEmpty = false;
 };
 
@@ -253,10 +278,15 @@ bool ParseLvm2(Scan& scan, cPartTreeItem& node) {
   const auto header = FindHeader(scan, node);
   if (!header) return false;
   TextChoice choice;
-  for (const Area& area : header->metadata) choice.Offer(ReadArea(scan, node, area));
-  if (!choice.Text()) return header->metadata.empty() || choice.AnyEmpty();
-  const auto volume = FindPhysicalVolume(*choice.Text(), header->id);
+  for (const u64 position : header->areas) choice.Offer(AreaAt(scan, node, position), position);
+  if (!choice.Text()) return header->areas.empty() || choice.AnyEmpty();
+  if (!scan.Spend(Budget::kLooks, choice.Text()->ItemCount())) return false;
+  const u64 room = scan.Left(Budget::kPieces);
+  const auto volume = FindPhysicalVolume(*choice.Text(), header->id, room);
   if (!volume) return false;
+  if (!scan.Spend(Budget::kPieces, volume->pieces.size()) || volume->pieces.size() == room) {
+    scan.Refuse(Budget::kPieces);
+  }
   AddPieces(scan, node, *volume);
   return true;
 }

@@ -175,7 +175,7 @@ bool Lvm2TextReader::CloseSection() {
 
 Lvm2Text::Item* Lvm2TextReader::Append(u32 parent, Item item) {
   auto& items = m_text.m_items;
-  if (items.size() >= Lvm2Text::kMaxItems) return nullptr;
+  if (items.size() >= m_text.m_maxItems) return nullptr;
   const u32 number = static_cast<u32>(items.size());
   Item& above = items[parent];
   (above.lastChild == Lvm2Text::kNone ? above.firstChild : items[above.lastChild].next) = number;
@@ -190,7 +190,7 @@ Lvm2Text::Item* Lvm2TextReader::AppendNamed(Item item) {
   return added;
 }
 
-Lvm2Text::Lvm2Text(std::string text) : m_text(std::move(text)) {
+Lvm2Text::Lvm2Text(std::string text, u64 maxItems) : m_text(std::move(text)), m_maxItems(maxItems) {
   m_valid = Lvm2TextReader(*this).Read();
 }
 

@@ -35,12 +35,16 @@ class Lvm2Text {
   using Section = u32;
   static constexpr Section kRoot = 0;
 
-  explicit Lvm2Text(std::string text);
+  // At most `maxItems` are filed.
+  explicit Lvm2Text(std::string text, u64 maxItems = kMaxItems);
   Lvm2Text(const Lvm2Text&) = delete;
   Lvm2Text& operator=(const Lvm2Text&) = delete;
 
   // Whether the whole text follows the grammar and the limits; else it is read up to the fault.
   bool IsValid() const { return m_valid; }
+  u64 ItemCount() const { return m_items.size(); }
+  // Whether it was left there for having more items than may be filed.
+  bool IsTooLong() const { return !m_valid && ItemCount() >= m_maxItems; }
 
   // The sections in a section, in their order.
   struct Named {
@@ -82,6 +86,7 @@ class Lvm2Text {
   static std::optional<u64> NumberOf(const Item& item);
 
   std::string m_text;
+  u64 m_maxItems;
   std::deque<Item> m_items;
   std::map<std::pair<Section, std::string_view>, u32> m_index;
   bool m_valid = false;

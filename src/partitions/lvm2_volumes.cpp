@@ -143,7 +143,8 @@ struct Place {
 
 class GroupReader {
  public:
-  GroupReader(const Lvm2Text& text, const Lvm2Text::Named& group) : m_text(text), m_group(group) {}
+  GroupReader(const Lvm2Text& text, const Lvm2Text::Named& group, u64 maxPieces)
+      : m_text(text), m_group(group), m_maxPieces(maxPieces) {}
 
   std::optional<Lvm2PhysicalVolume> Find(std::string_view id);
 
@@ -158,6 +159,7 @@ class GroupReader {
 
   const Lvm2Text& m_text;
   const Lvm2Text::Named m_group;
+  const u64 m_maxPieces;
   std::vector<LogicalVolume> m_volumes;
   // Where a logical volume is an image or a leg of another.
   std::map<std::string_view, Place> m_users;
@@ -217,6 +219,7 @@ void GroupReader::CollectPieces(const LogicalVolume& volume, size_t segment, u64
   const u64 count = ExtentsOfArea(volume.segments[segment]);
   for (size_t area = 0; area < areas.size(); ++area) {
     if (areas[area].name != own || count == 0) continue;
+    if (pieces->size() == m_maxPieces) return;
     const u64 first = areas[area].first;
     if (first > extentsHere || count > extentsHere - first) continue;
     pieces->push_back({first, count, SetOf({&volume, segment, area})});
@@ -271,10 +274,11 @@ u64 Lvm2SequenceNumber(const Lvm2Text& text) {
   return group ? text.Number(group->section, "seqno").value_or(0) : 0;
 }
 
-std::optional<Lvm2PhysicalVolume> FindPhysicalVolume(const Lvm2Text& text, std::string_view id) {
+std::optional<Lvm2PhysicalVolume> FindPhysicalVolume(const Lvm2Text& text, std::string_view id,
+                                                     u64 maxPieces) {
   const auto group = FindGroup(text);
   if (!group) return std::nullopt;
-  return GroupReader(text, *group).Find(id);
+  return GroupReader(text, *group, maxPieces).Find(id);
 }
 
 }  // namespace larkspur

@@ -42,8 +42,10 @@ struct Lvm2PhysicalVolume {
 // The number of the text's version; later ones are higher.
 u64 Lvm2SequenceNumber(const Lvm2Text& text);
 
-// The pieces on the physical volume with that identifier (32 characters), in the order of the text.
-// Nothing when the text is no volume group's or does not know the physical volume.
-std::optional<Lvm2PhysicalVolume> FindPhysicalVolume(const Lvm2Text& text, std::string_view id);
+// The pieces on the physical volume with that identifier (32 characters), in the order of the text,
+// at most `maxPieces` of them. Nothing when the text is no volume group's or does not know the
+// physical volume.
+std::optional<Lvm2PhysicalVolume> FindPhysicalVolume(const Lvm2Text& text, std::string_view id,
+                                                     u64 maxPieces = kNowhere);
 
 }  // namespace larkspur

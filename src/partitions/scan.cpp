@@ -12,12 +12,17 @@
 namespace larkspur {
 namespace {
 
-// 8 MiB; more is forgotten and, should it be needed again, read again.
-constexpr size_t kMaxKeptSectors = 16384;
+// 6 MiB; more is forgotten and, should it be needed again, read again.
+constexpr u64 kMaxKeptSectors = 12288;
 // Longer runs are metadata areas that a parser keeps itself.
 constexpr u32 kMaxKeptRun = 256;
 // A table with more holes than this lies in an area that is better left alone.
 constexpr u32 kMaxGaps = 8;
+
+// By budget.
+constexpr std::array<u64, kBudgets> kLimits = {
+    Scan::kMaxNodes, Scan::kMaxSectorsRead, u64{8} << 20, 1 << 17, 1 << 20, 8192, Scan::kMaxDepth,
+};
 
 u32 Depth(const cPartTreeItem& node) {
   u32 depth = 0;
@@ -28,18 +33,28 @@ u32 Depth(const cPartTreeItem& node) {
 }  // namespace
 
 Scan::Scan(cBaseIO* io, ScanTrace* trace)
-    : m_io(io), m_trace(trace), m_sectorCount(io ? io->GetSectorCount() : 0) {}
+    : m_io(io), m_trace(trace), m_sectorCount(io ? io->GetSectorCount() : 0), m_left(kLimits) {}
+
+bool Scan::Spend(Budget budget, u64 amount) {
+  if (amount > Left(budget)) return Refuse(budget);
+  m_left[static_cast<size_t>(budget)] -= amount;
+  return true;
+}
+
+bool Scan::Refuse(Budget budget) {
+  m_reached[static_cast<size_t>(budget)] = true;
+  return false;
+}
 
 u32 Scan::Read(u64 sector, u32 count, u8* buffer) {
-  if (sector >= m_sectorCount || count > m_sectorsLeft) return 0;
+  if (sector >= m_sectorCount) return 0;
   count = static_cast<u32>(std::min<u64>(count, m_sectorCount - sector));
-  m_sectorsLeft -= count;
+  if (!Spend(Budget::kSectors, count)) return 0;
   u32 done = 0;
   while (done < count) {
     u8* to = buffer + size_t{done} * kSectorBytes;
-    if (const auto kept = m_kept.find(sector + done); kept != m_kept.end()) {
-      std::memcpy(to, kept->second.data(), kSectorBytes);
-      ++done;
+    if (const u32 kept = CopyKept(sector + done, count - done, to); kept > 0) {
+      done += kept;
       continue;
     }
     const u32 run = UnknownRun(sector + done, count - done);
@@ -65,10 +80,27 @@ u32 Scan::ReadAround(u64 sector, u32 count, u8* buffer) {
   return came;
 }
 
+u32 Scan::CopyKept(u64 sector, u32 count, u8* buffer) const {
+  auto run = m_kept.upper_bound(sector);
+  if (run == m_kept.begin()) return 0;
+  --run;
+  const u64 skip = sector - run->first;
+  const u64 length = run->second.size() / kSectorBytes;
+  if (skip >= length) return 0;
+  count = static_cast<u32>(std::min<u64>(count, length - skip));
+  std::memcpy(buffer, &run->second[skip * kSectorBytes], size_t{count} * kSectorBytes);
+  return count;
+}
+
 u32 Scan::UnknownRun(u64 sector, u32 count) const {
-  u32 run = 0;
-  while (run < count && !m_kept.contains(sector + run) && !m_failed.contains(sector + run)) ++run;
-  return run;
+  u64 end = sector + count;
+  if (const auto kept = m_kept.lower_bound(sector); kept != m_kept.end()) {
+    end = std::min(end, kept->first);
+  }
+  if (const auto failed = m_failed.lower_bound(sector); failed != m_failed.end()) {
+    end = std::min(end, *failed);
+  }
+  return static_cast<u32>(end - sector);
 }
 
 u32 Scan::ReadUnknown(u64 sector, u32 count, u8* buffer) {
@@ -81,10 +113,13 @@ u32 Scan::ReadUnknown(u64 sector, u32 count, u8* buffer) {
 }
 
 void Scan::Keep(u64 sector, u32 count, const u8* bytes) {
-  if (m_kept.size() + count > kMaxKeptSectors) m_kept.clear();
-  for (u32 i = 0; i < count; ++i) {
-    std::memcpy(m_kept[sector + i].data(), bytes + size_t{i} * kSectorBytes, kSectorBytes);
+  if (count == 0) return;
+  if (m_keptSectors + count > kMaxKeptSectors) {
+    m_kept.clear();
+    m_keptSectors = 0;
   }
+  m_kept.try_emplace(sector, bytes, bytes + size_t{count} * kSectorBytes);
+  m_keptSectors += count;
 }
 
 cPartTreeItem* Scan::AddChild(cPartTreeItem& parent, u64 start, u64 length, u16 type) {
@@ -94,8 +129,7 @@ cPartTreeItem* Scan::AddChild(cPartTreeItem& parent, u64 start, u64 length, u16 
 
 cPartTreeItem* Scan::AddEntry(cPartTreeItem& parent, u64 start, u64 length, u64 tableLength,
                               u16 type) {
-  if (m_nodes == kMaxNodes) return nullptr;
-  ++m_nodes;
+  if (!Spend(Budget::kNodes, 1)) return nullptr;
   cTreeItem*& newest = m_newestChild[&parent];
   auto* child = new cScannedItem(tableLength);
   SetNode(*child, parent.m_io, start, length, type);
@@ -109,7 +143,7 @@ u64 Scan::TableLength(const cPartTreeItem& node) const {
 }
 
 bool Scan::Detect(cPartTreeItem& node, const cPartTreeItem& above) {
-  if (Depth(node) >= kMaxDepth) return false;
+  if (Depth(node) >= kMaxDepth) return Refuse(Budget::kDepth);
   return DetectContents(*this, node, node.m_start > above.m_start);
 }
 

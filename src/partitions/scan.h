@@ -5,14 +5,14 @@
 // Scan: one detection run over a storage. It reads for all probes and parsers, each sector of the
 // storage once, and keeps a hostile or dying disk from costing more than it may.
 //
-// Its limits are far above what real disks need; once one is reached, reads answer 0 and no node is
-// added any more, so that what was found before stays and the run ends.
+// Its limits are far above what real disks need; once one is reached, what would cost more is left
+// out, so that what was found before stays and the run ends. A run that asks for notes is told.
 
 #include <array>
-#include <span>
-#include <string>
+#include <map>
+#include <memory>
+#include <set>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "base/types.h"
@@ -32,14 +32,27 @@ struct ScanRequest {
 inline constexpr char kDetection[] = "detection";
 using ScanTrace = std::vector<ScanRequest>;
 
+// What a run may use up.
+enum class Budget : u8 {
+  kNodes,      // a GPT disk has 128 entries, a fragmented volume group some thousand segments
+  kSectors,    // read, whether from the storage or from what is kept of it
+  kTextBytes,  // of metadata that is text: groups of LVM2 have some hundred KiB, LUKS less
+  kItems,      // of such texts, or records of a dynamic disk's database, that are filed
+  kLooks,      // at filed items, each time a volume is put together from them
+  kPieces,     // of logical volumes
+  kDepth,      // of the tree, which has no count
+};
+inline constexpr size_t kBudgets = 7;
+
+// Metadata that several nodes may share (lvm2.cpp).
+struct Lvm2Area;
+
 class Scan {
  public:
   // Nested volume managers end after a handful of levels.
   static constexpr u32 kMaxDepth = 32;
-  // A GPT disk has 128 entries, a fragmented volume group some thousand segments.
   static constexpr u32 kMaxNodes = 16384;
-  // 128 MiB, whether from the storage or from what is kept of it: twenty sectors a node, and the
-  // largest volume-group text eight times over.
+  // 128 MiB: sixteen sectors a node.
   static constexpr u64 kMaxSectorsRead = u64{1} << 18;
 
   explicit Scan(cBaseIO* io, ScanTrace* trace = nullptr);
@@ -73,6 +86,19 @@ class Scan {
   // AddChild, and then Detect.
   void AddAndDetect(cPartTreeItem& parent, u64 start, u64 length, u16 type);
 
+  // Takes `amount` out of what is left of the budget. False, and the limit counts as reached, when
+  // that is less.
+  bool Spend(Budget budget, u64 amount);
+  // Counts the limit as reached, and answers false.
+  bool Refuse(Budget budget);
+  u64 Left(Budget budget) const { return m_left[static_cast<size_t>(budget)]; }
+  bool IsReached(Budget budget) const { return m_reached[static_cast<size_t>(budget)]; }
+  // Sectors that were asked for and did not come, though the storage has them.
+  const std::set<u64>& Unread() const { return m_failed; }
+
+  // The metadata area of LVM2 that begins at that sector, empty before it was first looked at.
+  std::shared_ptr<const Lvm2Area>& Lvm2AreaAt(u64 sector) { return m_lvm2Areas[sector]; }
+
   u64 SectorCount() const { return m_sectorCount; }
   cBaseIO* IO() const { return m_io; }
   // Bytes per sector as the storage's geometry has them; 512 when it does not know, or less.
@@ -81,6 +107,8 @@ class Scan {
  private:
   friend class ScanAsker;
 
+  // Copies what is kept from `sector` on, up to `count` sectors, and answers how many.
+  u32 CopyKept(u64 sector, u32 count, u8* buffer) const;
   // How many sectors from `sector` on, of `count`, are neither kept nor known to fail.
   u32 UnknownRun(u64 sector, u32 count) const;
   void Keep(u64 sector, u32 count, const u8* bytes);
@@ -90,12 +118,14 @@ class Scan {
   const cPartTreeItem* m_top = nullptr;
   ScanTrace* m_trace;
   u64 m_sectorCount;
-  u64 m_sectorsLeft = kMaxSectorsRead;
-  u32 m_nodes = 0;
+  std::array<u64, kBudgets> m_left;
+  std::array<bool, kBudgets> m_reached{};
   std::unordered_map<const cTreeItem*, cTreeItem*> m_newestChild;  // by its parent
   const char* m_asker = kDetection;
-  std::unordered_map<u64, SectorBytes> m_kept;
-  std::unordered_set<u64> m_failed;
+  std::map<u64, std::vector<u8>> m_kept;  // runs without overlaps, by their first sector
+  u64 m_keptSectors = 0;
+  std::set<u64> m_failed;
+  std::map<u64, std::shared_ptr<const Lvm2Area>> m_lvm2Areas;
 };
 
 // While it lives, what is read counts as asked by `name`.

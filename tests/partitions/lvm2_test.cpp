@@ -259,6 +259,24 @@ TEST(Lvm2, LongNamesAreCut) {
 }
 
 // Whatever any one byte says, the tree stays small.
+// Every piece is a physical volume of the same group again, by a label of its own that leads to the
+// one text.
+TEST(Lvm2, VolumesThatHoldTheirGroupAgainEnd) {
+  constexpr u64 kArea = u64{3000} * kSectorBytes;
+  std::string volumes;
+  for (u64 i = 0; i < 250; ++i) volumes += Lvm2Volume("l" + std::to_string(i), Lvm2Linear(i, 100));
+  Lvm2Disk disk;
+  disk.Label().Area({.position = kArea, .size = 500000, .text = Lvm2Group(volumes)});
+  constexpr size_t kAreaEntry = 32 + 40 + 16;
+  for (u64 start = 512; start < 512 + 250 * 8; start += 8) {
+    u8* label = disk.At((start + 1) * kSectorBytes);
+    std::copy_n(disk.At(kSectorBytes), kSectorBytes, label);
+    StoreLe64(label + kAreaEntry, kArea - start * kSectorBytes);
+  }
+  const std::string tree = disk.Tree();
+  EXPECT_EQ(std::count(tree.begin(), tree.end(), '{'), 8192);
+}
+
 TEST(Lvm2, SurvivesEveryChangeOfAByte) {
   Lvm2Disk disk = DiskOf(Lvm2Group(Lvm2Volume(
       "l", "segment1 { extent_count = 4 stripe_size = 8 stripes = [\"pv0\", 0, \"pv1\", 0] }")));

@@ -8,6 +8,7 @@
 #include "fakes/disk_builder.h"
 #include "fakes/memory_disk.h"
 #include "fakes/tree_text.h"
+#include "partitions/detection.h"
 
 namespace larkspur {
 namespace {
@@ -179,6 +180,38 @@ TEST(Luks, RecordsItsHeader) {
             "{luks2 payload 32768 aes-xts-plain64  key 0 uuid uuid-2}\n");
   EXPECT_EQ(second.Text(8, 0, "[[[[").Tree(),
             "0+65536 32764 \"[unknown]\" luks {luks2 payload 0 -  key 0 uuid uuid-2}\n");
+}
+
+// A header may have 4 MiB of text; what is not needed is not read.
+TEST(Luks, ReadsNoMoreOfTheTextThanItNeeds) {
+  const std::string segments =
+      R"("segments":{"0":{"offset":"4194304","encryption":"aes-xts-plain64","deep":[[{}]]}})";
+  const struct {
+    std::string text;
+    u32 mostSectors;
+    bool isFound;
+  } kCases[] = {
+      {"{" + segments + "}" + std::string(1000000, 'x'), 200, true},
+      {"{\"tokens\":\"" + std::string(200000, 'x') + "\"," + segments, 600, true},
+      {"{\"other\":{" + segments + "}}", 200, false},
+      {std::string(4000000, '['), 9000, false},
+      {std::string(100, ']'), 200, false},
+  };
+  for (const auto& test : kCases) {
+    DiskBuilder disk(16384);
+    disk.Text(0, 0, "LUKS\xBA\xBE").Be(0, 6, 2, 2).Be(0, 8, 8, 4 << 20).Text(8, 0, test.text);
+    auto store = fakes::MakeStore();
+    store->bytes = disk.Bytes();
+    const auto io = fakes::DiskOn(store);
+    PartitionTree tree;
+    ScanTrace trace;
+    EXPECT_TRUE(BuildPartitionTree(tree.Head(), io.get(), &trace));
+    u32 sectors = 0;
+    for (const ScanRequest& request : trace) sectors += request.count;
+    EXPECT_LE(sectors, test.mostSectors) << test.text.substr(0, 40);
+    const std::string text = fakes::TreeText(tree.Root());
+    EXPECT_EQ(text.find("payload 8192 aes-xts-plain64") != text.npos, test.isFound) << text;
+  }
 }
 
 TEST(Luks, RefusesHeadersOutOfBounds) {
