@@ -2,6 +2,9 @@
 # folder of their own, because a cross build must not see the rest of /usr/include.
 set(LARKSPUR_HEADERS ${CMAKE_BINARY_DIR}/headers)
 file(MAKE_DIRECTORY ${LARKSPUR_HEADERS})
+if(NOT WIN32 AND NOT EXISTS /usr/include/nettle)
+  message(FATAL_ERROR "The headers of nettle are missing: run scripts/setup")
+endif()
 foreach(library CLI nlohmann fmt stb rapidxml)
   if(NOT EXISTS /usr/include/${library})
     message(FATAL_ERROR "The headers of ${library} are missing: run scripts/setup")

@@ -7,16 +7,16 @@ _larkspur_options() {
     read) echo "--start --sectors --other-source --pass-through --timeout --output --test-mode --help" ;;
     map) echo "--png --svg --mapfile --json --help" ;;
     check) echo "--repair --json --help" ;;
-    export) echo "--force --help" ;;
+    export) echo "--start --sectors --force --hash --help" ;;
     tree) echo "--cache --test-mode --trace --json --help" ;;
-    info | log | devices | identify) echo "--json --help" ;;
+    import | info | log | devices | identify) echo "--json --help" ;;
     *) echo "--help --version" ;;
   esac
 }
 
 _larkspur() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-  local command=${COMP_WORDS[1]} commands="image read info map check export tree devices identify"
+  local command=${COMP_WORDS[1]} commands="image read info map check export import tree devices identify"
   COMPREPLY=()
   case $before in
     --start | --sectors) return ;;

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # Completion of larkspur(1) for fish.
 
-set -l commands image read log info map check export tree devices identify
+set -l commands image read log info map check export import tree devices identify
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -l help -d "Print help"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -l version -d "Print the version"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a image -d "Read the source once into the cache"
@@ -11,11 +11,12 @@ complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a info -
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a map -d "Show what is present, unreadable, missing"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a check -d "Verify a cache"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a export -d "Write a raw image"
+complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a import -d "Make a cache of a ddrescue rescue"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a tree -d "Show partitions and volume sets"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a devices -d "List storage devices"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a identify -d "Show what a drive says it is"
-complete -c larkspur -n "__fish_seen_subcommand_from image read" -x -l start -d "First sector"
-complete -c larkspur -n "__fish_seen_subcommand_from image read" -x -l sectors -d "Number of sectors"
+complete -c larkspur -n "__fish_seen_subcommand_from image read export" -x -l start -d "First sector"
+complete -c larkspur -n "__fish_seen_subcommand_from image read export" -x -l sectors -d "Number of sectors"
 complete -c larkspur -n "__fish_seen_subcommand_from image" -x -l partition -d "Only this partition"
 complete -c larkspur -n "__fish_seen_subcommand_from image" -r -l domain -d "Only what this mapfile marks +"
 complete -c larkspur -n "__fish_seen_subcommand_from image" -f -l no-scrape -d "Do not read sectors one by one"
@@ -34,7 +35,8 @@ complete -c larkspur -n "__fish_seen_subcommand_from map" -r -l png -d "Draw a P
 complete -c larkspur -n "__fish_seen_subcommand_from map" -r -l svg -d "Draw an SVG picture"
 complete -c larkspur -n "__fish_seen_subcommand_from map" -r -l mapfile -d "Write a ddrescue mapfile"
 complete -c larkspur -n "__fish_seen_subcommand_from check" -f -l repair -d "Mend what can be mended"
-complete -c larkspur -n "__fish_seen_subcommand_from export" -f -l force -d "Replace an existing file"
+complete -c larkspur -n "__fish_seen_subcommand_from export" -f -l force -d "Replace a file, write to a device"
+complete -c larkspur -n "__fish_seen_subcommand_from export" -f -l hash -d "Print the SHA-256"
 complete -c larkspur -n "__fish_seen_subcommand_from tree" -r -l cache -d "Look through this cache"
 complete -c larkspur -n "__fish_seen_subcommand_from tree" -f -l trace -d "List the sectors that were read"
-complete -c larkspur -n "__fish_seen_subcommand_from image log info map check tree devices identify" -f -l json -d "Print JSON"
+complete -c larkspur -n "__fish_seen_subcommand_from image log info map check import tree devices identify" -f -l json -d "Print JSON"

@@ -51,10 +51,20 @@ struct MapOptions {
   bool json = false;
 };
 
+struct ImportOptions {
+  std::string image;
+  std::string mapfile;
+  std::string cache;
+  bool json = false;
+};
+
 struct ExportOptions {
   std::string cache;
-  std::string output;
+  std::string output;  // "-": standard output
+  u64 start = 0;
+  std::optional<u64> sectors;
   bool force = false;
+  bool hash = false;
 };
 
 struct TreeOptions : StorageOptions {
@@ -67,6 +77,7 @@ ExitStatus RunLog(const std::string& cache, bool json);
 ExitStatus RunInfo(const std::string& cache, bool json);
 ExitStatus RunMap(const MapOptions& options);
 ExitStatus RunCheck(const std::string& cache, bool repair, bool json);
+ExitStatus RunImport(const ImportOptions& options);
 ExitStatus RunExport(const ExportOptions& options);
 // The storage is options.source; options.cache may be empty.
 ExitStatus RunTree(const TreeOptions& options);

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+#include <cstdio>
+
 #include "base/path_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
@@ -7,31 +9,109 @@
 #include "cli/storages.h"
 #include "imaging/export.h"
 #include "imaging/size_text.h"
+#include "platform/system_error.h"
 #include "platform/terminal.h"
 
 namespace larkspur::cli {
 namespace {
 
+// For pipes: everything is written, zeros too.
+class StandardOutputSink final : public ExportSink {
+ public:
+  bool Put(const u8* bytes, u64 count) override {
+    return std::fwrite(bytes, 1, count, stdout) == count || Refused();
+  }
+  bool PutZeros(u64 count) override {
+    static constexpr u8 kZeros[65536] = {};
+    for (u64 done = 0; done < count;) {
+      const u64 here = std::min<u64>(count - done, sizeof kZeros);
+      if (!Put(kZeros, here)) return false;
+      done += here;
+    }
+    return true;
+  }
+  bool Finish() override { return std::fflush(stdout) == 0 || Refused(); }
+
+ private:
+  bool Refused() {
+    platform::SetLastFailure(static_cast<u32>(errno));
+    return false;
+  }
+};
+
+// The end of an export as words, and its exit status.
 ExitStatus TellEnd(const ExportResult& result, const ExportOptions& options) {
+  const std::string& output = options.output;
   switch (result.end) {
     case ExportEnd::kDone:
       return kExitDone;
     case ExportEnd::kStopped:
-      Tell(options.output + ": stopped; the file is not complete");
+      Tell(output + ": stopped; the image is not complete");
       return kExitInterrupted;
     case ExportEnd::kTargetExists:
-      return Fail(options.output +
-                  ": this exists already; choose another name (--force replaces a file)");
+      return Fail(output +
+                  ": this exists already; choose another name (--force overwrites a file or a "
+                  "device)");
+    case ExportEnd::kTargetIsFolder:
+      return Fail(output + ": an image cannot be written to this; name a file");
+    case ExportEnd::kTargetTooSmall:
+      return Fail(output + ": this device is smaller than what is to be written");
+    case ExportEnd::kTargetMounted:
+      return Fail(output + ": something on this device is in use; unmount it first");
+    case ExportEnd::kTargetHasCache:
+      return Fail(output + ": the cache lies on this device; choose another one");
     case ExportEnd::kCannotCreate:
-      return Fail(Failure(options.output, "the file cannot be made", result.systemError));
+      return Fail(Failure(output, "it cannot be opened for writing", result.systemError));
     case ExportEnd::kWriteFailed:
-      return Fail(Failure(options.output, "the file cannot be written; it is not complete",
-                          result.systemError));
+      return Fail(Failure(output == "-" ? "standard output" : output,
+                          "the image cannot be written; it is not complete", result.systemError));
     case ExportEnd::kCacheFailed:
       return Fail(Failure(options.cache, "the cache cannot be read; try 'larkspur check'",
                           result.systemError));
   }
   return kExitFailed;
+}
+
+// What is to be written, in sectors.
+ExitStatus FindRange(const ExportOptions& options, u64 sectors, SectorRange* range) {
+  if (options.start >= sectors) {
+    Tell(fmt::format("--start {} lies past the end: the cache has {} sectors", options.start,
+                     sectors));
+    return kExitUsage;
+  }
+  *range = {options.start, std::min(options.sectors.value_or(sectors), sectors - options.start)};
+  return kExitDone;
+}
+
+ExitStatus OpenTarget(const ExportOptions& options, u64 bytes, std::unique_ptr<ExportSink>* sink) {
+  if (options.output == "-") {
+    *sink = std::make_unique<StandardOutputSink>();
+    return kExitDone;
+  }
+  const std::u16string output = WideFromUtf8(options.output);
+  const std::u16string cache = WideFromUtf8(options.cache);
+  if (platform::AreSameFile(output.c_str(), cache.c_str())) {
+    return Fail(options.output + ": this is the cache itself; choose another name");
+  }
+  ExportResult result;
+  result.end = OpenExportTarget(output, bytes, options.force, cache, sink);
+  result.systemError = platform::LastFailure();
+  return TellEnd(result, options);
+}
+
+ExitStatus TellHash(platform::Sha256* hash, const StatusCounts& counts,
+                    const ExportOptions& options) {
+  std::array<u8, 32> digest{};
+  if (!hash->Finish(&digest)) return Fail("this system cannot compute a SHA-256");
+  std::string text = "SHA256 (" + options.output + ") = ";
+  for (const u8 byte : digest) text += fmt::format("{:02x}", byte);
+  text += fmt::format("\n# zeros stand in for {} sectors\n", counts.unreadable + counts.missing);
+  if (options.output == "-") {
+    std::fputs(text.c_str(), stderr);
+  } else {
+    Print(text);
+  }
+  return kExitDone;
 }
 
 }  // namespace
@@ -40,23 +120,28 @@ ExitStatus RunExport(const ExportOptions& options) {
   const std::atomic<bool>& stop = platform::InterruptFlag();
   auto cache = OpenCacheToLook(options.cache);
   if (!cache) return kExitFailed;
-  const std::u16string output = WideFromUtf8(options.output);
-  if (platform::AreSameFile(output.c_str(), WideFromUtf8(options.cache).c_str())) {
-    return Fail(options.output + ": this is the cache itself; choose another name");
-  }
+  SectorRange range{};
+  ExitStatus status = FindRange(options, cache->cacheSectors, &range);
+  if (status != kExitDone) return status;
+  std::unique_ptr<ExportSink> target;
+  status = OpenTarget(options, range.count << kSectorShift, &target);
+  if (status != kExitDone) return status;
+  platform::Sha256 hash;
+  HashingSink hashing(target.get(), &hash);
+  ExportSink* sink = options.hash ? &hashing : target.get();
   ProgressLine line;
-  const u64 sectors = cache->cacheSectors;
   const ExportResult result =
-      ExportRaw(cache->image.get(), output, options.force, stop, [&](u64 done) {
-        line.Show({sectors, done}, done, sectors - done);
+      ExportRaw(cache->image.get(), range.first, range.count, sink, stop, [&](u64 done) {
+        line.Show({range.count, done}, done, range.count - done);
       });
   line.Finish();
   if (result.end != ExportEnd::kDone) return TellEnd(result, options);
   const StatusCounts& counts = result.counts;
   Tell(fmt::format("{}: {} written; {} unreadable and {} missing sectors read as zeros",
-                   options.output, SizeText(sectors << kSectorShift), counts.unreadable,
+                   options.output, SizeText(range.count << kSectorShift), counts.unreadable,
                    counts.missing));
-  return counts.unreadable > 0 ? kExitSomeUnreadable : kExitDone;
+  if (options.hash && TellHash(&hash, counts, options) != kExitDone) return kExitFailed;
+  return counts.unreadable + counts.missing > 0 ? kExitSomeUnreadable : kExitDone;
 }
 
 }  // namespace larkspur::cli

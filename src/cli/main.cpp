@@ -57,7 +57,8 @@ void AddJson(CLI::App* command, bool* json) {
   command->add_flag("--json", *json, "Print one JSON document instead of text");
 }
 
-void AddRange(CLI::App* command, StorageOptions* options, bool required) {
+template <typename Options>
+void AddRange(CLI::App* command, Options* options, bool required) {
   auto* start = command->add_option("--start", options->start, "First sector, from 0");
   auto* count = command->add_option("--sectors", options->sectors, "Number of sectors");
   start->type_name("S")->required(required);
@@ -150,9 +151,21 @@ void AddCheck(CLI::App* command, Action* chosen) {
 void AddExport(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ExportOptions>();
   AddCache(command, &options->cache);
-  command->add_option("OUT", options->output, "The raw image to make")->required();
-  command->add_flag("--force", options->force, "Replace an existing file");
+  command->add_option("OUT", options->output, "The raw image to make; - is standard output")
+      ->required();
+  AddRange(command, options.get(), false);
+  command->add_flag("--force", options->force, "Replace an existing file, or write to a device");
+  command->add_flag("--hash", options->hash, "Print the SHA-256 of what was written");
   command->callback([=] { *chosen = [options] { return RunExport(*options); }; });
+}
+
+void AddImport(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<ImportOptions>();
+  command->add_option("IMAGE", options->image, "The image that GNU ddrescue wrote")->required();
+  command->add_option("MAPFILE", options->mapfile, "Its mapfile")->required();
+  command->add_option("CACHE", options->cache, "The cache file to make")->required();
+  AddJson(command, &options->json);
+  command->callback([=] { *chosen = [options] { return RunImport(*options); }; });
 }
 
 void AddTree(CLI::App* command, Action* chosen) {
@@ -197,6 +210,7 @@ constexpr Command kCommands[] = {
     {"map", "Show what is present, unreadable and missing", AddMap},
     {"check", "Verify a cache's index, records and maps", AddCheck},
     {"export", "Write a raw image, with holes for what is not there", AddExport},
+    {"import", "Make a cache of a rescue that GNU ddrescue began", AddImport},
     {"tree", "Show the partitions and volume sets of a source or a cache", AddTree},
     {"devices", "List the storage devices of this machine", AddDevices},
     {"identify", "Ask a drive what it is", AddIdentify},

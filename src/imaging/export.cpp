@@ -3,9 +3,10 @@
 #include "imaging/export.h"
 
 #include <algorithm>
-#include <cstring>
-#include <memory>
+#include <array>
 
+#include "io/sparse_writer.h"
+#include "platform/disk_use.h"
 #include "platform/owned_file.h"
 #include "platform/system_error.h"
 
@@ -13,36 +14,100 @@ namespace larkspur {
 namespace {
 
 constexpr u32 kTransferSectors = 2048;
-constexpr u32 kHoleSectors = 128;  // zeros are looked for in pieces of this size
+constexpr std::array<u8, 65536> kZeros{};
 
-bool IsZero(const u8* bytes, size_t count) {
-  return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, count - 1) == 0;
+// Puts `count` zeros by calls of put(bytes, count).
+template <typename Put>
+bool EachZeros(u64 count, Put put) {
+  for (u64 done = 0; done < count;) {
+    const u64 here = std::min<u64>(count - done, kZeros.size());
+    if (!put(kZeros.data(), here)) return false;
+    done += here;
+  }
+  return true;
+}
+
+// A new file has its size from the beginning, so nothing needs to be written for zeros.
+class FileSink final : public ExportSink {
+ public:
+  explicit FileSink(platform::OwnedFile file) : m_file(std::move(file)) {}
+
+  bool Put(const u8* bytes, u64 count) override {
+    m_position += count;
+    return WriteSkippingZeros(m_file.Handle(), bytes, count, m_position - count);
+  }
+  bool PutZeros(u64 count) override {
+    m_position += count;
+    return true;
+  }
+  bool Finish() override { return platform::SyncFile(m_file.Handle()); }
+
+ private:
+  platform::OwnedFile m_file;
+  u64 m_position = 0;
+};
+
+// On a device, zeros replace what was there.
+class DeviceSink final : public ExportSink {
+ public:
+  explicit DeviceSink(platform::OwnedFile file) : m_file(std::move(file)) {}
+
+  bool Put(const u8* bytes, u64 count) override {
+    m_position += count;
+    const u32 length = static_cast<u32>(count);
+    return platform::WriteFileAt(m_file.Handle(), bytes, length, m_position - count) == length;
+  }
+  bool PutZeros(u64 count) override {
+    return EachZeros(count, [this](const u8* zeros, u64 here) { return Put(zeros, here); });
+  }
+  bool Finish() override { return platform::SyncFile(m_file.Handle()); }
+
+ private:
+  platform::OwnedFile m_file;
+  u64 m_position = 0;
+};
+
+ExportEnd OpenDevice(const std::u16string& path, u64 bytes, const std::u16string& cache,
+                     std::unique_ptr<ExportSink>* sink) {
+  if (platform::IsDiskMounted(path.c_str())) return ExportEnd::kTargetMounted;
+  if (platform::IsFileOnDisk(cache.c_str(), path.c_str())) return ExportEnd::kTargetHasCache;
+  platform::SetLastFailure(0);
+  constexpr u32 kReadWrite = platform::kOpenRead | platform::kOpenWrite;
+  platform::OwnedFile device(platform::OpenExistingFile(path.c_str(), kReadWrite));
+  if (!device.IsOpen()) return ExportEnd::kCannotCreate;
+  if (platform::FileSize(device.Handle()) < bytes) {
+    return platform::LastFailure() ? ExportEnd::kCannotCreate : ExportEnd::kTargetTooSmall;
+  }
+  *sink = std::make_unique<DeviceSink>(std::move(device));
+  return ExportEnd::kDone;
+}
+
+ExportEnd CreateFileSink(const std::u16string& path, u64 bytes, std::unique_ptr<ExportSink>* sink) {
+  platform::SetLastFailure(0);
+  platform::OwnedFile file(platform::CreateEmptyFile(path.c_str()));
+  if (!file.IsOpen()) return ExportEnd::kCannotCreate;
+  platform::MakeSparse(file.Handle());
+  if (!platform::SetFileSize(file.Handle(), bytes)) return ExportEnd::kWriteFailed;
+  *sink = std::make_unique<FileSink>(std::move(file));
+  return ExportEnd::kDone;
 }
 
 class Exporter {
  public:
-  Exporter(cKVRSparseIO* image, platform::FileHandle file, const std::atomic<bool>& stop,
+  Exporter(cKVRSparseIO* reader, ExportSink* sink, const std::atomic<bool>& stop,
            const ExportMonitor& monitor)
-      : m_image(image),
-        m_file(file),
+      : m_reader(reader),
+        m_sink(sink),
         m_stop(stop),
         m_monitor(monitor),
         m_buffer(new u8[u64{kTransferSectors} * kSectorBytes]) {}
 
-  ExportResult Run() {
-    const u64 sectors = m_image->GetSectorCount();
-    platform::MakeSparse(m_file);
-    if (!platform::SetFileSize(m_file, sectors << kSectorShift)) Fail(ExportEnd::kWriteFailed);
-    if (m_result.end != ExportEnd::kDone) return m_result;
-    Owned<cKVRSparseIO> reader(static_cast<cKVRSparseIO*>(m_image->Clone()));
-    if (!reader) Fail(ExportEnd::kCacheFailed);
-    m_image->VisitExtents(0, sectors, [&](u64 first, u64 count, SectorStatus status) {
-      m_result.counts.Add(status, count);
-      return reader && (status != kPresent || Copy(reader.get(), first, count));
+  ExportResult Run(cKVRSparseIO* image, u64 first, u64 count) {
+    image->VisitExtents(first, count, [&](u64 start, u64 sectors, SectorStatus status) {
+      m_result.counts.Add(status, sectors);
+      return status == kPresent ? Copy(start, sectors) : PutZeros(sectors);
     });
-    if (m_result.end == ExportEnd::kDone && !platform::SyncFile(m_file)) {
-      Fail(ExportEnd::kWriteFailed);
-    }
+    if (m_result.end == ExportEnd::kDone && !m_sink->Finish()) Fail(ExportEnd::kWriteFailed);
     return m_result;
   }
 
@@ -53,58 +118,82 @@ class Exporter {
     return false;
   }
 
-  bool Copy(cKVRSparseIO* reader, u64 first, u64 count) {
+  bool Advance(u64 sectors) {
+    m_done += sectors;
+    m_monitor(m_done);
+    return !m_stop || Fail(ExportEnd::kStopped);
+  }
+
+  bool Copy(u64 first, u64 count) {
     for (u64 done = 0; done < count;) {
-      if (m_stop) return Fail(ExportEnd::kStopped);
       const u32 here = static_cast<u32>(std::min<u64>(count - done, kTransferSectors));
-      reader->SetPosition(first + done);
-      if (reader->Read(m_buffer.get(), here) != here) return Fail(ExportEnd::kCacheFailed);
-      if (!WriteNonZero(first + done, here)) return Fail(ExportEnd::kWriteFailed);
-      done += here;
-      m_monitor(first + done);
-    }
-    return true;
-  }
-
-  bool WriteNonZero(u64 sector, u32 count) {
-    for (u32 at = 0; at < count; at += kHoleSectors) {
-      const u32 bytes = std::min(kHoleSectors, count - at) * kSectorBytes;
-      const u8* data = m_buffer.get() + u64{at} * kSectorBytes;
-      if (IsZero(data, bytes)) continue;
-      if (platform::WriteFileAt(m_file, data, bytes, (sector + at) << kSectorShift) != bytes) {
-        return false;
+      m_reader->SetPosition(first + done);
+      if (m_reader->Read(m_buffer.get(), here) != here) return Fail(ExportEnd::kCacheFailed);
+      if (!m_sink->Put(m_buffer.get(), u64{here} << kSectorShift)) {
+        return Fail(ExportEnd::kWriteFailed);
       }
+      done += here;
+      if (!Advance(here)) return false;
     }
     return true;
   }
 
-  cKVRSparseIO* m_image;
-  platform::FileHandle m_file;
+  bool PutZeros(u64 count) {
+    constexpr u64 kAtOnce = u64{1} << 16;
+    for (u64 done = 0; done < count;) {
+      const u64 here = std::min(count - done, kAtOnce);
+      if (!m_sink->PutZeros(here << kSectorShift)) return Fail(ExportEnd::kWriteFailed);
+      done += here;
+      if (!Advance(here)) return false;
+    }
+    return true;
+  }
+
+  cKVRSparseIO* m_reader;
+  ExportSink* m_sink;
   const std::atomic<bool>& m_stop;
   const ExportMonitor& m_monitor;
   std::unique_ptr<u8[]> m_buffer;
+  u64 m_done = 0;
   ExportResult m_result;
 };
 
 }  // namespace
 
-ExportResult ExportRaw(cKVRSparseIO* image, const std::u16string& path, bool replace,
+ExportEnd OpenExportTarget(const std::u16string& path, u64 bytes, bool force,
+                           const std::u16string& cache, std::unique_ptr<ExportSink>* sink) {
+  switch (platform::KindOfPath(path.c_str())) {
+    case platform::PathKind::kAbsent:
+      return CreateFileSink(path, bytes, sink);
+    case platform::PathKind::kFile:
+      return force ? CreateFileSink(path, bytes, sink) : ExportEnd::kTargetExists;
+    case platform::PathKind::kDevice:
+      return force ? OpenDevice(path, bytes, cache, sink) : ExportEnd::kTargetExists;
+    case platform::PathKind::kUnknown:
+      return ExportEnd::kCannotCreate;
+    default:
+      return ExportEnd::kTargetIsFolder;
+  }
+}
+
+bool HashingSink::Put(const u8* bytes, u64 count) {
+  m_hash->Add(bytes, count);
+  return m_target->Put(bytes, count);
+}
+
+bool HashingSink::PutZeros(u64 count) {
+  EachZeros(count, [this](const u8* zeros, u64 here) {
+    m_hash->Add(zeros, here);
+    return true;
+  });
+  return m_target->PutZeros(count);
+}
+
+ExportResult ExportRaw(cKVRSparseIO* image, u64 first, u64 count, ExportSink* sink,
                        const std::atomic<bool>& stop, const ExportMonitor& monitor) {
-  ExportResult failed;
-  const platform::PathKind kind = platform::KindOfPath(path.c_str());
-  const bool replaceable = replace && kind == platform::PathKind::kFile;
-  if (kind != platform::PathKind::kAbsent && !replaceable) {
-    failed.end = ExportEnd::kTargetExists;
-    return failed;
-  }
-  platform::SetLastFailure(0);
-  const platform::OwnedFile file(platform::CreateEmptyFile(path.c_str()));
-  if (!file.IsOpen()) {
-    failed.end = ExportEnd::kCannotCreate;
-    failed.systemError = platform::LastFailure();
-    return failed;
-  }
-  return Exporter(image, file.Handle(), stop, monitor).Run();
+  const Owned<cKVRSparseIO> reader(static_cast<cKVRSparseIO*>(image->Clone()));
+  if (!reader) return {ExportEnd::kCacheFailed, platform::LastFailure(), {}};
+  return Exporter(reader.get(), sink, stop, monitor).Run(image, first, count);
 }
 
 }  // namespace larkspur

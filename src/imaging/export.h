@@ -6,33 +6,70 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "imaging/summary.h"
+#include "platform/hash.h"
 
 namespace larkspur {
 
 enum class ExportEnd {
   kDone,
   kStopped,
-  kTargetExists,
-  kCannotCreate,  // systemError
-  kWriteFailed,   // systemError
-  kCacheFailed,   // the cache could not give what it holds
+  kTargetExists,    // and may not be replaced
+  kTargetIsFolder,  // or nothing that an image can be written to
+  kTargetTooSmall,  // the device
+  kTargetMounted,   // something on the device is in use
+  kTargetHasCache,  // the cache lies on the device
+  kCannotCreate,    // systemError
+  kWriteFailed,     // systemError
+  kCacheFailed,     // the cache could not give what it holds
 };
 
 struct ExportResult {
   ExportEnd end = ExportEnd::kDone;
   u32 systemError = 0;
-  StatusCounts counts;
+  StatusCounts counts;  // of what was written
 };
 
-// Told how many sectors of the image are done.
+// Where an export goes, front to back. False means that the system refused, and it says why.
+class ExportSink {
+ public:
+  virtual ~ExportSink() = default;
+  virtual bool Put(const u8* bytes, u64 count) = 0;
+  // For what nothing is known of.
+  virtual bool PutZeros(u64 count) = 0;
+  // Waits until all of it is where it belongs.
+  virtual bool Finish() = 0;
+};
+
+// Opens a file or block device for an export of `bytes` bytes. A new file is made; one that exists
+// is replaced, and a device written to, only with `force`, and never a device that is in use or has
+// `cache` on it. In files, zeros stay holes.
+ExportEnd OpenExportTarget(const std::u16string& path, u64 bytes, bool force,
+                           const std::u16string& cache, std::unique_ptr<ExportSink>* sink);
+
+// Passes everything on to another sink and hashes it.
+class HashingSink final : public ExportSink {
+ public:
+  HashingSink(ExportSink* target, platform::Sha256* hash) : m_target(target), m_hash(hash) {}
+
+  bool Put(const u8* bytes, u64 count) override;
+  bool PutZeros(u64 count) override;
+  bool Finish() override { return m_target->Finish(); }
+
+ private:
+  ExportSink* m_target;
+  platform::Sha256* m_hash;
+};
+
+// Told how many of the sectors are done.
 using ExportMonitor = std::function<void(u64 sectorsDone)>;
 
-// Writes the image to a new file at `path`; unreadable and missing sectors and runs of zeros stay
-// holes. An existing file is replaced only with `replace`. A file that was not finished stays.
-ExportResult ExportRaw(cKVRSparseIO* image, const std::u16string& path, bool replace,
+// Writes [first, first+count) of the image; unreadable and missing sectors are zeros. What was not
+// finished stays. REQUIRES: the range lies inside the image.
+ExportResult ExportRaw(cKVRSparseIO* image, u64 first, u64 count, ExportSink* sink,
                        const std::atomic<bool>& stop, const ExportMonitor& monitor);
 
 }  // namespace larkspur

@@ -89,16 +89,17 @@ bool ParseMapfile(std::istream& in, std::vector<MapfileBlock>* blocks, MapfileFa
   return sawStatus;
 }
 
-std::vector<SectorRange> FinishedSectors(const std::vector<MapfileBlock>& blocks) {
+std::vector<SectorRange> SectorsMarked(const std::vector<MapfileBlock>& blocks,
+                                       std::string_view statuses) {
   std::vector<SectorRange> ranges;
-  u64 start = 0, end = 0;  // the stretch of '+' that is being gathered, in bytes
+  u64 start = 0, end = 0;  // the stretch that is being gathered, in bytes
   const auto close = [&] {
     const u64 first = start / kSectorBytes + (start % kSectorBytes != 0);
     const u64 last = end / kSectorBytes;
     if (last > first) ranges.push_back({first, last - first});
   };
   for (const MapfileBlock& block : blocks) {
-    if (block.status != '+') continue;
+    if (statuses.find(block.status) == std::string_view::npos) continue;
     if (block.position != end) {
       close();
       start = block.position;

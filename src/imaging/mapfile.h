@@ -8,6 +8,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/types.h"
@@ -27,11 +28,19 @@ struct MapfileBlock {
   char status;   // '?' non-tried, '*' non-trimmed, '/' non-scraped, '-' bad sector, '+' finished
 };
 
+// Mapfiles of a few million areas fit; a longer file is none.
+constexpr u64 kMaxMapfileBytes = u64{256} << 20;
+
 // Reads a mapfile into blocks in order; false with the fault on the first line that is wrong.
 bool ParseMapfile(std::istream& in, std::vector<MapfileBlock>* blocks, MapfileFault* fault);
 
-// The sectors that lie wholly in blocks marked '+', neighbours joined.
-std::vector<SectorRange> FinishedSectors(const std::vector<MapfileBlock>& blocks);
+// The sectors that lie wholly in blocks with one of these statuses, neighbours joined.
+std::vector<SectorRange> SectorsMarked(const std::vector<MapfileBlock>& blocks,
+                                       std::string_view statuses);
+
+inline std::vector<SectorRange> FinishedSectors(const std::vector<MapfileBlock>& blocks) {
+  return SectorsMarked(blocks, "+");
+}
 
 // Writes a mapfile block by block.
 class MapfileWriter {

@@ -17,8 +17,6 @@
 namespace larkspur {
 namespace {
 
-constexpr u64 kMaxMapfileBytes = u64{256} << 20;
-
 Source Failed(SourceAnswer answer) {
   Source source;
   source.answer = answer;

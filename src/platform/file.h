@@ -42,6 +42,14 @@ bool SetFileSize(FileHandle file, u64 bytes);
 // Makes holes of a new file cost no room where the file system offers that.
 void MakeSparse(FileHandle file);
 
+// The first stretch at or after byte `from` that may hold anything but zeros; none when there is
+// only a hole left. Where the file system does not tell, everything up to the end may.
+struct DataStretch {
+  u64 start;
+  u64 end;
+};
+std::optional<DataStretch> NextData(FileHandle file, u64 from);
+
 // Waits until all that was written to the file, through any handle, is on its medium.
 bool SyncFile(FileHandle file);
 

@@ -42,6 +42,17 @@ TEST(Mapfile, TellsTheFinishedSectors) {
   }
 }
 
+TEST(Mapfile, TellsTheSectorsOfAnyStatus) {
+  std::istringstream in("0 +\n0 1024 +\n1024 512 *\n1536 1024 /\n2560 700 -\n3260 324 +\n");
+  std::vector<MapfileBlock> blocks;
+  MapfileFault fault;
+  ASSERT_TRUE(ParseMapfile(in, &blocks, &fault));
+  EXPECT_EQ(Dump(SectorsMarked(blocks, "+")), "0+2 ");
+  EXPECT_EQ(Dump(SectorsMarked(blocks, "*/")), "2+3 ");
+  EXPECT_EQ(Dump(SectorsMarked(blocks, "-")), "5+1 ");
+  EXPECT_EQ(Dump(SectorsMarked(blocks, "-+")), "0+2 5+2 ");
+}
+
 TEST(Mapfile, NamesTheWrongLine) {
   const struct {
     const char* text;

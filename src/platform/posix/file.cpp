@@ -106,6 +106,15 @@ bool SetFileSize(FileHandle file, u64 bytes) {
 
 void MakeSparse(FileHandle) {}  // every POSIX file may have holes
 
+std::optional<DataStretch> NextData(FileHandle file, u64 from) {
+  const off_t start = lseek(Descriptor(file), static_cast<off_t>(from), SEEK_DATA);
+  if (start < 0 && errno == ENXIO) return std::nullopt;
+  const off_t end = start < 0 ? -1 : lseek(Descriptor(file), start, SEEK_HOLE);
+  if (end > start) return DataStretch{static_cast<u64>(start), static_cast<u64>(end)};
+  const u64 size = FileSize(file);
+  return from < size ? std::optional(DataStretch{from, size}) : std::nullopt;
+}
+
 bool SyncFile(FileHandle file) {
   return Succeeded(fsync(Descriptor(file)));
 }

@@ -105,6 +105,22 @@ void MakeSparse(FileHandle file) {
   DeviceIoControl(Handle(file), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &returned, nullptr);
 }
 
+std::optional<DataStretch> NextData(FileHandle file, u64 from) {
+  const u64 size = FileSize(file);
+  if (from >= size) return std::nullopt;
+  FILE_ALLOCATED_RANGE_BUFFER asked{}, found{};
+  asked.FileOffset.QuadPart = static_cast<LONGLONG>(from);
+  asked.Length.QuadPart = static_cast<LONGLONG>(size - from);
+  DWORD returned = 0;
+  const bool answered = DeviceIoControl(Handle(file), FSCTL_QUERY_ALLOCATED_RANGES, &asked,
+                                        sizeof asked, &found, sizeof found, &returned, nullptr) ||
+                        GetLastError() == ERROR_MORE_DATA;
+  if (!answered) return DataStretch{from, size};
+  if (returned < sizeof found) return std::nullopt;
+  const u64 start = static_cast<u64>(found.FileOffset.QuadPart);
+  return DataStretch{start, start + static_cast<u64>(found.Length.QuadPart)};
+}
+
 bool SyncFile(FileHandle file) {
   return Succeeded(FlushFileBuffers(Handle(file)));
 }

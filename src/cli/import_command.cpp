@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include <sstream>
+
+#include "base/path_text.h"
+#include "cli/commands.h"
+#include "cli/output.h"
+#include "cli/progress.h"
+#include "cli/storages.h"
+#include "imaging/import.h"
+#include "imaging/size_text.h"
+#include "imaging/text_file.h"
+#include "platform/disk_use.h"
+#include "platform/system_error.h"
+#include "platform/terminal.h"
+
+namespace larkspur::cli {
+namespace {
+
+ExitStatus ReadPlan(const std::string& path, ImportPlan* plan) {
+  platform::SetLastFailure(0);
+  const auto text = ReadWholeFile(WideFromUtf8(path), kMaxMapfileBytes);
+  if (!text && platform::LastFailure() == 0) {
+    return Fail(fmt::format("{}: this is no mapfile: it is larger than {}", path,
+                            SizeText(kMaxMapfileBytes)));
+  }
+  if (!text) return Fail(Failure(path, "the mapfile cannot be read", platform::LastFailure()));
+  std::istringstream in(*text);
+  std::vector<MapfileBlock> blocks;
+  MapfileFault fault;
+  if (!ParseMapfile(in, &blocks, &fault)) {
+    return Fail(fmt::format("{}: line {}: {}", path, fault.line, fault.detail));
+  }
+  *plan = PlanImport(blocks);
+  if (plan->sectors == 0) return Fail(path + ": the mapfile covers no sector");
+  if (plan->sectors >= kMaxSparseSectors) {
+    return Fail(fmt::format("{}: the mapfile covers {} sectors; a cache holds fewer than {}", path,
+                            plan->sectors, kMaxSparseSectors));
+  }
+  return kExitDone;
+}
+
+std::string SizeWords(const ImportOptions& options, const ImportPlan& plan, u64 imageBytes) {
+  const bool longer = imageBytes > plan.sectors << kSectorShift;
+  return fmt::format(
+      "{}: the image has {} bytes, but {} {}; is it another rescue's?", options.image, imageBytes,
+      options.mapfile,
+      longer ? fmt::format("covers {} bytes", (plan.sectors << kSectorShift) + plan.looseBytes)
+             : "says that sectors past its end were read");
+}
+
+ExitStatus TellEnd(const ImportResult& result, const ImportPlan& plan,
+                   const ImportOptions& options) {
+  switch (result.end) {
+    case ImportEnd::kDone:
+      return kExitDone;
+    case ImportEnd::kStopped:
+      Tell("stopped; no cache was made");
+      return kExitInterrupted;
+    case ImportEnd::kCacheExists:
+      return Fail(options.cache + ": this exists already; choose another name");
+    case ImportEnd::kHeldElsewhere:
+      return Fail(options.cache + ": another run is making this cache; wait until it ends");
+    case ImportEnd::kCannotCreate:
+      return Fail(Failure(options.cache, "the cache cannot be made", result.systemError));
+    case ImportEnd::kImageUnopened:
+      return Fail(CannotOpenWords(options.image, result.systemError));
+    case ImportEnd::kImageLonger:
+    case ImportEnd::kImageShorter:
+      return Fail(SizeWords(options, plan, result.imageBytes));
+    case ImportEnd::kImageFailed:
+      return Fail(Failure(options.image,
+                          fmt::format("the image cannot be read near sector {}; no cache was made",
+                                      result.failedSector),
+                          result.systemError));
+    case ImportEnd::kWriteFailed:
+      return Fail(
+          Failure(options.cache, "the cache cannot be written; none was made", result.systemError));
+  }
+  return kExitFailed;
+}
+
+void PrintCounts(const ImportPlan& plan, const StatusCounts& counts, bool json) {
+  if (json) {
+    PrintJson({{"sectors", plan.sectors},
+               {"present", counts.present},
+               {"unreadable", counts.unreadable},
+               {"missing", counts.missing}});
+    return;
+  }
+  const auto line = [&plan](const char* name, u64 count) {
+    Print(fmt::format("{:<11} {:>14} sectors  {:>10}  {:>7}\n", name, count,
+                      SizeText(count << kSectorShift), PercentText(count, plan.sectors)));
+  };
+  line("present", counts.present);
+  line("unreadable", counts.unreadable);
+  line("missing", counts.missing);
+}
+
+// What ddrescue asked for in vain and did not try sector by sector.
+void NoteTried(const std::string& /*cache*/, const std::vector<SectorRange>& /*tried*/) {}
+
+}  // namespace
+
+ExitStatus RunImport(const ImportOptions& options) {
+  const std::atomic<bool>& stop = platform::InterruptFlag();
+  ImportPlan plan;
+  if (const ExitStatus status = ReadPlan(options.mapfile, &plan); status != kExitDone) {
+    return status;
+  }
+  if (plan.looseBytes > 0) {
+    Tell(fmt::format("{}: the last {} bytes are no whole sector and are left out", options.mapfile,
+                     plan.looseBytes));
+  }
+  u64 all = 0;
+  for (const SectorRange& range : plan.present) all += range.count;
+  ProgressLine line;
+  const ImportResult result = ImportRescue(WideFromUtf8(options.image), plan,
+                                           WideFromUtf8(options.cache), stop, [&](u64 present) {
+                                             line.Show({all, present}, present, all - present);
+                                           });
+  line.Finish();
+  if (result.end != ImportEnd::kDone) return TellEnd(result, plan, options);
+  NoteTried(options.cache, plan.tried);
+  PrintCounts(plan, result.counts, options.json);
+  return kExitDone;
+}
+
+}  // namespace larkspur::cli

@@ -1,0 +1,234 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Moving rescues in and out: `larkspur import` and `larkspur export`. Usage: exchange_test.py
+PROGRAM..., as cli_test.py takes it."""
+
+import hashlib
+import json
+import os
+import pathlib
+import random
+import re
+import shutil
+import signal
+import subprocess
+import time
+import unittest
+
+import cli_test
+from cli_test import SECTOR, loop_device, mapfile_text, native_only, run
+
+
+def allocated(path):
+    return os.stat(path).st_blocks * 512
+
+
+class ExchangeTest(unittest.TestCase):
+    setUp = cli_test.CliTest.setUp
+    make_source = cli_test.CliTest.make_source
+    extents = cli_test.CliTest.extents
+    assert_status = cli_test.CliTest.assert_status
+
+    def succeed(self, *arguments, status=0):
+        result = run(*arguments)
+        self.assertEqual(result.returncode, status, (result.stdout[-500:], result.stderr[-500:]))
+        return result
+
+    def refused(self, words, *arguments, status=1):
+        """Ends in one plain line, and leaves no cache."""
+        result = self.succeed(*arguments, status=status)
+        self.assertEqual(result.stdout, b"")
+        text = result.stderr.decode()
+        self.assertIn(words, text)
+        self.assertEqual(text.count("\n"), 1, text)
+
+    def import_map(self, text, **options):
+        pathlib.Path("rescue.map").write_text(text)
+        pathlib.Path("disk.kvrsp").unlink(missing_ok=True)
+        return json.loads(self.succeed("import", "rescue.img", "rescue.map", "disk.kvrsp", "--json",
+                                       **options).stdout)
+
+    # Import
+
+    def test_each_status_of_a_mapfile_becomes_what_it_means(self):
+        data = self.make_source(1000, "rescue.img")
+        areas = [(0, 100, "+"), (100, 7, "-"), (107, 93, "+"), (200, 50, "*"), (250, 50, "/"),
+                 (300, 100, "?"), (400, 600, "+")]
+        text = "0 ?\n" + "".join(f"{a * SECTOR} {n * SECTOR} {s}\n" for a, n, s in areas)
+        self.assertEqual(self.import_map(text),
+                         {"sectors": 1000, "present": 793, "unreadable": 7, "missing": 200})
+        self.assertEqual(self.extents(), [(0, 100, "present"), (100, 7, "unreadable"),
+                                          (107, 93, "present"), (200, 200, "missing"),
+                                          (400, 600, "present")])
+        self.succeed("check", "disk.kvrsp")
+        self.succeed("export", "disk.kvrsp", "out.img", status=3)
+        expected = bytearray(data)
+        for first, end in ((100, 107), (200, 400)):  # whatever the image holds there
+            expected[first * SECTOR:end * SECTOR] = bytes((end - first) * SECTOR)
+        self.assertEqual(pathlib.Path("out.img").read_bytes(), bytes(expected))
+
+    def test_a_rescue_goes_on_where_ddrescue_stopped(self):
+        data = self.make_source(3000)
+        shutil.copy("source.img", "rescue.img")
+        self.import_map(f"0 ?\n0 {700 * SECTOR} +\n{700 * SECTOR} 512 -\n"
+                        f"{701 * SECTOR} {2299 * SECTOR} ?\n")
+        result = self.succeed("image", "source.img", "disk.kvrsp", "--json", status=3)
+        self.assertEqual(json.loads(result.stdout)["readFromSource"], 2299)
+        self.succeed("export", "disk.kvrsp", "out.img", status=3)
+        self.assertEqual(pathlib.Path("out.img").read_bytes(),
+                         data[:700 * SECTOR] + bytes(SECTOR) + data[701 * SECTOR:])
+
+    def test_what_ddrescue_really_writes(self):
+        if not shutil.which("ddrescue") or cli_test.EMULATED:
+            self.skipTest("needs ddrescue")
+        data = self.make_source(4096)
+        pathlib.Path("bad.map").write_text(mapfile_text(4096, [(512, 100)]))
+        subprocess.run(["ddrescue", "-q", "-H", "bad.map", "source.img", "rescue.img", "rescue.map"],
+                       check=True)
+        counts = json.loads(self.succeed("import", "rescue.img", "rescue.map", "disk.kvrsp",
+                                         "--json").stdout)
+        self.assertEqual(counts, {"sectors": 4096, "present": 3996, "unreadable": 100, "missing": 0})
+        # And back: ddrescue finds nothing left to do.
+        self.succeed("export", "disk.kvrsp", "back.img", status=3)
+        self.succeed("map", "disk.kvrsp", "--mapfile", "back.map")
+        subprocess.run(["ddrescue", "-q", "source.img", "back.img", "back.map"], check=True)
+        self.assertEqual(pathlib.Path("back.img").read_bytes()[:512 * SECTOR], data[:512 * SECTOR])
+
+    @native_only
+    def test_holes_stay_holes_and_are_present(self):
+        sectors = 1 << 20
+        with open("rescue.img", "wb") as image:
+            image.truncate(sectors * SECTOR)
+            image.seek(100 * 65536)
+            image.write(b"x" * 65536 + bytes(65536) + b"y" * 65536)
+        self.assertEqual(self.import_map(f"0 +\n0 {sectors * SECTOR} +\n")["present"], sectors)
+        self.assertLess(allocated("disk.kvrsp"), sectors * SECTOR // 12)  # the blocks' status maps
+        self.succeed("export", "disk.kvrsp", "out.img")
+        subprocess.run(["cmp", "rescue.img", "out.img"], check=True)
+        self.assertLess(allocated("out.img"), 1 << 20)
+
+    @native_only
+    def test_a_million_areas(self):
+        with open("rescue.img", "wb") as image:
+            image.truncate(1_499_998 * SECTOR)
+        text = "0 ?\n" + "".join(f"{i * 1536:#x} 0x200 +\n{i * 1536 + 512:#x} 0x200 -\n"
+                                 for i in range(500_000))
+        self.assertEqual(self.import_map(text), {"sectors": 1499999, "present": 500000,
+                                                 "unreadable": 500000, "missing": 499999})
+
+    def test_bad_input_ends_in_one_plain_line(self):
+        self.make_source(100, "rescue.img")
+        whole = f"0 +\n0 {100 * SECTOR} +\n"
+        cases = [
+            ("no status line", "", "status line"),
+            ("garbage", "\x00\xff\x01\n", "line 1"),
+            ("an unknown status", "0 +\n0 512 x\n", "line 2"),
+            ("an overlap", "0 +\n0 1024 +\n512 512 -\n", "line 3"),
+            ("no areas", "0 +\n", "no sector"),
+            ("less than a sector", "0 +\n0 511 +\n", "no sector"),
+            ("too large for a cache", f"0 +\n0 {1 << 60} ?\n", "fewer than"),
+            ("a smaller disk", f"0 +\n0 {99 * SECTOR} +\n", "another rescue"),
+            ("a larger disk", f"0 +\n0 {101 * SECTOR} +\n", "another rescue"),
+        ]
+        for name, text, words in cases:
+            with self.subTest(name=name):
+                pathlib.Path("rescue.map").write_bytes(text.encode("latin-1"))
+                self.refused(words, "import", "rescue.img", "rescue.map", "disk.kvrsp")
+        pathlib.Path("rescue.map").write_text(whole)
+        pathlib.Path("folder").mkdir()
+        pathlib.Path("taken.kvrsp").write_text("mine")
+        for words, *names in (("opened", "absent.img", "rescue.map", "disk.kvrsp"),
+                              ("folder", "folder", "rescue.map", "disk.kvrsp"),
+                              ("mapfile cannot", "rescue.img", "absent.map", "disk.kvrsp"),
+                              ("exists already", "rescue.img", "rescue.map", "taken.kvrsp"),
+                              ("exists already", "rescue.img", "rescue.map", "rescue.img"),
+                              ("cannot be made", "rescue.img", "rescue.map", "absent/disk.kvrsp")):
+            with self.subTest(names=names):
+                self.refused(words, "import", *names)
+        self.assertEqual(pathlib.Path("taken.kvrsp").read_text(), "mine")
+        self.assertEqual(sorted(p.name for p in pathlib.Path(".").iterdir()),
+                         ["folder", "rescue.img", "rescue.map", "taken.kvrsp"])
+
+    @native_only
+    def test_an_interrupted_import_leaves_nothing(self):
+        with open("rescue.img", "wb") as image:
+            image.truncate(1 << 40)
+        pathlib.Path("rescue.map").write_text(f"0 +\n0 {1 << 40} +\n")
+        process = subprocess.Popen([*cli_test.PROGRAM, "import", "rescue.img", "rescue.map",
+                                    "disk.kvrsp"], stderr=subprocess.DEVNULL)
+        while not pathlib.Path("disk.kvrsp.larkspur-new").exists():
+            time.sleep(0.01)
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(process.wait(10), 130)
+        self.assertEqual(list(pathlib.Path(".").glob("disk*")), [])
+
+    # Export
+
+    def cache(self, sectors=1000, bad=(), part=None):
+        """A cache of a random source with bad sectors, of which only the first `part` were asked."""
+        data = bytearray(self.make_source(sectors))
+        pathlib.Path("bad.map").write_text(mapfile_text(sectors, bad))
+        run("image", "source.img", "disk.kvrsp", "--test-mode", "bad.map", "--sectors",
+            part or sectors)
+        for first, count in bad:
+            data[first * SECTOR:(first + count) * SECTOR] = bytes(count * SECTOR)
+        if part:
+            data[part * SECTOR:] = bytes((sectors - part) * SECTOR)
+        return bytes(data)
+
+    def test_ranges_to_files_and_to_standard_output(self):
+        data = self.cache(1000, [(300, 5)])
+        for first, count, status in ((0, 1000, 3), (0, 300, 0), (305, 695, 0), (299, 2, 3), (999, 1, 0),
+                                     (990, 50, 0)):
+            with self.subTest(first=first, count=count):
+                part = data[first * SECTOR:(first + count) * SECTOR]
+                options = ("--start", first, "--sectors", count)
+                piped = self.succeed("export", "disk.kvrsp", "-", *options, status=status)
+                self.assertEqual(piped.stdout, part)
+                self.succeed("export", "disk.kvrsp", "out.img", "--force", *options, status=status)
+                self.assertEqual(pathlib.Path("out.img").read_bytes(), part)
+        self.succeed("export", "disk.kvrsp", "new.img", "--start", 1000, status=2)
+        self.assertFalse(pathlib.Path("new.img").exists())
+
+    def test_missing_sectors_are_told_by_the_status(self):
+        data = self.cache(1000, part=400)
+        result = self.succeed("export", "disk.kvrsp", "out.img", status=3)
+        self.assertIn(b"600 missing", result.stderr)
+        self.assertEqual(pathlib.Path("out.img").read_bytes(), data)
+
+    def test_hash_is_of_what_was_written(self):
+        data = self.cache(9000, [(100, 3)], part=8000)
+        line = f"SHA256 ({{}}) = {hashlib.sha256(data).hexdigest()}\n# zeros stand in for 1003 sectors\n"
+        to_file = self.succeed("export", "disk.kvrsp", "out.img", "--hash", status=3)
+        self.assertEqual(to_file.stdout.decode(), line.format("out.img"))
+        piped = self.succeed("export", "disk.kvrsp", "-", "--hash", status=3)
+        self.assertEqual(piped.stdout, data)
+        self.assertIn(line.format("-"), piped.stderr.decode())
+        if shutil.which("sha256sum") and not cli_test.EMULATED:
+            pathlib.Path("sums").write_bytes(to_file.stdout)
+            subprocess.run(["sha256sum", "--quiet", "-c", "sums"], check=True)
+
+    def test_a_device_is_written_only_when_forced_and_zeros_are_written_too(self):
+        data = self.cache(1000, [(300, 5)])
+        pathlib.Path("target").write_bytes(b"\xaa" * SECTOR * 1000)
+        device = loop_device(self, "target", SECTOR)
+        self.refused("exists already", "export", "disk.kvrsp", device)
+        self.succeed("export", "disk.kvrsp", device, "--force", status=3)
+        self.assertEqual(pathlib.Path("target").read_bytes(), data)
+        pathlib.Path("small").write_bytes(bytes(SECTOR * 999))
+        small = loop_device(self, "small", SECTOR)
+        self.refused("smaller", "export", "disk.kvrsp", small, "--force")
+        self.succeed("export", "disk.kvrsp", small, "--force", "--sectors", 200)
+
+    @native_only
+    def test_what_standard_output_does_not_take_is_a_failure(self):
+        self.cache(1000)
+        with open("/dev/full", "wb") as full:
+            result = subprocess.run([*cli_test.PROGRAM, "export", "disk.kvrsp", "-"], stdout=full,
+                                    stderr=subprocess.PIPE, check=False)
+        self.assertEqual(result.returncode, 1)
+        self.assertRegex(result.stderr.decode(), re.compile("standard output.*space", re.I))
+
+
+if __name__ == "__main__":
+    cli_test.main()
