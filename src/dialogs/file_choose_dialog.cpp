@@ -4,13 +4,11 @@
 
 #include <algorithm>
 
-#include "base/path_text.h"
 #include "base/text.h"
 #include "catalog/message_catalog.h"
-#include "dialogs/file_choose_texts.h"
 #include "dialogs/message_form.h"
 #include "dialogs/new_folder_name_req_form.h"
-#include "platform/system_error.h"
+#include "ui/rules/text_template.h"
 
 namespace larkspur {
 namespace {
@@ -26,12 +24,41 @@ constexpr i32 kLeastPlaces = 80, kUsualPlaces = 190, kLeastFolder = 260;
 constexpr i32 kNameY = -100, kFilterY = -72, kButtonsY = -40, kFieldHeight = 22;
 constexpr i32 kGap = 8;
 
-// A label's text from one that was meant for a column or a list: "filter" becomes "Filter:".
-std::u16string AsLabel(std::u16string text) {
+// A label's text from one that was meant for a list: "filter" becomes "Filter:", or ends in
+// whatever else the language has labels end in, as `label` does.
+std::u16string AsLabel(std::u16string text, const std::u16string& label) {
   if (text.empty()) return text;
   text[0] = UpperCase(text[0]);
-  if (!text.ends_with(u':')) text += u':';
-  return text;
+  const size_t end = label.find_last_not_of(u"\u00a0 :\uff1a");
+  return end == label.npos ? text : text + label.substr(end + 1);
+}
+
+FileChooseText AcceptText(FileUse use) {
+  switch (use) {
+    case FileUse::kOpen:
+      return FileChooseText::kOpen;
+    case FileUse::kReplace:
+      return FileChooseText::kSave;
+    case FileUse::kContinue:
+      break;
+  }
+  return FileChooseText::kAccept;
+}
+
+// Why a folder cannot be shown, in the dialog's language.
+std::u16string FolderFault(u32 systemError) {
+  static constexpr struct {
+    u32 code;
+    FileNote note;
+  } kKnown[] = {
+      {ERROR_FILE_NOT_FOUND, FileNote::kNoFolder},  {ERROR_PATH_NOT_FOUND, FileNote::kNoFolder},
+      {ERROR_BAD_NETPATH, FileNote::kNoFolder},     {ERROR_BAD_NET_NAME, FileNote::kNoFolder},
+      {ERROR_ACCESS_DENIED, FileNote::kNotAllowed}, {ERROR_NOT_READY, FileNote::kNotReady}};
+  for (const auto& known : kKnown) {
+    if (known.code == systemError) return TextOf(known.note);
+  }
+  const TemplateArgument number = i64{systemError};
+  return FilledIn(TextOf(FileNote::kUnreadable), {&number, 1});
 }
 
 std::u16string FilterText(const FileFilter& filter) {
@@ -102,13 +129,14 @@ void cFileChooseDialog::CreateLists() {
 }
 
 void cFileChooseDialog::CreateBottom() {
-  m_nameLabel.Create(*this, kPlacedByForm, AsLabel(TextOf(FileChooseText::kFileName)));
+  const std::u16string nameLabel = TextOf(FileChooseText::kFileName);
+  m_nameLabel.Create(*this, kPlacedByForm, nameLabel);
   m_name.Create(*this, kPlacedByForm, kNameId);
-  m_filterLabel.Create(*this, kPlacedByForm, AsLabel(TextOf(FileChooseText::kFilter)));
+  m_filterLabel.Create(*this, kPlacedByForm, AsLabel(TextOf(FileChooseText::kFilter), nameLabel));
   m_filter.Create(*this, {0, 0, 0, kFieldHeight}, kFilterId);
   m_filter.onChange = [this] { OnFilterChanged(); };
   FillFilters();
-  const FileChooseText accept = m_choice.isNew ? FileChooseText::kSave : FileChooseText::kOpen;
+  const FileChooseText accept = AcceptText(m_choice.use);
   m_buttons.Create(*this, kButtonsY,
                    {{kAccept, TextOf(accept), kIconAccept},
                     {kCancel, TextOf(FileChooseText::kCancel), kIconCancel}});
@@ -176,7 +204,7 @@ void cFileChooseDialog::OnCommand(u32 id) {
   switch (id) {
     case kAccept:
       DecideName(m_mail, ++m_turn,
-                 {m_name.Value(), m_navigation.Current(), Filter().extension, m_choice.isNew});
+                 {m_name.Value(), m_navigation.Current(), Filter().extension, m_choice.use});
       return;
     case kBackId:
       return GoTo(m_navigation.Previous());
@@ -250,6 +278,17 @@ void cFileChooseDialog::Accept(const std::u16string& path) {
   Close(1);
 }
 
+void cFileChooseDialog::Complain(std::u16string_view text, const std::u16string& path) {
+  ShowError(Handle(), std::u16string(text) + u"\n" + path);
+}
+
+// The question of a file that would be lost is asked in full.
+bool cFileChooseDialog::AskAbout(FileChooseText text, const std::u16string& path) {
+  std::u16string question = TextOf(text) + u"\n" + path;
+  if (text == FileChooseText::kFileExists) question += u"\n" + TextOf(FileNote::kReplaceIt);
+  return AskToConfirm(Handle(), question);
+}
+
 // ---- What the drives and servers answer ----
 
 MessageAnswer cFileChooseDialog::OnMessage(const WindowMessage& message) {
@@ -278,10 +317,14 @@ void cFileChooseDialog::Take(const PlaceFound& letter) {
 void cFileChooseDialog::Take(const FolderRead& letter) {
   if (letter.turn != m_turn) return;
   if (letter.systemError != 0 && letter.entries.empty()) {
-    return ShowError(Handle(), WideFromUtf8(platform::FailureText(letter.systemError)));
+    return Complain(FolderFault(letter.systemError), letter.folder);
   }
+  // Going up leads to the folder that one came from.
+  const bool goesUp = letter.folder == m_navigation.Parent();
+  const std::u16string from = NamePart(m_navigation.Current());
   m_navigation.Arrive(letter.folder);
   m_folder.SetEntries(letter.entries);
+  if (goesUp) m_folder.SelectName(from);
   m_folderLabel.SetText(letter.folder);
   m_up.SetHint(m_navigation.Parent());
   m_up.Enable(!m_navigation.Parent().empty());
@@ -304,16 +347,16 @@ void cFileChooseDialog::Take(const NameDecided& letter) {
     case ChosenKind::kFile:
       return Accept(path);
     case ChosenKind::kAskOverwrite:
-      if (AskToConfirm(Handle(), TextOf(FileChooseText::kFileExists))) Accept(path);
+      if (AskAbout(FileChooseText::kFileExists, path)) Accept(path);
       return;
     case ChosenKind::kAskFolder:
-      if (AskToConfirm(Handle(), TextOf(FileChooseText::kFolderExists))) GoTo(path);
+      if (AskAbout(FileChooseText::kFolderExists, path)) GoTo(path);
       return;
     case ChosenKind::kMissing:
-      ShowError(Handle(), WideFromUtf8(platform::FailureText(ERROR_PATH_NOT_FOUND)));
+      Complain(TextOf(FileNote::kNotThere), path);
       return m_name.Focus();
     case ChosenKind::kSpecial:
-      ShowError(Handle(), TextOf(FileChooseText::kSpecialExists));
+      Complain(TextOf(FileChooseText::kSpecialExists), path);
       return m_name.Focus();
   }
 }
@@ -326,14 +369,14 @@ void cFileChooseDialog::Take(const FolderMade& letter) {
     case NewFolderAnswer::kMade:
       return GoTo(letter.made.path);
     case NewFolderAnswer::kNameOfFile:
-      return ShowError(Handle(), TextOf(FileChooseText::kFileExists));
+      return Complain(TextOf(FileChooseText::kFileExists), letter.made.path);
     case NewFolderAnswer::kNameOfFolder:
-      if (AskToConfirm(Handle(), TextOf(FileChooseText::kFolderExists))) GoTo(letter.made.path);
+      if (AskAbout(FileChooseText::kFolderExists, letter.made.path)) GoTo(letter.made.path);
       return;
     case NewFolderAnswer::kNameOfOther:
-      return ShowError(Handle(), TextOf(FileChooseText::kSpecialExists));
+      return Complain(TextOf(FileChooseText::kSpecialExists), letter.made.path);
     case NewFolderAnswer::kFailed:
-      return ShowError(Handle(), TextOf(FileChooseText::kFolderNotMade));
+      return Complain(TextOf(FileChooseText::kFolderNotMade), letter.made.path);
   }
 }
 

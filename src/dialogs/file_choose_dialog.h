@@ -12,6 +12,7 @@
 
 #include "dialogs/file_choose_list_folder.h"
 #include "dialogs/file_choose_list_places.h"
+#include "dialogs/file_choose_texts.h"
 #include "dialogs/file_choose_work.h"
 #include "dialogs/rules/navigation_provider.h"
 #include "ui/button_bar.h"
@@ -34,7 +35,7 @@ struct FileChoice {
   std::u16string title;
   std::vector<FileFilter> filters;
   i32 filterIndex = 0;  // below 0: all files
-  bool isNew = false;   // the file need not be there yet
+  FileUse use = FileUse::kOpen;
   std::u16string path;  // where to begin, then what was chosen
 };
 
@@ -73,6 +74,8 @@ class cFileChooseDialog final : public cCustomForm {
   void OnFilterChanged();
   void UseCustomFilter(const std::u16string& patterns);
   void AskForNewFolder();
+  bool AskAbout(FileChooseText text, const std::u16string& path);
+  void Complain(std::u16string_view text, const std::u16string& path);
   void Accept(const std::u16string& path);
 
   void Take(const PlaceFound& letter);

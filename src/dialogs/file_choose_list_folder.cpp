@@ -38,7 +38,7 @@ void cFileChooseListFolder::ShowFitting() {
 
 void cFileChooseListFolder::SelectName(const std::u16string& name) {
   for (u32 row = 0; row < RowCount(); ++row) {
-    if (CompareNames(Entry(row).name, name) == 0) return SetValue(row);
+    if (Entry(row).name == name) return SetValue(row);
   }
 }
 

@@ -9,6 +9,7 @@
 namespace larkspur {
 
 enum class FileChooseText : size_t {
+  kAccept = 1,
   kCancel = 2,
   kHome = 4,
   kPlaces = 5,
@@ -31,10 +32,24 @@ enum class FileChooseText : size_t {
   kCustom = 24,
 };
 
+// The items of "ciom::filenotes".
+enum class FileNote : size_t {
+  kReplaceIt = 0,
+  kNotThere = 1,
+  kNoFolder = 2,
+  kNotAllowed = 3,
+  kNotReady = 4,
+  kUnreadable = 5,  // with the system's number
+};
+
 constexpr char kFileChooseKey[] = "ciom::filechoose";
 
 inline std::u16string TextOf(FileChooseText item) {
   return TextOf(kFileChooseKey, static_cast<size_t>(item));
+}
+
+inline std::u16string TextOf(FileNote item) {
+  return TextOf("ciom::filenotes", static_cast<size_t>(item));
 }
 
 }  // namespace larkspur

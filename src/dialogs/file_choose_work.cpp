@@ -47,7 +47,7 @@ bool DecideName(const ChooserMail& mail, u32 turn, const NameQuestion& question)
   return RunDetached([=] {
     mail->Post(
         NameDecided{turn, DecideChosenPath(question.typed, question.current, question.extension,
-                                           question.isNew, platform::SystemFolders())});
+                                           question.use, platform::SystemFolders())});
   });
 }
 

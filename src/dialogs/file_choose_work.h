@@ -44,7 +44,7 @@ using ChooserMail = std::shared_ptr<cMailbox<ChooserLetter>>;
 
 struct NameQuestion {
   std::u16string typed, current, extension;
-  bool isNew = false;
+  FileUse use = FileUse::kOpen;
 };
 
 // Each answers false when no thread is to be had.

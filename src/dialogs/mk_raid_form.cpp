@@ -42,6 +42,7 @@ constexpr AnchoredBox kPathPlace = {5, 85, -30, 22};
 constexpr AnchoredBox kChooseFilePlace = {-25, 85, 20, 22};
 constexpr AnchoredBox kWarningPlace = {5, 120, -10, -165};  // down to the buttons
 constexpr i32 kButtonsY = -40;
+constexpr i32 kBesideSource = 35, kMostForSources = 520;
 
 constexpr char kDevicePathKey[] = "raid::devopen";
 
@@ -97,9 +98,11 @@ void cMkRAIDForm::OnLayout(Size client) {
   m_buttons.Layout(client);
 }
 
-// The whole warning is to be seen without scrolling, in every language.
+// The whole warning is to be seen without scrolling, in every language, and the sources where they
+// are not too long.
 void cMkRAIDForm::GrowToTexts() {
-  GrowTo({m_buttons.Width(), 0});
+  const i32 sources = m_source.WantedWidth() + Theme().Pixels(kBesideSource);
+  GrowTo({std::max(m_buttons.Width(), std::min(sources, Theme().Pixels(kMostForSources))), 0});
   Layout();
   const i32 missing = m_warning.ContentHeight() - m_warning.ClientSize().height;
   GrowTo({0, ClientSize().height + std::max(missing, 0)});
@@ -133,7 +136,7 @@ void cMkRAIDForm::AddNamedDevice() {
     device = OpenDevice(DecideDevicePath(*typed, platform::SystemVolumes()));
   }
   if (!device) return ShowError(Handle(), Item(kCannotOpen));
-  AddSource(StorageText(device.get()), device.get());
+  AddSource(StorageText(device.get(), m_rows.size()), device.get());
   m_devices.push_back({std::move(device)});
   m_source.SetValue(m_source.Count() - 1);
   OnSourceChanged();
@@ -142,7 +145,7 @@ void cMkRAIDForm::AddNamedDevice() {
 void cMkRAIDForm::ChooseCacheFile() {
   FileChoice choice;
   choice.title = Item(kChooseFile);
-  choice.isNew = true;
+  choice.use = FileUse::kContinue;
   choice.path = m_path.Value();
   choice.filters = {{Item(kCacheFilter), u"*.kvrsp", u"kvrsp"}};
   if (!ChooseFile(Handle(), choice)) return;

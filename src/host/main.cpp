@@ -20,14 +20,11 @@ int Run(const CommandLine& line) {
       return RunOpen(line);
     case CommandLine::Verb::kMake:
       return RunMake(line);
-    case CommandLine::Verb::kHelp:
-      Print(kUsage);
-      return kExitDone;
-    case CommandLine::Verb::kVersion:
-      Print("larkspur-host " LARKSPUR_VERSION "\n");
+    case CommandLine::Verb::kTell:
+      Print(line.words);
       return kExitDone;
     case CommandLine::Verb::kWrong:
-      Tell(line.fault);
+      Tell(line.words);
       return kExitUsage;
   }
   return kExitUsage;

@@ -201,7 +201,7 @@ void cMainForm::SaveMap() {
   if (!m_mapPage.HasMap()) return;
   FileChoice choice;
   choice.title = texts::kSaveMapTitle;
-  choice.isNew = true;
+  choice.use = FileUse::kReplace;
   choice.filters = {{texts::kPictures, u"*.png", u"png"}};
   if (!ChooseFile(Handle(), choice)) return;
   const cWaitCursor wait;

@@ -70,6 +70,7 @@ class cChild : public cWindow {
   virtual bool OnCommand(u32 /*notification*/) { return false; }
   virtual MessageAnswer OnNotify(NMHDR& /*header*/) { return std::nullopt; }
   virtual HBRUSH OnColour(HDC /*dc*/) { return nullptr; }
+  virtual MessageAnswer OnDrawItem(const DRAWITEMSTRUCT& /*item*/) { return std::nullopt; }
 
   void Rescale();
   static LRESULT CALLBACK Procedure(HWND window, UINT id, WPARAM wParam, LPARAM lParam, UINT_PTR,

@@ -235,6 +235,7 @@ MessageAnswer cCustomForm::OnMessage(const WindowMessage& message) {
       {WM_NOTIFY, &cCustomForm::OnWindowNotify},
       {WM_CTLCOLORSTATIC, &cCustomForm::OnControlColour},
       {WM_CTLCOLOREDIT, &cCustomForm::OnControlColour},
+      {WM_DRAWITEM, &cCustomForm::OnDrawItem},
       {WM_CLOSE, &cCustomForm::OnClose},
       {WM_HELP, &cCustomForm::OnHelp},
       {WM_SYSCOLORCHANGE, &cCustomForm::OnSystemLook},
@@ -293,6 +294,12 @@ MessageAnswer cCustomForm::OnControlColour(const WindowMessage& message) {
   const HBRUSH brush = child ? child->OnColour(reinterpret_cast<HDC>(message.wParam)) : nullptr;
   if (!brush) return std::nullopt;
   return reinterpret_cast<LRESULT>(brush);
+}
+
+MessageAnswer cCustomForm::OnDrawItem(const WindowMessage& message) {
+  const DRAWITEMSTRUCT& item = *reinterpret_cast<const DRAWITEMSTRUCT*>(message.lParam);
+  cChild* child = ChildOf(item.hwndItem);
+  return child ? child->OnDrawItem(item) : std::nullopt;
 }
 
 MessageAnswer cCustomForm::OnClose(const WindowMessage&) {

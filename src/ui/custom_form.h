@@ -100,6 +100,7 @@ class cCustomForm : public cWindow {
   MessageAnswer OnWindowCommand(const WindowMessage& message);
   MessageAnswer OnWindowNotify(const WindowMessage& message);
   MessageAnswer OnControlColour(const WindowMessage& message);
+  MessageAnswer OnDrawItem(const WindowMessage& message);
   MessageAnswer OnClose(const WindowMessage& message);
   MessageAnswer OnHelp(const WindowMessage& message);
   MessageAnswer OnSystemLook(const WindowMessage& message);

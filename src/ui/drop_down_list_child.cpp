@@ -2,6 +2,10 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "ui/drop_down_list_child.h"
 
+#include <algorithm>
+
+#include "ui/rules/shortened_text.h"
+#include "ui/screen_place.h"
 #include "ui/wide.h"
 
 namespace larkspur {
@@ -10,16 +14,37 @@ namespace {
 constexpr i32 kFrame = 6;  // units of the control's height around its text
 constexpr WPARAM kTheField = static_cast<WPARAM>(-1);
 constexpr WPARAM kRowsShown = 12;
+constexpr i32 kTextMargin = 2, kAroundText = 12;  // units
+constexpr i32 kMostOfScreen = 60;                 // percent
 
 }  // namespace
 
 cDropDownListChild::cDropDownListChild()
-    : cValueChild(WC_COMBOBOXW, WS_TABSTOP | WS_VSCROLL | CBS_DROPDOWNLIST) {}
+    : cValueChild(WC_COMBOBOXW, WS_TABSTOP | WS_VSCROLL | CBS_DROPDOWNLIST | CBS_OWNERDRAWFIXED |
+                                    CBS_HASSTRINGS) {}
+
+void cDropDownListChild::Clear() {
+  Send(CB_RESETCONTENT);
+  m_widest = 0;
+}
 
 int cDropDownListChild::Add(std::u16string_view text) {
   const std::u16string row(text);
   const LRESULT index = Send(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(Wide(row)));
-  return index < 0 ? kNoRow : static_cast<int>(index);
+  if (index < 0) return kNoRow;
+  MakeRoomFor(text);
+  return static_cast<int>(index);
+}
+
+// The list that drops down may be wider than the control, but not than the screen.
+void cDropDownListChild::MakeRoomFor(std::u16string_view text) {
+  m_widest = std::max(m_widest, TextSize(Font(), text).width);
+  const i32 most = WorkAreaAround(Handle()).width * kMostOfScreen / 100;
+  Send(CB_SETDROPPEDWIDTH, static_cast<WPARAM>(std::min(WantedWidth(), most)));
+}
+
+i32 cDropDownListChild::WantedWidth() const {
+  return m_widest + GetSystemMetrics(SM_CXVSCROLL) + Theme().Pixels(kAroundText);
 }
 
 std::u16string cDropDownListChild::RowText(int row) const {
@@ -37,6 +62,27 @@ void cDropDownListChild::OnScale() {
   Send(CB_SETITEMHEIGHT, kTheField, field);
   Send(CB_SETITEMHEIGHT, 0, field);
   Send(CB_SETMINVISIBLE, kRowsShown);
+}
+
+MessageAnswer cDropDownListChild::OnDrawItem(const DRAWITEMSTRUCT& item) {
+  const bool isSelected = item.itemState & ODS_SELECTED, isGrey = item.itemState & ODS_DISABLED;
+  FillRect(item.hDC, &item.rcItem, GetSysColorBrush(isSelected ? COLOR_HIGHLIGHT : COLOR_WINDOW));
+  SetTextColor(item.hDC, GetSysColor(isGrey       ? COLOR_GRAYTEXT
+                                     : isSelected ? COLOR_HIGHLIGHTTEXT
+                                                  : COLOR_WINDOWTEXT));
+  SetBkMode(item.hDC, TRANSPARENT);
+  const cSelected font(item.hDC, Font());
+  const cTextRuler ruler(Font());
+  RECT box = item.rcItem;
+  InflateRect(&box, -Theme().Pixels(kTextMargin), 0);
+  const auto widthOf = [&ruler](std::u16string_view text) { return ruler.Width(text); };
+  const std::u16string text =
+      ShortenedText(RowText(static_cast<int>(item.itemID)), box.right - box.left, widthOf);
+  DrawTextW(item.hDC, Wide(text), static_cast<int>(text.size()), &box,
+            DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX);
+  const bool showsFocus = (item.itemState & ODS_FOCUS) && !(item.itemState & ODS_NOFOCUSRECT);
+  if (showsFocus) DrawFocusRect(item.hDC, &item.rcItem);
+  return TRUE;
 }
 
 bool cDropDownListChild::OnCommand(u32 notification) {

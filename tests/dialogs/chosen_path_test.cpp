@@ -45,7 +45,9 @@ TEST(ChosenPath, IsDecidedFromWhatWasTyped) {
       {u"  \" ", "nothing ", "nothing "},
       {u"new", "file C:\\here\\new.kvrsp", "missing C:\\here\\new.kvrsp"},
       {u" \"new disk\" ", "file C:\\here\\new disk.kvrsp", "missing C:\\here\\new disk.kvrsp"},
-      {u"new.img", "file C:\\here\\new.img", "missing C:\\here\\new.img"},
+      {u"new.2024", "file C:\\here\\new.2024.kvrsp", "missing C:\\here\\new.2024.kvrsp"},
+      {u"new.KVRSP", "file C:\\here\\new.KVRSP", "missing C:\\here\\new.KVRSP"},
+      {u"newkvrsp", "file C:\\here\\newkvrsp.kvrsp", "missing C:\\here\\newkvrsp.kvrsp"},
       {u"old", "overwrite C:\\here\\old.kvrsp", "file C:\\here\\old.kvrsp"},
       {u"old.kvrsp", "overwrite C:\\here\\old.kvrsp", "file C:\\here\\old.kvrsp"},
       {u"bare", "overwrite C:\\here\\bare", "file C:\\here\\bare"},
@@ -69,14 +71,22 @@ TEST(ChosenPath, IsDecidedFromWhatWasTyped) {
   };
   fakes::FakeFolders folders = SomeFolders();
   for (const auto& c : cases) {
-    EXPECT_EQ(Told(DecideChosenPath(c.typed, u"C:\\here", u"kvrsp", true, folders)), c.asNew);
-    EXPECT_EQ(Told(DecideChosenPath(c.typed, u"C:\\here", u"kvrsp", false, folders)), c.asExisting);
+    const auto decided = [&](FileUse use) {
+      return Told(DecideChosenPath(c.typed, u"C:\\here", u"kvrsp", use, folders));
+    };
+    EXPECT_EQ(decided(FileUse::kReplace), c.asNew);
+    EXPECT_EQ(decided(FileUse::kOpen), c.asExisting);
+    // What is resumed is lost to no one.
+    std::string resumed = c.asNew;
+    if (resumed.starts_with("overwrite")) resumed.replace(0, 9, "file");
+    EXPECT_EQ(decided(FileUse::kContinue), resumed);
   }
 }
 
 TEST(ChosenPath, GetsNoExtensionFromAFilterWithoutOne) {
   fakes::FakeFolders folders = SomeFolders();
-  EXPECT_EQ(Told(DecideChosenPath(u"new", u"C:\\here", u"", true, folders)), "file C:\\here\\new");
+  EXPECT_EQ(Told(DecideChosenPath(u"new", u"C:\\here", u"", FileUse::kReplace, folders)),
+            "file C:\\here\\new");
 }
 
 TEST(NewFolder, IsMadeUnlessItsNameIsTaken) {

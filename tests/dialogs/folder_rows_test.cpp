@@ -70,6 +70,35 @@ TEST(FolderRows, StandInTheOrderOfTheirColumn) {
   }
 }
 
+TEST(FolderRows, NamesStandAsPeopleCount) {
+  constexpr const char16_t* kOrdered[] = {u"",
+                                          u"1",
+                                          u"2",
+                                          u"10 disks",
+                                          u"A",
+                                          u"a",
+                                          u"a b",
+                                          u"file",
+                                          u"file02",
+                                          u"file2",
+                                          u"file2.b",
+                                          u"File3",
+                                          u"file10a",
+                                          u"file10b",
+                                          u"file99999999999999999999",
+                                          u"file100000000000000000000",
+                                          u"zoo"};
+  for (const char16_t* one : kOrdered) {
+    bool isPast = false;
+    for (const char16_t* other : kOrdered) {
+      if (one == other) isPast = true;
+      const int order = CompareNames(one, other), back = CompareNames(other, one);
+      EXPECT_EQ(order > 0, !isPast) << Utf8FromWide(one) << " " << Utf8FromWide(other);
+      EXPECT_EQ(order<0, back> 0);
+    }
+  }
+}
+
 TEST(FolderRows, PatternsFitAsEverywhere) {
   const struct {
     const char16_t* name;

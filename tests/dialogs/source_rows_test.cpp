@@ -25,7 +25,7 @@ TEST(SourceRows, SayTheDescriptionAndTheNameWhereItAdds) {
       {u"Drive0", nullptr, u"Drive0"},
       {u"", u"S123", u"S123"},
       {nullptr, u"S123", u"S123"},
-      {nullptr, nullptr, u"0.01GB"},
+      {nullptr, nullptr, u"#7 (0.01GB)"},
       {u" two\r\nlines\t", u"a\nname ", u"two lines [a name]"},
       {kLong.c_str(), nullptr, std::u16string(255, u'x')},
       {nullptr, kLong.c_str(), std::u16string(256, u'x')},
@@ -35,7 +35,7 @@ TEST(SourceRows, SayTheDescriptionAndTheNameWhereItAdds) {
     storage.describes = c.description;
     if (c.description) storage.description = c.description;
     storage.name = c.name;
-    EXPECT_EQ(StorageText(storage.IO()), c.expected) << Utf8FromWide(c.expected);
+    EXPECT_EQ(StorageText(storage.IO(), 7), c.expected) << Utf8FromWide(c.expected);
     EXPECT_EQ(storage.Unexpected(), 0);
   }
 }

@@ -42,7 +42,7 @@ TEST(ShortenedTextTest, TheEndIsSeen) {
       {u"C:\\some folder\\another\\disk.img", 16, u"C:\\so\u2026r\\disk.img"},
       {u"abcdef", 1, u"\u2026"},
       {u"abcdef", 0, u"\u2026"},
-      {u"\U0001F4BE\U0001F4BE\U0001F4BE\U0001F4BE", 5, u"\u2026\U0001F4BE"},
+      {u"\U0001F4BE\U0001F4BE\U0001F4BE\U0001F4BE", 5, u"\u2026\U0001F4BE\U0001F4BE"},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(ShortenedText(row.text, row.room, widthOf), row.shown) << row.room;

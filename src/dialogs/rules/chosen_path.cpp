@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "dialogs/rules/folder_rows.h"
+
 namespace larkspur {
 namespace {
 
@@ -34,22 +36,21 @@ std::u16string FolderPath(std::u16string_view path) {
   return IsDrive(folder) ? folder + u"\\" : folder;
 }
 
-bool HasExtension(std::u16string_view path) {
-  const size_t slash = path.rfind(u'\\');
-  const std::u16string_view name =
-      slash == std::u16string_view::npos ? path : path.substr(slash + 1);
-  return name.find(u'.') != std::u16string_view::npos;
+bool HasExtension(std::u16string_view path, std::u16string_view extension) {
+  return FitsPattern(path, std::u16string(u"*.").append(extension));
 }
 
-ChosenPath DecideFile(std::u16string path, PathKind kind, bool isNew, platform::cFolders& folders) {
+ChosenPath DecideFile(std::u16string path, PathKind kind, FileUse use,
+                      platform::cFolders& folders) {
   switch (kind) {
     case PathKind::kFile:
-      return {isNew ? ChosenKind::kAskOverwrite : ChosenKind::kFile, std::move(path)};
+      return {use == FileUse::kReplace ? ChosenKind::kAskOverwrite : ChosenKind::kFile,
+              std::move(path)};
     case PathKind::kFolder:
       return {ChosenKind::kAskFolder, FolderPath(path)};
     case PathKind::kAbsent: {
       const bool reachable =
-          isNew && folders.KindOf(ParentFolder(path)) == platform::PathKind::kFolder;
+          use != FileUse::kOpen && folders.KindOf(ParentFolder(path)) == PathKind::kFolder;
       return {reachable ? ChosenKind::kFile : ChosenKind::kMissing, std::move(path)};
     }
     case PathKind::kUnknown:
@@ -84,7 +85,7 @@ std::u16string ParentFolder(std::u16string_view path) {
 }
 
 ChosenPath DecideChosenPath(std::u16string_view typed, std::u16string_view current,
-                            std::u16string_view extension, bool isNew,
+                            std::u16string_view extension, FileUse use,
                             platform::cFolders& folders) {
   const std::u16string text = Tidied(typed);
   if (text.empty()) return {};
@@ -95,11 +96,11 @@ ChosenPath DecideChosenPath(std::u16string_view typed, std::u16string_view curre
   PathKind kind = folders.KindOf(path);
   if (kind == PathKind::kFolder) return {ChosenKind::kFolder, FolderPath(path)};
   if (path.ends_with(u'\\')) return {ChosenKind::kMissing, path};
-  if (kind == PathKind::kAbsent && !extension.empty() && !HasExtension(path)) {
+  if (kind == PathKind::kAbsent && !extension.empty() && !HasExtension(path, extension)) {
     path.append(u".").append(extension);
     kind = folders.KindOf(path);
   }
-  return DecideFile(std::move(path), kind, isNew, folders);
+  return DecideFile(std::move(path), kind, use, folders);
 }
 
 NewFolder MakeNewFolder(std::u16string_view name, std::u16string_view current,

@@ -17,6 +17,13 @@ std::u16string JoinPath(std::u16string_view folder, std::u16string_view name);
 // The folder that holds `path`; empty above a drive's root and above a share.
 std::u16string ParentFolder(std::u16string_view path);
 
+// What the file is for that is being named.
+enum class FileUse {
+  kOpen,      // it has to be there
+  kReplace,   // it is written: the user is asked before one that is there is lost
+  kContinue,  // it is made, or resumed where it is there
+};
+
 enum class ChosenKind {
   kNothing,       // no name: nothing happens
   kPattern,       // `path` is a pattern for the names to show
@@ -33,10 +40,11 @@ struct ChosenPath {
   std::u16string path;
 };
 
-// `typed` in the folder `current`. A name without an extension gets `extension` unless a file goes
-// by it as it is. With `isNew` the file need not be there.
+// `typed` in the folder `current`. A name that does not end in `extension` gets it, whatever dots
+// it has of its own, unless a file goes by the name as it is.
 ChosenPath DecideChosenPath(std::u16string_view typed, std::u16string_view current,
-                            std::u16string_view extension, bool isNew, platform::cFolders& folders);
+                            std::u16string_view extension, FileUse use,
+                            platform::cFolders& folders);
 
 enum class NewFolderAnswer { kNothing, kMade, kNameOfFile, kNameOfFolder, kNameOfOther, kFailed };
 

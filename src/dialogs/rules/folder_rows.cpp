@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "dialogs/rules/number_text.h"
+#include "platform/locale.h"
 
 namespace larkspur {
 namespace {
@@ -22,6 +23,31 @@ std::u16string DateText(const platform::CalendarTime& time) {
 
 int Sign(u64 one, u64 other) {
   return one < other ? -1 : one > other ? 1 : 0;
+}
+
+bool IsDigit(char16_t unit) {
+  return unit >= u'0' && unit <= u'9';
+}
+
+// The digits that a text begins with, or else what comes before its first digit.
+std::u16string_view FirstPiece(std::u16string_view text) {
+  size_t end = 0;
+  while (end < text.size() && IsDigit(text[end]) == IsDigit(text[0])) ++end;
+  return text.substr(0, end);
+}
+
+// Digits by the number that they are, other pieces as the user's language has it; nothing comes
+// before digits, and digits before anything else.
+int ComparePieces(std::u16string_view one, std::u16string_view other) {
+  const auto rank = [](std::u16string_view piece) {
+    return piece.empty() ? 0u : IsDigit(piece[0]) ? 1u : 2u;
+  };
+  if (rank(one) != rank(other)) return Sign(rank(one), rank(other));
+  if (rank(one) != 1) return platform::CompareTexts(one, other);
+  for (std::u16string_view* number : {&one, &other}) {
+    number->remove_prefix(std::min(number->find_first_not_of(u'0'), number->size()));
+  }
+  return one.size() != other.size() ? Sign(one.size(), other.size()) : one.compare(other);
 }
 
 int CompareIn(FolderColumn column, const FolderEntry& one, const FolderEntry& other) {
@@ -75,11 +101,12 @@ std::u16string ColumnText(const FolderEntry& entry, FolderColumn column, const T
 }
 
 int CompareNames(std::u16string_view one, std::u16string_view other) {
-  const size_t shared = std::min(one.size(), other.size());
-  for (size_t i = 0; i < shared; ++i) {
-    if (const int order = Sign(UpperCase(one[i]), UpperCase(other[i]))) return order;
+  for (std::u16string_view a = one, b = other; !a.empty() || !b.empty();) {
+    const std::u16string_view piece = FirstPiece(a), otherPiece = FirstPiece(b);
+    if (const int order = ComparePieces(piece, otherPiece)) return order;
+    a.remove_prefix(piece.size());
+    b.remove_prefix(otherPiece.size());
   }
-  if (const int order = Sign(one.size(), other.size())) return order;
   return one.compare(other);
 }
 

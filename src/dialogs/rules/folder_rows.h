@@ -22,8 +22,9 @@ struct TypeWords {
 std::u16string ColumnText(const platform::FolderEntry& entry, FolderColumn column,
                           const TypeWords& words);
 
-// Below, at and above zero as `one` stands before, with or behind `other`, letter case aside unless
-// nothing else tells them apart.
+// Below, at and above zero as `one` stands before, with or after `other`: numbers in names by their
+// size, so that "file10" follows "file2", the rest in the order of the user's language. Letter case
+// counts only where nothing else tells them apart.
 int CompareNames(std::u16string_view one, std::u16string_view other);
 
 // The same for entries in the order of a column: folders before files, and equal ones by their

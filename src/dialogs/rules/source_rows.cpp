@@ -45,9 +45,11 @@ std::u16string NameOf(cBaseIO* storage) {
 
 }  // namespace
 
-std::u16string StorageText(cBaseIO* storage) {
+std::u16string StorageText(cBaseIO* storage, size_t place) {
   const std::u16string description = DescriptionOf(storage), name = NameOf(storage);
-  if (description.empty() && name.empty()) return GigabytesText(storage->GetByteSize());
+  if (description.empty() && name.empty()) {
+    return u"#" + NumberText(place) + u" (" + GigabytesText(storage->GetByteSize()) + u")";
+  }
   if (description.empty()) return name;
   if (name.empty() || description.find(name) != std::u16string::npos) return description;
   return description + u" [" + name + u"]";
@@ -57,7 +59,7 @@ std::vector<SourceRow> SourceRows(std::span<cBaseIO* const> storages) {
   std::vector<SourceRow> rows;
   for (cBaseIO* const storage : storages) {
     if (!storage || storage->GetTypeId() == kTypeReadOnce) continue;
-    rows.push_back({StorageText(storage), storage});
+    rows.push_back({StorageText(storage, rows.size() + 1), storage});
   }
   return rows;
 }

@@ -19,7 +19,8 @@ struct SourceRow {
 };
 
 // The storage's description, its name (for drives: the serial) beside it where it adds something.
-std::u16string StorageText(cBaseIO* storage);
+// One that has neither is told by its place in the list, from 1, and its size.
+std::u16string StorageText(cBaseIO* storage, size_t place);
 
 // A row for each storage, in their order, but for null ones and those that are read once already.
 std::vector<SourceRow> SourceRows(std::span<cBaseIO* const> storages);

@@ -2,114 +2,92 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "host/rules/command_line.h"
 
-#include <charconv>
+#include <CLI/CLI.hpp>
 
 namespace larkspur::host {
-
-const char kUsage[] =
-    R"(larkspur-host: opens storages, and makes new ones with the modules beside it
-
-  larkspur-host [STORAGE...]                show the window, with these storages open
-  larkspur-host --list                      tell the modules and what else lies beside the program
-  larkspur-host --open FILE --dump-tree     show the partitions of an image, a cache or a drive
-  larkspur-host --make SOURCE CACHE         make a read-once storage with the module's own dialog
-      --dump-tree                           ... and show its partitions
-      --read                                ... and read all of it
-
-  --test-mode MAPFILE   make every sector of a source fail that this GNU ddrescue mapfile does not
-                        mark +
-  --language N          the language of the dialogs, 0 (English) to 9
-  --help, --version
-
-Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable; 130 stopped.
-)";
-
 namespace {
 
 using Verb = CommandLine::Verb;
 
-constexpr unsigned kMostLanguages = 10;
+constexpr unsigned kLastLanguage = 9;
 
-CommandLine Wrong(std::string fault) {
+constexpr char kStatuses[] =
+    "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable;\n"
+    "130 stopped.";
+
+CommandLine Answer(Verb verb, std::string words) {
   CommandLine line;
-  line.verb = Verb::kWrong;
-  line.fault = std::move(fault);
+  line.verb = verb;
+  line.words = std::move(words);
   return line;
 }
 
-size_t NamesOf(Verb verb) {
-  return verb == Verb::kOpen ? 1 : verb == Verb::kMake ? 2 : 0;
-}
+// The arguments as they are declared to the parser, and where it puts what they say.
+struct Arguments {
+  Arguments()
+      : app("larkspur-host: opens storages, and makes new ones with the modules beside it") {
+    app.name("larkspur-host");
+    app.set_version_flag("--version", "larkspur-host " LARKSPUR_VERSION);
+    app.footer(kStatuses);
+    show = app.add_option("STORAGE", line.names, "show the window, with these storages open");
+    list = app.add_flag("--list", listed, "tell the modules and what else lies beside the program");
+    open =
+        app.add_option("--open", opened, "open an image, a cache or a drive")->type_name("STORAGE");
+    make = app.add_option("--make", made, "make a read-once storage with the module's own dialog")
+               ->type_name("SOURCE CACHE")
+               ->expected(2);
+    app.add_flag("--dump-tree", line.dumpTree, "show the partitions of what was opened or made");
+    app.add_flag("--read", line.readAll, "read all of it");
+    app.add_option("--test-mode", line.testMapfile,
+                   "make every sector of a source fail that this GNU ddrescue mapfile does not "
+                   "mark +")
+        ->type_name("MAPFILE");
+    app.add_option("--language", line.language, "the language of the dialogs, 0 (English) to 9")
+        ->type_name("N")
+        ->check(CLI::Range(0u, kLastLanguage));
+    list->excludes(open)->excludes(make)->excludes(show);
+    open->excludes(make)->excludes(show);
+    make->excludes(show);
+  }
 
-bool TakeLanguage(const std::string& word, unsigned* language) {
-  const char* const end = word.data() + word.size();
-  const auto [stop, error] = std::from_chars(word.data(), end, *language);
-  return error == std::errc() && stop == end && *language < kMostLanguages;
-}
+  // What no single argument can say by itself; empty when all is well.
+  std::string Fault() const {
+    const bool isAsked = line.dumpTree || line.readAll;
+    if (isAsked && !*open && !*make) return "--dump-tree and --read need --open or --make";
+    if (*open && !isAsked) return "--open needs --dump-tree or --read";
+    return {};
+  }
 
-struct VerbRow {
-  const char* word;
-  Verb verb;
+  CommandLine Line() {
+    line.verb = *list ? Verb::kList : *open ? Verb::kOpen : *make ? Verb::kMake : Verb::kShow;
+    if (*open) line.names = {opened};
+    if (*make) line.names = made;
+    return line;
+  }
+
+  CLI::App app;
+  CommandLine line;
+  bool listed = false;
+  std::string opened;
+  std::vector<std::string> made;
+  CLI::Option *show, *list, *open, *make;
 };
-constexpr VerbRow kVerbs[] = {{"--list", Verb::kList},
-                              {"--open", Verb::kOpen},
-                              {"--make", Verb::kMake},
-                              {"--help", Verb::kHelp},
-                              {"--version", Verb::kVersion}};
-
-// Takes `word` when it is the name of something to do; "--open" before a second one is an error.
-bool TakeVerb(const std::string& word, CommandLine* line) {
-  for (const VerbRow& row : kVerbs) {
-    if (word != row.word) continue;
-    if (line->verb != Verb::kShow) line->fault = word + " does not go with what stands before it";
-    line->verb = row.verb;
-    return true;
-  }
-  return false;
-}
-
-std::string Checked(const CommandLine& line) {
-  if (!line.fault.empty()) return line.fault;
-  const bool isWork = line.verb == Verb::kOpen || line.verb == Verb::kMake;
-  if (isWork && line.names.size() != NamesOf(line.verb)) {
-    return line.verb == Verb::kOpen ? "--open takes one FILE" : "--make takes SOURCE and CACHE";
-  }
-  if (!isWork && line.verb != Verb::kShow && !line.names.empty()) {
-    return line.names[0] + ": not expected here";
-  }
-  if (!isWork && (line.dumpTree || line.readAll)) return "--dump-tree and --read want a storage";
-  if (line.verb == Verb::kOpen && !line.dumpTree && !line.readAll) {
-    return "--open wants --dump-tree or --read";
-  }
-  return {};
-}
 
 }  // namespace
 
-CommandLine ParseCommandLine(const std::vector<std::string>& words) {
-  CommandLine line;
-  for (size_t i = 0; i < words.size(); ++i) {
-    const std::string& word = words[i];
-    if (TakeVerb(word, &line)) continue;
-    if (word == "--dump-tree") {
-      line.dumpTree = true;
-    } else if (word == "--read") {
-      line.readAll = true;
-    } else if (word == "--test-mode" || word == "--language") {
-      if (++i == words.size()) return Wrong(word + " wants a value");
-      if (word == "--test-mode") {
-        line.testMapfile = words[i];
-      } else if (!TakeLanguage(words[i], &line.language)) {
-        return Wrong(words[i] + ": no language has that number");
-      }
-    } else if (word.starts_with("--")) {
-      return Wrong(word + ": there is no such option");
-    } else {
-      line.names.push_back(word);
-    }
+CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
+  Arguments known;
+  try {
+    known.app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::CallForHelp&) {
+    return Answer(Verb::kTell, known.app.help());
+  } catch (const CLI::CallForVersion& version) {
+    return Answer(Verb::kTell, std::string(version.what()) + "\n");
+  } catch (const CLI::ParseError& fault) {
+    return Answer(Verb::kWrong, fault.what());
   }
-  const std::string fault = Checked(line);
-  return fault.empty() ? line : Wrong(fault);
+  const std::string fault = known.Fault();
+  return fault.empty() ? known.Line() : Answer(Verb::kWrong, fault);
 }
 
 }  // namespace larkspur::host

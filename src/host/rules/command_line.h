@@ -11,13 +11,12 @@ namespace larkspur::host {
 
 struct CommandLine {
   enum class Verb {
-    kShow,  // open the window, with the storages named
-    kList,  // tell the modules beside the program
-    kOpen,  // open a storage, and do what is asked of it
-    kMake,  // make a storage with the module's own dialog, and do what is asked of it
-    kHelp,
-    kVersion,
-    kWrong,  // `fault` says what
+    kShow,   // open the window, with the storages named
+    kList,   // tell the modules beside the program
+    kOpen,   // open a storage, and do what is asked of it
+    kMake,   // make a storage with the module's own dialog, and do what is asked of it
+    kTell,   // print `words`: the help, or the version
+    kWrong,  // `words` say what
   };
   Verb verb = Verb::kShow;
   std::vector<std::string> names;  // the storages to show; FILE; SOURCE and CACHE
@@ -25,12 +24,10 @@ struct CommandLine {
   unsigned language = 0;
   bool dumpTree = false;
   bool readAll = false;
-  std::string fault;
+  std::string words;
 };
 
-// Words in UTF-8, without the program's name.
-CommandLine ParseCommandLine(const std::vector<std::string>& words);
-
-extern const char kUsage[];
+// Arguments in UTF-8, without the program's name.
+CommandLine ParseCommandLine(const std::vector<std::string>& arguments);
 
 }  // namespace larkspur::host

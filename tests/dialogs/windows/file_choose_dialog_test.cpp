@@ -25,11 +25,11 @@ class FileChooseDialogTest : public FormTest {
   }
 
   // What was chosen; empty when nothing was.
-  std::u16string Show(std::vector<FormStep> steps, bool isNew = true) {
+  std::u16string Show(std::vector<FormStep> steps, FileUse use = FileUse::kContinue) {
     FileChoice choice;
     choice.title = u"Choose";
     choice.filters = {{u"Caches", u"*.kvrsp", u"kvrsp"}};
-    choice.isNew = isNew;
+    choice.use = use;
     choice.path = m_base + u"\\";
     choice.path += u"begin";
     cFormDriver driver(std::move(steps));
@@ -70,15 +70,17 @@ TEST_F(FileChooseDialogTest, ShowsWhatFitsTheFilter) {
             u"");
 }
 
-TEST_F(FileChooseDialogTest, AsksBeforeItTakesAFileThatIsThere) {
-  EXPECT_EQ(Show({TypeName(u"old"), Press(IDCANCEL), Key(VK_ESCAPE)}), u"");
+TEST_F(FileChooseDialogTest, AsksBeforeAFileThatIsThereIsReplacedAndNotElse) {
+  EXPECT_EQ(Show({TypeName(u"old"), Press(IDCANCEL), Key(VK_ESCAPE)}, FileUse::kReplace), u"");
   EXPECT_EQ(Utf8(Show({TypeName(u"old"),
                        [](HWND form) {
                          EXPECT_EQ(Utf8(TextOfWindow(form)), "Confirm");
                          PressKey(VK_RETURN);
-                       }})),
+                       }},
+                      FileUse::kReplace)),
             Utf8(m_base + u"\\old.kvrsp"));
-  EXPECT_EQ(Utf8(Show({TypeName(u"old")}, false)), Utf8(m_base + u"\\old.kvrsp"));
+  EXPECT_EQ(Utf8(Show({TypeName(u"old")})), Utf8(m_base + u"\\old.kvrsp"));
+  EXPECT_EQ(Utf8(Show({TypeName(u"old")}, FileUse::kOpen)), Utf8(m_base + u"\\old.kvrsp"));
 }
 
 TEST_F(FileChooseDialogTest, MakesANewFolderAndGoesThere) {
@@ -113,6 +115,19 @@ TEST_F(FileChooseDialogTest, SaysWhyAFolderIsNotMade) {
             u"");
 }
 
+// The text of the row that is selected in the folder list.
+std::string SelectedRow(HWND form) {
+  const HWND list = GetDlgItem(form, cFileChooseDialog::kFolderId);
+  const LRESULT row =
+      SendMessageW(list, LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_SELECTED | LVNI_FOCUSED);
+  wchar_t text[MAX_PATH] = {};
+  LVITEMW item{};
+  item.pszText = text;
+  item.cchTextMax = MAX_PATH;
+  SendMessageW(list, LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
+  return Utf8(reinterpret_cast<const char16_t*>(text));
+}
+
 TEST_F(FileChooseDialogTest, WalksUpAndBack) {
   const std::u16string parent = m_base.substr(0, m_base.rfind(u'\\'));
   EXPECT_EQ(Utf8(Show({
@@ -120,6 +135,7 @@ TEST_F(FileChooseDialogTest, WalksUpAndBack) {
                 [&](HWND form) {
                   EXPECT_EQ(Utf8(TextOfWindow(GetDlgItem(form, cFileChooseDialog::kBackId))),
                             Utf8(m_base));
+                  EXPECT_EQ(SelectedRow(form), Utf8(m_base.substr(parent.size() + 1)));
                 },
                 TypeName(u"above"),
             })),
@@ -134,8 +150,10 @@ TEST_F(FileChooseDialogTest, WalksUpAndBack) {
 
 TEST_F(FileChooseDialogTest, SaysWhenThereIsNoSuchFolder) {
   EXPECT_EQ(Show({TypeName(u"none\\name"),
-                  [](HWND form) {
+                  [this](HWND form) {
                     EXPECT_EQ(Utf8(TextOfWindow(form)), "Error");
+                    const std::u16string path = m_base + u"\\none\\name.kvrsp";
+                    EXPECT_TRUE(FindWindowExW(form, nullptr, nullptr, Wide(path)));
                     PressKey(VK_RETURN);
                   },
                   [](HWND form) {

@@ -223,7 +223,7 @@ void ChooseCache() {
   FileChoice choice;
   choice.title = TextOf("raid::mkspan", 6);
   choice.filters = {{TextOf("raid::mkspan", 14), u"*.kvrsp", u"kvrsp"}};
-  choice.isNew = true;
+  choice.use = FileUse::kContinue;
   choice.path = u"C:\\windows\\disk.kvrsp";
   ChooseFile(nullptr, choice);
 }
