@@ -9,9 +9,11 @@
 #include "dialogs/file_choose_dialog.h"
 #include "dialogs/message_form.h"
 #include "dialogs/new_folder_name_req_form.h"
+#include "dialogs/rules/cache_place.h"
 #include "dialogs/rules/define_storage.h"
 #include "dialogs/rules/open_device.h"
 #include "dialogs/rules/source_rows.h"
+#include "ui/texts.h"
 #include "ui/wait_cursor.h"
 
 namespace larkspur {
@@ -45,6 +47,8 @@ constexpr i32 kButtonsY = -40;
 constexpr i32 kBesideSource = 35, kMostForSources = 520;
 
 constexpr char kDevicePathKey[] = "raid::devopen";
+constexpr char kCacheNotesKey[] = "raid::cachenotes";
+constexpr size_t kOnSourceDiskNote = 1;
 
 }  // namespace
 
@@ -154,6 +158,9 @@ void cMkRAIDForm::ChooseCacheFile() {
 }
 
 void cMkRAIDForm::Define() {
+  if (IsOnDiskOf(ChosenSource(), m_path.Value())) {
+    return RefuseCache(TextOf(kCacheNotesKey, kOnSourceDiskNote));
+  }
   Defined defined;
   {
     const cWaitCursor wait;
@@ -168,16 +175,16 @@ void cMkRAIDForm::Define() {
     case DefineAnswer::kPathMissing:
       return m_path.Focus();
     case DefineAnswer::kWrongSize:
-      return RefuseCache(kOtherSize);
+      return RefuseCache(Item(kOtherSize));
     case DefineAnswer::kCacheFailed:
-      return RefuseCache(kAddDevice);
+      return RefuseCache(Item(kAddDevice));
     case DefineAnswer::kNotAttached:
       return;  // there is no text for it
   }
 }
 
-void cMkRAIDForm::RefuseCache(size_t item) {
-  ShowError(Handle(), Item(item));
+void cMkRAIDForm::RefuseCache(std::u16string_view why) {
+  ShowError(Handle(), why);
   m_path.Focus();
 }
 

@@ -57,7 +57,7 @@ class cMkRAIDForm final : public cCustomForm {
   void AddNamedDevice();
   void ChooseCacheFile();
   void Define();
-  void RefuseCache(size_t item);
+  void RefuseCache(std::u16string_view why);
   cBaseIO* ChosenSource() const;
 
   const MessageTexts& m_texts;

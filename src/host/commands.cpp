@@ -123,6 +123,7 @@ ExitStatus RunList(const CommandLine& line) {
 ExitStatus RunOpen(const CommandLine& line) {
   cStorages storages;
   if (OpenOrTell(line.names[0], line, &storages) == storages.Count()) return kExitFailed;
+  storages.LetRead(0);  // a drive as well: that is what the user asks for
   return DoAsAsked(line, storages.At(0));
 }
 

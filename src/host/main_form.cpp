@@ -16,7 +16,7 @@ namespace larkspur::host {
 namespace {
 
 // Units.
-constexpr Size kFormSize = {920, 620}, kLeastSize = {640, 420};
+constexpr Size kFormSize = {960, 720}, kLeastSize = {640, 420};
 constexpr i32 kToolHeight = 32, kMargin = 6, kLabel = 18, kModulesHeight = 80, kListsWidth = 340;
 constexpr i32 kChoiceHeight = 22, kLanguageLabelWidth = 150;
 constexpr i32 kLeastLists = 240, kLeastPages = 320, kPagesWidth = 545;
@@ -74,14 +74,26 @@ void cMainForm::OnCreate() {
   TakeLanguage();
   ShowPage(0);
   SetDefaultCommand(kGoToSector);
+  ShowChosen();
   Say(texts::kReady);
 }
 
 void cMainForm::CreateTools() {
   m_tools.Create(*this, {0, 0, -1, kToolHeight},
                  {kOpenFile, kOpenDrive, kMakeStorage, cToolBarChild::kGap, kReadEverything,
-                  kStopReading, cToolBarChild::kGap, kCloseStorage});
-  Actions().onChange = [this](const Action& action) { m_tools.ShowState(action); };
+                  cToolBarChild::kGap, kCloseStorage});
+  Actions().onChange = [this](const Action& action) {
+    m_tools.ShowState(action);
+    ShowButtonState(action);
+  };
+}
+
+// A page's button of that command. The keyboard leaves it first: a disabled window would keep it.
+void cMainForm::ShowButtonState(const Action& action) {
+  const HWND button = GetDlgItem(Handle(), static_cast<int>(action.id));
+  if (!button) return;
+  if (!action.enabled && GetFocus() == button) Send(WM_NEXTDLGCTL, 0, FALSE);
+  EnableWindow(button, action.enabled);
 }
 
 // Every language of the catalog, by its own name.
@@ -104,7 +116,8 @@ void cMainForm::CreateLists() {
   m_storageList.SetModel(&m_storageRows);
   m_storageList.onChange = [this] { ShowChosen(); };
   m_storageList.onContextMenu = [this](u32, POINT where) {
-    ShowMenu({kReadEverything, kStopReading, kSaveMap, kCopyText, kCloseStorage}, where);
+    ShowMenu({kReadEverything, kStopReading, kReadDirectly, kSaveMap, kCopyText, kCloseStorage},
+             where);
   };
   m_modulesLabel.Create(*this, kPlacedByForm, texts::kModules);
   m_moduleList.Create(*this, kPlacedByForm, kModulesId);
@@ -135,6 +148,9 @@ void cMainForm::CreatePages() {
     ShowMenu({kPreviousSector, kNextSector, kCopyText}, where);
   };
   m_mapPage.onContextMenu = [this](POINT where) { ShowMenu({kSaveMap, kCopyText}, where); };
+  m_mapPage.onGoTo = [this](u64 sector) { ShowSector(sector); };
+  m_partitionPage.onChange = [this] { ShowState(); };
+  m_sectorPage.onMove = [this] { ShowState(); };
 }
 
 void cMainForm::OnLayout(Size client) {
@@ -237,15 +253,19 @@ void cMainForm::ShowPage(u32 page) {
 }
 
 void cMainForm::ShowState() {
-  const bool isChosen = Chosen(), isReading = m_progress.IsWatching();
+  const Storage* const chosen = Chosen();
+  const bool isReading = m_progress.IsWatching(), mayBeRead = chosen && chosen->mayBeRead;
   cActionList& actions = Actions();
-  for (const u32 id : {kCloseStorage, kCopyText, kGoToSector, kPreviousSector, kNextSector}) {
-    actions.SetEnabled(id, isChosen);
-  }
-  actions.SetEnabled(kReadEverything, isChosen && !isReading);
+  actions.SetEnabled(kCloseStorage, chosen);
+  actions.SetEnabled(kCopyText, mayBeRead);
+  actions.SetEnabled(kReadDirectly, chosen && !mayBeRead);
+  actions.SetEnabled(kReadEverything, mayBeRead && !isReading);
   actions.SetEnabled(kStopReading, isReading);
   actions.SetEnabled(kSaveMap, m_mapPage.HasMap());
-  actions.SetEnabled(kShowSector, isChosen);
+  actions.SetEnabled(kShowSector, mayBeRead && m_partitionPage.Chosen());
+  actions.SetEnabled(kGoToSector, m_sectorPage.HasSectors());
+  actions.SetEnabled(kPreviousSector, m_sectorPage.HasPrevious());
+  actions.SetEnabled(kNextSector, m_sectorPage.HasNext());
   actions.SetEnabled(kMakeStorage, ChosenModule());
   actions.SetEnabled(kAbout, ChosenModule());
 }

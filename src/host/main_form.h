@@ -49,6 +49,7 @@ class cMainForm final : public cCustomForm {
     kNextSector = 1012,
     kShowSector = 1013,
     kFocusSector = 1014,
+    kReadDirectly = 1015,
     kPartitions = 1021,
     kSectors = 1022,
     kMap = 1023,
@@ -80,6 +81,7 @@ class cMainForm final : public cCustomForm {
 
   void AddActions();
   void CreateTools();
+  void ShowButtonState(const Action& action);
   void CreateLists();
   void CreatePages();
   void FillLanguages();
@@ -102,6 +104,8 @@ class cMainForm final : public cCustomForm {
   void MakeStorage();
   void TakeMade(const MadeFrom& from);
   void CloseChosen();
+  void ReadDirectly();
+  void ShowSector(u64 sector);
   void StartReading();
   void EndReading();
   void SaveMap();

@@ -71,6 +71,7 @@ void cMainForm::AddActions() {
        kIconCancel,
        {'W', kControl},
        [this] { CloseChosen(); }},
+      {kReadDirectly, texts::kReadDirectly, 0, none, [this] { ReadDirectly(); }},
       {kSaveMap, texts::kSaveMap, kIconSave, {'S', kControl}, [this] { SaveMap(); }},
       {kCopyText, texts::kCopyText, 0, {'C', kControl, kShift}, [this] { CopyText(); }},
       {kAbout, texts::kAbout, 0, none,
@@ -177,9 +178,21 @@ void cMainForm::CloseChosen() {
   ShowStorages(row > 0 ? row - 1 : 0);
 }
 
+void cMainForm::ReadDirectly() {
+  const Storage* const storage = Chosen();
+  if (!storage || storage->mayBeRead) return;
+  if (!AskToConfirm(Handle(), texts::kReadWithoutCache, kMessageDefaultNo)) return;
+  const u32 row = m_storageList.Value();
+  {
+    const cWaitCursor wait;
+    m_storages.LetRead(row);
+  }
+  ShowChosen();
+}
+
 void cMainForm::StartReading() {
   Storage* const storage = Chosen();
-  if (!storage || m_progress.IsWatching()) return;
+  if (!storage || !storage->mayBeRead || m_progress.IsWatching()) return;
   if (!m_job.Prepare(*storage)) return ShowError(Handle(), texts::kNoClone);
   if (!m_progress.Watch(m_job, m_feed, storage->title)) {
     return ShowError(Handle(), texts::kNoMemory);
@@ -226,7 +239,10 @@ void cMainForm::GoToTyped() {
 void cMainForm::ShowRowsSector() {
   const TreeRow* const row = m_partitionPage.Chosen();
   if (!row) return;
-  const u64 sector = row->start;
+  ShowSector(row->start);
+}
+
+void cMainForm::ShowSector(u64 sector) {
   ShowPage(1);
   m_sectorPage.GoTo(sector);
 }

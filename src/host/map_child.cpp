@@ -34,7 +34,8 @@ MessageAnswer cMapChild::OnMessage(const WindowMessage& message) {
   static constexpr MessageRow<cMapChild> kMessages[] = {
       {WM_PAINT, &cMapChild::OnPaint},           {WM_CONTEXTMENU, &cMapChild::OnMenu},
       {WM_LBUTTONDOWN, &cMapChild::OnPress},     {WM_SETFOCUS, &cMapChild::OnFocusChange},
-      {WM_KILLFOCUS, &cMapChild::OnFocusChange},
+      {WM_KILLFOCUS, &cMapChild::OnFocusChange}, {WM_MOUSEMOVE, &cMapChild::OnMove},
+      {WM_MOUSELEAVE, &cMapChild::OnLeave},
   };
   if (const MessageAnswer answer = HandledBy(*this, kMessages, message)) return answer;
   return cChild::OnMessage(message);
@@ -45,8 +46,37 @@ MessageAnswer cMapChild::OnMenu(const WindowMessage& message) {
   return 0;
 }
 
-MessageAnswer cMapChild::OnPress(const WindowMessage&) {
+std::optional<size_t> cMapChild::CellUnder(const WindowMessage& message) const {
+  if (!m_grid) return std::nullopt;
+  const Size size = ClientSize();
+  const size_t count = m_grid->cells.size();
+  return CellAt(FieldOf(count, size.width, size.height), count,
+                static_cast<short>(LOWORD(message.lParam)),
+                static_cast<short>(HIWORD(message.lParam)));
+}
+
+void cMapChild::Hover(std::optional<size_t> cell) {
+  if (cell == m_hovered) return;
+  m_hovered = cell;
+  if (onHover) onHover(cell);
+}
+
+MessageAnswer cMapChild::OnMove(const WindowMessage& message) {
+  TRACKMOUSEEVENT leaving{sizeof leaving, TME_LEAVE, Handle(), 0};
+  TrackMouseEvent(&leaving);
+  Hover(CellUnder(message));
+  return 0;
+}
+
+MessageAnswer cMapChild::OnLeave(const WindowMessage&) {
+  Hover(std::nullopt);
+  return 0;
+}
+
+MessageAnswer cMapChild::OnPress(const WindowMessage& message) {
   Focus();
+  const std::optional<size_t> cell = CellUnder(message);
+  if (cell && onClick) onClick(*cell);
   return 0;
 }
 

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "imaging/map_grid.h"
 #include "ui/child.h"
@@ -20,6 +21,9 @@ class cMapChild final : public cChild {
   void SetGrid(std::shared_ptr<const MapGrid> grid);
 
   std::function<void(POINT where)> onContextMenu;
+  // The pointer came to another square, or left them all.
+  std::function<void(std::optional<size_t> cell)> onHover;
+  std::function<void(size_t cell)> onClick;
 
  private:
   MessageAnswer OnMessage(const WindowMessage& message) override;
@@ -27,9 +31,14 @@ class cMapChild final : public cChild {
   MessageAnswer OnMenu(const WindowMessage& message);
   MessageAnswer OnPress(const WindowMessage& message);
   MessageAnswer OnFocusChange(const WindowMessage& message);
+  MessageAnswer OnMove(const WindowMessage& message);
+  MessageAnswer OnLeave(const WindowMessage& message);
   void Draw(HDC dc, Size size) const;
+  std::optional<size_t> CellUnder(const WindowMessage& message) const;
+  void Hover(std::optional<size_t> cell);
 
   std::shared_ptr<const MapGrid> m_grid;
+  std::optional<size_t> m_hovered;
 };
 
 }  // namespace larkspur::host

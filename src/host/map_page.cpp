@@ -17,27 +17,35 @@ constexpr i32 kLine = 20;  // units
 
 void cMapPage::Create(cCustomForm& form) {
   m_formWindow = form.Handle();
-  m_counts.Create(form, kPlacedByForm, texts::kNoMap);
+  m_counts.Create(form, kPlacedByForm, u"");
+  m_note.Create(form, kPlacedByForm, texts::kNoStorage);
   m_map.Create(form, kPlacedByForm, kMapId);
   m_map.SetText(texts::kMap);
   m_map.onContextMenu = [this](POINT where) {
     if (onContextMenu) onContextMenu(where);
   };
+  m_map.onHover = [this](std::optional<size_t> cell) {
+    m_hovered = cell;
+    TellCell();
+  };
+  m_map.onClick = [this](size_t cell) {
+    if (onGoTo) onGoTo(cell * m_grid->sectorsPerCell);
+  };
   m_scale.Create(form, kPlacedByForm, u"");
+  m_legend.Create(form, MapLegend());
 }
 
 void cMapPage::Layout(const Box& box) {
   const i32 line = Scaled(kLine, m_map.Dpi());
+  m_note.MoveTo(box);
   m_counts.MoveTo({box.x, box.y, box.width, line});
-  m_map.MoveTo({box.x, box.y + line, box.width, std::max(0, box.height - 2 * line)});
-  m_scale.MoveTo({box.x, box.y + box.height - line, box.width, line});
+  m_map.MoveTo({box.x, box.y + line, box.width, std::max(0, box.height - 3 * line)});
+  m_scale.MoveTo({box.x, box.y + box.height - 2 * line, box.width, line});
+  m_legend.MoveTo({box.x, box.y + box.height - line, box.width, line});
 }
 
 void cMapPage::Show(bool shown) {
   m_shown = shown;
-  m_counts.Show(shown);
-  m_map.Show(shown);
-  m_scale.Show(shown);
   Watch();
 }
 
@@ -60,11 +68,20 @@ void cMapPage::OnNews() {
 
 void cMapPage::Tell() {
   m_map.SetGrid(m_grid);
-  m_counts.SetText(m_grid      ? MapCounts(m_grid->totals, m_grid->sectors)
-                   : HasMap()  ? std::u16string(texts::kCounting)
-                   : m_storage ? std::u16string(texts::kNoMap)
-                               : std::u16string(texts::kNoStorage));
-  m_scale.SetText(m_grid ? MapScale(*m_grid) : std::u16string());
+  m_counts.SetText(m_grid ? MapCounts(m_grid->totals, m_grid->sectors) : texts::kCounting);
+  m_note.SetText(m_storage ? texts::kNoMap : texts::kNoStorage);
+  for (cChild* child : std::initializer_list<cChild*>{&m_counts, &m_map, &m_scale, &m_legend}) {
+    child->Show(m_shown && HasMap());
+  }
+  m_note.Show(m_shown && !HasMap());
+  TellCell();
+}
+
+void cMapPage::TellCell() {
+  const bool isOverCell = m_grid && m_hovered && *m_hovered < m_grid->cells.size();
+  m_scale.SetText(isOverCell ? MapCell(*m_grid, *m_hovered)
+                  : m_grid   ? MapScale(*m_grid)
+                             : std::u16string());
 }
 
 std::u16string cMapPage::Text() const {

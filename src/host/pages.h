@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/legend_child.h"
 #include "host/map_child.h"
 #include "host/rules/map_watch.h"
 #include "host/rules/sector_reader.h"
@@ -44,8 +45,8 @@ class cPartitionPage final : public cPage, private cListModel {
   static constexpr u32 kListId = 210;
 
   void Create(cCustomForm& form) override;
-  void Layout(const Box& box) override { m_list.MoveTo(box); }
-  void Show(bool shown) override { m_list.Show(shown); }
+  void Layout(const Box& box) override;
+  void Show(bool shown) override;
   void ShowStorage(const Storage* storage) override;
   std::u16string Text() const override;
 
@@ -53,6 +54,8 @@ class cPartitionPage final : public cPage, private cListModel {
   const TreeRow* Chosen() const;
   // A row was double-clicked, or Enter pressed on it.
   std::function<void()> onActivate;
+  // Another row was chosen.
+  std::function<void()> onChange;
 
  private:
   u32 RowCount() const override { return static_cast<u32>(m_rows.size()); }
@@ -60,8 +63,10 @@ class cPartitionPage final : public cPage, private cListModel {
   int RowIcon(u32 row) const override { return m_rows[row].level == 0 ? 0 : 1; }
 
   std::vector<TreeRow> m_rows;
+  bool m_shown = false;
   cIconList m_icons{{kIconStorage, kIconPartition}};
   cListViewChild m_list;
+  cLabelChild m_note{cLabelChild::Lines::Wrapped};  // in place of the list, while that is empty
 };
 
 class cSectorPage final : public cPage {
@@ -88,6 +93,11 @@ class cSectorPage final : public cPage {
   bool GoToTyped();
   void GoToPrevious() { GoTo(m_sector > 0 ? m_sector - 1 : 0); }
   void GoToNext() { GoTo(m_sector + 1); }
+  bool HasSectors() const { return m_storage && m_storage->mayBeRead && m_storage->sectors > 0; }
+  bool HasPrevious() const { return HasSectors() && m_sector > 0; }
+  bool HasNext() const { return HasSectors() && m_sector + 1 < m_storage->sectors; }
+  // Another sector is looked at.
+  std::function<void()> onMove;
   void FocusNumber() { m_number.Focus(); }
   // The sector that was asked for may be there.
   void OnNews();
@@ -127,19 +137,25 @@ class cMapPage final : public cPage {
   bool HasMap() const { return m_storage && m_storage->map; }
   // The map as a PNG file's bytes; empty without a map.
   std::string Picture() const;
+  // A square was clicked: its first sector.
+  std::function<void(u64 sector)> onGoTo;
 
  private:
   void Watch();
   void Tell();
+  void TellCell();
 
   const Storage* m_storage = nullptr;
   std::shared_ptr<const MapGrid> m_grid;
+  std::optional<size_t> m_hovered;  // the square under the pointer
   bool m_shown = false;
   HWND m_formWindow = nullptr;
 
+  cLabelChild m_note{cLabelChild::Lines::Wrapped};  // in place of all else, without a map
   cLabelChild m_counts;
   cMapChild m_map;
   cLabelChild m_scale;
+  cLegendChild m_legend;
   cMapWatch m_watch{[this] { PostMessageW(m_formWindow, kNews, 0, 0); }};
 };
 

@@ -4,12 +4,19 @@
 #include "host/rules/words.h"
 #include "host/texts.h"
 #include "imaging/size_text.h"
+#include "partitions/type_names.h"
 
 namespace larkspur::host {
 namespace {
 
 enum Columns : u32 { kNameColumn, kStartColumn, kLengthColumn, kSizeColumn, kTypeColumn };
 constexpr size_t kIndent = 4;  // blanks a level
+
+// A type by its name; by its number where that has none.
+std::u16string TypeText(u16 type) {
+  const std::u16string_view name = GetTypeName(type);
+  return name == GetTypeName(kTypeUnknown) ? Words("{}", type) : std::u16string(name);
+}
 
 }  // namespace
 
@@ -30,12 +37,31 @@ void cPartitionPage::Create(cCustomForm& form) {
   m_list.onContextMenu = [this](u32, POINT where) {
     if (onContextMenu) onContextMenu(where);
   };
+  m_list.onChange = [this] {
+    if (onChange) onChange();
+  };
+  m_note.Create(form, kPlacedByForm, texts::kNoStorage);
+}
+
+void cPartitionPage::Layout(const Box& box) {
+  m_list.MoveTo(box);
+  m_note.MoveTo(box);
+}
+
+void cPartitionPage::Show(bool shown) {
+  m_shown = shown;
+  m_list.Show(shown && !m_rows.empty());
+  m_note.Show(shown && m_rows.empty());
 }
 
 void cPartitionPage::ShowStorage(const Storage* storage) {
   m_rows = storage ? storage->tree : std::vector<TreeRow>();
   m_list.Reload();
   m_list.SetValue(0);
+  m_note.SetText(!storage             ? texts::kNoStorage
+                 : storage->mayBeRead ? texts::kNoPartitions
+                                      : texts::kNotRead);
+  Show(m_shown);
 }
 
 std::u16string cPartitionPage::Text() const {
@@ -59,7 +85,7 @@ std::u16string cPartitionPage::CellText(u32 row, u32 column) const {
     case kSizeColumn:
       return Words("{}", SizeText(item.length << kSectorShift));
     case kTypeColumn:
-      return Words("{}", item.type);
+      return TypeText(item.type);
     default:
       return item.facts;
   }

@@ -16,6 +16,8 @@ constexpr i32 kRow = 26, kLine = 22, kLabelWidth = 50, kNumberWidth = 130, kButt
 
 }  // namespace
 
+static_assert(kHexLines * kHexBytesInLine == kSectorBytes);
+
 void cSectorPage::Create(cCustomForm& form) {
   m_form = &form;
   m_numberLabel.Create(form, kPlacedByForm, texts::kSector);
@@ -47,6 +49,7 @@ void cSectorPage::Layout(const Box& box) {
   const i32 top = box.y + theme.Pixels(kRow);
   m_heading.MoveTo({box.x, top + gap, box.width, line - gap});
   m_text.MoveTo({box.x, top + line, box.width, std::max(0, box.y + box.height - top - line)});
+  m_text.FitText(kHexColumns, kHexLines);
 }
 
 void cSectorPage::Show(bool shown) {
@@ -81,7 +84,10 @@ bool cSectorPage::GoToTyped() {
 void cSectorPage::Look() {
   m_view.reset();
   if (!m_shown) return;
-  if (!m_storage) return Tell(texts::kNoStorage, {});
+  m_number.Enable(HasSectors());
+  if (onMove) onMove();
+  if (!m_storage) return Tell({}, texts::kNoStorage);
+  if (!m_storage->mayBeRead) return Tell({}, texts::kNotRead);
   m_number.SetValue(Words("{}", m_sector));
   if (!m_reader.IsWatching() && !m_reader.Watch(*m_storage)) return Tell(texts::kNoClone, {});
   m_heading.SetText(Words("Sector {} is being read...", m_sector));

@@ -17,6 +17,10 @@ class cTextViewChild final : public cChild {
 
   void SetValue(std::u16string_view text) { SetText(text); }
 
+  // Takes the largest letters of which so many columns and lines are seen at once, within what can
+  // be read.
+  void FitText(i32 columns, i32 lines);
+
   // A right click or the menu key, at a place of the screen.
   std::function<void(POINT where)> onContextMenu;
 

@@ -14,6 +14,7 @@ inline constexpr char16_t kOpenDrive[] = u"Open drive...";
 inline constexpr char16_t kMakeStorage[] = u"New storage...";
 inline constexpr char16_t kReadEverything[] = u"Read everything";
 inline constexpr char16_t kStopReading[] = u"Stop reading";
+inline constexpr char16_t kReadDirectly[] = u"Read directly...";
 inline constexpr char16_t kCloseStorage[] = u"Close storage";
 inline constexpr char16_t kSaveMap[] = u"Save map as picture...";
 inline constexpr char16_t kCopyText[] = u"Copy as text";
@@ -51,11 +52,27 @@ inline constexpr char16_t kReadOnce[] = u"read-once";
 inline constexpr char16_t kOpenTitle[] = u"Open an image or a cache";
 inline constexpr char16_t kSaveMapTitle[] = u"Save the map as a picture";
 inline constexpr char16_t kPictures[] = u"PNG pictures";
-inline constexpr char16_t kNoStorage[] = u"No storage is chosen.";
+inline constexpr char16_t kNoStorage[] =
+    u"No storage is open.\r\n\r\n\"Open drive...\" opens a drive without reading from it, and "
+    u"\"Open file...\" an image or a cache. \"New storage...\" then makes a read-once storage of "
+    u"the "
+    u"drive: what it is asked for goes into a cache file, and no sector is read twice.";
+inline constexpr char16_t kNotRead[] =
+    u"Nothing was read from this drive yet.\r\n\r\nIf it is failing, press \"New storage...\" and "
+    u"choose it there: each sector then goes into a cache file and is not read twice.\r\n\r\nIf it "
+    u"is sound, right-click it in the list and choose \"Read directly...\".";
+inline constexpr char16_t kNoPartitions[] =
+    u"There is nothing known on this storage: no partitions and no file system.";
 inline constexpr char16_t kNoMap[] =
-    u"There is no map: this storage has no cache, or none that the host knows of.";
+    u"There is no map: this storage has no cache, or none that the host knows of.\r\n\r\nPress "
+    u"\"New storage...\" to make a read-once storage with a cache, or \"Open file...\" to look at "
+    u"a "
+    u"cache.";
+inline constexpr char16_t kReadWithoutCache[] =
+    u"Read this drive without a cache?\nEvery look at it then reads the drive again, and a failing "
+    u"drive\nmay give each sector only once more. \"New storage...\" is the safe way.";
 inline constexpr char16_t kCounting[] = u"Counting...";
-inline constexpr char16_t kNotASector[] = u"This is no number of a sector.";
+inline constexpr char16_t kNotASector[] = u"This is not the number of a sector.";
 inline constexpr char16_t kOpenAlready[] = u"This storage is open already.";
 inline constexpr char16_t kMadeAlready[] =
     u"This storage, or one with the same cache, is open already.\nThe new one was closed again.";

@@ -22,7 +22,8 @@ struct MapGrid {
 MapGrid MakeMapGrid(cKVRSparseIO* image, u64 maxCells);
 
 // How a cell is drawn. One unreadable sector makes its cell stand out, however large the cell is;
-// otherwise `shade` says how much of it is present, from 0 to 255.
+// otherwise `shade` says how much of it is present, from 0 to 255; what is partly present is seen
+// to be neither.
 struct CellLook {
   bool unreadable;
   u8 shade;

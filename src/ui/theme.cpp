@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "ui/rules/contrast.h"
 #include "ui/wide.h"
 
 namespace larkspur {
@@ -29,7 +30,8 @@ LOGFONTW Description(u32 number, i32 pixels) {
 }  // namespace
 
 COLORREF TextColour(COLORREF wanted) {
-  return IsHighContrast() ? GetSysColor(COLOR_WINDOWTEXT) : wanted;
+  const bool isOwn = !IsHighContrast() && IsLegible(wanted, GetSysColor(COLOR_BTNFACE));
+  return isOwn ? wanted : GetSysColor(COLOR_BTNTEXT);
 }
 
 i32 cTextRuler::Width(std::u16string_view text) const {

@@ -5,8 +5,8 @@
 // How forms look: fonts by number, and colours. A form has a theme of its own for the scale that
 // it is shown at and gives the fonts back with it.
 //
-// Colours are the system's COLORREF (0xBBGGRR). In high-contrast modes the system's own text colour
-// takes the place of all others.
+// Colours are the system's COLORREF (0xBBGGRR). In high-contrast modes, and where the system's
+// background would make one illegible, the system's own text colour takes the place of all others.
 
 #include <windows.h>
 

@@ -27,6 +27,32 @@ TEST(MapFieldTest, CellsAreAsLargeAsFit) {
   }
 }
 
+TEST(MapFieldTest, APixelTellsItsCell) {
+  const MapField field{10, 4};
+  const struct {
+    i32 x, y;
+    int cell;  // -1: none
+  } rows[] = {{0, 0, 0},   {39, 9, 3},   {40, 0, -1}, {5, 25, 8},
+              {15, 25, 9}, {25, 25, -1}, {-1, 0, -1}};
+  for (const auto& row : rows) {
+    const auto cell = CellAt(field, 10, row.x, row.y);
+    EXPECT_EQ(cell ? static_cast<int>(*cell) : -1, row.cell) << row.x << ", " << row.y;
+  }
+}
+
+TEST(MapWordsTest, CellsAndColoursAreTold) {
+  MapGrid grid;
+  grid.sectors = 10;
+  grid.sectorsPerCell = 8;
+  grid.cells = {{8, 0, 0}, {0, 1, 1}};
+  EXPECT_EQ(MapCell(grid, 0), u"Sectors 0 to 7: 8 present, 0 unreadable, 0 missing");
+  EXPECT_EQ(MapCell(grid, 1), u"Sectors 8 to 9: 0 present, 1 unreadable, 1 missing");
+  const std::vector<LegendEntry> legend = MapLegend();
+  for (size_t i = 0; i < legend.size(); ++i) {
+    for (size_t j = 0; j < i; ++j) EXPECT_NE(legend[i].colour, legend[j].colour) << i << " " << j;
+  }
+}
+
 TEST(MapWordsTest, CountsAreTold) {
   EXPECT_EQ(MapCounts({90, 2, 8}, 100),
             u"Present 90 sectors (90.0 %), unreadable 2 (2.0 %), missing 8 (8.0 %)");

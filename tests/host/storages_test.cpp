@@ -9,6 +9,7 @@
 
 #include "base/heap.h"
 #include "base/path_text.h"
+#include "fakes/recording_source.h"
 #include "fakes/temp_folder.h"
 #include "imaging/cache.h"
 #include "io/read_once_io.h"
@@ -86,6 +87,22 @@ TEST_F(StoragesTest, AStorageOpensOnce) {
   EXPECT_EQ(index, 0u);
   EXPECT_EQ(storages.Count(), 1u);
   EXPECT_EQ(storages.At(0).title, u"disk");
+}
+
+TEST_F(StoragesTest, ADriveIsReadWhenTheUserSaysSo) {
+  for (const StorageKind kind : {StorageKind::kImage, StorageKind::kDrive}) {
+    const auto script = std::make_shared<fakes::SourceScript>(64);
+    OpenedStorage opened;
+    opened.io.reset(fakes::SourceOn(script).release());
+    opened.kind = kind;
+    size_t index = 0;
+    ASSERT_EQ(storages.Add(std::move(opened), &index), cStorages::Adding::kAdded);
+    EXPECT_EQ(script->requests == 0, kind == StorageKind::kDrive);
+    EXPECT_EQ(storages.At(index).tree.empty(), kind == StorageKind::kDrive);
+    storages.LetRead(index);
+    EXPECT_GT(script->requests, 0u);
+    EXPECT_FALSE(storages.At(index).tree.empty());
+  }
 }
 
 TEST_F(StoragesTest, WhatDoesNotOpenSaysWhy) {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "ui/rules/column_widths.h"
+#include "ui/rules/contrast.h"
 #include "ui/rules/shortened_text.h"
 
 namespace larkspur {
@@ -46,6 +47,19 @@ TEST(ShortenedTextTest, TheEndIsSeen) {
   };
   for (const Row& row : rows) {
     EXPECT_EQ(ShortenedText(row.text, row.room, widthOf), row.shown) << row.room;
+  }
+}
+
+TEST(ContrastTest, DarkIsNotReadOnDark) {
+  const struct {
+    u32 text, background;
+    bool legible;
+  } cases[] = {{0x404040, 0xF0F0F0, true},  {0x404040, 0x202020, false},
+               {0xFFFFFF, 0, true},         {0, 0, false},
+               {0xFF4040, 0xF0F0F0, true},  {0xFF4040, 0x202020, false},
+               {0xC0C0C0, 0xF0F0F0, false}, {0xC0C0C0, 0x202020, true}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(IsLegible(c.text, c.background), c.legible) << std::hex << c.text << c.background;
   }
 }
 

@@ -10,16 +10,14 @@
 namespace larkspur::host {
 namespace {
 
-constexpr size_t kBytesInLine = 16;
-
 bool IsPrintable(u8 byte) {
   return byte >= 0x20 && byte < 0x7F;
 }
 
 void AppendLine(size_t place, std::span<const u8> bytes, std::string* text) {
   *text += fmt::format("{:04x} ", place);
-  for (size_t i = 0; i < kBytesInLine; ++i) {
-    if (i == kBytesInLine / 2) *text += ' ';
+  for (size_t i = 0; i < kHexBytesInLine; ++i) {
+    if (i == kHexBytesInLine / 2) *text += ' ';
     *text += i < bytes.size() ? fmt::format(" {:02x}", bytes[i]) : "   ";
   }
   *text += "  ";
@@ -31,8 +29,8 @@ void AppendLine(size_t place, std::span<const u8> bytes, std::string* text) {
 
 std::string HexText(std::span<const u8> bytes) {
   std::string text;
-  for (size_t place = 0; place < bytes.size(); place += kBytesInLine) {
-    AppendLine(place, bytes.subspan(place, std::min(kBytesInLine, bytes.size() - place)), &text);
+  for (size_t place = 0; place < bytes.size(); place += kHexBytesInLine) {
+    AppendLine(place, bytes.subspan(place, std::min(kHexBytesInLine, bytes.size() - place)), &text);
   }
   return text;
 }

@@ -13,6 +13,10 @@
 
 namespace larkspur::host {
 
+// The text of a sector: lines, and characters in each.
+constexpr size_t kHexBytesInLine = 16;
+constexpr i32 kHexLines = 32, kHexColumns = 73;
+
 // "0000  48 65 6c 6c 6f ...  Hello..." a line, each ended by "\r\n"; places count from 0. Bytes
 // that are no printable ASCII show as dots.
 std::string HexText(std::span<const u8> bytes);

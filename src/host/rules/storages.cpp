@@ -86,7 +86,6 @@ bool cStorages::AppendNode(cBaseIO* io) {
   HostStorageNode* const node = new (memory) HostStorageNode{io, nullptr, nullptr};
   (m_tail ? m_tail->next : m_head) = node;
   m_tail = node;
-  BuildPartitionTree(&node->tree, io);
   OnNodeAdded(node);
   return true;
 }
@@ -113,12 +112,22 @@ cStorages::Adding cStorages::Add(OpenedStorage opened, size_t* index) {
   storage.kind = opened.kind;
   storage.path = opened.path;
   storage.title = TitleOf(storage);
+  storage.mayBeRead = false;
+  if (storage.kind != StorageKind::kDrive) LetRead(*index);
   if (storage.kind == StorageKind::kCache) {
     storage.map = LookAt(storage.path, storage.sectors);
   } else {
     storage.source = {Owned<cBaseIO>(storage.IO()->Clone()), opened.traffic, storage.sectors};
   }
   return Adding::kAdded;
+}
+
+void cStorages::LetRead(size_t index) {
+  Storage& storage = At(index);
+  if (storage.mayBeRead) return;
+  storage.mayBeRead = true;
+  BuildPartitionTree(&storage.node->tree, storage.IO());
+  storage.tree = TreeRows(storage.node->tree);
 }
 
 bool cStorages::TakeMade(const MadeFrom& from, size_t* index) {

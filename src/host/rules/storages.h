@@ -44,6 +44,7 @@ struct Storage {
   std::vector<TreeRow> tree;
   Watched source;           // of an image or drive itself
   Owned<cKVRSparseIO> map;  // the host's own look at the cache; null when there is none to see
+  bool mayBeRead = true;    // false of a drive that the user has not said this of
 
   cBaseIO* IO() const { return node->storage; }
 };
@@ -64,9 +65,13 @@ class cStorages final : public HostStorageList {
   Storage* Find(const cBaseIO* io) const;
 
   enum class Adding { kAdded, kOpenAlready, kNoMemory };
-  // Takes an opened storage, with the tree of its partitions. `index` becomes that of the storage,
-  // the one that was open already included.
+  // Takes an opened storage, with the tree of its partitions. A drive is not read for that: a
+  // failing one is to be read through a cache. `index` becomes that of the storage, the one that
+  // was open already included.
   Adding Add(OpenedStorage opened, size_t* index);
+
+  // Lets a drive be read as it stands, and reads its partitions.
+  void LetRead(size_t index);
 
   // Completes the last storage, which a module has appended. False, and it is closed again, when
   // it is the same as an open one or its cache is that of an open one, whose index is then given.
