@@ -4,8 +4,8 @@
 _larkspur_options() {
   case $1 in
     image) echo "--start --sectors --partition --domain --no-scrape --retry --reverse --max-failures --max-rate --when-silent --other-source --pass-through --timeout --json-progress --test-mode --json --help" ;;
-    read) echo "--start --sectors --other-source --pass-through --timeout --output --test-mode --help" ;;
-    map) echo "--png --svg --mapfile --json --help" ;;
+    read) echo "--start --sectors --other-source --pass-through --timeout --output --force --test-mode --help" ;;
+    map) echo "--png --svg --mapfile --force --json --help" ;;
     check) echo "--repair --json --help" ;;
     export) echo "--start --sectors --force --hash --help" ;;
     tree) echo "--cache --test-mode --trace --json --help" ;;

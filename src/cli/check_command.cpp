@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+#include <algorithm>
+
 #include "base/path_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/storages.h"
 #include "imaging/check.h"
+#include "platform/system_error.h"
 
 namespace larkspur::cli {
 namespace {
@@ -36,6 +39,30 @@ void PrintProblemsJson(const std::string& path, const CheckResult& result) {
              {"unusedRecords", result.unusedRecords}});
 }
 
+bool Has(const CheckResult& result, ProblemKind kind) {
+  return std::any_of(result.problems.begin(), result.problems.end(),
+                     [kind](const Problem& problem) { return problem.kind == kind; });
+}
+
+const char* WhatToDo(const CheckResult& result, bool repair) {
+  if (!repair && result.repairableCount > 0) {
+    return "found; 'larkspur check --repair' repairs what can be repaired";
+  }
+  if (Has(result, ProblemKind::kUnreadableMap)) {
+    return "left: part of the file cannot be read. Copy it to a healthy disk, with a tool that "
+           "passes "
+           "over bad sectors, and check the copy";
+  }
+  if (Has(result, ProblemKind::kHeader) || Has(result, ProblemKind::kShortIndex)) {
+    return "left: header and file do not fit each other, so nothing is changed. Restore the file "
+           "from "
+           "a copy, or begin a new cache and keep this file";
+  }
+  return "left that cannot be repaired. 'larkspur export' writes what the cache holds; to go on, "
+         "begin "
+         "a new cache and keep this file";
+}
+
 }  // namespace
 
 ExitStatus RunCheck(const std::string& path, bool repair, bool json) {
@@ -53,12 +80,13 @@ ExitStatus RunCheck(const std::string& path, bool repair, bool json) {
     return Fail(Failure(path, "the cache cannot be opened", result.systemError));
   }
   json ? PrintProblemsJson(path, result) : PrintProblems(path, result);
-  if (hold.hold && !hold.hold->Sync()) return Fail(path + ": the repair could not be kept");
+  if (hold.hold && !hold.hold->Sync()) {
+    return Fail(Failure(path, "the repair could not be kept", platform::LastFailure()));
+  }
   const u64 left = result.problemCount - result.repairedCount;
   if (left == 0) return kExitDone;
   return Fail(fmt::format("{}: {} problem{} {}", path, left, left == 1 ? "" : "s",
-                          repair ? "cannot be mended without losing sectors"
-                                 : "found; 'larkspur check --repair' mends what can be"));
+                          WhatToDo(result, repair)));
 }
 
 }  // namespace larkspur::cli

@@ -41,6 +41,7 @@ struct ImageOptions : StorageOptions {
 
 struct ReadOptions : StorageOptions {
   std::string output;  // empty: standard output
+  bool force = false;  // replace an existing file
 };
 
 struct MapOptions {
@@ -48,6 +49,7 @@ struct MapOptions {
   std::string png;
   std::string svg;
   std::string mapfile;
+  bool force = false;  // replace existing files
   bool json = false;
 };
 

@@ -141,7 +141,9 @@ ExitStatus RunExport(const ExportOptions& options) {
                    options.output, SizeText(range.count << kSectorShift), counts.unreadable,
                    counts.missing));
   if (options.hash && TellHash(&hash, counts, options) != kExitDone) return kExitFailed;
-  return counts.unreadable + counts.missing > 0 ? kExitSomeUnreadable : kExitDone;
+  const bool isWhole = counts.unreadable + counts.missing == 0;
+  return TellDamage(options.cache, *cache, counts.unknown,
+                    isWhole ? kExitDone : kExitSomeUnreadable);
 }
 
 }  // namespace larkspur::cli

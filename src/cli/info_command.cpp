@@ -22,6 +22,7 @@ void PrintText(const std::string& path, const SparseLayout& layout, const Status
   Print(fmt::format("present     {}\n", share(counts.present)));
   Print(fmt::format("unreadable  {}\n", share(counts.unreadable)));
   Print(fmt::format("missing     {}\n", share(counts.missing)));
+  if (counts.unknown > 0) Print(fmt::format("unknown     {}\n", share(counts.unknown)));
   Print(fmt::format("blocks      {} of {} allocated, {} sectors each\n", allocated,
                     layout.BlockCount(), layout.blockSize));
   Print(fmt::format("file        {}, version {:#010x}, stamp {:#010x}\n", SizeText(fileSize),
@@ -40,7 +41,7 @@ ExitStatus RunInfo(const std::string& path, bool json) {
   const u64 fileSize = cache->fileBytes;
   if (!json) {
     PrintText(path, layout, counts, allocated, fileSize);
-    return kExitDone;
+    return TellDamage(path, *cache, counts.unknown, kExitDone);
   }
   PrintJson({{"path", path},
              {"sectors", layout.sectorCount},
@@ -52,8 +53,9 @@ ExitStatus RunInfo(const std::string& path, bool json) {
              {"present", counts.present},
              {"unreadable", counts.unreadable},
              {"missing", counts.missing},
+             {"unknown", counts.unknown},
              {"fileSize", fileSize}});
-  return kExitDone;
+  return TellDamage(path, *cache, counts.unknown, kExitDone);
 }
 
 }  // namespace larkspur::cli

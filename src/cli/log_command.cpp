@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 #include "base/path_text.h"
+#include "base/printable.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/storages.h"
@@ -14,10 +15,6 @@ namespace {
 constexpr FailureKind kKinds[] = {FailureKind::kMedium, FailureKind::kUnclear,
                                   FailureKind::kTransport, FailureKind::kGone,
                                   FailureKind::kSystem};
-
-std::string Shown(const std::string& text) {
-  return text;
-}
 
 u64 Count(const RescueHistory& history, FailureKind kind) {
   return history.failures[static_cast<size_t>(kind)];
@@ -72,18 +69,18 @@ void PrintLog(const RescueHistory& history) {
     if (!text.empty()) Print(fmt::format("{:<9} {}\n", name, text));
   };
   if (const auto& source = history.source) {
-    line("device", Shown(source->path));
-    line("model", Shown(source->model));
-    line("serial", Shown(source->serial));
-    line("firmware", Shown(source->firmware));
+    line("device", Printable(source->path));
+    line("model", Printable(source->model));
+    line("serial", Printable(source->serial));
+    line("firmware", Printable(source->firmware));
     line("size",
          fmt::format("{} sectors, {}", source->sectors, SizeText(source->sectors << kSectorShift)));
   }
   Print(fmt::format("\n{:<24}  {:<24}  {:<14} {:>12} {:>12} {:>11}\n", "run from", "to", "ended",
                     "read", "present", "unreadable"));
   for (const HistoryRun& run : history.runs) {
-    Print(fmt::format("{:<24}  {:<24}  {:<14} {:>12} {:>12} {:>11}\n", Shown(run.start),
-                      Shown(run.end), run.how.empty() ? "without a word" : Shown(run.how),
+    Print(fmt::format("{:<24}  {:<24}  {:<14} {:>12} {:>12} {:>11}\n", Printable(run.start),
+                      Printable(run.end), run.how.empty() ? "without a word" : Printable(run.how),
                       run.asked, run.present, run.unreadable));
   }
   Print("\nfailures");

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 #include <algorithm>
+#include <charconv>
 #include <functional>
 #include <map>
 
 #include <CLI/CLI.hpp>
 
+#include "base/printable.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "platform/terminal.h"
@@ -57,12 +59,35 @@ void AddJson(CLI::App* command, bool* json) {
   command->add_flag("--json", *json, "Print one JSON document instead of text");
 }
 
+// An option that takes a whole number, `least` or more, in decimal digits and nothing else: "010"
+// may have been meant as octal.
+template <typename Value>
+CLI::Option* AddNumber(CLI::App* command, const std::string& name, Value* value, u64 least,
+                       const char* description) {
+  const auto take = [=](const std::string& text) {
+    u64 number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    const bool isPlain = error == std::errc() && stop == end && (text[0] != '0' || text == "0");
+    if (!isPlain || number < least) {
+      throw CLI::ValidationError(
+          fmt::format("{} takes a whole number from {} on, such as 2048, not \"{}\"", name, least,
+                      Printable(text)),
+          CLI::ExitCodes::ValidationError);
+    }
+    *value = number;
+  };
+  return command->add_option_function<std::string>(name, take, description);
+}
+
 template <typename Options>
 void AddRange(CLI::App* command, Options* options, bool required) {
-  auto* start = command->add_option("--start", options->start, "First sector, from 0");
-  auto* count = command->add_option("--sectors", options->sectors, "Number of sectors");
-  start->type_name("S")->required(required);
-  count->type_name("N")->required(required)->check(CLI::PositiveNumber);
+  AddNumber(command, "--start", &options->start, 0, "First sector, from 0")
+      ->type_name("S")
+      ->required(required);
+  AddNumber(command, "--sectors", &options->sectors, 1, "Number of sectors")
+      ->type_name("N")
+      ->required(required);
 }
 
 // Each of these gives a command its options; `chosen` becomes what to run when it is the one.
@@ -108,6 +133,7 @@ void AddRead(CLI::App* command, Action* chosen) {
   AddReading(command, options.get());
   command->add_option("-o,--output", options->output, "The file to write; else standard output")
       ->type_name("FILE");
+  command->add_flag("--force", options->force, "Replace an existing file");
   command->callback([=] { *chosen = [options] { return RunRead(*options); }; });
 }
 
@@ -134,6 +160,7 @@ void AddMap(CLI::App* command, Action* chosen) {
   command->add_option("--svg", options->svg, "Draw the map as an SVG picture")->type_name("FILE");
   command->add_option("--mapfile", options->mapfile, "Write a GNU ddrescue mapfile")
       ->type_name("FILE");
+  command->add_flag("--force", options->force, "Replace existing files");
   AddJson(command, &options->json);
   command->callback([=] { *chosen = [options] { return RunMap(*options); }; });
 }
@@ -143,7 +170,7 @@ void AddCheck(CLI::App* command, Action* chosen) {
   auto repair = std::make_shared<bool>(false);
   auto json = std::make_shared<bool>(false);
   AddCache(command, cache.get());
-  command->add_flag("--repair", *repair, "Mend what can be mended without losing a sector");
+  command->add_flag("--repair", *repair, "Repair what can be repaired without losing a sector");
   AddJson(command, json.get());
   command->callback([=] { *chosen = [=] { return RunCheck(*cache, *repair, *json); }; });
 }
@@ -262,7 +289,8 @@ ExitStatus Run(std::vector<std::string> arguments) {
 int main(int argc, char** argv) {
   larkspur::platform::PrepareStandardStreams();
   try {
-    return larkspur::cli::Run(larkspur::platform::ProgramArguments(argc, argv));
+    using namespace larkspur;
+    return cli::FinishOutput(cli::Run(platform::ProgramArguments(argc, argv)));
   } catch (const std::exception& error) {
     return larkspur::cli::Fail(error.what());
   }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+#include <functional>
 #include <sstream>
 
 #include "base/path_text.h"
@@ -9,8 +10,8 @@
 #include "imaging/map_grid.h"
 #include "imaging/map_picture.h"
 #include "imaging/mapfile.h"
+#include "imaging/output_file.h"
 #include "imaging/size_text.h"
-#include "imaging/text_file.h"
 #include "platform/system_error.h"
 #include "platform/terminal.h"
 
@@ -18,7 +19,17 @@ namespace larkspur::cli {
 namespace {
 
 const char* StatusName(SectorStatus status) {
-  return status == kPresent ? "present" : status == kUnreadable ? "unreadable" : "missing";
+  switch (status) {
+    case kMissing:
+      return "missing";
+    case kPresent:
+      return "present";
+    case kUnreadable:
+      return "unreadable";
+    case kUnknown:
+      return "unknown";
+  }
+  return "";
 }
 
 char MapfileStatus(SectorStatus status) {
@@ -72,10 +83,15 @@ std::string MapfileOf(cKVRSparseIO* image) {
   return out.str();
 }
 
-bool WriteOrTell(const std::string& path, const std::string& bytes) {
-  if (WriteWholeFile(WideFromUtf8(path), bytes)) return true;
-  Tell(Failure(path, "the file cannot be written", platform::LastFailure()));
-  return false;
+// Writes the bytes that `draw` makes; nothing to do without a path.
+ExitStatus WriteOrTell(const std::string& path, const MapOptions& options,
+                       const std::function<std::string()>& draw) {
+  if (path.empty()) return kExitDone;
+  const OutputFile output =
+      OpenOutputFile(WideFromUtf8(path), options.force, {WideFromUtf8(options.cache)});
+  if (output.answer != OutputAnswer::kOpened) return Fail(OutputWords(path, output));
+  if (WriteOutput(output.file, draw())) return kExitDone;
+  return Fail(Failure(path, "the file cannot be written", platform::LastFailure()));
 }
 
 }  // namespace
@@ -84,27 +100,27 @@ ExitStatus RunMap(const MapOptions& options) {
   auto cache = OpenCacheToLook(options.cache);
   if (!cache) return kExitFailed;
   cKVRSparseIO* image = cache->image.get();
-  for (const std::string& path : {options.png, options.svg, options.mapfile}) {
-    if (platform::AreSameFile(WideFromUtf8(path).c_str(), WideFromUtf8(options.cache).c_str())) {
-      return Fail(path + ": the output would overwrite the cache");
-    }
+  const struct {
+    const std::string& path;
+    std::function<std::string()> draw;
+  } outputs[] = {
+      {options.png, [&] { return DrawMapPng(image, options.cache); }},
+      {options.svg, [&] { return DrawMapSvg(image, options.cache); }},
+      {options.mapfile, [&] { return MapfileOf(image); }},
+  };
+  bool wroteFile = false;
+  for (const auto& output : outputs) {
+    const ExitStatus status = WriteOrTell(output.path, options, output.draw);
+    if (status != kExitDone) return status;
+    wroteFile = wroteFile || !output.path.empty();
   }
-  if (!options.png.empty() && !WriteOrTell(options.png, DrawMapPng(image, options.cache))) {
-    return kExitFailed;
-  }
-  if (!options.svg.empty() && !WriteOrTell(options.svg, DrawMapSvg(image, options.cache))) {
-    return kExitFailed;
-  }
-  if (!options.mapfile.empty() && !WriteOrTell(options.mapfile, MapfileOf(image))) {
-    return kExitFailed;
-  }
-  const bool wroteFile = !options.png.empty() || !options.svg.empty() || !options.mapfile.empty();
   if (options.json) {
     PrintExtentsJson(image, options.cache);
   } else if (!wroteFile) {
     PrintExtents(image);
   }
-  return kExitDone;
+  const u64 unknown = CountStatuses(image, 0, image->GetSectorCount()).unknown;
+  return TellDamage(options.cache, *cache, unknown, kExitDone);
 }
 
 }  // namespace larkspur::cli

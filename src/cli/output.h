@@ -3,6 +3,7 @@
 #pragma once
 
 // What the command line prints: results to standard output, everything else to standard error.
+// Control characters that disks, drives and file names brought in do not get that far.
 
 #include <string>
 
@@ -17,6 +18,10 @@ using Json = nlohmann::ordered_json;
 
 void Print(const std::string& text);
 void PrintJson(const Json& document);
+
+// For the program's end: `status`, or kExitFailed, and the user is told, when standard output did
+// not take all of the results.
+ExitStatus FinishOutput(ExitStatus status);
 
 // One JSON string literal, quotes included, for documents that are written piece by piece.
 std::string JsonText(const std::string& text);

@@ -7,6 +7,7 @@
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/rescue.h"
+#include "cli/storages.h"
 #include "platform/owned_file.h"
 #include "platform/system_error.h"
 
@@ -18,9 +19,13 @@ constexpr u32 kRequestSectors = 2048;
 // Where the sectors go: a file, or standard output.
 class Output {
  public:
-  bool Open(const std::string& path) {
-    if (path.empty()) return true;
-    m_file = platform::OwnedFile(platform::CreateEmptyFile(WideFromUtf8(path).c_str()));
+  // False when nothing may or can be written there; the user has been told.
+  bool Open(const ReadOptions& options) {
+    if (options.output.empty()) return true;
+    OutputFile output = OpenOutputFile(WideFromUtf8(options.output), options.force,
+                                       {WideFromUtf8(options.source), WideFromUtf8(options.cache)});
+    if (output.answer != OutputAnswer::kOpened) Tell(OutputWords(options.output, output));
+    m_file = std::move(output.file);
     return m_file.IsOpen();
   }
 
@@ -37,13 +42,6 @@ class Output {
   platform::OwnedFile m_file;
   u64 m_position = 0;
 };
-
-bool WouldOverwrite(const ReadOptions& options) {
-  const std::u16string output = WideFromUtf8(options.output);
-  return platform::AreSameFile(output.c_str(), WideFromUtf8(options.source).c_str()) ||
-         platform::AreSameFile(output.c_str(), WideFromUtf8(options.cache).c_str()) ||
-         platform::KindOfPath(output.c_str()) == platform::PathKind::kDevice;
-}
 
 ExitStatus CopyRange(Rescue* rescue, Output* output, const ReadOptions& options) {
   const auto buffer = std::make_unique<u8[]>(u64{kRequestSectors} * kSectorBytes);
@@ -72,14 +70,12 @@ ExitStatus CopyRange(Rescue* rescue, Output* output, const ReadOptions& options)
 }  // namespace
 
 ExitStatus RunRead(const ReadOptions& options) {
-  if (!options.output.empty() && WouldOverwrite(options)) {
-    return Fail(options.output + ": the output would overwrite the source, the cache or a device");
-  }
   Rescue rescue;
   if (const ExitStatus status = rescue.Open(options); status != kExitDone) return status;
   Output output;
-  if (!output.Open(options.output)) {
-    return Fail(Failure(options.output, "the file cannot be made", platform::LastFailure()));
+  if (!output.Open(options)) {
+    rescue.engine().Finish();
+    return kExitFailed;
   }
   ExitStatus status = CopyRange(&rescue, &output, options);
   if (status == kExitDone) {

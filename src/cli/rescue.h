@@ -21,6 +21,7 @@ class Rescue {
   Engine& engine() { return m_session->Rescue(); }
   AskedSource* Asked() { return m_source.asked.get(); }
   cKVRSparseIO* Image() { return m_cache.image.get(); }
+  Cache* TheCache() { return &m_cache; }
   u64 Sectors() const { return m_source.sectors; }
   // What --start and --sectors name.
   SectorRange Range() const { return m_range; }

@@ -32,8 +32,9 @@ std::string SourceWords(const Source& source, const StorageOptions& options) {
   return {};
 }
 
-std::string CacheWords(const std::string& name, const Cache& cache, u64 sourceSectors) {
-  switch (cache.answer) {
+std::string CacheWords(const std::string& name, CacheAnswer answer, const Cache& cache,
+                       u64 sourceSectors) {
+  switch (answer) {
     case CacheAnswer::kOpened:
       return {};
     case CacheAnswer::kAbsent:
@@ -53,13 +54,26 @@ std::string CacheWords(const std::string& name, const Cache& cache, u64 sourceSe
     case CacheAnswer::kDamagedHeader:
       return name + ": the cache's header is damaged; 'larkspur check' says more";
     case CacheAnswer::kIncomplete:
-      return name + ": the cache ends too early; 'larkspur check --repair' mends what can be";
+      return name +
+             ": the cache ends too early; 'larkspur check --repair' repairs what can be repaired";
+    case CacheAnswer::kSharedRecord:
+      return name +
+             ": the cache's index gives two blocks the same room, so one of them reads as the "
+             "other; 'larkspur check' names them. Begin a new cache";
+    case CacheAnswer::kUnreadable:
+      return Failure(
+          name,
+          "part of the cache's index cannot be read; copy the file to a healthy disk, and "
+          "work on the copy",
+          cache.systemError);
     case CacheAnswer::kOtherSize:
       return fmt::format(
           "{}: the cache is of a storage with {} sectors, but the source has {}: another disk?",
           name, cache.cacheSectors, sourceSectors);
     case CacheAnswer::kHeldElsewhere:
-      return name + ": another run is working on this cache; wait for its end";
+      return name +
+             ": another run, or a storage that is open, is working on this cache; wait for "
+             "its end, or close it";
     case CacheAnswer::kCannotCreate:
       return Failure(name, "the cache cannot be made", cache.systemError);
   }
@@ -96,6 +110,30 @@ std::string CannotOpenWords(const std::string& name, unsigned systemError) {
   return Failure(name, words, systemError);
 }
 
+std::string OutputWords(const std::string& name, const OutputFile& output) {
+  switch (output.answer) {
+    case OutputAnswer::kOpened:
+      return {};
+    case OutputAnswer::kExists:
+      return name + ": this exists already; choose another name (--force replaces a file)";
+    case OutputAnswer::kInput:
+      return name + ": this would overwrite the source or the cache; choose another name";
+    case OutputAnswer::kInUse:
+      return name + ": another run is working on this file; choose another name";
+    case OutputAnswer::kOnSourceDisk:
+      return name +
+             ": this lies on the very disk that is to be read, and writing there destroys what "
+             "may be saved; choose another disk";
+    case OutputAnswer::kDevice:
+      return name + ": this is a device, which would be overwritten; name a file";
+    case OutputAnswer::kFolder:
+      return name + ": this is a folder; name a file in it";
+    case OutputAnswer::kCannotMake:
+      return Failure(name, "the file cannot be made", output.systemError);
+  }
+  return {};
+}
+
 std::optional<Cache> OpenCacheToLook(const std::string& path) {
   Cache cache = OpenCache(WideFromUtf8(path), CacheAccess::kLook, 0);
   if (cache.answer == CacheAnswer::kOpened) return cache;
@@ -104,7 +142,18 @@ std::optional<Cache> OpenCacheToLook(const std::string& path) {
 }
 
 void TellCacheAnswer(const std::string& name, const Cache& cache, u64 sourceSectors) {
-  Tell(CacheWords(name, cache, sourceSectors));
+  Tell(CacheWords(name, cache.answer, cache, sourceSectors));
+}
+
+ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, ExitStatus status) {
+  if (cache.damage != CacheAnswer::kOpened) {
+    return Fail(CacheWords(name, cache.damage, cache, 0));
+  }
+  if (unknown == 0) return status;
+  return Fail(
+      fmt::format("{}: of {} sectors the cache cannot be read and does not tell what it holds; "
+                  "copy the file to a healthy disk, and work on the copy",
+                  name, unknown));
 }
 
 }  // namespace larkspur::cli

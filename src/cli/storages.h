@@ -8,6 +8,7 @@
 
 #include "cli/commands.h"
 #include "imaging/cache.h"
+#include "imaging/output_file.h"
 #include "imaging/source.h"
 
 namespace larkspur::cli {
@@ -21,7 +22,14 @@ std::optional<Source> OpenSourceOrTell(const StorageOptions& options);
 // Why a device or file could not be opened for reading, with what to do about it.
 std::string CannotOpenWords(const std::string& name, unsigned systemError);
 
+// Says what is wrong with a cache that was shown nevertheless, and answers kExitFailed for it;
+// `status` when nothing is. `unknown` counts the sectors whose status could not be read.
+ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, ExitStatus status);
+
 // Says that `name`, the cache, could not be opened.
 void TellCacheAnswer(const std::string& name, const Cache& cache, u64 sourceSectors);
+
+// Why nothing is written to `name`.
+std::string OutputWords(const std::string& name, const OutputFile& output);
 
 }  // namespace larkspur::cli

@@ -20,6 +20,7 @@ namespace {
 struct Obstacles {
   u64 unreadable = 0;  // sectors
   u64 missing = 0;     // sectors that the cache does not have
+  u64 unknown = 0;     // sectors of which the cache cannot be read
 };
 
 std::string Asker(const ScanRequest& request) {
@@ -71,9 +72,9 @@ void PrintTree(const TreeOptions& options, const cPartTreeItem& root, bool under
   for (const ScanRequest& request : trace) Print(Asker(request));
 }
 
-// Builds and shows the tree of `io`. With an image, the sectors that were looked at are looked up
+// Builds and shows the tree of `io`. With a cache, the sectors that were looked at are looked up
 // in it afterwards.
-ExitStatus ShowTree(const TreeOptions& options, cBaseIO* io, cKVRSparseIO* image) {
+ExitStatus ShowTree(const TreeOptions& options, cBaseIO* io, Cache* cache) {
   PartitionTree tree;
   ScanTrace trace;
   const bool understood = BuildPartitionTree(tree.Head(), io, &trace);
@@ -81,21 +82,25 @@ ExitStatus ShowTree(const TreeOptions& options, cBaseIO* io, cKVRSparseIO* image
   Obstacles obstacles;
   for (const ScanRequest& request : trace) {
     obstacles.unreadable += request.delivered < request.count;
-    if (!image) continue;
-    const StatusCounts counts = CountStatuses(image, request.sector, request.count);
+    if (!cache) continue;
+    const StatusCounts counts = CountStatuses(cache->image.get(), request.sector, request.count);
     obstacles.unreadable += counts.unreadable;
     obstacles.missing += counts.missing;
+    obstacles.unknown += counts.unknown;
   }
   PrintTree(options, *tree.Root(), understood, trace);
   TellObstacles(options.source, understood, obstacles);
-  return obstacles.unreadable > 0 ? kExitSomeUnreadable : kExitDone;
+  const ExitStatus status = obstacles.unreadable > 0 ? kExitSomeUnreadable : kExitDone;
+  if (!cache) return status;
+  const std::string& name = options.cache.empty() ? options.source : options.cache;
+  return TellDamage(name, *cache, obstacles.unknown, status);
 }
 
 ExitStatus ShowThroughCache(const TreeOptions& options) {
   Rescue rescue;
   if (const ExitStatus status = rescue.Open(options); status != kExitDone) return status;
   cRescueIO storage(&rescue.engine());
-  const ExitStatus status = ShowTree(options, &storage, rescue.Image());
+  const ExitStatus status = ShowTree(options, &storage, rescue.TheCache());
   return rescue.Finish(status);
 }
 
@@ -108,9 +113,9 @@ ExitStatus RunTree(const TreeOptions& options) {
   if (platform::KindOfPath(path.c_str()) == platform::PathKind::kFile) {
     Cache cache = OpenCache(path, CacheAccess::kLook, 0);
     if (cache.answer == CacheAnswer::kOpened) {
-      return ShowTree(options, cache.image.get(), cache.image.get());
+      return ShowTree(options, cache.image.get(), &cache);
     }
-    if (cache.answer == CacheAnswer::kDamagedHeader || cache.answer == CacheAnswer::kIncomplete) {
+    if (cache.answer == CacheAnswer::kDamagedHeader) {
       TellCacheAnswer(options.source, cache, 0);
       return kExitFailed;
     }

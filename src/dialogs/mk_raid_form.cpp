@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/path_text.h"
 #include "catalog/message_catalog.h"
 #include "dialogs/file_choose_dialog.h"
 #include "dialogs/message_form.h"
@@ -14,6 +15,7 @@
 #include "dialogs/rules/open_device.h"
 #include "dialogs/rules/source_rows.h"
 #include "ui/texts.h"
+#include "platform/system_error.h"
 #include "ui/wait_cursor.h"
 
 namespace larkspur {
@@ -176,6 +178,10 @@ void cMkRAIDForm::Define() {
       return m_path.Focus();
     case DefineAnswer::kWrongSize:
       return RefuseCache(Item(kOtherSize));
+    case DefineAnswer::kHeldElsewhere:
+      // The system has words for it in the user's language.
+      ShowError(Handle(), WideFromUtf8(platform::FailureText(defined.systemError)));
+      return m_path.Focus();
     case DefineAnswer::kCacheFailed:
       return RefuseCache(Item(kAddDevice));
     case DefineAnswer::kNotAttached:

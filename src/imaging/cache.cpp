@@ -2,7 +2,11 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "imaging/cache.h"
 
+#include <fmt/format.h>
+
+#include "base/path_text.h"
 #include "io/flat_io.h"
+#include "platform/clock.h"
 #include "platform/disk_use.h"
 #include "platform/system_error.h"
 
@@ -13,8 +17,7 @@ using platform::OwnedFile;
 
 constexpr u32 kReadWrite = platform::kOpenRead | platform::kOpenWrite;
 
-// What a new cache is called until it is complete.
-constexpr std::u16string_view kUnfinishedSuffix = u".larkspur-new";
+constexpr u32 kNameTries = 16;
 
 Cache Answered(CacheAnswer answer) {
   Cache cache;
@@ -26,7 +29,10 @@ Cache Answered(CacheAnswer answer) {
 // What the header alone says of the file; kOpened when it is a cache.
 CacheAnswer ClassifyHeader(cFlatIO* file, SparseLayout* layout) {
   std::array<u8, kSparseHeaderBytes> header{};
-  if (!file->ReadBytes(header.data(), 0, kSparseHeaderBytes)) return CacheAnswer::kForeign;
+  if (!file->ReadBytes(header.data(), 0, kSparseHeaderBytes)) {
+    const bool isShort = file->GetByteSize() < kSparseHeaderBytes;
+    return isShort ? CacheAnswer::kForeign : CacheAnswer::kCannotOpen;
+  }
   if (!SparseLayout::HasMagic(header)) return CacheAnswer::kForeign;
   const auto parsed = SparseLayout::Parse(header);
   if (!parsed || parsed->sectorCount == 0) return CacheAnswer::kDamagedHeader;
@@ -34,35 +40,41 @@ CacheAnswer ClassifyHeader(cFlatIO* file, SparseLayout* layout) {
   return CacheAnswer::kOpened;
 }
 
-// New records go to the file's end, so nothing that the index names may lie beyond it.
-bool IsComplete(cFlatIO* file, const SparseLayout& layout, cKVRSparseIO* image) {
-  const u64 sectors = file->GetSectorCount();
-  if (file->GetByteSize() % kSectorBytes != 0 || sectors < layout.DataStart()) return false;
-  if ((sectors - layout.DataStart()) % layout.RecordSectors() != 0) return false;
-  return image->SurveyIndex().recordEnd <= layout.RecordsIn(sectors);
+// What is wrong with the file as a whole; kOpened when nothing is.
+CacheAnswer FaultOf(cFlatIO* file, const SparseLayout& layout, cKVRSparseIO* image) {
+  const cKVRSparseIO::IndexSurvey survey = image->SurveyIndex();
+  // Asked after the index: beside a run that works on the file, it grows before the index says so.
+  const u64 bytes = file->GetByteSize();
+  const u64 sectors = bytes >> kSectorShift;
+  if (sectors < layout.DataStart()) return CacheAnswer::kIncomplete;
+  if (survey.unread > 0) return CacheAnswer::kUnreadable;
+  // New records go to the file's end, so nothing that the index names may lie past it.
+  const u64 records = layout.RecordsIn(sectors);
+  const bool endsWithRecord = layout.RecordSector(records) << kSectorShift == bytes;
+  if (!endsWithRecord || survey.recordEnd > records) return CacheAnswer::kIncomplete;
+  return survey.sharing ? CacheAnswer::kSharedRecord : CacheAnswer::kOpened;
 }
 
-Cache CreateUnder(const std::u16string& path, u64 sectors) {
-  // Locked before it is emptied: another run may be making the same cache.
-  OwnedFile made(platform::OpenExistingFile(path.c_str(), kReadWrite));
-  if (!made.IsOpen()) made = OwnedFile(platform::CreateEmptyFile(path.c_str()));
-  if (!made.IsOpen()) return Answered(CacheAnswer::kCannotCreate);
-  if (platform::LockFileAlone(made.Handle()) == platform::LockAnswer::kHeldElsewhere) {
-    return Answered(CacheAnswer::kHeldElsewhere);
-  }
-  platform::SetLastFailure(0);
+// Lays an empty image on the new file at `path`, which `made` has open.
+bool LayImage(const std::u16string& path, const OwnedFile& made, u64 sectors) {
   Owned<cFlatIO> file(new cFlatIO);
-  bool complete = platform::SetFileSize(made.Handle(), 0) && file->OpenPath(path, false);
-  if (complete) {
-    const cNestedIOResource resource{Owned<cBaseIO>(file.release())};
-    cKVRSparseIO image;
-    complete = image.Create(&resource, sectors, false) == sectors;
+  if (!file->OpenPath(path, false)) return false;
+  if (file->Identity() != platform::IdentityOf(made.Handle())) return false;  // somebody swapped it
+  const cNestedIOResource resource{Owned<cBaseIO>(file.release())};
+  cKVRSparseIO image;
+  return sectors > 0 && image.Create(&resource, sectors, false) == sectors &&
+         platform::SyncFile(made.Handle());
+}
+
+// Makes a file beside `path` under a name that nothing had; `unfinished` learns the name.
+OwnedFile MakeUnfinished(const std::u16string& path, std::u16string* unfinished) {
+  OwnedFile made;
+  for (u32 tries = 0; tries < kNameTries && !made.IsOpen(); ++tries) {
+    const u32 number = platform::TickCount() + tries;
+    *unfinished = path + WideFromUtf8(fmt::format(".larkspur-new-{:08x}", number));
+    made = OwnedFile(platform::CreateNewFile(unfinished->c_str()));
   }
-  complete = complete && platform::SyncFile(made.Handle());
-  Cache cache = Answered(complete ? CacheAnswer::kOpened : CacheAnswer::kCannotCreate);
-  made.Close();
-  if (!complete) platform::RemoveFile(path.c_str());
-  return cache;
+  return made;
 }
 
 // `fresh`: the file was made a moment ago, so its index need not be looked through.
@@ -80,6 +92,7 @@ Cache OpenFile(const std::u16string& path, CacheAccess access, u64 expectedSecto
   Cache cache = look ? Answered(CacheAnswer::kOpened) : HoldCache(path);
   cache.cacheSectors = layout.sectorCount;
   cache.fileBytes = file->GetByteSize();
+  fresh = fresh && cache.fileBytes == layout.DataStart() << kSectorShift;
   if (cache.answer != CacheAnswer::kOpened) return cache;
   if (!look && !file->SetReadOnly(false)) return Answered(CacheAnswer::kCannotOpen);
   cFlatIO* backing = file.get();
@@ -88,24 +101,30 @@ Cache OpenFile(const std::u16string& path, CacheAccess access, u64 expectedSecto
   if (!cache.image->Open(&resource, look)) return Answered(CacheAnswer::kCannotOpen);
   if (expectedSectors != 0 && expectedSectors != layout.sectorCount) {
     cache.answer = CacheAnswer::kOtherSize;
-  } else if (!look && !fresh && !IsComplete(backing, layout, cache.image.get())) {
-    cache.answer = CacheAnswer::kIncomplete;
+  } else if (!fresh) {
+    (look ? cache.damage : cache.answer) = FaultOf(backing, layout, cache.image.get());
   }
   cache.created = fresh && cache.answer == CacheAnswer::kOpened;
   return cache;
 }
 
 Cache CreateCache(const std::u16string& path, u64 sectors) {
-  const std::u16string unfinished = path + std::u16string(kUnfinishedSuffix);
   platform::SetLastFailure(0);
-  Cache created = CreateUnder(unfinished, sectors);
-  if (created.answer != CacheAnswer::kOpened) return created;
-  if (!platform::RenameToUnused(unfinished.c_str(), path.c_str())) {
-    created = Answered(CacheAnswer::kCannotCreate);
-    platform::RemoveFile(unfinished.c_str());
-    return created;
+  std::u16string unfinished;
+  OwnedFile made = MakeUnfinished(path, &unfinished);
+  if (!made.IsOpen()) return Answered(CacheAnswer::kCannotCreate);
+  const bool isLaid = LayImage(unfinished, made, sectors);
+  made.Close();
+  if (isLaid && platform::RenameToUnused(unfinished.c_str(), path.c_str())) {
+    if (!platform::SyncFolderOf(path.c_str())) return Answered(CacheAnswer::kCannotCreate);
+    return OpenFile(path, CacheAccess::kResume, sectors, true);
   }
-  return OpenFile(path, CacheAccess::kResume, sectors, true);
+  Cache failed = Answered(CacheAnswer::kCannotCreate);
+  platform::RemoveFile(unfinished.c_str());
+  // Another run may have made the same cache meanwhile.
+  const bool isThere = platform::KindOfPath(path.c_str()) != platform::PathKind::kAbsent;
+  if (isLaid && isThere) return OpenFile(path, CacheAccess::kResume, sectors, false);
+  return failed;
 }
 
 }  // namespace
@@ -117,7 +136,7 @@ Cache HoldCache(const std::u16string& path) {
     return Answered(CacheAnswer::kHeldElsewhere);
   }
   Cache cache = Answered(CacheAnswer::kOpened);
-  cache.hold = std::make_unique<CacheHold>(std::move(file));
+  cache.hold = std::make_shared<CacheHold>(std::move(file));
   return cache;
 }
 

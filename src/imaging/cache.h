@@ -9,8 +9,8 @@
 #include <string>
 
 #include "base/owned.h"
+#include "io/cache_hold.h"
 #include "io/kvr_sparse_io.h"
-#include "platform/owned_file.h"
 
 namespace larkspur {
 
@@ -24,32 +24,24 @@ enum class CacheAnswer {
   kForeign,        // a file, but not a cache: never touched
   kDamagedHeader,  // it was a cache, but its header makes no sense
   kIncomplete,     // the file ends before its index, or before records that the index names
+  kSharedRecord,   // two blocks name one record: what one of them reads is the other's data
+  kUnreadable,     // part of its index cannot be read
   kOtherSize,      // made of a storage with another sector count: cacheSectors
   kHeldElsewhere,  // another run is working on it
   kCannotCreate,   // systemError says why
 };
 
-// Keeps other runs away from a cache file while it lives, and brings what was written to the
-// medium.
-class CacheHold {
- public:
-  // A handle that is open for writing, and locked where the file system has locks.
-  explicit CacheHold(platform::OwnedFile file) : m_file(std::move(file)) {}
-
-  bool Sync() { return platform::SyncFile(m_file.Handle()); }
-
- private:
-  platform::OwnedFile m_file;
-};
-
 struct Cache {
   CacheAnswer answer = CacheAnswer::kAbsent;
+  // What is wrong with a cache that was opened to be looked at nevertheless: kIncomplete,
+  // kSharedRecord or kUnreadable; kOpened when nothing is.
+  CacheAnswer damage = CacheAnswer::kOpened;
   u32 systemError = 0;
   u64 cacheSectors = 0;  // what the cache's header says
   u64 fileBytes = 0;     // the file's size when it was opened
 
   Owned<cKVRSparseIO> image;
-  std::unique_ptr<CacheHold> hold;  // writable caches only
+  std::shared_ptr<CacheHold> hold;  // writable caches only
   bool created = false;
 };
 
@@ -58,15 +50,17 @@ struct Cache {
 Cache HoldCache(const std::u16string& path);
 
 enum class CacheAccess {
-  kLook,    // read-only, without a lock: may be done while another run works on the file
-  kResume,  // writable and locked
+  kLook,  // read-only, without a lock: may be done while another run works on the file; what can be
+          // shown of a damaged one is shown
+  kResume,  // writable and locked; whole caches only
 };
 
 // Opens an existing cache. `expectedSectors` other than 0 must be the cache's own count.
 Cache OpenCache(const std::u16string& path, CacheAccess access, u64 expectedSectors);
 
 // Opens the cache of the source at `sourcePath` for resuming, or makes one where there is no file
-// yet. A new one takes its name only when it is complete, so that a crash leaves nothing half-made.
+// yet. A new one takes its name only when it is complete and flushed to disk, so that a crash
+// leaves nothing half-made. The source's path may be empty where it has none.
 Cache OpenOrCreateCache(const std::u16string& path, const std::u16string& sourcePath, u64 sectors);
 
 }  // namespace larkspur

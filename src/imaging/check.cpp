@@ -47,31 +47,45 @@ class Checker {
   Checker(cFlatIO* file, bool repair, CheckResult* result)
       : m_file(file), m_repair(repair), m_result(result) {}
 
-  void Run() {
-    if (!CheckHeader() || !CheckLength()) return;
+  // Verifies the file once. True when there is something that could be repaired, and the header is
+  // to be believed for it.
+  bool Run() {
+    if (!CheckHeader() || !CheckLength()) return false;
+    const u64 whole = m_layout.RecordsIn(m_fileSectors);
+    if (whole > 2 * m_layout.BlockCount() + kSpareRecords) m_doubt = true;
+    CheckIndexEnd();
     const u64 blocks = m_layout.BlockCount();
     for (u64 block = 0; block < blocks; block += kWindowBlocks) {
       CheckWindow(block, static_cast<u32>(std::min<u64>(kWindowBlocks, blocks - block)));
     }
     CheckEnd();
-    const u64 whole = m_layout.RecordsIn(m_file->GetSectorCount());
     m_result->unusedRecords = whole - std::min(whole, m_used.Size());
+    // Where no map says anything, nothing speaks for the place at which they were looked for.
+    if (m_doubt || (m_used.Size() > 0 && !m_sawStatus)) m_result->repairableCount = 0;
+    return m_result->repairableCount > 0;
   }
 
  private:
-  void Report(ProblemKind kind, std::optional<u64> block, std::string detail, bool repaired) {
+  enum Remedy : bool { kNone, kRepairable };
+
+  void Report(ProblemKind kind, std::optional<u64> block, std::string detail, Remedy remedy = kNone,
+              bool repaired = false) {
     ++m_result->problemCount;
+    m_result->repairableCount += remedy == kRepairable;
     m_result->repairedCount += repaired;
     if (m_result->problems.size() < kMaxListedProblems) {
       m_result->problems.push_back({kind, block, std::move(detail), repaired});
     }
   }
 
+  // As it is now: another run may make it grow.
+  u64 FileSectors() { return m_file->GetByteSize() >> kSectorShift; }
+
   bool CheckHeader() {
     std::array<u8, kSparseHeaderBytes> header{};
     std::string fault;
     if (!m_file->ReadBytes(header.data(), 0, kSparseHeaderBytes)) {
-      fault = "the file is too short for a header";
+      fault = "the file is too short for a header, or cannot be read";
     } else if (!SparseLayout::HasMagic(header)) {
       fault = "the magic \"KVRSparF\" is missing: not a cache";
     } else if (const auto layout = SparseLayout::Parse(header); layout && layout->sectorCount > 0) {
@@ -81,24 +95,45 @@ class Checker {
       fault = fmt::format("sector count {} and block size {} make no sense together",
                           LoadLe64(&header[8]), LoadLe32(&header[16]));
     }
-    Report(ProblemKind::kHeader, std::nullopt, fault, false);
+    Report(ProblemKind::kHeader, std::nullopt, fault);
     return false;
   }
 
   bool CheckLength() {
-    m_fileSectors = m_file->GetSectorCount();
+    m_fileSectors = FileSectors();
+    const u32 implied = SparseLayout::BlockSizeFor(m_layout.sectorCount);
+    if (m_layout.blockSize != implied) {
+      Report(ProblemKind::kHeader, std::nullopt,
+             fmt::format("a cache of {} sectors has blocks of {}, but this one of {}",
+                         m_layout.sectorCount, implied, m_layout.blockSize));
+      m_doubt = true;
+    }
     if (m_fileSectors >= m_layout.DataStart()) return true;
     Report(ProblemKind::kShortIndex, std::nullopt,
            fmt::format("{} sectors need an index up to sector {}, but the file has {} sectors",
-                       m_layout.sectorCount, m_layout.DataStart(), m_fileSectors),
-           false);
+                       m_layout.sectorCount, m_layout.DataStart(), m_fileSectors));
     return false;
+  }
+
+  // The entries after the last block's are never used, unless the header says less than there is.
+  void CheckIndexEnd() {
+    const u64 end = m_layout.IndexSectors() * (kSectorBytes / 4);
+    u8 entries[kSectorBytes];
+    const u32 count = static_cast<u32>(end - m_layout.BlockCount());
+    if (count == 0) return;
+    const u64 at = SparseLayout::IndexByte(m_layout.BlockCount());
+    const bool isRead = m_file->ReadBytes(entries, at, 4 * count);
+    if (isRead && std::all_of(entries, entries + 4 * count, [](u8 b) { return b == 0xFF; })) return;
+    Report(ProblemKind::kHeader, std::nullopt,
+           fmt::format("the index goes on after the last of {} blocks", m_layout.BlockCount()));
+    m_doubt = true;
   }
 
   void CheckWindow(u64 first, u32 count) {
     std::array<u8, 4 * kWindowBlocks> entries;
     if (!m_file->ReadBytes(entries.data(), SparseLayout::IndexByte(first), 4 * count)) {
-      Report(ProblemKind::kUnreadableMap, first, "the index cannot be read here", false);
+      Report(ProblemKind::kUnreadableMap, first, "the index cannot be read here");
+      m_doubt = true;
       return;
     }
     for (u32 i = 0; i < count; ++i) {
@@ -109,35 +144,47 @@ class Checker {
 
   void CheckBlock(u64 block, u32 record) {
     const u64 start = m_layout.RecordSector(record);
-    if (start >= m_fileSectors) {
-      Report(ProblemKind::kRecordBeyond, block,
-             fmt::format("record {} begins at sector {}, the file has {}", record, start,
-                         m_fileSectors),
-             m_repair && GiveUpRecord(block));
-      return;
-    }
+    const u64 end = start + m_layout.RecordSectors();
+    if (end > m_fileSectors) m_fileSectors = FileSectors();
+    if (start >= m_fileSectors) return ReportBeyond(block, record, start);
     if (!m_used.Insert(record)) {
       Report(ProblemKind::kSharedRecord, block,
-             fmt::format("record {} belongs to another block, too", record), false);
+             fmt::format("record {} belongs to another block, too", record));
+      m_doubt = true;
       return;
     }
-    std::array<u8, kMaxSparseBlock> map;
-    if (!m_file->ReadBytes(map.data(), start << kSectorShift, m_layout.blockSize)) {
-      Report(ProblemKind::kUnreadableMap, block, "its status map cannot be read", false);
+    std::array<u8, kSectorBytes> map;
+    if (!m_file->ReadBytes(map.data(), start << kSectorShift, kSectorBytes)) {
+      Report(ProblemKind::kUnreadableMap, block, "its status map cannot be read");
+      m_doubt = true;
       return;
     }
     CheckMap(block, map.data());
-    if (start + m_layout.RecordSectors() > m_fileSectors) CheckCutRecord(block, start, map.data());
+    if (end > m_fileSectors) CheckCutRecord(block, start, map.data());
+  }
+
+  void ReportBeyond(u64 block, u32 record, u64 start) {
+    // No cut takes away more records than there are blocks: the number itself is wrong.
+    const u64 most = m_layout.RecordsIn(m_fileSectors) + m_layout.BlockCount();
+    m_doubt = m_doubt || record > most + kSpareRecords;
+    Report(
+        ProblemKind::kRecordBeyond, block,
+        fmt::format("record {} begins at sector {}, the file has {}", record, start, m_fileSectors),
+        kRepairable, m_repair && GiveUpRecord(block));
   }
 
   void CheckMap(u64 block, const u8* map) {
-    const u8* end = map + m_layout.SectorsInBlock(block);
+    const u8* const end = map + m_layout.SectorsInBlock(block);
+    m_sawStatus =
+        m_sawStatus || std::any_of(map, end, [](u8 status) { return status != kMissing; });
+    // Nothing is ever written to the rest of the sector.
+    m_doubt = m_doubt || std::any_of(end, map + kSectorBytes, [](u8 rest) { return rest != 0; });
     const u8* odd = std::find_if(map, end, [](u8 status) { return status > kUnreadable; });
     if (odd == end) return;
+    m_doubt = true;
     Report(ProblemKind::kStatus, block,
            fmt::format("status {} of sector {}, taken as present", *odd,
-                       block * m_layout.blockSize + static_cast<u64>(odd - map)),
-           false);
+                       block * m_layout.blockSize + static_cast<u64>(odd - map)));
   }
 
   void CheckCutRecord(u64 block, u64 start, u8* map) {
@@ -149,7 +196,7 @@ class Checker {
     Report(ProblemKind::kRecordCut, block,
            fmt::format("the file ends after {} of {} sectors; {} stored ones are lost", held,
                        m_layout.blockSize, count),
-           repaired);
+           kRepairable, repaired);
   }
 
   bool MakeWhole(u64 start, u8* map, u32 held) {
@@ -165,15 +212,19 @@ class Checker {
   }
 
   void CheckEnd() {
-    const u64 sectors = m_file->GetSectorCount();
+    const u64 bytes = m_file->GetByteSize();
+    const u64 sectors = bytes >> kSectorShift;
     const u64 loose = (sectors - m_layout.DataStart()) % m_layout.RecordSectors();
-    const u64 looseBytes = m_file->GetByteSize() % kSectorBytes;
+    const u64 looseBytes = bytes % kSectorBytes;
     if (loose == 0 && looseBytes == 0) return;
     const u64 end = m_layout.RecordSector(m_layout.RecordsIn(sectors) + 1);
     Report(ProblemKind::kLooseEnd, std::nullopt,
            fmt::format("{} sectors and {} bytes follow the last whole record", loose, looseBytes),
-           m_repair && m_file->SetSectorCount(end));
+           kRepairable, m_repair && m_file->SetSectorCount(end));
   }
+
+  // More unused records than a few crashes leave.
+  static constexpr u64 kSpareRecords = 4096;
 
   cFlatIO* m_file;
   bool m_repair;
@@ -181,6 +232,8 @@ class Checker {
   SparseLayout m_layout;
   u64 m_fileSectors = 0;
   RecordSet m_used;
+  bool m_sawStatus = false;
+  bool m_doubt = false;  // the header may be of another file than this one, or lie
 };
 
 }  // namespace
@@ -213,7 +266,11 @@ CheckResult CheckCache(const std::u16string& path, bool repair) {
   cFlatIO file;
   result.opened = file.OpenPath(path, !repair);
   result.systemError = platform::LastFailure();
-  if (result.opened) Checker(&file, repair, &result).Run();
+  if (!result.opened || !Checker(&file, false, &result).Run() || !repair) return result;
+  // The judgement changed nothing, and what it found is found again.
+  result = {};
+  result.opened = true;
+  Checker(&file, true, &result).Run();
   return result;
 }
 

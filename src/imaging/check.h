@@ -14,7 +14,7 @@
 namespace larkspur {
 
 enum class ProblemKind {
-  kHeader,         // the first 28 bytes are no cache header, or make no sense
+  kHeader,         // the first 28 bytes are no cache header, or do not fit the file
   kShortIndex,     // the file ends before its index does
   kRecordBeyond,   // a block's record lies past the end of the file
   kRecordCut,      // the file ends within a block's record
@@ -37,7 +37,8 @@ struct CheckResult {
   std::vector<Problem> problems;  // the first kMaxListedProblems of them
   u64 problemCount = 0;
   u64 repairedCount = 0;
-  u64 unusedRecords = 0;  // harmless: a crash came between making room and naming it
+  u64 repairableCount = 0;  // of them, that `repair` repairs or would repair
+  u64 unusedRecords = 0;    // harmless: a crash came between making room and naming it
 };
 
 constexpr size_t kMaxListedProblems = 1000;
@@ -45,9 +46,12 @@ constexpr size_t kMaxListedProblems = 1000;
 // The word for a kind in lists and in JSON.
 const char* ProblemKindName(ProblemKind kind);
 
-// Verifies the file at `path`. With `repair` it is opened writable and what can be mended without
-// losing a sector is: records past the end are given up (they hold nothing), one that is cut is
-// made whole with its lost sectors missing again, and a loose end is filled up to a record's.
+// Verifies the file at `path`; may be done beside a run that works on it. With `repair` it is
+// opened writable, and what can be repaired without losing a sector is: records past the end are
+// given up (they hold nothing), one that is cut is made whole with its lost sectors missing again,
+// and a loose end is filled up to a record's. But first the header is judged by the whole file:
+// when they disagree, or part of the file cannot be read, nothing can be repaired and nothing is
+// changed.
 CheckResult CheckCache(const std::u16string& path, bool repair);
 
 }  // namespace larkspur

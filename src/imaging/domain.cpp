@@ -8,11 +8,6 @@
 #include "platform/system_error.h"
 
 namespace larkspur {
-namespace {
-
-constexpr u64 kMaxMapfileBytes = u64{256} << 20;
-
-}  // namespace
 
 MapfileDomain ReadDomain(const std::u16string& mapfile) {
   MapfileDomain domain;

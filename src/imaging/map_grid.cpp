@@ -27,7 +27,7 @@ MapGrid MakeMapGrid(cKVRSparseIO* image, u64 maxCells) {
 CellLook LookOf(const StatusCounts& cell) {
   // One sector of a million shows, present or missing.
   constexpr u64 kLeastPartly = 70, kMostPartly = 185, kWhole = 255;
-  const u64 all = cell.present + cell.unreadable + cell.missing;
+  const u64 all = cell.present + cell.unreadable + cell.missing + cell.unknown;
   const u64 shade = cell.present == 0 ? 0
                     : cell.present == all
                         ? kWhole

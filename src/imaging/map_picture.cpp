@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <stb/stb_easy_font.h>
 
+#include "base/printable.h"
 #include "imaging/size_text.h"
 
 namespace larkspur {
@@ -111,7 +112,7 @@ void DrawText(Canvas* canvas, u32 x, u32 y, std::string text, u32 scale) {
 
 std::string Escaped(const std::string& text) {
   std::string out;
-  for (const char letter : text) {
+  for (const char letter : Printable(text)) {
     switch (letter) {
       case '<':
         out += "&lt;";
@@ -123,7 +124,7 @@ std::string Escaped(const std::string& text) {
         out += "&amp;";
         break;
       default:
-        out += static_cast<u8>(letter) < ' ' ? '?' : letter;
+        out += letter;
     }
   }
   return out;

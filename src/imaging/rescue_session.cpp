@@ -87,7 +87,9 @@ bool RescueSession::Disbelieve(const ExtentSet& areas) {
     });
   });
   present.Visit([&](SectorRange range) { isRead = isRead && FindZeros(range, &doubtful); });
-  doubtful.Visit([&](SectorRange range) { isRead = isRead && range.count > 0; });
+  doubtful.Visit([&](SectorRange range) {
+    isRead = isRead && m_cache->image->MarkMissing(range.first, range.count);
+  });
   m_disbelieved = doubtful.Sectors();
   return isRead;
 }

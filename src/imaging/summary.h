@@ -12,9 +12,22 @@ struct StatusCounts {
   u64 present = 0;
   u64 unreadable = 0;
   u64 missing = 0;
+  u64 unknown = 0;  // the cache itself cannot be read there
 
   void Add(SectorStatus status, u64 sectors) {
-    (status == kPresent ? present : status == kUnreadable ? unreadable : missing) += sectors;
+    switch (status) {
+      case kMissing:
+        missing += sectors;
+        break;
+      case kPresent:
+        present += sectors;
+        break;
+      case kUnreadable:
+        unreadable += sectors;
+        break;
+      case kUnknown:
+        unknown += sectors;
+    }
   }
 };
 

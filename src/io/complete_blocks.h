@@ -3,9 +3,10 @@
 #pragma once
 
 // Blocks of a sparse image that are known to be complete: they have a record, and no sector of them
-// is missing. Neither ever changes again, whoever else writes to the file: an index entry that
-// names a record keeps it, and a status never goes back to missing. So this may be remembered where
-// nothing else may, and a complete block be read without asking for its index entry and its map.
+// is missing. Reading and marking never change that, whoever else writes to the file: an index
+// entry that names a record keeps it, and a status goes back to missing only by MarkMissing, after
+// which everything is forgotten (SharedFile::demotions). So this may be remembered where nothing
+// else may, and a complete block be read without asking for its index entry and its map.
 //
 // A table of fixed size, made on first use; a block that falls on another's slot replaces it.
 

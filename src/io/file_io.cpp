@@ -51,6 +51,15 @@ bool cFileIO::CreateAnew(const char16_t* path) {
   return Hold(platform::CreateEmptyFile(kept.Text()), kept.Text());
 }
 
+bool cFileIO::ReserveRoom(u64 offset, u64 bytes) {
+  return IsOpen() && platform::ReserveRoom(m_file, offset, bytes);
+}
+
+std::optional<platform::FileIdentity> cFileIO::Identity() const {
+  if (m_file == platform::kNoFile) return std::nullopt;
+  return platform::IdentityOf(m_file);
+}
+
 u64 cFileIO::GetSize() {
   return IsOpen() ? platform::FileSize(m_file) : 0;
 }

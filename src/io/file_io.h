@@ -27,6 +27,10 @@ class cFileIO final : public cFileIOTarget {
   // Closes what is open and makes an empty file, readable and writable; an existing one is emptied.
   bool CreateAnew(const char16_t* path);
 
+  // platform::ReserveRoom and IdentityOf for the open file.
+  bool ReserveRoom(u64 offset, u64 bytes);
+  std::optional<platform::FileIdentity> Identity() const;
+
   // The path last opened or created.
   const cWideString& Path() const { return m_path; }
 

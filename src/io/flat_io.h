@@ -22,6 +22,12 @@ class cFlatIO final : public cBaseIO {
   // Opens the file at `path`; the same as Open with a cNamedFileResource.
   bool OpenPath(std::u16string_view path, bool readOnly);
 
+  // Has the file system set room aside for [sector, sector+count), which lies inside the file.
+  bool ReserveRoom(u64 sector, u64 count) {
+    return m_file.ReserveRoom(sector << kSectorShift, count << kSectorShift);
+  }
+  std::optional<platform::FileIdentity> Identity() const { return m_file.Identity(); }
+
   cBaseIO* Clone() override;
   bool IsSameAs(cBaseIO* other) override;
   void InitState() override;

@@ -9,6 +9,7 @@
 #include "base/endian.h"
 #include "io/bit_map.h"
 #include "io/equal_run.h"
+#include "io/flat_io.h"
 #include "io/path_locks.h"
 #include "io/sub_bit_map.h"
 #include "platform/clock.h"
@@ -40,19 +41,22 @@ bool WriteEmptyIndex(cBaseIO* backing, u64 sectors) {
   return true;
 }
 
-}  // namespace
+// The file below an image; none for storages of other classes.
+cFlatIO* AsFile(cBaseIO* backing) {
+  return backing->GetTypeId() == kTypeFlat ? static_cast<cFlatIO*>(backing) : nullptr;
+}
 
-// The part of a transfer that lies in one block.
-struct cKVRSparseIO::Chunk {
-  u64 block;
-  Entry record;
-  u32 first;  // sector within the block
-  u32 count;
-};
+std::shared_ptr<SharedFile> ShareBacking(cBaseIO* backing) {
+  cFlatIO* const file = AsFile(backing);
+  return ShareFile(file ? file->Identity() : std::nullopt);
+}
+
+}  // namespace
 
 cBaseIO* cKVRSparseIO::Clone() {
   Owned<cKVRSparseIO> clone(new (std::nothrow) cKVRSparseIO);
   if (!clone || !clone->Open(&m_resource, m_readOnly)) return nullptr;
+  clone->m_file = m_file;  // also where the storage below has no identity
   if (m_parent && !clone->AttachParent(m_parent.get(), true)) return nullptr;
   return clone.release();
 }
@@ -71,6 +75,8 @@ void cKVRSparseIO::InitState() {
   m_position = 0;
   m_layout = {};
   m_complete.Forget();
+  m_file.reset();
+  m_roomFirst = m_roomEnd = 0;
 }
 
 void cKVRSparseIO::Close() {
@@ -102,7 +108,8 @@ bool cKVRSparseIO::Open(const cBaseIoResource* resource, bool readOnly) {
     return false;
   }
   const std::optional<SparseLayout> layout = SparseLayout::Parse(header);
-  if (!layout) {
+  if (layout) m_file = ShareBacking(backing);
+  if (!m_file) {
     m_resource.Clear();
     return false;
   }
@@ -150,22 +157,25 @@ void cKVRSparseIO::RegisterPath() {
   if (!m_readOnly) FindPathLock(m_path.View());
 }
 
+bool cKVRSparseIO::ReadIndex(u64 firstBlock, u32 count, u8* bytes) {
+  cSafeCriticalSectionAccess file(&m_file->section);
+  return m_backing->ReadBytes(bytes, SparseLayout::IndexByte(firstBlock), 4 * count);
+}
+
 u32 cKVRSparseIO::LoadIndex(u64 firstBlock, u64 count) {
   const u32 loaded = static_cast<u32>(std::min<u64>(count, kWindowBlocks));
   u8 bytes[4 * kWindowBlocks];
-  if (m_backing->ReadBytes(bytes, SparseLayout::IndexByte(firstBlock), 4 * loaded)) {
-    for (u32 i = 0; i < loaded; ++i) m_window[i] = LoadLe32(bytes + 4 * i);
-    return loaded;
-  }
-  // Part of it is out of reach: each entry stands for itself.
+  const bool read = ReadIndex(firstBlock, loaded, bytes);
   for (u32 i = 0; i < loaded; ++i) {
-    const bool read = m_backing->ReadBytes(bytes, SparseLayout::IndexByte(firstBlock + i), 4);
-    m_window[i] = read ? LoadLe32(bytes) : kNowhere;
+    // Where part of it is out of reach, each entry stands for itself.
+    const bool known = read || ReadIndex(firstBlock + i, 1, bytes + 4 * i);
+    m_window[i] = known ? LoadLe32(bytes + 4 * i) : kNowhere;
   }
   return loaded;
 }
 
 bool cKVRSparseIO::LoadMap(Entry record) {
+  cSafeCriticalSectionAccess file(&m_file->section);
   return m_backing->ReadBytes(m_map.data(), m_layout.RecordSector(record) << kSectorShift,
                               m_layout.blockSize);
 }
@@ -173,40 +183,6 @@ bool cKVRSparseIO::LoadMap(Entry record) {
 bool cKVRSparseIO::StoreMap(Entry record) {
   return m_backing->WriteBytes(m_map.data(), m_layout.RecordSector(record) << kSectorShift,
                                m_layout.blockSize);
-}
-
-u64 cKVRSparseIO::GrowthSector() {
-  const u64 end = m_backing->GetSectorCount();
-  const u64 start = m_layout.DataStart();
-  if (end < start) return kNowhere;
-  // A file cut within its last record: the next one begins after it, never inside.
-  const u64 records = (end - start + m_layout.blockSize) / m_layout.RecordSectors();
-  return m_layout.RecordSector(records);
-}
-
-u32 cKVRSparseIO::AppendRecords(u64 firstBlock, u32 at, u32 count) {
-  const u64 sector = GrowthSector();
-  if (sector == kNowhere) return 0;
-  const u64 record = (sector - m_layout.DataStart()) / m_layout.RecordSectors();
-  if (record + count > kNoRecord) return 0;
-  if (!m_backing->SetSectorCount(sector + u64{count} * m_layout.RecordSectors())) {
-    return count > 1 ? AppendRecords(firstBlock, at, 1) : 0;
-  }
-  u8 bytes[4 * kWindowBlocks];
-  for (u32 i = 0; i < count; ++i) {
-    m_window[at + i] = record + i;
-    StoreLe32(bytes + 4 * i, static_cast<u32>(record + i));
-  }
-  return m_backing->WriteBytes(bytes, SparseLayout::IndexByte(firstBlock), 4 * count) ? count : 0;
-}
-
-cKVRSparseIO::Entry cKVRSparseIO::EnsureRecord(u64 block) {
-  LoadIndex(block, 1);
-  if (m_window[0] == kNoRecord) {
-    m_map.fill(kMissing);
-    return AppendRecords(block, 0, 1) == 1 ? m_window[0] : kNowhere;
-  }
-  return m_window[0] != kNowhere && LoadMap(m_window[0]) ? m_window[0] : kNowhere;
 }
 
 u32 cKVRSparseIO::Read(void* buffer, u32 count, cBitMap* presence) {
@@ -224,6 +200,8 @@ u32 cKVRSparseIO::ReadRange(u8* buffer, u32 count, cBitMap* presence, Absent abs
   count = static_cast<u32>(std::min<u64>(count, m_layout.sectorCount - first));
   if (count == 0) return 0;
   RegisterPath();
+  if (m_seenDemotions != m_file->demotions) m_complete.Forget();
+  m_seenDemotions = m_file->demotions;
   const u64 lastBlock = (first + count - 1) / m_layout.blockSize;
   u64 windowFirst = 0;
   u32 windowCount = 0;
@@ -246,10 +224,10 @@ u32 cKVRSparseIO::ReadRange(u8* buffer, u32 count, cBitMap* presence, Absent abs
   return count;
 }
 
-cKVRSparseIO::Chunk cKVRSparseIO::ChunkAt(u64 sector, u32 remaining) const {
+cKVRSparseIO::Chunk cKVRSparseIO::ChunkAt(u64 sector, u64 remaining) const {
   const u32 first = static_cast<u32>(sector % m_layout.blockSize);
   return {sector / m_layout.blockSize, kNoRecord, first,
-          std::min(m_layout.blockSize - first, remaining)};
+          static_cast<u32>(std::min<u64>(m_layout.blockSize - first, remaining))};
 }
 
 u32 cKVRSparseIO::ReadData(const Chunk& chunk, u8* buffer) {
@@ -268,8 +246,9 @@ u32 cKVRSparseIO::ReadComplete(const Chunk& chunk, u8* buffer, u64 bit, cBitMap*
 
 u32 cKVRSparseIO::ReadChunk(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence,
                             Absent absent) {
-  if (chunk.record >= kNoRecord || !LoadMap(chunk.record)) {
-    return ReadAbsent(chunk, buffer, bit, presence, absent);
+  if (chunk.record == kNoRecord) return ReadAbsent(chunk, buffer, bit, presence, absent);
+  if (chunk.record == kNowhere || !LoadMap(chunk.record)) {
+    return absent == Absent::kZeros ? ReadAbsent(chunk, buffer, bit, presence, absent) : 0;
   }
   if (!std::memchr(m_map.data(), kMissing, m_layout.SectorsInBlock(chunk.block))) {
     m_complete.Remember(chunk.block, chunk.record);
@@ -296,65 +275,6 @@ u32 cKVRSparseIO::ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* p
   if (presence) presence->SetRange(bit, chunk.count, false);
   if (absent == Absent::kZeros) std::memset(buffer, 0, u64{chunk.count} * kSectorBytes);
   return chunk.count;
-}
-
-u32 cKVRSparseIO::Write(u64 sector, const void* buffer, u32 count) {
-  if (!IsOpen() || sector >= m_layout.sectorCount) return 0;
-  count = static_cast<u32>(std::min<u64>(count, m_layout.sectorCount - sector));
-  if (count == 0) return 0;
-  cSafeCriticalSectionAccess access(&m_section);
-  RegisterPath();
-  const u64 lastBlock = (sector + count - 1) / m_layout.blockSize;
-  u64 windowFirst = 0;
-  u32 windowCount = 0;
-  u64 newUntil = 0;  // blocks below this one, from the current on, got their records just now
-  for (u32 done = 0; done < count;) {
-    Chunk chunk = ChunkAt(sector + done, count - done);
-    if (chunk.block >= windowFirst + windowCount) {
-      windowFirst = chunk.block;
-      windowCount = LoadIndex(windowFirst, lastBlock - windowFirst + 1);
-    }
-    const u32 at = static_cast<u32>(chunk.block - windowFirst);
-    if (m_window[at] == kNoRecord) {
-      const auto end = m_window.begin() + windowCount;
-      const auto taken =
-          std::find_if(m_window.begin() + at, end, [](Entry entry) { return entry != kNoRecord; });
-      const u32 lacking = static_cast<u32>(taken - m_window.begin()) - at;
-      newUntil = chunk.block + AppendRecords(chunk.block, at, lacking);
-      if (newUntil == chunk.block) return done;
-    }
-    chunk.record = m_window[at];
-    const u8* in = static_cast<const u8*>(buffer) + u64{done} * kSectorBytes;
-    const u32 written = WriteChunk(chunk, in, chunk.block < newUntil);
-    done += written;
-    if (written < chunk.count) return done;
-  }
-  return count;
-}
-
-u32 cKVRSparseIO::WriteChunk(const Chunk& chunk, const u8* buffer, bool isNew) {
-  if (isNew) {
-    m_map.fill(kMissing);
-  } else if (chunk.record == kNowhere || !LoadMap(chunk.record)) {
-    return 0;
-  }
-  const u64 data = m_layout.RecordSector(chunk.record) + 1;
-  const u32 written = m_backing->Write(data + chunk.first, buffer, chunk.count);
-  const auto first = m_map.begin() + chunk.first;
-  const bool changes = std::find(first, first + written, kMissing) != first + written;
-  std::replace(first, first + written, u8{kMissing}, u8{kPresent});
-  // A map that cannot be stored leaves its sectors missing: they were not kept.
-  return !changes || StoreMap(chunk.record) ? written : 0;
-}
-
-bool cKVRSparseIO::MarkSectorBad(u64 sector) {
-  if (!IsOpen() || sector / m_layout.blockSize >= m_layout.BlockCount()) return false;
-  const Entry record = EnsureRecord(sector / m_layout.blockSize);
-  if (record == kNowhere) return false;
-  u8& status = m_map[sector % m_layout.blockSize];
-  if (status == kUnreadable) return true;
-  status = kUnreadable;
-  return StoreMap(record);
 }
 
 }  // namespace larkspur

@@ -9,9 +9,10 @@
 // What makes a crash harmless is the order of writes: the file grows, then the index names the new
 // record (its map reads as zeros: all missing), then data is written, then the map says so.
 //
-// Any thread may call: SetPosition, Read, Write and VisitExtents hold the object's lock. Objects on
-// the same file do not lock against each other, so no map or index entry is kept between calls but
-// those of complete blocks: each sees what the others wrote. Opens from a cNestedIOResource.
+// Any thread may call, and images on one file may be used by as many threads as there are: whatever
+// changes the file, or loads its index and maps, does so in the file's section (io/shared_file.h).
+// Nothing is kept between calls but which blocks are complete, so each image sees what the others
+// wrote. Opens from a cNestedIOResource.
 
 #include <array>
 #include <functional>
@@ -19,6 +20,7 @@
 #include "base/critical_section.h"
 #include "io/complete_blocks.h"
 #include "io/nested_io_resource.h"
+#include "io/shared_file.h"
 #include "io/sparse_io.h"
 #include "io/sparse_layout.h"
 
@@ -53,23 +55,41 @@ class cKVRSparseIO final : public cSparseIO {
   bool GetDescription(char16_t* buffer, i32 capacity) override;
 
   // Read for a caller who fetches the rest himself: the buffer keeps what it held where nothing is
-  // stored, which saves filling it with zeros.
+  // stored, which saves filling it with zeros; and the read ends, short, before a block whose index
+  // entry or map cannot be read, since nothing is known of it.
   u32 ReadStored(void* buffer, u32 count, cBitMap* presence);
 
-  // Records that the source could not deliver that sector. Takes no lock: its caller holds its own.
+  // Records that the source could not deliver that sector, whatever the image has of it.
   bool MarkSectorBad(u64 sector);
 
+  // What follows takes ranges [first, first+count), cut at the image's end. False when part of the
+  // range could not be changed; what came before it was.
+
+  // Gives every block of the range a record and has the file system set its room aside, so that
+  // storing there does not fail for lack of room. One step of the index for up to kWindowBlocks new
+  // blocks; cheap where the room was made before. False with a full disk as the last failure when
+  // there is not enough for all; for a smaller range there may be.
+  bool MakeRoom(u64 first, u64 count);
+  // Missing sectors become unreadable; present ones stay.
+  bool MarkUnreadable(u64 first, u64 count);
+  // Present sectors become missing; unreadable ones stay.
+  bool MarkMissing(u64 first, u64 count);
+  // Write that makes sectors present also where they were unreadable; the sectors stored.
+  u32 StoreOver(u64 sector, const void* buffer, u32 count);
+
   // Calls visit(start, sectors, status) for the neighbouring runs of equal status that make up
-  // [first, first+count), cut at the image's end, until it answers false. A block whose index entry
-  // or map cannot be read counts as missing. False when it was ended by `visit`, which may use
+  // [first, first+count), cut at the image's end, until it answers false. Where an index entry or a
+  // map cannot be read the status is kUnknown. False when it was ended by `visit`, which may use
   // other objects on the same file, but not this one.
   using ExtentVisitor = std::function<bool(u64 start, u64 sectors, SectorStatus status)>;
   bool VisitExtents(u64 first, u64 count, const ExtentVisitor& visit);
 
-  // What the whole index says: how many blocks have a record, and the highest record number plus 1.
+  // What the whole index says. Takes up to 8 MiB while it looks.
   struct IndexSurvey {
-    u64 records = 0;
-    u64 recordEnd = 0;
+    u64 records = 0;             // blocks that have a record
+    u64 recordEnd = 0;           // the highest record number plus 1
+    u64 unread = 0;              // entries that cannot be read
+    std::optional<u64> sharing;  // a block whose record another block has, too: one's data is lost
   };
   IndexSurvey SurveyIndex();
 
@@ -78,7 +98,20 @@ class cKVRSparseIO final : public cSparseIO {
  private:
   // An index entry as it was read: a record number, kNoRecord, or kNowhere when reading failed.
   using Entry = u64;
-  struct Chunk;
+
+  // The part of a transfer that lies in one block.
+  struct Chunk {
+    u64 block;
+    Entry record;
+    u32 first;  // sector within the block
+    u32 count;
+    bool isNew = false;  // it got its record just now
+  };
+  // What is done for blocks without a record on the way.
+  enum class Lacking { kLeave, kAppend, kAppendWithRoom };
+  // Answers how many sectors of the chunk, which begins `done` sectors into the range, were
+  // settled.
+  using ChunkWork = std::function<u32(const Chunk& chunk, u64 done)>;
 
   // Index entries loaded at once: those of 64 MiB of image, one page of the file.
   static constexpr u32 kWindowBlocks = 1024;
@@ -91,22 +124,40 @@ class cKVRSparseIO final : public cSparseIO {
   // Loads the entries of [firstBlock, firstBlock+count) into the window; count is at most
   // kWindowBlocks. Answers how many that were.
   u32 LoadIndex(u64 firstBlock, u64 count);
-  // Calls call(block, record) for the blocks of [block, end) that have a record, in order, until it
-  // answers false; then the answer is false, too. The loaded window is lost, the map is the call's.
+  // Reads the entries' bytes at once; false when that fails.
+  bool ReadIndex(u64 firstBlock, u32 count, u8* bytes);
+  // Calls call(block, entry) for the blocks of [block, end) that have an entry in the file which
+  // names a record or cannot be read, in order, until it answers false; then the answer is false,
+  // too. The loaded window is lost, the map is the call's.
   bool ScanIndex(u64 block, u64 end, const std::function<bool(u64, Entry)>& call);
   bool LoadMap(Entry record);
   bool StoreMap(Entry record);
 
+  // Looks through the index for the file's recordEnd, the first time. The loaded window is lost.
+  void FindRecordEnd();
+  // The number of the next record; kNowhere when there can be none.
+  Entry NextRecord();
   // Gives records to the `count` blocks from firstBlock on, which have none, and puts them into the
   // window from item `at` on. Answers how many got one: all, fewer when the file cannot grow as
   // far, 0 on failure.
-  u32 AppendRecords(u64 firstBlock, u32 at, u32 count);
-  // The sector where the next record begins; kNowhere when the file ends within its index.
-  u64 GrowthSector();
-  Entry EnsureRecord(u64 block);
+  u32 AppendRecords(u64 firstBlock, u32 at, u32 count, Lacking lacking);
+  // The same for the blocks without a record from item `at` of the window on, up to the first that
+  // has one.
+  u32 AppendRun(u64 firstBlock, u32 at, u32 windowCount, Lacking lacking);
+  bool ReserveRecords(Entry first, u64 count);
+
+  // Cuts [first, first+count) at the image's end; false when nothing is left of it.
+  bool CutRange(u64 first, u64* count) const;
+  // Calls `work` for the chunks of the range, in order, until one is not settled whole. Answers how
+  // many sectors were. REQUIRES: both locks are held.
+  u64 WalkChunks(u64 first, u64 count, Lacking lacking, const ChunkWork& work);
+  // The map of a chunk as it is now; false when it cannot be read.
+  bool LoadChunkMap(const Chunk& chunk);
+  // Changes every status `from` of the range into `to`.
+  bool Remark(u64 first, u64 count, Lacking lacking, SectorStatus from, SectorStatus to);
 
   // The part of [sector, sector+remaining) that lies in the first block.
-  Chunk ChunkAt(u64 sector, u32 remaining) const;
+  Chunk ChunkAt(u64 sector, u64 remaining) const;
   enum class Absent { kZeros, kUntouched };
   u32 ReadRange(u8* buffer, u32 count, cBitMap* presence, Absent absent);
   // These read a chunk whose first bit in `presence` is `bit`.
@@ -114,7 +165,9 @@ class cKVRSparseIO final : public cSparseIO {
   u32 ReadComplete(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence);
   u32 ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* presence, Absent absent);
   u32 ReadData(const Chunk& chunk, u8* buffer);
-  u32 WriteChunk(const Chunk& chunk, const u8* buffer, bool isNew);
+  enum class Over { kKeepUnreadable, kReplaceUnreadable };
+  u32 Store(u64 sector, const u8* buffer, u32 count, Over over);
+  u32 StoreChunk(const Chunk& chunk, const u8* buffer, Over over);
 
   cBaseIO* m_backing = nullptr;  // the resource's object
   u64 m_position = 0;
@@ -123,7 +176,11 @@ class cKVRSparseIO final : public cSparseIO {
   SparseLayout m_layout;
   std::array<u8, kMaxSparseBlock> m_map;      // the status map last loaded, blockSize bytes
   std::array<Entry, kWindowBlocks> m_window;  // the index entries last loaded
+  std::shared_ptr<SharedFile> m_file;         // set while open
   CompleteBlocks m_complete;
+  u64 m_seenDemotions = 0;  // when m_complete was last true
+  u64 m_roomFirst = 0;      // the blocks for which room was last made
+  u64 m_roomEnd = 0;
 };
 
 }  // namespace larkspur

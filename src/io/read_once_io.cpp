@@ -37,6 +37,7 @@ cBaseIO* cReadOnceIO::Clone() {
   Owned<cReadOnceIO> clone(new (std::nothrow) cReadOnceIO);
   if (!clone || !clone->Attach(m_image.get(), m_source.get())) return nullptr;
   clone->SetGuard(m_guard);
+  clone->KeepHold(m_hold);
   return clone.release();
 }
 
@@ -55,6 +56,8 @@ void cReadOnceIO::InitState() {
 void cReadOnceIO::Close() {
   m_image.reset();
   m_source.reset();
+  if (m_hold) m_hold->SyncNoted();
+  m_hold.reset();
   InitState();
 }
 
@@ -69,7 +72,7 @@ u32 cReadOnceIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
   cBitMap held(count);
   m_image->SetPosition(m_position);
   const u32 answer = m_image->ReadStored(buffer, count, &held);
-  // An image that cannot be read to its end says nothing of what lies behind its answer.
+  // An image that cannot be read to its end says nothing of what lies past its answer.
   const bool isCut = answer < count && m_position + answer < m_image->GetSectorCount();
   const u32 known = isCut ? answer : count;
   u8* out = static_cast<u8*>(buffer);
@@ -115,17 +118,31 @@ bool cReadOnceIO::FetchSingly(u8* buffer, u32 count) {
       settledEnd = std::min(settledEnd, m_position);
       continue;
     }
-    std::fill_n(buffer, kSectorBytes, u8{0});
-    if (!m_image->MarkSectorBad(m_position) && !GoOnUnstored(InsideImage(1))) {
-      return endAt(std::min(settledEnd, m_position));
-    }
+    const bool isMarked = m_image->MarkUnreadable(m_position, 1);
+    FillRefused(buffer);
+    if (isMarked) NoteStored();
+    if (!isMarked && !GoOnUnstored(InsideImage(1))) return endAt(m_position);
   }
   return settledEnd == kNowhere || endAt(settledEnd);
 }
 
+void cReadOnceIO::FillRefused(u8* buffer) {
+  std::fill_n(buffer, kSectorBytes, u8{0});
+  // A clone may have been luckier meanwhile, and then the sector was not marked.
+  cBitMap held(1);
+  m_image->SetPosition(m_position);
+  m_image->ReadStored(buffer, 1, &held);
+}
+
 bool cReadOnceIO::Store(const u8* buffer, u32 count) {
   const u32 inside = InsideImage(count);
-  return m_image->Write(m_position, buffer, count) == inside || GoOnUnstored(inside);
+  if (m_image->Write(m_position, buffer, count) != inside) return GoOnUnstored(inside);
+  NoteStored();
+  return true;
+}
+
+void cReadOnceIO::NoteStored() {
+  if (m_hold) m_hold->NoteStored();
 }
 
 u32 cReadOnceIO::InsideImage(u32 count) {

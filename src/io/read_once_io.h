@@ -4,10 +4,17 @@
 
 // cReadOnceIO: a read-only view of a source in which every sector is asked of the source once. What
 // the source gives is stored in an image at once; what it refuses is marked there and reads as
-// zeros from then on. The image is a file, so the work goes on where the last use stopped.
+// zeros from then on. The image is a file, so the work goes on where the last use stopped. Where
+// the image's own file cannot be read, nothing is known of a sector, and the source is not asked
+// for it: the read ends there, short.
 //
-// Not locked: each thread reads through its own Clone.
+// Not locked: each thread reads through its own Clone. Clones share what belongs to the image's
+// file (io/shared_file.h), so they may read at the same time; two that lack the same sector at the
+// same time may both ask for it.
 
+#include <memory>
+
+#include "io/cache_hold.h"
 #include "io/kvr_sparse_io.h"
 
 namespace larkspur {
@@ -32,12 +39,14 @@ class cFetchGuard {
 class cReadOnceIO final : public cBaseIO {
  public:
   cReadOnceIO() = default;
-  ~cReadOnceIO() = default;
+  ~cReadOnceIO() { Close(); }
 
   // Takes clones of both; false, and empty, when one is null or cannot be cloned.
   bool Attach(cKVRSparseIO* image, cBaseIO* source);
   // `guard` is not owned and outlives this object and its clones; null removes it.
   void SetGuard(cFetchGuard* guard) { m_guard = guard; }
+  // Keeps the hold as long as this object or a clone is attached, and has it flush what is stored.
+  void KeepHold(std::shared_ptr<CacheHold> hold) { m_hold = std::move(hold); }
   // Our own image, for its counts and extents; null when empty.
   cKVRSparseIO* Image() { return m_image.get(); }
 
@@ -62,6 +71,9 @@ class cReadOnceIO final : public cBaseIO {
   bool Store(const u8* buffer, u32 count);
   // How many of `count` sectors at the position lie before the image's end.
   u32 InsideImage(u32 count);
+  // Zeros, or what the image has of the sector at the position after all.
+  void FillRefused(u8* buffer);
+  void NoteStored();
   // What the guard says when the image did not keep [m_position, +count).
   bool GoOnUnstored(u32 count);
 
@@ -70,6 +82,7 @@ class cReadOnceIO final : public cBaseIO {
   u64 m_position = 0;
   u64 m_sectorCount = 0;
   cFetchGuard* m_guard = nullptr;
+  std::shared_ptr<CacheHold> m_hold;
 };
 
 }  // namespace larkspur

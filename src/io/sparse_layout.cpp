@@ -21,13 +21,12 @@ constexpr size_t kStampAt = 24;
 // A record number is a u32, so no image has more blocks.
 constexpr u64 kMaxBlocks = u64{1} << 32;
 
-// The block size of a new image grows with it, so that the index stays below 16 GiB.
-u32 BlockSizeFor(u64 sectorCount) {
+}  // namespace
+
+u32 SparseLayout::BlockSizeFor(u64 sectorCount) {
   if (sectorCount < u64{1} << 39) return 128;
   return sectorCount < u64{1} << 40 ? 256 : 512;
 }
-
-}  // namespace
 
 std::optional<SparseLayout> SparseLayout::ForNew(u64 sectorCount, u32 stamp) {
   if (sectorCount == 0 || sectorCount >= kMaxSparseSectors) return std::nullopt;

@@ -32,7 +32,16 @@ constexpr u64 kMaxSparseSectors = u64{1} << 41;  // not reached: an image holds 
 constexpr u32 kNoRecord = 0xFFFFFFFF;
 
 // What an image knows of a sector. Other values of a damaged map count as present.
-enum SectorStatus : u8 { kMissing = 0, kPresent = 1, kUnreadable = 2 };
+enum SectorStatus : u8 {
+  kMissing = 0,
+  kPresent = 1,
+  kUnreadable = 2,
+  kUnknown = 3,  // the image's own file cannot be read there; never in a map
+};
+
+inline SectorStatus StatusOf(u8 mapByte) {
+  return mapByte == kMissing ? kMissing : mapByte == kUnreadable ? kUnreadable : kPresent;
+}
 
 struct SparseLayout {
   u64 sectorCount = 0;
@@ -61,6 +70,18 @@ struct SparseLayout {
   u64 RecordsIn(u64 fileSectors) const {
     return fileSectors < DataStart() ? 0 : (fileSectors - DataStart()) / RecordSectors();
   }
+  // Bytes by which the file grows at most for that many missing sectors of new blocks.
+  u64 GrowthBytes(u64 sectors) const {
+    return (sectors / blockSize + (sectors % blockSize != 0)) * RecordSectors() * kSectorBytes;
+  }
+  // How many blocks a file of that many bytes has index entries for.
+  u64 EntriesIn(u64 fileBytes) const {
+    const u64 entries = fileBytes < kSectorBytes ? 0 : (fileBytes - kSectorBytes) / 4;
+    return entries < BlockCount() ? entries : BlockCount();
+  }
+  // The block size that new images of that many sectors get. It grows with them, so that the index
+  // stays below 16 GiB.
+  static u32 BlockSizeFor(u64 sectorCount);
   // How many sectors of the image lie in that block: blockSize but for the last one.
   u32 SectorsInBlock(u64 block) const;
 

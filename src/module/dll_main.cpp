@@ -8,6 +8,7 @@
 
 #include "catalog/message_catalog.h"
 #include "io/path_locks.h"
+#include "module/delay_load.h"
 
 // The room that the run-time library keeps for exceptions thrown without memory.
 namespace __gnu_cxx {
@@ -15,6 +16,7 @@ void __freeres();
 }
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {
+  if (reason == DLL_PROCESS_ATTACH) larkspur::LoadDelayedFromSystemFolder();
   if (reason == DLL_PROCESS_DETACH && !processEnds) {
     larkspur::ReleaseMessages();
     larkspur::ReleasePathLocks();

@@ -6,6 +6,7 @@
 // platform::LastFailure(). Paths are UTF-16, zero-terminated; on Windows long ones and those with
 // any letters work as they are, on POSIX they are the bytes that base/path_text.h makes of them.
 
+#include <compare>
 #include <optional>
 #include <string>
 
@@ -29,6 +30,9 @@ FileHandle OpenExistingFile(const char16_t* path, u32 mode);
 // Makes a file for reading and writing; an existing one is emptied. kNoFile on failure.
 FileHandle CreateEmptyFile(const char16_t* path);
 
+// The same under a name that nothing has yet; kNoFile where anything has it, be it a link.
+FileHandle CreateNewFile(const char16_t* path);
+
 void CloseFile(FileHandle file);
 
 // One transfer of `length` bytes at byte `offset`: the bytes moved, 0 at the end or on failure.
@@ -38,6 +42,11 @@ u32 WriteFileAt(FileHandle file, const void* buffer, u32 length, u64 offset);
 // Bytes in the file or block device; 0 on failure.
 u64 FileSize(FileHandle file);
 bool SetFileSize(FileHandle file, u64 bytes);
+
+// Has the file system set room aside for [offset, offset+bytes), which lies inside the file, so
+// that writing there does not fail for lack of it; where it cannot, asks whether there is as much
+// free. False when there is not: the last failure is then one that IsDiskFull knows.
+bool ReserveRoom(FileHandle file, u64 offset, u64 bytes);
 
 // Makes holes of a new file cost no room where the file system offers that.
 void MakeSparse(FileHandle file);
@@ -65,7 +74,13 @@ bool SetFileTimes(FileHandle file, const FileTimes& times);
 enum class LockAnswer { kLocked, kHeldElsewhere, kUnsupported };
 LockAnswer LockFileAlone(FileHandle file);
 
-// Whether both handles are of one file, whatever names they were opened by.
+// Tells a file from all others of this machine, whatever name it was opened by.
+struct FileIdentity {
+  u64 volume;
+  u64 file;
+  auto operator<=>(const FileIdentity&) const = default;
+};
+std::optional<FileIdentity> IdentityOf(FileHandle file);
 bool IsSameFile(FileHandle one, FileHandle other);
 
 // The same of two paths; false when either cannot be opened for reading.
@@ -81,6 +96,9 @@ PathKind KindOfPath(const char16_t* path);
 // Gives a file another name, in the same folder; false when that name is taken.
 bool RenameToUnused(const char16_t* from, const char16_t* to);
 bool RemoveFile(const char16_t* path);
+
+// Flushes to disk which names the folder of `path` has. True as well where folders cannot be asked.
+bool SyncFolderOf(const char16_t* path);
 
 // Bytes that the caller may still write on the file system of an existing file or folder.
 std::optional<u64> FreeBytes(const char16_t* path);

@@ -15,7 +15,9 @@ namespace larkspur::platform {
 // The program's arguments after its name, in the encoding of base/path_text.h.
 std::vector<std::string> ProgramArguments(int argc, char** argv);
 
-// Sets standard output and error up: bytes go out as they are, UTF-8 shows as letters.
+// To be called before anything is opened. Bytes go out as they are, UTF-8 shows as letters; a
+// stream that the caller had closed fails when it is used, and no file gets its number; what nobody
+// reads any more fails as well, and does not end the program.
 void PrepareStandardStreams();
 
 bool IsErrorOutputATerminal();
@@ -24,8 +26,9 @@ bool IsOutputATerminal();
 // The terminal's width in characters; 80 where there is none.
 u32 TerminalColumns();
 
-// A flag that Ctrl-C (and a request to terminate) sets. The first one only sets the flag; a second
-// ends the program at once. Lives as long as the program.
+// A flag that Ctrl-C (and a request to terminate) sets, unless the caller had it ignored, as nohup
+// does. The first one only sets the flag; a second ends the program at once. Lives as long as the
+// program.
 const std::atomic<bool>& InterruptFlag();
 
 }  // namespace larkspur::platform

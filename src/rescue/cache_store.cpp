@@ -7,23 +7,23 @@ namespace larkspur {
 bool CacheStore::Visit(SectorRange range, const ExtentVisitor& visit) {
   bool isKnown = true;
   m_image->VisitExtents(range.first, range.count, [&](u64 start, u64 sectors, SectorStatus status) {
-    isKnown = status != static_cast<SectorStatus>(255);
+    isKnown = status != kUnknown;
     return isKnown && visit(start, sectors, status);
   });
   return isKnown;
 }
 
 bool CacheStore::MakeRoom(SectorRange range) {
-  return range.count > 0;  // TMP
+  return m_image->MakeRoom(range.first, range.count);
 }
 
 bool CacheStore::Store(u64 first, const u8* data, u32 count, bool evenUnreadable) {
-  return m_image->Write(first, data, count) == count && !evenUnreadable;
+  return (evenUnreadable ? m_image->StoreOver(first, data, count)
+                         : m_image->Write(first, data, count)) == count;
 }
 
 bool CacheStore::MarkUnreadable(SectorRange range) {
-  for (u64 s = range.first; s < range.End(); ++s) m_image->MarkSectorBad(s);
-  return true;
+  return m_image->MarkUnreadable(range.first, range.count);
 }
 
 bool CacheStore::Load(u64 first, u8* data, u32 count) {

@@ -107,7 +107,33 @@ TEST_F(DefineStorageTest, RefusesACacheOnWhichAnotherRunIsWorking) {
   const platform::OwnedFile held(
       platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
   ASSERT_EQ(platform::LockFileAlone(held.Handle()), platform::LockAnswer::kLocked);
+  EXPECT_EQ(Define(kSectors), DefineAnswer::kHeldElsewhere);
+}
+
+TEST_F(DefineStorageTest, HoldsTheCacheUntilTheLastCloneIsGone) {
+  Defined defined = DefineStorage(SourceOf(kSectors).get(), m_path);
+  ASSERT_EQ(defined.answer, DefineAnswer::kDefined);
+  EXPECT_EQ(Define(kSectors), DefineAnswer::kHeldElsewhere);
+  Owned<cBaseIO> clone(defined.storage->Clone());
+  defined.storage.reset();
+  EXPECT_EQ(Define(kSectors), DefineAnswer::kHeldElsewhere);
+  clone.reset();
+  EXPECT_EQ(Define(kSectors), DefineAnswer::kDefined);
+}
+
+TEST_F(DefineStorageTest, RefusesACacheThatWasCutByWholeRecords) {
+  constexpr u64 kRecordBytes = 129 * kSectorBytes;
+  {
+    auto script = std::make_shared<fakes::SourceScript>(kSectors);
+    Defined defined = DefineStorage(fakes::SourceOn(script).get(), m_path);
+    std::vector<u8> buffer(kSectors * kSectorBytes);
+    ASSERT_EQ(defined.storage->Read(buffer.data(), kSectors), kSectors);
+  }
+  std::vector<u8> bytes = fakes::ReadWholeFile(m_path);
+  bytes.resize(bytes.size() - 3 * kRecordBytes);
+  ASSERT_TRUE(fakes::WriteWholeFile(m_path, bytes));
   EXPECT_EQ(Define(kSectors), DefineAnswer::kCacheFailed);
+  EXPECT_EQ(fakes::ReadWholeFile(m_path), bytes);
 }
 
 TEST_F(DefineStorageTest, ReadsAForeignStorageThroughItsSlotsAlone) {

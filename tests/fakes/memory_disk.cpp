@@ -11,8 +11,12 @@ namespace larkspur::fakes {
 
 bool MemoryStore::Begin(char kind, u64 offset, u64 length) {
   ++operations;
-  const bool fails = failAt != 0 && (operations == failAt || (failForGood && operations > failAt));
-  if (keepLog && !fails) log.push_back({kind, offset, length});
+  const bool scripted =
+      failAt != 0 && (operations == failAt || (failForGood && operations > failAt));
+  const bool unreadable =
+      kind == 'R' && offset < unreadableEnd && unreadableFirst < offset + length;
+  const bool fails = scripted || unreadable;
+  if (keepLog && !fails) log.push_back({kind, offset, length, {}});
   return !fails;
 }
 
@@ -55,6 +59,10 @@ u32 cMemoryDisk::Read(void* buffer, u32 count, cBitMap* presence) {
 
 bool cMemoryDisk::WriteAt(u64 offset, const void* buffer, u64 length) {
   const bool whole = m_store->Begin('W', offset, length);
+  if (whole && m_store->keepLog && m_store->keepData) {
+    const u8* const bytes = static_cast<const u8*>(buffer);
+    m_store->log.back().data.assign(bytes, bytes + length);
+  }
   const u64 torn = (offset + length / 2) / kSectorBytes * kSectorBytes;
   const u64 kept = whole ? length : m_store->tearWrites && torn > offset ? torn - offset : 0;
   if (kept > 0) std::memcpy(&m_store->bytes[offset], buffer, kept);

@@ -19,6 +19,7 @@ struct MemoryOperation {
   char kind;   // 'R' read, 'W' write, 'G' growth or cut
   u64 offset;  // bytes; of a growth: the new size
   u64 length;
+  std::vector<u8> data = {};  // of a write, with keepData
 };
 
 struct MemoryStore {
@@ -30,10 +31,14 @@ struct MemoryStore {
   u64 operations = 0;
   u64 failAt = 0;
   bool failForGood = false;
+  // Reads that touch the bytes from `unreadableFirst` to before `unreadableEnd` fail.
+  u64 unreadableFirst = 0;
+  u64 unreadableEnd = 0;
   // A failing write leaves its first sectors behind, as a disk does.
   bool tearWrites = false;
 
   bool keepLog = false;
+  bool keepData = false;
   std::vector<MemoryOperation> log;
 
   u64 Sectors() const { return bytes.size() / kSectorBytes; }

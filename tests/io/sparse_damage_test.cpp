@@ -150,13 +150,13 @@ TEST(DamagedImage, PromisesOfEndlessBlocksCostNothing) {
   }
 }
 
-TEST(DamagedImage, RecordsBehindTheEndHoldNothing) {
+TEST(DamagedImage, OfRecordsPastTheEndNothingIsKnown) {
   const auto store = fakes::MakeStore();
   store->bytes = SmallImage();
   StoreLe32(&store->bytes[512], 1000);
   const auto image = fakes::OpenImage(store);
   EXPECT_EQ(fakes::Presence(image.get(), 0, 8), "00001100");
-  EXPECT_EQ(fakes::Statuses(image.get(), 0, 8), "....pp..");
+  EXPECT_EQ(fakes::Statuses(image.get(), 0, 8), "????pp..");
   const std::vector<u8> data = fakes::Pattern(0, 1);
   EXPECT_EQ(image->Write(0, data.data(), 1), 0u) << "refused, not stored elsewhere";
   EXPECT_FALSE(image->MarkSectorBad(0));

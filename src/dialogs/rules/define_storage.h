@@ -3,7 +3,8 @@
 #pragma once
 
 // From a source and the path of its cache to the read-once storage over both. An existing cache is
-// gone on with, a new one is made, and any other file is left as it is.
+// resumed, a new one is made, and any other file is left as it is. The storage and its clones keep
+// other runs away from the cache while they live.
 
 #include <string>
 
@@ -21,14 +22,16 @@ enum class DefineAnswer {
   kDefined,
   kSourceMissing,
   kPathMissing,
-  kWrongSize,    // the cache was made of a storage with another sector count
-  kCacheFailed,  // every other failure of the cache
-  kNotAttached,  // the source gave no clone of itself
+  kHeldElsewhere,  // another storage or run is working on the cache
+  kWrongSize,      // the cache was made of a storage with another sector count
+  kCacheFailed,    // every other failure of the cache
+  kNotAttached,    // the source gave no clone of itself
 };
 
 struct Defined {
   DefineAnswer answer = DefineAnswer::kNotAttached;
   Owned<cReadOnceIO> storage;  // when defined
+  u32 systemError = 0;         // when the cache is held elsewhere: what the system calls that
 };
 
 // `source` may be of any class and stays the caller's; null when none is chosen. A cache file that

@@ -42,14 +42,23 @@ FileHandle RefuseFolder(int descriptor) {
   return kNoFile;
 }
 
+FileHandle CreateFileWith(const char16_t* path, int flags) {
+  const int descriptor =
+      open(Utf8FromWide(path).c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK | flags, 0666);
+  if (descriptor < 0) RememberErrno();
+  return descriptor;
+}
+
 timespec TimeOrKeep(const std::optional<i64>& seconds) {
   return seconds ? timespec{*seconds, 0} : timespec{0, UTIME_OMIT};
 }
 
-u32 Moved(ssize_t bytes) {
-  if (bytes >= 0) return static_cast<u32>(bytes);
-  RememberErrno();
-  return 0;
+// What `call` answers once no signal interrupts it any more: until then it has done nothing.
+template <typename Call>
+auto Uninterrupted(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
 }
 
 }  // namespace
@@ -70,10 +79,11 @@ FileHandle OpenExistingFile(const char16_t* path, u32 mode) {
 }
 
 FileHandle CreateEmptyFile(const char16_t* path) {
-  const int descriptor =
-      open(Utf8FromWide(path).c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666);
-  if (descriptor < 0) RememberErrno();
-  return descriptor;
+  return CreateFileWith(path, O_TRUNC);
+}
+
+FileHandle CreateNewFile(const char16_t* path) {
+  return CreateFileWith(path, O_EXCL | O_NOFOLLOW);
 }
 
 void CloseFile(FileHandle file) {
@@ -81,13 +91,24 @@ void CloseFile(FileHandle file) {
 }
 
 u32 ReadFileAt(FileHandle file, void* buffer, u32 length, u64 offset) {
-  return Moved(pread(Descriptor(file), buffer, length, static_cast<off_t>(offset)));
+  const ssize_t moved = Uninterrupted(
+      [&] { return pread(Descriptor(file), buffer, length, static_cast<off_t>(offset)); });
+  if (moved < 0) RememberErrno();
+  return moved < 0 ? 0 : static_cast<u32>(moved);
 }
 
 u32 WriteFileAt(FileHandle file, const void* buffer, u32 length, u64 offset) {
-  const u32 moved = Moved(pwrite(Descriptor(file), buffer, length, static_cast<off_t>(offset)));
-  // A file takes a part of a write only when there is no room for all of it, and does not say so.
-  if (moved > 0 && moved < length) SetLastFailure(ENOSPC);
+  u32 moved = 0;
+  while (moved < length) {
+    // A file takes a part of a write when there is no room for all of it; why, it says at the next.
+    const ssize_t part = Uninterrupted([&] {
+      return pwrite(Descriptor(file), static_cast<const u8*>(buffer) + moved, length - moved,
+                    static_cast<off_t>(offset + moved));
+    });
+    if (part < 0) RememberErrno();
+    if (part <= 0) break;
+    moved += static_cast<u32>(part);
+  }
   return moved;
 }
 
@@ -101,7 +122,28 @@ u64 FileSize(FileHandle file) {
 }
 
 bool SetFileSize(FileHandle file, u64 bytes) {
-  return Succeeded(ftruncate(Descriptor(file), static_cast<off_t>(bytes)));
+  return Succeeded(
+      Uninterrupted([&] { return ftruncate(Descriptor(file), static_cast<off_t>(bytes)); }));
+}
+
+bool ReserveRoom(FileHandle file, u64 offset, u64 bytes) {
+  const int result = Uninterrupted([&] {
+    return fallocate(Descriptor(file), FALLOC_FL_KEEP_SIZE, static_cast<off_t>(offset),
+                     static_cast<off_t>(bytes));
+  });
+  if (result == 0) return true;
+  RememberErrno();
+  if (IsDiskFull(LastFailure()) || errno == EIO) return false;
+  // A file system that does not know the call: the room is there when the file has no holes, or
+  // should be when as much is free.
+  struct stat status;
+  struct statvfs room;
+  if (fstat(Descriptor(file), &status) == 0 && status.st_blocks * 512 >= status.st_size)
+    return true;
+  if (fstatvfs(Descriptor(file), &room) != 0) return true;
+  if (static_cast<u64>(room.f_bavail) * room.f_frsize >= bytes) return true;
+  SetLastFailure(ENOSPC);
+  return false;
 }
 
 void MakeSparse(FileHandle) {}  // every POSIX file may have holes
@@ -116,7 +158,7 @@ std::optional<DataStretch> NextData(FileHandle file, u64 from) {
 }
 
 bool SyncFile(FileHandle file) {
-  return Succeeded(fsync(Descriptor(file)));
+  return Succeeded(Uninterrupted([&] { return fsync(Descriptor(file)); }));
 }
 
 bool SetFileTimes(FileHandle file, const FileTimes& times) {
@@ -130,10 +172,15 @@ LockAnswer LockFileAlone(FileHandle file) {
   return errno == EWOULDBLOCK ? LockAnswer::kHeldElsewhere : LockAnswer::kUnsupported;
 }
 
+std::optional<FileIdentity> IdentityOf(FileHandle file) {
+  struct stat status;
+  if (!Succeeded(fstat(Descriptor(file), &status))) return std::nullopt;
+  return FileIdentity{status.st_dev, status.st_ino};
+}
+
 bool IsSameFile(FileHandle one, FileHandle other) {
-  struct stat a, b;
-  return fstat(Descriptor(one), &a) == 0 && fstat(Descriptor(other), &b) == 0 &&
-         a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+  const auto identity = IdentityOf(one);
+  return identity && identity == IdentityOf(other);
 }
 
 bool AreSameFile(const char16_t* one, const char16_t* other) {
@@ -171,6 +218,16 @@ bool RenameToUnused(const char16_t* from, const char16_t* to) {
 
 bool RemoveFile(const char16_t* path) {
   return Succeeded(unlink(Utf8FromWide(path).c_str()));
+}
+
+bool SyncFolderOf(const char16_t* path) {
+  std::string folder = Utf8FromWide(path);
+  const size_t slash = folder.rfind('/');
+  folder = slash == std::string::npos ? "." : folder.substr(0, slash + 1);
+  const OwnedFile opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!opened.IsOpen()) return Succeeded(errno == EACCES ? 0 : -1);  // it may be written only
+  if (fsync(Descriptor(opened.Handle())) == 0) return true;
+  return Succeeded(errno == EINVAL || errno == ENOTSUP || errno == EROFS ? 0 : -1);
 }
 
 std::optional<u64> FreeBytes(const char16_t* path) {

@@ -2,6 +2,9 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "platform/terminal.h"
 
+#include <cerrno>
+
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -17,6 +20,20 @@ void OnSignal(int number) {
   signal(number, SIG_DFL);
 }
 
+// Else the next file to be opened, such as the cache, would be what is printed to. Opened the wrong
+// way round, so that using the stream fails as it does when it is closed.
+void FillStream(int stream) {
+  if (fcntl(stream, F_GETFD) >= 0 || errno != EBADF) return;
+  const int made = open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  if (made >= 0 && made != stream) close(made);
+}
+
+void CatchUnlessIgnored(int number) {
+  struct sigaction current;
+  if (sigaction(number, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) return;
+  signal(number, OnSignal);
+}
+
 }  // namespace
 
 std::vector<std::string> ProgramArguments(int argc, char** argv) {
@@ -24,6 +41,8 @@ std::vector<std::string> ProgramArguments(int argc, char** argv) {
 }
 
 void PrepareStandardStreams() {
+  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) FillStream(stream);
+  signal(SIGPIPE, SIG_IGN);
   signal(SIGXFSZ, SIG_IGN);  // a file-size limit is then an error of the write, which we report
 }
 
@@ -42,7 +61,7 @@ u32 TerminalColumns() {
 
 const std::atomic<bool>& InterruptFlag() {
   static const bool installed = [] {
-    for (int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, OnSignal);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) CatchUnlessIgnored(number);
     return true;
   }();
   static_cast<void>(installed);

@@ -33,6 +33,20 @@ FileHandle Opened(HANDLE handle) {
   return reinterpret_cast<FileHandle>(handle);
 }
 
+FileHandle CreateFileWith(const char16_t* path, DWORD disposition) {
+  return Opened(CreateFileW(NativePath(path).c_str(), GENERIC_READ | GENERIC_WRITE,
+                            FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, disposition,
+                            FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+// Bytes that the caller may still write beside an open file; none when the system does not tell.
+std::optional<u64> FreeBytesBeside(HANDLE file) {
+  wchar_t path[32768];
+  const DWORD length = GetFinalPathNameByHandleW(file, path, 32768, 0);
+  if (length == 0 || length >= 32768) return std::nullopt;
+  return FreeBytes(reinterpret_cast<const char16_t*>(path));
+}
+
 OVERLAPPED At(u64 offset) {
   OVERLAPPED place{};
   place.Offset = static_cast<DWORD>(offset);
@@ -62,9 +76,11 @@ FileHandle OpenExistingFile(const char16_t* path, u32 mode) {
 }
 
 FileHandle CreateEmptyFile(const char16_t* path) {
-  return Opened(CreateFileW(NativePath(path).c_str(), GENERIC_READ | GENERIC_WRITE,
-                            FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS,
-                            FILE_ATTRIBUTE_NORMAL, nullptr));
+  return CreateFileWith(path, CREATE_ALWAYS);
+}
+
+FileHandle CreateNewFile(const char16_t* path) {
+  return CreateFileWith(path, CREATE_NEW);
 }
 
 void CloseFile(FileHandle file) {
@@ -98,6 +114,19 @@ bool SetFileSize(FileHandle file, u64 bytes) {
   end.QuadPart = static_cast<LONGLONG>(bytes);
   return Succeeded(SetFilePointerEx(Handle(file), end, nullptr, FILE_BEGIN)) &&
          Succeeded(SetEndOfFile(Handle(file)));
+}
+
+bool ReserveRoom(FileHandle file, u64 offset, u64 bytes) {
+  // The file systems of Windows give a file its clusters when it grows, but for sparse files.
+  FILE_STANDARD_INFO info;
+  if (GetFileInformationByHandleEx(Handle(file), FileStandardInfo, &info, sizeof info) &&
+      static_cast<u64>(info.AllocationSize.QuadPart) >= offset + bytes) {
+    return true;
+  }
+  const auto room = FreeBytesBeside(Handle(file));
+  if (!room || *room >= bytes) return true;
+  SetLastFailure(ERROR_DISK_FULL);
+  return false;
 }
 
 void MakeSparse(FileHandle file) {
@@ -144,12 +173,16 @@ LockAnswer LockFileAlone(FileHandle file) {
   return held ? LockAnswer::kHeldElsewhere : LockAnswer::kUnsupported;
 }
 
+std::optional<FileIdentity> IdentityOf(FileHandle file) {
+  BY_HANDLE_FILE_INFORMATION info;
+  if (!Succeeded(GetFileInformationByHandle(Handle(file), &info))) return std::nullopt;
+  return FileIdentity{info.dwVolumeSerialNumber,
+                      u64{info.nFileIndexHigh} << 32 | info.nFileIndexLow};
+}
+
 bool IsSameFile(FileHandle one, FileHandle other) {
-  BY_HANDLE_FILE_INFORMATION a, b;
-  return GetFileInformationByHandle(Handle(one), &a) &&
-         GetFileInformationByHandle(Handle(other), &b) &&
-         a.dwVolumeSerialNumber == b.dwVolumeSerialNumber && a.nFileIndexHigh == b.nFileIndexHigh &&
-         a.nFileIndexLow == b.nFileIndexLow;
+  const auto identity = IdentityOf(one);
+  return identity && identity == IdentityOf(other);
 }
 
 bool AreSameFile(const char16_t* one, const char16_t* other) {
@@ -175,11 +208,16 @@ PathKind KindOfPath(const char16_t* path) {
 }
 
 bool RenameToUnused(const char16_t* from, const char16_t* to) {
-  return Succeeded(MoveFileExW(NativePath(from).c_str(), NativePath(to).c_str(), 0));
+  return Succeeded(
+      MoveFileExW(NativePath(from).c_str(), NativePath(to).c_str(), MOVEFILE_WRITE_THROUGH));
 }
 
 bool RemoveFile(const char16_t* path) {
   return Succeeded(DeleteFileW(NativePath(path).c_str()));
+}
+
+bool SyncFolderOf(const char16_t*) {
+  return true;  // RenameToUnused has the system write it through
 }
 
 std::optional<u64> FreeBytes(const char16_t* path) {

@@ -34,8 +34,9 @@ std::vector<std::string> ProgramArguments(int, char**) {
 }
 
 void PrepareStandardStreams() {
-  _setmode(_fileno(stdout), _O_BINARY);
-  _setmode(_fileno(stderr), _O_BINARY);
+  for (FILE* const stream : {stdout, stderr}) {
+    if (_fileno(stream) >= 0) _setmode(_fileno(stream), _O_BINARY);  // below 0: closed
+  }
   SetConsoleOutputCP(CP_UTF8);
 }
 

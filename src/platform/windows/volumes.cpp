@@ -10,6 +10,8 @@
 
 #include <winnetwk.h>
 
+#include "platform/windows/system_library.h"
+
 namespace larkspur::platform {
 namespace {
 
@@ -41,8 +43,7 @@ class QuietDrives {
 // The network library, loaded only when somebody asks: few do.
 class NetworkLibrary {
  public:
-  NetworkLibrary() : m_library(LoadLibraryExW(L"mpr.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)) {
-    if (!m_library) m_library = LoadLibraryW(L"mpr.dll");  // systems that lack the flag
+  NetworkLibrary() : m_library(LoadSystemLibrary(L"mpr.dll")) {
     if (!m_library) return;
     Find("WNetOpenEnumW", &openEnum);
     Find("WNetEnumResourceW", &enumResource);

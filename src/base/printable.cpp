@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "base/printable.h"
+
+#include "base/types.h"
+
+namespace larkspur {
+namespace {
+
+// The length of the well-formed character that the bytes begin with; 0 when there is none.
+size_t CharacterLength(std::string_view text) {
+  const auto byte = [&text](size_t i) { return static_cast<u8>(text[i]); };
+  const u8 lead = byte(0);
+  if (lead < 0x80) return 1;
+  const size_t length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
+  if (length == 0 || text.size() < length) return 0;
+  for (size_t i = 1; i < length; ++i) {
+    if ((byte(i) & 0xC0) != 0x80) return 0;
+  }
+  const u8 second = byte(1);
+  const bool isOverlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
+  const bool isNoCharacter = (lead == 0xED && second >= 0xA0) || (lead == 0xF4 && second >= 0x90);
+  return isOverlong || isNoCharacter ? 0 : length;
+}
+
+bool IsControl(std::string_view character) {
+  const u8 lead = static_cast<u8>(character[0]);
+  if (character.size() == 1) return lead < 0x20 || lead == 0x7F;
+  return lead == 0xC2 && static_cast<u8>(character[1]) < 0xA0;
+}
+
+}  // namespace
+
+std::string Printable(std::string_view text, std::string_view kept) {
+  std::string shown;
+  shown.reserve(text.size());
+  while (!text.empty()) {
+    const size_t length = CharacterLength(text);
+    const std::string_view character = text.substr(0, length > 0 ? length : 1);
+    const bool isKept = kept.find(character[0]) != std::string_view::npos;
+    if (length == 0 || (IsControl(character) && !isKept)) {
+      shown += '?';
+    } else {
+      shown += character;
+    }
+    text.remove_prefix(character.size());
+  }
+  return shown;
+}
+
+}  // namespace larkspur

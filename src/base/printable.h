@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// Texts from disks, drives and file names, for people to read. They may hold anything: a terminal
+// would obey their control characters, and XML knows none.
+
+#include <string>
+#include <string_view>
+
+namespace larkspur {
+
+// The UTF-8 text with '?' for each control character, but for those in `kept`, and for each byte
+// that is no UTF-8.
+std::string Printable(std::string_view text, std::string_view kept = {});
+
+}  // namespace larkspur

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "imaging/output_file.h"
+
+#include <algorithm>
+
+#include "platform/disk_use.h"
+#include "platform/system_error.h"
+
+namespace larkspur {
+namespace {
+
+using platform::OwnedFile;
+using platform::PathKind;
+
+constexpr size_t kTransferBytes = 1 << 20;
+
+OutputFile Answered(OutputAnswer answer) {
+  return {answer, platform::LastFailure(), {}};
+}
+
+OutputFile Opened(OwnedFile file) {
+  if (!file.IsOpen()) return Answered(OutputAnswer::kCannotMake);
+  return {OutputAnswer::kOpened, 0, std::move(file)};
+}
+
+// The existing file, emptied; a cache that a run is working on is locked and stays as it is.
+OutputFile Replace(const std::u16string& path) {
+  OwnedFile file(
+      platform::OpenExistingFile(path.c_str(), platform::kOpenRead | platform::kOpenWrite));
+  if (!file.IsOpen()) return Answered(OutputAnswer::kCannotMake);
+  if (platform::LockFileAlone(file.Handle()) == platform::LockAnswer::kHeldElsewhere) {
+    return Answered(OutputAnswer::kInUse);
+  }
+  platform::SetLastFailure(0);
+  if (!platform::SetFileSize(file.Handle(), 0)) return Answered(OutputAnswer::kCannotMake);
+  return Opened(std::move(file));
+}
+
+}  // namespace
+
+OutputFile OpenOutputFile(const std::u16string& path, bool replace,
+                          std::initializer_list<std::u16string> inputs) {
+  platform::SetLastFailure(0);
+  const PathKind kind = platform::KindOfPath(path.c_str());
+  if (kind == PathKind::kFolder) return Answered(OutputAnswer::kFolder);
+  if (kind == PathKind::kDevice || kind == PathKind::kOther) return Answered(OutputAnswer::kDevice);
+  if (kind == PathKind::kUnknown) return Answered(OutputAnswer::kCannotMake);
+  for (const std::u16string& input : inputs) {
+    if (input.empty()) continue;
+    if (kind == PathKind::kFile && platform::AreSameFile(path.c_str(), input.c_str())) {
+      return Answered(OutputAnswer::kInput);
+    }
+    if (platform::IsFileOnDisk(path.c_str(), input.c_str())) {
+      return Answered(OutputAnswer::kOnSourceDisk);
+    }
+  }
+  platform::SetLastFailure(0);
+  if (kind == PathKind::kAbsent) return Opened(OwnedFile(platform::CreateNewFile(path.c_str())));
+  return replace ? Replace(path) : Answered(OutputAnswer::kExists);
+}
+
+bool WriteOutput(const OwnedFile& file, std::string_view bytes) {
+  for (size_t done = 0; done < bytes.size();) {
+    const u32 wanted = static_cast<u32>(std::min(bytes.size() - done, kTransferBytes));
+    const u32 written = platform::WriteFileAt(file.Handle(), bytes.data() + done, wanted, done);
+    if (written == 0) return false;
+    done += written;
+  }
+  return platform::SyncFile(file.Handle());
+}
+
+}  // namespace larkspur

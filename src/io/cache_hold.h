@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// Keeps other runs away from a cache file while it lives, and flushes the file to disk. Shared by
+// all who work on the cache in this process; any thread may call.
+
+#include <atomic>
+
+#include "platform/owned_file.h"
+
+namespace larkspur {
+
+class CacheHold {
+ public:
+  static constexpr double kSyncSeconds = 30;
+
+  // A handle that is open for writing, and locked where the file system has locks.
+  explicit CacheHold(platform::OwnedFile file);
+
+  platform::FileHandle Handle() const { return m_file.Handle(); }
+  bool Sync() { return platform::SyncFile(m_file.Handle()); }
+
+  // For those who store as they are asked, without a run that has an end: NoteStored flushes when
+  // the last time was kSyncSeconds ago, SyncNoted what was noted and not flushed since.
+  void NoteStored();
+  void SyncNoted();
+
+ private:
+  const platform::OwnedFile m_file;
+  std::atomic<bool> m_noted{false};
+  std::atomic<double> m_lastSync;
+};
+
+}  // namespace larkspur
