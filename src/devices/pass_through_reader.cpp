@@ -46,6 +46,23 @@ FailureKind KindOfNotReady(const SenseData& sense) {
   return isComing ? FailureKind::kTransport : FailureKind::kGone;
 }
 
+// A drive aborts a command for what went wrong on the cable, and for all that it has no other word
+// for: many call a sector so that they cannot read.
+FailureKind KindOfAborted(const SenseData& sense) {
+  constexpr u8 kOnTheWay[] = {
+      0x08,  // communication with the unit
+      0x29,  // reset
+      0x2F,  // commands cleared by another initiator
+      0x47,  // parity or CRC
+      0x48,  // detected by the initiator
+      0x4A,  // command phase
+      0x4B,  // data phase
+      0x4E,  // overlapped commands
+  };
+  const bool isOnTheWay = std::count(std::begin(kOnTheWay), std::end(kOnTheWay), sense.asc) > 0;
+  return isOnTheWay ? FailureKind::kTransport : FailureKind::kUnclear;
+}
+
 FailureKind KindOfKey(const SenseData& sense, bool isRemovable, bool* isTaken) {
   switch (sense.key) {
     case kNotReady:
@@ -60,9 +77,10 @@ FailureKind KindOfKey(const SenseData& sense, bool isRemovable, bool* isTaken) {
     case kUnitAttention:
       return sense.asc == kMediumMayHaveChanged && isRemovable ? FailureKind::kGone
                                                                : FailureKind::kTransport;
+    case kAbortedCommand:
+      return KindOfAborted(sense);
     case kHardwareError:
     case kCopyAborted:
-    case kAbortedCommand:
       return FailureKind::kTransport;
     case kDataProtect:
       return FailureKind::kSystem;

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/path_text.h"
+#include "devices/descriptor_text.h"
 #include "devices/device_kind.h"
 #include "devices/device_query.h"
 #include "devices/device_system.h"
@@ -46,6 +47,7 @@ std::unique_ptr<cAskedDevice> cAskedDevice::Open(const std::u16string& path, cBa
   device->m_path = path;
   device->TakeIdentity(drive);
   if (!device->OpenByPath()) return nullptr;
+  device->m_names = NamesOf(*device->m_device);
   SourceIdentity& identity = device->m_identity;
   identity.physicalSectorBytes =
       device->IsOdd() ? kSectorBytes
@@ -177,6 +179,8 @@ bool cAskedDevice::Reconnect(double seconds) {
 }
 
 bool cAskedDevice::ReconnectAt(const std::u16string& path) {
+  const auto present = Devices().Open(path.c_str(), kAccessQuery);
+  if (!present || NamesOf(*present) != m_names) return false;
   const Owned<cBaseIO> drive = OpenDrive(path);
   if (!drive) return false;
   const SourceIdentity before = m_identity;
@@ -197,7 +201,18 @@ bool cAskedDevice::ReconnectAt(const std::u16string& path) {
 }
 
 bool cAskedDevice::ReconnectAnywhere() {
-  return false;
+  if (m_names.serial.empty()) return false;
+  const auto paths = Devices().DiskPaths();
+  return std::any_of(paths.begin(), paths.end(), [this](const std::u16string& path) {
+    return path != m_path && ReconnectAt(path);
+  });
+}
+
+cAskedDevice::SystemNames cAskedDevice::NamesOf(Device& device) {
+  DescriptorTexts texts;
+  DescriptorText(device, &texts);
+  const auto number = QueryNumber(device);
+  return {texts.vendor, texts.model, texts.serial, number ? number->partition : 0};
 }
 
 }  // namespace larkspur

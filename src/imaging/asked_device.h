@@ -40,13 +40,24 @@ class cAskedDevice final : public AskedSource {
   FailureKind Refined(FailureKind kind);
   bool HasOtherMedium(bool asksDrive);
 
-  // Opens what is at `path` when it is the same drive as before.
+  // Opens what is at `path` when it is the same drive as before. A drive that the system calls by
+  // other names is not asked.
   bool ReconnectAt(const std::u16string& path);
+  // A drive that is plugged in again may have another path; by its serial number it is found.
   bool ReconnectAnywhere();
+
+  // What the system calls a device, without asking it.
+  struct SystemNames {
+    std::u16string vendor, model, serial;
+    u32 partition = 0;
+    bool operator==(const SystemNames&) const = default;
+  };
+  static SystemNames NamesOf(platform::Device& device);
 
   SourceOptions m_options;
   std::u16string m_path;
   SourceIdentity m_identity;
+  SystemNames m_names;
   bool m_isOptical = false;
   bool m_isRemovable = false;
   std::unique_ptr<platform::Device> m_device;  // null: gone

@@ -71,6 +71,9 @@ class DeviceSystem {
   virtual bool IsOpticalDrive(const char16_t* drive) = 0;
   // The letter X by which "\\.\X:" opens the optical drive at `path`; 0 when it is none.
   virtual char16_t OpticalLetter(const char16_t* path) = 0;
+  // The paths of the disks that are present, and of their partitions where these have paths of
+  // their own; not of what is built on them.
+  virtual std::vector<std::u16string> DiskPaths() = 0;
   // The disks that are present, in the order of the system's tree.
   virtual std::vector<DiskInterface> DiskInterfaces() = 0;
   // The identifier of what a disk hangs on, such as "USB\VID_152D&PID_2338\5&2"; empty on failure.

@@ -277,6 +277,12 @@ char16_t SimulatedDevices::OpticalLetter(const char16_t* path) {
   return found && found->isOptical ? path[4] : u'\0';
 }
 
+std::vector<std::u16string> SimulatedDevices::DiskPaths() {
+  std::vector<std::u16string> paths;
+  for (const auto& drive : m_drives) paths.push_back(drive->path);
+  return paths;
+}
+
 std::vector<DiskInterface> SimulatedDevices::DiskInterfaces() {
   std::vector<DiskInterface> disks;
   for (size_t i = 0; i < m_drives.size(); ++i) {

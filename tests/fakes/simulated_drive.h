@@ -129,6 +129,7 @@ class SimulatedDevices final : public platform::DeviceSystem {
   platform::FailureKind StateOf(const char16_t* path, u64 bytes) override;
   bool IsOpticalDrive(const char16_t* drive) override;
   char16_t OpticalLetter(const char16_t* path) override;
+  std::vector<std::u16string> DiskPaths() override;
   std::vector<platform::DiskInterface> DiskInterfaces() override;
   std::u16string ParentDeviceId(u32 instance) override;
 

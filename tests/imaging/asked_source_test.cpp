@@ -217,7 +217,8 @@ TEST_F(AskedSourceTest, SenseDataDecide) {
       {"blank", sense(fakes::FixedSense(8, 0, 0)), "0 medium"},
       {"recovered", {.status = 2, .sense = fakes::FixedSense(1, 0x17, 0), .data = whole}, "8"},
       {"hardware", sense(fakes::FixedSense(4, 0x44, 0)), "0 transport"},
-      {"aborted", sense(fakes::FixedSense(11, 0x47, 0)), "0 transport"},
+      {"aborted by the cable", sense(fakes::FixedSense(11, 0x47, 0)), "0 transport"},
+      {"aborted", sense(fakes::FixedSense(11, 0, 6)), "0 unclear"},
       {"reset", sense(fakes::FixedSense(6, 0x29, 0)), "0 transport"},
       {"no medium", sense(fakes::FixedSense(2, 0x3A, 0)), "0 gone"},
       {"not ready", sense(fakes::FixedSense(2, 4, 0)), "0 gone"},
@@ -468,6 +469,35 @@ TEST_F(AskedSourceTest, PhysicalSectors) {
         << c.told << " " << c.system << " " << c.start;
     drive->path.clear();
   }
+}
+
+TEST_F(AskedSourceTest, ADriveThatComesBackAtAnotherPath) {
+  fakes::SimulatedDrive* drive = MakeScsiDrive();
+  drive->vendor = "ACME";
+  drive->serial = "SN1";
+  const Source source = Open(*drive);
+  fakes::SimulatedDrive* other = MakeScsiDrive();
+  other->path = u"\\\\.\\PhysicalDrive5";
+  other->vendor = "ACME";
+  other->serial = "SN2";
+  drive->isPresent = false;
+  EXPECT_EQ(Ask(source, 0, 8), "0 gone");
+  // Its path belongs to another one now, and it has a new one.
+  drive->path = u"\\\\.\\PhysicalDrive6";
+  other->path = u"\\\\.\\D:";
+  other->TakeLog();
+  EXPECT_FALSE(source.asked->Reconnect(0));
+  drive->isPresent = true;
+  EXPECT_TRUE(source.asked->Reconnect(0));
+  EXPECT_EQ(source.asked->Identity().path, "\\\\.\\PhysicalDrive6");
+  EXPECT_EQ(Ask(source, 0, 8), "8");
+  EXPECT_EQ(other->TakeLog().find("scsi"), std::string::npos) << "a stranger is not asked";
+  // Another partition of the same drive is not the source.
+  drive->isPresent = false;
+  Ask(source, 0, 8);
+  drive->isPresent = true;
+  drive->partition = 1;
+  EXPECT_FALSE(source.asked->Reconnect(0));
 }
 
 TEST_F(AskedSourceTest, OpeningThatFailsIsNoRefusal) {

@@ -149,6 +149,33 @@ TEST_P(LoopDevice, IsThereUntilItIsNot) {
       << "without a size there is nothing";
 }
 
+TEST_P(LoopDevice, IsGoneWithWhatItIsBuiltOn) {
+  const auto state = [this](const std::string& node) {
+    return SystemDevices().StateOf(WideFromUtf8(node).c_str(), 0);
+  };
+  const std::string file = Utf8FromWide(m_file);
+  const std::string above = FirstLine("losetup --find --show " + m_node);
+  const std::string nodes[] = {m_node, above};
+  for (const std::string& node : nodes) EXPECT_EQ(state(node), FailureKind::kNone) << node;
+  std::filesystem::resize_file(file, 100);
+  for (const std::string& node : nodes) EXPECT_EQ(state(node), FailureKind::kGone) << node;
+  std::filesystem::resize_file(file, kSectors * 512);
+  for (const std::string& node : nodes) EXPECT_EQ(state(node), FailureKind::kNone) << node;
+  std::filesystem::remove(file);
+  for (const std::string& node : nodes) EXPECT_EQ(state(node), FailureKind::kGone) << node;
+  FirstLine("losetup --detach " + above);
+}
+
+TEST_P(LoopDevice, SaysItsSectorsAndItsMedium) {
+  const auto device = Open();
+  const auto sizes = QuerySectorSizes(*device);
+  ASSERT_TRUE(sizes);
+  EXPECT_EQ(sizes->logicalBytes, GetParam());
+  EXPECT_EQ(sizes->physicalBytes, GetParam());
+  EXPECT_EQ(sizes->firstBytes, 0u);
+  EXPECT_EQ(device->MediumNumber(true), device->MediumNumber(false));
+}
+
 TEST_P(LoopDevice, IsListed) {
   for (const DeviceFacts& facts : FindDevices()) {
     if (facts.path != m_path) continue;
@@ -196,6 +223,7 @@ TEST(BlockDevices, BusesByTheirPlace) {
       {"/sys/devices/virtual/block/loop0", kBusFileBackedVirtual},
       {"/sys/devices/virtual/block/dm-0", kBusVirtual},
       {"/sys/devices/pci0/0000:00:03.0/virtio1/block/vda", kBusVirtual},
+      {"/sys/devices/pci0/0000:00:04.0/virtio2/host7/target7:0:0/7:0:0:0/block/sdf", kBusScsi},
       {"/sys/devices/pci0/host2/target2:0:0/2:0:0:0/block/sde", kBusScsi},
       {"/sys/devices/what/block/x", kBusUnknown},
   };

@@ -17,6 +17,7 @@
 #include "devices/scsi_requests.h"
 #include "fakes/simulated_drive.h"
 #include "platform/device_requests.h"
+#include "platform/failure.h"
 #include "platform/system_error.h"
 
 namespace larkspur::platform {
@@ -48,7 +49,7 @@ class ScriptedDevice final : public Device {
   }
 
   int error = 0;
-  u16 hostStatus = 0;
+  u16 hostStatus = 0, driverStatus = 0;
   u8 status = 0;
   std::vector<u8> sense, data;
   std::optional<int> residual;
@@ -63,6 +64,7 @@ class ScriptedDevice final : public Device {
     if (error) return error;
     header->status = status;
     header->host_status = hostStatus;
+    header->driver_status = driverStatus;
     const size_t moved = std::min<size_t>(data.size(), header->dxfer_len);
     if (moved > 0) std::memcpy(header->dxferp, data.data(), moved);
     header->resid = residual.value_or(0);
@@ -144,17 +146,59 @@ TEST(PassThrough, DirectionsOfData) {
 TEST(PassThrough, WhatFailsOnTheWay) {
   const struct {
     int error;
-    u16 host;
-    u32 kept;
-  } cases[] = {{ENOTTY, 0, ENOTTY}, {0, 1, ENODEV}, {0, 3, ETIMEDOUT}, {0, 7, EIO}};
+    u16 host, driver;
+    int kept;
+    FailureKind kind;
+  } cases[] = {{ENOTTY, 0, 0, ENOTTY, FailureKind::kUnclear},
+               {EIO, 0, 0, EMSGSIZE, FailureKind::kUnclear},  // too long for the adapter
+               {ENOMEM, 0, 0, ENOMEM, FailureKind::kSystem},
+               {ENODEV, 0, 0, ENODEV, FailureKind::kGone},
+               {0, 0x01, 0, ENODEV, FailureKind::kGone},
+               {0, 0x02, 0, ECOMM, FailureKind::kTransport},
+               {0, 0x03, 0, ETIMEDOUT, FailureKind::kTransport},
+               {0, 0x04, 0, ENODEV, FailureKind::kGone},
+               {0, 0x07, 0, ECOMM, FailureKind::kTransport},
+               {0, 0x08, 0, ECOMM, FailureKind::kTransport},
+               {0, 0x0E, 0, ECOMM, FailureKind::kTransport},
+               {0, 0x0F, 0, ECOMM, FailureKind::kTransport},
+               {0, 0x10, 0, EREMOTEIO, FailureKind::kTransport},
+               {0, 0x11, 0, EBADE, FailureKind::kTransport},
+               {0, 0x13, 0, ENODATA, FailureKind::kMedium},
+               {0, 0xFF, 0, ECOMM, FailureKind::kTransport},
+               {0, 0, 6, ETIMEDOUT, FailureKind::kTransport},
+               {0, 0, 0x17, ECOMM, FailureKind::kTransport}};
   for (const auto& c : cases) {
     ScriptedDevice device;
     device.error = c.error;
     device.hostStatus = c.host;
+    device.driverStatus = c.driver;
     u8 data[512];
     EXPECT_FALSE(Inquiry(device, data));
-    EXPECT_EQ(LastFailure(), c.kept);
+    EXPECT_EQ(LastFailure(), static_cast<u32>(c.kept)) << c.host << " " << c.driver;
+    EXPECT_EQ(KindOfFailure(LastFailure()), c.kind) << c.kept;
+    EXPECT_EQ(IsFormRefused(LastFailure()), c.kept == ENOTTY || c.kept == EMSGSIZE);
   }
+}
+
+// What the adapter makes of a drive's words does not stand before these.
+TEST(PassThrough, SenseDataComeBeforeTheAdaptersWords) {
+  ScriptedDevice device;
+  ScsiCommand command;
+  command.cdbLength = 6;
+  device.status = 2;
+  device.driverStatus = 8;
+  device.sense = fakes::FixedSenseAt(1234, 3, 0x11, 0);
+  for (const u16 host : {u16{0x00}, u16{0x10}, u16{0x13}}) {
+    device.hostStatus = host;
+    ASSERT_TRUE(ExecuteScsi(device, command));
+    EXPECT_EQ(DecodeSense(command).key, 3);
+    EXPECT_EQ(SenseInformation(command), 1234u);
+  }
+  device.hostStatus = 3;
+  EXPECT_FALSE(ExecuteScsi(device, command)) << "sense data of another time";
+  device.hostStatus = 0x10;
+  device.sense.clear();
+  EXPECT_FALSE(ExecuteScsi(device, command));
 }
 
 TEST(PassThrough, AtaCommandsAreTranslated) {

@@ -81,10 +81,10 @@ FailureKind StateOfBackingFile(const SysBlock& block, u64 bytes, int layers) {
 FailureKind StateOf(const SysBlock& block, u64 bytes, int layers) {
   if (!block.Exists()) return FailureKind::kGone;
   const u64 size = block.OwnNumber("size") << kSectorShift;
-  if (size == 0 || size < bytes) return FailureKind::kGone;
+  const u64 diskBytes = block.DiskNumber("size") << kSectorShift;
+  if (size == 0 || size < bytes || diskBytes == 0) return FailureKind::kGone;
   FailureKind state = StateByName(block.Disk("device/state").value_or(""));
   if (layers == 0) return state;
-  const u64 diskBytes = block.DiskNumber("size") << kSectorShift;
   state = Worse(state, StateOfBackingFile(block, diskBytes, layers - 1));
   return Worse(state, StateOfLower(block, layers - 1));
 }

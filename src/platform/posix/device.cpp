@@ -235,6 +235,7 @@ class LinuxDevices final : public DeviceSystem {
   FailureKind StateOf(const char16_t* path, u64 bytes) override;
   bool IsOpticalDrive(const char16_t* drive) override;
   char16_t OpticalLetter(const char16_t* path) override;
+  std::vector<std::u16string> DiskPaths() override;
   std::vector<DiskInterface> DiskInterfaces() override;
   std::u16string ParentDeviceId(u32 instance) override;
 };
@@ -273,6 +274,16 @@ char16_t LinuxDevices::OpticalLetter(const char16_t* path) {
     return u'\0';
   }
   return static_cast<char16_t>(u'A' + minor(status.st_rdev));
+}
+
+std::vector<std::u16string> LinuxDevices::DiskPaths() {
+  std::vector<std::u16string> paths;
+  for (const std::string& name : NamesIn("/sys/class/block")) {
+    const SysBlock block(name);
+    const bool isBuilt = block.DiskFolder().rfind("/sys/devices/virtual/", 0) == 0;
+    if (block.Exists() && !isBuilt) paths.push_back(WideFromUtf8("/dev/" + block.Name()));
+  }
+  return paths;
 }
 
 std::vector<DiskInterface> LinuxDevices::DiskInterfaces() {

@@ -15,8 +15,6 @@ namespace {
 
 constexpr u32 kMaxDataBytes = 1 << 20;
 constexpr u32 kMaxTimeoutSeconds = 3600;
-constexpr u16 kHostNoConnect = 1;
-constexpr u16 kHostTimeout = 3;
 constexpr u32 kSenseBytes = 64;
 
 bool Refuse(int error) {
@@ -28,13 +26,49 @@ bool Fits(u64 offset, u64 length, size_t room) {
   return offset <= room && length <= room - offset;
 }
 
+// What the host adapter and its driver say of a command (sg's host_status): the way to the drive,
+// unless it says what the drive itself has said.
+int HostError(u16 status) {
+  switch (status) {
+    case 0x00:  // went well
+      return 0;
+    case 0x01:  // could not connect
+    case 0x04:  // bad target
+      return ENODEV;
+    case 0x03:  // time-out
+      return ETIMEDOUT;
+    case 0x10:  // the target failed
+      return EREMOTEIO;
+    case 0x11:  // reserved by another machine
+      return EBADE;
+    case 0x12:  // no room for the allocation
+      return ENOSPC;
+    case 0x13:  // the medium failed
+      return ENODATA;
+  }
+  return ECOMM;  // busy, aborted, parity, bus error, reset, disrupted …
+}
+
+// The same of the low-level driver (driver_status), for kernels that still have one.
+int DriverError(u16 status) {
+  constexpr u16 kError = 0x0F, kTimeout = 6, kSense = 8;
+  const u16 error = status & kError;
+  return error == 0 || error == kSense ? 0 : error == kTimeout ? ETIMEDOUT : ECOMM;
+}
+
 // Sends and judges the way there and back; what the drive itself says is the caller's to read.
 bool Send(sg_io_hdr_t* header, const SendScsi& send) {
   header->interface_id = 'S';
-  if (const int error = send(header)) return Refuse(error);
-  if (header->host_status == kHostNoConnect) return Refuse(ENODEV);
-  if (header->host_status == kHostTimeout) return Refuse(ETIMEDOUT);
-  return header->host_status == 0 || Refuse(EIO);
+  if (const int error = send(header)) {
+    // The kernel says so of a request that is longer than the adapter takes: none was sent.
+    return Refuse(error == EIO ? EMSGSIZE : error);
+  }
+  constexpr u16 kFirstOfDrive = 0x10;  // host statuses from here on follow from what the drive said
+  const bool hasSense = header->status != 0 && header->sb_len_wr > 0;
+  if (hasSense && header->host_status >= kFirstOfDrive) return true;
+  const int host = HostError(header->host_status);
+  const int error = host ? host : DriverError(header->driver_status);
+  return error == 0 || Refuse(error);
 }
 
 int DirectionOf(u8 direction) {

@@ -28,8 +28,8 @@ constexpr BusSign kBusSigns[] = {
     {"/fw", kBusFireWire},
     {"/virtual/block/loop", kBusFileBackedVirtual},
     {"/virtual/", kBusVirtual},
+    {"/host", kBusScsi},  // also below virtio: that adapter carries SCSI
     {"/virtio", kBusVirtual},
-    {"/host", kBusScsi},
 };
 
 std::string Trimmed(const std::string& text) {

@@ -37,6 +37,12 @@ SysBlock::SysBlock(const std::string& name) {
   Find("/sys/class/block/" + name);
 }
 
+SysBlock SysBlock::InFolder(const std::string& folder) {
+  SysBlock block;
+  block.Find(folder);
+  return block;
+}
+
 void SysBlock::Find(const std::string& link) {
   const std::unique_ptr<char, decltype(&std::free)> real(realpath(link.c_str(), nullptr),
                                                          &std::free);
@@ -72,8 +78,7 @@ u64 SysBlock::DiskNumber(const char* file) const {
 std::vector<SysBlock> SysBlock::Lower() const {
   std::vector<SysBlock> lower;
   for (const std::string& name : NamesIn(m_disk + "/slaves")) {
-    lower.push_back(SysBlock());
-    lower.back().Find(m_disk + "/slaves/" + name);
+    lower.push_back(InFolder(m_disk + "/slaves/" + name));
   }
   return lower;
 }

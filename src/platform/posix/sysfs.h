@@ -23,6 +23,8 @@ class SysBlock {
   explicit SysBlock(dev_t device);
   // By its name, such as "sda", "sda1" or "cciss!c0d0".
   explicit SysBlock(const std::string& name);
+  // By its folder, or a link to it.
+  static SysBlock InFolder(const std::string& folder);
 
   bool Exists() const { return !m_folder.empty(); }
   std::string Name() const;

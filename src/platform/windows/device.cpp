@@ -9,6 +9,7 @@
 #include <setupapi.h>
 #include <winioctl.h>
 
+#include "platform/device_requests.h"
 #include "platform/file.h"
 #include "platform/system_error.h"
 #include "platform/windows/native_path.h"
@@ -18,6 +19,7 @@ namespace {
 
 constexpr DWORD kInstanceIdCharacters = 520;
 constexpr ULONG kParentIdCharacters = 200;
+constexpr u32 kDriveNumbers = 64;
 constexpr u32 kNoSuchDevice = 433;  // ERROR_NO_SUCH_DEVICE, which not every header has
 
 bool Succeeded(BOOL result) {
@@ -158,9 +160,15 @@ class WindowsDevices final : public DeviceSystem {
     return std::make_unique<WindowsDevice>(handle);
   }
 
-  // A removed device's name is gone, or its opening fails.
+  // A removed device's name is gone, or its opening fails; one without a medium has no geometry.
   FailureKind StateOf(const char16_t* path, u64 /*bytes*/) override {
-    return Open(path, kAccessQuery) ? FailureKind::kNone : FailureKind::kGone;
+    const auto device = Open(path, kAccessQuery);
+    if (!device) return IsInUse(LastFailure()) ? FailureKind::kNone : FailureKind::kGone;
+    u8 geometry[kGeometryBytes];
+    u32 returned = 0;
+    const bool answers = device->Control(kGetDriveGeometry, {}, geometry, &returned);
+    const bool isGone = !answers && KindOfFailure(LastFailure()) == FailureKind::kGone;
+    return isGone ? FailureKind::kGone : FailureKind::kNone;
   }
 
   bool IsOpticalDrive(const char16_t* drive) override {
@@ -171,6 +179,17 @@ class WindowsDevices final : public DeviceSystem {
     const char16_t letter = LetterOf(path);
     const char16_t drive[] = {letter, u':', u'\0'};
     return letter && IsOpticalDrive(drive) ? letter : u'\0';
+  }
+
+  std::vector<std::u16string> DiskPaths() override {
+    std::vector<std::u16string> paths;
+    for (u32 number = 0; number < kDriveNumbers; ++number) {
+      const std::string digits = std::to_string(number);
+      const std::u16string path =
+          u"\\\\.\\PhysicalDrive" + std::u16string(digits.begin(), digits.end());
+      if (Open(path.c_str(), kAccessQuery)) paths.push_back(path);
+    }
+    return paths;
   }
 
   std::vector<DiskInterface> DiskInterfaces() override {
