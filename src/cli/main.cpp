@@ -272,6 +272,11 @@ ExitStatus Run(std::vector<std::string> arguments) {
     Tell(named + ": there is no such command; larkspur --help lists them");
     return kExitUsage;
   }
+  for (const std::string& argument : arguments) {
+    if (!argument.starts_with("--") || !argument.ends_with("=")) continue;
+    Tell(Printable(argument.substr(0, argument.size() - 1)) + " needs a value after the '='");
+    return kExitUsage;
+  }
   AddCommands(&app, named, &chosen);
   try {
     std::reverse(arguments.begin(), arguments.end());  // as the parser takes them

@@ -232,6 +232,9 @@ bool Engine::ProveBy(SectorRange witness, bool isKnownGood) {
   if (isKnownGood) {
     m_progress.asked += witness.count;
     if (isAlive) AliveNow();
+    if (asked->answer.kind == FailureKind::kGone) {
+      EndOrWake(StopReason::kGone, asked->answer.code);
+    }
   } else if (StoreAnswers(asked, 1)) {
     Settle(*asked);
   }

@@ -37,7 +37,7 @@ class SlowRequests {
  private:
   static constexpr double kSlowFactor = 3;
   static constexpr double kVerySlowFactor = 30;
-  static constexpr double kLeastSeconds = 0.002;  // below it a machine's own noise is larger
+  static constexpr double kLeastSeconds = 0.005;  // below it a machine's own noise is larger
   static constexpr double kStep = 1.05;
   static constexpr u32 kFirstSamples = 5;
 

@@ -26,7 +26,8 @@ class DeviceSource : public DeviceTest {
   }
   // One run of `image`.
   StopReason Image(const fakes::SimulatedDrive& drive, const std::u16string& mapfile = {}) {
-    Source source = OpenSource(drive.path, {.testMapfile = mapfile});
+    Source source =
+        OpenSource(drive.path, {.testMapfile = mapfile, .passThrough = PassThrough::kOff});
     EXPECT_EQ(source.answer, SourceAnswer::kOpened);
     Cache cache = OpenOrCreateCache(m_cachePath, drive.path, source.sectors);
     EXPECT_EQ(cache.answer, CacheAnswer::kOpened);
@@ -65,10 +66,13 @@ TEST_F(DeviceSource, ABadPhysicalSectorCostsItselfOnly) {
     EXPECT_EQ(Image(*drive), StopReason::kDone);
     EXPECT_EQ(m_counts.unreadable, 5u * ratio);
     EXPECT_EQ(m_counts.present, 395u * ratio);
+    u64 forProof = 0;  // the last sector fails: one that is known to be good proves it
     for (const auto& [sector, times] : drive->askedTimes) {
-      EXPECT_LE(times, 2u) << "sector " << sector << " of " << sectorBytes;
+      forProof += times > 2;
+      EXPECT_LE(times, 3u) << "sector " << sector << " of " << sectorBytes;
       EXPECT_TRUE(!drive->failing.count(sector) || times >= 1);
     }
+    EXPECT_LE(forProof, 1u);
     EXPECT_TRUE(HoldsPattern(ratio, 99 * ratio));
     EXPECT_TRUE(HoldsPattern(251 * ratio, 148 * ratio));
     drive->askedTimes.clear();
@@ -95,7 +99,7 @@ TEST_F(DeviceSource, ADeviceThatVanishesEndsTheRunAndMarksNothing) {
   EXPECT_EQ(Image(*drive), StopReason::kDone);
   EXPECT_EQ(m_counts.present, 3999u);
   EXPECT_EQ(m_counts.unreadable, 1u);
-  EXPECT_EQ(drive->askedTimes.size(), 3999 - presentBefore) << "only what was missing";
+  EXPECT_LE(drive->askedTimes.size(), 3999 - presentBefore + 2) << "only what was missing";
   EXPECT_TRUE(HoldsPattern(0, 200));
   EXPECT_TRUE(HoldsPattern(201, 3799));
 }

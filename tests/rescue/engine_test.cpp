@@ -362,10 +362,12 @@ TEST_F(EngineTest, WhateverHappensTheRulesHold) {
           << "nothing is marked that is not bad, round " << round;
     }
     m_log.onWrite = nullptr;
-    // A kill at the very event of a failure costs that request once more.
+    // A kill at the very event of a failure costs that request once more, and what a dead disk
+    // refused does not count: in each of the six runs that did not end well.
     for (u64 s = 0; s < sectors; ++s) {
       const std::string witness = "\"witness\",\"start\":" + std::to_string(s) + ",";
-      ASSERT_TRUE(m_disk.asked[s] <= 8 || m_log.text.find(witness) != std::string::npos) << s;
+      ASSERT_TRUE(m_disk.asked[s] <= 2 + 2 * 6 || m_log.text.find(witness) != std::string::npos)
+          << s;
     }
     if (m_disk.bad.Sectors() < sectors) ExpectOnlyBadMissing();
   }

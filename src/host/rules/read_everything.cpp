@@ -143,11 +143,10 @@ ReadingEnd cReadEverythingJob::ReadAll() {
   StorageSource source(this);
   StorageStore store(this);
   NoLog log;
-  RescueClock clock;
   EngineOptions options;
   options.maxFailures = kMaxFailures;
   options.inThread = false;  // this is the thread
-  Engine engine(&source, &store, &log, &clock, &StopFlag(), options);
+  Engine engine(&source, &store, &log, m_clock, &StopFlag(), options);
   engine.OnProgress([this](const RescueProgress& progress) { Tell(progress); });
   if (!engine.Want(ExtentSet({0, m_sectors}))) return ReadingEnd::kCacheFailed;
   m_work = engine.Progress().domain.missing;

@@ -38,8 +38,10 @@ struct ReadingState {
 class cReadEverythingJob final : public cJob {
  public:
   // `report` gets the share of this run's work that is done, on the job's thread; it may be empty.
-  explicit cReadEverythingJob(std::function<void(double share)> report)
-      : cJob(nullptr), m_report(std::move(report)) {}
+  // `clock` outlives the job; null: the system's.
+  explicit cReadEverythingJob(std::function<void(double share)> report,
+                              RescueClock* clock = nullptr)
+      : cJob(nullptr), m_report(std::move(report)), m_clock(clock ? clock : &m_systemClock) {}
   ~cReadEverythingJob() { Stop(kPatienceMilliseconds); }
 
   // Takes clones of `storage`, its source and its map; false when the storage cannot be cloned.
@@ -64,6 +66,8 @@ class cReadEverythingJob final : public cJob {
   void Tell(const RescueProgress& progress);
 
   std::function<void(double)> m_report;
+  RescueClock m_systemClock;
+  RescueClock* m_clock;
   const cBaseIO* m_original = nullptr;
   Owned<cBaseIO> m_io;
   Owned<cKVRSparseIO> m_map;  // null: there is none
