@@ -12,8 +12,9 @@ namespace {
 enum Columns : u32 { kNameColumn, kStartColumn, kLengthColumn, kSizeColumn, kTypeColumn };
 constexpr size_t kIndent = 4;  // blanks a level
 
-// A type by its name; by its number where that has none.
+// A type by its name; by its number where it has none. The storage itself is of no type.
 std::u16string TypeText(u16 type) {
+  if (type == kTypeWholeDevice) return {};
   const std::u16string_view name = GetTypeName(type);
   return name == GetTypeName(kTypeUnknown) ? Words("{}", type) : std::u16string(name);
 }

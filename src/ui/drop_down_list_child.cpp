@@ -11,7 +11,7 @@
 namespace larkspur {
 namespace {
 
-constexpr i32 kFrame = 6;  // units of the control's height around its text
+constexpr i32 kUsualHeight = 22, kFrame = 6;  // units; the frame is what lies around the text
 constexpr WPARAM kTheField = static_cast<WPARAM>(-1);
 constexpr WPARAM kRowsShown = 12;
 constexpr i32 kTextMargin = 2, kAroundText = 12;  // units
@@ -58,7 +58,8 @@ std::u16string cDropDownListChild::RowText(int row) const {
 
 void cDropDownListChild::OnScale() {
   // The control's height follows from that of its field, whatever the layout asks for.
-  const i32 field = Theme().Pixels(Place().height - kFrame);
+  const i32 height = Place().height > 0 ? Place().height : kUsualHeight;
+  const i32 field = Theme().Pixels(height - kFrame);
   Send(CB_SETITEMHEIGHT, kTheField, field);
   Send(CB_SETITEMHEIGHT, 0, field);
   Send(CB_SETMINVISIBLE, kRowsShown);

@@ -26,6 +26,7 @@ void cStatusBarChild::SetPart(u32 part, std::u16string_view text) {
 
 i32 cStatusBarChild::Layout() {
   Send(WM_SIZE);
+  Repaint();  // the control moves what it showed along, its grip included
   RECT box{};
   GetWindowRect(Handle(), &box);
   return box.bottom - box.top;

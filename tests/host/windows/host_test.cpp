@@ -25,6 +25,7 @@
 #include "imaging/summary.h"
 #include "ui/texts.h"
 #include "ui/wide.h"
+#include "ui/windows/screen_picture.h"
 
 namespace larkspur::host {
 namespace {
@@ -213,6 +214,29 @@ TEST_F(HostTest, ClosingTheWindowEndsAReading) {
   ASSERT_TRUE(cHostDriver::Wait([&] { return StorageCount(host) == 1; }));
   host.Command(cMainForm::kReadEverything);
   Sleep(100);
+  EXPECT_EQ(host.Close(), 0u);
+}
+
+TEST_F(HostTest, AResizedWindowLooksAsIfDrawnAtOnce) {
+  constexpr DWORD kSettledMilliseconds = 250;
+  constexpr UINT kAllOfIt = RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN;
+  cHostDriver host(Words(0));
+  ASSERT_TRUE(cHostDriver::Wait([&] { return StorageCount(host) == 1; }));
+  for (const u32 page : {cMainForm::kPartitions, cMainForm::kSectors, cMainForm::kMap}) {
+    host.Command(page);
+    for (const SIZE size : {SIZE{700, 500}, {1300, 900}, {900, 640}}) {
+      SetWindowPos(host.Window(), nullptr, 0, 0, size.cx, size.cy, SWP_NOZORDER | SWP_NOACTIVATE);
+      Sleep(kSettledMilliseconds);
+      const ScreenPixels resized = ClientPixels(host.Window());
+      RedrawWindow(host.Window(), nullptr, nullptr, kAllOfIt);
+      Sleep(kSettledMilliseconds);
+      EXPECT_TRUE(resized == ClientPixels(host.Window())) << page << ", " << size.cx;
+    }
+  }
+  EXPECT_TRUE(IsWindowVisible(GetDlgItem(host.Window(), cMainForm::kLanguageId)));
+  RECT choice{};
+  GetWindowRect(GetDlgItem(host.Window(), cMainForm::kLanguageId), &choice);
+  EXPECT_GT(choice.bottom - choice.top, 15);
   EXPECT_EQ(host.Close(), 0u);
 }
 
