@@ -7,7 +7,7 @@
 ;
 ; TREE is the folder of the programs and documents, FILES the commands that delete them. /S installs without questions, /D=folder (last,
 ; without quotes) into another folder; the uninstaller knows /S as well.
-Unicode true
+Target amd64-unicode
 ManifestDPIAware true
 RequestExecutionLevel user
 SetCompressor /SOLID lzma

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <system_error>
 
+#include <nlohmann/json.hpp>
+
 #include "base/printable.h"
 #include "base/types.h"
 #include "platform/system_error.h"

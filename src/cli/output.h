@@ -7,13 +7,14 @@
 
 #include <string>
 
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
+#include <fmt/core.h>
+#include <nlohmann/json_fwd.hpp>
 
 #include "cli/exit_status.h"
 
 namespace larkspur::cli {
 
+// Who makes a document includes <nlohmann/json.hpp>; it takes long to compile.
 using Json = nlohmann::ordered_json;
 
 void Print(const std::string& text);

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "imaging/size_text.h"
 #include "platform/clock.h"

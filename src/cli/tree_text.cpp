@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "cli/tree_text.h"
 
+#include <nlohmann/json.hpp>
+
 #include "base/path_text.h"
 #include "imaging/size_text.h"
 #include "partitions/detection.h"

@@ -7,7 +7,7 @@
 #include <memory>
 #include <unordered_map>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "base/endian.h"
 #include "io/flat_io.h"

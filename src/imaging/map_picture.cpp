@@ -6,7 +6,7 @@
 #include <array>
 #include <vector>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <stb/stb_easy_font.h>
 
 #include "base/printable.h"

@@ -7,7 +7,7 @@
 #include <ostream>
 #include <sstream>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace larkspur {
 namespace {

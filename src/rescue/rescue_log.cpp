@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <nlohmann/json.hpp>
 
 #include "platform/system_error.h"

@@ -5,6 +5,7 @@ package_test.py"""
 
 import os
 import pathlib
+import re
 import subprocess
 import tempfile
 import unittest
@@ -29,18 +30,27 @@ class PackageTest(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
 
     def test_the_debian_package(self):
-        package, = (ROOT / "build/native/package").glob("larkspur_*_amd64.deb")
+        package, = (ROOT / "build/package").glob("larkspur_*_amd64.deb")
         subprocess.run(["dpkg-deb", "-x", package, self.folder], check=True)
         names = {str(p.relative_to(self.folder)) for p in self.folder.rglob("*") if p.is_file()}
         self.assertLessEqual(
             {"usr/bin/larkspur", "usr/share/man/man1/larkspur.1.gz", "usr/share/doc/larkspur/copyright",
+             "usr/share/doc/larkspur/README.md", "usr/share/doc/larkspur/docs/images/interrupted.png",
              "usr/share/bash-completion/completions/larkspur",
              "usr/share/fish/vendor_completions.d/larkspur.fish",
              "usr/share/zsh/vendor-completions/_larkspur"}, names)
         status, said = words(self.folder / "usr/bin/larkspur", "--version")
         self.assertEqual((status, said.split()[0]), (0, "larkspur"))
         version = words("dpkg-deb", "-f", package, "Version")[1].strip()
-        self.assertEqual(said.split()[1], version)
+        self.assertEqual(said.split()[1], version.split("-")[0])
+        self.assertIn("libc6", words("dpkg-deb", "-f", package, "Depends")[1])
+        self.expect_whole_links(self.folder / "usr/share/doc/larkspur")
+
+    def expect_whole_links(self, folder):
+        """Every link and picture of the documents leads to a file of the package."""
+        for page in (folder / "README.md", folder / "docs/guide.md", folder / "docs/host.md"):
+            for target in re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", page.read_text("utf-8")):
+                self.assertTrue((page.parent / target).exists(), f"{page.name}: {target}")
 
     def test_bash_completes(self):
         script = ROOT / "completions/larkspur.bash"
@@ -56,8 +66,9 @@ class PackageTest(unittest.TestCase):
         with zipfile.ZipFile(package) as archive:
             archive.extractall(self.folder)
         programs, = self.folder.glob("larkspur-*-win64")
-        for name in ("README.md", "LICENSE", "guide.md", "host-contract.md"):
+        for name in ("README.md", "LICENSE", "third-party-notices.txt"):
             self.assertTrue((programs / name).is_file(), name)
+        self.expect_whole_links(programs)
         screen = ROOT / "scripts/with-screen"
         status, said = words(screen, programs / "larkspur.exe", "--version", env=self.prefix())
         if status == 77:
@@ -67,6 +78,36 @@ class PackageTest(unittest.TestCase):
         self.assertEqual(status, 0, said)
         self.assertIn("larkspur.dll", said)
         self.assertIn("4f585c1000000004", said)
+
+    def test_the_installer_from_install_to_uninstall(self):
+        setup, = (ROOT / "build/windows/package").glob("larkspur-*-win64-setup.exe")
+        screen = ROOT / "scripts/with-screen"
+        status, said = words(screen, setup, "/S", env=self.prefix())
+        if status == 77:
+            self.skipTest("no screen for Wine")
+        self.assertEqual(status, 0, said)
+        user, = (p for p in (self.folder / "wine/drive_c/users").iterdir() if p.name != "Public")
+        installed = user / "AppData/Local/Programs/Larkspur"
+        menu = user / "AppData/Roaming/Microsoft/Windows/Start Menu/Programs/Larkspur"
+        self.assertTrue((menu / "Larkspur.lnk").is_file())
+        status, said = words(screen, installed / "larkspur-host.exe", "--list", env=self.prefix())
+        self.assertEqual(status, 0, said)
+        self.assertIn("4f585c1000000004", said)
+        open_key = r"HKCU\Software\Classes\Larkspur.Cache\shell\open\command"
+        key = r"HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\Larkspur"
+        for name in (open_key, key):
+            self.assertEqual(words(screen, "reg", "query", name, env=self.prefix())[0], 0, name)
+        self.assertIn("larkspur-host.exe", words(screen, "reg", "query", open_key, env=self.prefix())[1])
+        own = installed / "disk.kvrsp"
+        own.write_bytes(b"a user's cache")
+        # The uninstaller would go on in a copy of itself; _?= keeps it in the process that is waited for.
+        folder = r"C:\users" + f"\\{user.name}" + r"\AppData\Local\Programs\Larkspur"
+        status, said = words(screen, installed / "uninstall.exe", "/S", "_?=" + folder, env=self.prefix())
+        self.assertEqual(status, 0, said)
+        self.assertEqual({p.name for p in installed.iterdir()} - {"uninstall.exe"}, {own.name})
+        self.assertFalse(menu.exists())
+        for name in (open_key, key):
+            self.assertNotEqual(words(screen, "reg", "query", name, env=self.prefix())[0], 0, name)
 
     def prefix(self):
         return {**os.environ, "LARKSPUR_WINEPREFIX": str(self.folder / "wine")}

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <zlib.h>
 
 #include "base/endian.h"

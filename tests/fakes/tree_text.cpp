@@ -4,7 +4,7 @@
 
 #include <cctype>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "base/path_text.h"
 #include "fakes/memory_disk.h"

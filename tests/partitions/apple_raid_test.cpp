@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "partitions/apple_raid.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <gtest/gtest.h>
 
 #include "base/endian.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <charconv>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace larkspur::host {
 namespace {

@@ -1,0 +1,65 @@
+# What cmake --install puts where: component cli is the command line with its manual, host (on
+# Windows) the host application and the module, docs the documents with their pictures. Then CPack's
+# Debian package of it.
+include(GNUInstallDirs)
+if(WIN32)
+  set(programs .)
+  set(documents .)
+else()
+  set(programs ${CMAKE_INSTALL_BINDIR})
+  set(documents ${CMAKE_INSTALL_DOCDIR})
+endif()
+
+install(TARGETS larkspur RUNTIME DESTINATION ${programs} COMPONENT cli)
+if(WIN32)
+  install(TARGETS larkspur-host RUNTIME DESTINATION ${programs} COMPONENT host)
+  install(TARGETS larkspur_module LIBRARY DESTINATION ${programs} COMPONENT host)
+endif()
+install(FILES README.md CONTRIBUTING.md CHANGELOG.md LICENSE DESTINATION ${documents}
+  COMPONENT docs)
+install(FILES ${CMAKE_SOURCE_DIR}/cmake/third-party-notices.txt DESTINATION ${documents}
+  COMPONENT docs)
+install(DIRECTORY docs DESTINATION ${documents} COMPONENT docs
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.c")
+
+if(NOT WIN32)
+  string(TIMESTAMP LARKSPUR_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)
+  configure_file(cmake/debian/changelog.in debian/changelog.Debian @ONLY)
+  # Compressed as Debian has it; without a time of day, so that the bytes stay the same.
+  foreach(page "docs/man/larkspur.1" "${CMAKE_BINARY_DIR}/debian/changelog.Debian")
+    get_filename_component(name ${page} NAME)
+    add_custom_command(OUTPUT debian/${name}.gz
+      COMMAND gzip -9nc ${page} > ${CMAKE_BINARY_DIR}/debian/${name}.gz
+      DEPENDS ${page} WORKING_DIRECTORY ${CMAKE_SOURCE_DIR})
+    list(APPEND compressed ${CMAKE_BINARY_DIR}/debian/${name}.gz)
+  endforeach()
+  add_custom_target(larkspur-documents ALL DEPENDS ${compressed})
+  install(FILES ${CMAKE_BINARY_DIR}/debian/larkspur.1.gz
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT cli)
+  install(FILES ${CMAKE_BINARY_DIR}/debian/changelog.Debian.gz cmake/debian/copyright
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
+  install(FILES completions/larkspur.bash RENAME larkspur
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT cli)
+  install(FILES completions/_larkspur
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT cli)
+  install(FILES completions/larkspur.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT cli)
+
+  set(CPACK_GENERATOR DEB)
+  set(CPACK_PACKAGE_NAME larkspur)
+  set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "read each sector of a failing disk at most once")
+  set(CPACK_PACKAGE_DESCRIPTION
+    "Larkspur reads a failing disk and keeps everything that it got in a sparse\n"
+    "cache file, from which every later look is served. Work that was interrupted\n"
+    "resumes where it stopped; maps, partitions and raw images come from the cache.")
+  string(REPLACE ";" "" CPACK_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
+  set(CPACK_PACKAGE_CONTACT "The Larkspur authors <larkspur@lists.debian.org>")
+  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+  set(CPACK_DEBIAN_PACKAGE_SECTION admin)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_STRIP_FILES ON)
+  set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  include(CPack)
+endif()
