@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include <sstream>
 
+#include <nlohmann/json.hpp>
+
 #include "base/path_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"

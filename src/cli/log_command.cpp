@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+#include <nlohmann/json.hpp>
+
 #include "base/path_text.h"
 #include "base/printable.h"
 #include "cli/commands.h"
