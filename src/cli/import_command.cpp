@@ -9,12 +9,15 @@
 #include "cli/output.h"
 #include "cli/progress.h"
 #include "cli/storages.h"
+#include "imaging/cache.h"
 #include "imaging/import.h"
 #include "imaging/size_text.h"
 #include "imaging/text_file.h"
 #include "platform/disk_use.h"
 #include "platform/system_error.h"
 #include "platform/terminal.h"
+#include "rescue/rescue_history.h"
+#include "rescue/rescue_log.h"
 
 namespace larkspur::cli {
 namespace {
@@ -99,8 +102,32 @@ void PrintCounts(const ImportPlan& plan, const StatusCounts& counts, bool json) 
   line("missing", counts.missing);
 }
 
-// What ddrescue asked for in vain and did not try sector by sector.
-void NoteTried(const std::string& /*cache*/, const std::vector<SectorRange>& /*tried*/) {}
+// What ddrescue read in vain, and not sector by sector: the log remembers that it was tried.
+void NoteTried(const ImportOptions& options, const ImportPlan& plan) {
+  const Cache cache = OpenCache(WideFromUtf8(options.cache), CacheAccess::kLook, plan.sectors);
+  if (cache.answer != CacheAnswer::kOpened) return;
+  SourceIdentity source;
+  source.path = options.image;
+  source.sectors = plan.sectors;
+  FileLog log(LogPathOf(WideFromUtf8(options.cache)));
+  log.Write(LogEvent("open")
+                .Add("version", LARKSPUR_VERSION)
+                .Add("source", source)
+                .Add("stamp", u64{cache.image->Layout().stamp}));
+  for (const SectorRange& range : plan.tried) {
+    log.Write(LogEvent("failed")
+                  .Add(range)
+                  .Add("alone", false)
+                  .Add("kind", FailureKindName(FailureKind::kUnclear)));
+  }
+  log.Write(LogEvent("end").Add("how", "done"));
+  log.Sync();
+  if (log.Failure()) {
+    Tell(Failure(options.cache + ".log",
+                 "the log cannot be written; what ddrescue tried is read once more",
+                 log.Failure()));
+  }
+}
 
 }  // namespace
 
@@ -123,7 +150,7 @@ ExitStatus RunImport(const ImportOptions& options) {
                                            });
   line.Finish();
   if (result.end != ImportEnd::kDone) return TellEnd(result, plan, options);
-  NoteTried(options.cache, plan.tried);
+  NoteTried(options, plan);
   PrintCounts(plan, result.counts, options.json);
   return kExitDone;
 }

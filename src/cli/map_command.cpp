@@ -14,6 +14,8 @@
 #include "imaging/size_text.h"
 #include "platform/system_error.h"
 #include "platform/terminal.h"
+#include "rescue/rescue_history.h"
+#include "rescue/rescue_log.h"
 
 namespace larkspur::cli {
 namespace {
@@ -72,12 +74,37 @@ void PrintExtents(cKVRSparseIO* image) {
   });
 }
 
-std::string MapfileOf(cKVRSparseIO* image) {
+// Missing sectors that failed together with others are '*', those that failed alone, too, and were
+// never marked, are '/': ddrescue goes on with both as with its own.
+std::string MapfileOf(cKVRSparseIO* image, const std::string& path) {
   const u64 sectors = image->GetSectorCount();
+  u32 ignored = 0;
+  RescueHistory history = ReadHistory(LogPathOf(WideFromUtf8(path)), sectors, &ignored);
+  if (history.stamp != image->Layout().stamp) history = {};
   std::ostringstream out;
   MapfileWriter writer(out, CountStatuses(image, 0, sectors).missing == 0);
-  image->VisitExtents(0, sectors, [&writer](u64 start, u64 count, SectorStatus status) {
-    writer.Add(start, count, MapfileStatus(status));
+  image->VisitExtents(0, sectors, [&](u64 start, u64 count, SectorStatus status) {
+    if (status != kMissing) {
+      writer.Add(start, count, MapfileStatus(status));
+      return true;
+    }
+    for (u64 at = start; at < start + count;) {
+      u64 end = start + count;
+      char letter = '?';
+      for (const auto& [tried, name] :
+           {std::pair{&history.triedAlone, '/'}, std::pair{&history.triedTogether, '*'}}) {
+        const auto next = tried->NextFrom(at);
+        if (!next || next->first >= end) continue;
+        if (next->first > at) {
+          end = next->first;
+        } else if (letter == '?') {
+          end = std::min(end, next->End());
+          letter = name;
+        }
+      }
+      writer.Add(at, end - at, letter);
+      at = end;
+    }
     return true;
   });
   return out.str();
@@ -106,7 +133,7 @@ ExitStatus RunMap(const MapOptions& options) {
   } outputs[] = {
       {options.png, [&] { return DrawMapPng(image, options.cache); }},
       {options.svg, [&] { return DrawMapSvg(image, options.cache); }},
-      {options.mapfile, [&] { return MapfileOf(image); }},
+      {options.mapfile, [&] { return MapfileOf(image, options.cache); }},
   };
   bool wroteFile = false;
   for (const auto& output : outputs) {

@@ -14,8 +14,8 @@
 #include "dialogs/rules/define_storage.h"
 #include "dialogs/rules/open_device.h"
 #include "dialogs/rules/source_rows.h"
-#include "ui/texts.h"
 #include "platform/system_error.h"
+#include "ui/texts.h"
 #include "ui/wait_cursor.h"
 
 namespace larkspur {

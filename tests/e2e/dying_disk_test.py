@@ -121,8 +121,8 @@ class Rescue:
         be asked again as a witness, once for 64 failures. Between runs the system may look for itself."""
         asks = [ask for ask in self._dying.asks() if ask.error != "dead" and
                 any(began <= ask.came <= ended for began, ended in self.runs)]
-        witnesses = [event["start"] for event in map(json.loads, open("disk.kvrsp.log", encoding="utf-8"))
-                     if event["event"] == "witness"]
+        events = map(json.loads, pathlib.Path("disk.kvrsp.log").read_text(encoding="utf-8").splitlines())
+        witnesses = [event["start"] for event in events if event["event"] == "witness"]
         self._test.assertLessEqual(len(witnesses), sum(ask.error != "0" for ask in asks) // 64)
         for sector in witnesses:
             self.excused[sector] += 1
