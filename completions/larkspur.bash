@@ -8,7 +8,7 @@ _larkspur_options() {
     map) echo "--png --svg --mapfile --force --json --help" ;;
     check) echo "--repair --json --help" ;;
     export) echo "--start --sectors --force --hash --help" ;;
-    tree) echo "--cache --test-mode --trace --json --help" ;;
+    tree) echo "--cache --test-mode --trace --no-notes --backup-gpt --json --help" ;;
     import | info | log | devices | identify) echo "--json --help" ;;
     *) echo "--help --version" ;;
   esac

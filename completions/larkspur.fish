@@ -40,4 +40,6 @@ complete -c larkspur -n "__fish_seen_subcommand_from export" -f -l hash -d "Prin
 complete -c larkspur -n "__fish_seen_subcommand_from read map" -f -l force -d "Replace existing files"
 complete -c larkspur -n "__fish_seen_subcommand_from tree" -r -l cache -d "Look through this cache"
 complete -c larkspur -n "__fish_seen_subcommand_from tree" -f -l trace -d "List the sectors that were read"
+complete -c larkspur -n "__fish_seen_subcommand_from tree" -f -l no-notes -d "Only the tree"
+complete -c larkspur -n "__fish_seen_subcommand_from tree" -f -l backup-gpt -d "Use the backup of a GUID table"
 complete -c larkspur -n "__fish_seen_subcommand_from image log info map check import tree devices identify" -f -l json -d "Print JSON"

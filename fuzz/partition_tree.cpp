@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 
-// Builds the partition tree of a hostile disk. An input is
+// Builds the partition tree of a hostile disk, as a host gets it and with notes for people. An
+// input is
 //   1 byte   bit 0: sectors of 4096 bytes, bit 1: the storage has a name
 //   3 bytes  number of sectors, little-endian
 //   then     2 bytes number of a sector and its 512 bytes, as often as there are
 // All other sectors are zeros. tools/fuzz_disk.py turns a disk image into one.
 
+#include <cstdlib>
 #include <cstring>
 #include <span>
 #include <string>
@@ -15,7 +17,10 @@
 #include "base/endian.h"
 #include "base/owned.h"
 #include "fakes/tree_text.h"
+#include "imaging/note_text.h"
 #include "io/base_io.h"
+#include "partitions/detection.h"
+#include "partitions/place.h"
 
 namespace larkspur {
 namespace {
@@ -62,6 +67,21 @@ class cListedSectors final : public cBaseIO {
   std::unordered_map<u64, const u8*> m_sectors;
 };
 
+// What is noted is put into words, and every place is found again.
+void BuildWithNotes(cBaseIO* disk) {
+  PartitionTree tree;
+  TreeNotes notes;
+  BuildPartitionTree(tree.Head(), disk, {.notes = &notes});
+  std::string place;
+  for (const cPartTreeItem* node = tree.Root(); node; node = node->FirstChild()) {
+    for (const Note& note : notes.Of(*node)) NoteText(note);
+    if (FindNode(*tree.Root(), place) != node) std::abort();
+    place = ChildPlace(place, 1);
+  }
+  PartitionTree fromBackup;
+  BuildPartitionTree(fromBackup.Head(), disk, {.notes = &notes, .fromBackupGpt = true});
+}
+
 }  // namespace
 }  // namespace larkspur
 
@@ -69,5 +89,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 4) return 0;
   larkspur::cListedSectors disk({data, size});
   larkspur::fakes::TreeText(&disk);
+  larkspur::BuildWithNotes(&disk);
   return 0;
 }

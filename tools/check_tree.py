@@ -21,7 +21,7 @@ MAY_INCLUDE = {
     "partitions": {"io", "base"},
     "devices": {"io", "base", "platform"},
     "rescue": {"io", "base", "platform"},
-    "imaging": {"rescue", "devices", "io", "base", "platform"},
+    "imaging": {"partitions", "rescue", "devices", "io", "base", "platform"},
     "ui": {"catalog", "base", "platform"},
     "dialogs": {"ui", "imaging", "devices", "catalog", "io", "base", "platform"},
     "module": {"dialogs", "ui", "partitions", "imaging", "devices", "catalog", "io", "base", "platform"},

@@ -71,6 +71,8 @@ struct ExportOptions {
 
 struct TreeOptions : StorageOptions {
   bool trace = false;
+  bool noNotes = false;
+  bool backupGpt = false;
 };
 
 ExitStatus RunImage(const ImageOptions& options);

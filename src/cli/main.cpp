@@ -204,6 +204,10 @@ void AddTree(CLI::App* command, Action* chosen) {
   cache->type_name("CACHE");
   AddTestMode(command, options.get());
   command->add_flag("--trace", options->trace, "List the sectors that were read, and for what");
+  command->add_flag("--no-notes", options->noNotes,
+                    "Only the tree: do not look for what lies in the partitions");
+  command->add_flag("--backup-gpt", options->backupGpt,
+                    "Build the tree from the backup of a GUID table at the storage's end");
   AddJson(command, &options->json);
   command->callback([=] { *chosen = [options] { return RunTree(*options); }; });
 }

@@ -57,18 +57,18 @@ void TellObstacles(const std::string& name, bool understood, const Obstacles& ob
   }
 }
 
-void PrintTree(const TreeOptions& options, const cPartTreeItem& root, bool understood,
-               const ScanTrace& trace) {
+void PrintTree(const TreeOptions& options, const cPartTreeItem& root, const TreeNotes& notes,
+               bool understood, const ScanTrace& trace) {
   if (options.json) {
     Json document = {{"path", options.source},
                      {"sectors", root.m_length},
                      {"ok", understood},
-                     {"tree", Json::array({TreeJson(root)})}};
+                     {"tree", Json::array({TreeJson(root, notes)})}};
     if (options.trace) document["trace"] = TraceJson(trace);
     PrintJson(document);
     return;
   }
-  Print(TreeTable(root));
+  Print(TreeTable(root, notes));
   if (!options.trace) return;
   Print(fmt::format("\n{:>12} {:>6}  read for\n", "start", "count"));
   for (const ScanRequest& request : trace) Print(Asker(request));
@@ -79,8 +79,16 @@ void PrintTree(const TreeOptions& options, const cPartTreeItem& root, bool under
 ExitStatus ShowTree(const TreeOptions& options, cBaseIO* io, Cache* cache) {
   PartitionTree tree;
   ScanTrace trace;
-  const bool understood = BuildPartitionTree(tree.Head(), io, &trace);
+  TreeNotes notes;
+  const ScanOptions scan{.trace = &trace,
+                         .notes = options.noNotes ? nullptr : &notes,
+                         .forPeople = true,
+                         .fromBackupGpt = options.backupGpt};
+  const bool understood = BuildPartitionTree(tree.Head(), io, scan);
   if (!tree.Root()) return Fail(options.source + ": the storage has no sectors");
+  if (options.backupGpt && !understood) {
+    return Fail(options.source + ": there is no intact backup of a GUID table at its end");
+  }
   Obstacles obstacles;
   for (const ScanRequest& request : trace) {
     obstacles.unreadable += request.delivered < request.count;
@@ -90,7 +98,7 @@ ExitStatus ShowTree(const TreeOptions& options, cBaseIO* io, Cache* cache) {
     obstacles.missing += counts.missing;
     obstacles.unknown += counts.unknown;
   }
-  PrintTree(options, *tree.Root(), understood, trace);
+  PrintTree(options, *tree.Root(), notes, understood, trace);
   TellObstacles(options.source, understood, obstacles);
   const ExitStatus status = obstacles.unreadable > 0 ? kExitSomeUnreadable : kExitDone;
   if (!cache) return status;

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/path_text.h"
+#include "imaging/note_text.h"
 #include "imaging/size_text.h"
 #include "partitions/detection.h"
 #include "partitions/format.h"
@@ -86,14 +87,24 @@ std::string NodeWords(const cPartTreeItem& node) {
   return text;
 }
 
-void AppendLines(const cPartTreeItem& node, const std::string& place, size_t level,
-                 std::string* text) {
+// What is as it should be needs no line of its own.
+bool IsWorthALine(const Note& note) {
+  const auto* type = std::get_if<TypeNote>(&note);
+  return !type || !type->isConfirmed;
+}
+
+void AppendLines(const cPartTreeItem& node, const TreeNotes& notes, const std::string& place,
+                 size_t level, std::string* text) {
   *text += fmt::format("{:>12} {:>12} {:>10}  {:{}}{}{}{}\n", node.m_start, node.m_length,
                        SizeText(node.m_length << kSectorShift), "", level * 2, place,
                        place.empty() ? "" : "  ", NodeWords(node));
+  for (const Note& note : notes.Of(node)) {
+    if (!IsWorthALine(note)) continue;
+    *text += fmt::format("{:>36}  {:{}}- {}\n", "", "", level * 2, NoteText(note));
+  }
   size_t number = 0;
   for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
-    AppendLines(*child, ChildPlace(place, ++number), level + 1, text);
+    AppendLines(*child, notes, ChildPlace(place, ++number), level + 1, text);
   }
 }
 
@@ -127,6 +138,59 @@ Json NetWareJson(const cNWPartData& data) {
           {"segments", data.m_segmentCount}};
 }
 
+// Only what is known.
+void SetText(Json* json, const char* key, std::string_view text) {
+  if (!text.empty()) (*json)[key] = text;
+}
+
+void AddFacts(const ContentNote& note, Json* json) {
+  (*json)["name"] = note.name;
+  SetText(json, "label", note.label);
+  SetText(json, "uuid", note.uuid);
+  SetText(json, "version", note.version);
+}
+
+void AddFacts(const GptNote& note, Json* json) {
+  (*json)["name"] = note.name;
+  SetText(json, "type", note.type);
+  (*json)["typeGuid"] = note.typeGuid;
+  (*json)["guid"] = note.guid;
+  (*json)["attributes"] = note.attributes;
+  (*json)["lastSector"] = note.lastSector;
+}
+
+void AddFacts(const GptTableNote& note, Json* json) {
+  (*json)["primary"] = GptStateName(note.primary);
+  (*json)["backup"] = GptStateName(note.backup);
+  (*json)["used"] = note.isFromBackup ? "backup" : "primary";
+  (*json)["diskGuid"] = note.diskGuid;
+}
+
+void AddFacts(const LimitNote& note, Json* json) {
+  (*json)["limit"] = BudgetName(note.budget);
+  (*json)["value"] = note.limit;
+}
+
+void AddFacts(const UnreadNote& note, Json* json) {
+  (*json)["start"] = note.start;
+  (*json)["sectors"] = note.sectors;
+}
+
+void AddFacts(const TypeNote& note, Json* json) {
+  (*json)["expected"] = note.expected;
+}
+
+void AddFacts(const SectorSizeNote& note, Json* json) {
+  (*json)["bytes"] = note.bytes;
+  (*json)["confirmed"] = note.isConfirmed;
+}
+
+Json NoteJson(const Note& note) {
+  Json json = {{"kind", NoteKind(note)}, {"text", NoteText(note)}};
+  std::visit([&](const auto& item) { AddFacts(item, &json); }, note);
+  return json;
+}
+
 Json RecordJson(cPartExtension* record) {
   switch (record->GetKind()) {
     case kKindSoftRAID:
@@ -147,13 +211,13 @@ Json RecordJson(cPartExtension* record) {
 
 }  // namespace
 
-std::string TreeTable(const cPartTreeItem& root) {
+std::string TreeTable(const cPartTreeItem& root, const TreeNotes& notes) {
   std::string text = fmt::format("{:>12} {:>12} {:>10}  {}\n", "start", "sectors", "size", "what");
-  AppendLines(root, {}, 0, &text);
+  AppendLines(root, notes, {}, 0, &text);
   return text;
 }
 
-Json TreeJson(const cPartTreeItem& node, const std::string& place) {
+Json TreeJson(const cPartTreeItem& node, const TreeNotes& notes, const std::string& place) {
   Json json = {{"start", node.m_start},  {"sectors", node.m_length},  {"place", place},
                {"type", node.m_type},    {"name", Utf8(node.m_name)}, {"parser", nullptr},
                {"parserClass", nullptr}, {"records", Json::array()},  {"children", Json::array()}};
@@ -165,9 +229,10 @@ Json TreeJson(const cPartTreeItem& node, const std::string& place) {
     if (item->m_record->GetKind() == kKindParser) continue;
     json["records"].push_back(RecordJson(item->m_record));
   }
+  for (const Note& note : notes.Of(node)) json["notes"].push_back(NoteJson(note));
   size_t number = 0;
   for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
-    json["children"].push_back(TreeJson(*child, ChildPlace(place, ++number)));
+    json["children"].push_back(TreeJson(*child, notes, ChildPlace(place, ++number)));
   }
   return json;
 }

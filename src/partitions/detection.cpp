@@ -22,6 +22,7 @@
 #include "partitions/netware_nss.h"
 #include "partitions/snap.h"
 #include "partitions/solaris.h"
+#include "partitions/take_notes.h"
 #include "partitions/type_names.h"
 #include "partitions/xunix.h"
 
@@ -78,6 +79,44 @@ void LookForIntelMatrix(Scan& scan, cPartTreeItem& root) {
   if (ParseIntelMatrix(scan, root)) AddExtension(root, kIntelMatrixFormat.makeParser());
 }
 
+bool DetectWhole(Scan& scan, cPartTreeItem& root) {
+  LookForIntelMatrix(scan, root);
+  auto front = std::make_unique<FrontBytes>();
+  if (scan.Read(0, kFrontSectors, front->data()) != kFrontSectors) return false;
+  for (const Format* format : kWholeDeviceFormats) {
+    if (Matches(scan, root, *format, *front)) return RunFormat(scan, root, *format);
+  }
+  return true;
+}
+
+bool ReadFromBackup(Scan& scan, cPartTreeItem& root) {
+  ScanAsker asker(scan, kGptFormat.className);
+  auto table = FindBackupGpt(scan);
+  if (!table) return false;
+  AddExtension(root, kGptFormat.makeParser());
+  AddGptPartitions(scan, root, std::move(*table));
+  return true;
+}
+
+// What the probes will want of a node, and the notes where they are taken, in few requests. Gaps
+// are left alone where they are wider than what lies around them.
+void ReadNodeAhead(Scan& scan, const cPartTreeItem& node) {
+  constexpr u32 kAtFront = 44;
+  constexpr u32 kAtEnd = 18;
+  constexpr struct {
+    u32 first;
+    u32 count;
+  } kContents[] = {{63, 5}, {127, 4}};
+  if (!scan.IsForPeople()) return;
+  const u64 length = scan.TableLength(node);
+  if (length >= kAtFront) scan.ReadAhead(node.m_start, kAtFront);
+  for (const auto& piece : kContents) {
+    if (!scan.TakesNotes() || piece.first + piece.count > length) break;
+    scan.ReadAhead(node.m_start + piece.first, piece.count);
+  }
+  if (length > 64 + kAtEnd) scan.ReadAhead(node.m_start + length - kAtEnd, kAtEnd);
+}
+
 }  // namespace
 
 bool RunFormat(Scan& scan, cPartTreeItem& node, const Format& format) {
@@ -87,23 +126,21 @@ bool RunFormat(Scan& scan, cPartTreeItem& node, const Format& format) {
 }
 
 bool BuildPartitionTree(cTreeItem** tree, cBaseIO* io) {
-  return BuildPartitionTree(tree, io, nullptr);
+  return BuildPartitionTree(tree, io, ScanOptions());
 }
 
-bool BuildPartitionTree(cTreeItem** tree, cBaseIO* io, ScanTrace* trace) {
+bool BuildPartitionTree(cTreeItem** tree, cBaseIO* io, const ScanOptions& options) {
   DeleteTree(tree);
-  Scan scan(io, trace);
+  if (options.notes) options.notes->Clear();
+  Scan scan(io, options);
   if (scan.SectorCount() == 0) return false;
   auto* root = new cScannedItem(scan.SectorCount());
   AppendToTree(tree, root);
   SetNode(*root, io, 0, scan.SectorCount(), kTypeWholeDevice);
-  LookForIntelMatrix(scan, *root);
-  auto front = std::make_unique<FrontBytes>();
-  if (scan.Read(0, kFrontSectors, front->data()) != kFrontSectors) return false;
-  for (const Format* format : kWholeDeviceFormats) {
-    if (Matches(scan, *root, *format, *front)) return RunFormat(scan, *root, *format);
-  }
-  return true;
+  const bool understood =
+      options.fromBackupGpt ? ReadFromBackup(scan, *root) : DetectWhole(scan, *root);
+  if (options.notes) TakeNotes(scan, *root, *options.notes);
+  return understood;
 }
 
 bool DetectPartitionContents(cPartTreeItem* node, bool allowMbr) {
@@ -114,6 +151,7 @@ bool DetectPartitionContents(cPartTreeItem* node, bool allowMbr) {
 
 bool DetectContents(Scan& scan, cPartTreeItem& node, bool allowMbr) {
   ScanAsker asker(scan, kDetection);
+  ReadNodeAhead(scan, node);
   auto front = std::make_unique<FrontBytes>();
   if (scan.Read(node.m_start, kFrontSectors, front->data()) != kFrontSectors) return false;
   for (const Format* format : kNodeFormats) {

@@ -18,8 +18,9 @@ struct Format;
 // found up to there stays.
 bool BuildPartitionTree(cTreeItem** tree, cBaseIO* io);
 
-// The same, and tells in `trace` (where given) what was asked of the storage.
-bool BuildPartitionTree(cTreeItem** tree, cBaseIO* io, ScanTrace* trace);
+// The same, with what the options ask for beside the tree. From a backup table, also false when
+// there is no intact one.
+bool BuildPartitionTree(cTreeItem** tree, cBaseIO* io, const ScanOptions& options);
 
 // Looks for a format in a node and, where there is one, reads it. A master boot record is looked
 // for only with `allowMbr`. False when the node cannot be read or its format not be understood.

@@ -2,9 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "partitions/gpt.h"
 
-#include <algorithm>
 #include <cstring>
-#include <optional>
 #include <vector>
 
 #include "base/endian.h"
@@ -13,26 +11,9 @@
 namespace larkspur {
 namespace {
 
-constexpr char kMagic[] = "EFI PART";
-constexpr size_t kOwnLba = 24;
-constexpr size_t kArrayLba = 72;
-constexpr size_t kEntryCount = 80;
-constexpr size_t kEntrySize = 84;
-constexpr u32 kEntryBytes = 128;
 constexpr size_t kFirstLba = 32;
 constexpr size_t kLastLba = 40;
 constexpr size_t kGuidBytes = 16;
-
-// 128 are usual, and tools that make more stop at some hundred.
-constexpr u32 kMaxEntries = 16384;
-
-// Where a header may lie, and how many sectors its logical sector has then.
-struct HeaderPlace {
-  u32 sector;
-  u32 factor;
-};
-constexpr HeaderPlace kPlaces[] = {{0, 1}, {1, 1}, {7, 8}, {8, 8}};
-constexpr u32 kHeaderSectors = 9;
 
 struct TypeGuid {
   u8 guid[kGuidBytes];  // as it stands on disk
@@ -93,75 +74,49 @@ u16 TypeOf(const u8* guid) {
   return kTypeUnknown;
 }
 
-bool IsUsed(const u8* entry) {
-  return std::any_of(entry, entry + kGuidBytes, [](u8 byte) { return byte != 0; });
-}
-
-// The first place that holds a header.
-std::optional<HeaderPlace> FindHeader(std::span<const u8> sectors) {
-  for (const HeaderPlace& place : kPlaces) {
-    const u8* header = &sectors[size_t{place.sector} * kSectorBytes];
-    if (std::memcmp(header, kMagic, 8) == 0 && LoadLe32(header + kEntrySize) == kEntryBytes) {
-      return place;
-    }
-  }
-  return std::nullopt;
-}
-
-// What a child is made of. The array itself is not kept while children are looked into.
+// What a child is made of. The table itself is not kept while children are looked into.
 struct GptEntry {
   u64 first;
   u64 last;
   u16 type;
 };
 
-struct GptTable {
-  u64 origin;  // where the header's own LBA lies
-  u64 ownLba;
-  u32 factor;
+std::vector<GptEntry> UsedEntries(const GptTable& table) {
   std::vector<GptEntry> entries;
-
-  u64 SectorOf(u64 lba) const { return (lba - ownLba) * factor + origin; }
-};
-
-std::optional<GptTable> ReadGptTable(Scan& scan, const cPartTreeItem& node) {
-  u8 front[kHeaderSectors * kSectorBytes] = {};
-  if (scan.Read(node.m_start, kHeaderSectors, front) == 0) return std::nullopt;
-  const auto place = FindHeader(front);
-  if (!place) return std::nullopt;
-  const u8* header = front + size_t{place->sector} * kSectorBytes;
-  GptTable table{node.m_start + place->sector, LoadLe64(header + kOwnLba), place->factor, {}};
-
-  const u32 count = std::min(LoadLe32(header + kEntryCount), kMaxEntries);
-  const u32 arraySectors = (count * kEntryBytes + kSectorBytes - 1) / kSectorBytes;
-  std::vector<u8> array(size_t{arraySectors} * kSectorBytes);
-  const u64 start = table.SectorOf(LoadLe64(header + kArrayLba));
-  if (scan.ReadAround(start, arraySectors, array.data()) == 0) return std::nullopt;
-  for (u32 i = 0; i < count; ++i) {
-    const u8* entry = &array[size_t{i} * kEntryBytes];
-    if (!IsUsed(entry)) continue;
-    table.entries.push_back(
-        {LoadLe64(entry + kFirstLba), LoadLe64(entry + kLastLba), TypeOf(entry)});
+  for (u32 i = 0; i < table.EntryCount(); ++i) {
+    const auto entry = table.Entry(i);
+    if (!IsUsedGptEntry(entry)) continue;
+    entries.push_back({LoadLe64(&entry[kFirstLba]), LoadLe64(&entry[kLastLba]), TypeOf(&entry[0])});
   }
-  return table;
+  return entries;
 }
 
 }  // namespace
 
 bool ProbeGpt(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
-  return FindHeader(front).has_value();
+  return FindGptHeader(front).has_value();
 }
 
 bool ParseGpt(Scan& scan, cPartTreeItem& node) {
-  const auto table = ReadGptTable(scan, node);
+  u8 front[kGptFrontSectors * kSectorBytes] = {};
+  if (scan.Read(node.m_start, kGptFrontSectors, front) == 0) return false;
+  const auto place = FindGptHeader(front);
+  if (!place) return false;
+  auto table = ReadGptTable(scan, node.m_start + place->sector, place->factor);
   if (!table) return false;
-  for (const GptEntry& entry : table->entries) {
-    const u64 length = (entry.last - entry.first) * table->factor;
-    cPartTreeItem* child = scan.AddEntry(node, table->SectorOf(entry.first), length,
-                                         length + table->factor, entry.type);
+  AddGptPartitions(scan, node, std::move(*table));
+  return true;
+}
+
+void AddGptPartitions(Scan& scan, cPartTreeItem& node, GptTable table) {
+  const std::vector<GptEntry> entries = UsedEntries(table);
+  table.array = {};
+  for (const GptEntry& entry : entries) {
+    const u64 length = (entry.last - entry.first) * table.factor;
+    cPartTreeItem* child =
+        scan.AddEntry(node, table.SectorOf(entry.first), length, length + table.factor, entry.type);
     if (child && child->m_start != 0) scan.Detect(*child, node);
   }
-  return true;
 }
 
 }  // namespace larkspur

@@ -16,11 +16,14 @@
 // as well. Lengths are the difference of the two LBAs, one sector short of the inclusive range.
 
 #include "partitions/format.h"
+#include "partitions/gpt_table.h"
 
 namespace larkspur {
 
 bool ProbeGpt(Scan& scan, const cPartTreeItem& node, NodeFront front);
 bool ParseGpt(Scan& scan, cPartTreeItem& node);
+// Makes the children of a table that was read.
+void AddGptPartitions(Scan& scan, cPartTreeItem& node, GptTable table);
 
 using cGPTPartParser = FormatParser<kParserGPT, ParseGpt>;
 

@@ -2,11 +2,14 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "partitions/mbr.h"
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <set>
 
 #include "base/endian.h"
+#include "partitions/content.h"
+#include "partitions/gpt_table.h"
 #include "partitions/ldm.h"
 #include "partitions/part_records.h"
 #include "partitions/type_names.h"
@@ -62,7 +65,10 @@ std::optional<u16> BootSectorType(const SectorBytes& sector) {
 class TableReader {
  public:
   TableReader(Scan& scan, cPartTreeItem& node)
-      : m_scan(scan), m_node(node), m_factor(scan.BytesPerSector() / kSectorBytes) {
+      : m_scan(scan),
+        m_node(node),
+        m_factor(scan.TableFactor()),
+        m_linkFactor(scan.IsForPeople() ? m_factor : 1) {
     const auto* record = static_cast<cSBRLegacyOffset*>(FindExtension(node, kKindSBRLegacyOffset));
     if (record) m_legacy = record->m_offset;
   }
@@ -83,6 +89,8 @@ class TableReader {
   Scan& m_scan;
   cPartTreeItem& m_node;
   u64 m_factor;
+  // What links count in. A host relies on their not getting the sector factor.
+  u64 m_linkFactor;
   u64 m_legacy = 0;
 };
 
@@ -96,9 +104,9 @@ bool TableReader::ReadEntry(const Entry& entry) {
   return true;
 }
 
-// Positions in a chain do not get the sector factor, only what they describe does.
+// Places count in the units of links.
 bool TableReader::WalkChain(cPartTreeItem& container, u32 first) {
-  const u64 base = m_node.m_start;
+  const u64 base = m_node.m_start / m_linkFactor;
   Place place{first - m_legacy, base + first - m_legacy};
   std::set<u64> visited;
   while (visited.size() < kMaxChain) {
@@ -117,8 +125,8 @@ bool TableReader::WalkChain(cPartTreeItem& container, u32 first) {
 // Reads the record at the first of the two places that holds one, and leaves that as position.
 bool TableReader::ReadLink(Place* place, SectorBytes* sector) {
   for (;;) {
-    const bool isLink =
-        m_scan.ReadSector(place->position, sector) && LoadLe16(&(*sector)[kSignature]) == kSigned;
+    const bool isLink = m_scan.ReadSector(place->position * m_linkFactor, sector) &&
+                        LoadLe16(&(*sector)[kSignature]) == kSigned;
     if (isLink) return true;
     if (place->position == place->other) return false;
     place->position = place->other;
@@ -134,6 +142,49 @@ void TableReader::AddLogicalDrive(cPartTreeItem& container, const SectorBytes& s
   if (!drive) return;
   if (entry.start != 0) AddExtension(*drive, new cSBRLegacyOffset(entry.start));
   m_scan.Detect(*drive, m_node);
+}
+
+// Whether what an entry says lies where it leads when it counts in `factor` sectors.
+bool LeadsSomewhere(Scan& scan, const cPartTreeItem& node, const Entry& entry, u64 factor) {
+  const Owned<cScannedItem> target(new cScannedItem(entry.count * factor));
+  SetNode(*target, node.m_io, node.m_start + entry.start * factor, entry.count * factor,
+          entry.type);
+  target->m_parent = const_cast<cPartTreeItem*>(&node);
+  SectorBytes first;
+  if (!scan.ReadSector(target->m_start, &first)) return false;
+  if (LoadLe16(&first[kSignature]) == kSigned) return true;
+  if (entry.type == kTypeGptProtective) {
+    u8 front[kGptFrontSectors * kSectorBytes] = {};
+    return scan.Read(target->m_start, kGptFrontSectors, front) > 0 && FindGptHeader(front);
+  }
+  return FindContent(scan, *target, ContentReach::kFront).has_value();
+}
+
+bool LeadsSomewhere(Scan& scan, const cPartTreeItem& node, const SectorBytes& sector, u64 factor) {
+  for (size_t i = 0; i < kEntries; ++i) {
+    const Entry entry = EntryAt(sector.data(), i);
+    if (entry.type != 0 && LeadsSomewhere(scan, node, entry, factor)) return true;
+  }
+  return false;
+}
+
+// Disks with sectors of 4096 bytes are read directly, through caches that do not know, and behind
+// bridges that pretend, so neither the storage's word nor the table tells what the table counts in.
+// What lies where its entries lead does; sectors of 512 bytes are tried first.
+void ChooseFactor(Scan& scan, const cPartTreeItem& node, const SectorBytes& sector) {
+  constexpr u64 kLargeFactor = 4096 / kSectorBytes;
+  if (node.Parent()) return;  // the disk's own table has decided
+  const u64 ofStorage = scan.TableFactor();
+  for (const u64 factor : {u64{1}, std::max(ofStorage, kLargeFactor)}) {
+    if (!LeadsSomewhere(scan, node, sector, factor)) continue;
+    scan.SetTableFactor(factor);
+    if (factor != ofStorage || factor != 1) {
+      scan.TakeNote(node, SectorSizeNote{static_cast<u32>(factor * kSectorBytes), true});
+    }
+    return;
+  }
+  if (ofStorage == 1) return;
+  scan.TakeNote(node, SectorSizeNote{static_cast<u32>(ofStorage * kSectorBytes), false});
 }
 
 }  // namespace
@@ -155,6 +206,7 @@ bool ParseMbr(Scan& scan, cPartTreeItem& node) {
     return true;
   }
   if (IsDynamicDisk(scan, node)) return RunFormat(scan, node, kLdmFormat);
+  if (scan.IsForPeople()) ChooseFactor(scan, node, sector);
   TableReader reader(scan, node);
   for (size_t i = 0; i < kEntries; ++i) {
     if (!reader.ReadEntry(EntryAt(sector.data(), i))) return false;

@@ -32,13 +32,17 @@ u32 Depth(const cPartTreeItem& node) {
 
 }  // namespace
 
-Scan::Scan(cBaseIO* io, ScanTrace* trace)
-    : m_io(io), m_trace(trace), m_sectorCount(io ? io->GetSectorCount() : 0), m_left(kLimits) {}
+Scan::Scan(cBaseIO* io, const ScanOptions& options)
+    : m_io(io), m_options(options), m_sectorCount(io ? io->GetSectorCount() : 0), m_left(kLimits) {}
 
 bool Scan::Spend(Budget budget, u64 amount) {
   if (amount > Left(budget)) return Refuse(budget);
   m_left[static_cast<size_t>(budget)] -= amount;
   return true;
+}
+
+u64 Scan::LimitOf(Budget budget) {
+  return kLimits[static_cast<size_t>(budget)];
 }
 
 bool Scan::Refuse(Budget budget) {
@@ -58,10 +62,16 @@ u32 Scan::Read(u64 sector, u32 count, u8* buffer) {
       continue;
     }
     const u32 run = UnknownRun(sector + done, count - done);
-    if (run == 0) break;  // it failed before
+    if (run == 0) {  // it failed before
+      m_missed.insert(sector + done);
+      break;
+    }
     const u32 got = ReadUnknown(sector + done, run, to);
     done += got;
-    if (got < run) break;
+    if (got < run) {
+      m_missed.insert(sector + done);
+      break;
+    }
   }
   return done;
 }
@@ -80,19 +90,43 @@ u32 Scan::ReadAround(u64 sector, u32 count, u8* buffer) {
   return came;
 }
 
-u32 Scan::CopyKept(u64 sector, u32 count, u8* buffer) const {
+void Scan::ReadAhead(u64 sector, u32 count) {
+  if (!IsForPeople() || sector >= m_sectorCount) return;
+  count = static_cast<u32>(std::min<u64>(count, m_sectorCount - sector));
+  if (UnknownRun(sector, count) != count) return;
+  m_ahead.resize(size_t{count} * kSectorBytes);
+  // A failure is met, and told, by whoever needs the sector.
+  const u32 got = m_io->SetPosition(sector) == sector ? m_io->Read(m_ahead.data(), count) : 0;
+  if (m_options.trace) m_options.trace->push_back({sector, count, std::min(got, count), m_asker});
+  Keep(sector, std::min(got, count), m_ahead.data());
+  if (got < count) m_failed.insert(sector + got);
+}
+
+u64 Scan::CountKept(u64 sector, std::span<const u8>* bytes) const {
   auto run = m_kept.upper_bound(sector);
   if (run == m_kept.begin()) return 0;
   --run;
   const u64 skip = sector - run->first;
-  const u64 length = run->second.size() / kSectorBytes;
-  if (skip >= length) return 0;
-  count = static_cast<u32>(std::min<u64>(count, length - skip));
-  std::memcpy(buffer, &run->second[skip * kSectorBytes], size_t{count} * kSectorBytes);
+  if (skip >= run->second.count) return 0;
+  *bytes = run->second.bytes;
+  if (!bytes->empty()) *bytes = bytes->subspan(skip * kSectorBytes);
+  return run->second.count - skip;
+}
+
+u32 Scan::CopyKept(u64 sector, u32 count, u8* buffer) const {
+  std::span<const u8> bytes;
+  count = static_cast<u32>(std::min<u64>(count, CountKept(sector, &bytes)));
+  if (bytes.empty()) {
+    std::fill_n(buffer, size_t{count} * kSectorBytes, u8{0});
+  } else {
+    std::copy_n(bytes.begin(), size_t{count} * kSectorBytes, buffer);
+  }
   return count;
 }
 
 u32 Scan::UnknownRun(u64 sector, u32 count) const {
+  std::span<const u8> bytes;
+  if (CountKept(sector, &bytes) > 0) return 0;
   u64 end = sector + count;
   if (const auto kept = m_kept.lower_bound(sector); kept != m_kept.end()) {
     end = std::min(end, kept->first);
@@ -106,7 +140,7 @@ u32 Scan::UnknownRun(u64 sector, u32 count) const {
 u32 Scan::ReadUnknown(u64 sector, u32 count, u8* buffer) {
   u32 got = m_io->SetPosition(sector) == sector ? m_io->Read(buffer, count) : 0;
   got = std::min(got, count);
-  if (m_trace) m_trace->push_back({sector, count, got, m_asker});
+  if (m_options.trace) m_options.trace->push_back({sector, count, got, m_asker});
   if (got < count) m_failed.insert(sector + got);
   if (count <= kMaxKeptRun) Keep(sector, got, buffer);
   return got;
@@ -114,11 +148,19 @@ u32 Scan::ReadUnknown(u64 sector, u32 count, u8* buffer) {
 
 void Scan::Keep(u64 sector, u32 count, const u8* bytes) {
   if (count == 0) return;
-  if (m_keptSectors + count > kMaxKeptSectors) {
+  const std::span<const u8> read(bytes, size_t{count} * kSectorBytes);
+  // All equal to the first, which is zero.
+  const bool isBlank = bytes[0] == 0 && std::memcmp(bytes, bytes + 1, read.size() - 1) == 0;
+  const bool isFull =
+      m_kept.size() >= kMaxKeptSectors || (!isBlank && m_keptSectors + count > kMaxKeptSectors);
+  if (isFull) {
     m_kept.clear();
     m_keptSectors = 0;
   }
-  m_kept.try_emplace(sector, bytes, bytes + size_t{count} * kSectorBytes);
+  KeptRun& run = m_kept[sector];
+  run.count = count;
+  if (isBlank) return;
+  run.bytes.assign(read.begin(), read.end());
   m_keptSectors += count;
 }
 

@@ -12,10 +12,12 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <span>
 #include <unordered_map>
 #include <vector>
 
 #include "base/types.h"
+#include "partitions/notes.h"
 #include "partitions/part_tree_item.h"
 
 namespace larkspur {
@@ -31,6 +33,18 @@ struct ScanRequest {
 };
 inline constexpr char kDetection[] = "detection";
 using ScanTrace = std::vector<ScanRequest>;
+
+// What a run is asked for beside the tree.
+struct ScanOptions {
+  ScanTrace* trace = nullptr;  // where given, what was asked of the storage
+  // Where given, what is found in the nodes and what stood in the way. Such a run is for people.
+  TreeNotes* notes = nullptr;
+  // A run for people reads what lies close together at once, and chooses the sectors that a table
+  // counts in by what lies where the table leads.
+  bool forPeople = false;
+  // Build the tree from the backup of a GUID table at the storage's end.
+  bool fromBackupGpt = false;
+};
 
 // What a run may use up.
 enum class Budget : u8 {
@@ -55,7 +69,7 @@ class Scan {
   // 128 MiB: sixteen sectors a node.
   static constexpr u64 kMaxSectorsRead = u64{1} << 18;
 
-  explicit Scan(cBaseIO* io, ScanTrace* trace = nullptr);
+  explicit Scan(cBaseIO* io, const ScanOptions& options = {});
   // A scan of what lies in a node that no scan of ours need have made.
   explicit Scan(const cPartTreeItem& top) : Scan(top.m_io) { m_top = &top; }
   Scan(const Scan&) = delete;
@@ -68,6 +82,15 @@ class Scan {
   // and after a few of them it gives up. Answers how many came.
   u32 ReadAround(u64 sector, u32 count, u8* buffer);
   bool ReadSector(u64 sector, SectorBytes* bytes) { return Read(sector, 1, bytes->data()) == 1; }
+
+  bool IsForPeople() const { return m_options.forPeople || TakesNotes(); }
+  bool TakesNotes() const { return m_options.notes; }
+  void TakeNote(const cTreeItem& node, Note note) {
+    if (TakesNotes()) m_options.notes->Add(node, std::move(note));
+  }
+  const ScanOptions& Options() const { return m_options; }
+  // In a run for people, reads what of [sector, sector+count) is not known yet in one request.
+  void ReadAhead(u64 sector, u32 count);
 
   // A new last child of `parent`, owned by the tree; null, and no child, when the length is 0, when
   // the end lies beyond 2^64, or when there are too many nodes already.
@@ -91,10 +114,11 @@ class Scan {
   bool Spend(Budget budget, u64 amount);
   // Counts the limit as reached, and answers false.
   bool Refuse(Budget budget);
+  static u64 LimitOf(Budget budget);
   u64 Left(Budget budget) const { return m_left[static_cast<size_t>(budget)]; }
   bool IsReached(Budget budget) const { return m_reached[static_cast<size_t>(budget)]; }
-  // Sectors that were asked for and did not come, though the storage has them.
-  const std::set<u64>& Unread() const { return m_failed; }
+  // Sectors that were needed and did not come, though the storage has them.
+  const std::set<u64>& Unread() const { return m_missed; }
 
   // The metadata area of LVM2 that begins at that sector, empty before it was first looked at.
   std::shared_ptr<const Lvm2Area>& Lvm2AreaAt(u64 sector) { return m_lvm2Areas[sector]; }
@@ -103,10 +127,22 @@ class Scan {
   cBaseIO* IO() const { return m_io; }
   // Bytes per sector as the storage's geometry has them; 512 when it does not know, or less.
   u32 BytesPerSector();
+  // The same in sectors of 512 bytes as tables of partitions count, unless a run for people found
+  // otherwise.
+  u64 TableFactor() { return m_tableFactor != 0 ? m_tableFactor : BytesPerSector() / kSectorBytes; }
+  void SetTableFactor(u64 factor) { m_tableFactor = factor; }
 
  private:
   friend class ScanAsker;
 
+  // Sectors that were read at once.
+  struct KeptRun {
+    u64 count = 0;
+    std::vector<u8> bytes;  // empty when all are zeros
+  };
+
+  // How many sectors from `sector` on are kept in one run, and their bytes.
+  u64 CountKept(u64 sector, std::span<const u8>* bytes) const;
   // Copies what is kept from `sector` on, up to `count` sectors, and answers how many.
   u32 CopyKept(u64 sector, u32 count, u8* buffer) const;
   // How many sectors from `sector` on, of `count`, are neither kept nor known to fail.
@@ -116,15 +152,18 @@ class Scan {
 
   cBaseIO* m_io;
   const cPartTreeItem* m_top = nullptr;
-  ScanTrace* m_trace;
+  ScanOptions m_options;
   u64 m_sectorCount;
   std::array<u64, kBudgets> m_left;
   std::array<bool, kBudgets> m_reached{};
   std::unordered_map<const cTreeItem*, cTreeItem*> m_newestChild;  // by its parent
   const char* m_asker = kDetection;
-  std::map<u64, std::vector<u8>> m_kept;  // runs without overlaps, by their first sector
+  std::map<u64, KeptRun> m_kept;  // without overlaps, by their first sector
   u64 m_keptSectors = 0;
+  u64 m_tableFactor = 0;  // 0: the storage's
+  std::vector<u8> m_ahead;
   std::set<u64> m_failed;
+  std::set<u64> m_missed;  // of these, those that were needed
   std::map<u64, std::shared_ptr<const Lvm2Area>> m_lvm2Areas;
 };
 

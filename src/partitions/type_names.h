@@ -24,6 +24,8 @@ enum TypeCode : u16 {
   kTypeExtendedLinux = 133,
   kTypeLinuxLvm = 142,
   kTypeSolaris = 191,
+  kTypeGptProtective = 238,
+  kTypeVmfs = 251,
   kTypeLinuxRaid = 253,
   kTypeBsdFirst = 256,  // plus the file-system type of a BSD label's entry
   kTypeUfs = 263,

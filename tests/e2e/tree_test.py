@@ -17,6 +17,38 @@ from cli_test import SECTOR, run
 ROOT_TYPE = 32764
 LINUX_GUID = "0FC63DAF-8483-4772-8E79-3D69D8477DE4"
 
+# A line each: size in MiB, and what makes a file system in an empty image of it, or the image itself.
+FILE_SYSTEMS = {
+    "ext2": (4, "mkfs.ext2 -q -L two IMAGE"),
+    "ext3": (8, "mkfs.ext3 -q -L three IMAGE"),
+    "ext4": (16, "mkfs.ext4 -q -L four IMAGE"),
+    "jbd": (8, "mke2fs -q -O journal_dev IMAGE"),
+    "xfs": (320, "mkfs.xfs -q -L xlab IMAGE"),
+    "btrfs": (128, "mkfs.btrfs -q -L spaced_label IMAGE"),
+    "f2fs": (64, "mkfs.f2fs -q -l flash IMAGE"),
+    "reiserfs": (64, "mkfs.reiserfs -q -f -l rei IMAGE"),
+    "jfs": (32, "mkfs.jfs -q -L jay IMAGE"),
+    "nilfs2": (160, "mkfs.nilfs2 -q -L nil IMAGE"),
+    "swap": (4, "mkswap -q -L sw IMAGE"),
+    "fat12": (2, "mkfs.fat -F 12 -n DOZE IMAGE"),
+    "fat16": (32, "mkfs.fat -F 16 -n SIXTEEN IMAGE"),
+    "fat32": (64, "mkfs.fat -F 32 -n THIRTY2 IMAGE"),
+    "exfat": (16, "mkfs.exfat -L exlabel IMAGE"),
+    "ntfs": (16, "mkfs.ntfs -F -q -L ntlabel IMAGE"),
+    "hfs": (8, "hformat -l hlabel IMAGE"),
+    "udf": (32, "mkfs.udf -l UDFlab IMAGE"),
+    "udf of small blocks": (32, "mkfs.udf -b 512 -l UDF5 IMAGE"),
+    "iso9660": (0, "genisoimage -quiet -V ISOLAB -o IMAGE folder"),
+    "iso9660 with Joliet": (0, "genisoimage -quiet -J -V JoLab -o IMAGE folder"),
+    "squashfs": (0, "mksquashfs folder IMAGE -quiet -no-progress"),
+    "erofs": (0, "mkfs.erofs IMAGE folder"),
+    "bcache": (32, "make-bcache -B IMAGE"),
+    "ufs": (0, "makefs -t ffs -s 8m -o version=1 IMAGE folder"),
+    "luks1": (32, "cryptsetup luksFormat -q --type luks1 --pbkdf-force-iterations 1000 IMAGE -"),
+    "luks2": (32, "cryptsetup luksFormat -q --type luks2 --label lab --pbkdf pbkdf2 "
+                  "--pbkdf-force-iterations 1000 IMAGE -"),
+}
+
 
 def needs(*tools):
     def wrap(test):
@@ -140,6 +172,116 @@ class TreeTest(unittest.TestCase):
                 self.assertEqual(record["payloadOffset"],
                                  int(payload[1]) if payload else int(offset[1]) // SECTOR)
                 self.assertEqual((record["cipher"], record["mode"]), ("aes", "xts-plain64"))
+
+    # Notes
+
+    def notes(self, node, kind):
+        return [note for note in node.get("notes", []) if note["kind"] == kind]
+
+    def make_file_system(self, image, size, command):
+        words = command.replace("IMAGE", image).split()
+        if not shutil.which(words[0]):
+            self.skipTest("needs " + words[0])
+        pathlib.Path("folder").mkdir(exist_ok=True)
+        pathlib.Path("folder/file").write_text("hello")
+        pathlib.Path(image).unlink(missing_ok=True)
+        if size:
+            blank(image, size << 11)
+        subprocess.run(words, input=b"secret", stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL, check=True)
+
+    @needs("blkid")
+    def test_contents_as_blkid_tells_them(self):
+        for name, (size, command) in FILE_SYSTEMS.items():
+            with self.subTest(name):
+                self.make_file_system("fs.img", size, command)
+                said = dict(line.replace("\\", "").split("=", 1) for line in
+                            tool("blkid", "-p", "-o", "export", "fs.img").splitlines())
+                result = run("tree", "fs.img", "--json")
+                self.assertEqual(result.returncode, 0, result.stderr)
+                found, = self.notes(json.loads(result.stdout)["tree"][0], "content")
+                self.assertEqual(
+                    [found.get(key) for key in ("name", "label", "uuid", "version")],
+                    [said.get(key) for key in ("TYPE", "LABEL", "UUID", "VERSION")])
+
+    @needs("mkfs.ext4")
+    def test_no_notes_leaves_the_tree_alone(self):
+        self.make_file_system("fs.img", 16, FILE_SYSTEMS["ext4"][1])
+        alone = self.tree("fs.img", "--no-notes")["tree"][0]
+        told = self.tree("fs.img")["tree"][0]
+        self.assertIn(b"ext4 1.0 \"four\"", run("tree", "fs.img").stdout)
+        self.assertTrue(told.pop("notes"))
+        self.assertEqual(alone, told)
+
+    @needs("sfdisk", "mkfs.exfat", "mkfs.ntfs")
+    def test_a_type_is_confirmed_or_doubtful(self):
+        blank("disk.img", 131072)
+        self.sfdisk("disk.img", "label: dos\nstart=2048,size=40960,type=7\n"
+                    "start=43008,size=40960,type=7\nstart=83968,type=82\n")
+        for name, start in (("exfat", 2048), ("ntfs", 43008)):
+            self.make_file_system("fs.img", 16, FILE_SYSTEMS[name][1])
+            with open("disk.img", "r+b") as disk:
+                disk.seek(start * SECTOR)
+                disk.write(pathlib.Path("fs.img").read_bytes())
+        exfat, ntfs, swap = self.children("disk.img")
+        self.assertEqual(self.notes(exfat, "doubtful")[0]["expected"], "ntfs")
+        self.assertEqual(self.notes(exfat, "content")[0]["name"], "exfat")
+        self.assertTrue(self.notes(ntfs, "confirmed"))
+        self.assertEqual(self.notes(swap, "doubtful")[0]["expected"], "swap")
+
+    @needs("sfdisk")
+    def test_a_guid_table_is_told_and_its_backup_used(self):
+        blank("gpt.img", 40000)
+        self.sfdisk("gpt.img", "label: gpt\nsize=2048,name=\"first one\",type=" + LINUX_GUID +
+                    "\nsize=4096,attrs=GUID:63,type=C12A7328-F81F-11D2-BA4B-00A0C93EC93B\n")
+        said = json.loads(tool("sfdisk", "--json", "gpt.img"))["partitiontable"]
+        protective, = self.children("gpt.img")
+        state, = self.notes(protective, "backup")
+        self.assertEqual((state["primary"], state["backup"], state["used"], state["diskGuid"]),
+                         ("intact", "intact", "primary", said["id"].lower()))
+        for node, partition in zip(protective["children"], said["partitions"], strict=True):
+            note, = self.notes(node, "gpt")
+            self.assertEqual((note["name"], note["guid"], note["typeGuid"], note["lastSector"]),
+                             (partition.get("name", ""), partition["uuid"].lower(),
+                              partition["type"].lower(),
+                              partition["start"] + partition["size"] - 1))
+        self.assertEqual([self.notes(n, "gpt")[0]["type"] for n in protective["children"]],
+                         ["Linux filesystem", "EFI system"])
+        self.assertEqual(self.notes(protective["children"][1], "gpt")[0]["attributes"], 1 << 63)
+
+        def overwrite(sector, data):
+            with open("gpt.img", "r+b") as disk:
+                disk.seek(sector * SECTOR)
+                disk.write(data)
+
+        whole = pathlib.Path("gpt.img").read_bytes()
+        overwrite(2, b"damaged!")  # a sector of the entries
+        state, = self.notes(self.children("gpt.img")[0], "backup")
+        self.assertEqual((state["primary"], state["backup"]), ("damaged", "intact"))
+        overwrite(0, bytes(34 * SECTOR))
+        root = self.tree("gpt.img")["tree"][0]
+        state, = self.notes(root, "backup")
+        self.assertEqual((root["children"], state["primary"], state["backup"]),
+                         ([], "missing", "intact"))
+        root = self.tree("gpt.img", "--backup-gpt")["tree"][0]
+        self.assertEqual(places(root["children"]), places(protective["children"]))
+        self.assertEqual(self.notes(root, "backup")[0]["used"], "backup")
+        overwrite(0, whole)
+        overwrite(39999, bytes(SECTOR))
+        state, = self.notes(self.children("gpt.img")[0], "backup")
+        self.assertEqual((state["primary"], state["backup"]), ("intact", "missing"))
+        result = run("tree", "gpt.img", "--backup-gpt")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(b"no intact backup", result.stderr)
+
+    @needs("sfdisk")
+    def test_what_was_needed_and_unreadable_is_told(self):
+        blank("disk.img", 100000)
+        self.sfdisk("disk.img", "label: dos\nstart=2048,size=4096,type=83\nstart=8192,type=83\n")
+        pathlib.Path("bad.map").write_text(cli_test.mapfile_text(100000, [(2050, 1)]))
+        first, second = self.tree("disk.img", "--test-mode", "bad.map", status=3)["tree"][0]["children"]
+        self.assertEqual([(n["start"], n["sectors"]) for n in self.notes(first, "unread")], [(2050, 1)])
+        self.assertEqual(self.notes(second, "unread"), [])
 
     # Through caches
 

@@ -60,6 +60,16 @@ TEST(TreeRowsTest, RecordsAreToldInWords) {
             u"piece 1 of 2 of a mirror \"data\", blocks of 64.0 KiB, set 01ab; offset 63");
 }
 
+TEST(TreeRowsTest, NotesAreToldInWords) {
+  auto store = fakes::MakeStore();
+  store->bytes = fakes::DiskBuilder(64).Text(0, 3, "-FVE-FS-").Bytes();
+  const auto disk = fakes::DiskOn(store);
+  PartitionTree tree;
+  TreeNotes notes;
+  ASSERT_TRUE(BuildPartitionTree(tree.Head(), disk.get(), {.notes = &notes}));
+  EXPECT_EQ(TreeRows(*tree.Head(), notes)[0].facts, u"BitLocker");
+}
+
 // What a careless module may hand over.
 TEST(TreeRowsTest, ATreeThatLeadsBackIntoItselfEnds) {
   PartitionTree tree;

@@ -75,7 +75,7 @@ TEST(Scan, AFailedSectorIsNotAskedAgain) {
   script->failing = {105, 110};
   const auto source = fakes::SourceOn(script);
   ScanTrace trace;
-  Scan scan(source.get(), &trace);
+  Scan scan(source.get(), {.trace = &trace});
   std::vector<u8> buffer(20 * kSectorBytes, 0xEE);
   EXPECT_EQ(scan.Read(100, 10, buffer.data()), 5u);
   EXPECT_EQ(scan.Read(100, 10, buffer.data()), 5u);

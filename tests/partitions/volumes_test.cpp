@@ -205,7 +205,7 @@ TEST(Luks, ReadsNoMoreOfTheTextThanItNeeds) {
     const auto io = fakes::DiskOn(store);
     PartitionTree tree;
     ScanTrace trace;
-    EXPECT_TRUE(BuildPartitionTree(tree.Head(), io.get(), &trace));
+    EXPECT_TRUE(BuildPartitionTree(tree.Head(), io.get(), {.trace = &trace}));
     u32 sectors = 0;
     for (const ScanRequest& request : trace) sectors += request.count;
     EXPECT_LE(sectors, test.mostSectors) << test.text.substr(0, 40);

@@ -126,8 +126,9 @@ void cStorages::LetRead(size_t index) {
   Storage& storage = At(index);
   if (storage.mayBeRead) return;
   storage.mayBeRead = true;
-  BuildPartitionTree(&storage.node->tree, storage.IO());
-  storage.tree = TreeRows(storage.node->tree);
+  TreeNotes notes;
+  BuildPartitionTree(&storage.node->tree, storage.IO(), {.notes = &notes});
+  storage.tree = TreeRows(storage.node->tree, notes);
 }
 
 bool cStorages::TakeMade(const MadeFrom& from, size_t* index) {

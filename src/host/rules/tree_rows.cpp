@@ -7,6 +7,7 @@
 #include <span>
 
 #include "host/rules/words.h"
+#include "imaging/note_text.h"
 #include "imaging/size_text.h"
 #include "partitions/part_records.h"
 #include "partitions/part_tree_item.h"
@@ -97,7 +98,7 @@ std::string NameOf(const cPartTreeItem& node) {
   return node.m_type == kTypeWholeDevice ? "whole storage" : Text(node.m_name);
 }
 
-std::string FactsOf(const cPartTreeItem& node) {
+std::string FactsOf(const cPartTreeItem& node, const TreeNotes& notes) {
   std::string facts;
   u32 count = 0;
   for (const cPartExtensionItem* item = node.m_firstExtension; item && count < kMostRecords;
@@ -106,23 +107,25 @@ std::string FactsOf(const cPartTreeItem& node) {
     const std::string words = RecordWords(item->m_record);
     if (!words.empty()) facts += (facts.empty() ? "" : "; ") + words;
   }
+  for (const Note& note : notes.Of(node)) facts += (facts.empty() ? "" : "; ") + NoteText(note);
   return facts;
 }
 
-void AppendRows(const cTreeItem* item, u32 level, std::vector<TreeRow>* rows) {
+void AppendRows(const cTreeItem* item, const TreeNotes& notes, u32 level,
+                std::vector<TreeRow>* rows) {
   for (; item && rows->size() < kMostRows; item = item->m_next) {
     const auto& node = static_cast<const cPartTreeItem&>(*item);
     rows->push_back({level, node.m_start, node.m_length, node.m_type, WideFromUtf8(NameOf(node)),
-                     WideFromUtf8(FactsOf(node))});
-    if (level < kMostLevels) AppendRows(node.m_firstChild, level + 1, rows);
+                     WideFromUtf8(FactsOf(node, notes))});
+    if (level < kMostLevels) AppendRows(node.m_firstChild, notes, level + 1, rows);
   }
 }
 
 }  // namespace
 
-std::vector<TreeRow> TreeRows(const cTreeItem* head) {
+std::vector<TreeRow> TreeRows(const cTreeItem* head, const TreeNotes& notes) {
   std::vector<TreeRow> rows;
-  AppendRows(head, 0, &rows);
+  AppendRows(head, notes, 0, &rows);
   return rows;
 }
 

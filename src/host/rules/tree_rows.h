@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "partitions/notes.h"
 #include "partitions/tree_item.h"
 
 namespace larkspur::host {
@@ -19,12 +20,12 @@ struct TreeRow {
   u64 length = 0;  // sectors
   u16 type = 0;
   std::u16string name;
-  std::u16string facts;  // of its records: volume sets, odd starts
+  std::u16string facts;  // of its records and notes: volume sets, odd starts, contents
 };
 
 // The rows from the top down, children behind their parent. A tree deeper or longer than any real
-// one, or one that leads back into itself, is cut.
-std::vector<TreeRow> TreeRows(const cTreeItem* head);
+// one, or one that leads back into itself, is cut. `notes` are those of a tree of our own.
+std::vector<TreeRow> TreeRows(const cTreeItem* head, const TreeNotes& notes = {});
 
 // The rows as a table, for people; lines end in "\n".
 std::string TreeText(const std::vector<TreeRow>& rows);

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "partitions/field_text.h"
+
+#include <algorithm>
+#include <array>
+
+#include "base/endian.h"
+#include "base/path_text.h"
+#include "partitions/disk_text.h"
+
+namespace larkspur {
+namespace {
+
+constexpr size_t kUuidBytes = 16;
+
+bool IsControl(char16_t unit) {
+  return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
+}
+
+bool IsHigh(char16_t unit) {
+  return unit >= 0xD800 && unit < 0xDC00;
+}
+
+bool IsLow(char16_t unit) {
+  return unit >= 0xDC00 && unit < 0xE000;
+}
+
+}  // namespace
+
+std::string FieldUtf8(std::span<const u8> field) {
+  return Utf8FromWide(DiskText(field));
+}
+
+std::string FieldUtf16(std::span<const u8> field, bool bigEndian) {
+  std::u16string text;
+  for (size_t at = 0; at + 1 < field.size(); at += 2) {
+    const char16_t unit = bigEndian ? LoadBe16(&field[at]) : LoadLe16(&field[at]);
+    if (unit == 0) break;
+    text += IsControl(unit) ? u'\uFFFD' : unit;
+  }
+  for (size_t i = 0; i < text.size(); ++i) {  // halves of pairs
+    if (IsHigh(text[i]) && i + 1 < text.size() && IsLow(text[i + 1])) {
+      ++i;
+    } else if (IsHigh(text[i]) || IsLow(text[i])) {
+      text[i] = u'\uFFFD';
+    }
+  }
+  while (!text.empty() && text.back() == u' ') text.pop_back();
+  return Utf8FromWide(text);
+}
+
+std::string FieldHex(std::span<const u8> field) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string text;
+  for (const u8 byte : field) {
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 15];
+  }
+  return text;
+}
+
+std::string FieldUuid(std::span<const u8> field) {
+  const bool isSet = std::any_of(field.begin(), field.end(), [](u8 byte) { return byte != 0; });
+  if (field.size() != kUuidBytes || !isSet) return {};
+  std::string text = FieldHex(field);
+  for (const size_t at : {20, 16, 12, 8}) text.insert(at, 1, '-');
+  return text;
+}
+
+std::string FieldGuid(std::span<const u8> field) {
+  if (field.size() != kUuidBytes) return {};
+  constexpr std::array<size_t, kUuidBytes> kOrder = {3, 2, 1,  0,  5,  4,  7,  6,
+                                                     8, 9, 10, 11, 12, 13, 14, 15};
+  std::array<u8, kUuidBytes> bytes;
+  for (size_t i = 0; i < kUuidBytes; ++i) bytes[i] = field[kOrder[i]];
+  return FieldUuid(bytes);
+}
+
+}  // namespace larkspur

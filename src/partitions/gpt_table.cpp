@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "partitions/gpt_table.h"
+
+#include <algorithm>
+
+#include <zlib.h>
+
+#include "base/endian.h"
+#include "partitions/disk_text.h"
+
+namespace larkspur {
+namespace {
+
+constexpr size_t kHeaderBytes = 12;
+constexpr size_t kHeaderSum = 16;
+constexpr size_t kOwnLba = 24;
+constexpr size_t kOtherLba = 32;
+constexpr size_t kArrayLba = 72;
+constexpr size_t kEntryCount = 80;
+constexpr size_t kEntrySize = 84;
+constexpr size_t kArraySum = 88;
+constexpr size_t kGuidBytes = 16;
+constexpr u32 kLeastHeaderBytes = 92;
+
+constexpr GptPlace kPlaces[] = {{0, 1}, {1, 1}, {7, 8}, {8, 8}};
+
+bool IsHeader(std::span<const u8> sector) {
+  return StartsWith(sector, "EFI PART") && LoadLe32(&sector[kEntrySize]) == GptTable::kEntryBytes;
+}
+
+u32 Sum(std::span<const u8> bytes) {
+  return static_cast<u32>(crc32(0, bytes.data(), static_cast<uInt>(bytes.size())));
+}
+
+bool HeaderSumHolds(SectorBytes header) {
+  const u32 length = LoadLe32(&header[kHeaderBytes]);
+  if (length < kLeastHeaderBytes || length > kSectorBytes) return false;
+  const u32 sum = LoadLe32(&header[kHeaderSum]);
+  StoreLe32(&header[kHeaderSum], 0);
+  return Sum(std::span(header).first(length)) == sum;
+}
+
+}  // namespace
+
+std::optional<GptPlace> FindGptHeader(std::span<const u8> front) {
+  for (const GptPlace& place : kPlaces) {
+    if (IsHeader(front.subspan(size_t{place.sector} * kSectorBytes, kSectorBytes))) return place;
+  }
+  return std::nullopt;
+}
+
+std::optional<GptTable> ReadGptTable(Scan& scan, u64 sector, u32 factor) {
+  GptTable table{sector, factor, 0, 0, {}, {}, false};
+  if (!scan.ReadSector(sector, &table.header) || !IsHeader(table.header)) return std::nullopt;
+  table.ownLba = LoadLe64(&table.header[kOwnLba]);
+  table.otherLba = LoadLe64(&table.header[kOtherLba]);
+  const u32 count = LoadLe32(&table.header[kEntryCount]);
+  const u32 entries = std::min(count, GptTable::kMaxEntries);
+  const u32 sectors = (entries * GptTable::kEntryBytes + kSectorBytes - 1) / kSectorBytes;
+  table.array.resize(size_t{sectors} * kSectorBytes);
+  const u64 first = table.SectorOf(LoadLe64(&table.header[kArrayLba]));
+  const u32 came = scan.ReadAround(first, sectors, table.array.data());
+  if (came == 0) return std::nullopt;
+  table.array.resize(size_t{entries} * GptTable::kEntryBytes);
+  table.isIntact = came == sectors && entries == count && HeaderSumHolds(table.header) &&
+                   Sum(table.array) == LoadLe32(&table.header[kArraySum]);
+  return table;
+}
+
+std::optional<GptTable> FindBackupGpt(Scan& scan) {
+  for (const u32 factor : {1, 8}) {
+    if (scan.SectorCount() < factor) continue;
+    auto table = ReadGptTable(scan, scan.SectorCount() - factor, factor);
+    if (table && table->isIntact) return table;
+  }
+  return std::nullopt;
+}
+
+GptState JudgeGpt(Scan& scan, u64 sector, u32 factor) {
+  SectorBytes header;
+  if (sector >= scan.SectorCount()) return GptState::kMissing;
+  if (!scan.ReadSector(sector, &header)) return GptState::kUnreadable;
+  if (!IsHeader(header)) return GptState::kMissing;
+  const auto table = ReadGptTable(scan, sector, factor);
+  if (!table) return GptState::kUnreadable;
+  return table->isIntact ? GptState::kIntact : GptState::kDamaged;
+}
+
+bool IsUsedGptEntry(std::span<const u8> entry) {
+  const auto guid = entry.first(kGuidBytes);
+  return std::any_of(guid.begin(), guid.end(), [](u8 byte) { return byte != 0; });
+}
+
+}  // namespace larkspur

@@ -1,0 +1,267 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "partitions/content.h"
+
+#include <gtest/gtest.h>
+
+#include "base/owned.h"
+#include "fakes/disk_builder.h"
+#include "fakes/memory_disk.h"
+#include "fakes/tree_text.h"
+#include "imaging/note_text.h"
+#include "partitions/detection.h"
+#include "partitions/gpt_types.h"
+
+namespace larkspur {
+namespace {
+
+using namespace std::string_view_literals;
+using fakes::DiskBuilder;
+
+constexpr u64 kSectors = 1024;
+
+// The notes of the whole storage, in words.
+std::string NotesOf(const std::vector<u8>& bytes) {
+  auto store = fakes::MakeStore();
+  store->bytes = bytes;
+  const auto io = fakes::DiskOn(store);
+  PartitionTree tree;
+  TreeNotes notes;
+  BuildPartitionTree(tree.Head(), io.get(), {.notes = &notes});
+  std::string text;
+  if (!tree.Root()) return text;
+  for (const Note& note : notes.Of(*tree.Root())) {
+    text += (text.empty() ? "" : "; ") + NoteText(note);
+  }
+  return text;
+}
+
+struct Case {
+  const char* what;
+  DiskBuilder disk;
+  std::string notes;
+};
+
+constexpr std::string_view kUuid =
+    "\x01\x23\x45\x67\x89\xab\xcd\xef\x01\x23\x45\x67\x89\xab\xcd\xef"sv;
+constexpr char kUuidText[] = "01234567-89ab-cdef-0123-456789abcdef";
+
+DiskBuilder Disk() {
+  return DiskBuilder(kSectors);
+}
+
+DiskBuilder Zfs() {
+  DiskBuilder disk = Disk();
+  disk.Text(32, 0, "\1\1\0\0\0\0\0\0\0\0\0\1"sv);
+  u64 at = 12;
+  const auto pair = [&](std::string_view name, u32 type, auto put) {
+    const u64 value = at + 12 + (name.size() + 3) / 4 * 4;
+    disk.Be(32, at, 4, 64).Be(32, at + 8, 4, name.size()).Text(32, at + 12, name);
+    disk.Be(32, value, 4, type).Be(32, value + 4, 4, 1);
+    put(value + 8);
+    at += 64;
+  };
+  pair("version", 8, [&](u64 value) { disk.Be(32, value, 8, 5000); });
+  pair("name", 9, [&](u64 value) { disk.Be(32, value, 4, 4).Text(32, value + 4, "tank"); });
+  pair("txg", 8, [&](u64 value) { disk.Be(32, value, 8, 4); });
+  pair("pool_guid", 8, [&](u64 value) { disk.Be(32, value, 8, 1234567890123); });
+  return disk;
+}
+
+// Blocks of 512 bytes; the catalogue's header is in sector 4, its first leaf in sector 5.
+DiskBuilder HfsPlus() {
+  DiskBuilder disk = Disk();
+  disk.Text(2, 0, "H+").Be(2, 2, 2, 4).Be(2, 40, 4, 512).Be(2, 272 + 16, 4, 4);
+  disk.Be(4, 14 + 10, 4, 1).Be(4, 14 + 18, 2, 512);
+  disk.Be(5, 8, 1, 0xFF).Be(5, 14, 2, 12).Be(5, 16, 4, 1).Be(5, 20, 2, 3);
+  for (size_t i = 0; i < 3; ++i) disk.Be(5, 22 + i * 2, 2, static_cast<u64>("Mac"[i]));
+  return disk.Be(5, 28, 2, 1).Be(5, 36, 4, 2);
+}
+
+// What no tool of the tests' system makes.
+std::vector<Case> Crafted() {
+  return {
+      {"ReFS", Disk().Text(0, 0, "\0\0\0ReFS\0"sv), "ReFS"},
+      {"BitLocker", Disk().Text(0, 3, "-FVE-FS-"), "BitLocker"},
+      {"Storage Spaces", Disk().Text(0, 0, "SPACEDB ").Text(0, 32, kUuid),
+       "Storage_Spaces_member, 67452301-ab89-efcd-0123-456789abcdef"},
+      {"APFS",
+       Disk().Le(0, 24, 4, 0x80000001).Text(0, 32, "NXSB").Le(0, 36, 4, 4096).Text(0, 72, kUuid),
+       std::string("apfs, ") + kUuidText},
+      {"HFS+", HfsPlus(), "hfsplus \"Mac\""},
+      {"HFSX", HfsPlus().Text(2, 0, "HX"), "hfsplus \"Mac\""},
+      {"bcachefs",
+       Disk()
+           .Text(8, 24, "\xc6\x85\x73\xf6\x66\xce\x90\xa9\xd9\x6a\x60\xcf\x80\x3d\xf7\xef"sv)
+           .Text(8, 56, kUuid)
+           .Text(8, 72, "pool"),
+       std::string("bcachefs \"pool\", ") + kUuidText},
+      {"ZFS", Zfs(), "zfs_member 5000 \"tank\", 1234567890123"},
+      {"UFS2",
+       Disk()
+           .Le(128, 1372, 4, 0x19540119)
+           .Le(128, 48, 4, 32768)
+           .Text(128, 680, "data")
+           .Le(128, 144, 4, 0x12345678)
+           .Le(128, 148, 4, 0x9abcdef0),
+       "ufs 2 \"data\", 123456789abcdef0"},
+      {"erofs", Disk().Le(2, 0, 4, 0xE0F5E1E2).Text(2, 48, kUuid).Text(2, 64, "ero"),
+       std::string("erofs \"ero\", ") + kUuidText},
+      {"swap of larger pages", Disk().Text(0, 16384 - 10, "SWAPSPACE2").Text(2, 28, "big"),
+       "swap 1 \"big\""},
+      {"suspended", Disk().Text(0, 4096 - 10, "S1SUSPEND"), "swsuspend"},
+      {"DRBD", Disk().Be(kSectors - 8, 60, 4, 0x8374026D).Be(kSectors - 8, 40, 8, 0xABC),
+       "drbd v09, abc"},
+      {"DDF", Disk().Be(kSectors - 1, 0, 4, 0xDE11DE11),
+       "ddf_raid_member, " + std::string(48, '0')},
+      {"LSI", Disk().Text(kSectors - 1, 0, "$XIDE$"), "lsi_mega_raid_member"},
+      {"Adaptec", Disk().Be(kSectors - 1, 0, 4, 0x37FC4D1E).Text(kSectors - 1, 268, "DPTM"),
+       "adaptec_raid_member"},
+      {"NVIDIA", Disk().Text(kSectors - 2, 0, "NVIDIA"), "nvidia_raid_member"},
+      {"HighPoint", Disk().Le(9, 32, 4, 0x5A7816F0), "hpt37x_raid_member"},
+      {"HighPoint at the end", Disk().Le(kSectors - 11, 0, 4, 0x5A7816F3), "hpt45x_raid_member"},
+      {"Promise", Disk().Text(kSectors - 63, 0, "Promise Technology, Inc."),
+       "promise_fasttrack_raid_member"},
+      {"VMFS",
+       DiskBuilder(8192).Le(4096, 0, 4, 0x2FABF15E).Le(4096, 4, 4, 5).Text(4096, 29, "datastore1"),
+       "VMFS \"datastore1\", " + std::string(32, '0')},
+      {"nothing", Disk(), ""},
+      {"the word alone is no FAT", Disk().Text(0, 54, "FAT16   "), ""},
+      {"an ext of impossible blocks", Disk().Le(2, 56, 2, 0xEF53).Le(2, 24, 4, 60).Le(2, 32, 4, 8),
+       ""},
+  };
+}
+
+TEST(Content, IsRecognisedByItsRow) {
+  for (const Case& test : Crafted()) EXPECT_EQ(NotesOf(test.disk.Bytes()), test.notes) << test.what;
+}
+
+// Nothing may be read past the end, whatever is missing there.
+TEST(Content, SurvivesEveryPlaceWhereTheDiskEnds) {
+  for (const Case& test : Crafted()) {
+    std::vector<u8> bytes = test.disk.Bytes();
+    for (u64 sectors = 140; sectors > 0; --sectors) {
+      bytes.resize(std::min<u64>(bytes.size(), sectors * kSectorBytes));
+      EXPECT_LT(NotesOf(bytes).size(), 200u) << test.what << " " << sectors;
+    }
+  }
+}
+
+TEST(Content, SurvivesEveryChangeOfAByte) {
+  for (const Case& test : {Crafted()[4], Crafted()[7]}) {
+    std::vector<u8> bytes = test.disk.Bytes();
+    for (size_t at = 0; at < bytes.size() && at < 24 * kSectorBytes + 1024; ++at) {
+      if (bytes[at] == 0 && at % 16 != 0) continue;
+      for (const u8 mask : std::initializer_list<u8>{0x01, 0x80, 0xFF}) {
+        bytes[at] = static_cast<u8>(bytes[at] ^ mask);
+        EXPECT_LT(NotesOf(bytes).size(), 400u) << test.what << " " << at;
+        bytes[at] = static_cast<u8>(bytes[at] ^ mask);
+      }
+    }
+  }
+}
+
+TEST(Content, TypesOfGuidTablesHaveWords) {
+  EXPECT_EQ(GptTypeWords("c12a7328-f81f-11d2-ba4b-00a0c93ec93b"), "EFI system");
+  EXPECT_EQ(GptTypeWords("aa31e02a-400f-11db-9590-000c2911d1b8"), "VMware VMFS");
+  EXPECT_EQ(GptTypeWords("c12a7328-f81f-11d2-ba4b-00a0c93ec93c"), "");
+  EXPECT_EQ(PromiseOfGptType("0657fd6d-a4ab-43c4-84e5-0933c84b4f4f").first, "swap");
+}
+
+// A storage that says how large its sectors are.
+class cGeometryDisk final : public cBaseIO {
+ public:
+  cGeometryDisk(const DiskBuilder& disk, u32 sectorBytes) : m_sectorBytes(sectorBytes) {
+    auto store = fakes::MakeStore();
+    store->bytes = disk.Bytes();
+    m_disk = fakes::DiskOn(store);
+  }
+  cBaseIO* Clone() override { return nullptr; }
+  bool IsSameAs(cBaseIO* /*other*/) override { return false; }
+  u64 SetPosition(u64 sector) override { return m_disk->SetPosition(sector); }
+  u32 Read(void* buffer, u32 count, cBitMap* /*presence*/) override {
+    return m_disk->Read(buffer, count);
+  }
+  u64 GetSectorCount() override { return m_disk->GetSectorCount(); }
+  void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
+  bool GetGeometry(u32* three) override {
+    three[0] = m_sectorBytes;
+    return true;
+  }
+
+ private:
+  u32 m_sectorBytes;
+  Owned<fakes::cMemoryDisk> m_disk;
+};
+
+std::string TreeForPeople(cBaseIO* io) {
+  PartitionTree tree;
+  TreeNotes notes;
+  BuildPartitionTree(tree.Head(), io, {.notes = &notes});
+  std::string text = fakes::TreeText(tree.Root());
+  for (const Note& note : notes.Of(*tree.Root())) text += NoteText(note) + "\n";
+  return text;
+}
+
+constexpr char kBasic[] = "EBD0A0A2-B9E5-4433-87C0-68B6B72699C7";
+
+DiskBuilder& PutNtfs(DiskBuilder& disk, u64 sector) {
+  return disk.Text(sector, 3, "NTFS    ").Le(sector, 510, 2, 0xAA55);
+}
+
+// One disk, looked at directly and through what does not know its sectors.
+TEST(SectorSize, IsChosenByWhatLiesWhereTheTableLeads) {
+  DiskBuilder large(65536);  // a table that counts in 4096 bytes, with a chain
+  large.MbrEntry(0, 0, 7, 256, 1000).MbrEntry(0, 1, 5, 2000, 4000);
+  PutNtfs(large, 2048);
+  large.MbrEntry(16000, 0, 7, 10, 100).MbrEntry(16000, 1, 5, 500, 200);
+  large.MbrEntry(20000, 0, 7, 10, 150);
+  const std::string largeTree =
+      "0+65536 32764 \"[unknown]\" mbr\n"
+      "  2048+8000 7 \"NTFS\" mbr\n"
+      "  16000+32000 5 \"Extended\"\n"
+      "    16080+800 7 \"NTFS\" {offset 10}\n"
+      "    20080+1200 7 \"NTFS\" {offset 10}\n"
+      "counts in sectors of 4096 bytes\n";
+  DiskBuilder small(65536);
+  small.MbrEntry(0, 0, 7, 2048, 1000);
+  PutNtfs(small, 2048);
+  const std::string smallTree =
+      "0+65536 32764 \"[unknown]\" mbr\n"
+      "  2048+1000 7 \"NTFS\" mbr\n";
+  DiskBuilder gpt(65536);  // of 4096 bytes, behind its protective entry
+  gpt.MbrEntry(0, 0, 0xEE, 1, 8191).Gpt(8, 1, 4, 8).GptEntry(8, 0, kBasic, 256, 355, 8);
+  const std::string gptTree =
+      "0+65536 32764 \"[unknown]\" mbr\n"
+      "  1+8191 238 \"GPT OEM\" gpt\n"
+      "    2048+792 24451 \"GPT Basic\"\n";
+  for (const u32 sectorBytes : {512, 4096}) {
+    cGeometryDisk largeDisk(large, sectorBytes);
+    cGeometryDisk smallDisk(small, sectorBytes);
+    cGeometryDisk gptDisk(gpt, sectorBytes);
+    const std::string note =
+        sectorBytes == 512 ? std::string() : "counts in sectors of 512 bytes\n";
+    EXPECT_EQ(TreeForPeople(&largeDisk), largeTree) << sectorBytes;
+    EXPECT_EQ(TreeForPeople(&smallDisk), smallTree + note) << sectorBytes;
+    EXPECT_EQ(TreeForPeople(&gptDisk), gptTree + note) << sectorBytes;
+  }
+  // A host goes on getting what the storage's geometry gives.
+  cGeometryDisk direct(large, 4096);
+  EXPECT_NE(fakes::TreeText(&direct).find("\n  2048+8000 7"), std::string::npos);
+  cGeometryDisk cached(large, 512);
+  EXPECT_NE(fakes::TreeText(&cached).find("\n  256+1000 7"), std::string::npos);
+  cGeometryDisk blank(DiskBuilder(65536).MbrEntry(0, 0, 7, 256, 1000), 4096);
+  EXPECT_NE(TreeForPeople(&blank).find("nothing confirms it"), std::string::npos);
+}
+
+TEST(Notes, TellWhichLimitWasReached) {
+  DiskBuilder disk(8192);
+  for (u64 sector = 0; sector < 8192; ++sector) {
+    for (size_t i = 0; i < 4; ++i) disk.MbrEntry(sector, i, 0x83, 1 + i, 8000);
+  }
+  const std::string notes = NotesOf(disk.Bytes());
+  EXPECT_NE(notes.find("the limit of 16384 nodes was reached"), std::string::npos) << notes;
+}
+
+}  // namespace
+}  // namespace larkspur
