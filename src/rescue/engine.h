@@ -127,6 +127,7 @@ class Engine {
   bool ProveBy(SectorRange witness, bool isKnownGood);
   std::optional<SectorRange> PickWitness(u64 farFrom);
   std::optional<SectorRange> PickKnownGood();
+  std::optional<SectorRange> PickUntried(bool last);
   std::optional<SectorRange> PickUnwanted();
   std::optional<SectorRange> PickUnit(SectorStatus wanted, const ExtentSet& except);
 

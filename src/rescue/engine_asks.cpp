@@ -211,6 +211,7 @@ bool Engine::Prove() {
   for (int tries = 0; tries < 2; ++tries) {
     auto witness = PickWitness(farFrom);
     const bool isKnownGood = !witness && (witness = PickKnownGood());
+    if (!witness) witness = PickUntried(tries == 0);
     if (!witness) witness = PickUnwanted();
     if (!witness) break;
     if (ProveBy(*witness, isKnownGood)) return true;
@@ -242,13 +243,22 @@ bool Engine::ProveBy(SectorRange witness, bool isKnownGood) {
   return isAlive;
 }
 
-// One of those that were left out on purpose, far away.
+// One of those that were left out on purpose, as far away as there is. Only where the disk reads
+// well around it: else its failure would say nothing.
 std::optional<SectorRange> Engine::PickWitness(u64 farFrom) {
-  const auto first = m_ledger.witnesses.NextFrom(0);
-  if (!first) return std::nullopt;
-  const u64 last = m_ledger.witnesses.LastBefore(kNowhere)->End() - 1;
-  const auto distance = [farFrom](u64 at) { return at > farFrom ? at - farFrom : farFrom - at; };
-  return UnitAround(distance(first->first) >= distance(last) ? first->first : last);
+  std::optional<SectorRange> best;
+  u64 bestDistance = 0;
+  m_ledger.witnesses.Visit([&](SectorRange witness) {
+    const u64 distance =
+        witness.first > farFrom ? witness.first - farFrom : farFrom - witness.first;
+    if (best && distance <= bestDistance) return;
+    StatusTotals before;
+    m_store->Count({witness.first - 1, 1}, &before);
+    if (before.present == 0) return;
+    best = UnitAround(witness.first);
+    bestDistance = distance;
+  });
+  return best;
 }
 
 // A physical sector that the cache has. Never the same one twice in a run.
@@ -256,6 +266,15 @@ std::optional<SectorRange> Engine::PickKnownGood() {
   const auto picked = PickUnit(kPresent, m_knownGoodAsked);
   if (picked) m_knownGoodAsked.Add(*picked);
   return picked;
+}
+
+// One that is wanted and was never asked: in the middle of what lies last, or first.
+std::optional<SectorRange> Engine::PickUntried(bool last) {
+  const auto area = last ? m_ledger.untried.LastBefore(kNowhere) : m_ledger.untried.NextFrom(0);
+  if (!area) return std::nullopt;
+  const SectorRange unit = UnitAround(area->first + area->count / 2);
+  const u64 first = std::max(unit.first, area->first);
+  return SectorRange{first, std::min(unit.End(), area->End()) - first};
 }
 
 // One that was never asked, and that nobody wants in this run.
