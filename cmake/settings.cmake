@@ -10,6 +10,13 @@ if(WIN32)
   target_link_options(larkspur_settings INTERFACE -static)
   add_link_options(-static)
 endif()
+if(NOT WIN32 AND NOT LARKSPUR_SANITIZE)
+  # What makes a fault end the program rather than serve whoever found it.
+  target_compile_options(larkspur_settings INTERFACE
+    -fstack-protector-strong $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
+    $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+  target_link_options(larkspur_settings INTERFACE -Wl,-z,relro,-z,now)
+endif()
 if(LARKSPUR_SANITIZE)
   add_compile_options(-fsanitize=${LARKSPUR_SANITIZE} -fno-sanitize-recover=all
     -fno-omit-frame-pointer -O1)
