@@ -54,7 +54,7 @@ void WarnOfLittleRoom(const std::string& cache, u64 missingSectors) {
 ExitStatus AddPartition(Rescue* rescue, const ImageOptions& options, ExtentSet* domain) {
   cRescueIO storage(&rescue->engine());
   PartitionTree tree;
-  BuildPartitionTree(tree.Head(), &storage);
+  BuildPartitionTree(tree.Head(), &storage, {.forPeople = true});
   if (rescue->engine().Reason() != StopReason::kNone) return rescue->Finish();
   const auto place = tree.Root() ? FindPlace(*tree.Root(), options.partition) : std::nullopt;
   if (!place) {
