@@ -22,10 +22,14 @@ u64 Count(const RescueHistory& history, FailureKind kind) {
   return history.failures[static_cast<size_t>(kind)];
 }
 
+// Sectors that failed, together with others or alone. A worn disk has millions of extents: counted
+// without a copy.
 u64 Tried(const RescueHistory& history) {
-  ExtentSet tried = history.triedTogether;
-  tried.Add(history.triedAlone);
-  return tried.Sectors();
+  u64 sectors = history.triedTogether.Sectors() + history.triedAlone.Sectors();
+  history.triedAlone.Visit([&](SectorRange alone) {
+    history.triedTogether.Visit(alone, [&](SectorRange both) { sectors -= both.count; });
+  });
+  return sectors;
 }
 
 void PrintLogJson(const std::string& path, const RescueHistory& history) {
