@@ -125,13 +125,15 @@ void Engine::Image() {
   SetWitnessesAside();
   const bool forward = !m_options.reverse;
   const SectorRange all{0, m_sectors};
-  Scan(Phase::kCopy, forward, true, all);
-  Scan(Phase::kBack, !forward, true, all);
+  Scan(Phase::kCopy, forward, Skip::kFailuresAndSlowness, all);
+  Scan(Phase::kBack, !forward, Skip::kFailuresAndSlowness, all);
+  // What was skipped for being slow, or lies between bad areas, comes before those areas.
+  Scan(Phase::kSweep, forward, Skip::kFailures, all);
   // What failed without the medium's doing is asked again, as long as that gets anywhere.
   u64 before = 0;
   do {
     before = m_ledger.Left();
-    Scan(Phase::kSweep, forward, false, all);
+    Scan(Phase::kSweep, forward, Skip::kNothing, all);
     if (m_options.scrape) {
       Trim();
       Scrape();
@@ -153,11 +155,11 @@ void Engine::SetWitnessesAside() {
   }
 }
 
-void Engine::Scan(Phase phase, bool forward, bool skips, SectorRange within) {
+void Engine::Scan(Phase phase, bool forward, Skip skip, SectorRange within) {
   if (!m_ledger.untried.NextFrom(within.first)) return;
   Begin(phase);
-  m_queue.JudgeSlowness(skips);
-  SkipPolicy policy = skips ? SkipPolicy(m_sectors) : SkipPolicy();
+  m_queue.JudgeSlowness(skip == Skip::kFailuresAndSlowness);
+  SkipPolicy policy = skip == Skip::kNothing ? SkipPolicy() : SkipPolicy(m_sectors);
   u64 cursor = forward ? within.first : within.End();
   const auto next = [&]() -> std::optional<SectorRange> {
     const auto part =
@@ -171,14 +173,14 @@ void Engine::Scan(Phase phase, bool forward, bool skips, SectorRange within) {
     return SectorRange{first, end - first};
   };
   Stream(next, [&](const Asked& asked) {
-    const u64 skip = policy.Next(asked.wentBadly);
+    const u64 distance = policy.Next(asked.wentBadly);
     if (!asked.wentBadly) return;
     const SectorRange& range = asked.range;
     const bool again = asked.answer.kind == FailureKind::kSystem;
     if (again) {
       cursor = forward ? range.first : range.End();
     } else {
-      cursor = forward ? range.End() + skip : range.first - std::min(range.first, skip);
+      cursor = forward ? range.End() + distance : range.first - std::min(range.first, distance);
     }
   });
 }
@@ -305,7 +307,7 @@ u64 Engine::Fetch(SectorRange range, u8* out) {
   if (IsStopping() || !Want(ExtentSet(range))) return 0;
   const SectorRange wide = Widened(range);
   Begin(Phase::kFetch);
-  Scan(Phase::kFetch, true, false, wide);
+  Scan(Phase::kFetch, true, Skip::kNothing, wide);
   for (u64 before = 0; !IsStopping();) {
     ExtentSet open;
     m_ledger.failed.Visit(wide, [&](SectorRange part) { open.Add(part); });

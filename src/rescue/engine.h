@@ -101,7 +101,8 @@ class Engine {
   // The order of work.
   void Begin(Phase phase);
   void SetWitnessesAside();
-  void Scan(Phase phase, bool forward, bool skips, SectorRange within);
+  enum class Skip { kNothing, kFailures, kFailuresAndSlowness };
+  void Scan(Phase phase, bool forward, Skip skip, SectorRange within);
   void Trim();
   void Scrape();
   void AskWitnesses();
