@@ -133,7 +133,10 @@ Cache HoldCache(const std::u16string& path) {
   OwnedFile file(platform::OpenExistingFile(path.c_str(), kReadWrite));
   if (!file.IsOpen()) return Answered(CacheAnswer::kCannotOpen);
   if (platform::LockFileAlone(file.Handle()) == platform::LockAnswer::kHeldElsewhere) {
-    return Answered(CacheAnswer::kHeldElsewhere);
+    Cache cache = Answered(CacheAnswer::kHeldElsewhere);
+    cache.hold = CacheHold::FindInProcess(file.Handle());
+    if (cache.hold) cache.answer = CacheAnswer::kOpened;
+    return cache;
   }
   Cache cache = Answered(CacheAnswer::kOpened);
   cache.hold = std::make_shared<CacheHold>(std::move(file));

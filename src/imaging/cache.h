@@ -45,7 +45,7 @@ struct Cache {
   bool created = false;
 };
 
-// Locks the file for one run, whatever it holds; `image` stays null. On failure the answer is
+// Locks the file for this process, whatever it holds; `image` stays null. On failure the answer is
 // kHeldElsewhere or kCannotOpen.
 Cache HoldCache(const std::u16string& path);
 

@@ -6,17 +6,25 @@
 // all who work on the cache in this process; any thread may call.
 
 #include <atomic>
+#include <memory>
 
 #include "platform/owned_file.h"
 
 namespace larkspur {
 
-class CacheHold {
+class CacheHold : public std::enable_shared_from_this<CacheHold> {
  public:
   static constexpr double kSyncSeconds = 30;
 
   // A handle that is open for writing, and locked where the file system has locks.
   explicit CacheHold(platform::OwnedFile file);
+  CacheHold(const CacheHold&) = delete;
+  CacheHold& operator=(const CacheHold&) = delete;
+  ~CacheHold();
+
+  // The hold that this process has of the file behind `handle`; null when it has none. Storages of
+  // one process may share a cache, since their images share what they must (io/shared_file.h).
+  static std::shared_ptr<CacheHold> FindInProcess(platform::FileHandle handle);
 
   platform::FileHandle Handle() const { return m_file.Handle(); }
   bool Sync() { return platform::SyncFile(m_file.Handle()); }
@@ -30,6 +38,7 @@ class CacheHold {
   const platform::OwnedFile m_file;
   std::atomic<bool> m_noted{false};
   std::atomic<double> m_lastSync;
+  CacheHold* m_next;  // of this process
 };
 
 }  // namespace larkspur

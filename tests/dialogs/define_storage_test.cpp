@@ -111,14 +111,24 @@ TEST_F(DefineStorageTest, RefusesACacheOnWhichAnotherRunIsWorking) {
 }
 
 TEST_F(DefineStorageTest, HoldsTheCacheUntilTheLastCloneIsGone) {
+  // As another process sees it.
+  const auto isHeld = [this] {
+    const platform::OwnedFile other(
+        platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
+    return platform::LockFileAlone(other.Handle()) == platform::LockAnswer::kHeldElsewhere;
+  };
   Defined defined = DefineStorage(SourceOf(kSectors).get(), m_path);
   ASSERT_EQ(defined.answer, DefineAnswer::kDefined);
-  EXPECT_EQ(Define(kSectors), DefineAnswer::kHeldElsewhere);
+  EXPECT_TRUE(isHeld());
+  Defined second = DefineStorage(SourceOf(kSectors).get(), m_path);
+  EXPECT_EQ(second.answer, DefineAnswer::kDefined) << "storages of one process share it";
   Owned<cBaseIO> clone(defined.storage->Clone());
   defined.storage.reset();
-  EXPECT_EQ(Define(kSectors), DefineAnswer::kHeldElsewhere);
+  EXPECT_TRUE(isHeld());
   clone.reset();
-  EXPECT_EQ(Define(kSectors), DefineAnswer::kDefined);
+  EXPECT_TRUE(isHeld());
+  second.storage.reset();
+  EXPECT_FALSE(isHeld());
 }
 
 TEST_F(DefineStorageTest, RefusesACacheThatWasCutByWholeRecords) {

@@ -185,7 +185,7 @@ static void CheckLanguagesOfDialog(const Module* module) {
   MakeList(&list);
   MakeSettings(&settings, 2);
   module->configure(&settings.base);
-  CHECK(Show(module, &list, NULL, L"Larkspur-Speicher definieren", CancelBoth) == NULL);
+  CHECK(Show(module, &list, NULL, L"Larkspur-Datentr\x00E4ger anlegen", CancelBoth) == NULL);
   settings.language = 0;  // makeinstance asks by itself
   CHECK(Show(module, &list, NULL, kTitle, CancelBoth) == NULL);
 }

@@ -60,7 +60,7 @@ static void CheckNames(const Module* module, const wchar_t* wantedName,
 
 void CheckLanguages(const Module* module) {
   const wchar_t* const kEnglish[] = {L"Create read-once storage", L"Larkspur Plugin"};
-  const wchar_t* const kGerman[] = {L"Einmal-Lese-Speicher erstellen", L"Larkspur-Plug-In"};
+  const wchar_t* const kGerman[] = {L"Einmal-Lese-Datentr\x00E4ger anlegen", L"Larkspur-Plug-In"};
   const wchar_t* const kRussian[] = {
       L"\x0421\x043E\x0437\x0434\x0430\x0442\x044C \x0445\x0440\x0430\x043D\x0438\x043B\x0438\x0449"
       L"\x0435 \x043E\x0434\x043D\x043E\x043A\x0440\x0430\x0442\x043D\x043E\x0433\x043E "
