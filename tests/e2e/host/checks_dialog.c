@@ -131,7 +131,7 @@ static void LookAtRows(HWND form, void* unused) {
   wchar_t text[600];
   CHECK_EQUAL(CountRows(form), 5);
   const wchar_t* const kRows[] = {L"- Select one -", L"Drive of the host", L"only a name",
-                                  L"0.00GB", L"two lines [S]"};
+                                  L"#3 (0.00GB)", L"two lines [S]"};
   for (int row = 0; row < 5; ++row) {
     RowText(form, row, text, 600);
     CHECK_TEXT((const Unit*)text, kRows[row]);
