@@ -53,7 +53,7 @@ if(NOT WIN32)
     "cache file, from which every later look is served. Work that was interrupted\n"
     "resumes where it stopped; maps, partitions and raw images come from the cache.")
   string(REPLACE ";" "" CPACK_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
-  set(CPACK_PACKAGE_CONTACT "The Larkspur authors <larkspur@lists.debian.org>")
+  set(CPACK_PACKAGE_CONTACT "The Larkspur authors <authors@larkspur-recovery.org>")
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
   set(CPACK_DEBIAN_PACKAGE_SECTION admin)

@@ -54,7 +54,7 @@ class PackageTest(unittest.TestCase):
 
     def test_bash_completes(self):
         script = ROOT / "completions/larkspur.bash"
-        cases = {"larkspur im": "image", "larkspur tree --tr": "--trace", "larkspur map --p": "--png"}
+        cases = {"larkspur ima": "image", "larkspur tree --tr": "--trace", "larkspur map --p": "--png"}
         for line, expected in cases.items():
             parts = line.split()
             program = (f"source {script}; COMP_WORDS=({line}); COMP_CWORD={len(parts) - 1}; _larkspur; "
