@@ -226,7 +226,7 @@ void DescribeIso9660(NodeBytes& bytes, ContentNote* note) {
     }) && std::any_of(date.begin(), date.end(), [](u8 digit) { return digit != '0'; });
     if (!isDate) continue;
     note->uuid.assign(date.begin(), date.end());
-    for (const size_t dash : {14, 12, 10, 8, 6, 4}) note->uuid.insert(dash, 1, '-');
+    for (const size_t dash : {14u, 12u, 10u, 8u, 6u, 4u}) note->uuid.insert(dash, 1, '-');
     break;
   }
   for (u64 at = 2048; at < u64{16} * 2048; at += 2048) {  // a second name in Unicode
@@ -287,14 +287,14 @@ void DescribeZfs(NodeBytes& bytes, ContentNote* note) {
 void DescribeLvm2(NodeBytes& bytes, ContentNote* note) {
   note->uuid = FieldUtf8(bytes.Bytes(bytes.Le32(20), 32));
   if (note->uuid.size() != 32) return;
-  for (const size_t dash : {26, 22, 18, 14, 10, 6}) note->uuid.insert(dash, 1, '-');
+  for (const size_t dash : {26u, 22u, 18u, 14u, 10u, 6u}) note->uuid.insert(dash, 1, '-');
 }
 
 // The set's four words stand apart, in the byte order of their writer.
 void DescribeMd0(NodeBytes& bytes, ContentNote* note) {
   const bool isBig = bytes.Be32(0) == 0xA92B4EFC;
   std::vector<u8> set;
-  for (const u64 word : {5, 13, 14, 15}) {
+  for (const u64 word : {5u, 13u, 14u, 15u}) {
     const u32 value = isBig ? bytes.Be32(word * 4) : bytes.Le32(word * 4);
     for (const int shift : {24, 16, 8, 0}) set.push_back(static_cast<u8>(value >> shift));
   }

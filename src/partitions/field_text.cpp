@@ -64,7 +64,7 @@ std::string FieldUuid(std::span<const u8> field) {
   const bool isSet = std::any_of(field.begin(), field.end(), [](u8 byte) { return byte != 0; });
   if (field.size() != kUuidBytes || !isSet) return {};
   std::string text = FieldHex(field);
-  for (const size_t at : {20, 16, 12, 8}) text.insert(at, 1, '-');
+  for (const size_t at : {20u, 16u, 12u, 8u}) text.insert(at, 1, '-');
   return text;
 }
 

@@ -69,7 +69,7 @@ std::optional<GptTable> ReadGptTable(Scan& scan, u64 sector, u32 factor) {
 }
 
 std::optional<GptTable> FindBackupGpt(Scan& scan) {
-  for (const u32 factor : {1, 8}) {
+  for (const u32 factor : {1u, 8u}) {
     if (scan.SectorCount() < factor) continue;
     auto table = ReadGptTable(scan, scan.SectorCount() - factor, factor);
     if (table && table->isIntact) return table;
