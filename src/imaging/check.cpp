@@ -80,6 +80,10 @@ class Checker {
 
   // As it is now: another run may make it grow.
   u64 FileSectors() { return m_file->GetByteSize() >> kSectorShift; }
+  u64 BytesFrom(u64 sector) {
+    const u64 bytes = m_file->GetByteSize();
+    return bytes - std::min(bytes, sector << kSectorShift);
+  }
 
   bool CheckHeader() {
     std::array<u8, kSparseHeaderBytes> header{};
@@ -145,16 +149,21 @@ class Checker {
   void CheckBlock(u64 block, u32 record) {
     const u64 start = m_layout.RecordSector(record);
     const u64 end = start + m_layout.RecordSectors();
-    if (end > m_fileSectors) m_fileSectors = FileSectors();
-    if (start >= m_fileSectors) return ReportBeyond(block, record, start);
+    u64 bytesHeld = u64{m_layout.RecordSectors()} << kSectorShift;
+    if (end > m_fileSectors) {
+      m_fileSectors = FileSectors();
+      bytesHeld = BytesFrom(start);
+    }
+    if (bytesHeld == 0) return ReportBeyond(block, record, start);
     if (!m_used.Insert(record)) {
       Report(ProblemKind::kSharedRecord, block,
              fmt::format("record {} belongs to another block, too", record));
       m_doubt = true;
       return;
     }
-    std::array<u8, kSectorBytes> map;
-    if (!m_file->ReadBytes(map.data(), start << kSectorShift, kSectorBytes)) {
+    std::array<u8, kSectorBytes> map{};  // of a map that the file's end cuts, the rest is missing
+    const u32 mapBytes = static_cast<u32>(std::min<u64>(kSectorBytes, bytesHeld));
+    if (!m_file->ReadBytes(map.data(), start << kSectorShift, mapBytes)) {
       Report(ProblemKind::kUnreadableMap, block, "its status map cannot be read");
       m_doubt = true;
       return;
@@ -188,7 +197,8 @@ class Checker {
   }
 
   void CheckCutRecord(u64 block, u64 start, u8* map) {
-    const u32 held = static_cast<u32>(m_fileSectors - start - 1);
+    const u64 mapEnd = start + 1;
+    const u32 held = static_cast<u32>(m_fileSectors - std::min(m_fileSectors, mapEnd));
     u8* lost = map + held;
     const u8* end = map + m_layout.SectorsInBlock(block);
     const auto count = lost < end ? std::count(lost, const_cast<u8*>(end), kPresent) : 0;

@@ -18,6 +18,7 @@ namespace {
 constexpr u64 kSectors = 128 * 300;  // an index of three sectors
 constexpr u64 kRecordBytes = 129 * kSectorBytes;
 constexpr u64 kSomeBytes = 20 * kSectorBytes + 7;
+constexpr u64 kMapAlone = 200;  // bytes: the statuses of a block, and nothing of its data
 
 // Some blocks from all over the disk, in no order; the data is the sectors' pattern, or zeros.
 std::vector<u8> SomeCache(bool zeros) {
@@ -34,7 +35,7 @@ std::vector<u8> SomeCache(bool zeros) {
 
 struct Held {
   std::string statuses;
-  std::vector<u8> data;  // zeros where not present
+  std::vector<u8> data;  // of the present sectors, one after the other
 };
 
 Held ReadCache(const std::vector<u8>& bytes) {
@@ -42,11 +43,16 @@ Held ReadCache(const std::vector<u8>& bytes) {
   store->bytes = bytes;
   const auto image = fakes::OpenImage(store, true);
   EXPECT_TRUE(image);
-  Held held{fakes::Statuses(image.get(), 0, kSectors), std::vector<u8>(kSectors * kSectorBytes)};
+  Held held{fakes::Statuses(image.get(), 0, kSectors), {}};
+  u8 data[kSectorBytes];
   for (u64 sector = 0; sector < kSectors; ++sector) {
     if (held.statuses[sector] != 'p') continue;
     image->SetPosition(sector);
-    if (image->Read(&held.data[sector * kSectorBytes], 1) != 1) held.statuses[sector] = 'x';
+    if (image->Read(data, 1) != 1) {
+      held.statuses[sector] = 'x';
+      continue;
+    }
+    held.data.insert(held.data.end(), data, data + kSectorBytes);
   }
   return held;
 }
@@ -93,14 +99,21 @@ TEST_F(CheckRepair, LosesNothingByAChangedHeader) {
 
 TEST_F(CheckRepair, MakesACutCacheWholeAgain) {
   const std::vector<u8> whole = SomeCache(false);
-  for (const u64 cut : {u64{1}, kSomeBytes, kRecordBytes, kRecordBytes + 5000}) {
+  for (const u64 cut :
+       {u64{1}, kSomeBytes, kRecordBytes - kMapAlone, kRecordBytes, kRecordBytes + 5000}) {
     const std::vector<u8> bytes(whole.begin(), whole.end() - static_cast<i64>(cut));
+    const Held before = ReadCache(bytes);
     ASSERT_TRUE(fakes::WriteWholeFile(m_path, bytes));
     EXPECT_GT(CheckCache(m_path, false).repairableCount, 0u) << cut;
     EXPECT_EQ(fakes::ReadWholeFile(m_path), bytes) << "a look changes nothing";
     const CheckResult repaired = CheckCache(m_path, true);
     EXPECT_EQ(repaired.problemCount, repaired.repairedCount) << cut;
     EXPECT_EQ(CheckCache(m_path, false).problemCount, 0u) << cut;
+    const Held after = ReadCache(fakes::ReadWholeFile(m_path));
+    EXPECT_EQ(after.data, before.data) << cut;
+    EXPECT_EQ(std::count(after.statuses.begin(), after.statuses.end(), 'u'),
+              std::count(before.statuses.begin(), before.statuses.end(), 'u'))
+        << cut;
   }
 }
 
