@@ -45,7 +45,7 @@ TEST(SectorReaderTest, OfSeveralTheLastOneCounts) {
   };
   cSectorReader reader([] {});
   ASSERT_TRUE(reader.Watch(rig.Image()));
-  for (const u64 sector : {7, 8, 9}) reader.Ask(sector);
+  for (const u64 sector : {7u, 8u, 9u}) reader.Ask(sector);
   EXPECT_FALSE(reader.Take());
   isHeld = false;
   EXPECT_EQ(Await(reader).sector, 9u);

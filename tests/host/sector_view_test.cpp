@@ -46,7 +46,7 @@ TEST(SectorViewTest, AGoneSourceIsNotAskedAndNothingIsMarked) {
   const Storage made = rig.ReadOnce();
   EXPECT_TRUE(ShowsPattern(LookAtSector(made, 5)));
   rig.script->Forget();
-  for (const u64 live : {100, 0}) {  // cut, and gone altogether
+  for (const u64 live : {100u, 0u}) {  // cut, and gone altogether
     rig.script->liveSectors = live;
     EXPECT_EQ(LookAtSector(made, 200).state, SectorState::kSourceGone);
   }

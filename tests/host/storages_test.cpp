@@ -68,7 +68,7 @@ class StoragesTest : public ::testing::Test {
 };
 
 TEST_F(StoragesTest, TheListStaysLinkedWhateverIsClosed) {
-  for (const size_t closed : {0, 1, 2}) {
+  for (const size_t closed : {0u, 1u, 2u}) {
     for (const char16_t* name : {u"a", u"b", u"c"}) Open(MakeDisk(name));
     ASSERT_EQ(storages.Count(), 3u);
     EXPECT_EQ(Walk().size(), 3u);

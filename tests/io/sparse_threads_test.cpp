@@ -66,10 +66,11 @@ u64 ReadAround(cBaseIO* storage, u64 seed, bool isRandom) {
   return wrong;
 }
 
-class CloneThreads : public testing::TestWithParam<std::pair<int, bool>> {};
+class CloneThreads : public testing::TestWithParam<std::pair<size_t, bool>> {};
 
 TEST_P(CloneThreads, LeaveACacheThatTellsTheTruth) {
-  const auto [threads, isRandom] = GetParam();
+  const size_t threads = std::get<0>(GetParam());
+  const bool isRandom = std::get<1>(GetParam());
   const fakes::TempFolder folder;
   ASSERT_TRUE(folder.Exists());
   Cache cache = OpenOrCreateCache(folder.File(u"disk.kvrsp"), {}, kSectors);
@@ -77,7 +78,7 @@ TEST_P(CloneThreads, LeaveACacheThatTellsTheTruth) {
   const Owned<cBaseIO> source(new PatternSource);
   cReadOnceIO storage;
   ASSERT_TRUE(storage.Attach(cache.image.get(), source.get()));
-  std::vector<u64> wrong(static_cast<size_t>(threads));
+  std::vector<u64> wrong(threads);
   std::vector<std::thread> running;
   for (size_t i = 0; i < wrong.size(); ++i) {
     running.emplace_back([&wrong, i, clone = Owned<cBaseIO>(storage.Clone()), isRandom] {
@@ -98,8 +99,8 @@ TEST_P(CloneThreads, LeaveACacheThatTellsTheTruth) {
 }
 
 INSTANTIATE_TEST_SUITE_P(TwoAndFour, CloneThreads,
-                         testing::Values(std::pair{2, false}, std::pair{2, true},
-                                         std::pair{4, false}, std::pair{4, true}));
+                         testing::Values(std::pair{size_t{2}, false}, std::pair{size_t{2}, true},
+                                         std::pair{size_t{4}, false}, std::pair{size_t{4}, true}));
 
 }  // namespace
 }  // namespace larkspur

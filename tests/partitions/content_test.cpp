@@ -235,7 +235,7 @@ TEST(SectorSize, IsChosenByWhatLiesWhereTheTableLeads) {
       "0+65536 32764 \"[unknown]\" mbr\n"
       "  1+8191 238 \"GPT OEM\" gpt\n"
       "    2048+792 24451 \"GPT Basic\"\n";
-  for (const u32 sectorBytes : {512, 4096}) {
+  for (const u32 sectorBytes : {512u, 4096u}) {
     cGeometryDisk largeDisk(large, sectorBytes);
     cGeometryDisk smallDisk(small, sectorBytes);
     cGeometryDisk gptDisk(gpt, sectorBytes);

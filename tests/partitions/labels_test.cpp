@@ -32,7 +32,7 @@ DiskBuilder& PutBsdLabel(DiskBuilder& disk, u64 sector, const std::vector<Slice>
 }
 
 TEST(BsdLabel, MakesAChildOfEveryEntryWithASize) {
-  for (const u64 sector : {1, 0}) {
+  for (const u64 sector : {1u, 0u}) {
     DiskBuilder disk(4096);
     PutBsdLabel(disk, sector,
                 {{100, 16, 7}, {50, 200, 1}, {4096, 0, 0}, {0, 300, 7}, {9, 400, 17}});
@@ -197,7 +197,7 @@ TEST(AppleMap, NamesItsPartitions) {
 
 TEST(AppleMap, EndsOddMaps) {
   const std::string blank = "0+65536 32764 \"[unknown]\"\n";
-  for (const u32 blockBytes : {0, 1, 511}) {
+  for (const u32 blockBytes : {0u, 1u, 511u}) {
     EXPECT_EQ(AppleMap(512).Be(0, 2, 2, blockBytes).Tree(), blank) << blockBytes;
   }
   const std::string endless = AppleMap(512).Be(1, 4, 4, 0xFFFFFFFF).Tree();

@@ -222,8 +222,8 @@ TEST(Lvm2, PassesOverPiecesThatCannotBe) {
       "segment1 { extent_count = 0 stripes = [\"pv0\", 0] }",
       "segment1 { extent_count = -1 stripes = [\"pv0\", 0] }",
       "segment1 { extent_count = 2 type = \"raid6\" raids = [\"pv0\", 0, \"pv1\", 0] }",
-      "segment1 { extent_count = 2 type = \"raid10\" data_copies = 9223372036854775809 "
-      "raids = [\"pv0\", 0, \"pv1\", 0] }",
+      ("segment1 { extent_count = 2 type = \"raid10\" data_copies = 9223372036854775809 "
+       "raids = [\"pv0\", 0, \"pv1\", 0] }"),
       "segment1 { extent_count = 2 stripes = [1, 2, 3] }",
   };
   for (const char* segments : kSegments) {

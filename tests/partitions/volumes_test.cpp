@@ -247,7 +247,7 @@ DiskBuilder NetWarePartition(u64 record) {
 }
 
 TEST(NetWare, MakesAChildOfEverySegment) {
-  for (const u64 record : {32, 64, 96, 128}) {
+  for (const u64 record : {32u, 64u, 96u, 128u}) {
     EXPECT_EQ(NetWarePartition(record).Tree(),
               "0+8192 32764 \"[unknown]\" mbr\n"
               "  100+8000 101 \"NetWare storage\" nw\n"
@@ -261,7 +261,7 @@ TEST(NetWare, MakesAChildOfEverySegment) {
 }
 
 TEST(NetWareNss, IsKnownByItsTextAtEitherPlace) {
-  for (const size_t offset : {0, 1}) {
+  for (const size_t offset : {0u, 1u}) {
     DiskBuilder disk(8192);
     disk.MbrEntry(0, 0, 0x69, 100, 8000).Text(100, offset, "Nw_PaRtItIoN");
     const std::string partition =

@@ -150,7 +150,7 @@ TEST_P(LoopDevice, IsThereUntilItIsNot) {
 }
 
 TEST_P(LoopDevice, IsGoneWithWhatItIsBuiltOn) {
-  const auto state = [this](const std::string& node) {
+  const auto state = [](const std::string& node) {
     return SystemDevices().StateOf(WideFromUtf8(node).c_str(), 0);
   };
   const std::string file = Utf8FromWide(m_file);
