@@ -3,6 +3,7 @@
 #include "platform/command.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 
 #include <spawn.h>
@@ -22,9 +23,19 @@ int RunCommand(const std::string& line,
   for (std::string& variable : variables) words.push_back(variable.data());
   words.push_back(nullptr);
   const char* arguments[] = {"sh", "-c", line.c_str(), nullptr};
+  // This program ignores broken pipes; a shell and what it runs expect to end by them.
+  sigset_t restored;
+  sigemptyset(&restored);
+  sigaddset(&restored, SIGPIPE);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setsigdefault(&attributes, &restored);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
   pid_t child = 0;
-  if (const int error = posix_spawn(&child, "/bin/sh", nullptr, nullptr,
-                                    const_cast<char* const*>(arguments), words.data())) {
+  const int error = posix_spawn(&child, "/bin/sh", nullptr, &attributes,
+                                const_cast<char* const*>(arguments), words.data());
+  posix_spawnattr_destroy(&attributes);
+  if (error != 0) {
     SetLastFailure(static_cast<unsigned>(error));
     return -1;
   }
