@@ -85,7 +85,7 @@ struct Pair {
       cached->Read(buffer.data(), kRequest);
       raw->Write(sector, buffer.data(), kRequest);
     }
-    // As readers open them: the raw file for reading, the cache ready to go on.
+    // As readers open them: the raw file for reading, the cache ready to resume.
     raw->SetReadOnly(true);
     cached.reset(static_cast<cReadOnceIO*>(cached->Clone()));
   }

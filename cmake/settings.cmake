@@ -11,7 +11,7 @@ if(WIN32)
   add_link_options(-static)
 endif()
 if(NOT WIN32 AND NOT LARKSPUR_SANITIZE)
-  # What makes a fault end the program rather than serve whoever found it.
+  # What makes a fault end the program rather than serve an attacker.
   target_compile_options(larkspur_settings INTERFACE
     -fstack-protector-strong $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
     $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)

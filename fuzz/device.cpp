@@ -3,7 +3,7 @@
 
 // A device that answers anything: descriptor, geometry, identify and inquiry data, sense data of
 // every shape. Opening, describing and reading it never goes wrong, sends only requests that are
-// right, and writes nothing behind a buffer.
+// right, and writes nothing past a buffer.
 
 #include <algorithm>
 #include <cstdio>
@@ -21,7 +21,7 @@ namespace {
 
 constexpr u32 kReadSectors = 40;
 
-// Takes the input from its front; behind its end there are zeros.
+// Takes the input from its front; past its end there are zeros.
 class Input {
  public:
   Input(const u8* data, size_t size) : m_left(data, size) {}

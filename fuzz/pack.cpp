@@ -38,6 +38,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   cMessageCatalog catalog({}, {}, {});
   const std::string pack = fakes::Pack(std::string(reinterpret_cast<const char*>(data), size));
   catalog.LoadPack({reinterpret_cast<const u8*>(pack.data()), pack.size()});
-  if (Touch(catalog) > size) std::abort();  // no unit without a byte behind it
+  if (Touch(catalog) > size) std::abort();  // no unit without a byte after it
   return 0;
 }

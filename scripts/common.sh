@@ -8,7 +8,7 @@ export LC_ALL=C.UTF-8
 # Wine works in a folder of its own and leaves the user's alone.
 export WINEDEBUG=-all WINEARCH=win64 WINEPREFIX="$PWD/build/wine"
 
-# Starts Wine once and keeps it for a while: every program would else start and end it anew.
+# Starts Wine once and keeps it for a while: every program would else start and end it again.
 start_wine() {
   mkdir -p "$WINEPREFIX"
   wineserver -p120

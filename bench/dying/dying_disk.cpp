@@ -16,7 +16,7 @@
 //   size SECTORS
 //   seed N                      of the contents and the costs (0)
 //   rate MIB                    a second, of healthy reading (40)
-//   ahead KIB                   what the drive reads ahead while nobody asks it (256)
+//   ahead KIB                   what the drive reads ahead while idle (256)
 //   seek MS                     an ask that does not begin where the last one ended costs this more
 //   (0) failed LOW HIGH             milliseconds that a failed ask costs (40 120) refusal ERROR
 //   what it fails with: EIO, ENODATA (EIO) bad FIRST COUNT             an ask that touches one of

@@ -51,18 +51,15 @@ const char* WhatToDo(const CheckResult& result, bool repair) {
     return "found; 'larkspur check --repair' repairs what can be repaired";
   }
   if (Has(result, ProblemKind::kUnreadableMap)) {
-    return "left: part of the file cannot be read. Copy it to a healthy disk, with a tool that "
-           "passes "
-           "over bad sectors, and check the copy";
+    return "left: part of the file cannot be read. Copy it to a healthy disk with a tool that "
+           "skips bad sectors, and check the copy";
   }
   if (Has(result, ProblemKind::kHeader) || Has(result, ProblemKind::kShortIndex)) {
-    return "left: header and file do not fit each other, so nothing is changed. Restore the file "
-           "from "
-           "a copy, or begin a new cache and keep this file";
+    return "left: the header does not match the file, so nothing is changed. Restore the file from "
+           "a copy, or start a new cache and keep this file";
   }
-  return "left that cannot be repaired. 'larkspur export' writes what the cache holds; to go on, "
-         "begin "
-         "a new cache and keep this file";
+  return "left that cannot be repaired. 'larkspur export' writes what the cache holds; to read "
+         "more, start a new cache and keep this file";
 }
 
 }  // namespace
@@ -83,7 +80,7 @@ ExitStatus RunCheck(const std::string& path, bool repair, bool json) {
   }
   json ? PrintProblemsJson(path, result) : PrintProblems(path, result);
   if (hold.hold && !hold.hold->Sync()) {
-    return Fail(Failure(path, "the repair could not be kept", platform::LastFailure()));
+    return Fail(Failure(path, "the repair could not be flushed to disk", platform::LastFailure()));
   }
   const u64 left = result.problemCount - result.repairedCount;
   if (left == 0) return kExitDone;

@@ -28,7 +28,7 @@ Json JsonOf(const DeviceFacts& device) {
           {"optical", device.isOptical}};
 }
 
-// The columns of a device's line; what is odd about it comes last.
+// The columns of a device's line; what is special about it comes last.
 std::vector<std::string> ColumnsOf(const DeviceFacts& device) {
   std::string notes;
   const auto note = [&notes](bool applies, const char* words) {
@@ -77,9 +77,6 @@ ExitStatus RunDevices(bool json) {
       {"DEVICE", "SIZE", "ATTACHED BY", "MODEL", "SERIAL", "NOTES"}};
   for (const DeviceFacts& device : devices) lines.push_back(ColumnsOf(device));
   PrintTable(lines);
-  if (std::any_of(devices.begin(), devices.end(), [](const auto& d) { return d.isMounted; })) {
-    Print("\nA failing disk should not be mounted: whatever reads it wears it.\n");
-  }
   return kExitDone;
 }
 

@@ -50,21 +50,21 @@ ExitStatus TellEnd(const ExportResult& result, const ExportOptions& options) {
       return kExitInterrupted;
     case ExportEnd::kTargetExists:
       return Fail(output +
-                  ": this exists already; choose another name (--force overwrites a file or a "
-                  "device)");
+                  ": this already exists; choose another name, or overwrite it with --force");
     case ExportEnd::kTargetIsFolder:
       return Fail(output + ": an image cannot be written to this; name a file");
     case ExportEnd::kTargetTooSmall:
       return Fail(output + ": this device is smaller than what is to be written");
     case ExportEnd::kTargetMounted:
-      return Fail(output + ": something on this device is in use; unmount it first");
+      return Fail(output + ": something on this device is mounted or in use; unmount it first");
     case ExportEnd::kTargetHasCache:
-      return Fail(output + ": the cache lies on this device; choose another one");
+      return Fail(output + ": the cache is on this device; choose another device");
     case ExportEnd::kCannotCreate:
-      return Fail(Failure(output, "it cannot be opened for writing", result.systemError));
+      return Fail(Failure(output, "this cannot be opened for writing", result.systemError));
     case ExportEnd::kWriteFailed:
       return Fail(Failure(output == "-" ? "standard output" : output,
-                          "the image cannot be written; it is not complete", result.systemError));
+                          "the image could not be written and is not complete",
+                          result.systemError));
     case ExportEnd::kCacheFailed:
       return Fail(Failure(options.cache, "the cache cannot be read; try 'larkspur check'",
                           result.systemError));

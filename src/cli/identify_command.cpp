@@ -59,7 +59,7 @@ void PrintText(const Found& found) {
   line("sectors", fmt::format("{} bytes logical, {} bytes physical", identity.logicalSectorBytes,
                               identity.physicalSectorBytes));
   if (identity.kind == kKindNone) {
-    Print("\nThe drive itself could not be asked: this is what the system says of it.\n");
+    Print("\nThe drive did not identify itself; this is what the system knows about it.\n");
   }
 }
 
@@ -70,7 +70,8 @@ ExitStatus RunIdentify(const std::string& device, bool json) {
   const platform::PathKind kind = platform::KindOfPath(path.c_str());
   if (kind == platform::PathKind::kAbsent) return Fail(device + ": there is no such device");
   if (kind != platform::PathKind::kDevice && kind != platform::PathKind::kUnknown) {
-    return Fail(device + ": this is no device; 'larkspur devices' lists those that there are");
+    return Fail(device +
+                ": this is not a device; 'larkspur devices' lists the devices of this machine");
   }
   platform::SetLastFailure(0);
   const Owned<cBaseIO> drive = OpenDrive(path);

@@ -35,7 +35,7 @@ void PrintResult(const RescueProgress& progress, double seconds, const ImageOpti
   line("present", all.present);
   line("unreadable", all.unreadable);
   line("missing", all.missing);
-  Print(fmt::format("{} sectors of {} were read in this run, in {}.\n", progress.asked,
+  Print(fmt::format("{} sectors were read from {} in this run, in {}.\n", progress.asked,
                     options.source, FormatDuration(seconds)));
 }
 
@@ -45,8 +45,8 @@ void WarnOfLittleRoom(const std::string& cache, u64 missingSectors) {
   const u64 wanted = (missingSectors + missingSectors / 128 + 1) << kSectorShift;
   if (!room || *room >= wanted) return;
   Tell(
-      fmt::format("{}: up to {} are still to be stored, but there is room for {} only; reading "
-                  "stops when the room is used up, and can be resumed",
+      fmt::format("{}: the cache may need {} more, but only {} is free; reading stops when the "
+                  "disk is full, and can be resumed",
                   cache, SizeText(wanted), SizeText(*room)));
 }
 

@@ -26,7 +26,7 @@ ExitStatus ReadPlan(const std::string& path, ImportPlan* plan) {
   platform::SetLastFailure(0);
   const auto text = ReadWholeFile(WideFromUtf8(path), kMaxMapfileBytes);
   if (!text && platform::LastFailure() == 0) {
-    return Fail(fmt::format("{}: this is no mapfile: it is larger than {}", path,
+    return Fail(fmt::format("{}: this is not a mapfile: it is larger than {}", path,
                             SizeText(kMaxMapfileBytes)));
   }
   if (!text) return Fail(Failure(path, "the mapfile cannot be read", platform::LastFailure()));
@@ -48,8 +48,8 @@ ExitStatus ReadPlan(const std::string& path, ImportPlan* plan) {
 std::string SizeWords(const ImportOptions& options, const ImportPlan& plan, u64 imageBytes) {
   const bool longer = imageBytes > plan.sectors << kSectorShift;
   return fmt::format(
-      "{}: the image has {} bytes, but {} {}; is it another rescue's?", options.image, imageBytes,
-      options.mapfile,
+      "{}: the image has {} bytes, but {} {}; does it belong to another rescue?", options.image,
+      imageBytes, options.mapfile,
       longer ? fmt::format("covers {} bytes", (plan.sectors << kSectorShift) + plan.looseBytes)
              : "says that sectors past its end were read");
 }
@@ -60,14 +60,14 @@ ExitStatus TellEnd(const ImportResult& result, const ImportPlan& plan,
     case ImportEnd::kDone:
       return kExitDone;
     case ImportEnd::kStopped:
-      Tell("stopped; no cache was made");
+      Tell(options.cache + ": stopped; no cache was made");
       return kExitInterrupted;
     case ImportEnd::kCacheExists:
-      return Fail(options.cache + ": this exists already; choose another name");
+      return Fail(options.cache + ": this already exists; choose another name");
     case ImportEnd::kHeldElsewhere:
       return Fail(options.cache + ": another run is making this cache; wait until it ends");
     case ImportEnd::kCannotCreate:
-      return Fail(Failure(options.cache, "the cache cannot be made", result.systemError));
+      return Fail(Failure(options.cache, "the cache cannot be created", result.systemError));
     case ImportEnd::kImageUnopened:
       return Fail(CannotOpenWords(options.image, result.systemError));
     case ImportEnd::kImageLonger:
@@ -79,8 +79,8 @@ ExitStatus TellEnd(const ImportResult& result, const ImportPlan& plan,
                                       result.failedSector),
                           result.systemError));
     case ImportEnd::kWriteFailed:
-      return Fail(
-          Failure(options.cache, "the cache cannot be written; none was made", result.systemError));
+      return Fail(Failure(options.cache, "the cache could not be written; none was made",
+                          result.systemError));
   }
   return kExitFailed;
 }
@@ -124,7 +124,7 @@ void NoteTried(const ImportOptions& options, const ImportPlan& plan) {
   log.Sync();
   if (log.Failure()) {
     Tell(Failure(options.cache + ".log",
-                 "the log cannot be written; what ddrescue tried is read once more",
+                 "the log cannot be written; what ddrescue tried will be read again",
                  log.Failure()));
   }
 }
@@ -138,8 +138,8 @@ ExitStatus RunImport(const ImportOptions& options) {
     return status;
   }
   if (plan.looseBytes > 0) {
-    Tell(fmt::format("{}: the last {} bytes are no whole sector and are left out", options.mapfile,
-                     plan.looseBytes));
+    Tell(fmt::format("{}: the last {} bytes are not a whole sector and are left out",
+                     options.mapfile, plan.looseBytes));
   }
   u64 all = 0;
   for (const SectorRange& range : plan.present) all += range.count;

@@ -86,7 +86,7 @@ void PrintLog(const RescueHistory& history) {
                     "read", "present", "unreadable"));
   for (const HistoryRun& run : history.runs) {
     Print(fmt::format("{:<24}  {:<24}  {:<14} {:>12} {:>12} {:>11}\n", Printable(run.start),
-                      Printable(run.end), run.how.empty() ? "without a word" : Printable(run.how),
+                      Printable(run.end), run.how.empty() ? "no end logged" : Printable(run.how),
                       run.asked, run.present, run.unreadable));
   }
   Print("\nfailures");
@@ -112,9 +112,9 @@ ExitStatus RunLog(const std::string& path, bool json) {
   const RescueHistory history =
       ReadHistory(LogPathOf(WideFromUtf8(path)), cache->cacheSectors, &systemError);
   if (systemError != 0) return Fail(Failure(logPath, "the log cannot be read", systemError));
-  if (history.lines == 0) Tell(logPath + ": there is no log, or nothing in it");
+  if (history.lines == 0) Tell(logPath + ": there is no log, or it is empty");
   if (history.wrongLines > 0) {
-    Tell(fmt::format("{}: {} lines make no sense and are passed over, the first is line {}",
+    Tell(fmt::format("{}: {} lines cannot be understood and are ignored; the first is line {}",
                      logPath, history.wrongLines, history.firstWrongLine));
   }
   json ? PrintLogJson(path, history) : PrintLog(history);

@@ -75,7 +75,7 @@ void PrintExtents(cKVRSparseIO* image) {
 }
 
 // Missing sectors that failed together with others are '*', those that failed alone, too, and were
-// never marked, are '/': ddrescue goes on with both as with its own.
+// never marked, are '/': ddrescue resumes both as it does its own.
 std::string MapfileOf(cKVRSparseIO* image, const std::string& path) {
   const u64 sectors = image->GetSectorCount();
   u32 ignored = 0;
@@ -118,7 +118,7 @@ ExitStatus WriteOrTell(const std::string& path, const MapOptions& options,
       OpenOutputFile(WideFromUtf8(path), options.force, {WideFromUtf8(options.cache)});
   if (output.answer != OutputAnswer::kOpened) return Fail(OutputWords(path, output));
   if (WriteOutput(output.file, draw())) return kExitDone;
-  return Fail(Failure(path, "the file cannot be written", platform::LastFailure()));
+  return Fail(Failure(path, "the file could not be written", platform::LastFailure()));
 }
 
 }  // namespace

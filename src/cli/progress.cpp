@@ -16,7 +16,7 @@ namespace {
 
 constexpr double kTerminalSeconds = 0.2;
 constexpr double kLogSeconds = 10;
-constexpr double kRateSeconds = 1;   // how often the rate is taken anew
+constexpr double kRateSeconds = 1;   // how often the rate is measured
 constexpr double kRateWeight = 0.3;  // of the newest value
 constexpr double kJsonSeconds = 1;
 constexpr double kSilenceShown = 2;  // seconds without an answer that are worth telling

@@ -57,8 +57,8 @@ ExitStatus CopyRange(Rescue* rescue, Output* output, const ReadOptions& options)
     if (settled < count) {
       if (rescue->engine().Reason() != StopReason::kNone) return kExitFailed;
       return Fail(
-          fmt::format("{}: sector {} failed, and the disk has not proved since that it "
-                      "still answers; the output ends there",
+          fmt::format("{}: sector {} failed, and the disk has not answered since; the "
+                      "output ends there. Run the same command again",
                       options.source, at + settled));
     }
     at += count;

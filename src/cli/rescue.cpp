@@ -28,19 +28,19 @@ std::string StopWords(StopReason reason, const StorageOptions& options) {
     case StopReason::kDone:
       return {};
     case StopReason::kStopped:
-      return "stopped; what was read is in " + options.cache + ", the same command resumes";
+      return options.cache + ": stopped; what was read is kept, and the same command resumes";
     case StopReason::kGone:
       return options.source + ": the source has become shorter or is gone; what was read is in " +
-             options.cache + ", the same command resumes when it is back";
+             options.cache + ", and the same command resumes when the source is back";
     case StopReason::kNotAnswering:
       return options.source +
-             ": the disk is not answering any more, not even where it should read well; nothing "
-             "that failed since its last answer is marked. Switch its power off and on, check the "
+             ": the disk is not answering, even where it should read well; nothing that "
+             "failed since its last answer is marked. Switch its power off and on, check the "
              "cable, let it cool down, then run the same command: it resumes from " +
              options.cache;
     case StopReason::kFull:
       return options.cache +
-             ": there is no more room for the cache; what was stored is kept, make room and run "
+             ": there is no room left for the cache; what was stored is kept. Make room and run "
              "the same command again";
     case StopReason::kStoreFailed:
       return options.cache + ": the cache could not be written; what was stored before is kept";
@@ -48,8 +48,8 @@ std::string StopWords(StopReason reason, const StorageOptions& options) {
       return options.cache + ": the cache cannot be read; try 'larkspur check'";
     case StopReason::kSystemFailed:
       return options.source +
-             ": this machine could not read it, which is not the disk's doing; nothing was marked "
-             "for it, the same command resumes";
+             ": this machine could not read it, which is not the disk's fault; nothing was marked, "
+             "and the same command resumes";
   }
   return {};
 }
@@ -63,7 +63,7 @@ ExitStatus Rescue::Open(const StorageOptions& options, EngineOptions engine) {
   m_source = std::move(*source);
   if (platform::IsDiskMounted(WideFromUtf8(options.source).c_str())) {
     Tell(options.source +
-         ": something on this disk is mounted; whatever else uses it wears it, unmount it first");
+         ": something on this disk is mounted, and every other use wears it; unmount it first");
   }
   if (options.start >= m_source.sectors) {
     Tell(fmt::format("--start {} lies past the end: the source has {} sectors", options.start,
@@ -90,8 +90,8 @@ ExitStatus Rescue::OpenSession(EngineOptions engine) {
       return kExitDone;
     case SessionAnswer::kOtherSource:
       return Fail(
-          fmt::format("{}: this cache was made of another disk ({}), not of {} ({}); choose "
-                      "another cache, or say --other-source if that is what you mean",
+          fmt::format("{}: this cache was made from another disk ({}), not from {} ({}); choose "
+                      "another cache, or use --other-source if that is what you mean",
                       m_options.cache, DiskWords(m_session->Before()), m_options.source,
                       DiskWords(m_source.asked->Identity())));
     case SessionAnswer::kCacheNotFlushed:
@@ -112,17 +112,17 @@ void Rescue::TellOfSession() {
       platform::KindOfPath(WideFromUtf8(m_options.source).c_str()) == platform::PathKind::kDevice;
   if (session.Identity() == SameDisk::kUnknown && isDevice) {
     Tell(m_options.source +
-         ": no serial number tells whether this is the disk that the cache was made of; only the "
-         "size was compared");
+         ": the disk reports no serial number, so only its size shows that the cache was made "
+         "from it");
   }
   if (session.Disbelieved() > 0) {
     Tell(
-        fmt::format("{}: the last run did not end properly; {} sectors that may not have reached "
-                    "the disk are read again",
+        fmt::format("{}: the last run did not end properly; {} sectors that may not have been "
+                    "flushed to disk are read again",
                     m_options.cache, session.Disbelieved()));
   }
   if (session.WrongLogLine() > 0) {
-    Tell(fmt::format("{}.log: line {} makes no sense and is passed over", m_options.cache,
+    Tell(fmt::format("{}.log: line {} cannot be understood and is ignored", m_options.cache,
                      session.WrongLogLine()));
   }
 }

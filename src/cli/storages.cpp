@@ -18,8 +18,7 @@ std::string SourceWords(const Source& source, const StorageOptions& options) {
     case SourceAnswer::kCannotOpen:
       return CannotOpenWords(name, source.systemError);
     case SourceAnswer::kEmpty:
-      return name +
-             ": the source is empty, or has no medium: there is no whole sector of 512 bytes";
+      return name + ": the source is empty or has no medium: it has no whole sector of 512 bytes";
     case SourceAnswer::kTooLarge:
       return fmt::format("{}: the source has {} sectors; a cache holds fewer than {}", name,
                          source.sectors, kMaxSparseSectors);
@@ -47,10 +46,10 @@ std::string CacheWords(const std::string& name, CacheAnswer answer, const Cache&
       return name + ": source and cache are the same file; the cache must be another one";
     case CacheAnswer::kOnSourceDisk:
       return name +
-             ": this lies on the very disk that is to be read, and writing there destroys what "
-             "may be saved; put the cache on another disk";
+             ": this is on the very disk that is to be read, and writing there destroys what can "
+             "still be saved; put the cache on another disk";
     case CacheAnswer::kForeign:
-      return name + ": this file is not a cache; it is left as it is, choose another name";
+      return name + ": this file is not a cache and is left as it is; choose another name";
     case CacheAnswer::kDamagedHeader:
       return name + ": the cache's header is damaged; 'larkspur check' says more";
     case CacheAnswer::kIncomplete:
@@ -58,8 +57,8 @@ std::string CacheWords(const std::string& name, CacheAnswer answer, const Cache&
              ": the cache ends too early; 'larkspur check --repair' repairs what can be repaired";
     case CacheAnswer::kSharedRecord:
       return name +
-             ": the cache's index gives two blocks the same room, so one of them reads as the "
-             "other; 'larkspur check' names them. Begin a new cache";
+             ": the cache's index gives two blocks the same record, so one of them reads as the "
+             "other; 'larkspur check' names them. Start a new cache";
     case CacheAnswer::kUnreadable:
       return Failure(
           name,
@@ -68,14 +67,15 @@ std::string CacheWords(const std::string& name, CacheAnswer answer, const Cache&
           cache.systemError);
     case CacheAnswer::kOtherSize:
       return fmt::format(
-          "{}: the cache is of a storage with {} sectors, but the source has {}: another disk?",
+          "{}: the cache was made from a source of {} sectors, but this one has {}; is it another "
+          "disk?",
           name, cache.cacheSectors, sourceSectors);
     case CacheAnswer::kHeldElsewhere:
       return name +
-             ": another run, or a storage that is open, is working on this cache; wait for "
-             "its end, or close it";
+             ": another run or an open storage is using this cache; wait for it to end, or close "
+             "it";
     case CacheAnswer::kCannotCreate:
-      return Failure(name, "the cache cannot be made", cache.systemError);
+      return Failure(name, "the cache cannot be created", cache.systemError);
   }
   return {};
 }
@@ -92,18 +92,18 @@ std::optional<Source> OpenSourceOrTell(const StorageOptions& options) {
     return std::nullopt;
   }
   if (source.looseBytes > 0) {
-    Tell(fmt::format("{}: the last {} bytes are no whole sector and are left out", options.source,
-                     source.looseBytes));
+    Tell(fmt::format("{}: the last {} bytes are not a whole sector and are left out",
+                     options.source, source.looseBytes));
   }
   return source;
 }
 
 std::string CannotOpenWords(const std::string& name, unsigned systemError) {
-  const char* words = "it cannot be opened for reading";
+  const char* words = "this cannot be opened for reading";
   if (platform::IsNotPermitted(systemError)) {
-    words = "you may not read it; devices need the rights of root, or of an administrator";
+    words = "you have no permission to read it; devices need root or administrator rights";
   } else if (platform::IsInUse(systemError)) {
-    words = "another program is using it and lets nobody else read";
+    words = "another program is using it and does not let others read it";
   } else if (platform::IsDeviceGone(systemError)) {
     words = "the device is not there, or has no medium";
   }
@@ -115,21 +115,21 @@ std::string OutputWords(const std::string& name, const OutputFile& output) {
     case OutputAnswer::kOpened:
       return {};
     case OutputAnswer::kExists:
-      return name + ": this exists already; choose another name (--force replaces a file)";
+      return name + ": this already exists; choose another name, or replace it with --force";
     case OutputAnswer::kInput:
       return name + ": this would overwrite the source or the cache; choose another name";
     case OutputAnswer::kInUse:
-      return name + ": another run is working on this file; choose another name";
+      return name + ": another run is using this file; choose another name";
     case OutputAnswer::kOnSourceDisk:
       return name +
-             ": this lies on the very disk that is to be read, and writing there destroys what "
-             "may be saved; choose another disk";
+             ": this is on the very disk that is to be read, and writing there destroys what can "
+             "still be saved; choose another disk";
     case OutputAnswer::kDevice:
       return name + ": this is a device, which would be overwritten; name a file";
     case OutputAnswer::kFolder:
       return name + ": this is a folder; name a file in it";
     case OutputAnswer::kCannotMake:
-      return Failure(name, "the file cannot be made", output.systemError);
+      return Failure(name, "the file cannot be created", output.systemError);
   }
   return {};
 }
@@ -150,10 +150,10 @@ ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, 
     return Fail(CacheWords(name, cache.damage, cache, 0));
   }
   if (unknown == 0) return status;
-  return Fail(
-      fmt::format("{}: of {} sectors the cache cannot be read and does not tell what it holds; "
-                  "copy the file to a healthy disk, and work on the copy",
-                  name, unknown));
+  return Fail(fmt::format(
+      "{}: part of the cache cannot be read, so nothing is known of {} sectors; copy the "
+      "file to a healthy disk, and work on the copy",
+      name, unknown));
 }
 
 }  // namespace larkspur::cli

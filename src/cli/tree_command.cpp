@@ -45,15 +45,15 @@ void TellObstacles(const std::string& name, bool understood, const Obstacles& ob
   if (obstacles.missing > 0) {
     Tell(
         fmt::format("{}: {} of the sectors looked at are not in the cache and count as zeros; "
-                    "the tree may lack something",
+                    "the tree may be incomplete",
                     name, obstacles.missing));
   }
   if (obstacles.unreadable > 0) {
-    Tell(fmt::format("{}: {} of the sectors looked at are unreadable; the tree may lack something",
+    Tell(fmt::format("{}: {} of the sectors looked at are unreadable; the tree may be incomplete",
                      name, obstacles.unreadable));
   }
   if (!understood && obstacles.unreadable == 0) {
-    Tell(name + ": not all of it could be read or understood; what was found is shown");
+    Tell(name + ": some of it could not be read or understood; the tree shows what was found");
   }
 }
 
@@ -87,7 +87,7 @@ ExitStatus ShowTree(const TreeOptions& options, cBaseIO* io, Cache* cache) {
   const bool understood = BuildPartitionTree(tree.Head(), io, scan);
   if (!tree.Root()) return Fail(options.source + ": the storage has no sectors");
   if (options.backupGpt && !understood) {
-    return Fail(options.source + ": there is no intact backup of a GUID table at its end");
+    return Fail(options.source + ": there is no intact backup GUID table at its end");
   }
   Obstacles obstacles;
   for (const ScanRequest& request : trace) {

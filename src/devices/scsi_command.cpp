@@ -17,7 +17,7 @@ using namespace platform;
 constexpr u32 kSenseForAsc = 14;  // sense bytes from which fixed data have ASC and ASCQ
 constexpr u8 kDescriptorSense = 0x72;
 constexpr u8 kFixedSense = 0x70;
-constexpr u32 kAdditionalLength = 7;  // the sense byte that counts those behind the eighth
+constexpr u32 kAdditionalLength = 7;  // the sense byte that counts those after the eighth
 
 u8 DirectionCode(u32 direction) {
   return direction == kNoData ? kScsiNoData : direction == kDataIn ? kScsiDataIn : kScsiDataOut;

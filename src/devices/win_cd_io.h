@@ -29,7 +29,7 @@ class cWinCDIO final : public cBaseIO {
   void InitState() override;
   void Close() override;
   bool Open(const cBaseIoResource* resource, bool readOnly) override;
-  // Answers `sector` as it was given, even when that lies behind the end.
+  // Answers `sector` as it was given, even when that lies past the end.
   u64 SetPosition(u64 sector) override;
   u32 Read(void* buffer, u32 count, cBitMap* presence = nullptr) override;
   u64 GetSectorCount() override { return m_sectorCount; }

@@ -6,7 +6,7 @@
 //
 // Drives with sectors of a multiple of 512 bytes are read in whole sectors of theirs; of drives
 // with odd sectors (520 bytes and the like) the first 512 bytes of each are delivered, which only
-// SCSI drives can do. A read that gets nothing closes the device, and the next one opens it anew:
+// SCSI drives can do. A read that gets nothing closes the device, and the next one reopens it:
 // that is all the retrying there is.
 
 #include <memory>
@@ -31,7 +31,7 @@ class cWinHDIO : public cBaseIO {
   bool IsSameAs(cBaseIO* other) override;
   void InitState() override;
   void Close() override;
-  // Opens the device anew in the other mode; a failure leaves it closed until the next read.
+  // Opens the device again in the other mode; a failure leaves it closed until the next read.
   bool SetReadOnly(bool readOnly) override;
   bool Open(const cBaseIoResource* resource, bool readOnly) override;
   u64 SetPosition(u64 sector) override;
@@ -46,7 +46,7 @@ class cWinHDIO : public cBaseIO {
   u32 GetResourceKind() override { return kResourceNumberedDevice; }
   void* Destroy(u32 flags) override;
   bool GetGeometry(u32* three) override;
-  // Asks the drive anew, and keeps what it says.
+  // Asks the drive again, and keeps what it says.
   bool GetDescription(char16_t* buffer, i32 capacity) override;
   // Opens the device named by the path; false leaves it closed.
   virtual bool OpenDevice();  // slot 25
@@ -69,7 +69,7 @@ class cWinHDIO : public cBaseIO {
  private:
   bool OpenHandle();
   bool LoadGeometry();
-  // The identity part of the description; false when nobody says anything.
+  // The identity part of the description; false when there is none.
   bool IdentityText(std::u16string* text);
   bool ProbeAnew(std::u16string* text);
   bool TextOfSystem(std::u16string* text);

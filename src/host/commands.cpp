@@ -43,7 +43,7 @@ struct Session {
   cStorages storages;
 };
 
-// An owner for dialogs, which nobody sees.
+// An invisible owner for dialogs.
 class cHiddenWindow {
  public:
   cHiddenWindow()

@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// Words of a program with windows for whoever started it from a console or a script: to the handles
+// Words of a program with windows for the console or the script that started it: to the handles
 // that it inherited, or else to its parent's console. Text is UTF-8.
 
 #include <string>

@@ -74,7 +74,7 @@ std::u16string LookInto(const std::u16string& path) {
   if (!library) return LoadingFault();
   for (const char* name : kNeeded) {
     if (!GetProcAddress(library.get(), name)) {
-      return Words("is no module: it does not export {}", name);
+      return Words("is not a module: it does not export {}", name);
     }
   }
   return {};

@@ -56,26 +56,28 @@ inline constexpr char16_t kNoStorage[] =
     u"No storage is open.\r\n\r\n\"Open drive...\" opens a drive without reading from it, and "
     u"\"Open file...\" an image or a cache. \"New storage...\" then makes a read-once storage of "
     u"the "
-    u"drive: what it is asked for goes into a cache file, and no sector is read twice.";
+    u"drive: what is read from it goes into a cache file, and is not read from the drive again.";
 inline constexpr char16_t kNotRead[] =
-    u"Nothing was read from this drive yet.\r\n\r\nIf it is failing, press \"New storage...\" and "
-    u"choose it there: each sector then goes into a cache file and is not read twice.\r\n\r\nIf it "
+    u"Nothing has been read from this drive yet.\r\n\r\nIf it is failing, press \"New storage...\" "
+    u"and "
+    u"choose it there: each sector that is read then goes into a cache file.\r\n\r\nIf it "
     u"is sound, right-click it in the list and choose \"Read directly...\".";
 inline constexpr char16_t kNoPartitions[] =
-    u"There is nothing known on this storage: no partitions and no file system.";
+    u"Nothing was recognised on this storage: no partitions and no file system.";
 inline constexpr char16_t kNoMap[] =
     u"There is no map: this storage has no cache, or none that the host knows of.\r\n\r\nPress "
     u"\"New storage...\" to make a read-once storage with a cache, or \"Open file...\" to look at "
     u"a "
     u"cache.";
 inline constexpr char16_t kReadWithoutCache[] =
-    u"Read this drive without a cache?\nEvery look at it then reads the drive again, and a failing "
+    u"Read this drive without a cache?\nEverything you look at is then read from it again, and a "
+    u"failing "
     u"drive\nmay give each sector only once more. \"New storage...\" is the safe way.";
 inline constexpr char16_t kCounting[] = u"Counting...";
 inline constexpr char16_t kNotASector[] = u"This is not the number of a sector.";
-inline constexpr char16_t kOpenAlready[] = u"This storage is open already.";
+inline constexpr char16_t kOpenAlready[] = u"This storage is already open.";
 inline constexpr char16_t kMadeAlready[] =
-    u"This storage, or one with the same cache, is open already.\nThe new one was closed again.";
+    u"This storage, or one with the same cache, is already open.\nThe new one was closed again.";
 inline constexpr char16_t kNothingMade[] = u"No storage was made.";
 inline constexpr char16_t kNoModule[] = u"There is no module beside the program.";
 inline constexpr char16_t kNoMemory[] = u"There is not enough memory.";

@@ -20,14 +20,14 @@ namespace {
 using namespace platform;
 
 constexpr u32 kMaxSectorBytes = 0x10000;
-constexpr u32 kMaxOddBytes = 528;  // 512 bytes of data and something behind them
+constexpr u32 kMaxOddBytes = 528;  // 512 bytes of data and something after them
 
 bool IsPlausible(u32 bytes) {
   return bytes >= kSectorBytes && bytes <= kMaxSectorBytes && (bytes & (bytes - 1)) == 0;
 }
 
 // The larger of what the drive and the system say. Where the first sector lies inside of a physical
-// one, as on some volumes, only what divides both is of use to anybody who asks.
+// one, as on some volumes, only what divides both is of use to a caller.
 u32 PhysicalBytes(u32 told, u32 logical, Device& device) {
   u32 bytes = std::max(IsPlausible(told) ? told : 0, logical);
   u64 first = QueryPartitionStart(device).value_or(0) << kSectorShift;

@@ -96,7 +96,7 @@ class Checker {
       m_layout = *layout;
       return true;
     } else {
-      fault = fmt::format("sector count {} and block size {} make no sense together",
+      fault = fmt::format("the sector count {} and the block size {} do not go together",
                           LoadLe64(&header[8]), LoadLe32(&header[16]));
     }
     Report(ProblemKind::kHeader, std::nullopt, fault);
@@ -108,8 +108,9 @@ class Checker {
     const u32 implied = SparseLayout::BlockSizeFor(m_layout.sectorCount);
     if (m_layout.blockSize != implied) {
       Report(ProblemKind::kHeader, std::nullopt,
-             fmt::format("a cache of {} sectors has blocks of {}, but this one of {}",
-                         m_layout.sectorCount, implied, m_layout.blockSize));
+             fmt::format(
+                 "a cache of {} sectors has blocks of {} sectors, but this one has blocks of {}",
+                 m_layout.sectorCount, implied, m_layout.blockSize));
       m_doubt = true;
     }
     if (m_fileSectors >= m_layout.DataStart()) return true;
@@ -129,7 +130,7 @@ class Checker {
     const bool isRead = m_file->ReadBytes(entries, at, 4 * count);
     if (isRead && std::all_of(entries, entries + 4 * count, [](u8 b) { return b == 0xFF; })) return;
     Report(ProblemKind::kHeader, std::nullopt,
-           fmt::format("the index goes on after the last of {} blocks", m_layout.BlockCount()));
+           fmt::format("the index continues past the last of {} blocks", m_layout.BlockCount()));
     m_doubt = true;
   }
 
@@ -157,7 +158,7 @@ class Checker {
     if (bytesHeld == 0) return ReportBeyond(block, record, start);
     if (!m_used.Insert(record)) {
       Report(ProblemKind::kSharedRecord, block,
-             fmt::format("record {} belongs to another block, too", record));
+             fmt::format("record {} also belongs to another block", record));
       m_doubt = true;
       return;
     }

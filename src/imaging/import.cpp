@@ -167,7 +167,7 @@ ImportEnd CheckSize(const std::u16string& path, u64 bytes, const ImportPlan& pla
   return isFile && bytes > covered ? ImportEnd::kImageLonger : ImportEnd::kDone;
 }
 
-// Fills the file at `path` and brings it to its medium.
+// Fills the file at `path` and flushes it to disk.
 ImportResult Fill(const std::u16string& path, const ImportPlan& plan, platform::FileHandle image,
                   const std::atomic<bool>& stop, const ImportMonitor& monitor) {
   // Locked before it is emptied: another run may be making the same cache.

@@ -39,25 +39,25 @@ std::vector<std::string> Words(const std::string& line) {
 const char* StatusLineFault(const std::vector<std::string>& words) {
   u64 number = 0;
   if (words.size() < 2 || words.size() > 3) return "expected the status line: position and status";
-  if (!ParseNumber(words[0], &number)) return "the current position is no number";
+  if (!ParseNumber(words[0], &number)) return "the current position is not a number";
   if (words[1].size() != 1 || words[1] == " " ||
       kRunStatuses.find(words[1][0]) == std::string_view::npos) {
     return "the current status is none of ? * / - F G +";
   }
-  if (words.size() == 3 && !ParseNumber(words[2], &number)) return "the pass is no number";
+  if (words.size() == 3 && !ParseNumber(words[2], &number)) return "the pass is not a number";
   return nullptr;
 }
 
 // "pos size status"
 const char* BlockFault(const std::vector<std::string>& words, u64 earliest, MapfileBlock* block) {
   if (words.size() != 3) return "expected position, size and status";
-  if (!ParseNumber(words[0], &block->position)) return "the position is no number";
-  if (!ParseNumber(words[1], &block->size)) return "the size is no number";
+  if (!ParseNumber(words[0], &block->position)) return "the position is not a number";
+  if (!ParseNumber(words[1], &block->size)) return "the size is not a number";
   if (words[2].size() != 1 || kBlockStatuses.find(words[2][0]) == std::string_view::npos) {
     return "the status is none of ? * / - +";
   }
   block->status = words[2][0];
-  if (block->size > ~u64{0} - block->position) return "the block ends beyond 2^64";
+  if (block->size > ~u64{0} - block->position) return "the block ends past 2^64";
   if (block->position < earliest) return "the block begins before the end of the one above";
   return nullptr;
 }

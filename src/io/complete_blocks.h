@@ -3,7 +3,7 @@
 #pragma once
 
 // Blocks of a sparse image that are known to be complete: they have a record, and no sector of them
-// is missing. Reading and marking never change that, whoever else writes to the file: an index
+// is missing. Reading and marking never change that, whatever else writes to the file: an index
 // entry that names a record keeps it, and a status goes back to missing only by MarkMissing, after
 // which everything is forgotten (SharedFile::demotions). So this may be remembered where nothing
 // else may, and a complete block be read without asking for its index entry and its map.

@@ -12,7 +12,7 @@ namespace larkspur {
 namespace {
 
 // The file-name part of a path: what follows the last backslash, or without one the last slash, and
-// any run of either behind it.
+// any run of either after it.
 std::u16string_view FileNamePart(std::u16string_view path) {
   size_t cut = path.rfind(u'\\');
   if (cut == std::u16string_view::npos) cut = path.rfind(u'/');

@@ -35,7 +35,7 @@ class cFlatIO final : public cBaseIO {
   // Reopens the file in the other mode; a failure leaves it closed.
   bool SetReadOnly(bool readOnly) override;
   bool Open(const cBaseIoResource* resource, bool readOnly) override;
-  // Makes the file anew: an existing one is emptied first.
+  // Makes the file again: an existing one is emptied first.
   u64 Create(const cBaseIoResource* resource, u64 sectorCount, bool openAfter) override;
   u64 SetPosition(u64 sector) override;
   u32 Read(void* buffer, u32 count, cBitMap* presence = nullptr) override;

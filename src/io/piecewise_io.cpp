@@ -92,7 +92,7 @@ u32 cPiecewiseIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
     const u32 start = asked - piece;
     if (delivered < asked) Note(start, piece, delivered - start);
     KeepRest(asked, inside);
-    // Drives fail a request as a whole that reaches behind their end, so none does.
+    // Drives fail a request as a whole that reaches past their end, so none does.
     std::fill_n(m_keptStates.get() + inside, count - inside, Kept::kRefused);
   }
   m_position += delivered;

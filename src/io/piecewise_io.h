@@ -19,7 +19,7 @@
 
 namespace larkspur {
 
-// What all clones of one adapter share: counts, and whether to go on asking.
+// What all clones of one adapter share: counts, and whether to keep asking.
 struct SourceTraffic {
   std::atomic<u64> asked{0};       // sectors asked of the source, each counted once
   std::atomic<u64> askedAlone{0};  // of these, asked a second time

@@ -151,7 +151,7 @@ u32 cReadOnceIO::InsideImage(u32 count) {
 }
 
 bool cReadOnceIO::GoOnUnstored(u32 count) {
-  // What lies behind the image's end is kept nowhere, and nobody misses it.
+  // What lies after the image's end is kept nowhere, and nothing needs it.
   return count == 0 || !m_guard || m_guard->GoOnUnstored(m_position, count);
 }
 

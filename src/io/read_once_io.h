@@ -4,7 +4,7 @@
 
 // cReadOnceIO: a read-only view of a source in which every sector is asked of the source once. What
 // the source gives is stored in an image at once; what it refuses is marked there and reads as
-// zeros from then on. The image is a file, so the work goes on where the last use stopped. Where
+// zeros from then on. The image is a file, so the work resumes where the last use stopped. Where
 // the image's own file cannot be read, nothing is known of a sector, and the source is not asked
 // for it: the read ends there, short.
 //

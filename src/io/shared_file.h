@@ -5,8 +5,8 @@
 // What all images on one file share in this process: clones on several threads, and images that
 // were opened by other names of the file.
 //
-// Order of locks: an image's own lock, then its file's section. Nobody waits for anything else with
-// the section entered: not for a source, not for a parent, not for another file.
+// Order of locks: an image's own lock, then its file's section. Nothing waits for anything else
+// with the section entered: not for a source, not for a parent, not for another file.
 
 #include <atomic>
 #include <memory>
@@ -17,7 +17,7 @@
 namespace larkspur {
 
 struct SharedFile {
-  // Entered by whoever loads index entries or a map, and over the whole of every change.
+  // Entered by any image that loads index entries or a map, and over the whole of every change.
   cCriticalSection section;
   // Above every record number that the index names or that was given out here; kNowhere until an
   // image has looked through the index. Guarded by the section.
@@ -26,7 +26,7 @@ struct SharedFile {
   std::atomic<u64> demotions{0};
 };
 
-// The one of the file with that identity, for as long as anybody keeps it; a new one without an
+// The one of the file with that identity, for as long as any image keeps it; a new one without an
 // identity. Null without memory.
 std::shared_ptr<SharedFile> ShareFile(const std::optional<platform::FileIdentity>& identity);
 

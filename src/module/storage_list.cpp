@@ -10,7 +10,7 @@
 namespace larkspur {
 namespace {
 
-// More than anybody keeps open: a list that leads back into itself ends here.
+// More than any host keeps open: a list that leads back into itself ends here.
 constexpr size_t kMaxStorages = 65536;
 
 void Link(HostStorageList& list, HostStorageNode* node) {

@@ -47,7 +47,7 @@ struct Group {
   u64 partSectors;  // of a physical partition
 };
 
-// A logical volume's partitions that lie one behind the other on this disk.
+// A logical volume's partitions that lie one after the other on this disk.
 struct Run {
   u32 volume;         // from 0
   u32 firstLogical;   // from 1
@@ -165,7 +165,7 @@ bool ProbeAixLvm(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front)
 
 bool ParseAixLvm(Scan& scan, cPartTreeItem& node) {
   const auto group = ReadGroup(scan, node);
-  if (!group) return true;  // of a version that nobody has described
+  if (!group) return true;  // of a version that is described nowhere
   std::vector<u8> bytes(kDiskSectors * kSectorBytes);
   if (scan.ReadAround(group->area + kDiskSector, kDiskSectors, bytes.data()) == 0) return false;
   ByteReader disk(bytes);

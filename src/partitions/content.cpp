@@ -132,7 +132,7 @@ bool IsPrimaryVolume(NodeBytes& bytes) {
   return bytes.U8(0) == 1;
 }
 
-// Somewhere behind the first descriptor the one that names the standard.
+// Somewhere after the first descriptor the one that names the standard.
 bool IsUdf(NodeBytes& bytes) {
   for (u64 at = 0; at < u64{16} * 2048; at += 2048) {
     const auto name = bytes.Bytes(at + 1, 5);
@@ -287,7 +287,7 @@ constexpr Row kRows[] = {
     {"swap", 0, 8192 - 10, "SWAPSPACE2"sv, nullptr, kSwapLabel, kSwapUuid, "1"},
     {"reiserfs", 8 * KiB, 52, "ReIsErFs"sv, nullptr, {}, {}, "3.5"},
     {"ufs", 8 * KiB, 1372, "\x54\x19\x01\x00"sv, IsUfs, {}, kUfsId, "1"},
-    // Behind it.
+    // After it.
     {"swap", 0, 16384 - 10, "SWAPSPACE2"sv, nullptr, kSwapLabel, kSwapUuid, "1"},
     {"zfs_member", 16 * KiB, 0, "\1\1\0\0\0\0\0\0\0\0\0\1"sv, IsZfs, {}, {}, {}, DescribeZfs},
     {"zfs_member", 16 * KiB, 0, "\1\0\0\0\0\0\0\0\0\0\0\1"sv, IsZfs, {}, {}, {}, DescribeZfs},

@@ -194,7 +194,7 @@ void DescribeNtfs(NodeBytes& bytes, ContentNote* note) {
   }
 }
 
-// A name of up to 27 bytes behind its length.
+// A name of up to 27 bytes after its length.
 void DescribeHfs(NodeBytes& bytes, ContentNote* note) {
   const size_t length = std::min<size_t>(bytes.U8(36), 27);
   note->label = FieldUtf8(bytes.Bytes(37, length));

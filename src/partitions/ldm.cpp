@@ -80,7 +80,7 @@ std::optional<PrivateHeader> FindHeader(Scan& scan, const cPartTreeItem& node) {
   return std::nullopt;
 }
 
-// The configuration lies behind the logical disk, and both in the node.
+// The configuration lies after the logical disk, and both in the node.
 bool IsLaidOutIn(const PrivateHeader& header, const cPartTreeItem& node) {
   return header.config.FitsIn(node.m_length) && header.logical.FitsIn(header.config.start);
 }

@@ -13,7 +13,7 @@
 //   208      8 key slots of 48 bytes: 0 u32 state, 40 u32 first sector of the key material
 // Version 2: 8 u64 length of the header with its JSON area, 168 40 UUID; 4096 the JSON text.
 //
-// What lies behind a header is encrypted, so it gets no node of its own: the record says where it
+// What lies after a header is encrypted, so it gets no node of its own: the record says where it
 // begins.
 
 #include "partitions/format.h"

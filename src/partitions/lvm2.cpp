@@ -127,7 +127,7 @@ struct TextPlace {
   }
 };
 
-// The text in the ring, which may go on behind the area's first sector. Empty when it cannot be
+// The text in the ring, which may continue past the area's first sector. Empty when it cannot be
 // read.
 std::string ReadRing(Scan& scan, const cPartTreeItem& node, const TextPlace& place) {
   std::string text;
@@ -240,14 +240,14 @@ cSoftRAIDMember* MakeRecord(const Lvm2Set& set) {
   return record;
 }
 
-// Whether `first` extents lead to a sector, and `count` of them to another behind it, that can be
+// Whether `first` extents lead to a sector, and `count` of them to another after it, that can be
 // counted.
 bool IsCountable(const Lvm2PhysicalVolume& volume, const Lvm2Piece& piece, u64 origin) {
   const u64 room = std::numeric_limits<u64>::max() - origin;
   return piece.first + piece.count <= room / volume.extentSectors;
 }
 
-// A piece that begins behind the end of the node lies in whatever comes there. One that only ends
+// A piece that begins past the end of the node lies in whatever comes there. One that only ends
 // there is kept: so does the last one of a disk whose image was cut short.
 void AddPieces(Scan& scan, cPartTreeItem& node, const Lvm2PhysicalVolume& volume) {
   if (volume.firstExtentSector >= node.m_length) return;

@@ -23,7 +23,7 @@
 //   24  8   position of this area
 //   32  8   its size
 //   40  24  the text: u64 position in the area, u64 size, u32 CRC, u32 flags
-// The rest of the area is a ring: a text that reaches its end goes on behind the first sector.
+// The rest of the area is a ring: a text that reaches its end continues past the first sector.
 
 #include "partitions/format.h"
 

@@ -10,7 +10,7 @@
 //
 // with white space and "# comments" between tokens; a NUL ends it. In double quotes a backslash
 // takes the next character as it is. Of two values with one name the later counts, and a repeated
-// section goes on with the first.
+// section continues with the first.
 
 #include <deque>
 #include <map>

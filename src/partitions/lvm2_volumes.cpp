@@ -30,7 +30,7 @@ constexpr SegmentKind kSegmentKinds[] = {
     {"raid6", kLayoutNone, false, false, 2},
 };
 
-// The lists that name a segment's areas: a physical or logical volume each, and behind it, where
+// The lists that name a segment's areas: a physical or logical volume each, and after it, where
 // the area is not the whole of that, its first extent.
 constexpr std::string_view kAreaLists[] = {"stripes", "mirrors", "raids", "raid0_lvs"};
 
@@ -100,7 +100,7 @@ std::vector<Area> ReadAreas(const Lvm2Text& text, Section segment) {
 // Nothing for segments that lie on no volume, or only by way of others that are listed themselves.
 std::optional<Segment> ReadSegment(const Lvm2Text& text, Section section) {
   std::string type = text.Text(section, "type").value_or("striped");
-  type.resize(std::min({type.size(), type.find('+'), kMaxLevelBytes}));  // behind "+" are flags
+  type.resize(std::min({type.size(), type.find('+'), kMaxLevelBytes}));  // after "+" are flags
   Segment segment{FindKind(type), type, 0, 0, 0, ReadAreas(text, section)};
   if (!segment.kind || segment.areas.empty()) return std::nullopt;
   segment.extents = text.Number(section, "extent_count").value_or(0);

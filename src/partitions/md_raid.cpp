@@ -74,7 +74,7 @@ bool HasMagic(std::span<const u8> sector) {
   return super.Le32(0) == kMagic || super.Be32(0) == kMagic;
 }
 
-// The superblocks of versions 1.1 and 1.2 stand before the data, that of 1.0 behind it. A place
+// The superblocks of versions 1.1 and 1.2 stand before the data, that of 1.0 after it. A place
 // that contradicts this would make the data area hold its own superblock.
 bool DataAreaIsApart(const SuperPlace& place, const Member& member) {
   if (place.sector <= 8) return member.dataOffset >= place.sector + kSuperSectors;

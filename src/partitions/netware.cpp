@@ -88,7 +88,7 @@ cNWPartData* MakeData(ByteReader& hotFix, const Segment& segment) {
   return data;
 }
 
-// A volume may have up to 32 segments, on several partitions, one behind the other.
+// A volume may have up to 32 segments, on several partitions, one after the other.
 cSoftRAIDMember* MakeRecord(const Segment& segment) {
   auto* record = new cSoftRAIDMember;
   record->m_name.Assign(segment.name);

@@ -2,14 +2,14 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// Traditional NetWare partitions: a redirection area, and behind it the data area with the segments
+// Traditional NetWare partitions: a redirection area, and after it the data area with the segments
 // of volumes.
 //
 // Redirection record, in sector 32, 64, 96 or 128, little-endian:
 //   0  8  "HOTFIX00"
 //   8  4  partition id
 //   20 4  sectors of the data area, 24 4 sectors of the redirection area
-// Segment table, at the same number of sectors behind the redirection area:
+// Segment table, at the same number of sectors after the redirection area:
 //   0  16  "NetWare Volumes"
 //   16 4   number of entries, at most 8
 //   32     entries of 60 bytes: 0 length of the name and its characters (16), 20 u8 cluster code,

@@ -80,7 +80,7 @@ class cPartSoftRAIDInfo : public cPartExtension {
   friend void* DestroyAs(T* object, u32 flags);
 };
 
-// What our parsers attach: the record above, and behind its fields the level in the words of the
+// What our parsers attach: the record above, and after its fields the level in the words of the
 // format that describes the set.
 class cSoftRAIDMember final : public cPartSoftRAIDInfo {
  public:

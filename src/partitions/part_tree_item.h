@@ -62,7 +62,7 @@ class cPartTreeItem : public cTreeItem {
   friend void* DestroyAs(T* object, u32 flags);
 };
 
-// A node as our scans make it: behind the fields that a host reads, the length that the table
+// A node as our scans make it: after the fields that a host reads, the length that the table
 // itself gives. Nodes of a GUID partition table are shorter by one of its blocks, others are not.
 class cScannedItem final : public cPartTreeItem {
  public:

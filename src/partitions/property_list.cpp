@@ -27,7 +27,7 @@ std::string_view AttributeOf(const Node* node, const char* name) {
                    : std::string_view{};
 }
 
-// The element behind `node` in the order of the text; null behind the last.
+// The element after `node` in the order of the text; null past the last.
 const Node* NextInOrder(const Node* node, const Node* top) {
   if (node->first_node()) return node->first_node();
   while (node != top && !node->next_sibling()) node = node->parent();
@@ -45,7 +45,7 @@ bool IsWithinLimits(std::string_view text) {
   return true;
 }
 
-// Decimal, or hexadecimal behind "0x".
+// Decimal, or hexadecimal after "0x".
 std::optional<u64> ParseNumber(std::string_view digits) {
   const bool isHex = digits.starts_with("0x") || digits.starts_with("0X");
   if (isHex) digits.remove_prefix(2);

@@ -85,7 +85,7 @@ u32 Scan::ReadAround(u64 sector, u32 count, u8* buffer) {
   for (u32 gaps = 0; at < count && gaps < kMaxGaps; ++gaps) {
     const u32 got = Read(sector + at, count - at, buffer + size_t{at} * kSectorBytes);
     came += got;
-    at += got + 1;  // behind the sector that did not come
+    at += got + 1;  // after the sector that did not come
   }
   return came;
 }
@@ -95,7 +95,7 @@ void Scan::ReadAhead(u64 sector, u32 count) {
   count = static_cast<u32>(std::min<u64>(count, m_sectorCount - sector));
   if (UnknownRun(sector, count) != count) return;
   m_ahead.resize(size_t{count} * kSectorBytes);
-  // A failure is met, and told, by whoever needs the sector.
+  // A failure is met, and reported, by the caller that needs the sector.
   const u32 got = m_io->SetPosition(sector) == sector ? m_io->Read(m_ahead.data(), count) : 0;
   if (m_options.trace) m_options.trace->push_back({sector, count, std::min(got, count), m_asker});
   Keep(sector, std::min(got, count), m_ahead.data());

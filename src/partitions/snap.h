@@ -7,7 +7,7 @@
 //   0    4  magic, again at 244
 //   250  2  number of entries
 //   260     entries of 16 bytes as in a BSD label
-// No description of this layout was published. The places behind the second magic are inferred from
+// No description of this layout was published. The places after the second magic are inferred from
 // a BSD label's, and trusted only when the label's own checksum (the XOR of all its 16-bit words is
 // 0) and its entries agree.
 

@@ -28,7 +28,7 @@ u32 ParserIdOf(const cPartTreeItem& node) {
   return parser ? parser->GetParserId() : 0;
 }
 
-// The node behind `node` in the order of the tree; null behind the last.
+// The node after `node` in the order of the tree; null past the last.
 const cPartTreeItem* NextInOrder(const cPartTreeItem* node) {
   if (node->FirstChild()) return node->FirstChild();
   while (node && !node->m_next) node = node->Parent();

@@ -5,7 +5,7 @@
 // cTreeItem: a node among siblings, with children below it.
 //
 // A host walks these links as data, so their places are fixed. A tree is known by its head, the
-// pointer to its first top-level item; whoever holds the head owns all items.
+// pointer to its first top-level item; the owner of the head owns all items.
 
 #include "base/types.h"
 

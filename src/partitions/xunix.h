@@ -7,7 +7,7 @@
 // Little-endian:
 //   0  2   magic 0x1234
 //   2      8 divisions of 8 bytes: i32 start, i32 size, in blocks of 1024 bytes
-// Division 7 is the whole area and starts at 0. Divisions count from an area that begins behind the
+// Division 7 is the whole area and starts at 0. Divisions count from an area that begins after the
 // boot blocks, at a place that the table does not hold: it is what division 7 leaves of the
 // partition.
 

@@ -14,14 +14,14 @@
 
 namespace larkspur::platform {
 
-// The system's file handle or descriptor, owned by whoever opened it.
+// The system's file handle or descriptor, owned by the caller that opened it.
 using FileHandle = std::intptr_t;
 constexpr FileHandle kNoFile = -1;
 
 enum OpenMode : u32 {
   kOpenRead = 1,
   kOpenWrite = 2,
-  kOpenExclusive = 4,  // nobody else may hold it open (POSIX: nobody else who asks the same)
+  kOpenExclusive = 4,  // no one else may have it open (POSIX: no one who asks the same)
 };
 
 // Opens an existing file or block device; kNoFile on failure, and for a folder.
@@ -59,7 +59,7 @@ struct DataStretch {
 };
 std::optional<DataStretch> NextData(FileHandle file, u64 from);
 
-// Waits until all that was written to the file, through any handle, is on its medium.
+// Waits until all that was written to the file, through any handle, is flushed to disk.
 bool SyncFile(FileHandle file);
 
 // Sets times given in UTC seconds since 1970; absent ones stay. POSIX has no creation time to set.

@@ -16,8 +16,8 @@ namespace larkspur::platform {
 std::vector<std::string> ProgramArguments(int argc, char** argv);
 
 // To be called before anything is opened. Bytes go out as they are, UTF-8 shows as letters; a
-// stream that the caller had closed fails when it is used, and no file gets its number; what nobody
-// reads any more fails as well, and does not end the program.
+// stream that the caller had closed fails when it is used, and no file gets its number; a write
+// to a pipe without a reader fails as well, and does not end the program.
 void PrepareStandardStreams();
 
 bool IsErrorOutputATerminal();

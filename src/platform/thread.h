@@ -9,7 +9,7 @@
 
 namespace larkspur::platform {
 
-// The system's record of a started thread; closed by whoever started it.
+// The system's record of a started thread; closed by the one that started it.
 using ThreadHandle = void*;
 
 using ThreadRoutine = u32 (*)(void* argument);
@@ -30,7 +30,7 @@ void ForceThreadToStop(ThreadHandle thread);
 void CloseThread(ThreadHandle thread);
 
 // Calls work(argument) and answers true; false when it was left by an exception. A forced stop on
-// POSIX runs `onAbort(argument)` and goes on ending the thread.
+// POSIX runs `onAbort(argument)` and then ends the thread.
 bool RunGuarded(void (*work)(void*), void (*onAbort)(void*), void* argument);
 
 }  // namespace larkspur::platform

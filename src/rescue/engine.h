@@ -62,7 +62,7 @@ struct EngineOptions {
 class Engine {
  public:
   static constexpr double kSyncSeconds = 30;
-  // Told often, also while a request hangs: whoever shows it limits how often.
+  // Told often, also while a request hangs: the receiver limits how often it is shown.
   using Monitor = std::function<void(const RescueProgress&)>;
 
   // None of them is owned; all outlive the engine.

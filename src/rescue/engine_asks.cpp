@@ -277,7 +277,7 @@ std::optional<SectorRange> Engine::PickUntried(bool last) {
   return SectorRange{first, std::min(unit.End(), area->End()) - first};
 }
 
-// One that was never asked, and that nobody wants in this run.
+// One that was never asked, and that is not wanted in this run.
 std::optional<SectorRange> Engine::PickUnwanted() {
   ExtentSet known = m_planned;
   known.Add(m_triedTogether);

@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// What a rescue log says, read back: for going on where a run stopped, and for telling people. A
+// What a rescue log says, read back: for resuming where a run stopped, and for people to read. A
 // log is input like any other: a line that makes no sense is counted and passed over, no number in
 // it is trusted, and what is kept of it is bounded but for the extents that were tried.
 

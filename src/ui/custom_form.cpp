@@ -184,7 +184,7 @@ void cCustomForm::Run() {
   while (IsOpen() && !m_closing) {
     const BOOL got = GetMessageW(&message, nullptr, 0, 0);
     if (got == 0) {
-      // Whoever runs the loop around this one has to quit as well.
+      // The loop around this one has to quit as well.
       PostQuitMessage(static_cast<int>(message.wParam));
       return;
     }

@@ -25,7 +25,7 @@ void RunAndEnd(Work* work) {
   try {
     (*work)();
   } catch (const std::bad_alloc&) {
-    // The asker waits for nothing, so there is nobody to tell.
+    // The caller does not wait, so there is no one to tell.
   }
   --g_running;
 }

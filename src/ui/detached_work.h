@@ -3,8 +3,8 @@
 #pragma once
 
 // Work that may take long and must not hold up a form: asking a server that does not answer, a
-// drive that is spinning up. It runs on a thread of its own, which nobody waits for; a form that is
-// closed meanwhile just does not get the answer.
+// drive that is spinning up. It runs on a thread of its own, which nothing waits for; a form that
+// is closed meanwhile just does not get the answer.
 
 #include <windows.h>
 
@@ -44,7 +44,7 @@ class cMailbox {
     m_letters.clear();
   }
 
-  // False when nobody is there any more.
+  // False when the owner is gone.
   bool Post(Letter letter) {
     const cSafeCriticalSectionAccess access(&m_section);
     if (!m_window) return false;

@@ -23,7 +23,7 @@ struct WindowMessage {
   LPARAM lParam = 0;
 };
 
-// A handler's answer to the sender, or nothing when the message goes on to the system's default.
+// A handler's answer to the sender, or nothing when the message is left to the system's default.
 using MessageAnswer = std::optional<LRESULT>;
 
 template <typename Owner>

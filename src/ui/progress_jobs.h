@@ -15,7 +15,7 @@
 
 namespace larkspur {
 
-// Asks a window to show the progress anew, by a posted message: what is painted is painted by the
+// Asks a window to show the progress again, by a posted message: what is painted is painted by the
 // window's own thread. Posts nothing while the last message has not been taken.
 class cProgressViewUpdateJob final : public cJob {
  public:
@@ -36,7 +36,7 @@ class cProgressViewUpdateJob final : public cJob {
   std::atomic<bool> m_pending{false};
 };
 
-// Lets the bar of an operation move whose length nobody knows, such as going to a folder that is
+// Lets the bar of an operation of unknown length move, such as going to a folder that is
 // slow to answer: ever nearer to the end, and never there.
 class cFakeNavigationProgressJob final : public cJob {
  public:

@@ -79,7 +79,7 @@ void cProgressView::End() {
 void cProgressView::Update() {
   m_update.Taken();
   if (!m_job) return;
-  // Whoever knows the share needs no supposed one.
+  // A known share needs no supposed one.
   if (m_fake && m_feed->Share() >= 0) m_fake.reset();
   Show();
   if (m_job->IsRunning()) return;

@@ -44,11 +44,11 @@ class cWindow {
   LRESULT Send(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const;
 
  protected:
-  // Nothing when the message goes on to the system's default.
+  // Nothing when the message is left to the system's default.
   virtual MessageAnswer OnMessage(const WindowMessage& /*message*/) { return std::nullopt; }
 
   // OnMessage for the system's callbacks, which nothing may be thrown through: without memory a
-  // message goes on to the system's default.
+  // message is left to the system's default.
   MessageAnswer AnswerTo(const WindowMessage& message) noexcept;
 
   void Attach(HWND handle) { m_handle = handle; }

@@ -120,7 +120,7 @@ TEST_F(ScsiRequest, TheBufferedFormByteByByte) {
       "38 00 00 00 00 00 0C 20 01 00 00 00 01 00 00 00 0A 00 00 00 00 00 00 00 "
       "5C 00 00 00 00 00 00 00 3C 00 00 00 DF 10 00 00 01 00 72 0F 00 00 00 FD 06 7B 00 00 "
       "00 00 00 00";
-  // What came back is at its end; nothing else stands behind the command.
+  // What came back is at its end; nothing else stands after the command.
   for (int i = 52 + 4; i < 608 + 4; ++i) expected += " 00";
   EXPECT_EQ(fakes::Hex(m_drive->lastRequest), expected.substr(0, 608 * 3 - 1));
 }

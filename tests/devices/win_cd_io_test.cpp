@@ -165,7 +165,7 @@ TEST_F(WinCDIO, StrictlyNothingIsDeliveredThatWasNotRead) {
     EXPECT_TRUE(IsPattern(4, 0, 4));
     clone->SetPosition(8);
     EXPECT_EQ(clone->Read(m_buffer.data(), 1), 0u);
-    EXPECT_EQ(Read(12, 4), 4u) << "what lies behind it can be read";
+    EXPECT_EQ(Read(12, 4), 4u) << "what lies after it can be read";
     EXPECT_TRUE(IsPattern(12, 0, 4));
   }
 }

@@ -46,7 +46,7 @@ class WinHDIO : public DeviceTest {
     m_buffer.assign(u64{count} * kSectorBytes + 1, 0xA5);
     io->SetPosition(sector);
     const u32 got = io->Read(m_buffer.data(), count);
-    EXPECT_EQ(m_buffer.back(), 0xA5) << "nothing is written behind the buffer";
+    EXPECT_EQ(m_buffer.back(), 0xA5) << "nothing is written past the buffer";
     return got;
   }
   bool IsPattern(u64 sector, u32 count) {
@@ -456,7 +456,7 @@ TEST_F(WinHDIO, PrefixesByPath) {
     cNamedWinHDIO io;
     ASSERT_TRUE(OpenNamed(&io, c.path));
     EXPECT_EQ(Description(&io), c.prefix + std::string("Fixed Model (ATA)"));
-    EXPECT_EQ(io.GetFullSectorCount(), 4001u) << "asked anew by the description";
+    EXPECT_EQ(io.GetFullSectorCount(), 4001u) << "asked again by the description";
     io.Close();
     EXPECT_EQ(Description(&io), "(none)");
   }
@@ -477,7 +477,7 @@ constexpr ClampCase kClamps[] = {
     {"fits exactly", 5000, 5000, 100, 5000, 5000},
     {"one too many", 5001, 5000, 100, 5000, 4900},
     {"starts at the end", 5001, 5000, 5000, 5000, 0},
-    {"starts behind the end", 5001, 5000, 6000, 5000, 0},
+    {"starts past the end", 5001, 5000, 6000, 5000, 0},
     {"the drive says nothing", 5001, 5000, 100, 0, 4900},
     {"both large", kTwo32 + 10, kTwo32 + 5, 100, kTwo32 + 5, kTwo32 - 95},
     {"the disk's size is cut", kTwo32 + 10, 5000, 100, kTwo32, kTwo32 - 100},
@@ -521,7 +521,7 @@ TEST_F(WinHDIO, WhatIsNoVolumeIsNotCut) {
   volume->partition = 1;
   cNamedWinHDIO io;
   ASSERT_TRUE(OpenNamed(&io, volume->path));
-  EXPECT_EQ(io.GetSectorCount(), 10u) << "the start is taken as 0 when nobody says it";
+  EXPECT_EQ(io.GetSectorCount(), 10u) << "the start is taken as 0 when nothing says it";
   for (const u32 type : {2u, 8u}) {
     volume->deviceType = type;
     ASSERT_TRUE(OpenNamed(&io, volume->path));

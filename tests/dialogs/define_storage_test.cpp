@@ -25,7 +25,7 @@ class DefineStorageTest : public testing::Test {
   bool FileExists() { return platform::KindOfPath(m_path.c_str()) == platform::PathKind::kFile; }
   static Owned<cBaseIO> SourceOf(u64 sectors) {
     auto script = std::make_shared<fakes::SourceScript>(1);
-    script->sectors = sectors;  // nobody reads them
+    script->sectors = sectors;  // they are not read
     return Owned<cBaseIO>(fakes::SourceOn(std::move(script)).release());
   }
   DefineAnswer Define(u64 sectors) { return DefineStorage(SourceOf(sectors).get(), m_path).answer; }

@@ -140,7 +140,7 @@ class CliTest(unittest.TestCase):
         for first, count in bad:
             data[first * SECTOR:(first + count) * SECTOR] = bytes(count * SECTOR)
         self.assertEqual(self.export(status=3), data)
-        # The disk now reads perfectly and holds something else: nobody may notice.
+        # The disk now reads perfectly and holds something else: that must go unnoticed.
         self.make_source(5000, seed=2)
         self.assertEqual(self.image(status=3)["readFromSource"], 0)
         read = run("read", "source.img", "disk.kvrsp", "--start", 90, "--sectors", 50)
@@ -284,7 +284,7 @@ class CliTest(unittest.TestCase):
         self.addCleanup(subprocess.run, ["umount", "mounted"], check=True)
         result = run("image", device, "mounted/disk.kvrsp")
         self.assert_status(result, 1)
-        self.assertIn(b"mounted/disk.kvrsp: this lies on the very disk", result.stderr)
+        self.assertIn(b"mounted/disk.kvrsp: this is on the very disk", result.stderr)
         self.assertFalse(os.path.exists("mounted/disk.kvrsp"))
         result = run("image", device, "disk.kvrsp")
         self.assert_status(result, 0)
@@ -581,10 +581,10 @@ class CliTest(unittest.TestCase):
             (("image", "source.img", "c", "--start", "-1"), 2, "start"),
             (("image", "source.img"), 2, "CACHE"),
             (("identify", "absent"), 1, "no such device"),
-            (("identify", "source.img"), 1, "no device"),
-            (("identify", "folder"), 1, "no device"),
+            (("identify", "source.img"), 1, "not a device"),
+            (("identify", "folder"), 1, "not a device"),
             (("identify",), 2, "DEVICE"),
-            (("frobnicate",), 2, "frobnicate: there is no such command"),
+            (("frobnicate",), 2, 'there is no command "frobnicate"'),
             ((), 2, "--help"),
             (("info", "absent"), 1, "absent"),
             (("info", "foreign"), 1, "not a cache"),
@@ -640,7 +640,7 @@ class CliTest(unittest.TestCase):
                 for command in ("info", "map", "check"):
                     self.assert_status(run(command, "disk.kvrsp"), 1)
                 self.assert_status(run("image", "source.img", "disk.kvrsp"), 1)
-                if length < 1024:  # nothing was left to mend
+                if length < 1024:  # nothing was left to repair
                     continue
                 self.assert_status(run("check", "disk.kvrsp", "--repair"), 0)
                 self.assert_status(run("check", "disk.kvrsp"), 0)

@@ -200,7 +200,7 @@ class DyingDisk(unittest.TestCase):
         self.assertEqual(status, FAILED, said)
         self.assertRegex(said, "not answering|gone")
         rescue.assert_truth(complete=False)
-        self.assertLess(sum(ask.error == "dead" for ask in dying.asks()), 200, "it went on asking")
+        self.assertLess(sum(ask.error == "dead" for ask in dying.asks()), 200, "it kept asking")
         if "not answering" in said:
             rescue.excuse_refused_before_death()
         dying.revive()

@@ -140,9 +140,9 @@ class ExchangeTest(unittest.TestCase):
         for words, *names in (("opened", "absent.img", "rescue.map", "disk.kvrsp"),
                               ("folder", "folder", "rescue.map", "disk.kvrsp"),
                               ("mapfile cannot", "rescue.img", "absent.map", "disk.kvrsp"),
-                              ("exists already", "rescue.img", "rescue.map", "taken.kvrsp"),
-                              ("exists already", "rescue.img", "rescue.map", "rescue.img"),
-                              ("cannot be made", "rescue.img", "rescue.map", "absent/disk.kvrsp")):
+                              ("already exists", "rescue.img", "rescue.map", "taken.kvrsp"),
+                              ("already exists", "rescue.img", "rescue.map", "rescue.img"),
+                              ("cannot be created", "rescue.img", "rescue.map", "absent/disk.kvrsp")):
             with self.subTest(names=names):
                 self.refused(words, "import", *names)
         self.assertEqual(pathlib.Path("taken.kvrsp").read_text(), "mine")
@@ -212,7 +212,7 @@ class ExchangeTest(unittest.TestCase):
         data = self.cache(1000, [(300, 5)])
         pathlib.Path("target").write_bytes(b"\xaa" * SECTOR * 1000)
         device = loop_device(self, "target", SECTOR)
-        self.refused("exists already", "export", "disk.kvrsp", device)
+        self.refused("already exists", "export", "disk.kvrsp", device)
         self.succeed("export", "disk.kvrsp", device, "--force", status=3)
         self.assertEqual(pathlib.Path("target").read_bytes(), data)
         pathlib.Path("small").write_bytes(bytes(SECTOR * 999))

@@ -323,7 +323,7 @@ class TreeTest(unittest.TestCase):
         pathlib.Path("short.img").write_bytes(b"x" * 100)
         blank("tiny.img", 3)
         for name, status, words in (("absent.img", 1, b"absent.img"), ("short.img", 1, b"short.img"),
-                                    ("tiny.img", 0, b"could be read")):
+                                    ("tiny.img", 0, b"could not be read")):
             result = run("tree", name)
             self.assertEqual(result.returncode, status, name)
             self.assertIn(words, result.stderr)

@@ -26,7 +26,7 @@ class DiskBuilder {
   DiskBuilder& MbrEntry(u64 sector, size_t index, u8 type, u64 start, u64 count);
 
   // A GUID table whose header, with the LBA `ownLba`, lies in sector `header`, and whose entries
-  // lie one logical sector of `factor` sectors behind it.
+  // lie one logical sector of `factor` sectors after it.
   DiskBuilder& Gpt(u64 header, u64 ownLba, u32 entries, u32 factor = 1);
   DiskBuilder& GptEntry(u64 header, u32 index, std::string_view typeGuid, u64 firstLba, u64 lastLba,
                         u32 factor = 1);

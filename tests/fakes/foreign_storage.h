@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// A storage as another compiler lays it out: a table of plain functions before its data, and behind
+// A storage as another compiler lays it out: a table of plain functions before its data, and after
 // it nothing that is ours. It has no scratch buffer, no name member, no path. Byte 0 of sector n is
 // n's low byte.
 
@@ -22,7 +22,7 @@ class ForeignStorage {
 
   cBaseIO* IO() const;
   int Alive() const;       // this one and the clones that were not destroyed
-  int Unexpected() const;  // calls of slots that nobody has a reason to use
+  int Unexpected() const;  // calls of slots that nothing has a reason to use
 
   // What the operations answer; for clones, too.
   bool clones = true;

@@ -235,7 +235,7 @@ void LdmDisk::PutHeader(MemoryStore& store) const {
   StoreBe(toc + 88, 224, 8);
 }
 
-// Behind the last record stands the log.
+// After the last record stands the log.
 void LdmDisk::PutDatabase(MemoryStore& store) const {
   const Records records = AllRecords();
   const size_t inSector = kSectorBytes / kRecordBytes;

@@ -62,7 +62,7 @@ class LdmDisk {
   LdmDisk& LongDiskNames();
   // Disk records with the identifier as 16 bytes.
   LdmDisk& RawDiskIdentifiers();
-  // The database in a metadata partition, the volumes behind it in a data partition.
+  // The database in a metadata partition, the volumes after it in a data partition.
   LdmDisk& OnGpt();
 
   u64 ConfigStart() const { return m_onGpt ? kGptMetadata : kSectors - kConfigSectors; }

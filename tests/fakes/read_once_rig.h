@@ -12,7 +12,7 @@
 
 namespace larkspur::fakes {
 
-// Marks what the source refused, and goes on or not as told when the image keeps nothing.
+// Marks what the source refused, and continues or not as told when the image keeps nothing.
 class ScriptedGuard final : public cFetchGuard {
  public:
   explicit ScriptedGuard(SourceTraffic* traffic) : m_traffic(traffic) {}

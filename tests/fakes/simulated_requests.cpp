@@ -215,7 +215,7 @@ std::string LogLine(const ScsiAsked& asked) {
 bool AnswerDirect(SimulatedDrive& drive, std::span<const u8> in, std::span<u8> out, u32* returned) {
   drive.Expect(in.data() == out.data() && in.size() == 128 && out.size() == 128, "direct lengths");
   CheckHead(drive, in, 64);
-  drive.Expect(IsZero(&in[52], 128 - 52), "zeros behind the command");
+  drive.Expect(IsZero(&in[52], 128 - 52), "zeros after the command");
   const u32 length = LoadLe32(&in[12]);
   const u64 address = LoadLe64(&in[24]);
   drive.Expect((address != 0) == (length != 0), "the data's address");
@@ -237,7 +237,7 @@ bool AnswerBuffered(SimulatedDrive& drive, std::span<const u8> in, std::span<u8>
   drive.Expect(in.size() == inBytes && out.size() == outBytes, "buffered lengths");
   CheckHead(drive, in, senseRoom);
   drive.Expect(LoadLe64(&in[24]) == 92, "the data's offset");
-  drive.Expect(IsZero(&in[52], in.size() - 52), "zeros behind the command");
+  drive.Expect(IsZero(&in[52], in.size() - 52), "zeros after the command");
   const u32 length = LoadLe32(&in[12]);
   drive.Expect(length == (isReadCd ? 2352u : 1u), "buffered data length");
   const ScsiAsked asked{{in.begin() + 36, in.begin() + 36 + in[6]},

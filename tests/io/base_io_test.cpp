@@ -143,7 +143,7 @@ TEST(BaseIO, ReadsBytesThroughSectors) {
     EXPECT_EQ(io.trace, c.reads) << c.offset << "+" << c.length;
     EXPECT_TRUE(
         std::equal(out.begin(), out.end() - 1, io.bytes.begin() + static_cast<i64>(c.offset)));
-    EXPECT_EQ(out.back(), 0xEE) << "wrote behind the buffer";
+    EXPECT_EQ(out.back(), 0xEE) << "wrote past the buffer";
   }
 }
 

@@ -147,7 +147,7 @@ TEST(SubBitMap, IsARangeOfItsParent) {
   cSubBitMap view(&parent, 10, 10);
   view.Set(3, true);
   EXPECT_TRUE(parent.Test(13));
-  EXPECT_EQ(view.CountClearRun(5), 5u) << "the parent's run goes on";
+  EXPECT_EQ(view.CountClearRun(5), 5u) << "the parent's run continues";
   view.Set(10, true);
   EXPECT_FALSE(parent.Test(20));
 

@@ -71,7 +71,7 @@ TEST(CompleteBlocks, AreSeenAsOthersMakeThem) {
   WritePattern(writer.get(), 127, 2);
   EXPECT_EQ(fakes::Presence(reader.get(), 126, 4), "1110");
   EXPECT_EQ(fakes::Presence(reader.get(), 126, 4), "1110");
-  // A complete block goes on changing: its data, and from present to unreadable.
+  // A complete block keeps changing: its data, and from present to unreadable.
   const std::vector<u8> other = fakes::Pattern(5000, 1);
   ASSERT_EQ(writer->Write(3, other.data(), 1), 1u);
   ASSERT_TRUE(writer->MarkSectorBad(4));

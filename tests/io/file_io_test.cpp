@@ -104,7 +104,7 @@ TEST_F(FileIO, OpensOnlyWhatIsThere) {
   EXPECT_TRUE(file.Reopen(file.Path().Text(), cFileIO::kModeReadWrite)) << "by its own path";
   EXPECT_EQ(file.WriteSome("x", 1), 1u);
   EXPECT_TRUE(file.CreateAnew(Path().c_str()));
-  EXPECT_EQ(file.GetSize(), 0u) << "made anew";
+  EXPECT_EQ(file.GetSize(), 0u) << "created again";
 }
 
 // Positions beyond what 32 bits hold, in a file that is nearly all hole.

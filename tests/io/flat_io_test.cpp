@@ -135,7 +135,7 @@ TEST_F(FlatIO, CreateNamesItByTheWholePathAndOpenByItsLastPart) {
   cFlatIO other;
   EXPECT_EQ(other.Create(&resource, 3, false), 3u);
   EXPECT_EQ(other.GetSectorCount(), 0u) << "left closed";
-  EXPECT_EQ(fakes::ReadWholeFile(Path()), std::vector<u8>(3 * 512)) << "made anew";
+  EXPECT_EQ(fakes::ReadWholeFile(Path()), std::vector<u8>(3 * 512)) << "created again";
 }
 
 TEST_F(FlatIO, NamesAreTheLastPartOfThePath) {

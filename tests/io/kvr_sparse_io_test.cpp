@@ -54,7 +54,7 @@ TEST(SparseImage, AFreshFileIsHeaderAndIndex) {
   } cases[] = {{1, 2},     {128, 2},       {129, 2},           {1000, 2},     {16384, 2},
                {16385, 3}, {128 * 256, 3}, {128 * 256 + 1, 4}, {1 << 20, 65}, {(1 << 20) + 1, 66}};
   for (const auto& c : cases) {
-    const auto store = MakeStore(700);  // made anew: what was there is gone
+    const auto store = MakeStore(700);  // created again: what was there is gone
     const auto image = CreateImage(store, c.sectors);
     ASSERT_TRUE(image);
     const Expected expected = Expected{}
@@ -161,7 +161,7 @@ TEST(SparseImage, AnUnreadableSectorStaysSo) {
   EXPECT_GT(store->operations, operations);
   EXPECT_TRUE(image->MarkSectorBad(4)) << "a stored sector may still be marked";
   EXPECT_EQ(fakes::Statuses(image.get(), 3, 5), ".uup.");
-  EXPECT_FALSE(image->MarkSectorBad(384)) << "behind the last block";
+  EXPECT_FALSE(image->MarkSectorBad(384)) << "past the last block";
 }
 
 TEST(SparseImage, AnswersItsSlots) {

@@ -106,7 +106,7 @@ TEST_F(PiecewiseIO, StopsAskingWhenToldTo) {
   EXPECT_EQ(m_script->requests, 3u);
   m_stop = false;
   m_script->onRequest = nullptr;
-  EXPECT_EQ(Singly(298, 4), "11r1") << "asked when asking goes on";
+  EXPECT_EQ(Singly(298, 4), "11r1") << "asked when asking continues";
   EXPECT_EQ(Singly(500, 1), "1");
   EXPECT_EQ(m_script->Asked(500), 1u);
   m_stop = true;

@@ -234,7 +234,7 @@ TEST(ReadOnceIO, AnImageThatCannotBeReadToItsEndDoesNotSendUsBackToTheSource) {
   std::vector<u8> buffer(384 * kSectorBytes);
   rig.view->SetPosition(128);
   EXPECT_EQ(rig.view->Read(buffer.data(), 384), 128u);
-  EXPECT_EQ(rig.script->Asked(384), 0u) << "stored behind the hole";
+  EXPECT_EQ(rig.script->Asked(384), 0u) << "stored after the hole";
 }
 
 }  // namespace

@@ -91,7 +91,7 @@ TEST(DamagedImage, WhatACutLeavesIsStillThere) {
   }
 }
 
-// A file that was cut within a record grows behind that record, never into it.
+// A file that was cut within a record grows after that record, never into it.
 TEST(DamagedImage, NewRecordsNeverOverlapACutOne) {
   const std::vector<u8> whole = SmallImage();
   const std::vector<u8> data = fakes::Pattern(0, kSectors);

@@ -245,7 +245,7 @@ TEST(SectorSize, IsChosenByWhatLiesWhereTheTableLeads) {
     EXPECT_EQ(TreeForPeople(&smallDisk), smallTree + note) << sectorBytes;
     EXPECT_EQ(TreeForPeople(&gptDisk), gptTree + note) << sectorBytes;
   }
-  // A host goes on getting what the storage's geometry gives.
+  // A host still gets what the storage's geometry gives.
   cGeometryDisk direct(large, 4096);
   EXPECT_NE(fakes::TreeText(&direct).find("\n  2048+8000 7"), std::string::npos);
   cGeometryDisk cached(large, 512);

@@ -56,7 +56,7 @@ struct PlaceCase {
   const char* child;
 };
 
-// Everything counts from the header: entry LBA 10 is nine or ten logical sectors behind it.
+// Everything counts from the header: entry LBA 10 is nine or ten logical sectors after it.
 TEST(Gpt, IsFoundAtFourPlaces) {
   constexpr PlaceCase kCases[] = {{0, 1, 1, "9+5"},
                                   {1, 1, 1, "10+5"},

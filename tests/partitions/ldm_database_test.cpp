@@ -62,7 +62,7 @@ TEST(LdmDatabase, PutsTogetherWhatIsThereOnceEach) {
       {"one twice", {{0, 3}, {1, 3}, {1, 3}, {2, 3}}, true},
       {"one missing", {{0, 3}, {2, 3}}, false},
       {"one missing and another twice", {{0, 3}, {2, 3}, {2, 3}}, false},
-      {"a part behind the last", {{0, 3}, {1, 3}, {3, 3}}, false},
+      {"a part past the last", {{0, 3}, {1, 3}, {3, 3}}, false},
       {"parts that disagree", {{0, 3}, {1, 4}, {2, 4}}, false},
       {"too many parts", {{0, 9}, {1, 9}, {2, 9}}, false},
       {"an empty slot", {{0, 0}}, false},

@@ -122,7 +122,7 @@ TEST(Lvm2, FindsTheLabelInAnyOfFourSectors) {
     EXPECT_EQ(Children(Lvm2Disk().Label(sector).Area({.text = text})), Linear("512+8"));
   }
   EXPECT_EQ(Lvm2Disk().Label(4).Area({.text = text}).Tree().find("lvm"), std::string::npos);
-  // A label that was copied to the wrong place stands in nobody's way.
+  // A label that was copied to the wrong place does no harm.
   Lvm2Disk disk = Lvm2Disk().Label(2).Area({.text = text});
   std::copy_n(disk.At(2 * kSectorBytes), 32, disk.At(0));
   EXPECT_EQ(Children(disk), Linear("512+8"));
@@ -136,7 +136,7 @@ TEST(Lvm2, FindsTheLabelInAnyOfFourSectors) {
 }
 
 TEST(Lvm2, ChoosesTheNewestIntactText) {
-  constexpr u64 kInId = 16;  // of the group, which nobody reads
+  constexpr u64 kInId = 16;  // of the group, which is not read
   const auto area = [](u64 position, u64 sequence, u64 firstExtent) {
     const std::string volume = Lvm2Volume("l", Lvm2Linear(firstExtent, 1));
     return Lvm2Area{.position = position, .text = Lvm2Group(volume, {.sequence = sequence})};
@@ -197,7 +197,7 @@ TEST(Lvm2, AnswersFalseToWhatItCannotRead) {
       {"an area of its header", kArea + 32, 512},
       {"an area that wraps", kArea + 32, ~u64{0}},
       {"a text in the header", kArea + 40, 511},
-      {"a text behind the area", kArea + 40, 32768},
+      {"a text after the area", kArea + 40, 32768},
       {"a text of nothing", kArea + 48, 0},
       {"a text larger than the ring", kArea + 48, 32768 - 511},
       {"a text of gigabytes", kArea + 48, u64{1} << 32},
@@ -239,7 +239,7 @@ TEST(Lvm2, BelievesTheSegmentsThatAreThereAndNotTheirCount) {
 TEST(Lvm2, ExtentsThatLeadBeyondAllSectorsAreNone) {
   const std::string volume = Lvm2Volume("l", Lvm2Linear(2, 1));
   EXPECT_EQ(Children(DiskOf(Lvm2Group(volume, {.extentSectors = u64{1} << 63}))), "");
-  EXPECT_EQ(Children(DiskOf(Lvm2Group(volume, {.extentSectors = 4096}))), "");  // behind the disk
+  EXPECT_EQ(Children(DiskOf(Lvm2Group(volume, {.extentSectors = 4096}))), "");  // past the disk
 }
 
 TEST(Lvm2, VolumesThatAreMadeOfEachOtherEnd) {

@@ -236,7 +236,7 @@ TEST(PassThrough, AtaRegistersComeBack) {
   device.sense[21] = 0x51;
   EXPECT_FALSE(transport.Execute(device, command, result)) << "the drive reports an error";
   device.sense = fakes::FixedSense(5, 0x20, 0);
-  EXPECT_FALSE(transport.Execute(device, command, result)) << "nobody translates";
+  EXPECT_FALSE(transport.Execute(device, command, result)) << "nothing translates";
 }
 
 TEST(PassThrough, RequestsWhosePartsLieOutside) {

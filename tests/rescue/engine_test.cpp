@@ -248,7 +248,7 @@ TEST_F(EngineTest, TheLastRefusalNeedsProof) {
   EXPECT_EQ(run(), StopReason::kDone);
   EXPECT_EQ(Marked().Sectors(), 30u);
   EXPECT_EQ(m_log.Events("witness"), 1u);
-  // Nothing is known, so one that nobody wants is read.
+  // Nothing is known, so one that is not wanted is read.
   m_store = fakes::MemoryRescueStore(kSectors);
   m_log = fakes::MemoryLog();
   EXPECT_EQ(run(), StopReason::kDone);

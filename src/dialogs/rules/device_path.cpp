@@ -32,7 +32,7 @@ DevicePath Named(std::u16string path) {
   return {DeviceChoice::kNamed, 0, std::move(path)};
 }
 
-// "//./E:", perhaps with something behind it.
+// "//./E:", perhaps with something after it.
 DevicePath DecideDriveDevice(std::u16string text, platform::cVolumes& volumes) {
   char16_t& letter = text[kLetterOffset];
   letter = UpperCase(letter);

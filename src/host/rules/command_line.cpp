@@ -12,8 +12,8 @@ using Verb = CommandLine::Verb;
 constexpr unsigned kLastLanguage = 9;
 
 constexpr char kStatuses[] =
-    "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable;\n"
-    "130 stopped.";
+    "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable\n"
+    "or missing; 130 stopped.";
 
 CommandLine Answer(Verb verb, std::string words) {
   CommandLine line;
@@ -30,7 +30,8 @@ struct Arguments {
     app.set_version_flag("--version", "larkspur-host " LARKSPUR_VERSION);
     app.footer(kStatuses);
     show = app.add_option("STORAGE", line.names, "show the window, with these storages open");
-    list = app.add_flag("--list", listed, "tell the modules and what else lies beside the program");
+    list = app.add_flag("--list", listed,
+                        "list the modules beside the program, and why other libraries are none");
     open =
         app.add_option("--open", opened, "open an image, a cache or a drive")->type_name("STORAGE");
     make = app.add_option("--make", made, "make a read-once storage with the module's own dialog")

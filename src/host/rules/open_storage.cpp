@@ -58,7 +58,7 @@ OpenedStorage OpenSourceOf(OpenedStorage storage, const std::u16string& testMapf
   }
   if (source.looseBytes > 0) {
     storage.notice =
-        Words("The last {} bytes are no whole sector and are left out.", source.looseBytes);
+        Words("The last {} bytes are not a whole sector and are left out.", source.looseBytes);
   }
   storage.io.reset(source.io.release());
   storage.traffic = source.traffic;
@@ -76,7 +76,7 @@ OpenedStorage OpenStorage(const std::u16string& path, const std::u16string& test
     return storage;
   }
   if (kind == platform::PathKind::kDevice) storage.kind = StorageKind::kDrive;
-  // Only a plain file can be a cache; a device is not asked for what nobody wants to see.
+  // Only a plain file can be a cache; nothing is read from a device that need not be.
   if (kind == platform::PathKind::kFile) {
     Cache cache = OpenCache(storage.path, CacheAccess::kLook, 0);
     const std::string fault = CacheFault(cache.answer);

@@ -92,7 +92,7 @@ class cReadEverythingJob::StorageStore final : public RescueStore {
     if (m_job->m_isReadOnce && m_job->m_map) {
       m_job->m_map->VisitExtents(range.first, range.count, visit);
     } else {
-      visit(range.first, range.count, kMissing);  // nobody remembers what was read
+      visit(range.first, range.count, kMissing);  // nothing remembers what was read
     }
     return true;
   }
@@ -171,21 +171,21 @@ std::u16string EndWords(ReadingEnd end, u64 unreadable) {
       return Words("Everything was read; {} {} unreadable.", unreadable,
                    unreadable == 1 ? "sector is" : "sectors are");
     case ReadingEnd::kStopped:
-      return Words("Stopped. \"Read everything\" goes on from there.");
+      return Words("Stopped. \"Read everything\" resumes from there.");
     case ReadingEnd::kSourceGone:
       return Words(
           "The source has become shorter or is gone.\nWhat was read is kept. Close it, open "
-          "it again when it is back, and go on.");
+          "it again when it is back, and resume.");
     case ReadingEnd::kNotAnswering:
       return Words(
-          "The disk is not answering any more.\nSwitch its power off and on, check the cable, let "
+          "The disk has stopped answering.\nSwitch its power off and on, check the cable, let "
           "it cool down, then read again.");
     case ReadingEnd::kNotKept:
       return Words(
-          "The cache does not keep what is read.\nIs its disk full, or gone? The source is "
-          "not read any further.");
+          "The cache could not be written.\nIs its disk full, or gone? Nothing more is read from "
+          "the source.");
     case ReadingEnd::kCacheFailed:
-      return Words("The cache cannot be read.\nThe source is not read any further.");
+      return Words("The cache cannot be read.\nNothing more is read from the source.");
     case ReadingEnd::kAborted:
       return Words("Reading was ended by force.");
   }

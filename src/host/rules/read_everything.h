@@ -2,10 +2,10 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// Reading a whole storage on a thread of its own, through a clone of it, so that whoever looks at
-// the storage meanwhile is not in the way. Knows the storage by its operations only, and reads it
-// in the engine's order: what reads well first. A read-once storage reads single sectors where a
-// request fails, and marks them itself; that cannot be put off from here.
+// Reading a whole storage on a thread of its own, through a clone of it, so that pages which
+// show the storage meanwhile are not in the way. Knows the storage by its operations only, and
+// reads it in the engine's order: what reads well first. A read-once storage reads single sectors
+// where a request fails, and marks them itself; that cannot be put off from here.
 
 #include <atomic>
 #include <functional>
@@ -21,7 +21,7 @@ namespace larkspur::host {
 enum class ReadingEnd {
   kNone,          // not ended, or not begun
   kDone,          // nothing is left; some of it may be unreadable
-  kStopped,       // by the user; goes on from there
+  kStopped,       // by the user; resumes from there
   kSourceGone,    // it has become shorter or went away
   kNotAnswering,  // it fails everywhere
   kNotKept,       // the cache does not hold what was just read: full, or gone

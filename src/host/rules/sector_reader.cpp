@@ -36,7 +36,7 @@ void cSectorReader::Ask(u64 sector) {
     m_isReading = true;
   }
   if (Start()) return;
-  m_isReading = false;  // there is no thread, and so nobody to share it with
+  m_isReading = false;  // there is no thread, and so nothing to share it with
 }
 
 std::optional<SectorView> cSectorReader::Take() {

@@ -41,7 +41,7 @@ const char* StateWords(SectorState state) {
     case SectorState::kMissing:
       return ": not in the cache yet; zeros stand in for it";
     case SectorState::kBehindEnd:
-      return ": behind the end of the storage";
+      return ": past the end of the storage";
     case SectorState::kSourceGone:
       return ": not read; the storage has become shorter or is gone";
   }

@@ -77,7 +77,7 @@ class cStorages final : public HostStorageList {
   // it is the same as an open one or its cache is that of an open one, whose index is then given.
   bool TakeMade(const MadeFrom& from, size_t* index);
 
-  // Ends the storage with its tree. What was made from it goes on by its own clones.
+  // Ends the storage with its tree. What was made from it lives on by its own clones.
   void Close(size_t index);
 
  private:

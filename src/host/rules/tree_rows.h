@@ -3,7 +3,7 @@
 #pragma once
 
 // A partition tree as rows, read as data at the places that the contract fixes: the tree may be
-// that of a module that another compiler built, so nothing behind those fields is touched, and of
+// that of a module that another compiler built, so nothing after those fields is touched, and of
 // a record's operations only those that every module has.
 
 #include <string>
@@ -23,7 +23,7 @@ struct TreeRow {
   std::u16string facts;  // of its records and notes: volume sets, odd starts, contents
 };
 
-// The rows from the top down, children behind their parent. A tree deeper or longer than any real
+// The rows from the top down, children after their parent. A tree deeper or longer than any real
 // one, or one that leads back into itself, is cut. `notes` are those of a tree of our own.
 std::vector<TreeRow> TreeRows(const cTreeItem* head, const TreeNotes& notes = {});
 

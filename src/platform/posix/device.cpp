@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 
-// Block devices of Linux. They are opened for reading only, whoever asks for more, and past the
+// Block devices of Linux. They are opened for reading only, whatever is requested, and past the
 // page cache where the device takes that, so that nothing old is read of a device that failed.
 
 #include "platform/device.h"

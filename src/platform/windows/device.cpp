@@ -95,7 +95,7 @@ class InfoSet {
     if (m_set != INVALID_HANDLE_VALUE) SetupDiDestroyDeviceInfoList(m_set);
   }
 
-  // Entry `index`; false behind the last one.
+  // Entry `index`; false past the last one.
   bool Entry(DWORD index, DiskInterface* found) const;
 
  private:

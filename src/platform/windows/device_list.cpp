@@ -17,7 +17,7 @@ namespace {
 constexpr u32 kDriveNumbers = 64;
 constexpr u32 kIsWritable = 0x70024;  // asks whether the medium takes writes
 
-// The size by the length where we may read, else by the geometry, which anybody may ask for.
+// The size by the length where we may read, else by the geometry, which needs no rights.
 u64 SizeOf(const char16_t* path, Device& device) {
   u8 out[kGeometryBytes] = {};
   u32 returned = 0;

@@ -16,7 +16,8 @@ namespace {
 constexpr i64 kUnixEpochSeconds = 11644473600;  // from 1601-01-01 to 1970-01-01
 constexpr i64 kTicksPerSecond = 10'000'000;     // a FILETIME counts 100 ns
 
-// The lock is a byte far behind any data: Windows locks are mandatory, and readers go on.
+// The lock is a byte far past any data: Windows locks are mandatory, and readers must not be
+// blocked.
 constexpr DWORD kLockOffsetHigh = 0x40000000;
 
 HANDLE Handle(FileHandle file) {

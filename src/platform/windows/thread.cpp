@@ -24,9 +24,9 @@ unsigned __stdcall Enter(void* argument) {
 
 }  // namespace
 
-// Where a forced thread goes on. It looks called by the interrupted instruction, whose address the
-// stopper has pushed, but with any stack alignment: a frame of known shape puts that right before
-// the throw, and lets the unwinder find the way back.
+// Where a forced thread continues. It looks called by the interrupted instruction, whose address
+// the stopper has pushed, but with any stack alignment: a frame of known shape puts that right
+// before the throw, and lets the unwinder find the way back.
 extern "C" [[noreturn]] void larkspur_throw_forced_stop() {
   throw 0;
 }

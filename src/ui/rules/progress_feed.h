@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// How far a job has come: written by its thread, read by whoever shows it.
+// How far a job has come: written by its thread, read by the view that shows it.
 
 #include <atomic>
 
@@ -14,7 +14,7 @@ class cProgressFeed {
 
   // The share that is done, 0 to 1.
   void Report(double share) { m_share = share; }
-  // Where a bar may stand while nobody knows the share, 0 to 1.
+  // Where a bar may stand while the share is unknown, 0 to 1.
   void Suppose(double share) { m_supposed = share; }
   void Reset() {
     m_share = kUnknown;

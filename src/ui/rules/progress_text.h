@@ -12,7 +12,7 @@
 namespace larkspur {
 
 struct ProgressState {
-  double share = -1;  // 0 to 1; below 0 while nobody can tell
+  double share = -1;  // 0 to 1; below 0 while it is unknown
   double elapsedSeconds = 0;
 };
 

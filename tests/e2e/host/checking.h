@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// Checks that go on after a failure, and are counted.
+// Checks that continue after a failure, and are counted.
 
 #include <stdbool.h>
 #include <stdint.h>

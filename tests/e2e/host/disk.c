@@ -50,7 +50,7 @@ static bool ReadBytes(Storage* self, void* buffer, uint64_t offset, uint32_t byt
   return false;
 }
 
-// Nobody has a reason to open, close, change or resize a storage of the host's.
+// The module has no reason to open, close, change or resize a storage of the host's.
 static bool Misuse(Storage* self) {
   ++DiskOf(self)->misused;
   return false;

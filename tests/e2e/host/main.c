@@ -51,7 +51,7 @@ static void RunGroups(const Module* module) {
   }
 }
 
-// A module that nobody has used, not even for a heap, goes as it came.
+// A module that was not used, not even for a heap, goes as it came.
 static bool LeavesQuietly(const wchar_t* path) {
   Module module;
   return OpenModule(&module, path) && CHECK(FreeLibrary(module.library));

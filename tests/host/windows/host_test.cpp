@@ -332,7 +332,7 @@ TEST_F(HostLibrariesTest, ThoseThatAreNoModulesAreTold) {
             "null-maker.dll  1122334455667788  null-maker.dll ()\n");
   const std::string faults(err.begin(), err.end());
   EXPECT_NE(faults.find("junk.dll cannot be loaded"), std::string::npos) << faults;
-  EXPECT_NE(faults.find("no-module.dll is no module"), std::string::npos) << faults;
+  EXPECT_NE(faults.find("no-module.dll is not a module"), std::string::npos) << faults;
   EXPECT_NE(faults.find("other-kind.dll is a module of another kind: QMCFSX"), std::string::npos)
       << faults;
 }
