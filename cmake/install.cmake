@@ -25,8 +25,14 @@ install(DIRECTORY docs DESTINATION ${documents} COMPONENT docs
 if(NOT WIN32)
   string(TIMESTAMP LARKSPUR_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)
   configure_file(cmake/debian/changelog.in debian/changelog.Debian @ONLY)
+  find_package(Python3 REQUIRED COMPONENTS Interpreter)
+  add_custom_command(OUTPUT debian/larkspur.1
+    COMMAND Python3::Interpreter tools/make_manual.py docs/man/larkspur.1.in
+      ${CMAKE_BINARY_DIR}/debian/larkspur.1 $<TARGET_FILE:larkspur>
+    DEPENDS larkspur tools/make_manual.py docs/man/larkspur.1.in
+    WORKING_DIRECTORY ${CMAKE_SOURCE_DIR})
   # Compressed as Debian has it; without a time of day, so that the bytes stay the same.
-  foreach(page "docs/man/larkspur.1" "${CMAKE_BINARY_DIR}/debian/changelog.Debian")
+  foreach(page "${CMAKE_BINARY_DIR}/debian/larkspur.1" "${CMAKE_BINARY_DIR}/debian/changelog.Debian")
     get_filename_component(name ${page} NAME)
     add_custom_command(OUTPUT debian/${name}.gz
       COMMAND gzip -9nc ${page} > ${CMAKE_BINARY_DIR}/debian/${name}.gz
@@ -48,11 +54,11 @@ if(NOT WIN32)
   set(CPACK_GENERATOR DEB)
   set(CPACK_PACKAGE_NAME larkspur)
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-  set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "read each sector of a failing disk at most once")
+  set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "read a failing disk only once, into a sparse cache")
   set(CPACK_PACKAGE_DESCRIPTION
-    "Larkspur reads a failing disk and keeps everything that it got in a sparse\n"
-    "cache file, from which every later look is served. Work that was interrupted\n"
-    "resumes where it stopped; maps, partitions and raw images come from the cache.")
+    "Larkspur reads a failing disk once and keeps everything that it gets in a sparse\n"
+    "cache file, from which every later look is served. Interrupted work resumes\n"
+    "where it stopped; maps, partitions and raw images come from the cache.")
   string(REPLACE ";" "" CPACK_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
   set(CPACK_PACKAGE_CONTACT "The Larkspur authors <authors@larkspur-recovery.org>")
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)

@@ -1,37 +1,40 @@
 # SPDX-License-Identifier: MIT
-# Completion of larkspur(1) for bash.
-
-_larkspur_options() {
-  case $1 in
-    image) echo "--start --sectors --partition --domain --no-scrape --retry --reverse --max-failures --max-rate --when-silent --other-source --pass-through --timeout --json-progress --test-mode --json --help" ;;
-    read) echo "--start --sectors --other-source --pass-through --timeout --output --force --test-mode --help" ;;
-    map) echo "--png --svg --mapfile --force --json --help" ;;
-    check) echo "--repair --json --help" ;;
-    export) echo "--start --sectors --force --hash --help" ;;
-    tree) echo "--cache --test-mode --trace --no-notes --backup-gpt --json --help" ;;
-    import | info | log | devices | identify) echo "--json --help" ;;
-    *) echo "--help --version" ;;
-  esac
-}
+# Completion of larkspur(1) for bash. Commands, options and values are those that --help lists.
 
 _larkspur() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-  local command=${COMP_WORDS[1]} commands="image read info map check export import tree devices identify"
+  local program=${COMP_WORDS[0]/#\~/$HOME} isJoined= line value
+  local -a command=() commands=() options=()
+  # "--option=value" comes as three words.
+  if [[ $word == = ]]; then
+    word= isJoined=1
+  elif [[ $before == = ]]; then
+    before=${COMP_WORDS[COMP_CWORD - 2]} isJoined=1
+  fi
+  ((COMP_CWORD > 1)) && command=("${COMP_WORDS[1]}")
+  while IFS= read -r line; do
+    if [[ $line =~ ^\ \ ([a-z]+)\ \  ]]; then
+      commands+=("${BASH_REMATCH[1]}")
+    elif [[ $line =~ ^\ \ ((-[a-z]),)?(--[a-z-]+)(\[=([^]]+)\]|\ ([^ ]+))? ]]; then
+      options+=("${BASH_REMATCH[3]}")
+      [[ $before == "${BASH_REMATCH[2]}" || $before == "${BASH_REMATCH[3]}" ]] || continue
+      value=${BASH_REMATCH[6]}
+      [[ $isJoined ]] && value+=${BASH_REMATCH[5]}
+    fi
+  done < <("$program" "${command[@]}" --help 2>/dev/null)
   COMPREPLY=()
-  case $before in
-    --start | --sectors) return ;;
-    --png | --svg | --mapfile | --cache | --test-mode | --output | -o)
-      COMPREPLY=($(compgen -f -- "$word"))
-      return
+  case $value in
+    *'|'*) COMPREPLY=($(compgen -W "${value//|/ }" -- "$word")) ;;
+    FILE | MAPFILE | CACHE | PATH) ;; # as for arguments: names of files, which readline quotes
+    ?*) compopt +o default ;;
+    *)
+      if [[ $word == -* ]]; then
+        COMPREPLY=($(compgen -W "${options[*]}" -- "$word"))
+      elif ((COMP_CWORD == 1)); then
+        COMPREPLY=($(compgen -W "${commands[*]} help" -- "$word"))
+      fi
       ;;
   esac
-  if [[ $word == -* ]]; then
-    COMPREPLY=($(compgen -W "$(_larkspur_options "$command")" -- "$word"))
-  elif ((COMP_CWORD == 1)); then
-    COMPREPLY=($(compgen -W "$commands" -- "$word"))
-  else
-    COMPREPLY=($(compgen -f -- "$word"))
-  fi
 }
 
-complete -o filenames -F _larkspur larkspur
+complete -o default -F _larkspur larkspur

@@ -1,45 +1,33 @@
 # SPDX-License-Identifier: MIT
-# Completion of larkspur(1) for fish.
+# Completion of larkspur(1) for fish. Commands, options and values are those that --help lists.
 
-set -l commands image read log info map check export import tree devices identify
-complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -l help -d "Print help"
+function __larkspur_options
+    set -l when -n "__fish_seen_subcommand_from $argv[1]"
+    for line in (larkspur $argv[1] --help 2>/dev/null)
+        string match -qr '^  (?:-(?<short>\w),)?--(?<long>[a-z-]+)(?:\[=(?<optional>[^]]+)\]| (?<value>\S+))?(?:  +(?<text>.*))?$' -- $line
+        or continue
+        set -l option -l $long -d "$text"
+        test -n "$short"; and set -a option -s $short
+        switch "$optional$value"
+            case ''
+                set -a option -f
+            case '*|*'
+                set -a option -x -a (string replace -a '|' ' ' -- "$optional$value")
+            case FILE MAPFILE CACHE PATH
+                set -a option -r -F
+            case '*'
+                set -a option -x
+        end
+        complete -c larkspur $when $option
+    end
+end
+
+set -l commands (larkspur --help 2>/dev/null | string match -rg '^  ([a-z]+)  ')
+for line in (larkspur --help 2>/dev/null)
+    string match -qr '^  (?<name>[a-z]+)  +(?<text>.*)$' -- $line
+    or continue
+    complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a $name -d "$text"
+    __larkspur_options $name
+end
+complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -l help -d "Print this help"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -l version -d "Print the version"
-complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a image -d "Read the source once into the cache"
-complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a read -d "Copy sectors out through the cache"
-complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a log -d "Tell what happened"
-complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a info -d "Show a cache's header and counts"
-complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a map -d "Show what is present, unreadable, missing"
-complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a check -d "Verify a cache"
-complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a export -d "Write a raw image"
-complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a import -d "Make a cache of a ddrescue rescue"
-complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a tree -d "Show partitions and volume sets"
-complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a devices -d "List storage devices"
-complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a identify -d "Show what a drive says it is"
-complete -c larkspur -n "__fish_seen_subcommand_from image read export" -x -l start -d "First sector"
-complete -c larkspur -n "__fish_seen_subcommand_from image read export" -x -l sectors -d "Number of sectors"
-complete -c larkspur -n "__fish_seen_subcommand_from image" -x -l partition -d "Only this partition"
-complete -c larkspur -n "__fish_seen_subcommand_from image" -r -l domain -d "Only what this mapfile marks +"
-complete -c larkspur -n "__fish_seen_subcommand_from image" -f -l no-scrape -d "Do not read sectors one by one"
-complete -c larkspur -n "__fish_seen_subcommand_from image" -f -l retry -d "Read unreadable sectors once more"
-complete -c larkspur -n "__fish_seen_subcommand_from image" -f -l reverse -d "From the end to the start"
-complete -c larkspur -n "__fish_seen_subcommand_from image" -x -l max-failures -d "Failures in a row"
-complete -c larkspur -n "__fish_seen_subcommand_from image" -x -l max-rate -d "Bytes a second"
-complete -c larkspur -n "__fish_seen_subcommand_from image" -x -l when-silent -d "Command that wakes the disk"
-complete -c larkspur -n "__fish_seen_subcommand_from image" -f -l json-progress -d "Progress as JSON Lines"
-complete -c larkspur -n "__fish_seen_subcommand_from image read" -f -l other-source -d "The cache was made of another disk"
-complete -c larkspur -n "__fish_seen_subcommand_from image read" -x -l pass-through -a "auto on off" -d "Read by SCSI commands"
-complete -c larkspur -n "__fish_seen_subcommand_from image read" -x -l timeout -d "Seconds of such a command"
-complete -c larkspur -n "__fish_seen_subcommand_from image read tree" -r -l test-mode -d "Fail what this mapfile does not mark +"
-complete -c larkspur -n "__fish_seen_subcommand_from read" -r -s o -l output -d "The file to write"
-complete -c larkspur -n "__fish_seen_subcommand_from map" -r -l png -d "Draw a PNG picture"
-complete -c larkspur -n "__fish_seen_subcommand_from map" -r -l svg -d "Draw an SVG picture"
-complete -c larkspur -n "__fish_seen_subcommand_from map" -r -l mapfile -d "Write a ddrescue mapfile"
-complete -c larkspur -n "__fish_seen_subcommand_from check" -f -l repair -d "Repair what can be repaired"
-complete -c larkspur -n "__fish_seen_subcommand_from export" -f -l force -d "Replace a file, write to a device"
-complete -c larkspur -n "__fish_seen_subcommand_from export" -f -l hash -d "Print the SHA-256"
-complete -c larkspur -n "__fish_seen_subcommand_from read map" -f -l force -d "Replace existing files"
-complete -c larkspur -n "__fish_seen_subcommand_from tree" -r -l cache -d "Look through this cache"
-complete -c larkspur -n "__fish_seen_subcommand_from tree" -f -l trace -d "List the sectors that were read"
-complete -c larkspur -n "__fish_seen_subcommand_from tree" -f -l no-notes -d "Only the tree"
-complete -c larkspur -n "__fish_seen_subcommand_from tree" -f -l backup-gpt -d "Use the backup of a GUID table"
-complete -c larkspur -n "__fish_seen_subcommand_from image log info map check import tree devices identify" -f -l json -d "Print JSON"

@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 #include <algorithm>
-#include <charconv>
 #include <functional>
-#include <map>
-
-#include <CLI/CLI.hpp>
 
 #include "base/printable.h"
 #include "cli/commands.h"
 #include "cli/output.h"
+#include "cli/parser.h"
 #include "platform/terminal.h"
 
 namespace larkspur::cli {
@@ -19,8 +16,9 @@ using Action = std::function<ExitStatus()>;
 
 void AddTestMode(CLI::App* command, StorageOptions* options) {
   command
-      ->add_option("--test-mode", options->testMode,
-                   "Make every sector fail that this GNU ddrescue mapfile does not mark +")
+      ->add_option(
+          "--test-mode", options->testMode,
+          "Make every sector fail that this GNU ddrescue mapfile does not mark +, to practise")
       ->type_name("MAPFILE");
 }
 
@@ -32,22 +30,18 @@ void AddSourceAndCache(CLI::App* command, StorageOptions* options) {
 
 // How a source is read once.
 void AddReading(CLI::App* command, StorageOptions* options) {
-  static const std::map<std::string, PassThrough> kPassThrough = {
-      {"auto", PassThrough::kAuto}, {"on", PassThrough::kOn}, {"off", PassThrough::kOff}};
   command->add_flag("--other-source", options->otherSource,
-                    "Read into a cache that was made of another disk");
-  command
-      ->add_option("--pass-through", options->passThrough,
-                   "Read by SCSI commands instead of through the kernel: auto (from the first "
-                   "failure on), on or off")
-      ->transform(CLI::Transformer(kPassThrough))
+                    "Read into a cache that was made from another disk of the same size");
+  AddChoice<PassThrough>(
+      command, "--pass-through", &options->passThrough,
+      {{"auto", PassThrough::kAuto}, {"on", PassThrough::kOn}, {"off", PassThrough::kOff}},
+      "Read by SCSI commands instead of through the kernel, which retries on "
+      "its own: auto from the first failure on, on from the start, off never")
       ->default_str("auto")
-      ->expected(0, 1)
-      ->type_name("WHEN");
-  command
-      ->add_option("--timeout", options->timeoutSeconds,
-                   "How long such a command may take, in seconds")
-      ->check(CLI::Range(1, 3600))
+      ->expected(0, 1);
+  AddNumber(command, "--timeout", &options->timeoutSeconds, {1, 3600},
+            "How long such a command may take")
+      ->default_str("10")
       ->type_name("SECONDS");
 }
 
@@ -59,33 +53,12 @@ void AddJson(CLI::App* command, bool* json) {
   command->add_flag("--json", *json, "Print one JSON document instead of text");
 }
 
-// An option that takes a whole number, `least` or more, in decimal digits and nothing else: "010"
-// may have been meant as octal.
-template <typename Value>
-CLI::Option* AddNumber(CLI::App* command, const std::string& name, Value* value, u64 least,
-                       const char* description) {
-  const auto take = [=](const std::string& text) {
-    u64 number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    const bool isPlain = error == std::errc() && stop == end && (text[0] != '0' || text == "0");
-    if (!isPlain || number < least) {
-      throw CLI::ValidationError(
-          fmt::format("{} takes a whole number from {} on, such as 2048, not \"{}\"", name, least,
-                      Printable(text)),
-          CLI::ExitCodes::ValidationError);
-    }
-    *value = number;
-  };
-  return command->add_option_function<std::string>(name, take, description);
-}
-
 template <typename Options>
 void AddRange(CLI::App* command, Options* options, bool required) {
-  AddNumber(command, "--start", &options->start, 0, "First sector, from 0")
+  AddNumber(command, "--start", &options->start, {}, "First sector, from 0")
       ->type_name("S")
       ->required(required);
-  AddNumber(command, "--sectors", &options->sectors, 1, "Number of sectors")
+  AddNumber(command, "--sectors", &options->sectors, {1}, "Number of sectors")
       ->type_name("N")
       ->required(required);
 }
@@ -97,27 +70,28 @@ void AddImage(CLI::App* command, Action* chosen) {
   AddRange(command, options.get(), false);
   command
       ->add_option("--partition", options->partition,
-                   "Read only this partition, by its place as 'larkspur tree' prints it")
+                   "Read only this partition, by its place as tree shows it: 1 or 1.2")
       ->type_name("P");
   command
       ->add_option("--domain", options->domain, "Read only what this GNU ddrescue mapfile marks +")
       ->type_name("MAPFILE");
-  command->add_flag("!--no-scrape", options->scrape,
-                    "Stop before sectors that failed together are read one by one");
-  command->add_flag("--retry", options->retry, "Read the unreadable sectors once more, one by one");
+  command->add_flag_callback(
+      "--no-scrape", [=] { options->scrape = false; },
+      "Stop before sectors that failed together are read one by one");
+  command->add_flag("--retry", options->retry,
+                    "Read the unreadable sectors, and only those, once more, one by one");
   command->add_flag("--reverse", options->reverse, "Read from the end to the start");
-  command
-      ->add_option("--max-failures", options->maxFailures,
-                   "Failures in a row after which the disk must prove that it still answers")
-      ->check(CLI::PositiveNumber)
-      ->capture_default_str()
+  AddNumber(command, "--max-failures", &options->maxFailures, {1, 1'000'000'000},
+            "Failures in a row after which the disk must prove that it still answers")
+      ->default_str("64")
       ->type_name("N");
-  command->add_option("--max-rate", options->maxRate, "Read at most this much in a second")
-      ->transform(CLI::AsSizeValue(true))
-      ->type_name("SIZE");
+  AddSize(command, "--max-rate", &options->maxRate,
+          "Read at most this much in a second, such as 10M");
   command
       ->add_option("--when-silent", options->whenSilent,
-                   "Run this command when the disk stops answering, wait for it, and resume")
+                   "Run this command when the disk stops answering, wait for the disk, and resume; "
+                   "the command finds the device in LARKSPUR_DEVICE and its serial number in "
+                   "LARKSPUR_SERIAL")
       ->type_name("COMMAND");
   AddReading(command, options.get());
   command->add_flag("--json-progress", options->jsonProgress,
@@ -131,7 +105,8 @@ void AddRead(CLI::App* command, Action* chosen) {
   AddSourceAndCache(command, options.get());
   AddRange(command, options.get(), true);
   AddReading(command, options.get());
-  command->add_option("-o,--output", options->output, "The file to write; else standard output")
+  command
+      ->add_option("-o,--output", options->output, "The file to write, instead of standard output")
       ->type_name("FILE");
   command->add_flag("--force", options->force, "Replace an existing file");
   command->callback([=] { *chosen = [options] { return RunRead(*options); }; });
@@ -160,7 +135,8 @@ void AddMap(CLI::App* command, Action* chosen) {
   command->add_option("--svg", options->svg, "Draw the map as an SVG picture")->type_name("FILE");
   command->add_option("--mapfile", options->mapfile, "Write a GNU ddrescue mapfile")
       ->type_name("FILE");
-  command->add_flag("--force", options->force, "Replace existing files");
+  command->add_flag("--force", options->force,
+                    "Replace existing files, but never the cache itself or a device");
   AddJson(command, &options->json);
   command->callback([=] { *chosen = [options] { return RunMap(*options); }; });
 }
@@ -170,7 +146,10 @@ void AddCheck(CLI::App* command, Action* chosen) {
   auto repair = std::make_shared<bool>(false);
   auto json = std::make_shared<bool>(false);
   AddCache(command, cache.get());
-  command->add_flag("--repair", *repair, "Repair what can be repaired without losing a sector");
+  command->add_flag(
+      "--repair", *repair,
+      "Repair what can be repaired without losing a sector; when the header does not match "
+      "the file, or part of the file cannot be read, nothing is changed");
   AddJson(command, json.get());
   command->callback([=] { *chosen = [=] { return RunCheck(*cache, *repair, *json); }; });
 }
@@ -178,11 +157,16 @@ void AddCheck(CLI::App* command, Action* chosen) {
 void AddExport(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ExportOptions>();
   AddCache(command, &options->cache);
-  command->add_option("OUT", options->output, "The raw image to make; - is standard output")
+  command
+      ->add_option("OUT", options->output,
+                   "The raw image to make; - is standard output, and a block device needs --force")
       ->required();
   AddRange(command, options.get(), false);
   command->add_flag("--force", options->force, "Replace an existing file, or write to a device");
-  command->add_flag("--hash", options->hash, "Print the SHA-256 of what was written");
+  command->add_flag(
+      "--hash", options->hash,
+      "Print the SHA-256 of what was written, and for how many sectors zeros stand in; on "
+      "standard error when OUT is -");
   command->callback([=] { *chosen = [options] { return RunExport(*options); }; });
 }
 
@@ -203,7 +187,7 @@ void AddTree(CLI::App* command, Action* chosen) {
                                     "is read from it once");
   cache->type_name("CACHE");
   AddTestMode(command, options.get());
-  command->add_flag("--trace", options->trace, "List the sectors that were read, and for what");
+  command->add_flag("--trace", options->trace, "List the sectors that were read, and what for");
   command->add_flag("--no-notes", options->noNotes,
                     "Only the tree: do not look for what lies in the partitions");
   command->add_flag("--backup-gpt", options->backupGpt,
@@ -231,20 +215,25 @@ struct Command {
   const char* name;
   const char* description;
   void (*add)(CLI::App* command, Action* chosen);
+  const char* details = "";  // for the help's end: paragraphs, a line each
 };
 
 constexpr Command kCommands[] = {
-    {"image", "Read the source once into the cache, creating or resuming it", AddImage},
+    {"image", "Read the source once into the cache, creating or resuming it", AddImage,
+     "What reads well is read first, and bad areas last. Ctrl-C stops cleanly, and the same "
+     "command resumes."},
     {"read", "Copy a range of sectors out, through the cache", AddRead},
-    {"log", "Tell what happened: disk, runs, failures", AddLog},
+    {"log", "Show what happened: disk, runs, failures", AddLog},
     {"info", "Show a cache's header and counts", AddInfo},
     {"map", "Show what is present, unreadable and missing", AddMap},
     {"check", "Verify a cache's index, records and maps", AddCheck},
-    {"export", "Write a raw image, with holes for what is not there", AddExport},
-    {"import", "Make a cache of a rescue that GNU ddrescue began", AddImport},
+    {"export", "Write a raw image, with holes for what is not there", AddExport,
+     "What is not in the cache reads as zeros. In a file zeros stay holes."},
+    {"import", "Make a cache of a rescue that GNU ddrescue began", AddImport,
+     "What the mapfile marks + becomes present, - becomes unreadable, the rest is missing."},
     {"tree", "Show the partitions and volume sets of a source or a cache", AddTree},
     {"devices", "List the storage devices of this machine", AddDevices},
-    {"identify", "Ask a drive what it is", AddIdentify},
+    {"identify", "Show what a drive says it is", AddIdentify},
 };
 
 bool IsCommand(const std::string& name) {
@@ -252,42 +241,79 @@ bool IsCommand(const std::string& name) {
                      [&](const Command& command) { return command.name == name; });
 }
 
+constexpr char kStatuses[] =
+    "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable or "
+    "missing; 130 interrupted.";
+
 // The named command alone, since describing all of them to the parser takes as long as looking at a
 // disk does; all of them, for the help, when it is none of them.
 void AddCommands(CLI::App* app, const std::string& named, Action* chosen) {
   const bool isOne = IsCommand(named);
   for (const Command& command : kCommands) {
     if (isOne && command.name != named) continue;
-    command.add(app->add_subcommand(command.name, command.description), chosen);
+    CLI::App* const added = app->add_subcommand(command.name, command.description);
+    added->group("Commands");
+    if (*command.details) added->footer(fmt::format("{}\n\n{}", command.details, kStatuses));
+    command.add(added, chosen);
   }
 }
 
+ExitStatus WrongUsage(const std::string& command, const std::string& fault) {
+  const std::string place = command.empty() ? "" : command + " ";
+  Tell(fmt::format("{}{}; see 'larkspur {}--help'", command.empty() ? "" : command + ": ", fault,
+                   place));
+  return kExitUsage;
+}
+
+// The parser's words with a small first letter, if it is not that of a name such as "CACHE".
+std::string InSentence(std::string text) {
+  const auto at = [&text](size_t i) { return static_cast<unsigned char>(text[i]); };
+  const bool isName = text.size() < 2 || std::isupper(at(1));
+  if (!isName) text[0] = static_cast<char>(std::tolower(at(0)));
+  return text;
+}
+
+// "help" and "help COMMAND" are other words for --help.
+void TranslateHelp(std::vector<std::string>* arguments) {
+  if (arguments->empty() || arguments->front() != "help") return;
+  arguments->erase(arguments->begin());
+  arguments->resize(std::min<size_t>(arguments->size(), 1));
+  arguments->push_back("--help");
+}
+
 ExitStatus Run(std::vector<std::string> arguments) {
-  CLI::App app{"Larkspur reads each sector of a failing disk at most once."};
-  app.name("larkspur");
-  app.set_version_flag("--version", "larkspur " LARKSPUR_VERSION);
-  app.require_subcommand(1);
-  app.footer(
-      "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable;\n"
-      "130 interrupted (the same command resumes).");
-  Action chosen;
-  const std::string named = arguments.empty() ? std::string() : arguments.front();
-  if (!named.empty() && named[0] != '-' && !IsCommand(named)) {
-    Tell(named + ": there is no such command; larkspur --help lists them");
-    return kExitUsage;
+  TranslateHelp(&arguments);
+  if (arguments.empty()) return WrongUsage({}, "no command was given");
+  const std::string named = arguments.front();
+  if (!named.starts_with("-") && !IsCommand(named)) {
+    return WrongUsage({}, "there is no command \"" + Printable(named) + "\"");
   }
+  const std::string command = IsCommand(named) ? named : "";
   for (const std::string& argument : arguments) {
     if (!argument.starts_with("--") || !argument.ends_with("=")) continue;
-    Tell(Printable(argument.substr(0, argument.size() - 1)) + " needs a value after the '='");
-    return kExitUsage;
+    return WrongUsage(command, Printable(argument.substr(0, argument.size() - 1)) +
+                                   " needs a value after the '='");
   }
+  CLI::App app{
+      "Larkspur reads a failing disk once: each sector with its neighbours and, only\n"
+      "where that fails, once more alone."};
+  UseHelpFormat(&app);
+  app.name("larkspur");
+  app.set_version_flag("--version", "larkspur " LARKSPUR_VERSION, "Print the version");
+  app.set_help_flag("-h,--help", "Print this help");
+  app.require_subcommand(1);
+  app.footer(kStatuses);
+  Action chosen;
   AddCommands(&app, named, &chosen);
   try {
     std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
     app.parse(arguments);
   } catch (const CLI::ParseError& error) {
-    const bool helped = app.exit(error) == 0;
-    return helped ? kExitDone : kExitUsage;
+    if (error.get_exit_code() == 0) {
+      app.exit(error);
+      return kExitDone;
+    }
+    return WrongUsage(command, InSentence(error.what()));
   }
   return chosen();
 }
