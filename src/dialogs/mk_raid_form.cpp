@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/path_text.h"
 #include "catalog/message_catalog.h"
 #include "dialogs/file_choose_dialog.h"
 #include "dialogs/message_form.h"
@@ -14,7 +13,6 @@
 #include "dialogs/rules/define_storage.h"
 #include "dialogs/rules/open_device.h"
 #include "dialogs/rules/source_rows.h"
-#include "platform/system_error.h"
 #include "ui/texts.h"
 #include "ui/wait_cursor.h"
 
@@ -50,7 +48,7 @@ constexpr i32 kBesideSource = 35, kMostForSources = 520;
 
 constexpr char kDevicePathKey[] = "raid::devopen";
 constexpr char kCacheNotesKey[] = "raid::cachenotes";
-constexpr size_t kOnSourceDiskNote = 1;
+constexpr size_t kInUseNote = 0, kOnSourceDiskNote = 1;
 
 }  // namespace
 
@@ -179,9 +177,7 @@ void cMkRAIDForm::Define() {
     case DefineAnswer::kWrongSize:
       return RefuseCache(Item(kOtherSize));
     case DefineAnswer::kHeldElsewhere:
-      // The system has words for it in the user's language.
-      ShowError(Handle(), WideFromUtf8(platform::FailureText(defined.systemError)));
-      return m_path.Focus();
+      return RefuseCache(TextOf(kCacheNotesKey, kInUseNote));
     case DefineAnswer::kCacheFailed:
       return RefuseCache(Item(kAddDevice));
     case DefineAnswer::kNotAttached:

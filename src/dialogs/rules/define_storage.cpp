@@ -11,7 +11,7 @@ namespace larkspur {
 namespace {
 
 Defined Answered(DefineAnswer answer) {
-  return {answer, nullptr, 0};
+  return {answer, nullptr};
 }
 
 DefineAnswer AnswerOf(CacheAnswer answer) {
@@ -33,7 +33,7 @@ Defined Attach(Cache* cache, cBaseIO* source) {
     return Answered(DefineAnswer::kNotAttached);
   }
   storage->KeepHold(cache->hold);
-  return {DefineAnswer::kDefined, std::move(storage), 0};
+  return {DefineAnswer::kDefined, std::move(storage)};
 }
 
 }  // namespace
@@ -63,9 +63,7 @@ Defined DefineStorage(cBaseIO* source, const std::u16string& cachePath) {
   // In full, because the host may change its current folder and the storage reopens the file.
   const std::u16string path = platform::FullPath(cachePath.c_str());
   Cache cache = OpenOrCreateCache(path, {}, source->GetSectorCount());
-  if (cache.answer != CacheAnswer::kOpened) {
-    return {AnswerOf(cache.answer), nullptr, cache.systemError};
-  }
+  if (cache.answer != CacheAnswer::kOpened) return Answered(AnswerOf(cache.answer));
   // A source without sectors fits no cache.
   if (cache.cacheSectors != source->GetSectorCount()) return Answered(DefineAnswer::kWrongSize);
   Defined defined = Attach(&cache, source);

@@ -31,7 +31,6 @@ enum class DefineAnswer {
 struct Defined {
   DefineAnswer answer = DefineAnswer::kNotAttached;
   Owned<cReadOnceIO> storage;  // when defined
-  u32 systemError = 0;         // when the cache is held elsewhere: what the system calls that
 };
 
 // `source` may be of any class and stays the caller's; null when none is chosen. A cache file that

@@ -3,9 +3,11 @@
 #include "dialogs/mk_raid_form.h"
 
 #include "catalog/message_catalog.h"
+#include "dialogs/rules/define_storage.h"
 #include "fakes/recording_source.h"
 #include "fakes/temp_folder.h"
 #include "platform/file.h"
+#include "platform/owned_file.h"
 #include "ui/wide.h"
 #include "ui/windows/form_driver.h"
 
@@ -62,6 +64,30 @@ TEST_F(MkRAIDFormTest, MovesTheFocusToWhatIsMissing) {
       Key(VK_ESCAPE),
   }));
   EXPECT_EQ(platform::KindOfPath(m_path.c_str()), platform::PathKind::kAbsent);
+}
+
+// Another process works on the cache; a handle of its own is as good as one here.
+TEST_F(MkRAIDFormTest, SaysWhyACacheCannotBeUsed) {
+  ASSERT_EQ(DefineStorage(m_source.get(), m_path).answer, DefineAnswer::kDefined);
+  const platform::OwnedFile held(
+      platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
+  ASSERT_EQ(platform::LockFileAlone(held.Handle()), platform::LockAnswer::kLocked);
+  EXPECT_FALSE(Show({
+      Key(VK_DOWN),
+      TypePath(),
+      Press(IDOK),
+      [](HWND message) {
+        std::u16string said;
+        for (HWND child = GetWindow(message, GW_CHILD); child;
+             child = GetWindow(child, GW_HWNDNEXT)) {
+          if (ClassOf(child) == "Static") said += TextOfWindow(child);
+        }
+        EXPECT_NE(Utf8(said).find("in use by another program"), std::string::npos) << Utf8(said);
+        PressKey(VK_RETURN);
+      },
+      [](HWND) { EXPECT_EQ(FocusedId(), static_cast<int>(cMkRAIDForm::kPathId)); },
+      Key(VK_ESCAPE),
+  }));
 }
 
 TEST_F(MkRAIDFormTest, TabStopsInReadingOrder) {
