@@ -12,6 +12,7 @@
 #include "ui/modal_scope.h"
 #include "ui/module_instance.h"
 #include "ui/screen_place.h"
+#include "ui/title_bar.h"
 #include "ui/wide.h"
 
 namespace larkspur {
@@ -98,6 +99,7 @@ DWORD cCustomForm::ExStyle() const {
 void cCustomForm::Start(HWND window) {
   Attach(window);
   LeaveDpiChangesToUs(window);
+  FollowAppModeInTitle(window);
   m_theme = std::make_unique<cTheme>(DpiOf(window));
   SetText(m_look.title);
   if (m_look.inTaskBar) {
@@ -313,6 +315,7 @@ MessageAnswer cCustomForm::OnHelp(const WindowMessage&) {
 }
 
 MessageAnswer cCustomForm::OnSystemLook(const WindowMessage& message) {
+  FollowAppModeInTitle(Handle());
   for (const cChild* child : m_children) child->Send(message.id, message.wParam, message.lParam);
   return std::nullopt;
 }

@@ -10,13 +10,6 @@
 namespace larkspur {
 namespace {
 
-bool IsHighContrast() {
-  HIGHCONTRASTW state{};
-  state.cbSize = sizeof state;
-  return SystemParametersInfoW(SPI_GETHIGHCONTRAST, sizeof state, &state, 0) &&
-         (state.dwFlags & HCF_HIGHCONTRASTON);
-}
-
 LOGFONTW Description(u32 number, i32 pixels) {
   LOGFONTW font{};
   font.lfHeight = pixels;
@@ -28,6 +21,13 @@ LOGFONTW Description(u32 number, i32 pixels) {
 }
 
 }  // namespace
+
+bool IsHighContrast() {
+  HIGHCONTRASTW state{};
+  state.cbSize = sizeof state;
+  return SystemParametersInfoW(SPI_GETHIGHCONTRAST, sizeof state, &state, 0) &&
+         (state.dwFlags & HCF_HIGHCONTRASTON);
+}
 
 COLORREF TextColour(COLORREF wanted) {
   const bool isOwn = !IsHighContrast() && IsLegible(wanted, GetSysColor(COLOR_BTNFACE));

@@ -27,6 +27,9 @@ constexpr i32 kIconSize = 16;  // units
 constexpr COLORREF kLabelColour = 0x404040;
 constexpr COLORREF kNoticeColour = 0xff4040;
 
+// Whether the user chose one of the high-contrast modes.
+bool IsHighContrast();
+
 // What to draw text of `wanted` colour with.
 COLORREF TextColour(COLORREF wanted);
 
