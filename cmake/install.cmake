@@ -20,7 +20,7 @@ install(FILES README.md CONTRIBUTING.md CHANGELOG.md LICENSE DESTINATION ${docum
 install(FILES ${CMAKE_SOURCE_DIR}/cmake/third-party-notices.txt DESTINATION ${documents}
   COMPONENT docs)
 install(DIRECTORY docs DESTINATION ${documents} COMPONENT docs
-  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.c")
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.c" PATTERN man EXCLUDE)
 
 if(NOT WIN32)
   string(TIMESTAMP LARKSPUR_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)
