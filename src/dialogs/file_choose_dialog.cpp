@@ -8,7 +8,7 @@
 #include "catalog/message_catalog.h"
 #include "dialogs/message_form.h"
 #include "dialogs/new_folder_name_req_form.h"
-#include "ui/rules/text_template.h"
+#include "ui/model/text_template.h"
 
 namespace larkspur {
 namespace {

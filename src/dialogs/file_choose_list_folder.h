@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "dialogs/rules/folder_rows.h"
+#include "dialogs/model/folder_rows.h"
 #include "ui/icon_list.h"
 #include "ui/list_view_child.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "dialogs/rules/places.h"
+#include "dialogs/model/places.h"
 #include "ui/icon_list.h"
 #include "ui/list_view_child.h"
 

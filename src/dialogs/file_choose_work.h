@@ -11,8 +11,8 @@
 #include <variant>
 #include <vector>
 
-#include "dialogs/rules/chosen_path.h"
-#include "dialogs/rules/places.h"
+#include "dialogs/model/chosen_path.h"
+#include "dialogs/model/places.h"
 #include "ui/detached_work.h"
 
 namespace larkspur {

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "base/types.h"
-#include "dialogs/rules/message_layout.h"
+#include "dialogs/model/message_layout.h"
 #include "ui/button_bar.h"
 #include "ui/custom_form.h"
 #include "ui/icon_child.h"

@@ -8,7 +8,7 @@
 
 #include <windows.h>
 
-#include "host/rules/storages.h"
+#include "host/model/storages.h"
 
 namespace larkspur::host {
 

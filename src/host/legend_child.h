@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include "host/rules/map_words.h"
+#include "host/model/map_words.h"
 #include "ui/child.h"
 
 namespace larkspur::host {

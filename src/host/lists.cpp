@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "host/lists.h"
 
-#include "host/rules/words.h"
+#include "host/model/words.h"
 #include "host/texts.h"
 #include "imaging/size_text.h"
 

@@ -4,8 +4,8 @@
 
 // What the lists beside the views show.
 
+#include "host/model/storages.h"
 #include "host/module_library.h"
-#include "host/rules/storages.h"
 #include "ui/list_view_child.h"
 
 namespace larkspur::host {

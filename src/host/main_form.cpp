@@ -6,7 +6,7 @@
 
 #include "base/path_text.h"
 #include "catalog/message_catalog.h"
-#include "host/rules/exit_status.h"
+#include "host/model/exit_status.h"
 #include "host/texts.h"
 #include "ui/handles.h"
 #include "ui/texts.h"

@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "host/lists.h"
+#include "host/model/command_line.h"
+#include "host/model/read_everything.h"
+#include "host/model/settings.h"
+#include "host/model/storages.h"
 #include "host/module_library.h"
 #include "host/pages.h"
-#include "host/rules/command_line.h"
-#include "host/rules/read_everything.h"
-#include "host/rules/settings.h"
-#include "host/rules/storages.h"
 #include "host/tab_child.h"
 #include "ui/custom_form.h"
 #include "ui/drop_down_list_child.h"

@@ -3,7 +3,7 @@
 #include "host/map_child.h"
 
 #include "host/menu_place.h"
-#include "host/rules/map_words.h"
+#include "host/model/map_words.h"
 #include "imaging/map_picture.h"
 #include "ui/handles.h"
 

@@ -2,9 +2,9 @@
 // Copyright (c) 2026 The Larkspur authors
 #include <algorithm>
 
+#include "host/model/map_words.h"
+#include "host/model/words.h"
 #include "host/pages.h"
-#include "host/rules/map_words.h"
-#include "host/rules/words.h"
 #include "host/texts.h"
 #include "imaging/map_picture.h"
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "host/rules/words.h"
+#include "host/model/words.h"
 #include "platform/folders.h"
 #include "platform/system_error.h"
 #include "ui/wide.h"

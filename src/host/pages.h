@@ -9,9 +9,9 @@
 
 #include "host/legend_child.h"
 #include "host/map_child.h"
-#include "host/rules/map_watch.h"
-#include "host/rules/sector_reader.h"
-#include "host/rules/storages.h"
+#include "host/model/map_watch.h"
+#include "host/model/sector_reader.h"
+#include "host/model/storages.h"
 #include "host/text_view_child.h"
 #include "ui/button_child.h"
 #include "ui/custom_form.h"

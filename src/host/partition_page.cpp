@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+#include "host/model/words.h"
 #include "host/pages.h"
-#include "host/rules/words.h"
 #include "host/texts.h"
 #include "imaging/size_text.h"
 #include "partitions/type_names.h"

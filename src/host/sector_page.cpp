@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/model/hex_text.h"
+#include "host/model/words.h"
 #include "host/pages.h"
-#include "host/rules/hex_text.h"
-#include "host/rules/words.h"
 #include "host/texts.h"
 
 namespace larkspur::host {

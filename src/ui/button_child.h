@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "ui/child.h"
-#include "ui/rules/icon_shapes.h"
+#include "ui/model/icon_shapes.h"
 
 namespace larkspur {
 

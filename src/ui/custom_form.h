@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "ui/hints.h"
-#include "ui/rules/action.h"
+#include "ui/model/action.h"
 #include "ui/theme.h"
 #include "ui/window.h"
 

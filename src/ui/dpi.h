@@ -9,7 +9,7 @@
 #include <windows.h>
 
 #include "ui/handles.h"
-#include "ui/rules/geometry.h"
+#include "ui/model/geometry.h"
 
 namespace larkspur {
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "ui/rules/shortened_text.h"
+#include "ui/model/shortened_text.h"
 #include "ui/screen_place.h"
 #include "ui/wide.h"
 

@@ -5,7 +5,7 @@
 // An icon of the theme, to be looked at.
 
 #include "ui/child.h"
-#include "ui/rules/icon_shapes.h"
+#include "ui/model/icon_shapes.h"
 
 namespace larkspur {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "ui/handles.h"
-#include "ui/rules/icon_shapes.h"
+#include "ui/model/icon_shapes.h"
 
 namespace larkspur {
 

@@ -11,9 +11,9 @@
 #include "base/job.h"
 #include "ui/button_child.h"
 #include "ui/child.h"
+#include "ui/model/progress_feed.h"
 #include "ui/progress_bar_child.h"
 #include "ui/progress_jobs.h"
-#include "ui/rules/progress_feed.h"
 
 namespace larkspur {
 

@@ -6,7 +6,7 @@
 
 #include <windows.h>
 
-#include "ui/rules/geometry.h"
+#include "ui/model/geometry.h"
 
 namespace larkspur {
 

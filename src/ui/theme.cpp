@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "ui/rules/contrast.h"
+#include "ui/model/contrast.h"
 #include "ui/wide.h"
 
 namespace larkspur {

@@ -15,7 +15,7 @@
 #include <utility>
 
 #include "ui/handles.h"
-#include "ui/rules/geometry.h"
+#include "ui/model/geometry.h"
 
 namespace larkspur {
 

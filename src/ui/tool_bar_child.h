@@ -10,7 +10,7 @@
 
 #include "ui/child.h"
 #include "ui/icon_list.h"
-#include "ui/rules/action.h"
+#include "ui/model/action.h"
 
 namespace larkspur {
 

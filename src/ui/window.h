@@ -14,7 +14,7 @@
 #include <string_view>
 
 #include "ui/message_table.h"
-#include "ui/rules/geometry.h"
+#include "ui/model/geometry.h"
 
 namespace larkspur {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "dialogs/rules/cache_place.h"
+#include "dialogs/model/cache_place.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "dialogs/rules/chosen_path.h"
+#include "dialogs/model/chosen_path.h"
 
 #include <gtest/gtest.h>
 
 #include "base/path_text.h"
-#include "dialogs/rules/navigation_provider.h"
+#include "dialogs/model/navigation_provider.h"
 #include "fakes/fake_folders.h"
 
 namespace larkspur {

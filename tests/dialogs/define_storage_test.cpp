@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "dialogs/rules/define_storage.h"
+#include "dialogs/model/define_storage.h"
 
 #include <gtest/gtest.h>
 

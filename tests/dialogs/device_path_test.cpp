@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "dialogs/rules/device_path.h"
+#include "dialogs/model/device_path.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "dialogs/rules/folder_rows.h"
+#include "dialogs/model/folder_rows.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "dialogs/rules/message_layout.h"
+#include "dialogs/model/message_layout.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "dialogs/rules/open_device.h"
+#include "dialogs/model/open_device.h"
 
 #include <gtest/gtest.h>
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "dialogs/rules/places.h"
+#include "dialogs/model/places.h"
 
 #include <map>
 
 #include <gtest/gtest.h>
 
 #include "base/path_text.h"
-#include "dialogs/rules/number_text.h"
+#include "dialogs/model/number_text.h"
 #include "fakes/fake_volumes.h"
 
 namespace larkspur {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "dialogs/rules/source_rows.h"
+#include "dialogs/model/source_rows.h"
 
 #include <gtest/gtest.h>
 

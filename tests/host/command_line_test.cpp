@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "host/rules/command_line.h"
+#include "host/model/command_line.h"
 
 #include <sstream>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "host/rules/hex_text.h"
+#include "host/model/hex_text.h"
 
 #include <algorithm>
 #include <array>

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "fakes/images.h"
-#include "host/rules/map_watch.h"
-#include "host/rules/map_words.h"
-#include "host/rules/settings.h"
+#include "host/model/map_watch.h"
+#include "host/model/map_words.h"
+#include "host/model/settings.h"
 #include "platform/clock.h"
 
 namespace larkspur::host {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "host/rules/read_everything.h"
+#include "host/model/read_everything.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "host/rules/sector_view.h"
+#include "host/model/sector_view.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,7 @@
 
 #include "fakes/images.h"
 #include "fakes/recording_source.h"
-#include "host/rules/storages.h"
+#include "host/model/storages.h"
 #include "io/read_once_io.h"
 
 namespace larkspur::host {

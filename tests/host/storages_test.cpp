@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "host/rules/storages.h"
+#include "host/model/storages.h"
 
 #include <algorithm>
 #include <filesystem>

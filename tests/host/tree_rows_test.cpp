@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "host/rules/tree_rows.h"
+#include "host/model/tree_rows.h"
 
 #include <gtest/gtest.h>
 

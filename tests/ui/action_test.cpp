@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/rules/action.h"
+#include "ui/model/action.h"
 
 #include <gtest/gtest.h>
 

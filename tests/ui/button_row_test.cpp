@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/rules/button_row.h"
+#include "ui/model/button_row.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/rules/geometry.h"
+#include "ui/model/geometry.h"
 
 #include <ostream>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/rules/icon_shapes.h"
+#include "ui/model/icon_shapes.h"
 
 #include <set>
 

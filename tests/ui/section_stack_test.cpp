@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/rules/section_stack.h"
+#include "ui/model/section_stack.h"
 
 #include <gtest/gtest.h>
 

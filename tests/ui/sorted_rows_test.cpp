@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/rules/sorted_rows.h"
+#include "ui/model/sorted_rows.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/rules/split_position.h"
+#include "ui/model/split_position.h"
 
 #include <gtest/gtest.h>
 

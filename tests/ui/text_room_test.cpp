@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "ui/rules/column_widths.h"
-#include "ui/rules/contrast.h"
-#include "ui/rules/shortened_text.h"
+#include "ui/model/column_widths.h"
+#include "ui/model/contrast.h"
+#include "ui/model/shortened_text.h"
 
 namespace larkspur {
 namespace {

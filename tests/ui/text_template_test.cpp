@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/rules/text_template.h"
+#include "ui/model/text_template.h"
 
 #include <limits>
 #include <vector>

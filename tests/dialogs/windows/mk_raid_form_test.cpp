@@ -3,7 +3,7 @@
 #include "dialogs/mk_raid_form.h"
 
 #include "catalog/message_catalog.h"
-#include "dialogs/rules/define_storage.h"
+#include "dialogs/model/define_storage.h"
 #include "fakes/recording_source.h"
 #include "fakes/temp_folder.h"
 #include "platform/file.h"

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "host/model/open_storage.h"
+
+#include "host/model/words.h"
+#include "imaging/cache.h"
+#include "imaging/source.h"
+#include "platform/file.h"
+#include "platform/system_error.h"
+
+namespace larkspur::host {
+namespace {
+
+std::string BecauseOf(u32 systemError) {
+  return systemError ? ": " + platform::FailureText(systemError) : ".";
+}
+
+std::string SourceFault(const Source& source) {
+  switch (source.answer) {
+    case SourceAnswer::kOpened:
+      return {};
+    case SourceAnswer::kCannotOpen:
+      return "It cannot be opened for reading" + BecauseOf(source.systemError);
+    case SourceAnswer::kEmpty:
+      return "It is empty: it has no whole sector of 512 bytes.";
+    case SourceAnswer::kTooLarge:
+      return "It has more sectors than a cache can hold.";
+    case SourceAnswer::kMapfileUnreadable:
+      return "The mapfile cannot be read" + BecauseOf(source.systemError);
+    case SourceAnswer::kMapfileWrong:
+      return fmt::format("The mapfile is wrong in line {}: {}", source.mapfileFault.line,
+                         source.mapfileFault.detail);
+  }
+  return {};
+}
+
+// What is said of a file that is a cache, but not a whole one; empty for files that are none.
+std::string CacheFault(CacheAnswer answer) {
+  switch (answer) {
+    case CacheAnswer::kDamagedHeader:
+      return "It is a cache whose header is damaged.";
+    case CacheAnswer::kIncomplete:
+      return "It is a cache that ends too early.";
+    default:
+      return {};
+  }
+}
+
+std::u16string Fault(const std::u16string& path, const std::string& words) {
+  return Words("{}\n{}", Utf8(path), words);
+}
+
+OpenedStorage OpenSourceOf(OpenedStorage storage, const std::u16string& testMapfile) {
+  Source source = OpenSource(storage.path, {.testMapfile = testMapfile});
+  if (source.answer != SourceAnswer::kOpened) {
+    storage.fault = Fault(storage.path, SourceFault(source));
+    return storage;
+  }
+  if (source.looseBytes > 0) {
+    storage.notice =
+        Words("The last {} bytes are not a whole sector and are left out.", source.looseBytes);
+  }
+  storage.io.reset(source.io.release());
+  storage.traffic = source.traffic;
+  return storage;
+}
+
+}  // namespace
+
+OpenedStorage OpenStorage(const std::u16string& path, const std::u16string& testMapfile) {
+  OpenedStorage storage;
+  const platform::PathKind kind = platform::KindOfPath(path.c_str());
+  storage.path = kind == platform::PathKind::kFile ? platform::FullPath(path.c_str()) : path;
+  if (kind == platform::PathKind::kFolder) {
+    storage.fault = Fault(path, "This is a folder.");
+    return storage;
+  }
+  if (kind == platform::PathKind::kDevice) storage.kind = StorageKind::kDrive;
+  // Only a plain file can be a cache; nothing is read from a device that need not be.
+  if (kind == platform::PathKind::kFile) {
+    Cache cache = OpenCache(storage.path, CacheAccess::kLook, 0);
+    const std::string fault = CacheFault(cache.answer);
+    if (!fault.empty()) {
+      storage.fault = Fault(storage.path, fault);
+      return storage;
+    }
+    if (cache.answer == CacheAnswer::kOpened) {
+      storage.kind = StorageKind::kCache;
+      storage.io.reset(cache.image.release());
+      return storage;
+    }
+  }
+  return OpenSourceOf(std::move(storage), testMapfile);
+}
+
+}  // namespace larkspur::host

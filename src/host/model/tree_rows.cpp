@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "host/model/tree_rows.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+
+#include "host/model/words.h"
+#include "imaging/note_text.h"
+#include "imaging/size_text.h"
+#include "partitions/part_records.h"
+#include "partitions/part_tree_item.h"
+#include "partitions/type_names.h"
+
+namespace larkspur::host {
+namespace {
+
+// Our own classes are the contract's structures; these are the places that a foreign tree is read
+// at. (GCC knows offsets in classes with a table of operations; it only warns that not all do.)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+static_assert(offsetof(cTreeItem, m_next) == 8 && offsetof(cTreeItem, m_firstChild) == 24);
+static_assert(offsetof(cPartTreeItem, m_firstExtension) == 48);
+static_assert(offsetof(cPartTreeItem, m_start) == 64 && offsetof(cPartTreeItem, m_length) == 72);
+static_assert(offsetof(cPartTreeItem, m_type) == 80 && offsetof(cPartTreeItem, m_name) == 88);
+static_assert(offsetof(cPartExtensionItem, m_next) == 8);
+static_assert(offsetof(cPartExtensionItem, m_record) == 16);
+static_assert(offsetof(cSBRLegacyOffset, m_offset) == 8);
+static_assert(offsetof(cPartSoftRAIDInfo, m_name) == 8 && offsetof(cPartSoftRAIDInfo, m_set) == 16);
+static_assert(offsetof(cPartSoftRAIDInfo, m_layout) == 32);
+static_assert(offsetof(cPartSoftRAIDInfo, m_columns) == 44);
+#pragma GCC diagnostic pop
+
+constexpr size_t kMostRows = 65536;
+constexpr u32 kMostLevels = 64;
+constexpr u32 kMostRecords = 64;
+constexpr u64 kMostSetBytes = 64;
+constexpr size_t kMostCharacters = 512;
+
+// Text of a foreign object, which ends within reason or is cut.
+std::string Text(const cWideString& text) {
+  const char16_t* const first = text.Text();
+  const char16_t* const end = first + kMostCharacters;
+  return Utf8({first, static_cast<size_t>(std::find(first, end, u'\0') - first)});
+}
+
+std::string_view LayoutName(u32 layout) {
+  switch (layout) {
+    case kLayoutSimple:
+      return "simple";
+    case kLayoutStripe:
+      return "stripe";
+    case kLayoutMirror:
+      return "mirror";
+    case kLayoutRaid5:
+      return "RAID 5";
+    default:
+      return {};
+  }
+}
+
+std::string Hex(std::span<const u8> bytes) {
+  std::string text;
+  for (const u8 byte : bytes) text += fmt::format("{:02x}", byte);
+  return text;
+}
+
+// `piece 0 of 2 of a mirror "name", blocks of 64.0 KiB, set 0123...`
+std::string RaidWords(const cPartSoftRAIDInfo& raid) {
+  std::string text = fmt::format("piece {}", raid.m_index);
+  if (raid.m_columns > 0) text += fmt::format(" of {}", raid.m_columns);
+  if (const auto layout = LayoutName(raid.m_layout); !layout.empty()) {
+    text += fmt::format(" of a {}", layout);
+  }
+  if (const std::string name = Text(raid.m_name); !name.empty()) {
+    text += fmt::format(" \"{}\"", name);
+  }
+  if (raid.m_blockBytes > kSectorBytes) text += ", blocks of " + SizeText(raid.m_blockBytes);
+  if (raid.m_set && raid.m_setBytes > 0 && raid.m_setBytes <= kMostSetBytes) {
+    text += ", set " + Hex(raid.Identifier());
+  }
+  return text;
+}
+
+std::string RecordWords(cPartExtension* record) {
+  switch (record->GetKind()) {
+    case kKindSoftRAID:
+      return RaidWords(*static_cast<cPartSoftRAIDInfo*>(record));
+    case kKindSBRLegacyOffset:
+      return fmt::format("offset {}", static_cast<cSBRLegacyOffset*>(record)->m_offset);
+    default:
+      return {};
+  }
+}
+
+std::string NameOf(const cPartTreeItem& node) {
+  return node.m_type == kTypeWholeDevice ? "whole storage" : Text(node.m_name);
+}
+
+std::string FactsOf(const cPartTreeItem& node, const TreeNotes& notes) {
+  std::string facts;
+  u32 count = 0;
+  for (const cPartExtensionItem* item = node.m_firstExtension; item && count < kMostRecords;
+       item = item->m_next, ++count) {
+    if (!item->m_record) continue;
+    const std::string words = RecordWords(item->m_record);
+    if (!words.empty()) facts += (facts.empty() ? "" : "; ") + words;
+  }
+  for (const Note& note : notes.Of(node)) facts += (facts.empty() ? "" : "; ") + NoteText(note);
+  return facts;
+}
+
+void AppendRows(const cTreeItem* item, const TreeNotes& notes, u32 level,
+                std::vector<TreeRow>* rows) {
+  for (; item && rows->size() < kMostRows; item = item->m_next) {
+    const auto& node = static_cast<const cPartTreeItem&>(*item);
+    rows->push_back({level, node.m_start, node.m_length, node.m_type, WideFromUtf8(NameOf(node)),
+                     WideFromUtf8(FactsOf(node, notes))});
+    if (level < kMostLevels) AppendRows(node.m_firstChild, notes, level + 1, rows);
+  }
+}
+
+}  // namespace
+
+std::vector<TreeRow> TreeRows(const cTreeItem* head, const TreeNotes& notes) {
+  std::vector<TreeRow> rows;
+  AppendRows(head, notes, 0, &rows);
+  return rows;
+}
+
+std::string TreeText(const std::vector<TreeRow>& rows) {
+  std::string text =
+      fmt::format("{:>12} {:>12} {:>10} {:>6}  {}\n", "start", "sectors", "size", "type", "what");
+  for (const TreeRow& row : rows) {
+    text += fmt::format("{:>12} {:>12} {:>10} {:>6}  {:{}}{}{}{}\n", row.start, row.length,
+                        SizeText(row.length << kSectorShift), row.type, "", row.level * 2,
+                        Utf8(row.name), row.facts.empty() ? "" : ": ", Utf8(row.facts));
+  }
+  return text;
+}
+
+}  // namespace larkspur::host
