@@ -50,7 +50,7 @@ std::string SizeWords(const ImportOptions& options, const ImportPlan& plan, u64 
   return fmt::format(
       "{}: the image has {} bytes, but {} {}; does it belong to another rescue?", options.image,
       imageBytes, options.mapfile,
-      longer ? fmt::format("covers {} bytes", (plan.sectors << kSectorShift) + plan.looseBytes)
+      longer ? fmt::format("covers {} bytes", (plan.sectors << kSectorShift) + plan.trailingBytes)
              : "says that sectors past its end were read");
 }
 
@@ -137,9 +137,9 @@ ExitStatus RunImport(const ImportOptions& options) {
   if (const ExitStatus status = ReadPlan(options.mapfile, &plan); status != kExitDone) {
     return status;
   }
-  if (plan.looseBytes > 0) {
+  if (plan.trailingBytes > 0) {
     Tell(fmt::format("{}: the last {} bytes are not a whole sector and are left out",
-                     options.mapfile, plan.looseBytes));
+                     options.mapfile, plan.trailingBytes));
   }
   u64 all = 0;
   for (const SectorRange& range : plan.present) all += range.count;

@@ -91,9 +91,9 @@ std::optional<Source> OpenSourceOrTell(const StorageOptions& options) {
     Tell(SourceWords(source, options));
     return std::nullopt;
   }
-  if (source.looseBytes > 0) {
+  if (source.trailingBytes > 0) {
     Tell(fmt::format("{}: the last {} bytes are not a whole sector and are left out",
-                     options.source, source.looseBytes));
+                     options.source, source.trailingBytes));
   }
   return source;
 }

@@ -225,12 +225,13 @@ class Checker {
   void CheckEnd() {
     const u64 bytes = m_file->GetByteSize();
     const u64 sectors = bytes >> kSectorShift;
-    const u64 loose = (sectors - m_layout.DataStart()) % m_layout.RecordSectors();
-    const u64 looseBytes = bytes % kSectorBytes;
-    if (loose == 0 && looseBytes == 0) return;
+    const u64 trailing = (sectors - m_layout.DataStart()) % m_layout.RecordSectors();
+    const u64 trailingBytes = bytes % kSectorBytes;
+    if (trailing == 0 && trailingBytes == 0) return;
     const u64 end = m_layout.RecordSector(m_layout.RecordsIn(sectors) + 1);
-    Report(ProblemKind::kLooseEnd, std::nullopt,
-           fmt::format("{} sectors and {} bytes follow the last whole record", loose, looseBytes),
+    Report(ProblemKind::kTrailingBytes, std::nullopt,
+           fmt::format("{} sectors and {} bytes follow the last whole record", trailing,
+                       trailingBytes),
            kRepairable, m_repair && m_file->SetSectorCount(end));
   }
 
@@ -265,7 +266,7 @@ const char* ProblemKindName(ProblemKind kind) {
       return "status";
     case ProblemKind::kUnreadableMap:
       return "unreadable";
-    case ProblemKind::kLooseEnd:
+    case ProblemKind::kTrailingBytes:
       return "loose-end";
   }
   return "unknown";

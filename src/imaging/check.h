@@ -21,7 +21,7 @@ enum class ProblemKind {
   kSharedRecord,   // two blocks name one record: the data of one of them is lost
   kStatus,         // a status byte that has no meaning
   kUnreadableMap,  // the file cannot be read there
-  kLooseEnd,       // the file does not end where a record does
+  kTrailingBytes,  // the file does not end where a record does
 };
 
 struct Problem {
@@ -49,7 +49,7 @@ const char* ProblemKindName(ProblemKind kind);
 // Verifies the file at `path`; may be done beside a run that works on it. With `repair` it is
 // opened writable, and what can be repaired without losing a sector is: records past the end are
 // given up (they hold nothing), one that is cut is made whole with its lost sectors missing again,
-// and a loose end is filled up to a record's. But first the header is judged by the whole file:
+// and trailing bytes are filled up to a record's. But first the header is judged by the whole file:
 // when they disagree, or part of the file cannot be read, nothing can be repaired and nothing is
 // changed.
 CheckResult CheckCache(const std::u16string& path, bool repair);

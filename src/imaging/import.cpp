@@ -161,7 +161,7 @@ ImportResult Failed(ImportEnd end) {
 
 // A file ends where its rescue did or before; a device may be larger than the disk it replaces.
 ImportEnd CheckSize(const std::u16string& path, u64 bytes, const ImportPlan& plan) {
-  const u64 covered = (plan.sectors << kSectorShift) + plan.looseBytes;
+  const u64 covered = (plan.sectors << kSectorShift) + plan.trailingBytes;
   if (bytes < EndOf(plan.present) << kSectorShift) return ImportEnd::kImageShorter;
   const bool isFile = platform::KindOfPath(path.c_str()) == platform::PathKind::kFile;
   return isFile && bytes > covered ? ImportEnd::kImageLonger : ImportEnd::kDone;
@@ -193,7 +193,7 @@ ImportPlan PlanImport(const std::vector<MapfileBlock>& blocks) {
   ImportPlan plan;
   const u64 bytes = blocks.empty() ? 0 : blocks.back().position + blocks.back().size;
   plan.sectors = bytes >> kSectorShift;
-  plan.looseBytes = static_cast<u32>(bytes % kSectorBytes);
+  plan.trailingBytes = static_cast<u32>(bytes % kSectorBytes);
   plan.present = SectorsMarked(blocks, "+");
   plan.unreadable = SectorsMarked(blocks, "-");
   plan.tried = SectorsMarked(blocks, "*/");

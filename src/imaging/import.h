@@ -17,7 +17,7 @@ namespace larkspur {
 // What a mapfile says of every whole sector of the disk. Sectors in none of the lists are missing.
 struct ImportPlan {
   u64 sectors = 0;
-  u32 looseBytes = 0;  // after the last whole sector; left out
+  u32 trailingBytes = 0;  // after the last whole sector; left out
   std::vector<SectorRange> present;
   std::vector<SectorRange> unreadable;
   std::vector<SectorRange>

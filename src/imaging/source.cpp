@@ -87,7 +87,7 @@ Source OpenSource(const std::u16string& path, const SourceOptions& options) {
   Source source;
   Owned<cBaseIO> storage = OpenStorage(path, isDevice);
   if (!storage) return Failed(SourceAnswer::kCannotOpen);
-  source.looseBytes = static_cast<u32>(storage->GetByteSize() % kSectorBytes);
+  source.trailingBytes = static_cast<u32>(storage->GetByteSize() % kSectorBytes);
   source.systemError = platform::LastFailure();
   source.asked = OpenAsked(path, storage.get(), isDevice, options);
   if (!source.asked) return Failed(SourceAnswer::kCannotOpen);

@@ -37,7 +37,7 @@ struct Source {
   Owned<cPiecewiseIO> io;
   std::shared_ptr<SourceTraffic> traffic;
   u64 sectors = 0;
-  u32 looseBytes = 0;  // past the last whole sector; not part of any storage
+  u32 trailingBytes = 0;  // past the last whole sector; not part of any storage
 
   // The storage as it is, without a cache; `io` is gone then.
   Owned<cBaseIO> TakeStorage();

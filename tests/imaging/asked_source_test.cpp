@@ -71,7 +71,7 @@ TEST_F(AskedSourceTest, AFile) {
   ASSERT_TRUE(fakes::WriteWholeFile(path, content));
   const Source source = OpenSource(path, {});
   ASSERT_EQ(source.answer, SourceAnswer::kOpened);
-  EXPECT_EQ(source.looseBytes, 100u);
+  EXPECT_EQ(source.trailingBytes, 100u);
   const SourceIdentity& identity = source.asked->Identity();
   EXPECT_EQ(identity.path, Utf8FromWide(path));
   EXPECT_EQ(identity.sectors, 1000u);

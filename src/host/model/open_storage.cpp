@@ -56,9 +56,9 @@ OpenedStorage OpenSourceOf(OpenedStorage storage, const std::u16string& testMapf
     storage.fault = Fault(storage.path, SourceFault(source));
     return storage;
   }
-  if (source.looseBytes > 0) {
+  if (source.trailingBytes > 0) {
     storage.notice =
-        Words("The last {} bytes are not a whole sector and are left out.", source.looseBytes);
+        Words("The last {} bytes are not a whole sector and are left out.", source.trailingBytes);
   }
   storage.io.reset(source.io.release());
   storage.traffic = source.traffic;
