@@ -66,11 +66,11 @@ const char* WhatToDo(const CheckResult& result, bool repair) {
 
 ExitStatus RunCheck(const std::string& path, bool repair, bool json) {
   const std::u16string file = WideFromUtf8(path);
-  Cache hold;
+  Cache locked;
   if (repair) {
-    hold = HoldCache(file);
-    if (hold.answer != CacheAnswer::kOpened) {
-      TellCacheAnswer(path, hold, 0);
+    locked = LockCache(file);
+    if (locked.answer != CacheAnswer::kOpened) {
+      TellCacheAnswer(path, locked, 0);
       return kExitFailed;
     }
   }
@@ -79,7 +79,7 @@ ExitStatus RunCheck(const std::string& path, bool repair, bool json) {
     return Fail(Failure(path, "the cache cannot be opened", result.systemError));
   }
   json ? PrintProblemsJson(path, result) : PrintProblems(path, result);
-  if (hold.hold && !hold.hold->Sync()) {
+  if (locked.lock && !locked.lock->Sync()) {
     return Fail(Failure(path, "the repair could not be flushed to disk", platform::LastFailure()));
   }
   const u64 left = result.problemCount - result.repairedCount;

@@ -64,7 +64,7 @@ ExitStatus TellEnd(const ImportResult& result, const ImportPlan& plan,
       return kExitInterrupted;
     case ImportEnd::kCacheExists:
       return Fail(options.cache + ": this already exists; choose another name");
-    case ImportEnd::kHeldElsewhere:
+    case ImportEnd::kLockedElsewhere:
       return Fail(options.cache + ": another run is making this cache; wait until it ends");
     case ImportEnd::kCannotCreate:
       return Fail(Failure(options.cache, "the cache cannot be created", result.systemError));

@@ -70,7 +70,7 @@ std::string CacheWords(const std::string& name, CacheAnswer answer, const Cache&
           "{}: the cache was made from a source of {} sectors, but this one has {}; is it another "
           "disk?",
           name, cache.cacheSectors, sourceSectors);
-    case CacheAnswer::kHeldElsewhere:
+    case CacheAnswer::kLockedElsewhere:
       return name +
              ": another run or an open storage is using this cache; wait for it to end, or close "
              "it";

@@ -176,7 +176,7 @@ void cMkRAIDForm::Define() {
       return m_path.Focus();
     case DefineAnswer::kWrongSize:
       return RefuseCache(Item(kOtherSize));
-    case DefineAnswer::kHeldElsewhere:
+    case DefineAnswer::kLockedElsewhere:
       return RefuseCache(TextOf(kCacheNotesKey, kInUseNote));
     case DefineAnswer::kCacheFailed:
       return RefuseCache(Item(kAddDevice));

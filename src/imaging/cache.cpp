@@ -89,7 +89,7 @@ Cache OpenFile(const std::u16string& path, CacheAccess access, u64 expectedSecto
   SparseLayout layout;
   const CacheAnswer header = ClassifyHeader(file.get(), &layout);
   if (header != CacheAnswer::kOpened) return Answered(header);
-  Cache cache = look ? Answered(CacheAnswer::kOpened) : HoldCache(path);
+  Cache cache = look ? Answered(CacheAnswer::kOpened) : LockCache(path);
   cache.cacheSectors = layout.sectorCount;
   cache.fileBytes = file->GetByteSize();
   fresh = fresh && cache.fileBytes == layout.DataStart() << kSectorShift;
@@ -129,17 +129,17 @@ Cache CreateCache(const std::u16string& path, u64 sectors) {
 
 }  // namespace
 
-Cache HoldCache(const std::u16string& path) {
+Cache LockCache(const std::u16string& path) {
   OwnedFile file(platform::OpenExistingFile(path.c_str(), kReadWrite));
   if (!file.IsOpen()) return Answered(CacheAnswer::kCannotOpen);
-  if (platform::LockFileAlone(file.Handle()) == platform::LockAnswer::kHeldElsewhere) {
-    Cache cache = Answered(CacheAnswer::kHeldElsewhere);
-    cache.hold = CacheHold::FindInProcess(file.Handle());
-    if (cache.hold) cache.answer = CacheAnswer::kOpened;
+  if (platform::LockFileAlone(file.Handle()) == platform::LockAnswer::kLockedElsewhere) {
+    Cache cache = Answered(CacheAnswer::kLockedElsewhere);
+    cache.lock = CacheLock::FindInProcess(file.Handle());
+    if (cache.lock) cache.answer = CacheAnswer::kOpened;
     return cache;
   }
   Cache cache = Answered(CacheAnswer::kOpened);
-  cache.hold = std::make_shared<CacheHold>(std::move(file));
+  cache.lock = std::make_shared<CacheLock>(std::move(file));
   return cache;
 }
 

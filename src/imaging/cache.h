@@ -9,7 +9,7 @@
 #include <string>
 
 #include "base/owned.h"
-#include "io/cache_hold.h"
+#include "io/cache_lock.h"
 #include "io/kvr_sparse_io.h"
 
 namespace larkspur {
@@ -20,15 +20,15 @@ enum class CacheAnswer {
   kCannotOpen,  // systemError says why
   kFolder,
   kSameAsSource,
-  kOnSourceDisk,   // what is written there may fall on what is to be saved
-  kForeign,        // a file, but not a cache: never touched
-  kDamagedHeader,  // it was a cache, but its header makes no sense
-  kIncomplete,     // the file ends before its index, or before records that the index names
-  kSharedRecord,   // two blocks name one record: what one of them reads is the other's data
-  kUnreadable,     // part of its index cannot be read
-  kOtherSize,      // made of a storage with another sector count: cacheSectors
-  kHeldElsewhere,  // another run is working on it
-  kCannotCreate,   // systemError says why
+  kOnSourceDisk,     // what is written there may fall on what is to be saved
+  kForeign,          // a file, but not a cache: never touched
+  kDamagedHeader,    // it was a cache, but its header makes no sense
+  kIncomplete,       // the file ends before its index, or before records that the index names
+  kSharedRecord,     // two blocks name one record: what one of them reads is the other's data
+  kUnreadable,       // part of its index cannot be read
+  kOtherSize,        // made of a storage with another sector count: cacheSectors
+  kLockedElsewhere,  // another run is working on it
+  kCannotCreate,     // systemError says why
 };
 
 struct Cache {
@@ -41,13 +41,13 @@ struct Cache {
   u64 fileBytes = 0;     // the file's size when it was opened
 
   Owned<cKVRSparseIO> image;
-  std::shared_ptr<CacheHold> hold;  // writable caches only
+  std::shared_ptr<CacheLock> lock;  // writable caches only
   bool created = false;
 };
 
 // Locks the file for this process, whatever it holds; `image` stays null. On failure the answer is
-// kHeldElsewhere or kCannotOpen.
-Cache HoldCache(const std::u16string& path);
+// kLockedElsewhere or kCannotOpen.
+Cache LockCache(const std::u16string& path);
 
 enum class CacheAccess {
   kLook,  // read-only, without a lock: may be done while another run works on the file; what can be

@@ -175,8 +175,8 @@ ImportResult Fill(const std::u16string& path, const ImportPlan& plan, platform::
   OwnedFile made(platform::OpenExistingFile(path.c_str(), kReadWrite));
   if (!made.IsOpen()) made = OwnedFile(platform::CreateEmptyFile(path.c_str()));
   if (!made.IsOpen()) return Failed(ImportEnd::kCannotCreate);
-  if (platform::LockFileAlone(made.Handle()) == platform::LockAnswer::kHeldElsewhere) {
-    return Failed(ImportEnd::kHeldElsewhere);
+  if (platform::LockFileAlone(made.Handle()) == platform::LockAnswer::kLockedElsewhere) {
+    return Failed(ImportEnd::kLockedElsewhere);
   }
   platform::SetLastFailure(0);
   if (!platform::SetFileSize(made.Handle(), 0)) return Failed(ImportEnd::kWriteFailed);
@@ -218,7 +218,7 @@ ImportResult ImportRescue(const std::u16string& image, const ImportPlan& plan,
   const std::u16string unfinished = cache + std::u16string(kUnfinishedSuffix);
   platform::SetLastFailure(0);
   result = Fill(unfinished, plan, file.Handle(), stop, monitor);
-  if (result.end == ImportEnd::kHeldElsewhere) return result;
+  if (result.end == ImportEnd::kLockedElsewhere) return result;
   if (result.end == ImportEnd::kDone &&
       !platform::RenameToUnused(unfinished.c_str(), cache.c_str())) {
     result = Failed(ImportEnd::kCannotCreate);

@@ -29,7 +29,7 @@ OutputFile Replace(const std::u16string& path) {
   OwnedFile file(
       platform::OpenExistingFile(path.c_str(), platform::kOpenRead | platform::kOpenWrite));
   if (!file.IsOpen()) return Answered(OutputAnswer::kCannotMake);
-  if (platform::LockFileAlone(file.Handle()) == platform::LockAnswer::kHeldElsewhere) {
+  if (platform::LockFileAlone(file.Handle()) == platform::LockAnswer::kLockedElsewhere) {
     return Answered(OutputAnswer::kInUse);
   }
   platform::SetLastFailure(0);

@@ -34,7 +34,7 @@ RescueSession::RescueSession(Source* source, Cache* cache, const std::u16string&
       m_cache(cache),
       m_cachePath(cachePath),
       m_stop(stop),
-      m_store(cache->image.get(), [cache] { return cache->hold->Sync(); }) {}
+      m_store(cache->image.get(), [cache] { return cache->lock->Sync(); }) {}
 
 SessionAnswer RescueSession::Open(EngineOptions options, bool otherSource) {
   const std::u16string logPath = LogPathOf(m_cachePath);
@@ -54,7 +54,7 @@ SessionAnswer RescueSession::Open(EngineOptions options, bool otherSource) {
   const std::string boot = platform::BootId();
   const bool wasCut = !history.ended && history.boot != boot;
   if (history.syncFailed) {
-    if (!m_cache->hold->Sync()) {
+    if (!m_cache->lock->Sync()) {
       m_systemError = platform::LastFailure();
       return SessionAnswer::kCacheNotFlushed;
     }

@@ -37,7 +37,7 @@ cBaseIO* cReadOnceIO::Clone() {
   Owned<cReadOnceIO> clone(new (std::nothrow) cReadOnceIO);
   if (!clone || !clone->Attach(m_image.get(), m_source.get())) return nullptr;
   clone->SetGuard(m_guard);
-  clone->KeepHold(m_hold);
+  clone->KeepLock(m_lock);
   return clone.release();
 }
 
@@ -56,8 +56,8 @@ void cReadOnceIO::InitState() {
 void cReadOnceIO::Close() {
   m_image.reset();
   m_source.reset();
-  if (m_hold) m_hold->SyncNoted();
-  m_hold.reset();
+  if (m_lock) m_lock->SyncNoted();
+  m_lock.reset();
   InitState();
 }
 
@@ -142,7 +142,7 @@ bool cReadOnceIO::Store(const u8* buffer, u32 count) {
 }
 
 void cReadOnceIO::NoteStored() {
-  if (m_hold) m_hold->NoteStored();
+  if (m_lock) m_lock->NoteStored();
 }
 
 u32 cReadOnceIO::InsideImage(u32 count) {

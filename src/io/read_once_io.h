@@ -14,7 +14,7 @@
 
 #include <memory>
 
-#include "io/cache_hold.h"
+#include "io/cache_lock.h"
 #include "io/kvr_sparse_io.h"
 
 namespace larkspur {
@@ -45,8 +45,8 @@ class cReadOnceIO final : public cBaseIO {
   bool Attach(cKVRSparseIO* image, cBaseIO* source);
   // `guard` is not owned and outlives this object and its clones; null removes it.
   void SetGuard(cFetchGuard* guard) { m_guard = guard; }
-  // Keeps the hold as long as this object or a clone is attached, and has it flush what is stored.
-  void KeepHold(std::shared_ptr<CacheHold> hold) { m_hold = std::move(hold); }
+  // Keeps the lock as long as this object or a clone is attached, and has it flush what is stored.
+  void KeepLock(std::shared_ptr<CacheLock> lock) { m_lock = std::move(lock); }
   // Our own image, for its counts and extents; null when empty.
   cKVRSparseIO* Image() { return m_image.get(); }
 
@@ -82,7 +82,7 @@ class cReadOnceIO final : public cBaseIO {
   u64 m_position = 0;
   u64 m_sectorCount = 0;
   cFetchGuard* m_guard = nullptr;
-  std::shared_ptr<CacheHold> m_hold;
+  std::shared_ptr<CacheLock> m_lock;
 };
 
 }  // namespace larkspur

@@ -104,31 +104,31 @@ TEST_F(DefineStorageTest, RemovesANewCacheWhoseSourceGivesNoClone) {
 
 TEST_F(DefineStorageTest, RefusesACacheOnWhichAnotherRunIsWorking) {
   ASSERT_EQ(Define(kSectors), DefineAnswer::kDefined);
-  const platform::OwnedFile held(
+  const platform::OwnedFile locked(
       platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
-  ASSERT_EQ(platform::LockFileAlone(held.Handle()), platform::LockAnswer::kLocked);
-  EXPECT_EQ(Define(kSectors), DefineAnswer::kHeldElsewhere);
+  ASSERT_EQ(platform::LockFileAlone(locked.Handle()), platform::LockAnswer::kLocked);
+  EXPECT_EQ(Define(kSectors), DefineAnswer::kLockedElsewhere);
 }
 
-TEST_F(DefineStorageTest, HoldsTheCacheUntilTheLastCloneIsGone) {
+TEST_F(DefineStorageTest, LocksTheCacheUntilTheLastCloneIsGone) {
   // As another process sees it.
-  const auto isHeld = [this] {
+  const auto isLocked = [this] {
     const platform::OwnedFile other(
         platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
-    return platform::LockFileAlone(other.Handle()) == platform::LockAnswer::kHeldElsewhere;
+    return platform::LockFileAlone(other.Handle()) == platform::LockAnswer::kLockedElsewhere;
   };
   Defined defined = DefineStorage(SourceOf(kSectors).get(), m_path);
   ASSERT_EQ(defined.answer, DefineAnswer::kDefined);
-  EXPECT_TRUE(isHeld());
+  EXPECT_TRUE(isLocked());
   Defined second = DefineStorage(SourceOf(kSectors).get(), m_path);
   EXPECT_EQ(second.answer, DefineAnswer::kDefined) << "storages of one process share it";
   Owned<cBaseIO> clone(defined.storage->Clone());
   defined.storage.reset();
-  EXPECT_TRUE(isHeld());
+  EXPECT_TRUE(isLocked());
   clone.reset();
-  EXPECT_TRUE(isHeld());
+  EXPECT_TRUE(isLocked());
   second.storage.reset();
-  EXPECT_FALSE(isHeld());
+  EXPECT_FALSE(isLocked());
 }
 
 TEST_F(DefineStorageTest, RefusesACacheThatWasCutByWholeRecords) {

@@ -20,8 +20,8 @@ DefineAnswer AnswerOf(CacheAnswer answer) {
       return DefineAnswer::kDefined;
     case CacheAnswer::kOtherSize:
       return DefineAnswer::kWrongSize;
-    case CacheAnswer::kHeldElsewhere:
-      return DefineAnswer::kHeldElsewhere;
+    case CacheAnswer::kLockedElsewhere:
+      return DefineAnswer::kLockedElsewhere;
     default:
       return DefineAnswer::kCacheFailed;
   }
@@ -32,7 +32,7 @@ Defined Attach(Cache* cache, cBaseIO* source) {
   if (!storage || !storage->Attach(cache->image.get(), source)) {
     return Answered(DefineAnswer::kNotAttached);
   }
-  storage->KeepHold(cache->hold);
+  storage->KeepLock(cache->lock);
   return {DefineAnswer::kDefined, std::move(storage)};
 }
 

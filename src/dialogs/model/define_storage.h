@@ -22,10 +22,10 @@ enum class DefineAnswer {
   kDefined,
   kSourceMissing,
   kPathMissing,
-  kHeldElsewhere,  // another storage or run is working on the cache
-  kWrongSize,      // the cache was made of a storage with another sector count
-  kCacheFailed,    // every other failure of the cache
-  kNotAttached,    // the source gave no clone of itself
+  kLockedElsewhere,  // another storage or run is working on the cache
+  kWrongSize,        // the cache was made of a storage with another sector count
+  kCacheFailed,      // every other failure of the cache
+  kNotAttached,      // the source gave no clone of itself
 };
 
 struct Defined {

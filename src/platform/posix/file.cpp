@@ -169,7 +169,7 @@ bool SetFileTimes(FileHandle file, const FileTimes& times) {
 LockAnswer LockFileAlone(FileHandle file) {
   if (flock(Descriptor(file), LOCK_EX | LOCK_NB) == 0) return LockAnswer::kLocked;
   RememberErrno();
-  return errno == EWOULDBLOCK ? LockAnswer::kHeldElsewhere : LockAnswer::kUnsupported;
+  return errno == EWOULDBLOCK ? LockAnswer::kLockedElsewhere : LockAnswer::kUnsupported;
 }
 
 std::optional<FileIdentity> IdentityOf(FileHandle file) {

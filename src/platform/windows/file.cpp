@@ -171,7 +171,7 @@ LockAnswer LockFileAlone(FileHandle file) {
   const DWORD error = GetLastError();
   SetLastFailure(error);
   const bool held = error == ERROR_LOCK_VIOLATION || error == ERROR_IO_PENDING;
-  return held ? LockAnswer::kHeldElsewhere : LockAnswer::kUnsupported;
+  return held ? LockAnswer::kLockedElsewhere : LockAnswer::kUnsupported;
 }
 
 std::optional<FileIdentity> IdentityOf(FileHandle file) {

@@ -12,19 +12,19 @@
 
 namespace larkspur {
 
-class CacheHold : public std::enable_shared_from_this<CacheHold> {
+class CacheLock : public std::enable_shared_from_this<CacheLock> {
  public:
   static constexpr double kSyncSeconds = 30;
 
   // A handle that is open for writing, and locked where the file system has locks.
-  explicit CacheHold(platform::OwnedFile file);
-  CacheHold(const CacheHold&) = delete;
-  CacheHold& operator=(const CacheHold&) = delete;
-  ~CacheHold();
+  explicit CacheLock(platform::OwnedFile file);
+  CacheLock(const CacheLock&) = delete;
+  CacheLock& operator=(const CacheLock&) = delete;
+  ~CacheLock();
 
-  // The hold that this process has of the file behind `handle`; null when it has none. Storages of
+  // The lock that this process has of the file behind `handle`; null when it has none. Storages of
   // one process may share a cache, since their images share what they must (io/shared_file.h).
-  static std::shared_ptr<CacheHold> FindInProcess(platform::FileHandle handle);
+  static std::shared_ptr<CacheLock> FindInProcess(platform::FileHandle handle);
 
   platform::FileHandle Handle() const { return m_file.Handle(); }
   bool Sync() { return platform::SyncFile(m_file.Handle()); }
@@ -38,7 +38,7 @@ class CacheHold : public std::enable_shared_from_this<CacheHold> {
   const platform::OwnedFile m_file;
   std::atomic<bool> m_noted{false};
   std::atomic<double> m_lastSync;
-  CacheHold* m_next;  // of this process
+  CacheLock* m_next;  // of this process
 };
 
 }  // namespace larkspur
