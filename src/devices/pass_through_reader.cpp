@@ -18,20 +18,6 @@ namespace {
 
 using namespace platform;
 
-enum SenseKey : u8 {
-  kNoSense = 0,
-  kRecovered = 1,
-  kNotReady = 2,
-  kMediumError = 3,
-  kHardwareError = 4,
-  kIllegalRequest = 5,
-  kUnitAttention = 6,
-  kDataProtect = 7,
-  kBlankCheck = 8,
-  kCopyAborted = 10,
-  kAbortedCommand = 11,
-};
-
 constexpr u8 kBecomingReady = 0x04;      // with a qualifier for what is awaited
 constexpr u8 kNeedsIntervention = 0x03;  // that qualifier: waiting does not help
 constexpr u8 kOutOfRange = 0x21;
@@ -65,24 +51,24 @@ FailureKind KindOfAborted(const SenseData& sense) {
 
 FailureKind KindOfKey(const SenseData& sense, bool isRemovable, bool* isTaken) {
   switch (sense.key) {
-    case kNotReady:
+    case kSenseNotReady:
       return KindOfNotReady(sense);
-    case kMediumError:
-    case kBlankCheck:
+    case kSenseMediumError:
+    case kSenseBlankCheck:
       return FailureKind::kMedium;
-    case kIllegalRequest:
+    case kSenseIllegalRequest:
       // Linux says this where an ATA drive did not find the sector; ours always exist.
       *isTaken = sense.asc == kOutOfRange;
       return FailureKind::kUnclear;
-    case kUnitAttention:
+    case kSenseUnitAttention:
       return sense.asc == kMediumMayHaveChanged && isRemovable ? FailureKind::kGone
                                                                : FailureKind::kTransport;
-    case kAbortedCommand:
+    case kSenseAbortedCommand:
       return KindOfAborted(sense);
-    case kHardwareError:
-    case kCopyAborted:
+    case kSenseHardwareError:
+    case kSenseCopyAborted:
       return FailureKind::kTransport;
-    case kDataProtect:
+    case kSenseDataProtect:
       return FailureKind::kSystem;
   }
   return FailureKind::kUnclear;
@@ -97,7 +83,7 @@ FailureKind KindOfSense(const ScsiCommand& command, bool isRemovable, bool* isTa
   const bool isDeferred = form == 0x71 || form == 0x73;
   if (isDeferred) return FailureKind::kTransport;  // of an earlier command; this one was not run
   const SenseData sense = DecodeSense(command);
-  if (sense.key == kNoSense || sense.key == kRecovered) return FailureKind::kNone;
+  if (sense.key == kSenseNone || sense.key == kSenseRecovered) return FailureKind::kNone;
   return KindOfKey(sense, isRemovable, isTaken);
 }
 

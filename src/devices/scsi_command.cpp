@@ -19,6 +19,12 @@ constexpr u8 kDescriptorSense = 0x72;
 constexpr u8 kFixedSense = 0x70;
 constexpr u32 kAdditionalLength = 7;  // the sense byte that counts those after the eighth
 
+// Additional sense codes, with one qualifier.
+constexpr u8 kAscNotReady = 0x04, kAscqBecomingReady = 0x01;
+constexpr u8 kAscUnknownCommand = 0x20;
+constexpr u8 kAscInvalidField = 0x24;
+constexpr u8 kAscNoMedium = 0x3A;
+
 u8 DirectionCode(u32 direction) {
   return direction == kNoData ? kScsiNoData : direction == kDataIn ? kScsiDataIn : kScsiDataOut;
 }
@@ -111,34 +117,38 @@ std::optional<u64> SenseInformation(const ScsiCommand& command) {
   return std::nullopt;
 }
 
-u32 Classify(const SenseData& sense) {
+ScsiOutcome Classify(const SenseData& sense) {
   switch (sense.key) {
-    case 0:
-    case 1:
-      return 0;
-    case 2:
-      if (sense.asc == 0x3A) return 6;
-      return sense.asc == 0x04 && sense.ascq == 0x01 ? 7 : 1;
-    case 3:
-    case 4:
-      return 9;
-    case 5:
-      return sense.asc == 0x20 ? 2 : sense.asc == 0x24 ? 3 : 4;
-    case 6:
-      return 8;
-    case 7:
-    case 8:
-    case 9:
-    case 10:
-      return 10;
-    case 11:
-      return 11;
+    case kSenseNone:
+    case kSenseRecovered:
+      return ScsiOutcome::kSuccess;
+    case kSenseNotReady:
+      if (sense.asc == kAscNoMedium) return ScsiOutcome::kNoMedium;
+      return sense.asc == kAscNotReady && sense.ascq == kAscqBecomingReady
+                 ? ScsiOutcome::kBecomingReady
+                 : ScsiOutcome::kNotReady;
+    case kSenseMediumError:
+    case kSenseHardwareError:
+      return ScsiOutcome::kMediumOrHardware;
+    case kSenseIllegalRequest:
+      return sense.asc == kAscUnknownCommand ? ScsiOutcome::kUnknownCommand
+             : sense.asc == kAscInvalidField ? ScsiOutcome::kInvalidField
+                                             : ScsiOutcome::kIllegalRequest;
+    case kSenseUnitAttention:
+      return ScsiOutcome::kUnitAttention;
+    case kSenseDataProtect:
+    case kSenseBlankCheck:
+    case kSenseVendorSpecific:
+    case kSenseCopyAborted:
+      return ScsiOutcome::kOther;
+    case kSenseAbortedCommand:
+      return ScsiOutcome::kAborted;
   }
-  return kNoOutcome;
+  return ScsiOutcome::kNone;
 }
 
 bool HasSucceeded(const ScsiCommand& command) {
-  return Classify(DecodeSense(command)) == 0;
+  return Classify(DecodeSense(command)) == ScsiOutcome::kSuccess;
 }
 
 }  // namespace larkspur

@@ -36,8 +36,23 @@ struct ScsiCommand {
 // Sends the command. True when it reached the device, whatever came of it: the caller judges.
 bool ExecuteScsi(platform::Device& device, ScsiCommand& command);
 
+enum SenseKey : u8 {
+  kSenseNone = 0,
+  kSenseRecovered = 1,
+  kSenseNotReady = 2,
+  kSenseMediumError = 3,
+  kSenseHardwareError = 4,
+  kSenseIllegalRequest = 5,
+  kSenseUnitAttention = 6,
+  kSenseDataProtect = 7,
+  kSenseBlankCheck = 8,
+  kSenseVendorSpecific = 9,
+  kSenseCopyAborted = 10,
+  kSenseAbortedCommand = 11,
+};
+
 struct SenseData {
-  u8 key = 0;
+  u8 key = 0;  // SenseKey, or past it
   u8 asc = 0;
   u8 ascq = 0;
 };
@@ -47,11 +62,22 @@ SenseData DecodeSense(const ScsiCommand& command);
 // The block that the sense data name; none when they name none.
 std::optional<u64> SenseInformation(const ScsiCommand& command);
 
-// 0 for success, else what failed: 1 not ready, 2 unknown command, 3 invalid field, 4 other illegal
-// request, 6 no medium, 7 becoming ready, 8 unit attention, 9 medium or hardware error, 10 others,
-// 11 aborted. Keys above 11 have none and count as `kNoOutcome`.
-constexpr u32 kNoOutcome = 0xFF;
-u32 Classify(const SenseData& sense);
+// What a command came to. The numbers are fixed; keys past the last one have no outcome.
+enum class ScsiOutcome : u32 {
+  kSuccess = 0,
+  kNotReady = 1,
+  kUnknownCommand = 2,
+  kInvalidField = 3,
+  kIllegalRequest = 4,
+  kNoMedium = 6,
+  kBecomingReady = 7,
+  kUnitAttention = 8,
+  kMediumOrHardware = 9,
+  kOther = 10,
+  kAborted = 11,
+  kNone = 0xFF,
+};
+ScsiOutcome Classify(const SenseData& sense);
 
 // Whether a command that ExecuteScsi sent has done what it should.
 bool HasSucceeded(const ScsiCommand& command);

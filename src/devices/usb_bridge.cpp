@@ -20,30 +20,93 @@ namespace {
 using namespace platform;
 
 struct BridgeRow {
-  u32 key;  // vendor x 65536 + product
-  u32 bridge;
+  u16 vendor, product;
+  BridgeKind kind;
 };
 
-// In order of the keys.
+constexpr u32 KeyOf(const BridgeRow& row) {
+  return u32{row.vendor} << 16 | row.product;
+}
+
+constexpr bool IsBefore(const BridgeRow& a, const BridgeRow& b) {
+  return KeyOf(a) < KeyOf(b);
+}
+
+// In order of vendor and product.
 constexpr BridgeRow kBridges[] = {
-    {0x03500038, 3}, {0x043E70F1, 4}, {0x0480A004, 7}, {0x04B46830, 8}, {0x04E81F05, 4},
-    {0x04E81F06, 4}, {0x04E81F08, 4}, {0x04E81F0A, 4}, {0x04E82F03, 4}, {0x04E86032, 4},
-    {0x04FC0C05, 7}, {0x04FC0C15, 7}, {0x04FC0C25, 7}, {0x059B0272, 8}, {0x059B0277, 4},
-    {0x059B0370, 7}, {0x059B0475, 4}, {0x059B0575, 4}, {0x059F0951, 4}, {0x059F1019, 4},
-    {0x059F101D, 6}, {0x059F1021, 4}, {0x059F102A, 6}, {0x05AB0060, 8}, {0x067B2507, 4},
-    {0x067B2571, 9}, {0x067B2771, 9}, {0x067B2773, 9}, {0x067B2775, 9}, {0x067B3507, 5},
-    {0x07ABFC88, 6}, {0x07ABFC8E, 7}, {0x07ABFCD6, 4}, {0x07ABFCDA, 4}, {0x09300B03, 7},
-    {0x09300B09, 7}, {0x09300B11, 7}, {0x09390B15, 7}, {0x09390B16, 7}, {0x0BC20503, 8},
-    {0x0BC23008, 3}, {0x0BC25031, 3}, {0x0BC250A1, 3}, {0x0C0BB001, 8}, {0x0C0BB159, 7},
-    {0x0E210510, 8}, {0x10063002, 8}, {0x10580701, 8}, {0x125FA93A, 8}, {0x125FA94A, 8},
-    {0x13FD1640, 3}, {0x152D0539, 4}, {0x152D0551, 6}, {0x152D2329, 4}, {0x152D2336, 6},
-    {0x152D2337, 4}, {0x152D2338, 4}, {0x152D2339, 6}, {0x152D2352, 6}, {0x152D2509, 6},
-    {0x152D2566, 6}, {0x18A50214, 7}, {0x18A50216, 7}, {0x18A50227, 4}, {0x18A5022A, 4},
-    {0x18A5022B, 4}, {0x18A50237, 3}, {0x1BCF0C31, 7}, {0x49711011, 4}, {0x4971CE17, 6},
+    {0x0350, 0x0038, kBridgeSat12},
+    {0x043E, 0x70F1, kBridgeJMicron12},
+    {0x0480, 0xA004, kBridgeSunplus},
+    {0x04B4, 0x6830, kBridgeUnsupported},
+    {0x04E8, 0x1F05, kBridgeJMicron12},
+    {0x04E8, 0x1F06, kBridgeJMicron12},
+    {0x04E8, 0x1F08, kBridgeJMicron12},
+    {0x04E8, 0x1F0A, kBridgeJMicron12},
+    {0x04E8, 0x2F03, kBridgeJMicron12},
+    {0x04E8, 0x6032, kBridgeJMicron12},
+    {0x04FC, 0x0C05, kBridgeSunplus},
+    {0x04FC, 0x0C15, kBridgeSunplus},
+    {0x04FC, 0x0C25, kBridgeSunplus},
+    {0x059B, 0x0272, kBridgeUnsupported},
+    {0x059B, 0x0277, kBridgeJMicron12},
+    {0x059B, 0x0370, kBridgeSunplus},
+    {0x059B, 0x0475, kBridgeJMicron12},
+    {0x059B, 0x0575, kBridgeJMicron12},
+    {0x059F, 0x0951, kBridgeJMicron12},
+    {0x059F, 0x1019, kBridgeJMicron12},
+    {0x059F, 0x101D, kBridgeJMicron12Other},
+    {0x059F, 0x1021, kBridgeJMicron12},
+    {0x059F, 0x102A, kBridgeJMicron12Other},
+    {0x05AB, 0x0060, kBridgeUnsupported},
+    {0x067B, 0x2507, kBridgeJMicron12},
+    {0x067B, 0x2571, kBridgeUnsupportedProlific},
+    {0x067B, 0x2771, kBridgeUnsupportedProlific},
+    {0x067B, 0x2773, kBridgeUnsupportedProlific},
+    {0x067B, 0x2775, kBridgeUnsupportedProlific},
+    {0x067B, 0x3507, kBridgeJMicron14},
+    {0x07AB, 0xFC88, kBridgeJMicron12Other},
+    {0x07AB, 0xFC8E, kBridgeSunplus},
+    {0x07AB, 0xFCD6, kBridgeJMicron12},
+    {0x07AB, 0xFCDA, kBridgeJMicron12},
+    {0x0930, 0x0B03, kBridgeSunplus},
+    {0x0930, 0x0B09, kBridgeSunplus},
+    {0x0930, 0x0B11, kBridgeSunplus},
+    {0x0939, 0x0B15, kBridgeSunplus},
+    {0x0939, 0x0B16, kBridgeSunplus},
+    {0x0BC2, 0x0503, kBridgeUnsupported},
+    {0x0BC2, 0x3008, kBridgeSat12},
+    {0x0BC2, 0x5031, kBridgeSat12},
+    {0x0BC2, 0x50A1, kBridgeSat12},
+    {0x0C0B, 0xB001, kBridgeUnsupported},
+    {0x0C0B, 0xB159, kBridgeSunplus},
+    {0x0E21, 0x0510, kBridgeUnsupported},
+    {0x1006, 0x3002, kBridgeUnsupported},
+    {0x1058, 0x0701, kBridgeUnsupported},
+    {0x125F, 0xA93A, kBridgeUnsupported},
+    {0x125F, 0xA94A, kBridgeUnsupported},
+    {0x13FD, 0x1640, kBridgeSat12},
+    {0x152D, 0x0539, kBridgeJMicron12},
+    {0x152D, 0x0551, kBridgeJMicron12Other},
+    {0x152D, 0x2329, kBridgeJMicron12},
+    {0x152D, 0x2336, kBridgeJMicron12Other},
+    {0x152D, 0x2337, kBridgeJMicron12},
+    {0x152D, 0x2338, kBridgeJMicron12},
+    {0x152D, 0x2339, kBridgeJMicron12Other},
+    {0x152D, 0x2352, kBridgeJMicron12Other},
+    {0x152D, 0x2509, kBridgeJMicron12Other},
+    {0x152D, 0x2566, kBridgeJMicron12Other},
+    {0x18A5, 0x0214, kBridgeSunplus},
+    {0x18A5, 0x0216, kBridgeSunplus},
+    {0x18A5, 0x0227, kBridgeJMicron12},
+    {0x18A5, 0x022A, kBridgeJMicron12},
+    {0x18A5, 0x022B, kBridgeJMicron12},
+    {0x18A5, 0x0237, kBridgeSat12},
+    {0x1BCF, 0x0C31, kBridgeSunplus},
+    {0x4971, 0x1011, kBridgeJMicron12},
+    {0x4971, 0xCE17, kBridgeJMicron12Other},
 };
 static_assert(std::size(kBridges) == 70);
-static_assert(std::is_sorted(std::begin(kBridges), std::end(kBridges),
-                             [](const BridgeRow& a, const BridgeRow& b) { return a.key < b.key; }));
+static_assert(std::is_sorted(std::begin(kBridges), std::end(kBridges), IsBefore));
 
 std::optional<u32> TakeHex(std::u16string_view* text) {
   u32 value = 0;
@@ -85,11 +148,10 @@ bool IsThatDisk(const DiskInterface& disk, u32 number) {
 }  // namespace
 
 BridgeKind BridgeOf(u16 vendor, u16 product) {
-  const u32 key = u32{vendor} << 16 | product;
-  const auto row = std::lower_bound(std::begin(kBridges), std::end(kBridges), key,
-                                    [](const BridgeRow& r, u32 wanted) { return r.key < wanted; });
-  const bool isListed = row != std::end(kBridges) && row->key == key;
-  return isListed ? static_cast<BridgeKind>(row->bridge) : kBridgeUnlisted;
+  const BridgeRow wanted = {vendor, product, kBridgeUnlisted};
+  const auto row = std::lower_bound(std::begin(kBridges), std::end(kBridges), wanted, IsBefore);
+  const bool isListed = row != std::end(kBridges) && KeyOf(*row) == KeyOf(wanted);
+  return isListed ? row->kind : kBridgeUnlisted;
 }
 
 BridgeKind LookUpBridge(Device& device) {
@@ -103,17 +165,22 @@ BridgeKind LookUpBridge(Device& device) {
 }
 
 const char* BridgeName(u32 bridge) {
-  constexpr const char* kNames[] = {"",
-                                    "",
-                                    "",
-                                    "SAT, 12 bytes",
-                                    "JMicron",
-                                    "JMicron, 14 bytes",
-                                    "JMicron",
-                                    "Sunplus",
-                                    "unsupported",
-                                    "Prolific, unsupported"};
-  return kNames[bridge < std::size(kNames) ? bridge : 0];
+  switch (bridge) {
+    case kBridgeSat12:
+      return "SAT, 12 bytes";
+    case kBridgeJMicron12:
+    case kBridgeJMicron12Other:
+      return "JMicron";
+    case kBridgeJMicron14:
+      return "JMicron, 14 bytes";
+    case kBridgeSunplus:
+      return "Sunplus";
+    case kBridgeUnsupported:
+      return "unsupported";
+    case kBridgeUnsupportedProlific:
+      return "Prolific, unsupported";
+  }
+  return "";
 }
 
 Owned<cATATransport> TransportForBridge(u32 bridge) {

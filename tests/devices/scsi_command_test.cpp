@@ -8,41 +8,44 @@
 namespace larkspur {
 namespace {
 
+using Outcome = ScsiOutcome;
+
 struct SenseCase {
   const char* sense;  // hexadecimal
   u32 length;         // sense bytes that came
   u8 status;
-  u32 key, asc, ascq, outcome;
+  u32 key, asc, ascq;
+  Outcome outcome;
 };
 
 constexpr SenseCase kSenses[] = {
-    {"70 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 2, 0x3A, 0x00, 6},
-    {"70 00 02 00 00 00 00 0A 00 00 00 00 04 01", 18, 2, 2, 0x04, 0x01, 7},
-    {"70 00 02 00 00 00 00 0A 00 00 00 00 04 02", 18, 2, 2, 0x04, 0x02, 1},
-    {"71 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 2, 0x3A, 0x00, 6},
-    {"F0 00 03 00 00 00 00 0A 00 00 00 00 11 00", 18, 2, 3, 0x11, 0x00, 9},
-    {"70 00 04 00 00 00 00 0A 00 00 00 00 44 00", 18, 2, 4, 0x44, 0x00, 9},
-    {"70 00 05 00 00 00 00 0A 00 00 00 00 20 00", 18, 2, 5, 0x20, 0x00, 2},
-    {"70 00 05 00 00 00 00 0A 00 00 00 00 24 00", 18, 2, 5, 0x24, 0x00, 3},
-    {"70 00 05 00 00 00 00 0A 00 00 00 00 26 00", 18, 2, 5, 0x26, 0x00, 4},
-    {"70 00 06 00 00 00 00 0A 00 00 00 00 29 00", 18, 2, 6, 0x29, 0x00, 8},
-    {"70 00 07 00 00 00 00 0A 00 00 00 00 27 00", 18, 2, 7, 0x27, 0x00, 10},
-    {"70 00 0A 00 00 00 00 0A 00 00 00 00 00 00", 18, 2, 10, 0, 0, 10},
-    {"70 00 0B 00 00 00 00 0A 00 00 00 00 47 00", 18, 2, 11, 0x47, 0, 11},
-    {"70 00 0C 00 00 00 00 0A 00 00 00 00 00 00", 18, 2, 12, 0, 0, kNoOutcome},
-    {"70 00 0F 00 00 00 00 0A 00 00 00 00 00 00", 18, 2, 15, 0, 0, kNoOutcome},
-    {"70 00 01 00 00 00 00 0A 00 00 00 00 00 1D", 18, 2, 1, 0x00, 0x1D, 0},
-    {"70 00 E2 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 2, 0x3A, 0x00, 6},
+    {"70 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 2, 0x3A, 0x00, Outcome::kNoMedium},
+    {"70 00 02 00 00 00 00 0A 00 00 00 00 04 01", 18, 2, 2, 0x04, 0x01, Outcome::kBecomingReady},
+    {"70 00 02 00 00 00 00 0A 00 00 00 00 04 02", 18, 2, 2, 0x04, 0x02, Outcome::kNotReady},
+    {"71 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 2, 0x3A, 0x00, Outcome::kNoMedium},
+    {"F0 00 03 00 00 00 00 0A 00 00 00 00 11 00", 18, 2, 3, 0x11, 0x00, Outcome::kMediumOrHardware},
+    {"70 00 04 00 00 00 00 0A 00 00 00 00 44 00", 18, 2, 4, 0x44, 0x00, Outcome::kMediumOrHardware},
+    {"70 00 05 00 00 00 00 0A 00 00 00 00 20 00", 18, 2, 5, 0x20, 0x00, Outcome::kUnknownCommand},
+    {"70 00 05 00 00 00 00 0A 00 00 00 00 24 00", 18, 2, 5, 0x24, 0x00, Outcome::kInvalidField},
+    {"70 00 05 00 00 00 00 0A 00 00 00 00 26 00", 18, 2, 5, 0x26, 0x00, Outcome::kIllegalRequest},
+    {"70 00 06 00 00 00 00 0A 00 00 00 00 29 00", 18, 2, 6, 0x29, 0x00, Outcome::kUnitAttention},
+    {"70 00 07 00 00 00 00 0A 00 00 00 00 27 00", 18, 2, 7, 0x27, 0x00, Outcome::kOther},
+    {"70 00 0A 00 00 00 00 0A 00 00 00 00 00 00", 18, 2, 10, 0, 0, Outcome::kOther},
+    {"70 00 0B 00 00 00 00 0A 00 00 00 00 47 00", 18, 2, 11, 0x47, 0, Outcome::kAborted},
+    {"70 00 0C 00 00 00 00 0A 00 00 00 00 00 00", 18, 2, 12, 0, 0, Outcome::kNone},
+    {"70 00 0F 00 00 00 00 0A 00 00 00 00 00 00", 18, 2, 15, 0, 0, Outcome::kNone},
+    {"70 00 01 00 00 00 00 0A 00 00 00 00 00 1D", 18, 2, 1, 0x00, 0x1D, Outcome::kSuccess},
+    {"70 00 E2 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 2, 0x3A, 0x00, Outcome::kNoMedium},
     // Descriptor form.
-    {"72 02 3A 00 00 00 00 00", 8, 2, 2, 0x3A, 0x00, 6},
-    {"73 F5 20 07 00 00 00 00", 8, 2, 5, 0x20, 0x07, 2},
-    {"7F 0B 00 00 00 00 00 00", 8, 2, 11, 0, 0, 11},
+    {"72 02 3A 00 00 00 00 00", 8, 2, 2, 0x3A, 0x00, Outcome::kNoMedium},
+    {"73 F5 20 07 00 00 00 00", 8, 2, 5, 0x20, 0x07, Outcome::kUnknownCommand},
+    {"7F 0B 00 00 00 00 00 00", 8, 2, 11, 0, 0, Outcome::kAborted},
     // Nothing that says anything.
-    {"00 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 0, 0, 0, 0},
-    {"6F 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 0, 0, 0, 0},
+    {"00 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 0, 0, 0, Outcome::kSuccess},
+    {"6F 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 2, 0, 0, 0, Outcome::kSuccess},
     // Only a check condition counts; a busy drive is no failure here.
-    {"70 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 8, 0, 0, 0, 0},
-    {"70 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 0, 0, 0, 0, 0},
+    {"70 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 8, 0, 0, 0, Outcome::kSuccess},
+    {"70 00 02 00 00 00 00 0A 00 00 00 00 3A 00", 18, 0, 0, 0, 0, Outcome::kSuccess},
 };
 
 TEST(ScsiCommand, SenseDataAndOutcomes) {
@@ -57,7 +60,7 @@ TEST(ScsiCommand, SenseDataAndOutcomes) {
     EXPECT_EQ(sense.asc, c.asc) << c.sense;
     EXPECT_EQ(sense.ascq, c.ascq) << c.sense;
     EXPECT_EQ(Classify(sense), c.outcome) << c.sense;
-    EXPECT_EQ(HasSucceeded(command), c.outcome == 0) << c.sense;
+    EXPECT_EQ(HasSucceeded(command), c.outcome == Outcome::kSuccess) << c.sense;
   }
 }
 
@@ -71,7 +74,8 @@ TEST(ScsiCommand, FixedSenseOfEveryLength) {
     const SenseData sense = DecodeSense(command);
     EXPECT_EQ(sense.asc, length < 14 ? 0 : 0x3A) << int{length};
     EXPECT_EQ(sense.ascq, length < 14 ? 0 : 0x01) << int{length};
-    EXPECT_EQ(Classify(sense), length < 14 ? 1u : 6u) << int{length};
+    EXPECT_EQ(Classify(sense), length < 14 ? Outcome::kNotReady : Outcome::kNoMedium)
+        << int{length};
   }
 }
 

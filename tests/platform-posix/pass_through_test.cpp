@@ -102,7 +102,7 @@ TEST(PassThrough, StatusSenseAndResidualComeBack) {
   EXPECT_EQ(command.status, 2);
   EXPECT_EQ(command.senseLength, 18);
   EXPECT_EQ(command.residual, 90u);
-  EXPECT_EQ(Classify(DecodeSense(command)), 3u);
+  EXPECT_EQ(Classify(DecodeSense(command)), ScsiOutcome::kInvalidField);
   device.residual = 1000;  // more than was asked for
   ASSERT_TRUE(ExecuteScsi(device, command));
   EXPECT_EQ(command.residual, 100u);
