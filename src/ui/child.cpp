@@ -26,6 +26,7 @@ bool cChild::Create(cCustomForm& form, const AnchoredBox& place, u32 id) {
   Attach(handle);
   SetWindowSubclass(handle, Procedure, 0, reinterpret_cast<DWORD_PTR>(this));
   form.Remember(*this);
+  SetVisualStyle(handle);
   OnCreate();
   Rescale();
   return true;

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 
-#include <uxtheme.h>
-
 #include "ui/custom_form.h"
 #include "ui/wide.h"
 
@@ -33,8 +31,9 @@ cListViewChild::cListViewChild() : cValueChild(WC_LISTVIEWW, kStyle, WS_EX_CLIEN
 
 void cListViewChild::OnCreate() {
   Send(LVM_SETEXTENDEDLISTVIEWSTYLE, kExtended, kExtended);
-  SetWindowTheme(Handle(), L"Explorer", nullptr);
+  SetVisualStyle(Handle(), L"Explorer");
   m_header.Take(reinterpret_cast<HWND>(Send(LVM_GETHEADER)));
+  SetVisualStyle(m_header.Handle());
 }
 
 void cListViewChild::OnScale() {

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include <uxtheme.h>
+
 #include "ui/model/contrast.h"
 #include "ui/wide.h"
 
@@ -32,6 +34,19 @@ bool IsHighContrast() {
 COLORREF TextColour(COLORREF wanted) {
   const bool isOwn = !IsHighContrast() && IsLegible(wanted, GetSysColor(COLOR_BTNFACE));
   return isOwn ? wanted : GetSysColor(COLOR_BTNTEXT);
+}
+
+bool AreColoursDark() {
+  constexpr u32 kBlack = 0;
+  return !IsHighContrast() && !IsLegible(kBlack, GetSysColor(COLOR_BTNFACE));
+}
+
+void SetVisualStyle(HWND control, const wchar_t* style) {
+  if (AreColoursDark()) {
+    SetWindowTheme(control, L"", L"");
+  } else if (style) {
+    SetWindowTheme(control, style, nullptr);
+  }
 }
 
 i32 cTextRuler::Width(std::u16string_view text) const {

@@ -33,6 +33,14 @@ bool IsHighContrast();
 // What to draw text of `wanted` colour with.
 COLORREF TextColour(COLORREF wanted);
 
+// Whether the system's colours are dark outside of the high-contrast modes. Its visual style then
+// still draws light surfaces, on which text in the system's light colour cannot be read.
+bool AreColoursDark();
+
+// Has the control drawn in the visual style named `style` (null: its own), or, where that would be
+// illegible, plainly in the system's colours.
+void SetVisualStyle(HWND control, const wchar_t* style = nullptr);
+
 // Measures many texts in one font, in pixels.
 class cTextRuler {
  public:
