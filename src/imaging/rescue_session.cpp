@@ -26,6 +26,21 @@ bool IsAllZero(const u8* bytes, size_t count) {
   return std::all_of(bytes, bytes + count, [](u8 byte) { return byte == 0; });
 }
 
+// Adds the sectors of a present range that are nothing but zeros; false when they cannot be read.
+bool FindZeros(RescueStore* store, SectorRange range, ExtentSet* zeros) {
+  constexpr u32 kChunk = 2048;
+  const auto data = std::make_unique<u8[]>(u64{kChunk} * kSectorBytes);
+  for (u64 at = range.first; at < range.End();) {
+    const u32 count = static_cast<u32>(std::min<u64>(range.End() - at, kChunk));
+    if (!store->Load(at, data.get(), count)) return false;
+    for (u32 i = 0; i < count; ++i) {
+      if (IsAllZero(data.get() + u64{i} * kSectorBytes, kSectorBytes)) zeros->Add({at + i, 1});
+    }
+    at += count;
+  }
+  return true;
+}
+
 }  // namespace
 
 RescueSession::RescueSession(Source* source, Cache* cache, const std::u16string& cachePath,
@@ -60,8 +75,10 @@ SessionAnswer RescueSession::Open(EngineOptions options, bool otherSource) {
     }
     platform::DropCachedPages(m_cachePath.c_str());
   }
-  if ((wasCut || history.syncFailed) && !Disbelieve(history.storing)) {
-    return SessionAnswer::kCacheUnreadable;
+  if (wasCut || history.syncFailed) {
+    const std::optional<u64> disbelieved = DisbelieveZeros(m_cache->image.get(), history.storing);
+    if (!disbelieved) return SessionAnswer::kCacheUnreadable;
+    m_disbelieved = *disbelieved;
   }
   m_log = std::make_unique<FileLog>(logPath);
   m_log->Write(LogEvent("open")
@@ -75,37 +92,20 @@ SessionAnswer RescueSession::Open(EngineOptions options, bool otherSource) {
   return SessionAnswer::kReady;
 }
 
-// Of what was being stored when the machine lost power, sectors that are present and nothing but
-// zeros may never have reached the disk: they become missing again.
-bool RescueSession::Disbelieve(const ExtentSet& areas) {
-  ExtentSet present, doubtful;
+std::optional<u64> DisbelieveZeros(cKVRSparseIO* image, const ExtentSet& storing) {
+  CacheStore store(image, [] { return true; });
+  ExtentSet present, zeros;
   bool isRead = true;
-  areas.Visit([&](SectorRange area) {
-    isRead = isRead && m_store.Visit(area, [&](u64 start, u64 sectors, SectorStatus status) {
+  storing.Visit([&](SectorRange area) {
+    isRead = isRead && store.Visit(area, [&](u64 start, u64 sectors, SectorStatus status) {
       if (status == kPresent) present.Add({start, sectors});
       return true;
     });
   });
-  present.Visit([&](SectorRange range) { isRead = isRead && FindZeros(range, &doubtful); });
-  doubtful.Visit([&](SectorRange range) {
-    isRead = isRead && m_cache->image->MarkMissing(range.first, range.count);
-  });
-  m_disbelieved = doubtful.Sectors();
-  return isRead;
-}
-
-bool RescueSession::FindZeros(SectorRange range, ExtentSet* zeros) {
-  constexpr u32 kChunk = 2048;
-  const auto data = std::make_unique<u8[]>(u64{kChunk} * kSectorBytes);
-  for (u64 at = range.first; at < range.End();) {
-    const u32 count = static_cast<u32>(std::min<u64>(range.End() - at, kChunk));
-    if (!m_store.Load(at, data.get(), count)) return false;
-    for (u32 i = 0; i < count; ++i) {
-      if (IsAllZero(data.get() + u64{i} * kSectorBytes, kSectorBytes)) zeros->Add({at + i, 1});
-    }
-    at += count;
-  }
-  return true;
+  present.Visit([&](SectorRange range) { isRead = isRead && FindZeros(&store, range, &zeros); });
+  zeros.Visit(
+      [&](SectorRange range) { isRead = isRead && image->MarkMissing(range.first, range.count); });
+  return isRead ? std::optional(zeros.Sectors()) : std::nullopt;
 }
 
 }  // namespace larkspur

@@ -6,6 +6,7 @@
 // undone is undone, and the engine stands ready. For every face that reads a failing source.
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "imaging/cache.h"
@@ -24,6 +25,11 @@ enum class SessionAnswer {
 
 // What the log says of the source's identity.
 enum class SameDisk { kNew, kSame, kUnknown, kOther };
+
+// Of what was being stored when the machine lost power, sectors that are present and nothing but
+// zeros may never have reached the disk: they become missing again. Answers how many did; none when
+// the cache cannot be read or changed.
+std::optional<u64> DisbelieveZeros(cKVRSparseIO* image, const ExtentSet& storing);
 
 class RescueSession {
  public:
@@ -50,9 +56,6 @@ class RescueSession {
   u32 LogFailure() const { return m_log ? m_log->Failure() : 0; }
 
  private:
-  bool Disbelieve(const ExtentSet& areas);
-  bool FindZeros(SectorRange range, ExtentSet* zeros);
-
   Source* m_source;
   Cache* m_cache;
   std::u16string m_cachePath;

@@ -36,7 +36,6 @@ bool cReadOnceIO::Attach(cKVRSparseIO* image, cBaseIO* source) {
 cBaseIO* cReadOnceIO::Clone() {
   Owned<cReadOnceIO> clone(new (std::nothrow) cReadOnceIO);
   if (!clone || !clone->Attach(m_image.get(), m_source.get())) return nullptr;
-  clone->SetGuard(m_guard);
   clone->KeepLock(m_lock);
   return clone.release();
 }
@@ -84,46 +83,29 @@ u32 cReadOnceIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
     // Measured to the end of the request, also where the image ends before it.
     const u32 missing = static_cast<u32>(std::min<u64>(held.CountClearRun(i), known - i));
     if (missing == 0) return i;  // no memory for the map: nothing can be told, so fetch nothing
-    const u64 first = m_position;
-    if (!Fetch(out + u64{i} * kSectorBytes, missing)) {
-      return std::min(answer, i + static_cast<u32>(m_position - first));
-    }
+    Fetch(out + u64{i} * kSectorBytes, missing);
     i += missing;
   }
   return answer;
 }
 
-bool cReadOnceIO::Fetch(u8* buffer, u32 count) {
+void cReadOnceIO::Fetch(u8* buffer, u32 count) {
   m_source->SetPosition(m_position);
   if (m_source->Read(buffer, count, nullptr) != count) return FetchSingly(buffer, count);
-  if (!Store(buffer, count)) return false;
+  Store(buffer, count);
   m_position += count;
-  return true;
 }
 
-bool cReadOnceIO::FetchSingly(u8* buffer, u32 count) {
-  u64 settledEnd = kNowhere;
-  const auto endAt = [this](u64 sector) {
-    m_position = sector;
-    return false;
-  };
+void cReadOnceIO::FetchSingly(u8* buffer, u32 count) {
   for (u32 i = 0; i < count; ++i, ++m_position, buffer += kSectorBytes) {
     m_source->SetPosition(m_position);
     if (m_source->Read(buffer, 1, nullptr) != 0) {
-      if (!Store(buffer, 1)) return endAt(std::min(settledEnd, m_position));
+      Store(buffer, 1);
       continue;
     }
-    const bool ended = settledEnd != kNowhere;
-    if (ended || (m_guard && !m_guard->ConfirmUnreadable(m_position))) {
-      settledEnd = std::min(settledEnd, m_position);
-      continue;
-    }
-    const bool isMarked = m_image->MarkUnreadable(m_position, 1);
+    if (m_image->MarkUnreadable(m_position, 1)) NoteStored();
     FillRefused(buffer);
-    if (isMarked) NoteStored();
-    if (!isMarked && !GoOnUnstored(InsideImage(1))) return endAt(m_position);
   }
-  return settledEnd == kNowhere || endAt(settledEnd);
 }
 
 void cReadOnceIO::FillRefused(u8* buffer) {
@@ -134,25 +116,12 @@ void cReadOnceIO::FillRefused(u8* buffer) {
   m_image->ReadStored(buffer, 1, &held);
 }
 
-bool cReadOnceIO::Store(const u8* buffer, u32 count) {
-  const u32 inside = InsideImage(count);
-  if (m_image->Write(m_position, buffer, count) != inside) return GoOnUnstored(inside);
-  NoteStored();
-  return true;
+void cReadOnceIO::Store(const u8* buffer, u32 count) {
+  if (m_image->Write(m_position, buffer, count) != 0) NoteStored();
 }
 
 void cReadOnceIO::NoteStored() {
   if (m_lock) m_lock->NoteStored();
-}
-
-u32 cReadOnceIO::InsideImage(u32 count) {
-  const u64 end = std::max(m_image->GetSectorCount(), m_position);
-  return static_cast<u32>(std::min<u64>(count, end - m_position));
-}
-
-bool cReadOnceIO::GoOnUnstored(u32 count) {
-  // What lies after the image's end is kept nowhere, and nothing needs it.
-  return count == 0 || !m_guard || m_guard->GoOnUnstored(m_position, count);
 }
 
 void* cReadOnceIO::Destroy(u32 flags) {

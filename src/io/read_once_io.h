@@ -19,23 +19,6 @@
 
 namespace larkspur {
 
-// What may end a read early, before the image says something that is not so. Without a guard a read
-// always goes to its end: every refused sector is marked, and a failing image is passed over.
-class cFetchGuard {
- public:
-  // Whether the source has really refused that sector. False leaves the sector unmarked and ends
-  // the read there: the source is gone, or the user wants to stop. The rest of the same request is
-  // still looked through, without marking, for what the source had delivered already; so the source
-  // of a guarded storage answers that from memory and asks its device for nothing any more.
-  virtual bool ConfirmUnreadable(u64 sector) = 0;
-  // The image could not keep something of [sector, sector+count). False ends the read, so that the
-  // source is not worn for nothing.
-  virtual bool GoOnUnstored(u64 sector, u32 count) = 0;
-
- protected:
-  ~cFetchGuard() = default;
-};
-
 class cReadOnceIO final : public cBaseIO {
  public:
   cReadOnceIO() = default;
@@ -43,8 +26,6 @@ class cReadOnceIO final : public cBaseIO {
 
   // Takes clones of both; false, and empty, when one is null or cannot be cloned.
   bool Attach(cKVRSparseIO* image, cBaseIO* source);
-  // `guard` is not owned and outlives this object and its clones; null removes it.
-  void SetGuard(cFetchGuard* guard) { m_guard = guard; }
   // Keeps the lock as long as this object or a clone is attached, and has it flush what is stored.
   void KeepLock(std::shared_ptr<CacheLock> lock) { m_lock = std::move(lock); }
   // Our own image, for its counts and extents; null when empty.
@@ -65,23 +46,19 @@ class cReadOnceIO final : public cBaseIO {
   bool GetDescription(char16_t* buffer, i32 capacity) override;
 
  private:
-  // Both fetch [m_position, +count), advance the position, and answer false to end the read.
-  bool Fetch(u8* buffer, u32 count);
-  bool FetchSingly(u8* buffer, u32 count);
-  bool Store(const u8* buffer, u32 count);
-  // How many of `count` sectors at the position lie before the image's end.
-  u32 InsideImage(u32 count);
+  // Both fetch [m_position, +count) and advance the position.
+  void Fetch(u8* buffer, u32 count);
+  void FetchSingly(u8* buffer, u32 count);
+  // Stores sectors at the position. What the image does not take is served all the same.
+  void Store(const u8* buffer, u32 count);
   // Zeros, or what the image has of the sector at the position after all.
   void FillRefused(u8* buffer);
   void NoteStored();
-  // What the guard says when the image did not keep [m_position, +count).
-  bool GoOnUnstored(u32 count);
 
   Owned<cKVRSparseIO> m_image;
   Owned<cBaseIO> m_source;
   u64 m_position = 0;
   u64 m_sectorCount = 0;
-  cFetchGuard* m_guard = nullptr;
   std::shared_ptr<CacheLock> m_lock;
 };
 

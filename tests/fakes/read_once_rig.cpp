@@ -9,16 +9,12 @@ namespace larkspur::fakes {
 bool ReadOnceRig::Open() {
   view.reset();
   traffic = std::make_shared<SourceTraffic>();
-  stop = false;
-  traffic->stop = &stop;
-  guard = std::make_unique<ScriptedGuard>(traffic.get());
   Owned<cKVRSparseIO> image = OpenImage(store);
   if (!image) image = CreateImage(store, script->sectors);
   if (!image) return false;
   Owned<cBaseIO> source = SourceOn(script);
   if (inPieces) source.reset(new cPiecewiseIO(std::move(source), traffic));
   view.reset(new cReadOnceIO);
-  if (guarded) view->SetGuard(guard.get());
   if (view->Attach(image.get(), source.get())) return true;
   view.reset();
   return false;

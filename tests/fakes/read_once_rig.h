@@ -2,8 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// A recording source, an image on a memory store and a read-once storage over both, as the command
-// line puts them together; Open() again is a new run on the same cache.
+// A recording source, an image on a memory store and a read-once storage over both, as the
+// module puts them together; Open() again is a new run on the same cache.
 
 #include "fakes/images.h"
 #include "fakes/recording_source.h"
@@ -11,28 +11,6 @@
 #include "io/read_once_io.h"
 
 namespace larkspur::fakes {
-
-// Marks what the source refused, and continues or not as told when the image keeps nothing.
-class ScriptedGuard final : public cFetchGuard {
- public:
-  explicit ScriptedGuard(SourceTraffic* traffic) : m_traffic(traffic) {}
-
-  bool ConfirmUnreadable(u64 sector) override {
-    lastAsked = sector;
-    return m_traffic->refusedBySource;
-  }
-  bool GoOnUnstored(u64 sector, u32 count) override {
-    unstored += std::to_string(sector) + "+" + std::to_string(count) + " ";
-    return goOn;
-  }
-
-  u64 lastAsked = kNowhere;
-  std::string unstored;
-  bool goOn = false;
-
- private:
-  SourceTraffic* m_traffic;
-};
 
 struct ReadOnceRig {
   explicit ReadOnceRig(u64 sectors)
@@ -50,10 +28,7 @@ struct ReadOnceRig {
   std::shared_ptr<SourceScript> script;
   std::shared_ptr<MemoryStore> store;
   std::shared_ptr<SourceTraffic> traffic;
-  std::unique_ptr<ScriptedGuard> guard;
-  std::atomic<bool> stop{false};  // the user's wish, cleared by Open
-  bool inPieces = true;           // through cPiecewiseIO
-  bool guarded = true;
+  bool inPieces = true;  // through cPiecewiseIO
   Owned<cReadOnceIO> view;
 };
 

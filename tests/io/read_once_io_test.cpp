@@ -13,7 +13,7 @@ using fakes::ReadOnceRig;
 
 TEST(ReadOnceIO, AsksTheSourceTheFirstTimeOnly) {
   ReadOnceRig rig(1000);
-  rig.inPieces = rig.guarded = false;
+  rig.inPieces = false;
   ASSERT_TRUE(rig.Open());
   EXPECT_EQ(rig.Read(100, 300), 300u);
   EXPECT_EQ(rig.script->requests, 1u) << "one run, one request";
@@ -27,7 +27,7 @@ TEST(ReadOnceIO, AsksTheSourceTheFirstTimeOnly) {
 
 TEST(ReadOnceIO, AFailedRunIsAskedAgainSectorBySector) {
   ReadOnceRig rig(1000);
-  rig.inPieces = rig.guarded = false;
+  rig.inPieces = false;
   rig.script->failing = {205};
   ASSERT_TRUE(rig.Open());
   EXPECT_EQ(rig.Read(200, 10), 10u) << "the source's failures do not shorten the answer";
@@ -41,20 +41,16 @@ TEST(ReadOnceIO, AFailedRunIsAskedAgainSectorBySector) {
 }
 
 TEST(ReadOnceIO, ARequestBehindTheEndAnswersWhatIsThere) {
-  for (const bool guarded : {false, true}) {
-    for (const bool inPieces : {false, true}) {
-      ReadOnceRig rig(1000);
-      rig.guarded = guarded;
-      rig.inPieces = inPieces;
-      ASSERT_TRUE(rig.Open());
-      EXPECT_EQ(rig.Read(990, 300), 10u) << guarded << inPieces;
-      EXPECT_EQ(rig.guard->unstored, "") << "nothing of the image was lost";
-      EXPECT_EQ(rig.Statuses().substr(988), "..pppppppppp");
-      rig.script->Forget();
-      EXPECT_EQ(rig.Read(990, 300), 10u);
-      EXPECT_EQ(rig.script->AskedInAll(), 0u);
-      EXPECT_EQ(rig.Read(1000, 5), 0u);
-    }
+  for (const bool inPieces : {false, true}) {
+    ReadOnceRig rig(1000);
+    rig.inPieces = inPieces;
+    ASSERT_TRUE(rig.Open());
+    EXPECT_EQ(rig.Read(990, 300), 10u) << inPieces;
+    EXPECT_EQ(rig.Statuses().substr(988), "..pppppppppp");
+    rig.script->Forget();
+    EXPECT_EQ(rig.Read(990, 300), 10u);
+    EXPECT_EQ(rig.script->AskedInAll(), 0u);
+    EXPECT_EQ(rig.Read(1000, 5), 0u);
   }
 }
 
@@ -146,75 +142,8 @@ TEST(ReadOnceIO, ClonesAreTheSameStorage) {
   EXPECT_EQ(rig.script->AskedMoreThan(1), "") << "a clone knows what the other stored";
 }
 
-TEST(ReadOnceIO, StopsWithoutMarkingWhatWasNotRefused) {
+TEST(ReadOnceIO, AFailingStoreIsPassedOver) {
   ReadOnceRig rig(1000);
-  rig.script->failing = {300};
-  ASSERT_TRUE(rig.Open());
-  rig.script->onRequest = [&rig](u64 sector, u32) { rig.stop = sector >= 256; };
-  EXPECT_EQ(rig.Read(0, 600), 300u) << "what was delivered is answered";
-  EXPECT_EQ(rig.guard->lastAsked, 300u);
-  EXPECT_EQ(rig.Statuses(), std::string(300, 'p') + std::string(700, '.'));
-  rig.script->onRequest = nullptr;
-  rig.script->Forget();
-  ASSERT_TRUE(rig.Open());
-  rig.ReadAll(600);
-  EXPECT_EQ(rig.script->Asked(0) + rig.script->Asked(299), 0u);
-  EXPECT_EQ(rig.Statuses(), std::string(300, 'p') + "u" + std::string(699, 'p'));
-}
-
-TEST(ReadOnceIO, AStopKeepsWhatTheSourceHadDelivered) {
-  ReadOnceRig rig(1024);
-  rig.script->failing = {10};
-  ASSERT_TRUE(rig.Open());
-  // Stopped when sector 11 is asked for alone: the whole request has been asked in pieces by then.
-  rig.script->onRequest = [&rig](u64 sector, u32 count) {
-    if (count == 1 && sector == 11) rig.stop = true;
-  };
-  EXPECT_EQ(rig.Read(0, 512), 12u);
-  EXPECT_EQ(rig.Statuses(), std::string(10, 'p') + "up" + std::string(116, '.') +
-                                std::string(384, 'p') + std::string(512, '.'));
-  rig.script->onRequest = nullptr;
-  ASSERT_TRUE(rig.Open());
-  rig.script->Forget();
-  rig.ReadAll(512);
-  EXPECT_EQ(rig.script->AskedInAll(), 116u + 512u) << "only what the cache lacked";
-}
-
-TEST(ReadOnceIO, ASourceThatShrinksIsNotMarked) {
-  ReadOnceRig rig(1000);
-  rig.script->failing = {20};
-  ASSERT_TRUE(rig.Open());
-  EXPECT_EQ(rig.Read(0, 100), 100u);
-  rig.script->liveSectors = 300;
-  EXPECT_EQ(rig.Read(0, 600), 300u);
-  EXPECT_TRUE(rig.traffic->gone);
-  EXPECT_EQ(rig.Statuses().find('u'), 20u);
-  EXPECT_EQ(rig.Statuses().rfind('u'), 20u) << "only what was really refused";
-  EXPECT_EQ(rig.Read(700, 10), 0u);
-  rig.script->liveSectors = 1000;
-  ASSERT_TRUE(rig.Open());
-  rig.ReadAll(600);
-  EXPECT_EQ(rig.Statuses(), std::string(20, 'p') + "u" + std::string(979, 'p'));
-}
-
-TEST(ReadOnceIO, AFailingStoreEndsTheReadWhenTheGuardSaysSo) {
-  for (const bool goOn : {false, true}) {
-    ReadOnceRig rig(1000);
-    rig.script->failing = {350};
-    ASSERT_TRUE(rig.Open());
-    rig.guard->goOn = goOn;
-    EXPECT_EQ(rig.Read(0, 128), 128u);
-    rig.store->limitBytes = rig.store->bytes.size();  // the disk is full
-    EXPECT_EQ(rig.Read(128, 500), goOn ? 500u : 0u);
-    EXPECT_EQ(rig.guard->unstored.substr(0, 6), "128+1 ");
-    EXPECT_EQ(rig.Statuses(), std::string(128, 'p') + std::string(872, '.'));
-    EXPECT_EQ(rig.script->AskedMoreThan(2), "");
-  }
-}
-
-TEST(ReadOnceIO, WithoutAGuardAFailingStoreIsPassedOver) {
-  ReadOnceRig rig(1000);
-  rig.guarded = false;
   rig.script->failing = {350};
   ASSERT_TRUE(rig.Open());
   rig.store->limitBytes = rig.store->bytes.size();
@@ -224,7 +153,6 @@ TEST(ReadOnceIO, WithoutAGuardAFailingStoreIsPassedOver) {
 
 TEST(ReadOnceIO, AnImageThatCannotBeReadToItsEndDoesNotSendUsBackToTheSource) {
   ReadOnceRig rig(1000);
-  rig.guarded = false;
   ASSERT_TRUE(rig.Open());
   EXPECT_EQ(rig.Read(384, 128), 128u);  // block 3, record 0
   EXPECT_EQ(rig.Read(256, 1), 1u);      // block 2, record 1

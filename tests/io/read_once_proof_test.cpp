@@ -93,41 +93,9 @@ TEST(ReadOnceProof, NothingKnownIsEverAskedAgain) {
   for (int round = 0; round < 24; ++round) {
     ReadOnceRig rig(1 + random.Below(4000));
     rig.inPieces = round % 4 != 0;
-    rig.guarded = round % 3 != 0 && rig.inPieces;
     rig.script->failing = RandomFailures(&random, rig.script->sectors);
     rig.script->deliversPrefix = round % 2 == 0;
     ASSERT_NO_FATAL_FAILURE(LiveOn(&random, &rig)) << "round " << round;
-  }
-}
-
-// A run of reads that is stopped after a random number of requests, again and again.
-TEST(ReadOnceProof, InterruptedRunsGoOnWhereTheyStopped) {
-  fakes::RandomSource random;
-  SCOPED_TRACE("LARKSPUR_SEED=" + std::to_string(random.seed));
-  for (int round = 0; round < 20; ++round) {
-    ReadOnceRig rig(3000);
-    rig.script->failing = RandomFailures(&random, 3000);
-    const u32 request = static_cast<u32>(1 + random.Below(1000));
-    std::string known(3000, '.');
-    while (known != Complete(*rig.script)) {
-      ASSERT_TRUE(rig.Open());
-      rig.script->Forget();
-      const u64 patience = 1 + random.Below(300);
-      rig.script->onRequest = [&rig, patience](u64, u32) {
-        rig.stop = rig.script->requests >= patience;
-      };
-      rig.ReadAll(request);
-      ASSERT_EQ(rig.script->AskedMoreThan(2), "");
-      const std::string now = rig.Statuses();
-      for (u64 sector = 0; sector < 3000; ++sector) {
-        if (known[sector] != '.') {
-          ASSERT_EQ(rig.script->Asked(sector), 0u) << sector;
-          ASSERT_EQ(now[sector], known[sector]) << sector;
-        }
-        ASSERT_TRUE(now[sector] != 'u' || rig.script->failing.count(sector)) << sector;
-      }
-      known = now;
-    }
   }
 }
 

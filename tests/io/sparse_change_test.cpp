@@ -118,7 +118,7 @@ TEST(SparseMarks, ABlockThatWasCompleteIsSeenToBeSoNoMore) {
 TEST(UnreadableCache, IsNeitherMissingNorAskedOfTheSource) {
   for (const u64 damaged : {u64{512 + 4}, 1024 + kRecordBytes}) {
     fakes::ReadOnceRig rig(1000);
-    rig.guarded = rig.inPieces = false;
+    rig.inPieces = false;
     ASSERT_TRUE(rig.Open());
     EXPECT_EQ(rig.Read(0, 300), 300u);
     rig.script->Forget();
