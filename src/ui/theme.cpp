@@ -43,7 +43,7 @@ bool AreColoursDark() {
 
 void SetVisualStyle(HWND control, const wchar_t* style) {
   if (AreColoursDark()) {
-    SetWindowTheme(control, L"", L"");
+    SetWindowTheme(control, L" ", L" ");  // names that no style has; Wine ignores empty ones
   } else if (style) {
     SetWindowTheme(control, style, nullptr);
   }
