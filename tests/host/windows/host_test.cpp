@@ -289,10 +289,10 @@ TEST_F(HostTest, ACacheOpensOnce) {
   FillIn(dialog, cache);
   // The dialog goes before the message comes.
   ASSERT_TRUE(cHostDriver::Wait([&] { return !IsWindow(dialog); }));
-  EXPECT_TRUE(Has(PutAway(host), u"is open already."));
+  EXPECT_TRUE(Has(PutAway(host), u"is already open."));
   EXPECT_EQ(StorageCount(host), 2);
   PostMessageW(host.Window(), cMainForm::kOpenNamed, 0, 0);
-  EXPECT_TRUE(Has(PutAway(host), u"This storage is open already."));
+  EXPECT_TRUE(Has(PutAway(host), u"This storage is already open."));
   EXPECT_EQ(StorageCount(host), 2);
   EXPECT_EQ(host.Close(), 0u);
 }
