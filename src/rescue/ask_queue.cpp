@@ -79,9 +79,12 @@ void AskQueue::Pop(u32 count) {
   m_changed.notify_all();
 }
 
-void AskQueue::Drop() {
+std::optional<SectorRange> AskQueue::Drop() {
   const std::lock_guard lock(m_mutex);
-  m_end = m_answered + (m_isAsking ? 1 : 0);
+  const u64 end = m_answered + (m_isAsking ? 1 : 0);
+  if (m_end <= end) return std::nullopt;
+  m_end = end;
+  return Slot(end).range;
 }
 
 void AskQueue::Work() {

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include "io/sector_range.h"
@@ -45,6 +46,7 @@ class AskQueue {
   void SetDepth(u32 depth) { m_depth = std::min(depth, kSlots); }
   // Whether slow requests count as gone badly. Forgets what is usual.
   void JudgeSlowness(bool judge);
+  bool JudgesSlowness() const { return m_judgesSlowness; }
   // At most that many bytes a second; 0: as fast as it goes.
   void LimitRate(u64 bytesPerSecond) { m_bytesPerSecond = bytesPerSecond; }
 
@@ -57,8 +59,8 @@ class AskQueue {
   // which lie in one piece in memory; 0 when none came. They stay valid until Pop.
   u32 Wait(double seconds, u32 most, Asked** first);
   void Pop(u32 count);
-  // Drops what was not asked yet. An ask under way is still answered.
-  void Drop();
+  // Drops what was not asked yet, and answers the first of it. An ask under way is still answered.
+  std::optional<SectorRange> Drop();
 
  private:
   void Work();

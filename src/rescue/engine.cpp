@@ -173,15 +173,15 @@ void Engine::Scan(Phase phase, bool forward, Skip skip, SectorRange within) {
     return SectorRange{first, end - first};
   };
   Stream(next, [&](const Asked& asked) {
-    const u64 distance = policy.Next(asked.wentBadly);
-    if (!asked.wentBadly) return;
     const SectorRange& range = asked.range;
     const bool again = asked.answer.kind == FailureKind::kSystem;
     if (again) {
       cursor = forward ? range.first : range.End();
-    } else {
-      cursor = forward ? range.End() + distance : range.first - std::min(range.first, distance);
+      return;
     }
+    const u64 distance = policy.Next(asked.wentBadly);
+    if (!asked.wentBadly) return;
+    cursor = forward ? range.End() + distance : range.first - std::min(range.first, distance);
   });
 }
 
@@ -244,13 +244,17 @@ bool Engine::AskAlone(SectorRange area, bool forward) {
   u64 cursor = forward ? area.first : area.End();
   bool hasFailed = false;
   const auto next = [&]() -> std::optional<SectorRange> {
-    const bool isOver = forward ? cursor >= area.End() : cursor <= area.first;
-    if (hasFailed || isOver) return std::nullopt;
-    const SectorRange unit = UnitAround(forward ? cursor : cursor - 1);
-    const u64 first = std::max(unit.first, area.first);
-    const u64 end = std::min(unit.End(), area.End());
-    cursor = forward ? end : first;
-    return SectorRange{first, end - first};
+    while (!hasFailed && (forward ? cursor < area.End() : cursor > area.first)) {
+      const SectorRange unit = UnitAround(forward ? cursor : cursor - 1);
+      const u64 first = std::max(unit.first, area.first);
+      const u64 end = std::min(unit.End(), area.End());
+      cursor = forward ? end : first;
+      // Somebody else may have had it asked for meanwhile.
+      if (m_isRetrying || m_ledger.IsOpen({first, end - first})) {
+        return SectorRange{first, end - first};
+      }
+    }
+    return std::nullopt;
   };
   Stream(next, [&](const Asked& asked) {
     if (!asked.wentBadly) return;
@@ -303,19 +307,31 @@ void Engine::Retry(const ExtentSet& domain) {
   m_isRetrying = false;
 }
 
-u64 Engine::Fetch(SectorRange range, u8* out) {
-  if (IsStopping() || !Want(ExtentSet(range))) return 0;
+void Engine::ReadMissing(SectorRange range, bool untilRefused) {
+  if (IsStopping() || !Want(ExtentSet(range))) return;
   const SectorRange wide = Widened(range);
+  if (untilRefused && m_ledger.HasRefused(range)) return;
   Begin(Phase::kFetch);
+  m_ledger.GiveUpWitnesses(wide);
   Scan(Phase::kFetch, true, Skip::kNothing, wide);
   for (u64 before = 0; !IsStopping();) {
     ExtentSet open;
     m_ledger.failed.Visit(wide, [&](SectorRange part) { open.Add(part); });
     m_ledger.trimmed.Visit(wide, [&](SectorRange part) { open.Add(part); });
-    if (open.IsEmpty() || open.Sectors() == before) break;
+    if (open.IsEmpty() || open.Sectors() == before) return;
     before = open.Sectors();
-    open.Visit([&](SectorRange part) { AskAlone(part, true); });
+    bool isEnough = false;
+    open.Visit([&](SectorRange part) {
+      if (!isEnough) isEnough = !AskAlone(part, true) && untilRefused;
+    });
+    if (isEnough) return;
   }
+}
+
+u64 Engine::Fetch(SectorRange range, u8* out) {
+  if (IsStopping()) return 0;
+  ReadMissing(range, false);
+  if (m_reason == StopReason::kCacheUnreadable) return 0;
   std::fill_n(out, range.count * kSectorBytes, u8{0});
   for (u64 done = 0; done < range.count;) {
     const u32 count = static_cast<u32>(std::min<u64>(range.count - done, kPiece));

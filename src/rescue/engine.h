@@ -56,7 +56,12 @@ struct EngineOptions {
   bool inThread = true;  // asks on a thread of its own
   // Called when the disk no longer answers, or is gone, instead of ending; true when it is there
   // again. Empty: the run ends.
-  std::function<bool(StopReason)> onSilent;
+  std::function<bool(StopReason)> onSilent = {};
+  // For those who want sectors while Image works: as long as `isAwaited`, nothing of the image is
+  // asked for, and once nothing is under way `serve` is called, which may call Fetch and
+  // ReadMissing. Empty: Image has the source to itself.
+  std::function<bool()> isAwaited = {};
+  std::function<void()> serve = {};
 };
 
 class Engine {
@@ -79,9 +84,15 @@ class Engine {
   void Image();
   // Asks for the unreadable sectors of `domain`, and only those, alone once more.
   void Retry(const ExtentSet& domain);
+  // Reads what is missing of the range into the cache. `untilRefused`: the range is of no use
+  // without all of its sectors, so nothing more is asked for once one of them was refused.
+  void ReadMissing(SectorRange range, bool untilRefused);
   // Reads what is missing of the range, for somebody who waits for it, and copies it to `out`.
   // Answers how many sectors, from the first on, are settled: data, or zeros where unreadable.
   u64 Fetch(SectorRange range, u8* out);
+  // To be called now and then by those who keep an engine with nothing to do: flushes to disk when
+  // it is time to.
+  void Idle() { SyncWhenDue(); }
 
   // Ends the run: asks for proof where it is wanted, flushes everything to disk, and says so in the
   // log. The reason is final afterwards.
@@ -115,6 +126,8 @@ class Engine {
   // One stream of requests: what `next` gives is asked in order; `settled` hears of each answer.
   void Stream(const Next& next, const Settled& settled);
   bool TakeAnswers(const Settled& settled);
+  bool IsAwaited() { return !m_isServing && m_options.isAwaited && m_options.isAwaited(); }
+  void GiveWay(const Settled& settled);
   bool StoreAnswers(const Asked* first, u32 count);
   void Settle(const Asked& asked);
   void SettleFailure(const Asked& asked);
@@ -165,6 +178,7 @@ class Engine {
   ExtentSet m_triedEarlier;  // asked by earlier runs, so that this one counts them once
   std::vector<std::pair<u64, u64>> m_named;  // bad sectors that the drive named: in which piece
   bool m_isRetrying = false;
+  bool m_isServing = false;
 
   u32 m_failuresInRow = 0;
   double m_firstFailure = 0;

@@ -41,6 +41,10 @@ void Engine::StopWith(StopReason reason, u32 systemError) {
 
 void Engine::Stream(const Next& next, const Settled& settled) {
   while (!IsStopping()) {
+    if (IsAwaited()) {
+      GiveWay(settled);
+      continue;
+    }
     while (m_queue.HasRoom()) {
       const auto range = next();
       if (!range) break;
@@ -54,6 +58,26 @@ void Engine::Stream(const Next& next, const Settled& settled) {
   m_queue.Drop();
   // What is under way is still answered, and kept.
   while (!m_queue.IsEmpty()) TakeAnswers(settled);
+}
+
+void Engine::GiveWay(const Settled& settled) {
+  if (const auto dropped = m_queue.Drop()) {
+    // Not asked: as where the system failed, it comes next again.
+    Asked again;
+    again.range = *dropped;
+    again.answer.kind = FailureKind::kSystem;
+    again.wentBadly = true;
+    settled(again);
+  }
+  while (!m_queue.IsEmpty()) TakeAnswers(settled);
+  const Phase phase = m_progress.phase;
+  const bool judged = m_queue.JudgesSlowness();
+  m_isServing = true;
+  m_options.serve();
+  m_isServing = false;
+  m_queue.JudgeSlowness(judged);
+  m_progress.phase = phase;
+  SyncWhenDue();
 }
 
 bool Engine::TakeAnswers(const Settled& settled) {
@@ -167,12 +191,9 @@ void Engine::SettleFailure(const Asked& asked) {
   } else {
     m_ledger.Refused(rest, alone);
     // Not so well placed, then.
-    const SectorRange piece{rest.first / AskedSource::kMaxAskSectors * AskedSource::kMaxAskSectors,
-                            AskedSource::kMaxAskSectors};
-    ExtentSet near;
-    m_ledger.witnesses.Visit(piece, [&](SectorRange witness) { near.Add(witness); });
-    m_ledger.witnesses.Remove(near);
-    m_ledger.untried.Add(near);
+    m_ledger.GiveUpWitnesses(
+        {rest.first / AskedSource::kMaxAskSectors * AskedSource::kMaxAskSectors,
+         AskedSource::kMaxAskSectors});
     const bool isNamed = answer.firstBad > rest.first && answer.firstBad < rest.End();
     if (isNamed && m_named.size() < kMostNamed) {
       const std::pair named{rest.first, answer.firstBad};

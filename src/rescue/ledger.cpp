@@ -3,6 +3,14 @@
 #include "rescue/ledger.h"
 
 namespace larkspur {
+namespace {
+
+bool Touches(const ExtentSet& set, SectorRange range) {
+  const auto part = set.NextFrom(range.first);
+  return part && part->first < range.End();
+}
+
+}  // namespace
 
 bool RescueStore::Count(SectorRange range, StatusTotals* totals) {
   return Visit(range, [totals](u64, u64 sectors, SectorStatus status) {
@@ -33,6 +41,21 @@ void Ledger::Spend(SectorRange range) {
   m_recent.push_back({range, &Ledger::failed, &Ledger::spent});
   failed.Remove(range);
   spent.Add(range);
+}
+
+bool Ledger::IsOpen(SectorRange range) const {
+  return Touches(failed, range) || Touches(trimmed, range) || Touches(witnesses, range);
+}
+
+bool Ledger::HasRefused(SectorRange range) const {
+  return Touches(refused, range) || Touches(spent, range);
+}
+
+void Ledger::GiveUpWitnesses(SectorRange range) {
+  ExtentSet there;
+  witnesses.Visit(range, [&](SectorRange witness) { there.Add(witness); });
+  witnesses.Remove(there);
+  untried.Add(there);
 }
 
 bool Ledger::Prove(u64* marked) {

@@ -29,6 +29,13 @@ class Ledger {
   // Refused twice together with others, since a drive named the wrong sector: not asked again.
   ExtentSet spent;
 
+  // Whether any of the range is still to be asked for alone.
+  bool IsOpen(SectorRange range) const;
+  // Whether any of the range was refused for good, as far as is known.
+  bool HasRefused(SectorRange range) const;
+  // Witnesses in the range become wanted as any other sector is.
+  void GiveUpWitnesses(SectorRange range);
+
   // Sectors that are still to be asked for.
   u64 Left() const { return untried.Sectors() + failed.Sectors() + trimmed.Sectors(); }
 

@@ -296,6 +296,61 @@ TEST_F(EngineTest, FetchReadsWhatSomebodyWaitsFor) {
   EXPECT_EQ(m_disk.asked[150], 1u);
 }
 
+TEST_F(EngineTest, WhoeverWaitsComesBeforeTheImage) {
+  m_disk.badKind = FailureKind::kMedium;
+  m_disk.bad.Add({20000, 3});
+  std::optional<SectorRange> awaited;
+  Engine* engine = nullptr;
+  m_disk.onAsk = [&](u64 ask) {
+    if (ask == 3) awaited = {19900, 300};
+  };
+  m_options.isAwaited = [&] { return awaited.has_value(); };
+  m_options.serve = [&] { engine->ReadMissing(*std::exchange(awaited, {}), true); };
+  EXPECT_EQ(RunOn([&](Engine& one) {
+              engine = &one;
+              one.Want(ExtentSet({0, kNowhere}));
+              one.Image();
+            }),
+            StopReason::kDone);
+  // Once it is known that the range cannot be had whole, the image goes on where it was.
+  EXPECT_EQ(m_disk.Pattern().substr(0, 63),
+            "0-511 19900-19967 19968-20095! 20096-20199 19968-19999 20000! 5");
+  ExpectOnlyBadMissing();
+  EXPECT_EQ(m_disk.AskedMoreThan(2), "");
+}
+
+TEST_F(EngineTest, NothingIsAskedMoreOftenWhereManyWaitMeanwhile) {
+  fakes::RandomSource random, chance;  // one for each thread
+  SCOPED_TRACE(random.seed);
+  m_disk.badKind = FailureKind::kMedium;
+  for (int i = 0; i < 30; ++i) m_disk.bad.Add({random.Below(kSectors - 300), random.Below(300)});
+  std::atomic<bool> isAwaited = false;
+  Engine* engine = nullptr;
+  m_disk.onAsk = [&](u64) {
+    if (chance.Below(4) == 0) isAwaited = true;
+  };
+  m_options.isAwaited = [&] { return isAwaited.load(); };
+  m_options.serve = [&] {
+    isAwaited = false;
+    engine->ReadMissing({random.Below(kSectors - 500), random.Below(500)}, random.Below(2) == 0);
+    isAwaited = false;
+  };
+  for (const bool inThread : {false, true}) {
+    m_options.inThread = inThread;
+    m_disk.asked.assign(kSectors, 0);
+    m_store = fakes::MemoryRescueStore(kSectors);
+    m_log = fakes::MemoryLog();
+    EXPECT_EQ(RunOn([&](Engine& one) {
+                engine = &one;
+                one.Want(ExtentSet({0, kNowhere}));
+                one.Image();
+              }),
+              StopReason::kDone);
+    ExpectOnlyBadMissing();
+    EXPECT_EQ(m_disk.AskedMoreThan(2), "");
+  }
+}
+
 TEST_F(EngineTest, AFullOrFailingCacheSparesTheDisk) {
   m_store.storesLeft = 20;
   EXPECT_EQ(Run(), StopReason::kStoreFailed);
