@@ -10,7 +10,7 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-FACES = {"module", "host", "cli"}
+FACES = {"module", "host", "cli", "nbd"}
 
 # A folder includes itself and the folders named here (docs/architecture.md draws the picture).
 MAY_INCLUDE = {
@@ -27,6 +27,7 @@ MAY_INCLUDE = {
     "module": {"dialogs", "ui", "partitions", "imaging", "devices", "catalog", "io", "base", "platform"},
     "host": {"dialogs", "ui", "partitions", "imaging", "rescue", "devices", "catalog", "io", "base", "platform",
              "module"},
+    "nbd": {"cli", "imaging", "rescue", "io", "base", "platform"},
     "cli": {"partitions", "imaging", "rescue", "devices", "io", "base", "platform"},
 }
 

@@ -65,8 +65,19 @@ struct ExportOptions {
   std::string output;  // "-": standard output
   u64 start = 0;
   std::optional<u64> sectors;
+  std::string partition;  // its place, instead of a range
   bool force = false;
   bool hash = false;
+};
+
+// Without a source, the cache as it is.
+struct ServeOptions : StorageOptions {
+  std::string socket;  // a path, or empty
+  std::optional<u16> port;
+  std::string address = "127.0.0.1";
+  std::string partition;             // its place; empty: the whole storage
+  std::string unreadable = "error";  // or "zeros"
+  bool fill = false;
 };
 
 struct TreeOptions : StorageOptions {
@@ -83,6 +94,7 @@ ExitStatus RunMap(const MapOptions& options);
 ExitStatus RunCheck(const std::string& cache, bool repair, bool json);
 ExitStatus RunImport(const ImportOptions& options);
 ExitStatus RunExport(const ExportOptions& options);
+ExitStatus RunServe(ServeOptions options);
 // The storage is options.source; options.cache may be empty.
 ExitStatus RunTree(const TreeOptions& options);
 ExitStatus RunDevices(bool json);

@@ -5,6 +5,7 @@
 #include "base/path_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
+#include "cli/partition.h"
 #include "cli/progress.h"
 #include "cli/storages.h"
 #include "imaging/export.h"
@@ -73,7 +74,11 @@ ExitStatus TellEnd(const ExportResult& result, const ExportOptions& options) {
 }
 
 // What is to be written, in sectors.
-ExitStatus FindRange(const ExportOptions& options, u64 sectors, SectorRange* range) {
+ExitStatus FindRange(const ExportOptions& options, cKVRSparseIO* image, SectorRange* range) {
+  if (!options.partition.empty()) {
+    return FindPartition(image, options.cache, options.partition, range);
+  }
+  const u64 sectors = image->GetSectorCount();
   if (options.start >= sectors) {
     Tell(fmt::format("--start {} lies past the end: the cache has {} sectors", options.start,
                      sectors));
@@ -121,7 +126,7 @@ ExitStatus RunExport(const ExportOptions& options) {
   auto cache = OpenCacheToLook(options.cache);
   if (!cache) return kExitFailed;
   SectorRange range{};
-  ExitStatus status = FindRange(options, cache->cacheSectors, &range);
+  ExitStatus status = FindRange(options, cache->image.get(), &range);
   if (status != kExitDone) return status;
   std::unique_ptr<ExportSink> target;
   status = OpenTarget(options, range.count << kSectorShift, &target);

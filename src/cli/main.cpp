@@ -63,6 +63,12 @@ void AddRange(CLI::App* command, Options* options, bool required) {
       ->required(required);
 }
 
+CLI::Option* AddPartition(CLI::App* command, std::string* place) {
+  return command
+      ->add_option("--partition", *place, "A partition by its place, as tree shows it: 1 or 1.2")
+      ->type_name("P");
+}
+
 // Each of these gives a command its options; `chosen` becomes what to run when it is the one.
 void AddImage(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ImageOptions>();
@@ -162,6 +168,7 @@ void AddExport(CLI::App* command, Action* chosen) {
                    "The raw image to make; - is standard output, and a block device needs --force")
       ->required();
   AddRange(command, options.get(), false);
+  AddPartition(command, &options->partition)->excludes("--start")->excludes("--sectors");
   command->add_flag("--force", options->force, "Replace an existing file, or write to a device");
   command->add_flag(
       "--hash", options->hash,
@@ -177,6 +184,38 @@ void AddImport(CLI::App* command, Action* chosen) {
   command->add_option("CACHE", options->cache, "The cache file to make")->required();
   AddJson(command, &options->json);
   command->callback([=] { *chosen = [options] { return RunImport(*options); }; });
+}
+
+void AddServe(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<ServeOptions>();
+  auto storages = std::make_shared<std::vector<std::string>>();
+  command
+      ->add_option("STORAGES", *storages,
+                   "A cache; or a source and its cache, into which clients' reads are kept")
+      ->type_name("[SOURCE] CACHE")
+      ->required()
+      ->expected(1, 2);
+  AddTestMode(command, options.get());
+  AddReading(command, options.get());
+  auto* socket = command->add_option("--socket", options->socket, "Listen on this socket");
+  socket->type_name("PATH");
+  auto* port = command->add_option("--port", options->port, "Listen on this TCP port");
+  port->type_name("N")->check(CLI::Range(1, 65535))->excludes(socket);
+  command->add_option("--address", options->address, "The port's address; 127.0.0.1 if not given")
+      ->type_name("IP")
+      ->needs(port);
+  AddPartition(command, &options->partition);
+  command
+      ->add_option("--unreadable", options->unreadable,
+                   "What reading an unreadable sector gives: error or zeros")
+      ->type_name("WHAT")
+      ->check(CLI::IsMember({"error", "zeros"}));
+  command->add_flag("--fill", options->fill, "Image the source while no client waits");
+  command->callback([=] {
+    options->cache = storages->back();
+    if (storages->size() > 1) options->source = storages->front();
+    *chosen = [options] { return RunServe(*options); };
+  });
 }
 
 void AddTree(CLI::App* command, Action* chosen) {
@@ -231,6 +270,10 @@ constexpr Command kCommands[] = {
      "What is not in the cache reads as zeros. In a file zeros stay holes."},
     {"import", "Make a cache of a rescue that GNU ddrescue began", AddImport,
      "What the mapfile marks + becomes present, - becomes unreadable, the rest is missing."},
+    {"serve", "Serve a cache, or a source through it, as NBD for other tools", AddServe,
+     "Serves read-only until Ctrl-C, with nbdkit(1), and prints the lines to type to attach it. With "
+     "a source, what clients ask for and the cache lacks is read from it once; without, it is an "
+     "error."},
     {"tree", "Show the partitions and volume sets of a source or a cache", AddTree},
     {"devices", "List the storage devices of this machine", AddDevices},
     {"identify", "Show what a drive says it is", AddIdentify},

@@ -81,9 +81,13 @@ ExitStatus Rescue::Open(const StorageOptions& options, EngineOptions engine) {
   return OpenSession(std::move(engine));
 }
 
+bool Rescue::Reopen(EngineOptions engine) {
+  return m_source.asked->Reconnect(0) && OpenSession(std::move(engine)) == kExitDone;
+}
+
 ExitStatus Rescue::OpenSession(EngineOptions engine) {
   m_session = std::make_unique<RescueSession>(&m_source, &m_cache, WideFromUtf8(m_options.cache),
-                                              &platform::InterruptFlag());
+                                              m_stop ? m_stop : &platform::InterruptFlag());
   switch (m_session->Open(std::move(engine), m_options.otherSource)) {
     case SessionAnswer::kReady:
       TellOfSession();

@@ -15,8 +15,13 @@ namespace larkspur::cli {
 
 class Rescue {
  public:
+  // `stop` ends what is done for this rescue, and lives as long as it; else Ctrl-C does.
+  explicit Rescue(const std::atomic<bool>* stop = nullptr) : m_stop(stop) {}
+
   // kExitDone when all is ready; otherwise the user has been told.
   ExitStatus Open(const StorageOptions& options, EngineOptions engine = {});
+  // Another run after Finish, when the source is there again; else the user need not be told.
+  bool Reopen(EngineOptions engine);
 
   Engine& engine() { return m_session->Rescue(); }
   AskedSource* Asked() { return m_source.asked.get(); }
@@ -36,6 +41,7 @@ class Rescue {
   ExitStatus OpenSession(EngineOptions engine);
   void TellOfSession();
 
+  const std::atomic<bool>* m_stop;
   StorageOptions m_options;
   Source m_source;
   Cache m_cache;

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "cli/partition.h"
+
+#include "cli/output.h"
+#include "io/base_io.h"
+#include "partitions/detection.h"
+#include "partitions/place.h"
+
+namespace larkspur::cli {
+
+ExitStatus FindPartition(cBaseIO* storage, const std::string& name, const std::string& place,
+                         SectorRange* range) {
+  PartitionTree tree;
+  BuildPartitionTree(tree.Head(), storage);
+  if (!tree.Root()) return Fail(name + ": the storage has no sectors");
+  const auto found = FindPlace(*tree.Root(), place);
+  const u64 sectors = storage->GetSectorCount();
+  if (place.empty() || !found || found->start >= sectors) {
+    return Fail(fmt::format("{}: there is no partition {}; 'larkspur tree' shows their places",
+                            name, place.empty() ? "\"\"" : place));
+  }
+  *range = {found->start, std::min(found->sectors, sectors - found->start)};
+  if (range->count < found->sectors) {
+    Tell(fmt::format("{}: partition {} reaches {} sectors past the end", name, place,
+                     found->sectors - range->count));
+  }
+  return kExitDone;
+}
+
+}  // namespace larkspur::cli

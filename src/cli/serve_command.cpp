@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+
+#include "base/path_text.h"
+#include "cli/commands.h"
+#include "cli/output.h"
+#include "cli/storages.h"
+#include "platform/file.h"
+#include "platform/server_program.h"
+#include "platform/system_error.h"
+#include "platform/terminal.h"
+
+namespace larkspur::cli {
+namespace {
+
+constexpr const char* kPluginFile = "nbdkit-larkspur-plugin.so";
+constexpr size_t kMaxSocketPath = 107;  // bytes, on Linux
+constexpr double kTickSeconds = 0.5;
+
+// The plugin beside this program, as it is built, or where nbdkit looks for plugins.
+ExitStatus FindPlugin(const std::string& nbdkit, std::string* plugin) {
+  const auto isFile = [](const std::string& path) {
+    return platform::KindOfPath(WideFromUtf8(path).c_str()) == platform::PathKind::kFile;
+  };
+  *plugin = platform::ProgramFolder() + "/" + kPluginFile;
+  if (isFile(*plugin)) return kExitDone;
+  const std::string config = platform::OutputOf({nbdkit, "--dump-config"}).value_or("");
+  constexpr std::string_view kKey = "\nplugindir=";
+  const size_t key = config.find(kKey);
+  const size_t start = key == std::string::npos ? config.size() : key + kKey.size();
+  *plugin = config.substr(start, config.find('\n', start) - start) + "/" + kPluginFile;
+  if (isFile(*plugin)) return kExitDone;
+  return Fail(std::string(kPluginFile) +
+              ": nbdkit's plugin for larkspur is neither beside this program nor installed; "
+              "install the package nbdkit-plugin-larkspur");
+}
+
+// Whether the place to listen at is free, with plain words when it is not.
+ExitStatus CheckPlace(const ServeOptions& options) {
+  if (!options.port && options.socket.empty()) {
+    Tell("serve needs --socket PATH or --port N");
+    return kExitUsage;
+  }
+  if (!options.port) {
+    if (options.socket.size() > kMaxSocketPath) {
+      return Fail(
+          fmt::format("{}: a socket's path has at most {} bytes", options.socket, kMaxSocketPath));
+    }
+    const auto kind = platform::KindOfPath(WideFromUtf8(options.socket).c_str());
+    if (kind == platform::PathKind::kAbsent) return kExitDone;
+    return Fail(options.socket +
+                ": this exists already; remove it if nothing serves there, or choose another path");
+  }
+  const std::string place = fmt::format("{}:{}", options.address, *options.port);
+  switch (platform::AskPort(options.address, *options.port)) {
+    case platform::PortAnswer::kFree:
+      return kExitDone;
+    case platform::PortAnswer::kTaken:
+      return Fail(place + ": something listens there already; choose another port");
+    case platform::PortAnswer::kNoSuchAddress:
+      return Fail(place + ": this machine has no such address");
+    case platform::PortAnswer::kNotPermitted:
+      return Fail(place + ": you may not listen there; ports below 1024 need the rights of root");
+  }
+  return kExitFailed;
+}
+
+std::string Quoted(const std::string& word) {
+  constexpr std::string_view kPlain =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+=:@%,";
+  if (!word.empty() && word.find_first_not_of(kPlain) == std::string::npos) return word;
+  std::string quoted = "'";
+  for (const char letter : word)
+    quoted += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
+  return quoted + "'";
+}
+
+std::string Uri(const ServeOptions& options) {
+  if (options.port) {
+    const bool isSix = options.address.find(':') != std::string::npos;
+    const std::string host = isSix ? "[" + options.address + "]" : options.address;
+    return fmt::format("nbd://{}:{}", host, *options.port);
+  }
+  std::string path;
+  for (const char byte : options.socket) {
+    const bool plain = std::isalnum(static_cast<u8>(byte)) || std::strchr("/._-", byte);
+    path += plain ? std::string(1, byte) : fmt::format("%{:02X}", static_cast<u8>(byte));
+  }
+  return "nbd+unix:///?socket=" + path;
+}
+
+// What to type to use it.
+std::string AttachLines(const ServeOptions& options) {
+  const std::string uri = Quoted(Uri(options));
+  const std::string client =
+      options.port ? fmt::format("{} {} /dev/nbd0", Quoted(options.address), *options.port)
+                   : fmt::format("-unix {} /dev/nbd0", Quoted(options.socket));
+  return fmt::format(
+      "Attach it with one of these:\n"
+      "  as a file, without root:  mkdir disk && nbdfuse disk {0} &   (then use disk/nbd)\n"
+      "  as a device, as root:     modprobe nbd && nbd-client -readonly {1}\n"
+      "                            or qemu-nbd --read-only --connect=/dev/nbd0 {0}\n"
+      "  its files, without root:  guestfish --ro --format=raw -a {0} -i\n"
+      "  what is there:            nbdinfo {0}\n"
+      "End it with Ctrl-C.\n",
+      uri, client);
+}
+
+const char* PassThroughWord(PassThrough passThrough) {
+  return passThrough == PassThrough::kOn ? "on" : passThrough == PassThrough::kOff ? "off" : "auto";
+}
+
+// What the plugin is told.
+std::vector<std::string> Parameters(const ServeOptions& options) {
+  std::vector<std::string> words = {"cache=" + options.cache, "unreadable=" + options.unreadable};
+  if (!options.partition.empty()) words.push_back("partition=" + options.partition);
+  if (options.source.empty()) return words;
+  words.insert(words.end(), {"source=" + options.source,
+                             fmt::format("pass-through={}", PassThroughWord(options.passThrough)),
+                             fmt::format("timeout={}", options.timeoutSeconds),
+                             fmt::format("other-source={}", options.otherSource),
+                             fmt::format("fill={}", options.fill)});
+  if (!options.testMode.empty()) words.push_back("test-mode=" + options.testMode);
+  return words;
+}
+
+std::vector<std::string> Command(const ServeOptions& options, const std::string& nbdkit,
+                                 const std::string& plugin) {
+  std::vector<std::string> command = {nbdkit, "--foreground", "--readonly", "--exit-with-parent"};
+  if (options.port) {
+    const std::string port = std::to_string(*options.port);
+    command.insert(command.end(), {"--ipaddr", options.address, "--port", port});
+  } else {
+    command.insert(command.end(), {"--unix", options.socket});
+  }
+  command.push_back(plugin);
+  const std::vector<std::string> parameters = Parameters(options);
+  command.insert(command.end(), parameters.begin(), parameters.end());
+  return command;
+}
+
+// Until it ends or is to end. What went wrong was said where it did.
+ExitStatus Serve(const ServeOptions& options, const std::vector<std::string>& command) {
+  using State = platform::ServerProgram::State;
+  const std::atomic<bool>& stop = platform::InterruptFlag();
+  auto server = platform::ServerProgram::Start(command, "ready=");
+  if (!server) return Fail(Failure(command[0], "it cannot be started", platform::LastFailure()));
+  State state = State::kStarting;
+  while (state == State::kStarting && !stop) state = server->WaitFor(State::kServing, kTickSeconds);
+  const bool served = state == State::kServing;
+  if (served && !stop) {
+    Print(AttachLines(options));
+    std::fflush(stdout);
+  }
+  while (state != State::kEnded && !stop) state = server->WaitFor(State::kEnded, kTickSeconds);
+  server.reset();
+  // It was not there before, and nbdkit leaves it.
+  if (!options.socket.empty()) platform::RemoveFile(WideFromUtf8(options.socket).c_str());
+  if (stop) return kExitInterrupted;
+  return served ? Fail(options.cache + ": nbdkit has ended; what was read is in the cache")
+                : kExitFailed;
+}
+
+}  // namespace
+
+ExitStatus RunServe(ServeOptions options) {
+  if (!platform::HasServers()) return Fail("serve is not in this build: nbdkit runs on Linux");
+  if (options.source.empty() && (options.fill || !options.testMode.empty())) {
+    Tell("serve: --fill and --test-mode need a source beside the cache");
+    return kExitUsage;
+  }
+  // The lines to type are good in any folder.
+  if (!options.socket.empty()) {
+    options.socket = Utf8FromWide(platform::FullPath(WideFromUtf8(options.socket).c_str()));
+  }
+  if (const ExitStatus status = CheckPlace(options); status != kExitDone) return status;
+  const auto nbdkit = platform::FindProgram("nbdkit");
+  if (!nbdkit) return Fail("nbdkit: this program is not installed; install the package nbdkit");
+  std::string plugin;
+  if (const ExitStatus status = FindPlugin(*nbdkit, &plugin); status != kExitDone) return status;
+  return Serve(options, Command(options, *nbdkit, plugin));
+}
+
+}  // namespace larkspur::cli

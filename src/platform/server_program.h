@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// Another program that serves something for as long as this one wants.
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/types.h"
+
+namespace larkspur::platform {
+
+// Whether this system has the servers that this program starts; Windows has none.
+bool HasServers();
+
+// The path of a program as the shell would find it; none when it is not installed.
+std::optional<std::string> FindProgram(const std::string& name);
+
+// The folder of the running program.
+std::string ProgramFolder();
+
+// What a program prints when it is run to its end; none when it fails.
+std::optional<std::string> OutputOf(const std::vector<std::string>& command);
+
+enum class PortAnswer { kFree, kTaken, kNoSuchAddress, kNotPermitted };
+// Whether a server could listen there now.
+PortAnswer AskPort(const std::string& address, u16 port);
+
+class ServerProgram {
+ public:
+  enum class State { kStarting, kServing, kEnded };
+
+  // Starts command[0] with its arguments; its messages go where ours go. A last argument is
+  // `readyKey` with the path of a file into which it is to write when it serves. It ends with this
+  // program. Null on failure: platform::LastFailure() says why.
+  static std::unique_ptr<ServerProgram> Start(std::vector<std::string> command,
+                                              const std::string& readyKey);
+  // Ends it: asks it to, and makes it after some seconds.
+  virtual ~ServerProgram() = default;
+
+  // Waits up to `seconds`, or until that is its state, or a signal comes; the state then.
+  virtual State WaitFor(State state, double seconds) = 0;
+};
+
+}  // namespace larkspur::platform
