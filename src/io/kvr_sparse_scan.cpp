@@ -148,9 +148,10 @@ cKVRSparseIO::IndexSurvey cKVRSparseIO::SurveyIndex() {
 }
 
 bool cKVRSparseIO::ScanIndex(u64 block, u64 end, const std::function<bool(u64, Entry)>& call) {
-  const std::unique_ptr<u8[]> bytes(new (std::nothrow) u8[4 * kScanBlocks]);
   // A damaged header may promise an index far longer than the file.
   end = std::min(end, m_layout.EntriesIn(m_backing->GetByteSize()));
+  const u64 atOnce = std::min<u64>(end - std::min(block, end), kScanBlocks);
+  const std::unique_ptr<u8[]> bytes(new (std::nothrow) u8[4 * atOnce]);
   while (block < end) {
     const u32 count = static_cast<u32>(std::min<u64>(end - block, kScanBlocks));
     if (!bytes || !ReadIndex(block, count, bytes.get())) {
