@@ -23,6 +23,11 @@ install(DIRECTORY docs DESTINATION ${documents} COMPONENT docs
   FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.c" PATTERN man EXCLUDE)
 
 if(NOT WIN32)
+  # The plugin is a package of its own, since it needs nbdkit, and the program does not.
+  if(TARGET nbdkit-larkspur-plugin)
+    install(TARGETS nbdkit-larkspur-plugin LIBRARY
+      DESTINATION lib/${CMAKE_LIBRARY_ARCHITECTURE}/nbdkit/plugins COMPONENT nbdkit)
+  endif()
   string(TIMESTAMP LARKSPUR_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)
   configure_file(cmake/debian/changelog.in debian/changelog.Debian @ONLY)
   find_package(Python3 REQUIRED COMPONENTS Interpreter)
@@ -51,15 +56,37 @@ if(NOT WIN32)
   install(FILES completions/larkspur.fish
     DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT cli)
 
+  set(plugin_documents ${CMAKE_INSTALL_DATADIR}/doc/nbdkit-plugin-larkspur)
+  install(FILES ${CMAKE_BINARY_DIR}/debian/changelog.Debian.gz cmake/debian/copyright
+    DESTINATION ${plugin_documents} COMPONENT nbdkit)
+
   set(CPACK_GENERATOR DEB)
+  set(CPACK_DEB_COMPONENT_INSTALL ON)
+  set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
+  set(CPACK_COMPONENT_CLI_GROUP larkspur)
+  set(CPACK_COMPONENT_DOCS_GROUP larkspur)
+  set(CPACK_COMPONENT_NBDKIT_GROUP nbdkit)
+  set(CPACK_COMPONENTS_ALL cli docs nbdkit)
+  set(CPACK_DEBIAN_LARKSPUR_PACKAGE_NAME larkspur)
+  set(CPACK_DEBIAN_LARKSPUR_PACKAGE_SUGGESTS nbdkit-plugin-larkspur)
+  set(CPACK_DEBIAN_NBDKIT_PACKAGE_NAME nbdkit-plugin-larkspur)
+  set(CPACK_DEBIAN_NBDKIT_PACKAGE_DEPENDS nbdkit)
+  set(CPACK_DEBIAN_NBDKIT_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_NBDKIT_PACKAGE_RECOMMENDS larkspur)
+  set(CPACK_DEBIAN_NBDKIT_DESCRIPTION
+    "This plugin for nbdkit shows a failing disk, or what a cache has of one, as a\n"
+    "network block device. Each sector that a client asks for is read from the disk\n"
+    "once and kept in the cache. The command 'larkspur serve' starts it.")
+  string(REPLACE ";" "" CPACK_DEBIAN_NBDKIT_DESCRIPTION "${CPACK_DEBIAN_NBDKIT_DESCRIPTION}")
   set(CPACK_PACKAGE_NAME larkspur)
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
   set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "read a failing disk only once, into a sparse cache")
   set(CPACK_PACKAGE_DESCRIPTION
     "Larkspur reads a failing disk once and keeps everything that it gets in a sparse\n"
     "cache file, from which every later look is served. Interrupted work resumes\n"
-    "where it stopped; maps, partitions and raw images come from the cache.")
+    "where it stopped. Maps, partitions and raw images come from the cache.")
   string(REPLACE ";" "" CPACK_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
+  set(CPACK_DEBIAN_LARKSPUR_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
   set(CPACK_PACKAGE_CONTACT "The Larkspur authors <authors@larkspur-recovery.org>")
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_RELEASE 1)

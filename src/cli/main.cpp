@@ -271,7 +271,8 @@ constexpr Command kCommands[] = {
     {"import", "Make a cache of a rescue that GNU ddrescue began", AddImport,
      "What the mapfile marks + becomes present, - becomes unreadable, the rest is missing."},
     {"serve", "Serve a cache, or a source through it, as NBD for other tools", AddServe,
-     "Serves read-only until Ctrl-C, with nbdkit(1), and prints the lines to type to attach it. With "
+     "Serves read-only until Ctrl-C, with nbdkit(1), and prints the lines to type to attach it. "
+     "With "
      "a source, what clients ask for and the cache lacks is read from it once; without, it is an "
      "error."},
     {"tree", "Show the partitions and volume sets of a source or a cache", AddTree},

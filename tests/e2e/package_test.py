@@ -46,6 +46,16 @@ class PackageTest(unittest.TestCase):
         self.assertEqual(words("dpkg-deb", "-f", package, "Depends")[1].strip(), "", "it stands alone")
         self.expect_whole_links(self.folder / "usr/share/doc/larkspur")
 
+    def test_the_package_of_the_plugin(self):
+        package, = (ROOT / "build/native").glob("nbdkit-plugin-larkspur_*_amd64.deb")
+        subprocess.run(["dpkg-deb", "-x", package, self.folder], check=True)
+        plugin = self.folder / "usr/lib/x86_64-linux-gnu/nbdkit/plugins/nbdkit-larkspur-plugin.so"
+        self.assertRegex(words("nbdkit", "--dump-plugin", plugin)[1], "(?m)^name=larkspur$")
+        depends = words("dpkg-deb", "-f", package, "Depends")[1]
+        self.assertRegex(depends, r"\bnbdkit\b")
+        self.assertRegex(depends, r"\blibc6\b")
+        self.assertFalse((self.folder / "usr/bin").exists())
+
     def expect_whole_links(self, folder):
         """Every link and picture of the documents leads to a file of the package."""
         for page in (folder / "README.md", *folder.glob("docs/**/*.md")):
