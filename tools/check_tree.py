@@ -22,13 +22,14 @@ MAY_INCLUDE = {
     "devices": {"io", "base", "platform"},
     "rescue": {"io", "base", "platform"},
     "imaging": {"partitions", "rescue", "devices", "io", "base", "platform"},
+    "files": {"partitions", "imaging", "rescue", "io", "base", "platform"},
     "ui": {"catalog", "base", "platform"},
     "dialogs": {"ui", "imaging", "devices", "catalog", "io", "base", "platform"},
     "module": {"dialogs", "ui", "partitions", "imaging", "devices", "catalog", "io", "base", "platform"},
     "host": {"dialogs", "ui", "partitions", "imaging", "rescue", "devices", "catalog", "io", "base", "platform",
              "module"},
     "nbd": {"cli", "imaging", "rescue", "io", "base", "platform"},
-    "cli": {"partitions", "imaging", "rescue", "devices", "io", "base", "platform"},
+    "cli": {"files", "partitions", "imaging", "rescue", "devices", "io", "base", "platform"},
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]', re.M)

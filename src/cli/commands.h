@@ -30,6 +30,7 @@ struct StorageOptions {
 struct ImageOptions : StorageOptions {
   std::string domain;     // a ddrescue mapfile, or empty
   std::string partition;  // a place, or empty
+  bool used = false;      // only what file systems use
   bool scrape = true;
   bool retry = false;
   bool reverse = false;
@@ -80,6 +81,15 @@ struct ServeOptions : StorageOptions {
   bool fill = false;
 };
 
+// Without a source, the cache as it is.
+struct FilesOptions : StorageOptions {
+  std::string partition;           // its place; empty: all of them
+  std::vector<std::string> paths;  // globs; none: all files
+  std::string mapfile;             // a domain to write, or empty
+  bool damaged = false;
+  bool force = false;
+};
+
 struct TreeOptions : StorageOptions {
   bool trace = false;
   bool noNotes = false;
@@ -95,6 +105,7 @@ ExitStatus RunCheck(const std::string& cache, bool repair, bool json);
 ExitStatus RunImport(const ImportOptions& options);
 ExitStatus RunExport(const ExportOptions& options);
 ExitStatus RunServe(ServeOptions options);
+ExitStatus RunFiles(const FilesOptions& options);
 // The storage is options.source; options.cache may be empty.
 ExitStatus RunTree(const TreeOptions& options);
 ExitStatus RunDevices(bool json);

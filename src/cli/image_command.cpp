@@ -4,15 +4,12 @@
 
 #include "base/path_text.h"
 #include "cli/commands.h"
+#include "cli/image_domain.h"
 #include "cli/output.h"
 #include "cli/progress.h"
 #include "cli/rescue.h"
-#include "imaging/domain.h"
 #include "imaging/size_text.h"
-#include "partitions/detection.h"
-#include "partitions/place.h"
 #include "platform/system_error.h"
-#include "rescue/rescue_io.h"
 
 namespace larkspur::cli {
 namespace {
@@ -48,43 +45,6 @@ void WarnOfLittleRoom(const std::string& cache, u64 missingSectors) {
       fmt::format("{}: the cache may need {} more, but only {} is free; reading stops when the "
                   "disk is full, and can be resumed",
                   cache, SizeText(wanted), SizeText(*room)));
-}
-
-// Adds the partition at a place to the domain. The tables are read through the cache.
-ExitStatus AddPartition(Rescue* rescue, const ImageOptions& options, ExtentSet* domain) {
-  cRescueIO storage(&rescue->engine());
-  PartitionTree tree;
-  BuildPartitionTree(tree.Head(), &storage, {.forPeople = true});
-  if (rescue->engine().Reason() != StopReason::kNone) return rescue->Finish();
-  const auto place = tree.Root() ? FindPlace(*tree.Root(), options.partition) : std::nullopt;
-  if (!place) {
-    rescue->engine().Finish();
-    return Fail(fmt::format("{}: there is no partition {}; 'larkspur tree' lists them",
-                            options.source, options.partition));
-  }
-  domain->Add({place->start, place->sectors});
-  return kExitDone;
-}
-
-// What is wanted, by all options that limit it.
-ExitStatus MakeDomain(Rescue* rescue, const ImageOptions& options, ExtentSet* domain) {
-  domain->Add(rescue->Range());
-  if (!options.domain.empty()) {
-    const MapfileDomain wanted = ReadDomain(WideFromUtf8(options.domain));
-    if (wanted.answer == DomainAnswer::kCannotRead) {
-      return Fail(Failure(options.domain, "the mapfile cannot be read", wanted.systemError));
-    }
-    if (wanted.answer == DomainAnswer::kWrong) {
-      return Fail(
-          fmt::format("{}: line {}: {}", options.domain, wanted.fault.line, wanted.fault.detail));
-    }
-    *domain = domain->Intersection(wanted.extents);
-  }
-  if (options.partition.empty()) return kExitDone;
-  ExtentSet partition;
-  const ExitStatus status = AddPartition(rescue, options, &partition);
-  *domain = domain->Intersection(partition);
-  return status;
 }
 
 }  // namespace

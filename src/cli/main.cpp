@@ -81,6 +81,9 @@ void AddImage(CLI::App* command, Action* chosen) {
   command
       ->add_option("--domain", options->domain, "Read only what this GNU ddrescue mapfile marks +")
       ->type_name("MAPFILE");
+  command->add_flag("--used", options->used,
+                    "Read only what file systems use, and what they do not call free: partition "
+                    "tables and what tells about files first");
   command->add_flag_callback(
       "--no-scrape", [=] { options->scrape = false; },
       "Stop before sectors that failed together are read one by one");
@@ -218,6 +221,37 @@ void AddServe(CLI::App* command, Action* chosen) {
   });
 }
 
+void AddFiles(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<FilesOptions>();
+  auto storages = std::make_shared<std::vector<std::string>>();
+  command
+      ->add_option("STORAGES", *storages,
+                   "A cache; or a source and its cache, into which what tells about files is read")
+      ->type_name("[SOURCE] CACHE")
+      ->required()
+      ->expected(1, 2);
+  AddTestMode(command, options.get());
+  AddReading(command, options.get());
+  AddPartition(command, &options->partition);
+  command->add_flag("--damaged", options->damaged, "List only files that are not complete");
+  command
+      ->add_option("--path", options->paths,
+                   "List only files whose path fits: * stays within a folder, ** does not")
+      ->type_name("GLOB")
+      ->allow_extra_args(false);
+  command
+      ->add_option("--mapfile", options->mapfile,
+                   "Write what the listed files still need, for image --domain")
+      ->type_name("FILE");
+  command->add_flag("--force", options->force, "Replace an existing mapfile");
+  AddJson(command, &options->json);
+  command->callback([=] {
+    options->cache = storages->back();
+    if (storages->size() > 1) options->source = storages->front();
+    *chosen = [options] { return RunFiles(*options); };
+  });
+}
+
 void AddTree(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<TreeOptions>();
   command->add_option("STORAGE", options->source, "A file, a device or a cache")->required();
@@ -275,6 +309,9 @@ constexpr Command kCommands[] = {
      "With "
      "a source, what clients ask for and the cache lacks is read from it once; without, it is an "
      "error."},
+    {"files", "List the files on a cache and how much of each is there", AddFiles,
+     "A file is complete, damaged (something of it is unreadable) or incomplete (something is "
+     "missing)."},
     {"tree", "Show the partitions and volume sets of a source or a cache", AddTree},
     {"devices", "List the storage devices of this machine", AddDevices},
     {"identify", "Show what a drive says it is", AddIdentify},

@@ -114,11 +114,7 @@ std::string MapfileOf(cKVRSparseIO* image, const std::string& path) {
 ExitStatus WriteOrTell(const std::string& path, const MapOptions& options,
                        const std::function<std::string()>& draw) {
   if (path.empty()) return kExitDone;
-  const OutputFile output =
-      OpenOutputFile(WideFromUtf8(path), options.force, {WideFromUtf8(options.cache)});
-  if (output.answer != OutputAnswer::kOpened) return Fail(OutputWords(path, output));
-  if (WriteOutput(output.file, draw())) return kExitDone;
-  return Fail(Failure(path, "the file could not be written", platform::LastFailure()));
+  return WriteFileOrTell(path, options.force, options.cache, draw);
 }
 
 }  // namespace

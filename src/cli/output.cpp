@@ -64,6 +64,10 @@ std::string JsonText(const std::string& text) {
   return Dump(text, -1);
 }
 
+std::string JsonText(const Json& value) {
+  return Dump(value, -1);
+}
+
 void Tell(const std::string& message) {
   std::fflush(stdout);
   std::fprintf(stderr, "larkspur: %s\n", Printable(message).c_str());

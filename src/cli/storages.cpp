@@ -156,4 +156,12 @@ ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, 
       name, unknown));
 }
 
+ExitStatus WriteFileOrTell(const std::string& path, bool force, const std::string& input,
+                           const std::function<std::string()>& make) {
+  const OutputFile output = OpenOutputFile(WideFromUtf8(path), force, {WideFromUtf8(input)});
+  if (output.answer != OutputAnswer::kOpened) return Fail(OutputWords(path, output));
+  if (WriteOutput(output.file, make())) return kExitDone;
+  return Fail(Failure(path, "the file could not be written", platform::LastFailure()));
+}
+
 }  // namespace larkspur::cli

@@ -4,6 +4,7 @@
 
 // Opening what the user named, with words for everything that may be wrong with it.
 
+#include <functional>
 #include <optional>
 
 #include "cli/commands.h"
@@ -28,6 +29,11 @@ ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, 
 
 // Says that `name`, the cache, could not be opened.
 void TellCacheAnswer(const std::string& name, const Cache& cache, u64 sourceSectors);
+
+// Makes the file at `path`, or with `force` replaces it, and writes what `make` answers; `input` is
+// what the run works on. The user is told when that fails.
+ExitStatus WriteFileOrTell(const std::string& path, bool force, const std::string& input,
+                           const std::function<std::string()>& make);
 
 // Why nothing is written to `name`.
 std::string OutputWords(const std::string& name, const OutputFile& output);

@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include <sstream>
+
+#include "cli/cache_storage.h"
+#include "cli/commands.h"
+#include "cli/files_output.h"
+#include "cli/output.h"
+#include "cli/partition.h"
+#include "cli/rescued_storage.h"
+#include "cli/storages.h"
+#include "files/glob.h"
+#include "files/volumes.h"
+#include "imaging/mapfile.h"
+#include "platform/system_error.h"
+#include "platform/terminal.h"
+#include "rescue/rescue_io.h"
+
+namespace larkspur::cli {
+namespace {
+
+// Goes through the volumes and gives what fits the options to the output.
+class FilesRun {
+ public:
+  FilesRun(const FilesOptions& options, const StatusMap& map, FilesOutput* output)
+      : m_options(options), m_map(map), m_output(output) {
+    for (const std::string& glob : options.paths) m_globs.emplace_back(glob);
+  }
+
+  ExitStatus Walk(WalkedStorage* storage, const PlacedVolume& volume) {
+    WalkEvents events;
+    events.opened = [&](const std::string& kind, const std::string& label) {
+      m_output->BeginVolume({volume, kind, label});
+      ++m_volumes;
+    };
+    events.file = [&](const FoundFile& file) { Meet(volume, file); };
+    events.damaged = [&](const DamagedPart& part) {
+      const FileState state = StateOf(part.lacking, m_map);
+      if (state.condition == FileCondition::kComplete) return;
+      AddLacking(part.lacking, m_map, &m_needed);
+      m_output->Damaged(volume, part.path, state);
+    };
+    const WalkEnd end = WalkFiles(storage, volume.sectors.first, volume.sectors.count, events,
+                                  platform::InterruptFlag());
+    return TellEnd(volume, end);
+  }
+
+  u32 Volumes() const { return m_volumes; }
+  u64 Matched() const { return m_matched; }
+
+  // A domain: '+' where something that fits the globs lacks its data.
+  std::string Mapfile() {
+    JoinRanges(&m_needed);
+    std::ostringstream out;
+    MapfileWriter writer(out, false);
+    u64 end = 0;
+    const auto rest = [&](u64 sector) {
+      if (sector > end) writer.Add(end, sector - end, '?');
+    };
+    for (const SectorRange& range : m_needed) {
+      rest(range.first);
+      writer.Add(range.first, range.count, '+');
+      end = range.first + range.count;
+    }
+    rest(m_map.Sectors());
+    return out.str();
+  }
+
+ private:
+  void Meet(const PlacedVolume& volume, const FoundFile& file) {
+    const auto fits = [&file](const Glob& glob) { return glob.Fits(file.path); };
+    if (!m_globs.empty() && std::none_of(m_globs.begin(), m_globs.end(), fits)) return;
+    ++m_matched;
+    const FileState state = StateOf(file, m_map);
+    m_output->Count(state.condition);
+    if (state.condition == FileCondition::kComplete && m_options.damaged) return;
+    if (!m_options.mapfile.empty()) {
+      AddLacking(NeedsOf(file), m_map, &m_needed);
+    }
+    m_output->File(volume, file, state);
+  }
+
+  ExitStatus TellEnd(const PlacedVolume& volume, WalkEnd end) {
+    const std::string name = VolumeName(m_options.cache, volume);
+    switch (end) {
+      case WalkEnd::kDone:
+        return kExitDone;
+      case WalkEnd::kNoFileSystem:
+        Tell(name + ": no file system is recognised");
+        return kExitDone;
+      case WalkEnd::kStopped:
+        return kExitInterrupted;
+      case WalkEnd::kFailed:
+        return Fail(name +
+                    ": the file system is too damaged to be read to its end; what was found until "
+                    "there is listed");
+      case WalkEnd::kUnavailable:
+        return Fail(Failure("files", "this build of larkspur cannot read file systems",
+                            platform::LastFailure()));
+    }
+    return kExitFailed;
+  }
+
+  const FilesOptions& m_options;
+  const StatusMap& m_map;
+  FilesOutput* m_output;
+  std::vector<Glob> m_globs;
+  std::vector<SectorRange> m_needed;
+  u32 m_volumes = 0;
+  u64 m_matched = 0;
+};
+
+ExitStatus FindVolumes(const FilesOptions& options, cBaseIO* storage,
+                       std::vector<PlacedVolume>* volumes) {
+  *volumes = VolumesOf(storage);
+  if (options.partition.empty()) return kExitDone;
+  PlacedVolume volume{options.partition, {}};
+  const ExitStatus status =
+      FindPartition(storage, options.cache, options.partition, &volume.sectors);
+  if (status == kExitDone) *volumes = {volume};
+  return status;
+}
+
+ExitStatus Finish(const FilesOptions& options, FilesRun* run, ExitStatus status) {
+  if (status == kExitInterrupted) return status;
+  if (run->Volumes() == 0 && status == kExitDone) {
+    return Fail(options.cache +
+                ": no file system was found; its first sectors may not be in the cache yet");
+  }
+  if (!options.paths.empty() && run->Matched() == 0) {
+    return Fail(options.cache + ": no file fits " + options.paths.front() +
+                (options.paths.size() > 1 ? " or the other globs" : ""));
+  }
+  if (options.mapfile.empty()) return status;
+  const ExitStatus written = WriteFileOrTell(options.mapfile, options.force, options.cache,
+                                             [run] { return run->Mapfile(); });
+  return written == kExitDone ? status : written;
+}
+
+// Walks through everything once, so that the metadata gets into the cache.
+ExitStatus FetchMetadata(const FilesOptions& options) {
+  Rescue rescue;
+  if (const ExitStatus status = rescue.Open(options); status != kExitDone) return status;
+  cRescueIO io(&rescue.engine());
+  std::vector<PlacedVolume> volumes;
+  const ExitStatus status = FindVolumes(options, &io, &volumes);
+  RescuedStorage storage(&rescue);
+  for (const PlacedVolume& volume : volumes) {
+    if (rescue.engine().Reason() != StopReason::kNone) break;
+    WalkFiles(&storage, volume.sectors.first, volume.sectors.count, {}, platform::InterruptFlag());
+  }
+  return rescue.Finish(status);
+}
+
+}  // namespace
+
+ExitStatus RunFiles(const FilesOptions& options) {
+  platform::InterruptFlag();
+  if (!options.source.empty()) {
+    const ExitStatus fetched = FetchMetadata(options);
+    if (fetched != kExitDone) return fetched;
+  }
+  auto cache = OpenCacheToLook(options.cache);
+  if (!cache) return kExitFailed;
+  const StatusMap map(cache->image.get());
+  std::vector<PlacedVolume> volumes;
+  ExitStatus status = FindVolumes(options, cache->image.get(), &volumes);
+  if (status != kExitDone) return status;
+  CacheStorage storage(cache->image.get(), map);
+  const auto output = MakeFilesOutput(options.cache, options.json);
+  FilesRun run(options, map, output.get());
+  for (const PlacedVolume& volume : volumes) {
+    const ExitStatus walked = run.Walk(&storage, volume);
+    status = std::max(status, walked);
+    if (walked == kExitInterrupted) break;
+  }
+  output->End();
+  return Finish(options, &run, status);
+}
+
+}  // namespace larkspur::cli

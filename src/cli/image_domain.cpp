@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "cli/image_domain.h"
+
+#include "base/path_text.h"
+#include "cli/output.h"
+#include "cli/rescued_storage.h"
+#include "files/used.h"
+#include "files/volumes.h"
+#include "imaging/domain.h"
+#include "partitions/detection.h"
+#include "partitions/place.h"
+#include "platform/system_error.h"
+#include "platform/terminal.h"
+#include "rescue/rescue_io.h"
+
+namespace larkspur::cli {
+namespace {
+
+ExitStatus CutToMapfile(const ImageOptions& options, ExtentSet* domain) {
+  const MapfileDomain wanted = ReadDomain(WideFromUtf8(options.domain));
+  if (wanted.answer == DomainAnswer::kCannotRead) {
+    return Fail(Failure(options.domain, "the mapfile cannot be read", wanted.systemError));
+  }
+  if (wanted.answer == DomainAnswer::kWrong) {
+    return Fail(
+        fmt::format("{}: line {}: {}", options.domain, wanted.fault.line, wanted.fault.detail));
+  }
+  *domain = domain->Intersection(wanted.extents);
+  return kExitDone;
+}
+
+ExitStatus CutToPartition(Rescue* rescue, const ImageOptions& options, ExtentSet* domain) {
+  cRescueIO storage(&rescue->engine());
+  PartitionTree tree;
+  BuildPartitionTree(tree.Head(), &storage, {.forPeople = true});
+  if (rescue->engine().Reason() != StopReason::kNone) return rescue->Finish();
+  const auto place = tree.Root() ? FindPlace(*tree.Root(), options.partition) : std::nullopt;
+  if (!place) {
+    rescue->engine().Finish();
+    return Fail(fmt::format("{}: there is no partition {}; 'larkspur tree' lists them",
+                            options.source, options.partition));
+  }
+  *domain = domain->Intersection(ExtentSet({place->start, place->sectors}));
+  return kExitDone;
+}
+
+bool HasUnreadable(Rescue* rescue, const ExtentSet& sectors) {
+  bool has = false;
+  sectors.Visit([&](SectorRange range) {
+    has = has || CountStatuses(rescue->Image(), range.first, range.count).unreadable > 0;
+  });
+  return has || rescue->engine().Unproved() > 0;
+}
+
+ExitStatus CutToUsed(Rescue* rescue, ExtentSet* domain) {
+  cRescueIO io(&rescue->engine());
+  const VolumeLayout layout = LayoutOf(&io);
+  ExtentSet used = layout.unknown;
+  // A table that lies in unreadable sectors may have named more partitions.
+  if (HasUnreadable(rescue, layout.free)) used.Add(layout.free);
+  RescuedStorage storage(rescue);
+  for (const PlacedVolume& volume : layout.volumes) {
+    if (rescue->engine().Reason() != StopReason::kNone) break;
+    if (domain->Intersection(ExtentSet(volume.sectors)).IsEmpty()) continue;
+    switch (AddUsed(&storage, volume.sectors, platform::InterruptFlag(), &used)) {
+      case WalkEnd::kStopped:
+        return rescue->Finish(kExitInterrupted);
+      case WalkEnd::kUnavailable:
+        rescue->engine().Finish();
+        return Fail(Failure("--used", "this build of larkspur cannot read file systems",
+                            platform::LastFailure()));
+      default:
+        break;
+    }
+  }
+  if (rescue->engine().Reason() != StopReason::kNone) return rescue->Finish();
+  *domain = domain->Intersection(used);
+  return kExitDone;
+}
+
+}  // namespace
+
+ExitStatus MakeDomain(Rescue* rescue, const ImageOptions& options, ExtentSet* domain) {
+  domain->Add(rescue->Range());
+  ExitStatus status = kExitDone;
+  if (!options.domain.empty()) status = CutToMapfile(options, domain);
+  if (status == kExitDone && !options.partition.empty()) {
+    status = CutToPartition(rescue, options, domain);
+  }
+  if (status == kExitDone && options.used) status = CutToUsed(rescue, domain);
+  return status;
+}
+
+}  // namespace larkspur::cli

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "files/volumes.h"
+
+#include <algorithm>
+
+#include "io/base_io.h"
+#include "partitions/detection.h"
+#include "partitions/part_parser.h"
+#include "partitions/place.h"
+
+namespace larkspur {
+namespace {
+
+void AddLeaves(const cPartTreeItem& root, const cPartTreeItem& node, const std::string& place,
+               u64 sectors, std::vector<PlacedVolume>* volumes) {
+  if (!node.FirstChild()) {
+    const auto found = FindPlace(root, place);
+    if (!found || found->start >= sectors) return;
+    volumes->push_back({place, {found->start, std::min(found->sectors, sectors - found->start)}});
+    return;
+  }
+  size_t number = 0;
+  for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
+    AddLeaves(root, *child, ChildPlace(place, ++number), sectors, volumes);
+  }
+}
+
+// Whether the node holds a table of partitions and nothing else: then what it gives to none is
+// free.
+bool IsPlainTable(const cPartTreeItem& node) {
+  constexpr ParserId kPlain[] = {kParserMbr, kParserApple, kParserBSD,
+                                 kParserGPT, kParserSol,   kParserXUnix};
+  auto* parser = static_cast<cPartParser*>(FindExtension(node, kKindParser));
+  return parser && std::count(std::begin(kPlain), std::end(kPlain), parser->GetParserId()) > 0;
+}
+
+// Sorts the sectors of a node that are in none of its children; those of the children are sorted by
+// themselves. A node within a table that has no parser of its own is a part of that table.
+void SortRest(const cPartTreeItem& node, bool isInPlainTable, VolumeLayout* layout) {
+  if (!node.FirstChild()) return;
+  const bool isPlain = FindExtension(node, kKindParser) ? IsPlainTable(node) : isInPlainTable;
+  ExtentSet rest({node.m_start, node.m_length});
+  for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
+    rest.Remove({child->m_start, child->m_length});
+    SortRest(*child, isPlain, layout);
+  }
+  (isPlain ? layout->free : layout->unknown).Add(rest);
+}
+
+}  // namespace
+
+std::vector<PlacedVolume> VolumesOf(cBaseIO* storage) {
+  return LayoutOf(storage).volumes;
+}
+
+VolumeLayout LayoutOf(cBaseIO* storage) {
+  PartitionTree tree;
+  const bool isWhole = BuildPartitionTree(tree.Head(), storage);
+  VolumeLayout layout;
+  if (!tree.Root()) return layout;
+  const u64 sectors = storage->GetSectorCount();
+  AddLeaves(*tree.Root(), *tree.Root(), "", sectors, &layout.volumes);
+  SortRest(*tree.Root(), false, &layout);
+  for (const PlacedVolume& volume : layout.volumes) {
+    layout.free.Remove(volume.sectors);
+    layout.unknown.Remove(volume.sectors);
+  }
+  if (!isWhole) {
+    layout.unknown.Add(layout.free);
+    layout.free.Clear();
+  }
+  layout.free.Remove(layout.unknown);
+  return layout;
+}
+
+}  // namespace larkspur
