@@ -37,6 +37,8 @@ struct ImageOptions : StorageOptions {
   unsigned maxFailures = 64;
   u64 maxRate = 0;  // bytes a second; 0: no limit
   std::string whenSilent;
+  std::string report;  // the page to keep up to date, or empty
+  bool force = false;  // replace an existing file by it
   bool jsonProgress = false;
 };
 
@@ -90,6 +92,12 @@ struct FilesOptions : StorageOptions {
   bool force = false;
 };
 
+struct ReportOptions {
+  std::string cache;
+  std::string output;
+  bool force = false;
+};
+
 struct TreeOptions : StorageOptions {
   bool trace = false;
   bool noNotes = false;
@@ -106,6 +114,7 @@ ExitStatus RunImport(const ImportOptions& options);
 ExitStatus RunExport(const ExportOptions& options);
 ExitStatus RunServe(ServeOptions options);
 ExitStatus RunFiles(const FilesOptions& options);
+ExitStatus RunReport(const ReportOptions& options);
 // The storage is options.source; options.cache may be empty.
 ExitStatus RunTree(const TreeOptions& options);
 ExitStatus RunDevices(bool json);

@@ -5,6 +5,7 @@
 #include "base/path_text.h"
 #include "cli/commands.h"
 #include "cli/image_domain.h"
+#include "cli/live_report.h"
 #include "cli/output.h"
 #include "cli/progress.h"
 #include "cli/rescue.h"
@@ -62,12 +63,18 @@ ExitStatus RunImage(const ImageOptions& options) {
     return status;
   }
   source = rescue.Asked();
+  LiveReport report(options);
+  if (const ExitStatus status = report.Open(); status != kExitDone) return status;
+  report.Update(rescue.Image());
+  RescueProgressLine line(options.jsonProgress);
+  rescue.engine().OnProgress([&](const RescueProgress& progress) {
+    line.Show(progress);
+    report.Update(rescue.Image());
+  });
   ExtentSet domain;
   if (const ExitStatus status = MakeDomain(&rescue, options, &domain); status != kExitDone) {
-    return status;
+    return report.Finish(rescue.Image(), status);
   }
-  RescueProgressLine line(options.jsonProgress);
-  rescue.engine().OnProgress([&line](const RescueProgress& progress) { line.Show(progress); });
   if (rescue.engine().Want(domain)) {
     WarnOfLittleRoom(options.cache, rescue.engine().Progress().domain.missing);
     options.retry ? rescue.engine().Retry(domain) : rescue.engine().Image();
@@ -75,7 +82,8 @@ ExitStatus RunImage(const ImageOptions& options) {
   const ExitStatus early = rescue.Finish();
   line.Finish();
   PrintResult(rescue.engine().Progress(), line.Seconds(), options);
-  return early != kExitDone ? early : Rescue::StatusOf(rescue.engine().Progress().domain);
+  const ExitStatus end = Rescue::StatusOf(rescue.engine().Progress().domain);
+  return report.Finish(rescue.Image(), early != kExitDone ? early : end);
 }
 
 }  // namespace larkspur::cli

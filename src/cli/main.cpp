@@ -102,6 +102,11 @@ void AddImage(CLI::App* command, Action* chosen) {
                    "the command finds the device in LARKSPUR_DEVICE and its serial number in "
                    "LARKSPUR_SERIAL")
       ->type_name("COMMAND");
+  auto* report = command->add_option("--report", options->report,
+                                     "Keep a page for the data's owner up to date while reading");
+  report->type_name("OUT");
+  command->add_flag("--force", options->force, "Replace an existing file by that page")
+      ->needs(report);
   AddReading(command, options.get());
   command->add_flag("--json-progress", options->jsonProgress,
                     "Write progress as JSON Lines to standard error");
@@ -252,6 +257,14 @@ void AddFiles(CLI::App* command, Action* chosen) {
   });
 }
 
+void AddReport(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<ReportOptions>();
+  AddCache(command, &options->cache);
+  command->add_option("OUT", options->output, "The page to write, such as report.html")->required();
+  command->add_flag("--force", options->force, "Replace an existing file");
+  command->callback([=] { *chosen = [options] { return RunReport(*options); }; });
+}
+
 void AddTree(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<TreeOptions>();
   command->add_option("STORAGE", options->source, "A file, a device or a cache")->required();
@@ -312,6 +325,7 @@ constexpr Command kCommands[] = {
     {"files", "List the files on a cache and how much of each is there", AddFiles,
      "A file is complete, damaged (something of it is unreadable) or incomplete (something is "
      "missing)."},
+    {"report", "Write a page that tells the data's owner what was saved", AddReport},
     {"tree", "Show the partitions and volume sets of a source or a cache", AddTree},
     {"devices", "List the storage devices of this machine", AddDevices},
     {"identify", "Show what a drive says it is", AddIdentify},

@@ -70,4 +70,22 @@ bool WriteOutput(const OwnedFile& file, std::string_view bytes) {
   return platform::SyncFile(file.Handle());
 }
 
+std::u16string UnfinishedName(const std::u16string& path) {
+  return path + u".part";
+}
+
+bool ReplaceOutput(const std::u16string& path, std::string_view bytes) {
+  const std::u16string unfinished = UnfinishedName(path);
+  platform::RemoveFile(unfinished.c_str());  // a killed run left it
+  OwnedFile file(platform::CreateNewFile(unfinished.c_str()));
+  if (!file.IsOpen()) return false;
+  bool isDone = WriteOutput(file, bytes);
+  file = OwnedFile();
+  isDone = isDone && platform::RenameOver(unfinished.c_str(), path.c_str());
+  const u32 error = platform::LastFailure();
+  if (!isDone) platform::RemoveFile(unfinished.c_str());
+  platform::SetLastFailure(error);
+  return isDone;
+}
+
 }  // namespace larkspur

@@ -39,4 +39,11 @@ OutputFile OpenOutputFile(const std::u16string& path, bool replace,
 // in platform::LastFailure().
 bool WriteOutput(const platform::OwnedFile& file, std::string_view bytes);
 
+// Where ReplaceOutput writes what will be the file at `path`.
+std::u16string UnfinishedName(const std::u16string& path);
+
+// Puts a file with these bytes in the place of the one at `path`, in one step; false with the
+// system's error in platform::LastFailure(), and then the old one is there still.
+bool ReplaceOutput(const std::u16string& path, std::string_view bytes);
+
 }  // namespace larkspur

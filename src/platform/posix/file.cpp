@@ -216,6 +216,10 @@ bool RenameToUnused(const char16_t* from, const char16_t* to) {
   return Succeeded(rename(source.c_str(), target.c_str()));
 }
 
+bool RenameOver(const char16_t* from, const char16_t* to) {
+  return Succeeded(rename(Utf8FromWide(from).c_str(), Utf8FromWide(to).c_str()));
+}
+
 bool RemoveFile(const char16_t* path) {
   return Succeeded(unlink(Utf8FromWide(path).c_str()));
 }

@@ -213,6 +213,11 @@ bool RenameToUnused(const char16_t* from, const char16_t* to) {
       MoveFileExW(NativePath(from).c_str(), NativePath(to).c_str(), MOVEFILE_WRITE_THROUGH));
 }
 
+bool RenameOver(const char16_t* from, const char16_t* to) {
+  return Succeeded(MoveFileExW(NativePath(from).c_str(), NativePath(to).c_str(),
+                               MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
+}
+
 bool RemoveFile(const char16_t* path) {
   return Succeeded(DeleteFileW(NativePath(path).c_str()));
 }

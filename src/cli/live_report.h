@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// The page of `image --report`: written again every ten seconds while a rescue is at work, so that
+// it can be watched from another room.
+
+#include "cli/commands.h"
+#include "imaging/report.h"
+
+namespace larkspur::cli {
+
+class LiveReport {
+ public:
+  explicit LiveReport(const ImageOptions& options) : m_options(options) {}
+
+  // Makes the file, or takes the page of an earlier run; otherwise than with kExitDone the user has
+  // been told. Does nothing, as what follows, where no page is wanted.
+  ExitStatus Open();
+  // Writes the page when it is time to.
+  void Update(cKVRSparseIO* image);
+  // Writes the last page, which has the files, too. Answers `status`, or kExitFailed instead of
+  // kExitDone when that fails.
+  ExitStatus Finish(cKVRSparseIO* image, ExitStatus status);
+
+ private:
+  bool Write(cKVRSparseIO* image, const ReportFacts& facts);
+
+  const ImageOptions& m_options;
+  double m_next = 0;
+  bool m_hasFailed = false;
+};
+
+}  // namespace larkspur::cli

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "imaging/report.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "fakes/images.h"
+
+namespace larkspur {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+ReportFacts FullFacts() {
+  const std::string hostile = "<script>alert(1)</script>&\"\xff\x1b";
+  ReportFacts facts;
+  facts.cache = hostile;
+  facts.made = hostile;
+  facts.history.disk = ReportDisk{hostile, hostile, hostile, hostile};
+  facts.history.runs = {{"begun", "ended", hostile, 7}};
+  facts.history.good = {{0, 0}, {60, 400}, {120, 500}};
+  facts.history.failures = {{0, 1}, {999, 1}, {5000, 1}};
+  facts.history.failureKinds = {{hostile, 3}};
+  facts.partitions = {{hostile, hostile, 0, 1000}};
+  facts.files = ReportFiles{5, 1, 0, {{hostile, hostile, 5, true, 1, 0}}, {hostile}};
+  return facts;
+}
+
+TEST(Report, EscapesWhatItIsTold) {
+  const auto image = fakes::CreateImage(fakes::MakeStore(), 1000);
+  const std::string page = WriteReport(image.get(), FullFacts());
+  EXPECT_THAT(page, Not(HasSubstr("<script")));
+  EXPECT_THAT(page, Not(HasSubstr("\xff")));
+  EXPECT_THAT(page, Not(HasSubstr("\x1b")));
+  EXPECT_THAT(page, HasSubstr("&lt;script&gt;alert(1)&lt;/script&gt;&amp;&quot;??"));
+  EXPECT_THAT(page, Not(HasSubstr("http-equiv")));
+}
+
+TEST(Report, SaysWhatItKnowsAndLeavesOutTheRest) {
+  const auto image = fakes::CreateImage(fakes::MakeStore(), 1000);
+  image->Write(0, fakes::Pattern(0, 250).data(), 250);
+  ReportFacts facts;
+  facts.refreshSeconds = 10;
+  facts.files.emplace();
+  const std::string page = WriteReport(image.get(), facts);
+  EXPECT_THAT(page, HasSubstr("25.0 %</span> of the disk is saved"));
+  EXPECT_THAT(page, HasSubstr("content=\"10\""));
+  EXPECT_THAT(page, HasSubstr("No files were found yet"));
+  EXPECT_THAT(page, HasSubstr("not read yet"));
+  EXPECT_THAT(page, Not(HasSubstr("a laboratory")));
+  for (const char* absent :
+       {"The disk</h2>", "How it went", "Where reading failed", "Partitions"}) {
+    EXPECT_THAT(page, Not(HasSubstr(absent)));
+  }
+}
+
+}  // namespace
+}  // namespace larkspur
