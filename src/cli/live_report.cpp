@@ -32,16 +32,16 @@ ExitStatus LiveReport::Open() {
   if (m_options.report.empty()) return kExitDone;
   const std::u16string path = WideFromUtf8(m_options.report);
   const std::u16string unfinished = UnfinishedName(path);
-  // The command that resumes a rescue replaces its own page.
-  for (const std::u16string& name : {unfinished, path}) {
-    const OutputFile output =
-        OpenOutputFile(name, m_options.force || IsReport(name),
-                       {WideFromUtf8(m_options.cache), WideFromUtf8(m_options.source)});
-    if (output.answer != OutputAnswer::kOpened) {
-      return Fail(OutputWords(Utf8FromWide(name), output));
-    }
+  // A killed run may have left its own.
+  if (platform::KindOfPath(unfinished.c_str()) != platform::PathKind::kAbsent &&
+      !IsReport(unfinished)) {
+    return Fail(OutputWords(Utf8FromWide(unfinished), {OutputAnswer::kExists, 0, {}}));
   }
-  platform::RemoveFile(unfinished.c_str());
+  // The command that resumes a rescue replaces its own page.
+  const OutputFile output =
+      OpenOutputFile(path, m_options.force || IsReport(path),
+                     {WideFromUtf8(m_options.cache), WideFromUtf8(m_options.source)});
+  if (output.answer != OutputAnswer::kOpened) return Fail(OutputWords(m_options.report, output));
   return kExitDone;
 }
 

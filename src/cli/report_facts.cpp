@@ -66,6 +66,10 @@ std::vector<ReportPoint> GoodData(const RescueHistory& history) {
     last = point.time;
     good.push_back({worked, point.present});
   }
+  // All that was there came from the first run: it began with nothing.
+  if (!good.empty() && !history.runs.empty() && history.runs[0].asked >= good[0].present) {
+    good.insert(good.begin(), ReportPoint{});
+  }
   return good;
 }
 

@@ -1,0 +1,139 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""The pages of `larkspur report` and `image --report`. Usage: report_test.py PROGRAM..., as cli_test.py
+takes it."""
+
+import html.parser
+import os
+import pathlib
+import re
+import subprocess
+import time
+import unittest
+
+import cli_test
+from cli_test import SECTOR, run
+from files_test import import_with
+from tree_test import needs, tool
+
+BAD = [(100, 2), (3000, 1)]
+
+
+class Page(html.parser.HTMLParser):
+    """A page whose elements nest, and which takes nothing from anywhere else."""
+
+    def __init__(self, path="report.html"):
+        super().__init__()
+        self.open, self.words = [], ""
+        self.feed(pathlib.Path(path).read_text("utf-8"))
+        self.close()
+        assert not self.open, self.open
+
+    def handle_starttag(self, tag, attributes):
+        assert tag not in ("script", "link", "img", "iframe", "object"), tag
+        for name, value in attributes:
+            assert not name.startswith("on") and name not in ("src", "href", "xlink:href"), name
+        if tag == "meta":
+            self.words += str(dict(attributes).get("http-equiv", ""))
+        else:
+            self.open.append(tag)
+
+    def handle_startendtag(self, tag, attributes):
+        self.handle_starttag(tag, attributes)
+        if tag != "meta":
+            self.open.pop()
+
+    def handle_endtag(self, tag):
+        assert self.open and self.open.pop() == tag, tag
+
+    def handle_data(self, data):
+        self.words += data
+
+
+class ReportTest(unittest.TestCase):
+    def setUp(self):
+        cli_test.CliTest.setUp(self)
+
+    def source(self, sectors=4096):
+        pathlib.Path("source.img").write_bytes(os.urandom(sectors * SECTOR))
+        pathlib.Path("bad.map").write_text(cli_test.mapfile_text(sectors, BAD))
+
+    def image(self, *options):
+        return run("image", "source.img", "disk.kvrsp", "--test-mode", "bad.map", *options)
+
+    def test_a_page_of_a_cache(self):
+        self.source()
+        self.assertEqual(self.image("--sectors", "2048").returncode, 3)
+        self.assertEqual(run("report", "disk.kvrsp", "report.html").returncode, 0)
+        words = Page().words
+        for part in ("50.0 %", "source.img", "could not read 1.0 KiB", "How it went",
+                     "Where reading failed", "not read yet", "What to do next"):
+            self.assertIn(part, words)
+        self.assertNotIn("refresh", words)
+        before = pathlib.Path("report.html").read_bytes()
+        for output, message in (("report.html", "exists already"), ("disk.kvrsp", "choose another"),
+                                (".", "folder"), ("no/report.html", "cannot be made")):
+            result = run("report", "disk.kvrsp", output)
+            self.assertEqual(result.returncode, 1, output)
+            self.assertIn(message, result.stderr.decode(), output)
+        self.assertEqual(pathlib.Path("report.html").read_bytes(), before)
+        self.assertEqual(run("report", "disk.kvrsp", "report.html", "--force").returncode, 0)
+        self.assertEqual(run("report", "source.img", "other.html").returncode, 1)
+        self.assertFalse(pathlib.Path("other.html").exists())
+
+    def test_a_page_kept_up_to_date(self):
+        self.source()
+        pathlib.Path("mine.html").write_text("mine")
+        result = self.image("--report", "mine.html")
+        self.assertEqual((result.returncode, pathlib.Path("mine.html").read_text()), (1, "mine"))
+        self.assertEqual(self.image("--report", "report.html", "--sectors", "2048").returncode, 3)
+        self.assertIn("50.0 %", Page().words)
+        # Resumed, slowly: whoever looks sees a whole page each time, first one that refreshes itself.
+        process = subprocess.Popen([*cli_test.PROGRAM, "image", "source.img", "disk.kvrsp", "--test-mode",
+                                    "bad.map", "--report", "report.html", "--max-rate", "500K"],
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.addCleanup(process.kill)
+        refreshed = 0
+        while process.poll() is None:
+            try:
+                refreshed += "refresh" in Page().words
+            except PermissionError:
+                pass  # Windows, in the moment of the change
+            time.sleep(0.05)
+        self.assertEqual(process.returncode, 3)
+        self.assertGreater(refreshed, 3)
+        words = Page().words
+        self.assertIn("99.9 %", words)
+        self.assertNotIn("refresh", words)
+        self.assertEqual([p.name for p in pathlib.Path().glob("*.part")], [])
+        self.assertEqual(self.image("--report", "mine.html", "--force").returncode, 3)
+        Page("mine.html")
+        result = self.image("--partition", "7", "--report", "new.html")
+        self.assertEqual(result.returncode, 1)
+        Page("new.html")
+
+    @unittest.skipIf(os.name == "nt", "file systems are read on Linux")
+    @cli_test.native_only
+    @needs("mkfs.ext4", "debugfs")
+    def test_damaged_files_are_named(self):
+        name = "<script>&\"\x1b\u202e.txt"
+        os.mkdir("tree")
+        pathlib.Path("tree", name).write_bytes(b"x" * 5000)
+        pathlib.Path("tree", "whole").write_bytes(b"x" * 5000)
+        with open("fs.img", "wb") as image:
+            image.truncate(8 << 20)
+        tool("mkfs.ext4", "-q", "-L", "a<b", "-b", "4096", "-d", "tree", "fs.img")
+        inodes = tool("debugfs", "-R", "ls -l /", "fs.img")
+        inode = re.search(r"^ *(\d+) .*script", inodes, re.M)[1]
+        block = int(tool("debugfs", "-R", f"blocks <{inode}>", "fs.img").split()[0])
+        import_with("fs.img", bad=[block * 8 + 1])
+        self.assertEqual(run("report", "disk.kvrsp", "report.html").returncode, 0)
+        words = Page().words
+        self.assertIn("1 files are saved whole. 1 are damaged", words)
+        self.assertIn("/<script>&\"?", words)
+        self.assertIn('"a<b"', words)
+        self.assertNotIn("\x1b", words)
+
+
+if __name__ == "__main__":
+    cli_test.main()
