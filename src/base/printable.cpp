@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "base/printable.h"
 
+#include <algorithm>
+
 #include "base/types.h"
 
 namespace larkspur {
@@ -34,18 +36,36 @@ bool IsControl(std::string_view character) {
 std::string Printable(std::string_view text, std::string_view kept) {
   std::string shown;
   shown.reserve(text.size());
-  while (!text.empty()) {
+  for (;;) {
+    const size_t plain = PlainLength(text);
+    shown += text.substr(0, plain);
+    text.remove_prefix(plain);
+    if (text.empty()) return shown;
     const size_t length = CharacterLength(text);
     const std::string_view character = text.substr(0, length > 0 ? length : 1);
-    const bool isKept = kept.find(character[0]) != std::string_view::npos;
-    if (length == 0 || (IsControl(character) && !isKept)) {
+    const auto isKept = [&] { return kept.find(character[0]) != std::string_view::npos; };
+    if (length == 0 || (IsControl(character) && !isKept())) {
       shown += '?';
     } else {
       shown += character;
     }
     text.remove_prefix(character.size());
   }
-  return shown;
+}
+
+size_t PlainLength(std::string_view text) {
+  const auto isPlain = [](char byte) { return byte >= ' ' && byte < 0x7F; };
+  return static_cast<size_t>(std::find_if_not(text.begin(), text.end(), isPlain) - text.begin());
+}
+
+bool IsUtf8(std::string_view text) {
+  text.remove_prefix(PlainLength(text));
+  while (!text.empty()) {
+    const size_t length = CharacterLength(text);
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
 }
 
 }  // namespace larkspur

@@ -14,4 +14,9 @@ namespace larkspur {
 // that is no UTF-8.
 std::string Printable(std::string_view text, std::string_view kept = {});
 
+// How many bytes at the text's beginning are letters, digits and signs of ASCII: most often all.
+size_t PlainLength(std::string_view text);
+
+bool IsUtf8(std::string_view text);
+
 }  // namespace larkspur

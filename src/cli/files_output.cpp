@@ -13,13 +13,6 @@
 namespace larkspur::cli {
 namespace {
 
-bool IsUtf8(const std::string& text) {
-  // All control characters kept: what changes then was no UTF-8.
-  std::string controls = "\x7f\xc2";
-  for (char letter = 0; letter < ' '; ++letter) controls += letter;
-  return Printable(text, controls) == text;
-}
-
 const char* ConditionName(FileCondition condition) {
   return condition == FileCondition::kComplete  ? "complete"
          : condition == FileCondition::kDamaged ? "damaged"

@@ -61,6 +61,9 @@ void PrintJson(const Json& document) {
 }
 
 std::string JsonText(const std::string& text) {
+  const bool isAsItIs =
+      PlainLength(text) == text.size() && text.find_first_of("\"\\") == std::string::npos;
+  if (isAsItIs) return '"' + text + '"';
   return Dump(text, -1);
 }
 
