@@ -104,6 +104,7 @@ void ProgressLine::Finish() {
 }
 
 void RescueProgressLine::Show(const RescueProgress& progress) {
+  if (progress.domainSectors == 0) return;  // what is wanted is still being found out
   const double now = platform::MonotonicSeconds();
   const StatusTotals& domain = progress.domain;
   const double rate = m_rate.Add(domain.present, now);

@@ -214,7 +214,7 @@ class FilesTest(unittest.TestCase):
                             ("/folder/**/*.txt", 2), ("file1*", 11)):
             self.assertEqual(len(self.files("--partition", "1", "--path", glob)[1]), count, glob)
         for words, *options in (("no file fits", "--path", "/none*", "--mapfile", "new.map"),
-                                ("exists already", "--path", "*", "--mapfile", "wish.map"),
+                                ("already exists", "--path", "*", "--mapfile", "wish.map"),
                                 ("no partition 3", "--partition", "3")):
             result = run("files", "disk.kvrsp", *options)
             self.assertEqual(result.returncode, 1)

@@ -82,7 +82,7 @@ class ManualTest(unittest.TestCase):
 
     @native_only
     def test_bash_completes(self):
-        cases = {"larkspur ima": "image", "larkspur image --re": "--retry --reverse", "larkspur tree --tr": "--trace",
+        cases = {"larkspur ima": "image", "larkspur image --re": "--retry --reverse --report", "larkspur tree --tr": "--trace",
                  "larkspur image --pass-through = o": "on off", "larkspur map --png x": "", "larkspur image S": "",
                  "larkspur read -o x": ""}
         command, environment = self.shell("bash", "--norc")
@@ -125,7 +125,7 @@ class ManualTest(unittest.TestCase):
     def test_fish_completes(self):
         if not shutil.which("fish"):
             self.skipTest("needs fish")
-        cases = {"larkspur ima": "image", "larkspur image --re": "--retry --reverse",
+        cases = {"larkspur ima": "image", "larkspur image --re": "--report --retry --reverse",
                  "larkspur image --pass-through=of": "--pass-through=off", "larkspur info My": "My disk.kvrsp"}
         command, environment = self.shell("fish", "--no-config")
         for line, expected in cases.items():

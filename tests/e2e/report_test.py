@@ -71,8 +71,8 @@ class ReportTest(unittest.TestCase):
             self.assertIn(part, words)
         self.assertNotIn("refresh", words)
         before = pathlib.Path("report.html").read_bytes()
-        for output, message in (("report.html", "exists already"), ("disk.kvrsp", "choose another"),
-                                (".", "folder"), ("no/report.html", "cannot be made")):
+        for output, message in (("report.html", "already exists"), ("disk.kvrsp", "choose another"),
+                                (".", "folder"), ("no/report.html", "cannot be created")):
             result = run("report", "disk.kvrsp", output)
             self.assertEqual(result.returncode, 1, output)
             self.assertIn(message, result.stderr.decode(), output)
