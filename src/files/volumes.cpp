@@ -12,6 +12,10 @@
 namespace larkspur {
 namespace {
 
+// The copy of a GUID table, and what marks a member of a RAID, stand at a storage's end, and
+// nothing in its tables need speak of them.
+constexpr u64 kEndSectors = 64;
+
 void AddLeaves(const cPartTreeItem& root, const cPartTreeItem& node, const std::string& place,
                u64 sectors, std::vector<PlacedVolume>* volumes) {
   if (!node.FirstChild()) {
@@ -62,6 +66,8 @@ VolumeLayout LayoutOf(cBaseIO* storage) {
   const u64 sectors = storage->GetSectorCount();
   AddLeaves(*tree.Root(), *tree.Root(), "", sectors, &layout.volumes);
   SortRest(*tree.Root(), false, &layout);
+  const u64 atEnd = std::min(kEndSectors, sectors);
+  layout.unknown.Add({sectors - atEnd, atEnd});
   for (const PlacedVolume& volume : layout.volumes) {
     layout.free.Remove(volume.sectors);
     layout.unknown.Remove(volume.sectors);
