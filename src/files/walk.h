@@ -27,7 +27,7 @@ class WalkedStorage {
  public:
   virtual ~WalkedStorage() = default;
   // Reads [first, first+count) into `buffer`, zeros for sectors that are not there; false when
-  // any of it is not there. `ahead`: nobody waits for it yet, so it may just as well be refused.
+  // any of it is not there. `ahead`: no one waits for it yet, so it may just as well be refused.
   virtual bool Read(u64 first, u32 count, u8* buffer, bool ahead) = 0;
 };
 

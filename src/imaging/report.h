@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// The report on a rescue for whoever owns the data: one HTML page that needs nothing else, without
+// The report on a rescue for the owner of the data: one HTML page that needs nothing else, without
 // scripts, in plain words. What it tells is gathered by its callers; here it is written down. All
 // texts are UTF-8 and may hold anything: they are escaped here.
 

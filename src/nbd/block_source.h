@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// What the clients of an NBD server read, whoever fetches it: a cache alone, or a failing disk
+// What the clients of an NBD server read, wherever it comes from: a cache alone, or a failing disk
 // through its cache. Any thread may call; several may at a time.
 
 #include <memory>

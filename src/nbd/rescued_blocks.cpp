@@ -95,7 +95,7 @@ bool RescuedBlocks::Await(SectorRange range) {
     const bool isGone = m_options.isClientGone && m_options.isClientGone();
     lock.lock();
     if (!isGone || request->isDone) continue;
-    // Nobody wants it any more; unless it is being asked for.
+    // No one wants it any more; unless it is being asked for.
     const auto [begin, end] = m_waiting.equal_range(range.first);
     if (std::find_if(begin, end, [&](const auto& one) { return one.second == request; }) != end) {
       m_waiting.erase(place);
@@ -183,7 +183,7 @@ RescuedBlocks::RequestPtr RescuedBlocks::TakeNext() {
   return request;
 }
 
-// Whoever waits gets what is there; and so do those who come within that time.
+// Clients that wait get what is there; and so do those that come within that time.
 void RescuedBlocks::DismissAll(double seconds) {
   const std::lock_guard lock(m_mutex);
   m_hasEngine = false;

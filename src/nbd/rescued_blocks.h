@@ -4,10 +4,10 @@
 
 // A failing disk through its cache, for any number of clients: what is there is read from the cache
 // at once; what is missing is asked for by the one engine, on a thread of its own, in the order of
-// the disk among those who wait. With a range to fill, the engine images it while nobody waits.
+// the disk among those who wait. With a range to fill, the engine images it while no client waits.
 //
 // When the source is lost, those who wait are answered with what is there. The engine is begun
-// afresh when a client connects; and, where the source was gone, when somebody wants sectors a
+// again when a client connects; and, where the source was gone, when somebody wants sectors a
 // second or more later.
 
 #include <atomic>

@@ -46,7 +46,7 @@ struct GptTableNote {
   std::string diskGuid;
 };
 
-// A limit was reached: what lies behind it was not looked at.
+// A limit was reached: what lies past it was not looked at.
 struct LimitNote {
   Budget budget;
   u64 limit;

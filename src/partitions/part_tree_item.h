@@ -87,7 +87,7 @@ bool SetNode(cPartTreeItem& node, cBaseIO* io, u64 start, u64 length, u16 type);
 // Gives the node another type and the name of that type; its records stay.
 void SetNodeType(cPartTreeItem& node, u16 type);
 
-// Attaches the record, which the node owns from then on, behind the others; a record of the same
+// Attaches the record, which the node owns from then on, after the others; a record of the same
 // kind is ended first. Null is ignored.
 void AddExtension(cPartTreeItem& node, cPartExtension* record);
 

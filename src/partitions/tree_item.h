@@ -34,10 +34,10 @@ class cTreeItem {
   friend void* DestroyAs(T* object, u32 flags);
 };
 
-// Puts `item`, which is in no tree yet, behind the last top-level item.
+// Puts `item`, which is in no tree yet, after the last top-level item.
 void AppendToTree(cTreeItem** head, cTreeItem* item);
 
-// Puts `item`, which is in no tree yet, behind the last child of `parent`. The walk to that one
+// Puts `item`, which is in no tree yet, after the last child of `parent`. The walk to that one
 // begins at `known`, a child of `parent` too, where there is one.
 void AppendChild(cTreeItem* parent, cTreeItem* item, cTreeItem* known = nullptr);
 

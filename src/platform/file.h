@@ -95,7 +95,7 @@ PathKind KindOfPath(const char16_t* path);
 
 // Gives a file another name, in the same folder; false when that name is taken.
 bool RenameToUnused(const char16_t* from, const char16_t* to);
-// The same, in place of the file that has the name, if any: whoever opens it sees one or the other.
+// The same, in place of the file that has the name, if any: who opens it sees one or the other.
 bool RenameOver(const char16_t* from, const char16_t* to);
 bool RemoveFile(const char16_t* path);
 

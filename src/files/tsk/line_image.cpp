@@ -79,8 +79,9 @@ ssize_t LineImage::Failed() {
   return -1;
 }
 
-// libtsk rounds such a length up to whole sectors: nobody knows whether the last sector is wanted.
-// Mostly it is not, since structures do not cross sectors, and a short answer tells when it is.
+// libtsk rounds such a length up to whole sectors: it is not known whether the last sector is
+// wanted. Mostly it is not, since structures do not cross sectors, and a short answer tells when it
+// is.
 ssize_t LineImage::ReadUnaligned(u64 offset, char* buffer, size_t count) {
   const u64 first = offset >> kSectorShift;
   const u64 last = (offset + count - 1) >> kSectorShift;

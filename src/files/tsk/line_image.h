@@ -3,7 +3,7 @@
 #pragma once
 
 // A disk image as libtsk reads it, whose sectors come over a helper's line; and the other messages
-// of that line (files/walker.h). Ends the process when the line breaks: then nobody waits for it.
+// of that line (files/walker.h). Ends the process when the line breaks: then no one waits for it.
 
 #include <initializer_list>
 #include <memory>
