@@ -12,7 +12,7 @@ namespace {
 TEST(StatusMap, TellsOfAnyRangeWhatTheImageTells) {
   const auto image = fakes::CreateImage(fakes::MakeStore(), 1000);
   image->Write(10, fakes::Pattern(10, 300).data(), 300);
-  for (const u64 sector : {5, 20, 21, 999}) image->MarkSectorBad(sector);
+  for (const u64 sector : {5u, 20u, 21u, 999u}) image->MarkSectorBad(sector);
   const StatusMap map(image.get());
   EXPECT_EQ(map.Sectors(), 1000u);
   fakes::RandomSource random;
