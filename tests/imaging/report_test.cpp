@@ -2,7 +2,6 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "imaging/report.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "fakes/images.h"
@@ -10,8 +9,9 @@
 namespace larkspur {
 namespace {
 
-using testing::HasSubstr;
-using testing::Not;
+bool Has(const std::string& page, std::string_view text) {
+  return page.find(text) != std::string::npos;
+}
 
 ReportFacts FullFacts() {
   const std::string hostile = "<script>alert(1)</script>&\"\xff\x1b";
@@ -31,11 +31,11 @@ ReportFacts FullFacts() {
 TEST(Report, EscapesWhatItIsTold) {
   const auto image = fakes::CreateImage(fakes::MakeStore(), 1000);
   const std::string page = WriteReport(image.get(), FullFacts());
-  EXPECT_THAT(page, Not(HasSubstr("<script")));
-  EXPECT_THAT(page, Not(HasSubstr("\xff")));
-  EXPECT_THAT(page, Not(HasSubstr("\x1b")));
-  EXPECT_THAT(page, HasSubstr("&lt;script&gt;alert(1)&lt;/script&gt;&amp;&quot;??"));
-  EXPECT_THAT(page, Not(HasSubstr("http-equiv")));
+  EXPECT_FALSE(Has(page, "<script"));
+  EXPECT_FALSE(Has(page, "\xff"));
+  EXPECT_FALSE(Has(page, "\x1b"));
+  EXPECT_TRUE(Has(page, "&lt;script&gt;alert(1)&lt;/script&gt;&amp;&quot;??"));
+  EXPECT_FALSE(Has(page, "http-equiv"));
 }
 
 TEST(Report, SaysWhatItKnowsAndLeavesOutTheRest) {
@@ -45,14 +45,14 @@ TEST(Report, SaysWhatItKnowsAndLeavesOutTheRest) {
   facts.refreshSeconds = 10;
   facts.files.emplace();
   const std::string page = WriteReport(image.get(), facts);
-  EXPECT_THAT(page, HasSubstr("25.0 %</span> of the disk is saved"));
-  EXPECT_THAT(page, HasSubstr("content=\"10\""));
-  EXPECT_THAT(page, HasSubstr("No files were found yet"));
-  EXPECT_THAT(page, HasSubstr("not read yet"));
-  EXPECT_THAT(page, Not(HasSubstr("a laboratory")));
+  EXPECT_TRUE(Has(page, "25.0 %</span> of the disk is saved"));
+  EXPECT_TRUE(Has(page, "content=\"10\""));
+  EXPECT_TRUE(Has(page, "No files were found yet"));
+  EXPECT_TRUE(Has(page, "not read yet"));
+  EXPECT_FALSE(Has(page, "a laboratory"));
   for (const char* absent :
        {"The disk</h2>", "How it went", "Where reading failed", "Partitions"}) {
-    EXPECT_THAT(page, Not(HasSubstr(absent)));
+    EXPECT_FALSE(Has(page, absent));
   }
 }
 
