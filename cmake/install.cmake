@@ -49,6 +49,8 @@ if(NOT WIN32)
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT cli)
   install(FILES ${CMAKE_BINARY_DIR}/debian/changelog.Debian.gz cmake/debian/copyright
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
+  install(FILES cmake/debian/larkspur.lintian-overrides RENAME larkspur
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT cli)
   install(FILES completions/larkspur.bash RENAME larkspur
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT cli)
   install(FILES completions/_larkspur
