@@ -80,7 +80,7 @@ ExitStatus RunRead(const ReadOptions& options) {
   ExitStatus status = CopyRange(&rescue, &output, options);
   if (status == kExitDone) {
     StatusTotals totals;
-    CacheStore(rescue.Image(), {}).Count(rescue.Range(), &totals);
+    CacheStore(rescue.Image(), nullptr).Count(rescue.Range(), &totals);
     status = Rescue::StatusOf(totals);
   }
   return rescue.Finish(status);

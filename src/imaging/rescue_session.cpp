@@ -49,7 +49,7 @@ RescueSession::RescueSession(Source* source, Cache* cache, const std::u16string&
       m_cache(cache),
       m_cachePath(cachePath),
       m_stop(stop),
-      m_store(cache->image.get(), [cache] { return cache->lock->Sync(); }) {}
+      m_store(cache->image.get(), cache->lock.get()) {}
 
 SessionAnswer RescueSession::Open(EngineOptions options, bool otherSource) {
   const std::u16string logPath = LogPathOf(m_cachePath);
@@ -93,7 +93,7 @@ SessionAnswer RescueSession::Open(EngineOptions options, bool otherSource) {
 }
 
 std::optional<u64> DisbelieveZeros(cKVRSparseIO* image, const ExtentSet& storing) {
-  CacheStore store(image, [] { return true; });
+  CacheStore store(image, nullptr);
   ExtentSet present, zeros;
   bool isRead = true;
   storing.Visit([&](SectorRange area) {

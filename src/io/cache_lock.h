@@ -28,6 +28,7 @@ class CacheLock : public std::enable_shared_from_this<CacheLock> {
 
   platform::FileHandle Handle() const { return m_file.Handle(); }
   bool Sync() { return platform::SyncFile(m_file.Handle()); }
+  void BeginFlush() { platform::BeginFlush(m_file.Handle()); }
 
   // For those who store as they are asked, without a run that has an end: NoteStored flushes when
   // the last time was kSyncSeconds ago, SyncNoted what was noted and not flushed since.

@@ -61,6 +61,9 @@ std::optional<DataStretch> NextData(FileHandle file, u64 from);
 
 // Waits until all that was written to the file, through any handle, is flushed to disk.
 bool SyncFile(FileHandle file);
+// Lets the system begin to flush what was written to the file, and waits for none of it: what goes
+// wrong is told by the next SyncFile. Does nothing where a system has no such request.
+void BeginFlush(FileHandle file);
 
 // Sets times given in UTC seconds since 1970; absent ones stay. POSIX has no creation time to set.
 struct FileTimes {

@@ -4,6 +4,7 @@
 
 // A sparse image as the engine's store.
 
+#include "io/cache_lock.h"
 #include "io/kvr_sparse_io.h"
 #include "rescue/rescue_store.h"
 
@@ -11,9 +12,8 @@ namespace larkspur {
 
 class CacheStore final : public RescueStore {
  public:
-  // `image` is not owned. `sync` flushes the image's file to disk.
-  CacheStore(cKVRSparseIO* image, std::function<bool()> sync)
-      : m_image(image), m_sync(std::move(sync)) {}
+  // Neither is owned. `lock` is that of the image's file; null where nothing is to be flushed.
+  CacheStore(cKVRSparseIO* image, CacheLock* lock) : m_image(image), m_lock(lock) {}
 
   u64 Sectors() const override { return m_image->GetSectorCount(); }
   bool Visit(SectorRange range, const ExtentVisitor& visit) override;
@@ -21,11 +21,14 @@ class CacheStore final : public RescueStore {
   bool Store(u64 first, const u8* data, u32 count, bool evenUnreadable) override;
   bool MarkUnreadable(SectorRange range) override;
   bool Load(u64 first, u8* data, u32 count) override;
-  bool Sync() override { return m_sync(); }
+  bool Sync() override { return !m_lock || m_lock->Sync(); }
+  void BeginFlush() override {
+    if (m_lock) m_lock->BeginFlush();
+  }
 
  private:
   cKVRSparseIO* m_image;
-  std::function<bool()> m_sync;
+  CacheLock* m_lock;
 };
 
 }  // namespace larkspur

@@ -129,6 +129,7 @@ class Engine {
   bool IsAwaited() { return !m_isServing && m_options.isAwaited && m_options.isAwaited(); }
   void GiveWay(const Settled& settled);
   bool StoreAnswers(const Asked* first, u32 count);
+  bool StoreRun(SectorRange run, const u8* data);
   void Settle(const Asked& asked);
   void SettleFailure(const Asked& asked);
   void AliveNow();
@@ -147,7 +148,7 @@ class Engine {
 
   // The store.
   bool PrepareStore(SectorRange range);
-  bool NoteStoring(SectorRange range);
+  void NoteStoring(SectorRange range);
   void SyncWhenDue();
   bool Sync();
 
@@ -195,6 +196,7 @@ class Engine {
   double m_started;
   double m_lastSync;
   bool m_isDirty = false;
+  u64 m_unflushed = 0;        // sectors stored since the last flush began
   double m_groupSeconds = 0;  // usual, of one sector
   double m_aloneSeconds = 0;  // usual, of one request
 

@@ -20,6 +20,8 @@ constexpr u32 kMostWakings = 3;
 constexpr size_t kMostNamed = 1 << 16;
 // Room is made for that much at once where reading goes on in order.
 constexpr u64 kRoomSectors = 8192;
+// So much is stored before the store's disk is to begin writing it.
+constexpr u64 kFlushSectors = 16384;
 // What a power cut may have left undone is looked for by areas of 1 GiB.
 constexpr u64 kStoringArea = u64{1} << 21;
 
@@ -110,17 +112,24 @@ bool Engine::StoreAnswers(const Asked* first, u32 count) {
            first[end].range.first == run.End()) {
       run.count += first[end++].answer.delivered;
     }
-    if (run.count > 0) {
-      m_isDirty = true;
-      const u32 sectors = static_cast<u32>(run.count);
-      if (!NoteStoring(run) || !m_store->Store(run.first, first[i].data, sectors, m_isRetrying)) {
-        const u32 code = platform::LastFailure();
-        StopWith(platform::IsDiskFull(code) ? StopReason::kFull : StopReason::kStoreFailed, code);
-        return false;
-      }
-    }
+    if (run.count > 0 && !StoreRun(run, first[i].data)) return false;
     i = end;
   }
+  return true;
+}
+
+bool Engine::StoreRun(SectorRange run, const u8* data) {
+  m_isDirty = true;
+  NoteStoring(run);
+  if (!m_store->Store(run.first, data, static_cast<u32>(run.count), m_isRetrying)) {
+    const u32 code = platform::LastFailure();
+    StopWith(platform::IsDiskFull(code) ? StopReason::kFull : StopReason::kStoreFailed, code);
+    return false;
+  }
+  m_unflushed += run.count;
+  if (m_unflushed < kFlushSectors) return true;
+  m_unflushed = 0;
+  m_store->BeginFlush();
   return true;
 }
 
@@ -360,7 +369,7 @@ bool Engine::PrepareStore(SectorRange range) {
 
 // After a power cut, what was being stored is looked at again: the log must know before the cache
 // does.
-bool Engine::NoteStoring(SectorRange range) {
+void Engine::NoteStoring(SectorRange range) {
   const u64 first = range.first / kStoringArea * kStoringArea;
   bool isNew = false;
   for (u64 at = first; at < range.End(); at += kStoringArea) {
@@ -371,7 +380,6 @@ bool Engine::NoteStoring(SectorRange range) {
     isNew = true;
   }
   if (isNew) m_log->Sync();
-  return true;
 }
 
 void Engine::SyncWhenDue() {

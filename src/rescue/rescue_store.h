@@ -33,6 +33,9 @@ class RescueStore {
   virtual bool Load(u64 first, u8* data, u32 count) = 0;
   // Flushes everything to disk.
   virtual bool Sync() = 0;
+  // Begins to flush what was stored so far, and waits for none of it: the disk of the store writes
+  // while the source is read, and Sync finds little left to do.
+  virtual void BeginFlush() {}
 
   // Counts the statuses in `range`; false as Visit.
   bool Count(SectorRange range, StatusTotals* totals);

@@ -77,6 +77,7 @@ class MemoryRescueStore final : public RescueStore {
   bool MarkUnreadable(SectorRange range) override;
   bool Load(u64 first, u8* data, u32 count) override;
   bool Sync() override;
+  void BeginFlush() override { ++flushesBegun; }
 
   u64 Count(SectorStatus status) const;
 
@@ -85,6 +86,7 @@ class MemoryRescueStore final : public RescueStore {
   u64 storesLeft = kNowhere;
   bool syncFails = false;
   u64 syncs = 0;
+  u64 flushesBegun = 0;
 };
 
 // A log that is kept as text.

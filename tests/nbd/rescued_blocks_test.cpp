@@ -59,7 +59,7 @@ class Rig final : public EngineRuns {
   };
 
   Owned<cKVRSparseIO> image = fakes::CreateImage(fakes::MakeStore(), kSectors);
-  CacheStore store{image.get(), [] { return true; }};
+  CacheStore store{image.get(), nullptr};
   fakes::FakeClock clock;
   fakes::DyingDisk disk{kSectors, &clock};
   fakes::MemoryLog log;

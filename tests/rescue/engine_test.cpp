@@ -74,6 +74,7 @@ TEST_F(EngineTest, AHealthyDiskIsReadOnceFromFrontToBack) {
     EXPECT_EQ(m_disk.AskedMoreThan(1), "");
     EXPECT_EQ(m_progress.asked, kSectors);
     EXPECT_EQ(m_progress.domain.present, kSectors);
+    EXPECT_EQ(m_store.flushesBegun, 2u);  // of 8 MiB each
     for (const auto& request : m_disk.requests) {
       ASSERT_EQ(request.first / 128, (request.first + request.count - 1) / 128);
     }

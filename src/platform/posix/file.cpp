@@ -161,6 +161,11 @@ bool SyncFile(FileHandle file) {
   return Succeeded(Uninterrupted([&] { return fsync(Descriptor(file)); }));
 }
 
+void BeginFlush(FileHandle file) {
+  // Without the flags that wait: those would take the news of a failed write away from fsync.
+  sync_file_range(Descriptor(file), 0, 0, SYNC_FILE_RANGE_WRITE);
+}
+
 bool SetFileTimes(FileHandle file, const FileTimes& times) {
   const timespec both[2] = {TimeOrKeep(times.access), TimeOrKeep(times.write)};
   return Succeeded(futimens(Descriptor(file), both));
