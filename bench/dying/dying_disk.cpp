@@ -13,20 +13,23 @@
 // The plan is a text file, one word with its values a line; '#' begins a comment. Places and
 // lengths are sectors of 512 bytes; areas of a kind stand in order and do not overlap.
 //
+// clang-format off
 //   size SECTORS
 //   seed N                      of the contents and the costs (0)
 //   rate MIB                    a second, of healthy reading (40)
 //   ahead KIB                   what the drive reads ahead while idle (256)
-//   seek MS                     an ask that does not begin where the last one ended costs this more
-//   (0) failed LOW HIGH             milliseconds that a failed ask costs (40 120) refusal ERROR
-//   what it fails with: EIO, ENODATA (EIO) bad FIRST COUNT             an ask that touches one of
-//   these sectors fails as a whole slow FIRST COUNT FACTOR     these sectors take so many times as
-//   long dies failures N [LIVES]     the disk is dead after N failed asks, dies seconds N [LIVES]
-//   or so many seconds after it came to life; each line is good for one life,
-//                                 or for so many, and the life after the last line does not end
-//   dead ERROR MS               how a dead disk answers, and after how long: EIO, ENODEV, ETIMEDOUT
-//   (EIO dead hang                     1000), or not at all until it is back returns SECONDS a dead
-//   disk is back after that time (only by SIGUSR2)
+//   seek MS                     an ask that does not begin where the last one ended costs this more (0)
+//   failed LOW HIGH             milliseconds that a failed ask costs (40 120)
+//   refusal ERROR               what it fails with: EIO, ENODATA (EIO)
+//   bad FIRST COUNT             an ask that touches one of these sectors fails as a whole
+//   slow FIRST COUNT FACTOR     these sectors take so many times as long
+//   dies failures N [LIVES]     the disk is dead after N failed asks,
+//   dies seconds N [LIVES]      or so many seconds after it came to life; each line is good for one life,
+//                               or for so many, and the life after the last line does not end
+//   dead ERROR MS               how a dead disk answers, and after how long: EIO, ENODEV, ETIMEDOUT (EIO 1000)
+//   dead hang                   or not at all until it is back
+//   returns SECONDS             a dead disk is back after that time (only by SIGUSR2)
+// clang-format on
 //
 // Sector S of a disk with seed N holds sixteen times the 32 bytes that
 // printf("sector %014d seed %04d\n", S, N % 10000) gives.
