@@ -161,6 +161,8 @@ CommandAnswer cPassThroughReader::Send(ScsiCommand* command) {
   }
   CommandAnswer answer;
   answer.kind = KindOfSense(*command, m_target.isRemovable, &answer.isTaken);
+  const SenseData sense = DecodeSense(*command);
+  answer.sense = u32{sense.key} << 16 | u32{sense.asc} << 8 | sense.ascq;
   return answer;
 }
 

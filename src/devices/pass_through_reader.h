@@ -22,6 +22,7 @@ struct CommandAnswer {
   platform::FailureKind kind = platform::FailureKind::kNone;
   u32 code = 0;             // the system's error number where the command did not reach the drive
   u64 firstBad = kNowhere;  // the first of the sectors asked for that the drive named as bad
+  u32 sense = 0;            // as AskAnswer::sense
 };
 
 class cPassThroughReader {

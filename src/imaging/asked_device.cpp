@@ -123,7 +123,7 @@ AskAnswer cAskedDevice::AskByCommand(u64 sector, u8* buffer, u32 count) {
   m_takesCommands = answer.isTaken;
   if (!answer.isTaken) return {0, FailureKind::kSystem, answer.code};
   const u32 delivered = answer.kind == FailureKind::kNone ? count : 0;
-  return {delivered, answer.kind, answer.code, answer.firstBad};
+  return {delivered, answer.kind, answer.code, answer.firstBad, answer.sense};
 }
 
 AskAnswer cAskedDevice::AskThroughKernel(u64 sector, u8* buffer, u32 count) {

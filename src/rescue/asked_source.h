@@ -22,6 +22,9 @@ struct AskAnswer {
   u32 code = 0;                           // the system's error number; 0 when it gave none
   // The first sector that the drive itself named as bad; kNowhere when it named none.
   u64 firstBad = kNowhere;
+  // What the drive said of a failure: sense key, additional code and qualifier, as 0xKKAAQQ; 0 when
+  // it said nothing, or nobody passed it on.
+  u32 sense = 0;
 };
 
 // Who the source is, as far as it said; texts are UTF-8 and empty where it said nothing.

@@ -132,6 +132,7 @@ class Engine {
   bool StoreRun(SectorRange run, const u8* data);
   void Settle(const Asked& asked);
   void SettleFailure(const Asked& asked);
+  void LogFailure(const Asked& asked);
   void AliveNow();
   void CountAsked(SectorRange range);
   void Learn(const Asked& asked);

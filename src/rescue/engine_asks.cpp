@@ -4,6 +4,7 @@
 // How the engine asks, what a failure means, and when a disk counts as dead.
 
 #include <algorithm>
+#include <cstdio>
 
 #include "platform/system_error.h"
 #include "rescue/engine.h"
@@ -166,15 +167,26 @@ void Engine::Settle(const Asked& asked) {
   if (asked.answer.kind != FailureKind::kNone) SettleFailure(asked);
 }
 
+void Engine::LogFailure(const Asked& asked) {
+  const AskAnswer& answer = asked.answer;
+  LogEvent event("failed");
+  event.Add(asked.range).Add("alone", IsAlone(asked.range));
+  event.Add("kind", FailureKindName(answer.kind)).Add("code", u64{answer.code});
+  if (answer.sense != 0) {
+    // As the drives' manuals and the kernel's messages have it: key/code/qualifier.
+    char sense[12];
+    std::snprintf(sense, sizeof sense, "%x/%02x/%02x", answer.sense >> 16 & 0xFF,
+                  answer.sense >> 8 & 0xFF, answer.sense & 0xFF);
+    event.Add("sense", sense);
+  }
+  event.Add("ms", u64(asked.seconds * 1000));
+  m_log->Write(event);
+}
+
 void Engine::SettleFailure(const Asked& asked) {
   const AskAnswer& answer = asked.answer;
   const bool alone = IsAlone(asked.range);
-  m_log->Write(LogEvent("failed")
-                   .Add(asked.range)
-                   .Add("alone", alone)
-                   .Add("kind", FailureKindName(answer.kind))
-                   .Add("code", u64{answer.code})
-                   .Add("ms", u64(asked.seconds * 1000)));
+  LogFailure(asked);
   if (m_failuresInRow++ == 0) m_firstFailure = m_clock->Seconds() - asked.seconds;
   const SectorRange rest{asked.range.first + answer.delivered,
                          asked.range.count - answer.delivered};

@@ -26,6 +26,7 @@ AskAnswer DyingDisk::Ask(u64 sector, void* buffer, u32 count) {
   if (isMedium && isBad) {
     answer.kind = badKind;
     if (namesBadSector) answer.firstBad = firstBad->first;
+    if (namesBadSector) answer.sense = 0x031100;
   }
   requests.push_back({sector, count, answer.kind != FailureKind::kNone});
   if (isMedium || answer.kind == FailureKind::kUnclear) {

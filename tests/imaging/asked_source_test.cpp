@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+#include <fmt/core.h>
+
 #include "base/path_text.h"
 #include "devices/device_test.h"
 #include "fakes/memory_disk.h"
@@ -56,6 +58,7 @@ class AskedSourceTest : public DeviceTest {
     std::string text = std::to_string(answer.delivered);
     if (answer.kind == FailureKind::kNone) return text;
     text += std::string(" ") + kKinds[static_cast<size_t>(answer.kind)];
+    if (answer.sense != 0) text += fmt::format(" {:06x}", answer.sense);
     if (answer.firstBad != kNowhere) text += " at " + std::to_string(answer.firstBad);
     return text;
   }
@@ -156,8 +159,8 @@ TEST_F(AskedSourceTest, CommandsReadFromTheFirstFailureOn) {
   EXPECT_EQ(Ask(source, 256, 128), "0 unclear");
   EXPECT_EQ(drive->TakeLog(), "read 65536+65536\nread 131072+65536\nopen rw");
   EXPECT_EQ(Ask(source, 256, 44), "44");
-  EXPECT_EQ(Ask(source, 300, 1), "0 medium at 300");
-  EXPECT_EQ(Ask(source, 301, 4), "0 medium") << "it names one that was not asked for";
+  EXPECT_EQ(Ask(source, 300, 1), "0 medium 031100 at 300");
+  EXPECT_EQ(Ask(source, 301, 4), "0 medium 031100") << "it names one that was not asked for";
   EXPECT_EQ(drive->TakeLog(),
             "scsi 28 00 00 00 01 00 00 00 2C 00 in 22528\n"
             "scsi 28 00 00 00 01 2C 00 00 01 00 in 512\n"
@@ -205,28 +208,31 @@ TEST_F(AskedSourceTest, SenseDataDecide) {
     fakes::ScsiReply reply;
     const char* answer;
   } cases[] = {
-      {"medium, fixed", sense(fakes::FixedSenseAt(103, 3, 0x11, 0)), "0 medium at 103"},
-      {"medium, descriptors", sense(fakes::DescriptorSenseAt(107, 3, 0x11, 4)), "0 medium at 107"},
-      {"before the request", sense(fakes::FixedSenseAt(99, 3, 0x11, 0)), "0 medium"},
-      {"past the request", sense(fakes::DescriptorSenseAt(108, 3, 0x11, 0)), "0 medium"},
-      {"no place on any drive", sense(fakes::DescriptorSenseAt(~u64{0}, 3, 0x11, 0)), "0 medium"},
-      {"no block named", sense(fakes::FixedSense(3, 0x11, 0)), "0 medium"},
-      {"sense cut short", sense({0xF0, 0, 3}), "0 medium"},
-      {"descriptors cut short", sense({0x72, 3, 0x11, 0, 0, 0, 0, 0xFF, 0, 10}), "0 medium"},
-      {"endless descriptors", sense({0x72, 3, 0x11, 0, 0, 0, 0, 0xFF, 1, 0, 1, 0}), "0 medium"},
-      {"blank", sense(fakes::FixedSense(8, 0, 0)), "0 medium"},
+      {"medium, fixed", sense(fakes::FixedSenseAt(103, 3, 0x11, 0)), "0 medium 031100 at 103"},
+      {"medium, descriptors", sense(fakes::DescriptorSenseAt(107, 3, 0x11, 4)),
+       "0 medium 031104 at 107"},
+      {"before the request", sense(fakes::FixedSenseAt(99, 3, 0x11, 0)), "0 medium 031100"},
+      {"past the request", sense(fakes::DescriptorSenseAt(108, 3, 0x11, 0)), "0 medium 031100"},
+      {"no place on any drive", sense(fakes::DescriptorSenseAt(~u64{0}, 3, 0x11, 0)),
+       "0 medium 031100"},
+      {"no block named", sense(fakes::FixedSense(3, 0x11, 0)), "0 medium 031100"},
+      {"sense cut short", sense({0xF0, 0, 3}), "0 medium 030000"},
+      {"descriptors cut short", sense({0x72, 3, 0x11, 0, 0, 0, 0, 0xFF, 0, 10}), "0 medium 031100"},
+      {"endless descriptors", sense({0x72, 3, 0x11, 0, 0, 0, 0, 0xFF, 1, 0, 1, 0}),
+       "0 medium 031100"},
+      {"blank", sense(fakes::FixedSense(8, 0, 0)), "0 medium 080000"},
       {"recovered", {.status = 2, .sense = fakes::FixedSense(1, 0x17, 0), .data = whole}, "8"},
-      {"hardware", sense(fakes::FixedSense(4, 0x44, 0)), "0 transport"},
-      {"aborted by the cable", sense(fakes::FixedSense(11, 0x47, 0)), "0 transport"},
-      {"aborted", sense(fakes::FixedSense(11, 0, 6)), "0 unclear"},
-      {"reset", sense(fakes::FixedSense(6, 0x29, 0)), "0 transport"},
-      {"no medium", sense(fakes::FixedSense(2, 0x3A, 0)), "0 gone"},
-      {"not ready", sense(fakes::FixedSense(2, 4, 0)), "0 gone"},
-      {"will never be ready", sense(fakes::FixedSense(2, 4, 3)), "0 gone"},
-      {"becoming ready", sense(fakes::FixedSense(2, 4, 1)), "0 transport"},
-      {"locked", sense(fakes::FixedSense(7, 0x20, 2)), "0 system"},
-      {"deferred", sense({0x71, 0, 3, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x11, 0}), "0 transport"},
-      {"no such sector", sense(fakes::FixedSense(5, 0x21, 0)), "0 unclear"},
+      {"hardware", sense(fakes::FixedSense(4, 0x44, 0)), "0 transport 044400"},
+      {"aborted by the cable", sense(fakes::FixedSense(11, 0x47, 0)), "0 transport 0b4700"},
+      {"aborted", sense(fakes::FixedSense(11, 0, 6)), "0 unclear 0b0006"},
+      {"reset", sense(fakes::FixedSense(6, 0x29, 0)), "0 transport 062900"},
+      {"no medium", sense(fakes::FixedSense(2, 0x3A, 0)), "0 gone 023a00"},
+      {"not ready", sense(fakes::FixedSense(2, 4, 0)), "0 gone 020400"},
+      {"will never be ready", sense(fakes::FixedSense(2, 4, 3)), "0 gone 020403"},
+      {"becoming ready", sense(fakes::FixedSense(2, 4, 1)), "0 transport 020401"},
+      {"locked", sense(fakes::FixedSense(7, 0x20, 2)), "0 system 072002"},
+      {"deferred", sense({0x71, 0, 3, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x11, 0}), "0 transport 031100"},
+      {"no such sector", sense(fakes::FixedSense(5, 0x21, 0)), "0 unclear 052100"},
       {"no sense data", status(2), "0 unclear"},
       {"busy", status(8), "0 transport"},
       {"timed out", error(FailureKind::kTransport), "0 transport"},
@@ -267,8 +273,8 @@ TEST_F(AskedSourceTest, CommandsCountFromTheDrivesStart) {
   };
   EXPECT_EQ(Ask(source, 8, 8), "8");
   EXPECT_EQ(Ask(source, 11, 2), "2") << "cut out of a block";
-  EXPECT_EQ(Ask(source, 16, 8), "0 medium at 16");
-  EXPECT_EQ(Ask(source, 19, 3), "0 medium at 19");
+  EXPECT_EQ(Ask(source, 16, 8), "0 medium 031100 at 16");
+  EXPECT_EQ(Ask(source, 19, 3), "0 medium 031100 at 19");
   EXPECT_EQ(drive->TakeLog(),
             "scsi 28 00 00 00 00 0B 00 00 01 00 in 4096\n"
             "scsi 28 00 00 00 00 0B 00 00 01 00 in 4096\n"
@@ -373,8 +379,9 @@ TEST_F(AskedSourceTest, AnOpticalDriveByItsSenseData) {
   const struct {
     u8 key, asc;
     const char* answer;
-  } cases[] = {{3, 0x11, "0 medium"},    {2, 0x3A, "0 gone"},   {6, 0x28, "0 gone"},
-               {6, 0x29, "0 transport"}, {4, 0, "0 transport"}, {2, 4, "0 gone"}};
+  } cases[] = {{3, 0x11, "0 medium 031100"}, {2, 0x3A, "0 gone 023a00"},
+               {6, 0x28, "0 gone 062800"},   {6, 0x29, "0 transport 062900"},
+               {4, 0, "0 transport 040000"}, {2, 4, "0 gone 020400"}};
   for (const auto& c : cases) {
     fakes::SimulatedDrive* drive = MakeDrive(2048, 100);
     drive->isOptical = true;
@@ -431,7 +438,7 @@ TEST_F(AskedSourceTest, SectorsOfOddSizes) {
       EXPECT_EQ(source.asked->Identity().physicalSectorBytes, 512u);
       drive->TakeLog();
       EXPECT_EQ(Ask(source, 101, 128), "128");
-      EXPECT_EQ(Ask(source, 99, 2), "0 medium at 100");
+      EXPECT_EQ(Ask(source, 99, 2), "0 medium 031100 at 100");
       EXPECT_EQ(Ask(source, 3999, 1), "1");
       EXPECT_EQ(drive->TakeLog().find("read"), std::string::npos);
       drive->onScsi = [](const auto&) {

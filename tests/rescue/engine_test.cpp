@@ -153,6 +153,7 @@ TEST_F(EngineTest, ADriveThatNamesItsBadSectorIsAskedForTheRestAtOnce) {
   ExpectOnlyBadMissing();
   EXPECT_EQ(m_disk.AskedMoreThan(2), "");
   EXPECT_NE(m_disk.Pattern().find(" 896-999 1000! <1001-1023"), std::string::npos);
+  EXPECT_NE(m_log.text.find(R"("kind":"medium","code":5,"sense":"3/11/00")"), std::string::npos);
   EXPECT_EQ(std::count_if(m_disk.requests.begin(), m_disk.requests.end(),
                           [](const auto& r) { return r.first >= 896 && r.first < 1000; }),
             2);
