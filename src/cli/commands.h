@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
+#include "base/exit_status.h"
 #include "base/types.h"
-#include "cli/exit_status.h"
 #include "imaging/source.h"
 
 namespace larkspur::cli {

@@ -10,7 +10,7 @@
 #include <fmt/core.h>
 #include <nlohmann/json_fwd.hpp>
 
-#include "cli/exit_status.h"
+#include "base/exit_status.h"
 
 namespace larkspur::cli {
 

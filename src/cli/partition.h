@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "cli/exit_status.h"
+#include "base/exit_status.h"
 #include "io/sector_range.h"
 
 namespace larkspur {

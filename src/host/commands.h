@@ -4,8 +4,8 @@
 
 // What the program does without its window, for scripts, tests and reports.
 
+#include "base/exit_status.h"
 #include "host/model/command_line.h"
-#include "host/model/exit_status.h"
 
 namespace larkspur::host {
 

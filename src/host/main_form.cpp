@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
+#include "base/exit_status.h"
 #include "base/path_text.h"
 #include "catalog/message_catalog.h"
-#include "host/model/exit_status.h"
 #include "host/texts.h"
 #include "ui/handles.h"
 #include "ui/texts.h"

@@ -23,7 +23,7 @@ class RescueRuns final : public EngineRuns {
   Engine* Begin(EngineOptions engine) override {
     if (m_rescue) return m_rescue->Reopen(std::move(engine)) ? &m_rescue->engine() : nullptr;
     auto rescue = std::make_unique<cli::Rescue>(m_stop);
-    if (rescue->Open(m_options, std::move(engine)) != cli::kExitDone) return nullptr;
+    if (rescue->Open(m_options, std::move(engine)) != kExitDone) return nullptr;
     m_rescue = std::move(rescue);
     return &m_rescue->engine();
   }
@@ -62,7 +62,7 @@ bool FindRange(const ServedOptions& options, cBaseIO* storage, SectorRange* rang
   *range = {0, storage->GetSectorCount()};
   const std::string& name = options.source.empty() ? options.cache : options.source;
   return options.partition.empty() ||
-         cli::FindPartition(storage, name, options.partition, range) == cli::kExitDone;
+         cli::FindPartition(storage, name, options.partition, range) == kExitDone;
 }
 
 ServedStorage OpenCacheAlone(const ServedOptions& options) {

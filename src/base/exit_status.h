@@ -2,9 +2,9 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-namespace larkspur::host {
+namespace larkspur {
 
-// The same as the command line's.
+// What the programs answer the shell.
 enum ExitStatus : int {
   kExitDone = 0,
   kExitFailed = 1,
@@ -13,4 +13,4 @@ enum ExitStatus : int {
   kExitInterrupted = 130,
 };
 
-}  // namespace larkspur::host
+}  // namespace larkspur
