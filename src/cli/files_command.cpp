@@ -110,13 +110,16 @@ class FilesRun {
   u64 m_matched = 0;
 };
 
+// `engine` as FindPartition has it.
 ExitStatus FindVolumes(const FilesOptions& options, cBaseIO* storage,
-                       std::vector<PlacedVolume>* volumes) {
-  *volumes = VolumesOf(storage);
-  if (options.partition.empty()) return kExitDone;
+                       std::vector<PlacedVolume>* volumes, const Engine* engine = nullptr) {
+  if (options.partition.empty()) {
+    *volumes = VolumesOf(storage);
+    return kExitDone;
+  }
   PlacedVolume volume{options.partition, {}};
   const ExitStatus status =
-      FindPartition(storage, options.cache, options.partition, &volume.sectors);
+      FindPartition(storage, options.cache, options.partition, &volume.sectors, engine);
   if (status == kExitDone) *volumes = {volume};
   return status;
 }
@@ -143,7 +146,7 @@ ExitStatus FetchMetadata(const FilesOptions& options) {
   if (const ExitStatus status = rescue.Open(options); status != kExitDone) return status;
   cRescueIO io(&rescue.engine());
   std::vector<PlacedVolume> volumes;
-  const ExitStatus status = FindVolumes(options, &io, &volumes);
+  const ExitStatus status = FindVolumes(options, &io, &volumes, &rescue.engine());
   RescuedStorage storage(&rescue);
   for (const PlacedVolume& volume : volumes) {
     if (rescue.engine().Reason() != StopReason::kNone) break;

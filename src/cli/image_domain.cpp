@@ -4,12 +4,11 @@
 
 #include "base/path_text.h"
 #include "cli/output.h"
+#include "cli/partition.h"
 #include "cli/rescued_storage.h"
 #include "files/used.h"
 #include "files/volumes.h"
 #include "imaging/domain.h"
-#include "partitions/detection.h"
-#include "partitions/place.h"
 #include "platform/system_error.h"
 #include "platform/terminal.h"
 #include "rescue/rescue_io.h"
@@ -32,16 +31,11 @@ ExitStatus CutToMapfile(const ImageOptions& options, ExtentSet* domain) {
 
 ExitStatus CutToPartition(Rescue* rescue, const ImageOptions& options, ExtentSet* domain) {
   cRescueIO storage(&rescue->engine());
-  PartitionTree tree;
-  BuildPartitionTree(tree.Head(), &storage, {.forPeople = true});
-  if (rescue->engine().Reason() != StopReason::kNone) return rescue->Finish();
-  const auto place = tree.Root() ? FindPlace(*tree.Root(), options.partition) : std::nullopt;
-  if (!place) {
-    rescue->engine().Finish();
-    return Fail(fmt::format("{}: there is no partition {}; 'larkspur tree' lists them",
-                            options.source, options.partition));
-  }
-  *domain = domain->Intersection(ExtentSet({place->start, place->sectors}));
+  SectorRange range{};
+  const ExitStatus status =
+      FindPartition(&storage, options.source, options.partition, &range, &rescue->engine());
+  if (status != kExitDone) return rescue->Finish(status);
+  *domain = domain->Intersection(ExtentSet(range));
   return kExitDone;
 }
 

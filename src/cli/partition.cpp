@@ -6,19 +6,21 @@
 #include "io/base_io.h"
 #include "partitions/detection.h"
 #include "partitions/place.h"
+#include "rescue/engine.h"
 
 namespace larkspur::cli {
 
 ExitStatus FindPartition(cBaseIO* storage, const std::string& name, const std::string& place,
-                         SectorRange* range) {
+                         SectorRange* range, const Engine* engine) {
   PartitionTree tree;
-  BuildPartitionTree(tree.Head(), storage);
+  BuildPartitionTree(tree.Head(), storage, {.forPeople = true});
+  if (engine && engine->Reason() != StopReason::kNone) return kExitFailed;
   if (!tree.Root()) return Fail(name + ": the storage has no sectors");
   const auto found = FindPlace(*tree.Root(), place);
   const u64 sectors = storage->GetSectorCount();
-  if (place.empty() || !found || found->start >= sectors) {
+  if (!found || found->start >= sectors) {
     return Fail(fmt::format("{}: there is no partition {}; 'larkspur tree' shows their places",
-                            name, place.empty() ? "\"\"" : place));
+                            name, place));
   }
   *range = {found->start, std::min(found->sectors, sectors - found->start)};
   if (range->count < found->sectors) {

@@ -11,13 +11,16 @@
 
 namespace larkspur {
 class cBaseIO;
-}
+class Engine;
+}  // namespace larkspur
 
 namespace larkspur::cli {
 
 // kExitDone with the sectors that the partition at `place` covers, cut at the storage's end;
-// otherwise the user has been told. `name` is the storage's, for messages.
+// otherwise kExitFailed, and the user has been told. `name` is the storage's, for messages.
+// `engine` is what the storage is read through, if anything: when it stopped on the way, why is for
+// its owner to tell.
 ExitStatus FindPartition(cBaseIO* storage, const std::string& name, const std::string& place,
-                         SectorRange* range);
+                         SectorRange* range, const Engine* engine = nullptr);
 
 }  // namespace larkspur::cli

@@ -60,7 +60,7 @@ std::vector<PlacedVolume> VolumesOf(cBaseIO* storage) {
 
 VolumeLayout LayoutOf(cBaseIO* storage) {
   PartitionTree tree;
-  const bool isWhole = BuildPartitionTree(tree.Head(), storage);
+  const bool isWhole = BuildPartitionTree(tree.Head(), storage, {.forPeople = true});
   VolumeLayout layout;
   if (!tree.Root()) return layout;
   const u64 sectors = storage->GetSectorCount();

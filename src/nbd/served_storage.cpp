@@ -58,11 +58,12 @@ class RescuedStorage final : public BlockSource {
 };
 
 // False when the partition is not there; the user has been told.
-bool FindRange(const ServedOptions& options, cBaseIO* storage, SectorRange* range) {
+bool FindRange(const ServedOptions& options, cBaseIO* storage, SectorRange* range,
+               const Engine* engine = nullptr) {
   *range = {0, storage->GetSectorCount()};
   const std::string& name = options.source.empty() ? options.cache : options.source;
   return options.partition.empty() ||
-         cli::FindPartition(storage, name, options.partition, range) == kExitDone;
+         cli::FindPartition(storage, name, options.partition, range, engine) == kExitDone;
 }
 
 ServedStorage OpenCacheAlone(const ServedOptions& options) {
@@ -79,7 +80,7 @@ ServedStorage OpenWithSource(const ServedOptions& options) {
   Engine* const engine = storage->Blocks().Begin();
   if (!engine || !engine->Want({})) return {};
   cRescueIO rescued(engine);
-  if (!FindRange(options, &rescued, &served.range)) return {};
+  if (!FindRange(options, &rescued, &served.range, engine)) return {};
   auto cached = OpenCachedBlocks(WideFromUtf8(options.cache));
   if (!cached) return {};
   storage->Blocks().Start(std::move(cached), options.fill ? served.range : SectorRange{});
