@@ -7,12 +7,20 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "base/exit_status.h"
 #include "base/types.h"
 #include "imaging/source.h"
 
 namespace larkspur::cli {
+
+// What the words of an option mean.
+template <typename Value>
+using Choice = std::pair<const char*, Value>;
+
+inline constexpr Choice<PassThrough> kPassThroughChoices[] = {
+    {"auto", PassThrough::kAuto}, {"on", PassThrough::kOn}, {"off", PassThrough::kOff}};
 
 // A source, and most often its cache.
 struct StorageOptions {

@@ -32,11 +32,9 @@ void AddSourceAndCache(CLI::App* command, StorageOptions* options) {
 void AddReading(CLI::App* command, StorageOptions* options) {
   command->add_flag("--other-source", options->otherSource,
                     "Read into a cache that was made from another disk of the same size");
-  AddChoice<PassThrough>(
-      command, "--pass-through", &options->passThrough,
-      {{"auto", PassThrough::kAuto}, {"on", PassThrough::kOn}, {"off", PassThrough::kOff}},
-      "Read by SCSI commands instead of through the kernel, which retries on "
-      "its own: auto from the first failure on, on from the start, off never")
+  AddChoice<PassThrough>(command, "--pass-through", &options->passThrough, kPassThroughChoices,
+                         "Read by SCSI commands instead of through the kernel, which retries on "
+                         "its own: auto from the first failure on, on from the start, off never")
       ->default_str("auto")
       ->expected(0, 1);
   AddNumber(command, "--timeout", &options->timeoutSeconds, {1, 3600},

@@ -12,6 +12,7 @@
 //                               continue in this column
 //     --pass-through[=auto|on]  the value may be left out, and is one of these words
 
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -56,10 +57,10 @@ CLI::Option* AddNumber(CLI::App* command, const std::string& name, Value* value,
 CLI::Option* AddSize(CLI::App* command, const std::string& name, u64* bytes,
                      const char* description);
 
-// An option whose value is one of a few words.
+// An option whose value is one of a few words. The choices live as long as the command.
 template <typename Value>
 CLI::Option* AddChoice(CLI::App* command, const std::string& name, Value* value,
-                       const std::vector<std::pair<std::string, Value>>& choices,
+                       std::span<const std::pair<const char*, Value>> choices,
                        const char* description) {
   std::vector<std::string> words;
   for (const auto& [word, meaning] : choices) words.push_back(word);

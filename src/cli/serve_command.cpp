@@ -110,7 +110,10 @@ std::string AttachLines(const ServeOptions& options) {
 }
 
 const char* PassThroughWord(PassThrough passThrough) {
-  return passThrough == PassThrough::kOn ? "on" : passThrough == PassThrough::kOff ? "off" : "auto";
+  for (const auto& [word, meaning] : kPassThroughChoices) {
+    if (meaning == passThrough) return word;
+  }
+  return "";
 }
 
 // What the plugin is told.

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -52,9 +53,9 @@ bool TakeFlag(const char* value, bool* flag) {
 }
 
 template <typename Value>
-bool TakeOneOf(const std::string& value, std::initializer_list<std::pair<const char*, Value>> words,
+bool TakeOneOf(const std::string& value, std::span<const cli::Choice<Value>> choices,
                Value* chosen) {
-  for (const auto& [word, meaning] : words) {
+  for (const auto& [word, meaning] : choices) {
     if (value != word) continue;
     *chosen = meaning;
     return true;
@@ -67,6 +68,8 @@ struct Parameter {
   bool (*take)(const char* value);
 };
 
+constexpr cli::Choice<bool> kUnreadableChoices[] = {{"error", false}, {"zeros", true}};
+
 constexpr Parameter kParameters[] = {
     {"cache", [](const char* value) { return TakePath(value, &g_options.cache); }},
     {"source", [](const char* value) { return TakePath(value, &g_options.source); }},
@@ -76,15 +79,11 @@ constexpr Parameter kParameters[] = {
     {"other-source", [](const char* value) { return TakeFlag(value, &g_options.otherSource); }},
     {"unreadable",
      [](const char* value) {
-       return TakeOneOf<bool>(value, {{"error", false}, {"zeros", true}},
-                              &g_options.zerosForUnreadable);
+       return TakeOneOf<bool>(value, kUnreadableChoices, &g_options.zerosForUnreadable);
      }},
     {"pass-through",
      [](const char* value) {
-       return TakeOneOf<PassThrough>(
-           value,
-           {{"auto", PassThrough::kAuto}, {"on", PassThrough::kOn}, {"off", PassThrough::kOff}},
-           &g_options.passThrough);
+       return TakeOneOf<PassThrough>(value, cli::kPassThroughChoices, &g_options.passThrough);
      }},
     {"ready", [](const char* value) { return TakeText(value, &g_readyFile); }},
     {"timeout",
