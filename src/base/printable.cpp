@@ -68,4 +68,27 @@ bool IsUtf8(std::string_view text) {
   return true;
 }
 
+std::string Markup(std::string_view text) {
+  std::string markup;
+  for (const char letter : Printable(text)) {
+    switch (letter) {
+      case '<':
+        markup += "&lt;";
+        break;
+      case '>':
+        markup += "&gt;";
+        break;
+      case '&':
+        markup += "&amp;";
+        break;
+      case '"':
+        markup += "&quot;";
+        break;
+      default:
+        markup += letter;
+    }
+  }
+  return markup;
+}
+
 }  // namespace larkspur

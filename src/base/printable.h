@@ -14,6 +14,9 @@ namespace larkspur {
 // that is no UTF-8.
 std::string Printable(std::string_view text, std::string_view kept = {});
 
+// The printable text as HTML and XML have it, in elements and in attributes.
+std::string Markup(std::string_view text);
+
 // How many bytes at the text's beginning are letters, digits and signs of ASCII: most often all.
 size_t PlainLength(std::string_view text);
 

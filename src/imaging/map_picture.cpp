@@ -110,26 +110,6 @@ void DrawText(Canvas* canvas, u32 x, u32 y, std::string text, u32 scale) {
   }
 }
 
-std::string Escaped(const std::string& text) {
-  std::string out;
-  for (const char letter : Printable(text)) {
-    switch (letter) {
-      case '<':
-        out += "&lt;";
-        break;
-      case '>':
-        out += "&gt;";
-        break;
-      case '&':
-        out += "&amp;";
-        break;
-      default:
-        out += letter;
-    }
-  }
-  return out;
-}
-
 std::string Hex(Colour colour) {
   return fmt::format("#{:02x}{:02x}{:02x}", colour.red, colour.green, colour.blue);
 }
@@ -141,7 +121,7 @@ void AddRect(std::string* svg, u32 x, u32 y, u32 width, u32 height, Colour colou
 
 void AddText(std::string* svg, u32 x, u32 y, u32 size, const std::string& text) {
   *svg += fmt::format("<text x=\"{}\" y=\"{}\" font-size=\"{}\" fill=\"{}\">{}</text>\n", x, y,
-                      size, Hex(kInk), Escaped(text));
+                      size, Hex(kInk), Markup(text));
 }
 
 }  // namespace

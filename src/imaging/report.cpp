@@ -27,29 +27,6 @@ td.n, th.n { text-align: right; white-space: nowrap; } td.p { word-break: break-
 svg { max-width: 100%; height: auto; } li { margin: .4rem 0; }
 )";
 
-std::string Text(std::string_view text) {
-  std::string html;
-  for (const char letter : Printable(text)) {
-    switch (letter) {
-      case '<':
-        html += "&lt;";
-        break;
-      case '>':
-        html += "&gt;";
-        break;
-      case '&':
-        html += "&amp;";
-        break;
-      case '"':
-        html += "&quot;";
-        break;
-      default:
-        html += letter;
-    }
-  }
-  return html;
-}
-
 std::string SectorsText(u64 sectors) {
   return SizeText(sectors << kSectorShift);
 }
@@ -88,10 +65,10 @@ class ReportPage {
       Add("<meta http-equiv=\"refresh\" content=\"{}\">\n", m_facts.refreshSeconds);
     }
     m_html += "<meta name=\"viewport\" content=\"width=device-width\">\n<title>Rescue of ";
-    m_html +=
-        Text(m_facts.cache) + "</title>\n<style>" + std::string(kStyle) + "</style></head><body>\n";
-    Add("<h1>What was saved of your disk</h1>\n<p class=\"quiet\">{}{}</p>\n", Text(m_facts.cache),
-        m_facts.made.empty() ? "" : ", " + Text(m_facts.made));
+    m_html += Markup(m_facts.cache) + "</title>\n<style>" + std::string(kStyle) +
+              "</style></head><body>\n";
+    Add("<h1>What was saved of your disk</h1>\n<p class=\"quiet\">{}{}</p>\n",
+        Markup(m_facts.cache), m_facts.made.empty() ? "" : ", " + Markup(m_facts.made));
   }
 
   void HowMuch() {
@@ -113,7 +90,7 @@ class ReportPage {
     const ReportDisk& disk = *m_facts.history.disk;
     m_html += "<h2>The disk</h2>\n<table>\n";
     const auto row = [this](const char* name, const std::string& text) {
-      if (!text.empty()) Add("<tr><td>{}</td><td>{}</td></tr>\n", name, Text(text));
+      if (!text.empty()) Add("<tr><td>{}</td><td>{}</td></tr>\n", name, Markup(text));
     };
     row("Model", disk.model);
     row("Serial number", disk.serial);
@@ -145,7 +122,7 @@ class ReportPage {
     if (!history.failureKinds.empty()) {
       m_html += "<ul>\n";
       for (const auto& [kind, count] : history.failureKinds) {
-        Add("<li>{} times: {}</li>\n", count, Text(kind));
+        Add("<li>{} times: {}</li>\n", count, Markup(kind));
       }
       m_html += "</ul>\n";
     }
@@ -157,8 +134,8 @@ class ReportPage {
         "<h2>Runs</h2>\n<table><tr><th>Begun</th><th>Ended</th><th>How</th>"
         "<th class=\"n\">Asked of the disk</th></tr>\n";
     for (const ReportRun& run : m_facts.history.runs) {
-      Add("<tr><td>{}</td><td>{}</td><td>{}</td><td class=\"n\">{}</td></tr>\n", Text(run.start),
-          Text(run.end), Text(run.how), SectorsText(run.asked));
+      Add("<tr><td>{}</td><td>{}</td><td>{}</td><td class=\"n\">{}</td></tr>\n", Markup(run.start),
+          Markup(run.end), Markup(run.how), SectorsText(run.asked));
     }
     m_html += "</table>\n";
   }
@@ -171,7 +148,7 @@ class ReportPage {
     for (const ReportPartition& part : m_facts.partitions) {
       const StatusCounts counts = CountStatuses(m_image, part.start, part.sectors);
       Add("<tr><td>{}</td><td>{}</td><td class=\"n\">{}</td><td class=\"n\">{}</td></tr>\n",
-          Text(part.place), Text(part.kind), SectorsText(part.sectors),
+          Markup(part.place), Markup(part.kind), SectorsText(part.sectors),
           PercentText(counts.present, part.sectors));
     }
     m_html += "</table>\n";
@@ -181,7 +158,7 @@ class ReportPage {
     if (!m_facts.files) return;
     const ReportFiles& files = *m_facts.files;
     m_html += "<h2>Files</h2>\n";
-    for (const std::string& obstacle : files.obstacles) Add("<p>{}</p>\n", Text(obstacle));
+    for (const std::string& obstacle : files.obstacles) Add("<p>{}</p>\n", Markup(obstacle));
     if (files.complete + files.damaged + files.incomplete == 0) {
       m_html += "<p>No files were found yet.</p>\n";
       return;
@@ -204,7 +181,7 @@ class ReportPage {
     const std::string place = file.volume.empty() ? "" : "partition " + file.volume + ": ";
     Add("<tr><td class=\"p\">{}{}</td><td class=\"n\">{}</td><td>{}</td><td class=\"n\">{}</td>"
         "<td class=\"n\">{}</td></tr>\n",
-        Text(place), Text(file.path), SizeText(file.size),
+        Markup(place), Markup(file.path), SizeText(file.size),
         file.isDamaged ? "damaged" : "incomplete", SectorsText(file.unreadable),
         SectorsText(file.missing));
   }
