@@ -49,19 +49,18 @@ class FilesRun {
   u64 Matched() const { return m_matched; }
 
   // A domain: '+' where something that fits the globs lacks its data.
-  std::string Mapfile() {
-    JoinRanges(&m_needed);
+  std::string Mapfile() const {
     std::ostringstream out;
     MapfileWriter writer(out, false);
     u64 end = 0;
     const auto rest = [&](u64 sector) {
       if (sector > end) writer.Add(end, sector - end, '?');
     };
-    for (const SectorRange& range : m_needed) {
+    m_needed.Visit([&](SectorRange range) {
       rest(range.first);
       writer.Add(range.first, range.count, '+');
-      end = range.first + range.count;
-    }
+      end = range.End();
+    });
     rest(m_map.Sectors());
     return out.str();
   }
@@ -105,7 +104,7 @@ class FilesRun {
   const StatusMap& m_map;
   FilesOutput* m_output;
   std::vector<Glob> m_globs;
-  std::vector<SectorRange> m_needed;
+  ExtentSet m_needed;
   u32 m_volumes = 0;
   u64 m_matched = 0;
 };

@@ -4,24 +4,24 @@
 
 namespace larkspur {
 
-FileState StateOf(std::vector<SectorRange> ranges, const StatusMap& map) {
-  JoinRanges(&ranges);
+FileState StateOf(const ExtentSet& sectors, const StatusMap& map) {
   FileState state;
-  for (const SectorRange& range : ranges) {
+  sectors.Visit([&](SectorRange range) {
     const StatusCounts counts = map.Count(range.first, range.count);
     state.unreadable += counts.unreadable;
     state.missing += counts.missing + counts.unknown;
-  }
+  });
   state.condition = state.unreadable > 0 ? FileCondition::kDamaged
                     : state.missing > 0  ? FileCondition::kIncomplete
                                          : FileCondition::kComplete;
   return state;
 }
 
-std::vector<SectorRange> NeedsOf(const FoundFile& file) {
-  std::vector<SectorRange> ranges = file.areas;
-  if (!file.known) ranges.insert(ranges.end(), file.lacking.begin(), file.lacking.end());
-  return ranges;
+ExtentSet NeedsOf(const FoundFile& file) {
+  ExtentSet needs;
+  for (const SectorRange& area : file.areas) needs.Add(area);
+  if (!file.known) needs.Add(file.lacking);
+  return needs;
 }
 
 FileState StateOf(const FoundFile& file, const StatusMap& map) {
@@ -33,13 +33,12 @@ FileState StateOf(const FoundFile& file, const StatusMap& map) {
   return state;
 }
 
-void AddLacking(const std::vector<SectorRange>& ranges, const StatusMap& map,
-                std::vector<SectorRange>* lacking) {
-  for (const SectorRange& range : ranges) {
-    map.Visit(range.first, range.count, [lacking](u64 start, u64 sectors, SectorStatus status) {
-      if (status != kPresent) lacking->push_back({start, sectors});
+void AddLacking(const ExtentSet& sectors, const StatusMap& map, ExtentSet* lacking) {
+  sectors.Visit([&](SectorRange range) {
+    map.Visit(range.first, range.count, [lacking](u64 start, u64 count, SectorStatus status) {
+      if (status != kPresent) lacking->Add({start, count});
     });
-  }
+  });
 }
 
 }  // namespace larkspur

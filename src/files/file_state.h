@@ -22,15 +22,14 @@ struct FileState {
 };
 
 // What holds the file's data and, where that is not known, what would tell.
-std::vector<SectorRange> NeedsOf(const FoundFile& file);
+ExtentSet NeedsOf(const FoundFile& file);
 
 FileState StateOf(const FoundFile& file, const StatusMap& map);
 
-// What of these ranges the cache lacks, counted once.
-FileState StateOf(std::vector<SectorRange> ranges, const StatusMap& map);
+// The same for sectors that belong together.
+FileState StateOf(const ExtentSet& sectors, const StatusMap& map);
 
-// Adds what of the ranges the cache lacks to `lacking`, unsorted.
-void AddLacking(const std::vector<SectorRange>& ranges, const StatusMap& map,
-                std::vector<SectorRange>* lacking);
+// Adds what of the sectors the cache lacks to `lacking`.
+void AddLacking(const ExtentSet& sectors, const StatusMap& map, ExtentSet* lacking);
 
 }  // namespace larkspur

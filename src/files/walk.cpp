@@ -3,6 +3,7 @@
 #include "files/walk.h"
 
 #include <cstring>
+#include <utility>
 
 #include "files/walker.h"
 #include "platform/helper_process.h"
@@ -39,7 +40,7 @@ class Walk {
 
  private:
   WalkEnd Finish() {
-    if (!m_lackedByAll.empty()) m_events.damaged({"", std::move(m_lackedByAll)});
+    if (!m_lackedByAll.IsEmpty()) m_events.damaged({"", std::move(m_lackedByAll)});
     return m_found ? WalkEnd::kDone : WalkEnd::kNoFileSystem;
   }
 
@@ -51,8 +52,8 @@ class Walk {
     const bool ahead = read.care == WalkCare::kNone;
     const bool whole = m_storage->Read(m_first + read.first, read.count, m_buffer, ahead);
     const SectorRange range{m_first + read.first, read.count};
-    if (!whole && read.care == WalkCare::kNext) m_lacking.push_back(range);
-    if (!whole && read.care == WalkCare::kFileSystem) m_lackedByAll.push_back(range);
+    if (!whole && read.care == WalkCare::kNext) m_lacking.Add(range);
+    if (!whole && read.care == WalkCare::kFileSystem) m_lackedByAll.Add(range);
     const u8 answer = whole;
     return line.Send(&answer, 1) && line.Send(m_buffer, u64{read.count} << kSectorShift);
   }
@@ -68,8 +69,7 @@ class Walk {
       case WalkMessage::kFile:
         return TakeFile(body);
       case WalkMessage::kFolder:
-        if (!m_lacking.empty()) m_events.damaged({body, std::move(m_lacking)});
-        m_lacking.clear();
+        if (!m_lacking.IsEmpty()) m_events.damaged({body, std::exchange(m_lacking, {})});
         return IsPath(body);
       default:
         return kind == WalkMessage::kNothing;
@@ -108,11 +108,10 @@ class Walk {
     m_file.size = head.size;
     m_file.deleted = head.deleted != 0;
     m_file.known = head.known != 0;
-    m_file.lacking = std::move(m_lacking);
+    m_file.lacking = std::exchange(m_lacking, {});
     if (!IsPath(m_file.path)) return false;
     m_events.file(m_file);
     m_file = {};
-    m_lacking.clear();
     return true;
   }
 
@@ -128,8 +127,8 @@ class Walk {
   const WalkEvents& m_events;
   bool m_found = false;
   FoundFile m_file;
-  std::vector<SectorRange> m_lacking;
-  std::vector<SectorRange> m_lackedByAll;
+  ExtentSet m_lacking;
+  ExtentSet m_lackedByAll;
   u8 m_buffer[kMaxWalkRead * kSectorBytes];
 };
 

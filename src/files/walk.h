@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "base/types.h"
-#include "io/sector_range.h"
+#include "rescue/extent_set.h"
 
 namespace larkspur::platform {
 class HelperLine;
@@ -39,14 +39,14 @@ struct FoundFile {
   bool known = false;
   std::vector<SectorRange> areas;  // its data
   // What was asked for to learn all this and is not there; it did not matter when it is known.
-  std::vector<SectorRange> lacking;
+  ExtentSet lacking;
 };
 
 // A folder, or another part of the file system, that cannot be read in full: files may be missing
 // in the list.
 struct DamagedPart {
   std::string path;  // empty: the file system itself
-  std::vector<SectorRange> lacking;
+  ExtentSet lacking;
 };
 
 struct WalkEvents {

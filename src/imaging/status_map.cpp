@@ -19,21 +19,4 @@ StatusCounts StatusMap::Count(u64 first, u64 count) const {
   return counts;
 }
 
-void JoinRanges(std::vector<SectorRange>* ranges) {
-  std::sort(ranges->begin(), ranges->end(),
-            [](const SectorRange& a, const SectorRange& b) { return a.first < b.first; });
-  size_t kept = 0;
-  for (const SectorRange& range : *ranges) {
-    if (kept > 0) {
-      SectorRange& last = (*ranges)[kept - 1];
-      if (range.first <= last.first + last.count) {
-        last.count = std::max(last.count, range.first + range.count - last.first);
-        continue;
-      }
-    }
-    (*ranges)[kept++] = range;
-  }
-  ranges->resize(kept);
-}
-
 }  // namespace larkspur

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "imaging/summary.h"
-#include "io/sector_range.h"
 
 namespace larkspur {
 
@@ -43,8 +42,5 @@ class StatusMap {
   };
   std::vector<Extent> m_extents;
 };
-
-// Sorts the ranges and joins those that touch or overlap.
-void JoinRanges(std::vector<SectorRange>* ranges);
 
 }  // namespace larkspur

@@ -63,7 +63,7 @@ std::string Told(const std::string& said) {
   events.file = [&](const FoundFile& file) {
     told += fmt::format(" {} {}{}", file.path, file.size, file.known ? "" : "?");
     for (const SectorRange& area : file.areas) add(area);
-    for (const SectorRange& range : file.lacking) add(range);
+    file.lacking.Visit(add);
   };
   events.damaged = [&](const DamagedPart& part) { told += " !" + part.path; };
   events.used = add;

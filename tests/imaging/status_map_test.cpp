@@ -30,14 +30,5 @@ TEST(StatusMap, TellsOfAnyRangeWhatTheImageTells) {
   EXPECT_EQ(map.Count(5000, kNowhere).missing, kNowhere - 5000);
 }
 
-TEST(StatusMap, JoinsRanges) {
-  std::vector<SectorRange> ranges = {{50, 10}, {10, 5}, {12, 2}, {15, 5}, {60, 1}, {100, 0}};
-  JoinRanges(&ranges);
-  std::string text;
-  for (const auto& r : ranges)
-    text += std::to_string(r.first) + "+" + std::to_string(r.count) + " ";
-  EXPECT_EQ(text, "10+10 50+11 100+0 ");
-}
-
 }  // namespace
 }  // namespace larkspur
