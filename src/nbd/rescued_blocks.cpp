@@ -28,8 +28,8 @@ auto Seconds(double seconds) {
 
 }  // namespace
 
-RescuedBlocks::RescuedBlocks(EngineRuns* runs, Options options)
-    : m_runs(runs), m_options(std::move(options)) {}
+RescuedBlocks::RescuedBlocks(std::unique_ptr<EngineRuns> runs, Options options)
+    : m_runs(std::move(runs)), m_options(std::move(options)) {}
 
 RescuedBlocks::~RescuedBlocks() {
   {
@@ -49,7 +49,7 @@ Engine* RescuedBlocks::Begin() {
   options.maxFailures = kMostFailures;
   options.isAwaited = [this] { return m_waitingCount > 0; };
   options.serve = [this] { ServeUntilQuiet(); };
-  m_engine = m_runs->Begin(std::move(options));
+  m_engine = m_runs->Begin(std::move(options), &m_stop);
   return m_engine;
 }
 

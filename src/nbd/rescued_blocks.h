@@ -14,6 +14,7 @@
 #include <condition_variable>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -27,8 +28,8 @@ class EngineRuns {
  public:
   virtual ~EngineRuns() = default;
 
-  // Null when there can be none now.
-  virtual Engine* Begin(EngineOptions options) = 0;
+  // Null when there can be none now. `stop` stops the run, and outlives these runs' last one.
+  virtual Engine* Begin(EngineOptions options, const std::atomic<bool>* stop) = 0;
   // Finishes the run that was begun.
   virtual void End() = 0;
 };
@@ -43,8 +44,7 @@ class RescuedBlocks final : public BlockSource {
     std::function<bool()> isClientGone = {};
   };
 
-  // `runs` is not owned.
-  RescuedBlocks(EngineRuns* runs, Options options);
+  RescuedBlocks(std::unique_ptr<EngineRuns> runs, Options options);
   // Ends the run. REQUIRES: no call of Fetch is under way.
   ~RescuedBlocks() override;
 
@@ -56,9 +56,6 @@ class RescuedBlocks final : public BlockSource {
   u64 Sectors() const override { return m_cached->Sectors(); }
   bool Fetch(u64 first, u32 count, u8* out, SectorStatus* statuses) override;
   void ClientCame() override;
-
-  // What the engine is stopped by.
-  const std::atomic<bool>* StopFlag() const { return &m_stop; }
 
  private:
   struct Request {
@@ -80,7 +77,7 @@ class RescuedBlocks final : public BlockSource {
   RequestPtr TakeNext();
   void DismissAll(double seconds);
 
-  EngineRuns* m_runs;
+  std::unique_ptr<EngineRuns> m_runs;
   const Options m_options;
   std::unique_ptr<BlockSource> m_cached;
   SectorRange m_fill;

@@ -18,11 +18,9 @@ class RescueRuns final : public EngineRuns {
  public:
   explicit RescueRuns(cli::StorageOptions options) : m_options(std::move(options)) {}
 
-  void StopBy(const std::atomic<bool>* stop) { m_stop = stop; }
-
-  Engine* Begin(EngineOptions engine) override {
+  Engine* Begin(EngineOptions engine, const std::atomic<bool>* stop) override {
     if (m_rescue) return m_rescue->Reopen(std::move(engine)) ? &m_rescue->engine() : nullptr;
-    auto rescue = std::make_unique<cli::Rescue>(m_stop);
+    auto rescue = std::make_unique<cli::Rescue>(stop);
     if (rescue->Open(m_options, std::move(engine)) != kExitDone) return nullptr;
     m_rescue = std::move(rescue);
     return &m_rescue->engine();
@@ -32,29 +30,7 @@ class RescueRuns final : public EngineRuns {
 
  private:
   const cli::StorageOptions m_options;
-  const std::atomic<bool>* m_stop = nullptr;
   std::unique_ptr<cli::Rescue> m_rescue;
-};
-
-// The blocks with the runs that they use.
-class RescuedStorage final : public BlockSource {
- public:
-  explicit RescuedStorage(const ServedOptions& options)
-      : m_runs(options), m_blocks(&m_runs, {options.zerosForUnreadable, options.isClientGone}) {
-    m_runs.StopBy(m_blocks.StopFlag());
-  }
-
-  RescuedBlocks& Blocks() { return m_blocks; }
-
-  u64 Sectors() const override { return m_blocks.Sectors(); }
-  bool Fetch(u64 first, u32 count, u8* out, SectorStatus* statuses) override {
-    return m_blocks.Fetch(first, count, out, statuses);
-  }
-  void ClientCame() override { m_blocks.ClientCame(); }
-
- private:
-  RescueRuns m_runs;
-  RescuedBlocks m_blocks;
 };
 
 // False when the partition is not there; the user has been told.
@@ -76,15 +52,17 @@ ServedStorage OpenCacheAlone(const ServedOptions& options) {
 
 ServedStorage OpenWithSource(const ServedOptions& options) {
   ServedStorage served;
-  auto storage = std::make_unique<RescuedStorage>(options);
-  Engine* const engine = storage->Blocks().Begin();
+  auto blocks = std::make_unique<RescuedBlocks>(
+      std::make_unique<RescueRuns>(options),
+      RescuedBlocks::Options{options.zerosForUnreadable, options.isClientGone});
+  Engine* const engine = blocks->Begin();
   if (!engine || !engine->Want({})) return {};
   cRescueIO rescued(engine);
   if (!FindRange(options, &rescued, &served.range, engine)) return {};
   auto cached = OpenCachedBlocks(WideFromUtf8(options.cache));
   if (!cached) return {};
-  storage->Blocks().Start(std::move(cached), options.fill ? served.range : SectorRange{});
-  served.blocks = std::move(storage);
+  blocks->Start(std::move(cached), options.fill ? served.range : SectorRange{});
+  served.blocks = std::move(blocks);
   return served;
 }
 

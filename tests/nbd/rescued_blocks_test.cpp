@@ -14,16 +14,23 @@ namespace {
 constexpr u64 kSectors = 20000;
 
 // Engines on a disk that counts its asks, with a cache in memory.
-class Rig final : public EngineRuns {
+class Rig {
  public:
-  Engine* Begin(EngineOptions options) override {
-    if (isAway) return nullptr;
-    engine = std::make_unique<Engine>(&disk, &store, &log, &clock, blocks.StopFlag(),
-                                      std::move(options));
-    ++runs;
-    return engine.get();
-  }
-  void End() override { engine->Finish(); }
+  class Runs final : public EngineRuns {
+   public:
+    explicit Runs(Rig* rig) : m_rig(rig) {}
+    Engine* Begin(EngineOptions options, const std::atomic<bool>* stop) override {
+      if (m_rig->isAway) return nullptr;
+      m_rig->engine = std::make_unique<Engine>(&m_rig->disk, &m_rig->store, &m_rig->log,
+                                               &m_rig->clock, stop, std::move(options));
+      ++m_rig->runs;
+      return m_rig->engine.get();
+    }
+    void End() override { m_rig->engine->Finish(); }
+
+   private:
+    Rig* m_rig;
+  };
 
   // Answers a letter for each sector of the range: 'p', 'u', '.'; the data of 'p' is checked.
   std::string Read(u64 first, u32 count) {
@@ -67,7 +74,8 @@ class Rig final : public EngineRuns {
   std::atomic<bool> isClientGone = false;
   int runs = 0;
   std::unique_ptr<Engine> engine;
-  RescuedBlocks blocks{this, {.isClientGone = [this] { return isClientGone.load(); }}};
+  RescuedBlocks blocks{std::make_unique<Runs>(this),
+                       {.isClientGone = [this] { return isClientGone.load(); }}};
 };
 
 // Starts to serve a whole disk.
