@@ -37,10 +37,9 @@ void PrintResult(const RescueProgress& progress, double seconds, const ImageOpti
                     options.source, FormatDuration(seconds)));
 }
 
-void WarnOfLittleRoom(const std::string& cache, u64 missingSectors) {
+void WarnOfLittleRoom(const std::string& cache, const SparseLayout& layout, u64 missingSectors) {
   const auto room = platform::FreeBytes(WideFromUtf8(cache).c_str());
-  // The cache keeps a status sector beside every block of 128.
-  const u64 wanted = (missingSectors + missingSectors / 128 + 1) << kSectorShift;
+  const u64 wanted = layout.GrowthBytes(missingSectors);
   if (!room || *room >= wanted) return;
   Tell(
       fmt::format("{}: the cache may need {} more, but only {} is free; reading stops when the "
@@ -76,7 +75,8 @@ ExitStatus RunImage(const ImageOptions& options) {
     return report.Finish(rescue.Image(), status);
   }
   if (rescue.engine().Want(domain)) {
-    WarnOfLittleRoom(options.cache, rescue.engine().Progress().domain.missing);
+    WarnOfLittleRoom(options.cache, rescue.Image()->Layout(),
+                     rescue.engine().Progress().domain.missing);
     options.retry ? rescue.engine().Retry(domain) : rescue.engine().Image();
   }
   const ExitStatus early = rescue.Finish();
