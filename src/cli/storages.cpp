@@ -135,7 +135,7 @@ std::string OutputWords(const std::string& name, const OutputFile& output) {
 }
 
 std::optional<Cache> OpenCacheToLook(const std::string& path) {
-  Cache cache = OpenCache(WideFromUtf8(path), CacheAccess::kLook, 0);
+  Cache cache = OpenCache(WideFromUtf8(path), CacheAccess::kLook);
   if (cache.answer == CacheAnswer::kOpened) return cache;
   TellCacheAnswer(path, cache, 0);
   return std::nullopt;

@@ -11,7 +11,6 @@
 #include "imaging/size_text.h"
 #include "imaging/summary.h"
 #include "partitions/detection.h"
-#include "platform/file.h"
 #include "platform/system_error.h"
 #include "rescue/rescue_io.h"
 
@@ -118,17 +117,10 @@ ExitStatus ShowThroughCache(const TreeOptions& options) {
 
 ExitStatus RunTree(const TreeOptions& options) {
   if (!options.cache.empty()) return ShowThroughCache(options);
-  // Only a plain file can be a cache; a device is not asked for more than detection needs.
-  const std::u16string path = WideFromUtf8(options.source);
-  if (platform::KindOfPath(path.c_str()) == platform::PathKind::kFile) {
-    Cache cache = OpenCache(path, CacheAccess::kLook, 0);
-    if (cache.answer == CacheAnswer::kOpened) {
-      return ShowTree(options, cache.image.get(), &cache);
-    }
-    if (cache.answer == CacheAnswer::kDamagedHeader) {
-      TellCacheAnswer(options.source, cache, 0);
-      return kExitFailed;
-    }
+  if (auto cache = OpenIfCache(WideFromUtf8(options.source))) {
+    if (cache->image) return ShowTree(options, cache->image.get(), &*cache);
+    TellCacheAnswer(options.source, *cache, 0);
+    return kExitFailed;
   }
   auto source = OpenSourceOrTell(options);
   return source ? ShowTree(options, source->io.get(), nullptr) : kExitFailed;

@@ -26,6 +26,25 @@ Cache Answered(CacheAnswer answer) {
   return cache;
 }
 
+// What stands at the place of the file; kOpened when it may be a cache. Only a plain file can be
+// one: nothing is read from a device that need not be.
+CacheAnswer ClassifyPlace(platform::PathKind kind) {
+  switch (kind) {
+    case platform::PathKind::kFile:
+      return CacheAnswer::kOpened;
+    case platform::PathKind::kAbsent:
+      return CacheAnswer::kAbsent;
+    case platform::PathKind::kFolder:
+      return CacheAnswer::kFolder;
+    case platform::PathKind::kDevice:
+    case platform::PathKind::kOther:
+      return CacheAnswer::kForeign;
+    case platform::PathKind::kUnknown:
+      break;
+  }
+  return CacheAnswer::kCannotOpen;
+}
+
 // What the header alone says of the file; kOpened when it is a cache.
 CacheAnswer ClassifyHeader(cFlatIO* file, SparseLayout* layout) {
   std::array<u8, kSparseHeaderBytes> header{};
@@ -78,11 +97,11 @@ OwnedFile MakeUnfinished(const std::u16string& path, std::u16string* unfinished)
 }
 
 // `fresh`: the file was made a moment ago, so its index need not be looked through.
-Cache OpenFile(const std::u16string& path, CacheAccess access, u64 expectedSectors, bool fresh) {
+Cache OpenFile(const std::u16string& path, CacheAccess access, std::optional<u64> expectedSectors,
+               bool fresh) {
   platform::SetLastFailure(0);
-  const platform::PathKind kind = platform::KindOfPath(path.c_str());
-  if (kind == platform::PathKind::kAbsent) return Answered(CacheAnswer::kAbsent);
-  if (kind == platform::PathKind::kFolder) return Answered(CacheAnswer::kFolder);
+  const CacheAnswer place = ClassifyPlace(platform::KindOfPath(path.c_str()));
+  if (place != CacheAnswer::kOpened) return Answered(place);
   const bool look = access == CacheAccess::kLook;
   Owned<cFlatIO> file(new cFlatIO);
   if (!file->OpenPath(path, true)) return Answered(CacheAnswer::kCannotOpen);
@@ -94,17 +113,18 @@ Cache OpenFile(const std::u16string& path, CacheAccess access, u64 expectedSecto
   cache.fileBytes = file->GetByteSize();
   fresh = fresh && cache.fileBytes == layout.DataStart() << kSectorShift;
   if (cache.answer != CacheAnswer::kOpened) return cache;
+  if (expectedSectors.value_or(layout.sectorCount) != layout.sectorCount) {
+    cache.answer = CacheAnswer::kOtherSize;
+    return cache;
+  }
   if (!look && !file->SetReadOnly(false)) return Answered(CacheAnswer::kCannotOpen);
   cFlatIO* backing = file.get();
   const cNestedIOResource resource{Owned<cBaseIO>(file.release())};
   cache.image.reset(new cKVRSparseIO);
   if (!cache.image->Open(&resource, look)) return Answered(CacheAnswer::kCannotOpen);
-  if (expectedSectors != 0 && expectedSectors != layout.sectorCount) {
-    cache.answer = CacheAnswer::kOtherSize;
-  } else if (!fresh) {
-    (look ? cache.damage : cache.answer) = FaultOf(backing, layout, cache.image.get());
-  }
-  cache.created = fresh && cache.answer == CacheAnswer::kOpened;
+  if (!fresh) (look ? cache.damage : cache.answer) = FaultOf(backing, layout, cache.image.get());
+  if (cache.answer != CacheAnswer::kOpened) cache.image.reset();
+  cache.created = fresh && cache.image;
   return cache;
 }
 
@@ -143,8 +163,16 @@ Cache LockCache(const std::u16string& path) {
   return cache;
 }
 
-Cache OpenCache(const std::u16string& path, CacheAccess access, u64 expectedSectors) {
+Cache OpenCache(const std::u16string& path, CacheAccess access,
+                std::optional<u64> expectedSectors) {
   return OpenFile(path, access, expectedSectors, false);
+}
+
+std::optional<Cache> OpenIfCache(const std::u16string& path) {
+  Cache cache = OpenCache(path, CacheAccess::kLook);
+  const bool isCache =
+      cache.answer == CacheAnswer::kOpened || cache.answer == CacheAnswer::kDamagedHeader;
+  return isCache ? std::optional(std::move(cache)) : std::nullopt;
 }
 
 Cache OpenOrCreateCache(const std::u16string& path, const std::u16string& sourcePath, u64 sectors) {

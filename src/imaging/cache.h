@@ -6,6 +6,7 @@
 // decided here alone; each face gives its own words to the answer.
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "base/owned.h"
@@ -21,7 +22,7 @@ enum class CacheAnswer {
   kFolder,
   kSameAsSource,
   kOnSourceDisk,     // what is written there may fall on what is to be saved
-  kForeign,          // a file, but not a cache: never touched
+  kForeign,          // a file or device, but not a cache: never touched
   kDamagedHeader,    // it was a cache, but its header makes no sense
   kIncomplete,       // the file ends before its index, or before records that the index names
   kSharedRecord,     // two blocks name one record: what one of them reads is the other's data
@@ -40,7 +41,7 @@ struct Cache {
   u64 cacheSectors = 0;  // what the cache's header says
   u64 fileBytes = 0;     // the file's size when it was opened
 
-  Owned<cKVRSparseIO> image;
+  Owned<cKVRSparseIO> image;        // null unless opened
   std::shared_ptr<CacheLock> lock;  // writable caches only
   bool created = false;
 };
@@ -55,8 +56,13 @@ enum class CacheAccess {
   kResume,  // writable and locked; whole caches only
 };
 
-// Opens an existing cache. `expectedSectors` other than 0 must be the cache's own count.
-Cache OpenCache(const std::u16string& path, CacheAccess access, u64 expectedSectors);
+// Opens an existing cache. Sectors that are expected must be the cache's own count.
+Cache OpenCache(const std::u16string& path, CacheAccess access,
+                std::optional<u64> expectedSectors = std::nullopt);
+
+// Opens what may be a cache or a source, to look at it; none when it is not a cache. The answer is
+// kOpened, or kDamagedHeader, since a cache is not to be shown as if it were a source.
+std::optional<Cache> OpenIfCache(const std::u16string& path);
 
 // Opens the cache of the source at `sourcePath` for resuming, or makes one where there is no file
 // yet. A new one takes its name only when it is complete and flushed to disk, so that a crash

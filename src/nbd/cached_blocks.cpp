@@ -54,7 +54,7 @@ class CachedBlocks final : public BlockSource {
 }  // namespace
 
 std::unique_ptr<BlockSource> OpenCachedBlocks(const std::u16string& cache) {
-  Cache opened = OpenCache(cache, CacheAccess::kLook, 0);
+  Cache opened = OpenCache(cache, CacheAccess::kLook);
   if (opened.answer != CacheAnswer::kOpened) return nullptr;
   return std::make_unique<CachedBlocks>(std::move(opened.image));
 }

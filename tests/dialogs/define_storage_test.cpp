@@ -168,16 +168,5 @@ TEST_F(DefineStorageTest, ReadsAForeignStorageThroughItsSlotsAlone) {
   EXPECT_EQ(source.Unexpected(), 0);
 }
 
-TEST(ClassifyCachePath, TellsWhatStandsThere) {
-  const fakes::TempFolder folder;
-  ASSERT_TRUE(folder.Exists());
-  const std::u16string file = folder.File(u"a file");
-  ASSERT_TRUE(fakes::WriteWholeFile(file, {1}));
-  EXPECT_EQ(ClassifyCachePath(file), CachePathClass::kExistingFile);
-  EXPECT_EQ(ClassifyCachePath(folder.Path().u16string()), CachePathClass::kFolder);
-  EXPECT_EQ(ClassifyCachePath(folder.File(u"none")), CachePathClass::kNew);
-  EXPECT_EQ(ClassifyCachePath(folder.File(u"no folder") + u"/none"), CachePathClass::kNew);
-}
-
 }  // namespace
 }  // namespace larkspur

@@ -43,7 +43,7 @@ class DeviceSource : public DeviceTest {
   }
   // Whether the cache holds what the drive does.
   bool HoldsPattern(u64 first, u64 count) {
-    Cache cache = OpenCache(m_cachePath, CacheAccess::kLook, 0);
+    Cache cache = OpenCache(m_cachePath, CacheAccess::kLook);
     u8 sector[512];
     for (u64 s = first; s < first + count; ++s) {
       cache.image->SetPosition(s);

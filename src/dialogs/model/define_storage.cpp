@@ -38,34 +38,13 @@ Defined Attach(Cache* cache, cBaseIO* source) {
 
 }  // namespace
 
-CachePathClass ClassifyCachePath(const std::u16string& path) {
-  switch (platform::KindOfPath(platform::FullPath(path.c_str()).c_str())) {
-    case platform::PathKind::kAbsent:
-      return CachePathClass::kNew;
-    case platform::PathKind::kFolder:
-      return CachePathClass::kFolder;
-    case platform::PathKind::kFile:
-      return CachePathClass::kExistingFile;
-    case platform::PathKind::kDevice:
-      return CachePathClass::kDevice;
-    default:
-      return CachePathClass::kUnknown;
-  }
-}
-
 Defined DefineStorage(cBaseIO* source, const std::u16string& cachePath) {
   if (!source) return Answered(DefineAnswer::kSourceMissing);
   if (cachePath.empty()) return Answered(DefineAnswer::kPathMissing);
-  const CachePathClass kind = ClassifyCachePath(cachePath);
-  if (kind != CachePathClass::kExistingFile && kind != CachePathClass::kNew) {
-    return Answered(DefineAnswer::kCacheFailed);
-  }
   // In full, because the host may change its current folder and the storage reopens the file.
   const std::u16string path = platform::FullPath(cachePath.c_str());
   Cache cache = OpenOrCreateCache(path, {}, source->GetSectorCount());
   if (cache.answer != CacheAnswer::kOpened) return Answered(AnswerOf(cache.answer));
-  // A source without sectors fits no cache.
-  if (cache.cacheSectors != source->GetSectorCount()) return Answered(DefineAnswer::kWrongSize);
   Defined defined = Attach(&cache, source);
   if (!defined.storage && cache.created) {
     cache = Cache();  // closed before it is removed

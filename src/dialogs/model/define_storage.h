@@ -13,11 +13,6 @@
 
 namespace larkspur {
 
-enum class CachePathClass { kNew, kFolder, kExistingFile, kDevice, kUnknown };
-
-// What stands at the path; the path may be relative.
-CachePathClass ClassifyCachePath(const std::u16string& path);
-
 enum class DefineAnswer {
   kDefined,
   kSourceMissing,
@@ -33,7 +28,8 @@ struct Defined {
   Owned<cReadOnceIO> storage;  // when defined
 };
 
-// `source` may be of any class and stays the caller's; null when none is chosen. A cache file that
+// `source` may be of any class and stays the caller's; null when none is chosen. The path may be
+// relative. A cache file that
 // was made here and is of no use then is removed again.
 Defined DefineStorage(cBaseIO* source, const std::u16string& cachePath);
 

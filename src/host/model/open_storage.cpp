@@ -34,18 +34,6 @@ std::string SourceFault(const Source& source) {
   return {};
 }
 
-// What is said of a file that is a cache, but not a whole one; empty for files that are none.
-std::string CacheFault(CacheAnswer answer) {
-  switch (answer) {
-    case CacheAnswer::kDamagedHeader:
-      return "It is a cache whose header is damaged.";
-    case CacheAnswer::kIncomplete:
-      return "It is a cache that ends too early.";
-    default:
-      return {};
-  }
-}
-
 std::u16string Fault(const std::u16string& path, const std::string& words) {
   return Words("{}\n{}", Utf8(path), words);
 }
@@ -76,19 +64,11 @@ OpenedStorage OpenStorage(const std::u16string& path, const std::u16string& test
     return storage;
   }
   if (kind == platform::PathKind::kDevice) storage.kind = StorageKind::kDrive;
-  // Only a plain file can be a cache; nothing is read from a device that need not be.
-  if (kind == platform::PathKind::kFile) {
-    Cache cache = OpenCache(storage.path, CacheAccess::kLook, 0);
-    const std::string fault = CacheFault(cache.answer);
-    if (!fault.empty()) {
-      storage.fault = Fault(storage.path, fault);
-      return storage;
-    }
-    if (cache.answer == CacheAnswer::kOpened) {
-      storage.kind = StorageKind::kCache;
-      storage.io.reset(cache.image.release());
-      return storage;
-    }
+  if (auto cache = OpenIfCache(storage.path)) {
+    storage.kind = StorageKind::kCache;
+    storage.io.reset(cache->image.release());
+    if (!storage.io) storage.fault = Fault(storage.path, "It is a cache whose header is damaged.");
+    return storage;
   }
   return OpenSourceOf(std::move(storage), testMapfile);
 }

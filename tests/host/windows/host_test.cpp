@@ -104,7 +104,7 @@ class HostTest : public testing::Test {
   }
 
   StatusCounts CacheCounts() const {
-    Cache opened = OpenCache(cache, CacheAccess::kLook, 0);
+    Cache opened = OpenCache(cache, CacheAccess::kLook);
     if (opened.answer != CacheAnswer::kOpened) return {};
     return CountStatuses(opened.image.get(), 0, opened.image->GetSectorCount());
   }
