@@ -4,8 +4,6 @@
 
 #include <algorithm>
 
-#include "base/types.h"
-
 namespace larkspur {
 namespace {
 
@@ -66,6 +64,21 @@ bool IsUtf8(std::string_view text) {
     text.remove_prefix(length);
   }
   return true;
+}
+
+std::string HexText(std::span<const u8> bytes) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string text;
+  text.reserve(2 * bytes.size());
+  for (const u8 byte : bytes) {
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 15];
+  }
+  return text;
+}
+
+std::string HexText(std::string_view bytes) {
+  return HexText({reinterpret_cast<const u8*>(bytes.data()), bytes.size()});
 }
 
 std::string Markup(std::string_view text) {

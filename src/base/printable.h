@@ -2,17 +2,24 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// Texts from disks, drives and file names, for people to read. They may hold anything: a terminal
-// would obey their control characters, and XML knows none.
+// Texts and bytes from disks, drives and file names, for people to read. Texts may hold anything: a
+// terminal would obey their control characters, and XML knows none.
 
+#include <span>
 #include <string>
 #include <string_view>
+
+#include "base/types.h"
 
 namespace larkspur {
 
 // The UTF-8 text with '?' for each control character, but for those in `kept`, and for each byte
 // that is no UTF-8.
 std::string Printable(std::string_view text, std::string_view kept = {});
+
+// The bytes as lower-case hexadecimal digits, with nothing between them.
+std::string HexText(std::span<const u8> bytes);
+std::string HexText(std::string_view bytes);
 
 // The printable text as HTML and XML have it, in elements and in attributes.
 std::string Markup(std::string_view text);

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "base/path_text.h"
+#include "base/printable.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/partition.h"
@@ -108,9 +109,9 @@ ExitStatus TellHash(platform::Sha256* hash, const StatusCounts& counts,
                     const ExportOptions& options) {
   std::array<u8, 32> digest{};
   if (!hash->Finish(&digest)) return Fail("this system cannot compute a SHA-256");
-  std::string text = "SHA256 (" + options.output + ") = ";
-  for (const u8 byte : digest) text += fmt::format("{:02x}", byte);
-  text += fmt::format("\n# zeros stand in for {} sectors\n", counts.unreadable + counts.missing);
+  const std::string text =
+      fmt::format("SHA256 ({}) = {}\n# zeros stand in for {} sectors\n", options.output,
+                  HexText(digest), counts.unreadable + counts.missing);
   if (options.output == "-") {
     std::fputs(text.c_str(), stderr);
   } else {

@@ -119,9 +119,7 @@ class JsonOutput final : public FilesOutput {
   // A path that is no UTF-8 cannot stand in a JSON text as it is: its bytes are added, in hex.
   static std::string PathBytes(const std::string& path) {
     if (IsUtf8(path)) return {};
-    std::string hex = ",\"pathBytes\":\"";
-    for (const char byte : path) hex += fmt::format("{:02x}", static_cast<u8>(byte));
-    return hex + '"';
+    return ",\"pathBytes\":\"" + HexText(path) + '"';
   }
 
   const std::string m_cache;

@@ -5,11 +5,12 @@
 #include <nlohmann/json.hpp>
 
 #include "base/path_text.h"
+#include "base/printable.h"
 #include "imaging/note_text.h"
+#include "imaging/record_text.h"
 #include "imaging/size_text.h"
 #include "partitions/detection.h"
 #include "partitions/format.h"
-#include "partitions/part_records.h"
 #include "partitions/place.h"
 #include "partitions/type_names.h"
 
@@ -20,52 +21,9 @@ std::string Utf8(const cWideString& text) {
   return Utf8FromWide(text.View());
 }
 
-std::string Hex(std::span<const u8> bytes) {
-  std::string text;
-  for (const u8 byte : bytes) text += fmt::format("{:02x}", byte);
-  return text;
-}
-
-std::string LevelOf(const cPartSoftRAIDInfo& raid) {
-  const auto* member = dynamic_cast<const cSoftRAIDMember*>(&raid);
-  return member ? Utf8(member->m_level) : std::string();
-}
-
 const Format* FormatOfNode(const cPartTreeItem& node) {
   auto* parser = static_cast<cPartParser*>(FindExtension(node, kKindParser));
   return parser ? FormatOf(parser->GetParserId()) : nullptr;
-}
-
-// "; piece 0 of 2 of raid1 "name", blocks of 64.0 KiB, set ...", or "; linear "name"".
-std::string RaidWords(const cPartSoftRAIDInfo& raid) {
-  std::string text = "; ";
-  if (raid.m_columns > 1) text += fmt::format("piece {} of {} of ", raid.m_index, raid.m_columns);
-  const std::string level = LevelOf(raid);
-  text += level.empty() ? "set" : level;
-  if (!raid.m_name.IsEmpty()) text += fmt::format(" \"{}\"", Utf8(raid.m_name));
-  if (raid.m_blockBytes > kSectorBytes) text += ", blocks of " + SizeText(raid.m_blockBytes);
-  if (raid.m_setBytes > 0) text += ", set " + Hex(raid.Identifier());
-  return text;
-}
-
-std::string RecordWords(cPartExtension* record) {
-  switch (record->GetKind()) {
-    case kKindSoftRAID:
-      return RaidWords(*static_cast<cPartSoftRAIDInfo*>(record));
-    case kKindLUKS: {
-      const auto* luks = static_cast<cLUKSPartInfo*>(record);
-      return fmt::format("; version {}, {}-{}, {}", luks->m_version, Utf8(luks->m_cipherName),
-                         Utf8(luks->m_cipherMode), Utf8(luks->m_uuid));
-    }
-    case kKindNWPartData: {
-      const auto* data = static_cast<cNWPartData*>(record);
-      return fmt::format("; segment {} of {}", data->m_segmentIndex + 1, data->m_segmentCount);
-    }
-    case kKindPartName:
-      return fmt::format("; \"{}\"", Utf8(static_cast<cPartNameData*>(record)->m_name));
-    default:
-      return {};
-  }
 }
 
 // What looks like a partition's own table may be a file system's boot sector: it only gave the
@@ -82,7 +40,9 @@ std::string NodeWords(const cPartTreeItem& node) {
     text += std::string(": ") + format->title;
   }
   for (const cPartExtensionItem* item = node.m_firstExtension; item; item = item->m_next) {
-    text += RecordWords(item->m_record);
+    if (item->m_record->GetKind() == kKindSBRLegacyOffset) continue;  // the node's start says it
+    const std::string words = RecordText(item->m_record, Records::kOurs);
+    if (!words.empty()) text += "; " + words;
   }
   return text;
 }
@@ -109,11 +69,14 @@ void AppendLines(const cPartTreeItem& node, const TreeNotes& notes, const std::s
 }
 
 Json RaidJson(const cPartSoftRAIDInfo& raid) {
-  Json record = {{"kind", kKindSoftRAID},          {"name", Utf8(raid.m_name)},
-                 {"set", Hex(raid.Identifier())},  {"layout", raid.m_layout},
-                 {"blockSize", raid.m_blockBytes}, {"columns", raid.m_columns},
+  Json record = {{"kind", kKindSoftRAID},
+                 {"name", Utf8(raid.m_name)},
+                 {"set", HexText(raid.Identifier())},
+                 {"layout", raid.m_layout},
+                 {"blockSize", raid.m_blockBytes},
+                 {"columns", raid.m_columns},
                  {"index", raid.m_index}};
-  if (const std::string level = LevelOf(raid); !level.empty()) record["level"] = level;
+  if (const std::string level = RaidLevel(raid); !level.empty()) record["level"] = level;
   return record;
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "base/printable.h"
 #include "partitions/content_details.h"
 #include "partitions/disk_text.h"
 #include "partitions/field_text.h"
@@ -443,7 +444,7 @@ constexpr Row kRows[] = {
 
 std::string Serial(std::span<const u8> field, size_t dashAt) {
   std::string text;
-  for (size_t i = field.size(); i > 0; --i) text += FieldHex(field.subspan(i - 1, 1));
+  for (size_t i = field.size(); i > 0; --i) text += HexText(field.subspan(i - 1, 1));
   std::transform(text.begin(), text.end(), text.begin(),
                  [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
   if (dashAt > 0 && text.size() > dashAt) text.insert(dashAt, 1, '-');
@@ -468,13 +469,13 @@ std::string TextOf(NodeBytes& bytes, const Field& field) {
     case Form::kGuid:
       return FieldGuid(found);
     case Form::kHex:
-      return FieldHex(found);
+      return HexText(found);
     case Form::kSerial32:
       return Serial(found, 4);
     case Form::kSerial64:
       return Serial(found, 0);
     case Form::kBe64:
-      return Number(FieldHex(found));
+      return Number(HexText(found));
     case Form::kTwoWords: {
       const std::string first = Serial(found.first(4), 0) + Serial(found.last(4), 0);
       std::string lower = first;

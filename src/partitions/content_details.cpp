@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "base/printable.h"
 #include "partitions/disk_text.h"
 #include "partitions/field_text.h"
 
@@ -254,7 +255,7 @@ void DescribeUdf(NodeBytes& bytes, ContentNote* note) {
     if (tag == kLogicalDescriptor) {
       note->label = DString(bytes.Bytes(at + 84, 128));
       const u16 revision = bytes.Le16(at + 216 + 24);
-      const std::string minor = FieldHex({{static_cast<u8>(revision)}});
+      const std::string minor = HexText({{static_cast<u8>(revision)}});
       note->version = std::to_string(revision >> 8) + "." + minor;
     }
   }

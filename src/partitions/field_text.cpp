@@ -7,6 +7,7 @@
 
 #include "base/endian.h"
 #include "base/path_text.h"
+#include "base/printable.h"
 #include "partitions/disk_text.h"
 
 namespace larkspur {
@@ -50,20 +51,10 @@ std::string FieldUtf16(std::span<const u8> field, bool bigEndian) {
   return Utf8FromWide(text);
 }
 
-std::string FieldHex(std::span<const u8> field) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  std::string text;
-  for (const u8 byte : field) {
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 15];
-  }
-  return text;
-}
-
 std::string FieldUuid(std::span<const u8> field) {
   const bool isSet = std::any_of(field.begin(), field.end(), [](u8 byte) { return byte != 0; });
   if (field.size() != kUuidBytes || !isSet) return {};
-  std::string text = FieldHex(field);
+  std::string text = HexText(field);
   for (const size_t at : {20u, 16u, 12u, 8u}) text.insert(at, 1, '-');
   return text;
 }

@@ -17,8 +17,6 @@ namespace larkspur {
 std::string FieldUtf8(std::span<const u8> field);
 std::string FieldUtf16(std::span<const u8> field, bool bigEndian);
 
-// Lower-case digits without anything between them.
-std::string FieldHex(std::span<const u8> field);
 // 16 bytes as 8-4-4-4-12 digits in their order; empty for other lengths and when all are zero.
 std::string FieldUuid(std::span<const u8> field);
 // The same, the first three groups being little-endian numbers.

@@ -7,10 +7,11 @@
 #include <fmt/core.h>
 
 #include "base/path_text.h"
+#include "base/printable.h"
 #include "fakes/memory_disk.h"
+#include "imaging/record_text.h"
 #include "partitions/detection.h"
 #include "partitions/format.h"
-#include "partitions/part_records.h"
 
 namespace larkspur::fakes {
 namespace {
@@ -35,12 +36,8 @@ std::string RaidText(const cPartSoftRAIDInfo& raid) {
   std::string text =
       fmt::format("raid {} layout {} columns {} index {} block {}", Quoted(raid.m_name),
                   raid.m_layout, raid.m_columns, raid.m_index, raid.m_blockBytes);
-  const auto* member = dynamic_cast<const cSoftRAIDMember*>(&raid);
-  if (member && !member->m_level.IsEmpty())
-    text += " level " + Utf8FromWide(member->m_level.View());
-  text += " set ";
-  for (const u8 byte : raid.Identifier()) text += fmt::format("{:02x}", byte);
-  return text;
+  if (const std::string level = RaidLevel(raid); !level.empty()) text += " level " + level;
+  return text + " set " + HexText(raid.Identifier());
 }
 
 std::string RecordText(cPartExtension* record) {

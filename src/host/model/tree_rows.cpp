@@ -2,14 +2,12 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "host/model/tree_rows.h"
 
-#include <algorithm>
 #include <cstddef>
-#include <span>
 
 #include "host/model/words.h"
 #include "imaging/note_text.h"
+#include "imaging/record_text.h"
 #include "imaging/size_text.h"
-#include "partitions/part_records.h"
 #include "partitions/part_tree_item.h"
 #include "partitions/type_names.h"
 
@@ -35,67 +33,9 @@ static_assert(offsetof(cPartSoftRAIDInfo, m_columns) == 44);
 constexpr size_t kMostRows = 65536;
 constexpr u32 kMostLevels = 64;
 constexpr u32 kMostRecords = 64;
-constexpr u64 kMostSetBytes = 64;
-constexpr size_t kMostCharacters = 512;
-
-// Text of a foreign object, which ends within reason or is cut.
-std::string Text(const cWideString& text) {
-  const char16_t* const first = text.Text();
-  const char16_t* const end = first + kMostCharacters;
-  return Utf8({first, static_cast<size_t>(std::find(first, end, u'\0') - first)});
-}
-
-std::string_view LayoutName(u32 layout) {
-  switch (layout) {
-    case kLayoutSimple:
-      return "simple";
-    case kLayoutStripe:
-      return "stripe";
-    case kLayoutMirror:
-      return "mirror";
-    case kLayoutRaid5:
-      return "RAID 5";
-    default:
-      return {};
-  }
-}
-
-std::string Hex(std::span<const u8> bytes) {
-  std::string text;
-  for (const u8 byte : bytes) text += fmt::format("{:02x}", byte);
-  return text;
-}
-
-// `piece 0 of 2 of a mirror "name", blocks of 64.0 KiB, set 0123...`
-std::string RaidWords(const cPartSoftRAIDInfo& raid) {
-  std::string text = fmt::format("piece {}", raid.m_index);
-  if (raid.m_columns > 0) text += fmt::format(" of {}", raid.m_columns);
-  if (const auto layout = LayoutName(raid.m_layout); !layout.empty()) {
-    text += fmt::format(" of a {}", layout);
-  }
-  if (const std::string name = Text(raid.m_name); !name.empty()) {
-    text += fmt::format(" \"{}\"", name);
-  }
-  if (raid.m_blockBytes > kSectorBytes) text += ", blocks of " + SizeText(raid.m_blockBytes);
-  if (raid.m_set && raid.m_setBytes > 0 && raid.m_setBytes <= kMostSetBytes) {
-    text += ", set " + Hex(raid.Identifier());
-  }
-  return text;
-}
-
-std::string RecordWords(cPartExtension* record) {
-  switch (record->GetKind()) {
-    case kKindSoftRAID:
-      return RaidWords(*static_cast<cPartSoftRAIDInfo*>(record));
-    case kKindSBRLegacyOffset:
-      return fmt::format("offset {}", static_cast<cSBRLegacyOffset*>(record)->m_offset);
-    default:
-      return {};
-  }
-}
 
 std::string NameOf(const cPartTreeItem& node) {
-  return node.m_type == kTypeWholeDevice ? "whole storage" : Text(node.m_name);
+  return node.m_type == kTypeWholeDevice ? "whole storage" : TextOf(node.m_name);
 }
 
 std::string FactsOf(const cPartTreeItem& node, const TreeNotes& notes) {
@@ -104,7 +44,7 @@ std::string FactsOf(const cPartTreeItem& node, const TreeNotes& notes) {
   for (const cPartExtensionItem* item = node.m_firstExtension; item && count < kMostRecords;
        item = item->m_next, ++count) {
     if (!item->m_record) continue;
-    const std::string words = RecordWords(item->m_record);
+    const std::string words = RecordText(item->m_record, Records::kAnyModules);
     if (!words.empty()) facts += (facts.empty() ? "" : "; ") + words;
   }
   for (const Note& note : notes.Of(node)) facts += (facts.empty() ? "" : "; ") + NoteText(note);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/endian.h"
+#include "base/printable.h"
 #include "platform/device_requests.h"
 
 namespace larkspur::platform {
@@ -64,15 +65,8 @@ bool LooksHexadecimal(const std::string& text) {
 }
 
 std::string AsSwappedHex(std::string text) {
-  constexpr char kDigits[] = "0123456789abcdef";
   for (size_t i = 0; i + 1 < text.size(); i += 2) std::swap(text[i], text[i + 1]);
-  std::string hex;
-  for (const char letter : text) {
-    const u8 byte = static_cast<u8>(letter);
-    hex += kDigits[byte >> 4];
-    hex += kDigits[byte & 15];
-  }
-  return hex;
+  return HexText(text);
 }
 
 void Append(const std::string& text, size_t offsetField, std::string* bytes) {

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "cli/tree_text.h"
+
+#include <gtest/gtest.h>
+
+#include "partitions/detection.h"
+#include "partitions/part_records.h"
+#include "partitions/type_names.h"
+
+namespace larkspur::cli {
+namespace {
+
+cSoftRAIDMember* Member(u32 columns, u32 layout, std::u16string_view level,
+                        std::u16string_view name, u32 blockBytes) {
+  auto* member = new cSoftRAIDMember;
+  member->m_columns = columns;
+  member->m_index = columns - 1;
+  member->m_layout = layout;
+  member->m_level.Assign(level);
+  member->m_name.Assign(name);
+  member->m_blockBytes = blockBytes;
+  const u8 set[] = {0x01, 0xAB};
+  if (blockBytes > kSectorBytes) member->SetIdentifier(set);
+  return member;
+}
+
+cLUKSPartInfo* Luks() {
+  auto* luks = new cLUKSPartInfo;
+  luks->m_version = 2;
+  luks->m_cipherName.Assign(u"aes");
+  luks->m_cipherMode.Assign(u"xts");
+  luks->m_uuid.Assign(u"1234");
+  return luks;
+}
+
+cNWPartData* Segment() {
+  auto* data = new cNWPartData;
+  data->m_segmentCount = 2;
+  return data;
+}
+
+cPartNameData* Name() {
+  auto* name = new cPartNameData;
+  name->m_name.Assign(u"home");
+  return name;
+}
+
+TEST(TreeTable, TellsOfEveryRecord) {
+  const struct {
+    cPartExtension* record;
+    const char* words;
+  } kCases[] = {
+      {Member(2, kLayoutMirror, u"raid1", u"data", 65536),
+       "; piece 1 of 2 of raid1 \"data\", blocks of 64.0 KiB, set 01ab"},
+      {Member(3, kLayoutNone, u"raid6", u"", 512), "; piece 2 of 3 of raid6"},
+      {Member(3, kLayoutRaid5, u"", u"", 512), "; piece 2 of 3 of a RAID 5"},
+      {Member(2, kLayoutStripe, u"", u"", 512), "; piece 1 of 2 of a stripe"},
+      {Member(2, kLayoutNone, u"", u"x", 512), "; piece 1 of 2 of a set \"x\""},
+      {Member(1, kLayoutSimple, u"linear", u"root", 512), "; linear \"root\""},
+      {Luks(), "; version 2, aes-xts, 1234"},
+      {Segment(), "; segment 1 of 2"},
+      {Name(), "; \"home\""},
+      {new cSBRLegacyOffset(63), ""},
+  };
+  for (const auto& test : kCases) {
+    PartitionTree tree;
+    auto* const node = new cPartTreeItem;
+    SetNode(*node, nullptr, 8, 16, kTypeLinuxRaid);
+    AppendToTree(tree.Head(), node);
+    AddExtension(*node, test.record);
+    EXPECT_EQ(TreeTable(*node),
+              "       start      sectors       size  what\n"
+              "           8           16    8.0 KiB  Linux RAID (253)" +
+                  std::string(test.words) + "\n");
+  }
+}
+
+}  // namespace
+}  // namespace larkspur::cli
