@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "base/endian.h"
+#include "platform/ata_in_scsi.h"
 #include "platform/device_requests.h"
 #include "platform/system_error.h"
 
@@ -16,6 +17,7 @@ namespace {
 constexpr u32 kMaxDataBytes = 1 << 20;
 constexpr u32 kMaxTimeoutSeconds = 3600;
 constexpr u32 kSenseBytes = 64;
+constexpr u8 kDescriptorSense = 0x72;  // from here on sense data are by descriptors
 
 bool Refuse(int error) {
   SetLastFailure(static_cast<u32>(error));
@@ -128,38 +130,25 @@ bool ScsiRequest(bool isDirect, std::span<const u8> in, std::span<u8> out, u32* 
 }
 
 // ATA PASS-THROUGH(16) for the request's task files.
-void FillAta16(const u8* request, u8* cdb) {
+void FillCommand(const u8* request, u8* cdb) {
   const u16 flags = LoadLe16(request + kAtaFlagsOffset);
-  const bool hasData = flags & (kAtaFlagDataIn | kAtaFlagDataOut);
-  const bool isOut = flags & kAtaFlagDataOut;
   const bool is48Bit = flags & kAtaFlag48Bit;
-  const u8* previous = request + kAtaPreviousOffset;
-  const u8* current = request + kAtaCurrentOffset;
-  cdb[0] = 0x85;
-  cdb[1] = static_cast<u8>((!hasData ? 3 : isOut ? 5 : 4) * 2 + is48Bit);
-  cdb[2] = static_cast<u8>(0x24 | (isOut ? 0 : 8) | (hasData ? 2 : 0));
-  for (u32 i = 0; i < kTaskFileDevice; ++i) {
-    cdb[3 + 2 * i] = is48Bit ? previous[i] : u8{0};
-    cdb[4 + 2 * i] = current[i];
-  }
-  cdb[13] = current[kTaskFileDevice];
-  cdb[14] = current[kTaskFileStatus];
+  const u8 none[kTaskFileBytes] = {};
+  FillAta16({.hasData = (flags & (kAtaFlagDataIn | kAtaFlagDataOut)) != 0,
+             .isOut = (flags & kAtaFlagDataOut) != 0,
+             .is48Bit = is48Bit,
+             .wantsRegisters = true},
+            is48Bit ? request + kAtaPreviousOffset : none, request + kAtaCurrentOffset, cdb);
 }
 
-// The registers from the sense data's ATA Status Return descriptor. A command that gave none went
-// well.
-void TakeAtaReturn(const u8* sense, u8* request) {
-  u8* previous = request + kAtaPreviousOffset;
+// The registers from the sense data. A command that gave none went well.
+void TakeRegisters(std::span<const u8> sense, u8* request) {
   u8* current = request + kAtaCurrentOffset;
   current[kTaskFileStatus] = 0x50;
-  if ((sense[0] & 0x7F) < 0x72 || sense[8] != 9) return;
-  current[0] = sense[11];
-  for (u32 i = kTaskFileCount; i < kTaskFileDevice; ++i) {
-    previous[i] = sense[10 + 2 * i];
-    current[i] = sense[11 + 2 * i];
+  if (sense.empty() || (sense[0] & 0x7F) < kDescriptorSense) return;
+  if (const u8* found = FindAtaReturn(sense)) {
+    TakeAtaReturn(found, request + kAtaPreviousOffset, current);
   }
-  current[kTaskFileDevice] = sense[20];
-  current[kTaskFileStatus] = sense[21];
 }
 
 bool AtaRequest(std::span<const u8> in, std::span<u8> out, u32* returned, const SendScsi& send) {
@@ -169,7 +158,7 @@ bool AtaRequest(std::span<const u8> in, std::span<u8> out, u32* returned, const 
   if (!Fits(place, length, in.size())) return Refuse(EINVAL);
   if (out.data() != in.data()) std::copy(in.begin(), in.end(), out.begin());
   u8 cdb[kScsiCdbBytes] = {}, sense[kSenseBytes] = {};
-  FillAta16(out.data(), cdb);
+  FillCommand(out.data(), cdb);
   const bool isOut = LoadLe16(&out[kAtaFlagsOffset]) & kAtaFlagDataOut;
   sg_io_hdr_t header{};
   header.dxfer_direction = length == 0 ? SG_DXFER_NONE
@@ -183,8 +172,9 @@ bool AtaRequest(std::span<const u8> in, std::span<u8> out, u32* returned, const 
   header.dxferp = length ? &out[place] : nullptr;
   header.timeout = Milliseconds(LoadLe32(&out[kAtaTimeoutOffset]));
   if (!Send(&header, send)) return false;
-  if (header.status != 0 && (sense[0] & 0x7F) < 0x72) return Refuse(EIO);
-  TakeAtaReturn(sense, out.data());
+  if (header.status != 0 && (sense[0] & 0x7F) < kDescriptorSense) return Refuse(EIO);
+  TakeRegisters(std::span(sense).first(std::min<size_t>(header.sb_len_wr, sizeof(sense))),
+                out.data());
   *returned = static_cast<u32>(kAtaDataOffset + Moved(header));
   return true;
 }
