@@ -4,23 +4,16 @@
 
 #include <algorithm>
 
+#include "base/text_utf8.h"
+
 namespace larkspur {
 namespace {
 
 // The length of the well-formed character that the bytes begin with; 0 when there is none.
-size_t CharacterLength(std::string_view text) {
-  const auto byte = [&text](size_t i) { return static_cast<u8>(text[i]); };
-  const u8 lead = byte(0);
-  if (lead < 0x80) return 1;
-  const size_t length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
-  if (length == 0 || text.size() < length) return 0;
-  for (size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return 0;
-  }
-  const u8 second = byte(1);
-  const bool isOverlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
-  const bool isNoCharacter = (lead == 0xED && second >= 0xA0) || (lead == 0xF4 && second >= 0x90);
-  return isOverlong || isNoCharacter ? 0 : length;
+size_t CharacterLength(std::string_view bytes) {
+  const u8* const first = reinterpret_cast<const u8*>(bytes.data());
+  const text::Utf8Character character = text::TakeUtf8(first, first + bytes.size());
+  return character.isValid ? character.length : 0;
 }
 
 bool IsControl(std::string_view character) {

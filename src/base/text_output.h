@@ -65,6 +65,10 @@ inline bool IsLowSurrogate(char16_t unit) {
   return (unit & 0xFC00) == 0xDC00;
 }
 
+inline bool IsSurrogate(char16_t unit) {
+  return (unit & 0xF800) == 0xD800;
+}
+
 // How many units the character at `at` takes: 2 for a surrogate pair, else 1.
 inline size_t CharacterUnits(const char16_t* at, const char16_t* end) {
   return end - at > 1 && IsHighSurrogate(at[0]) && IsLowSurrogate(at[1]) ? 2 : 1;

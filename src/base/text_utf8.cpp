@@ -7,7 +7,6 @@
 namespace larkspur::text {
 namespace {
 
-constexpr u32 kFirstAstral = 0x10000;
 constexpr size_t kBlock = 16;  // bytes looked at together in a search for the end of ASCII text
 
 // The length of the ASCII text at the start of a range, looked at in whole blocks only.
@@ -41,33 +40,6 @@ Lead LeadOf(u8 byte) {
           static_cast<u8>(byte == 0xF4 ? 0x8F : 0xBF)};
 }
 
-struct Decoded {
-  u32 codePoint;
-  size_t length;  // bytes taken, at least 1
-};
-
-// The character at `at`, whose first byte is no ASCII.
-Decoded DecodeOne(const u8* at, const u8* end) {
-  const Lead lead = LeadOf(*at);
-  if (lead.following == 0) return {kReplacement, 1};
-  u32 codePoint = *at & (0x3Fu >> lead.following);
-  u8 first = lead.first, last = lead.last;
-  for (size_t i = 1; i <= lead.following; ++i) {
-    if (at + i == end || at[i] < first || at[i] > last) return {kReplacement, i};
-    codePoint = codePoint << 6 | (at[i] & 0x3F);
-    first = 0x80;
-    last = 0xBF;
-  }
-  return {codePoint, lead.following + size_t{1}};
-}
-
-template <typename Output>
-bool PutCodePoint(Output& out, u32 codePoint) {
-  if (codePoint < kFirstAstral) return out.Put(static_cast<char16_t>(codePoint));
-  return out.Put(static_cast<char16_t>(0xD7C0 + (codePoint >> 10))) &&
-         out.Put(static_cast<char16_t>(0xDC00 | (codePoint & 0x3FF)));
-}
-
 template <typename Output>
 size_t Decode(const u8* at, size_t count, Output out) {
   const u8* const end = at + count;
@@ -82,23 +54,29 @@ size_t Decode(const u8* at, size_t count, Output out) {
       }
       continue;
     }
-    const Decoded one = DecodeOne(at, end);
-    if (!PutCodePoint(out, one.codePoint)) return 0;
+    const Utf8Character one = TakeUtf8(at, end);
+    if (!PutUtf16(one.codePoint, [&out](char16_t unit) { return out.Put(unit); })) return 0;
     at += one.length;
   }
   return out.Count();
 }
 
-bool PutSequence(ByteOutput& out, u32 codePoint, int following) {
-  constexpr u8 kMark[] = {0, 0xC0, 0xE0, 0xF0};
-  if (!out.Put(static_cast<u8>(kMark[following] | codePoint >> (6 * following)))) return false;
-  while (following-- > 0) {
-    if (!out.Put(static_cast<u8>(0x80 | (codePoint >> (6 * following) & 0x3F)))) return false;
-  }
-  return true;
-}
-
 }  // namespace
+
+Utf8Character TakeUtf8(const u8* at, const u8* end) {
+  if (*at < 0x80) return {*at, 1, true};
+  const Lead lead = LeadOf(*at);
+  if (lead.following == 0) return {};
+  u32 codePoint = *at & (0x3Fu >> lead.following);
+  u8 first = lead.first, last = lead.last;
+  for (size_t i = 1; i <= lead.following; ++i) {
+    if (at + i == end || at[i] < first || at[i] > last) return {kReplacement, i, false};
+    codePoint = codePoint << 6 | (at[i] & 0x3F);
+    first = 0x80;
+    last = 0xBF;
+  }
+  return {codePoint, lead.following + size_t{1}, true};
+}
 
 size_t DecodeUtf8(const u8* bytes, size_t count, WideOutput out) {
   return Decode(bytes, count, out);
@@ -117,12 +95,12 @@ size_t EncodeUtf8(const char16_t* text, size_t count, ByteOutput out) {
       continue;
     }
     if (CharacterUnits(at, end) == 2) {
-      codePoint = kFirstAstral + ((codePoint & 0x3FF) << 10 | (*++at & 0x3FF));
-    } else if ((codePoint & 0xF800) == 0xD800) {
+      codePoint = FromPair(at[0], at[1]);
+      ++at;
+    } else if (IsSurrogate(*at)) {
       codePoint = kReplacement;
     }
-    const int following = codePoint < 0x800 ? 1 : codePoint < kFirstAstral ? 2 : 3;
-    if (!PutSequence(out, codePoint, following)) return 0;
+    if (!PutUtf8(codePoint, [&out](u8 byte) { return out.Put(byte); })) return 0;
   }
   return out.Count();
 }

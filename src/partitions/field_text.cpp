@@ -8,6 +8,7 @@
 #include "base/endian.h"
 #include "base/path_text.h"
 #include "base/printable.h"
+#include "base/text_output.h"
 #include "partitions/disk_text.h"
 
 namespace larkspur {
@@ -19,14 +20,6 @@ bool IsControl(char16_t unit) {
   return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
 }
 
-bool IsHigh(char16_t unit) {
-  return unit >= 0xD800 && unit < 0xDC00;
-}
-
-bool IsLow(char16_t unit) {
-  return unit >= 0xDC00 && unit < 0xE000;
-}
-
 }  // namespace
 
 std::string FieldUtf8(std::span<const u8> field) {
@@ -34,21 +27,21 @@ std::string FieldUtf8(std::span<const u8> field) {
 }
 
 std::string FieldUtf16(std::span<const u8> field, bool bigEndian) {
-  std::u16string text;
+  std::u16string units;
   for (size_t at = 0; at + 1 < field.size(); at += 2) {
     const char16_t unit = bigEndian ? LoadBe16(&field[at]) : LoadLe16(&field[at]);
     if (unit == 0) break;
-    text += IsControl(unit) ? u'\uFFFD' : unit;
+    units += IsControl(unit) ? text::kReplacement : unit;
   }
-  for (size_t i = 0; i < text.size(); ++i) {  // halves of pairs
-    if (IsHigh(text[i]) && i + 1 < text.size() && IsLow(text[i + 1])) {
-      ++i;
-    } else if (IsHigh(text[i]) || IsLow(text[i])) {
-      text[i] = u'\uFFFD';
+  for (auto at = units.begin(); at != units.end(); ++at) {
+    if (text::CharacterUnits(&*at, units.data() + units.size()) == 2) {
+      ++at;
+    } else if (text::IsSurrogate(*at)) {  // half of a pair
+      *at = text::kReplacement;
     }
   }
-  while (!text.empty() && text.back() == u' ') text.pop_back();
-  return Utf8FromWide(text);
+  while (!units.empty() && units.back() == u' ') units.pop_back();
+  return Utf8FromWide(units);
 }
 
 std::string FieldUuid(std::span<const u8> field) {
