@@ -14,7 +14,7 @@
 
 namespace larkspur {
 
-std::u16string WideFromUtf8(std::string_view bytes);
-std::string Utf8FromWide(std::u16string_view wide);
+std::u16string WideFromUtf8(std::string_view text);
+std::string Utf8FromWide(std::u16string_view text);
 
 }  // namespace larkspur

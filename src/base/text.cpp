@@ -78,6 +78,12 @@ size_t BytesToWide(const void* bytes, size_t count, char16_t* out, size_t capaci
   return 0;
 }
 
+std::u16string WideText(std::span<const u8> bytes, u32 codePage) {
+  std::u16string text(WideLength(bytes.data(), bytes.size(), codePage), u'\0');
+  text.resize(BytesToWide(bytes.data(), bytes.size(), text.data(), text.size(), codePage));
+  return text;
+}
+
 size_t WideToBytes(const char16_t* text, size_t count, void* out, size_t capacity, u32 codePage) {
   if (!text || count == 0 || !out) return 0;
   const text::ByteOutput to(static_cast<u8*>(out), capacity);

@@ -17,6 +17,7 @@
 // in UTF-8. There are no near equivalents: U+00C0 never becomes 'A'.
 
 #include <span>
+#include <string>
 
 #include "base/types.h"
 
@@ -29,7 +30,10 @@ constexpr u32 kUtf8CodePage = 65001;
 // does not fit; the buffer then holds nothing of use, but is never exceeded.
 size_t BytesToWide(const void* bytes, size_t count, char16_t* out, size_t capacity, u32 codePage);
 
-// The reverse, by the same rules; the result counts bytes.
+// The text of the bytes, whole.
+std::u16string WideText(std::span<const u8> bytes, u32 codePage = kUtf8CodePage);
+
+// The reverse of BytesToWide, by the same rules; the result counts bytes.
 size_t WideToBytes(const char16_t* text, size_t count, void* out, size_t capacity, u32 codePage);
 
 // The units that BytesToWide gives when there is room.

@@ -29,13 +29,6 @@ std::string_view AsText(std::span<const u8> bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-std::u16string WideOf(std::span<const u8> utf8) {
-  // No byte gives more than one unit.
-  std::u16string wide(utf8.size(), u'\0');
-  wide.resize(BytesToWide(utf8.data(), utf8.size(), wide.data(), wide.size(), kUtf8CodePage));
-  return wide;
-}
-
 // Unpacks a stream that must fill `out` exactly.
 bool Inflate(std::span<const u8> stream, std::span<u8> out) {
   z_stream z{};
@@ -60,7 +53,7 @@ std::optional<PackHeader> ReadPackHeader(std::span<const u8> image) {
   const size_t nameBytes = in.U8(kNameLengthOffset);
   const std::span<const u8> name = in.Bytes(kNameOffset, nameBytes);
   if (in.Failed()) return std::nullopt;
-  return PackHeader{AsText(in.Bytes(kCodeOffset, kCodeBytes)), WideOf(name),
+  return PackHeader{AsText(in.Bytes(kCodeOffset, kCodeBytes)), WideText(name),
                     image.subspan(kNameOffset + nameBytes)};
 }
 
@@ -101,7 +94,7 @@ bool ReadTexts(std::span<const u8> body, MessageTexts& texts) {
     if (length == kAbsent) continue;
     const std::span<const u8> utf8 = in.Bytes(at, length);
     if (in.Failed()) return false;
-    texts[i].Assign(WideOf(utf8));
+    texts[i].Assign(WideText(utf8));
     at += length;
   }
   return true;

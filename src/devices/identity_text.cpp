@@ -13,8 +13,8 @@ namespace {
 constexpr u32 kSystemCodePage = 0;
 
 std::u16string Decode(std::string_view bytes, u32 codePage) {
-  std::u16string text(WideLength(bytes.data(), bytes.size(), codePage), u'\0');
-  text.resize(BytesToWide(bytes.data(), bytes.size(), text.data(), text.size(), codePage));
+  const std::u16string text =
+      WideText({reinterpret_cast<const u8*>(bytes.data()), bytes.size()}, codePage);
   return text.substr(0, text.find(u'\0'));
 }
 

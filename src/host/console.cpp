@@ -5,7 +5,7 @@
 #include <windows.h>
 
 #include "base/path_text.h"
-#include "ui/wide.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::host {
 namespace {

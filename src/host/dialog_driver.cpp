@@ -3,7 +3,7 @@
 #include "host/dialog_driver.h"
 
 #include "host/dialog_watch.h"
-#include "ui/wide.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::host {
 namespace {
@@ -34,7 +34,7 @@ BOOL CALLBACK AppendText(HWND control, LPARAM result) {
   GetWindowTextW(control, line, 1024);
   auto& text = *reinterpret_cast<std::u16string*>(result);
   if (line[0] && !text.empty()) text += u' ';
-  text += reinterpret_cast<const char16_t*>(line);
+  text += FromWide(line);
   return TRUE;
 }
 

@@ -3,7 +3,7 @@
 #include "host/dialog_watch.h"
 
 #include "io/base_io.h"
-#include "ui/wide.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::host {
 namespace {

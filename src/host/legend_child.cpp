@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "host/legend_child.h"
 
-#include "ui/wide.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::host {
 namespace {

@@ -8,9 +8,9 @@
 #include "base/path_text.h"
 #include "catalog/message_catalog.h"
 #include "host/texts.h"
+#include "platform/windows/win32.h"
 #include "ui/handles.h"
 #include "ui/texts.h"
-#include "ui/wide.h"
 
 namespace larkspur::host {
 namespace {

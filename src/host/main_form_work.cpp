@@ -13,8 +13,8 @@
 #include "host/model/words.h"
 #include "host/texts.h"
 #include "imaging/text_file.h"
+#include "platform/windows/win32.h"
 #include "ui/wait_cursor.h"
-#include "ui/wide.h"
 
 namespace larkspur::host {
 namespace {

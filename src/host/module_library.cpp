@@ -7,7 +7,7 @@
 #include "host/model/words.h"
 #include "platform/folders.h"
 #include "platform/system_error.h"
-#include "ui/wide.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::host {
 

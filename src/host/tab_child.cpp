@@ -2,8 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "host/tab_child.h"
 
+#include "platform/windows/win32.h"
 #include "ui/custom_form.h"
-#include "ui/wide.h"
 
 namespace larkspur::host {
 

@@ -3,7 +3,6 @@
 #include "partitions/apple_raid.h"
 
 #include <algorithm>
-#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -75,10 +74,6 @@ u32 LayoutOf(std::string_view level) {
 
 std::u16string Wide(const std::string& text) {
   return DiskText({reinterpret_cast<const u8*>(text.data()), text.size()});
-}
-
-u32 Clamp32(u64 value) {
-  return static_cast<u32>(std::min<u64>(value, std::numeric_limits<u32>::max()));
 }
 
 // The index of a spare is no member's.

@@ -13,8 +13,7 @@ std::u16string DiskText(std::span<const u8> field) {
   auto end = std::find(field.begin(), field.end(), u8{0});
   while (end != field.begin() && *(end - 1) == ' ') --end;
   const auto count = static_cast<size_t>(end - field.begin());
-  std::u16string text(count, u'\0');  // no byte becomes more than one unit
-  text.resize(BytesToWide(field.data(), count, text.data(), text.size(), kUtf8CodePage));
+  std::u16string text = WideText(field.first(count));
   const auto isControl = [](char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); };
   std::replace_if(text.begin(), text.end(), isControl, u'\uFFFD');
   return text;

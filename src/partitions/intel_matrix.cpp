@@ -212,7 +212,7 @@ cSoftRAIDMember* VolumeReader::MakeRecord(std::span<const u8> volume, u32 index)
   id.insert(id.end(), number.begin(), number.end());
   record->SetIdentifier(id);
   const u64 stripBytes = reader.Le16(kMap + 12) * m_factor * kSectorBytes;
-  if (stripBytes > 0) record->m_blockBytes = static_cast<u32>(std::min<u64>(stripBytes, ~u32{0}));
+  if (stripBytes > 0) record->m_blockBytes = Clamp32(stripBytes);
   record->m_columns = reader.U8(kMap + kMapMembers);
   record->m_index = index;
   SetLevel(reader.U8(kMap + 15), record->m_columns, record);

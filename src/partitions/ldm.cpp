@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <limits>
 #include <optional>
 
 #include "base/endian.h"
@@ -163,10 +162,6 @@ const char* LayoutWord(u32 layout) {
   return "Simple/Span";
 }
 
-u32 Clamp32(u64 value) {
-  return static_cast<u32>(std::min<u64>(value, std::numeric_limits<u32>::max()));
-}
-
 // What a partition of the volume's type byte would hold. Types that lead to another table, or back
 // to this one, would send detection in circles.
 u16 ChildType(const LdmVolume* volume) {
@@ -238,10 +233,8 @@ void FormatVolumeName(const LdmVolume& volume, cPartSoftRAIDInfo& record) {
   std::array<char, 40> text;
   const int length = std::snprintf(text.data(), text.size(), "Dynamic volume %.*s (%s)", 4,
                                    volume.hint.c_str(), LayoutWord(record.m_layout));
-  std::array<char16_t, 40> wide;
-  const size_t units = BytesToWide(text.data(), static_cast<size_t>(length), wide.data(),
-                                   wide.size(), kUtf8CodePage);
-  record.m_name.Assign({wide.data(), units});
+  const auto* const bytes = reinterpret_cast<const u8*>(text.data());
+  record.m_name.Assign(WideText({bytes, static_cast<size_t>(length)}));
 }
 
 bool IsDynamicDisk(Scan& scan, const cPartTreeItem& node) {

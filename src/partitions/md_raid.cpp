@@ -92,7 +92,7 @@ std::optional<Member> ReadSuper1(const SuperPlace& place, std::span<const u8> by
   member.dataSectors = super.Le64(136);
   member.level = static_cast<i32>(super.Le32(72));
   const u64 chunkBytes = u64{super.Le32(88)} * kSectorBytes;
-  member.chunkBytes = static_cast<u32>(std::min<u64>(chunkBytes, 0xFFFFFFFF));
+  member.chunkBytes = Clamp32(chunkBytes);
   member.devices = super.Le32(92);
   const u32 number = super.Le32(160);
   const u16 role = number < roles ? super.Le16(256 + size_t{number} * 2) : u16{0xFFFF};

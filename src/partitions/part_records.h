@@ -13,6 +13,11 @@
 
 namespace larkspur {
 
+// A field's value, or the largest that fits.
+constexpr u32 Clamp32(u64 value) {
+  return value < ~u32{0} ? static_cast<u32>(value) : ~u32{0};
+}
+
 // A NetWare partition's redirection area, and the volume that a segment belongs to.
 class cNWPartData final : public cPartExtension {
  public:

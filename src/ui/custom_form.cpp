@@ -6,6 +6,7 @@
 
 #include <commctrl.h>
 
+#include "platform/windows/win32.h"
 #include "ui/child.h"
 #include "ui/dpi.h"
 #include "ui/icon_images.h"
@@ -13,7 +14,6 @@
 #include "ui/module_instance.h"
 #include "ui/screen_place.h"
 #include "ui/title_bar.h"
-#include "ui/wide.h"
 
 namespace larkspur {
 namespace {

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
+#include "platform/windows/win32.h"
 #include "ui/model/shortened_text.h"
 #include "ui/screen_place.h"
-#include "ui/wide.h"
 
 namespace larkspur {
 namespace {

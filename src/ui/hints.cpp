@@ -4,9 +4,9 @@
 
 #include <commctrl.h>
 
+#include "platform/windows/win32.h"
 #include "ui/dpi.h"
 #include "ui/module_instance.h"
-#include "ui/wide.h"
 
 namespace larkspur {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
+#include "platform/windows/win32.h"
 #include "ui/custom_form.h"
-#include "ui/wide.h"
 
 namespace larkspur {
 namespace {

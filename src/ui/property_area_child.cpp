@@ -4,10 +4,10 @@
 
 #include <algorithm>
 
+#include "platform/windows/win32.h"
 #include "ui/custom_form.h"
 #include "ui/module_instance.h"
 #include "ui/texts.h"
-#include "ui/wide.h"
 
 namespace larkspur {
 namespace {

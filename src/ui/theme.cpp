@@ -6,8 +6,8 @@
 
 #include <uxtheme.h>
 
+#include "platform/windows/win32.h"
 #include "ui/model/contrast.h"
-#include "ui/wide.h"
 
 namespace larkspur {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <new>
 
+#include "platform/windows/win32.h"
 #include "ui/dpi.h"
-#include "ui/wide.h"
 
 namespace larkspur {
 

@@ -7,23 +7,16 @@
 #include <cstdlib>
 
 #include "base/path_text.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::platform {
-namespace {
-
-std::wstring Wide(const std::string& text) {
-  const std::u16string wide = WideFromUtf8(text);
-  return std::wstring(wide.begin(), wide.end());
-}
-
-}  // namespace
 
 int RunCommand(const std::string& line,
                const std::vector<std::pair<std::string, std::string>>& environment) {
   for (const auto& [name, value] : environment) {
-    SetEnvironmentVariableW(Wide(name).c_str(), Wide(value).c_str());
+    SetEnvironmentVariableW(Wide(WideFromUtf8(name)), Wide(WideFromUtf8(value)));
   }
-  return _wsystem(Wide(line).c_str());
+  return _wsystem(Wide(WideFromUtf8(line)));
 }
 
 }  // namespace larkspur::platform

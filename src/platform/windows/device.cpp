@@ -13,6 +13,7 @@
 #include "platform/file.h"
 #include "platform/system_error.h"
 #include "platform/windows/native_path.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::platform {
 namespace {
@@ -21,15 +22,6 @@ constexpr DWORD kInstanceIdCharacters = 520;
 constexpr ULONG kParentIdCharacters = 200;
 constexpr u32 kDriveNumbers = 64;
 constexpr u32 kNoSuchDevice = 433;  // ERROR_NO_SUCH_DEVICE, which not every header has
-
-bool Succeeded(BOOL result) {
-  if (!result) SetLastFailure(GetLastError());
-  return result != FALSE;
-}
-
-const wchar_t* Wide(const char16_t* text) {
-  return reinterpret_cast<const wchar_t*>(text);
-}
 
 class WindowsDevice final : public Device {
  public:
@@ -134,7 +126,7 @@ std::u16string InfoSet::InterfacePath(DWORD index) const {
   if (!Succeeded(SetupDiGetDeviceInterfaceDetailW(m_set, &face, detail, size, nullptr, nullptr))) {
     return {};
   }
-  return reinterpret_cast<const char16_t*>(detail->DevicePath);
+  return FromWide(detail->DevicePath);
 }
 
 // The letter of "\\.\X:" in either kind of separator; 0 for another path.
@@ -207,7 +199,7 @@ class WindowsDevices final : public DeviceSystem {
         CM_Get_Device_IDW(parent, text, kParentIdCharacters, 0) != CR_SUCCESS) {
       return {};
     }
-    return reinterpret_cast<const char16_t*>(text);
+    return FromWide(text);
   }
 };
 

@@ -9,6 +9,7 @@
 #include "platform/owned_file.h"
 #include "platform/system_error.h"
 #include "platform/windows/native_path.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::platform {
 namespace {
@@ -22,11 +23,6 @@ constexpr DWORD kLockOffsetHigh = 0x40000000;
 
 HANDLE Handle(FileHandle file) {
   return reinterpret_cast<HANDLE>(file);
-}
-
-bool Succeeded(BOOL result) {
-  if (!result) SetLastFailure(GetLastError());
-  return result != FALSE;
 }
 
 FileHandle Opened(HANDLE handle) {
@@ -45,7 +41,7 @@ std::optional<u64> FreeBytesBeside(HANDLE file) {
   wchar_t path[32768];
   const DWORD length = GetFinalPathNameByHandleW(file, path, 32768, 0);
   if (length == 0 || length >= 32768) return std::nullopt;
-  return FreeBytes(reinterpret_cast<const char16_t*>(path));
+  return FreeBytes(FromWide(path).c_str());
 }
 
 OVERLAPPED At(u64 offset) {
@@ -194,8 +190,8 @@ bool AreSameFile(const char16_t* one, const char16_t* other) {
 }
 
 std::u16string FullPath(const char16_t* path) {
-  const std::wstring full = AbsolutePath(reinterpret_cast<const wchar_t*>(path));
-  return reinterpret_cast<const char16_t*>(full.c_str());
+  const std::wstring full = AbsolutePath(Wide(path));
+  return FromWide(full.c_str());
 }
 
 PathKind KindOfPath(const char16_t* path) {

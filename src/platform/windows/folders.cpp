@@ -6,13 +6,10 @@
 
 #include "platform/system_error.h"
 #include "platform/windows/native_path.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::platform {
 namespace {
-
-std::u16string Wide(const wchar_t* text) {
-  return reinterpret_cast<const char16_t*>(text);
-}
 
 bool IsDots(const wchar_t* name) {
   return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
@@ -27,7 +24,7 @@ CalendarTime LocalTimeOf(const FILETIME& time) {
 
 FolderEntry EntryOf(const WIN32_FIND_DATAW& found) {
   FolderEntry entry;
-  entry.name = Wide(found.cFileName);
+  entry.name = FromWide(found.cFileName);
   entry.isFolder = found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY;
   entry.sizeBytes = u64{found.nFileSizeHigh} << 32 | found.nFileSizeLow;
   entry.writtenAt =
@@ -44,17 +41,12 @@ class cWindowsFolders final : public cFolders {
 
   bool Visit(const std::u16string& folder,
              const std::function<bool(const FolderEntry&)>& visit) override {
-    DWORD before = 0;
-    SetThreadErrorMode(SEM_FAILCRITICALERRORS, &before);  // no "insert a disk" box
-    const bool complete = VisitQuietly(folder, visit);
-    SetThreadErrorMode(before, nullptr);
-    return complete;
+    const QuietDrives quiet;
+    return VisitQuietly(folder, visit);
   }
 
   bool Make(const std::u16string& folder) override {
-    if (CreateDirectoryW(NativePath(folder.c_str()).c_str(), nullptr)) return true;
-    SetLastFailure(GetLastError());
-    return false;
+    return Succeeded(CreateDirectoryW(NativePath(folder.c_str()).c_str(), nullptr));
   }
 
  private:
@@ -89,11 +81,11 @@ cFolders& SystemFolders() {
 
 std::optional<std::u16string> EnvironmentText(const char16_t* name, size_t limit) {
   std::wstring text(limit + 1, L'\0');
-  const DWORD length = GetEnvironmentVariableW(reinterpret_cast<const wchar_t*>(name), text.data(),
-                                               static_cast<DWORD>(text.size()));
+  const DWORD length =
+      GetEnvironmentVariableW(Wide(name), text.data(), static_cast<DWORD>(text.size()));
   if (length == 0 || length > limit) return std::nullopt;
   text.resize(length);
-  return Wide(text.c_str());
+  return FromWide(text.c_str());
 }
 
 }  // namespace larkspur::platform

@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "platform/windows/native_path.h"
 
-#include <windows.h>
+#include "platform/windows/win32.h"
 
 namespace larkspur::platform {
 namespace {
@@ -26,7 +26,7 @@ std::wstring AbsolutePath(const std::wstring& path) {
 }
 
 std::wstring NativePath(const char16_t* path) {
-  const std::wstring given(reinterpret_cast<const wchar_t*>(path));
+  const std::wstring given(Wide(path));
   if (StartsWith(given, L"\\\\?\\") || StartsWith(given, L"\\\\.\\")) return given;
   if (given.size() < kClassicLimit) return given;
   const std::wstring full = AbsolutePath(given);

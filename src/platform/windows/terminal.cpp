@@ -10,6 +10,7 @@
 #include <stdio.h>
 
 #include "base/path_text.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::platform {
 namespace {
@@ -27,7 +28,7 @@ std::vector<std::string> ProgramArguments(int, char**) {
   wchar_t** words = CommandLineToArgvW(GetCommandLineW(), &count);
   std::vector<std::string> arguments;
   for (int i = 1; words && i < count; ++i) {
-    arguments.push_back(Utf8FromWide(reinterpret_cast<const char16_t*>(words[i])));
+    arguments.push_back(Utf8FromWide(FromWide(words[i])));
   }
   LocalFree(words);
   return arguments;

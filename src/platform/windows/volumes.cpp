@@ -11,6 +11,7 @@
 #include <winnetwk.h>
 
 #include "platform/windows/system_library.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::platform {
 namespace {
@@ -19,26 +20,6 @@ constexpr DWORD kVolumeNameCharacters = 256;
 constexpr DWORD kLabelCharacters = 260;
 constexpr size_t kEnumBytes = 16 * 1024;
 constexpr u32 kMaxConnections = 1000;  // a provider that never comes to its end is left here
-
-const wchar_t* Native(const char16_t* text) {
-  return reinterpret_cast<const wchar_t*>(text);
-}
-
-std::u16string Wide(const wchar_t* text) {
-  return text ? std::u16string(reinterpret_cast<const char16_t*>(text)) : std::u16string();
-}
-
-// No "insert a disk" box while this thread asks a drive.
-class QuietDrives {
- public:
-  QuietDrives() { SetThreadErrorMode(SEM_FAILCRITICALERRORS, &m_before); }
-  QuietDrives(const QuietDrives&) = delete;
-  QuietDrives& operator=(const QuietDrives&) = delete;
-  ~QuietDrives() { SetThreadErrorMode(m_before, nullptr); }
-
- private:
-  DWORD m_before = 0;
-};
 
 // The network library, loaded only when somebody asks: few do.
 class NetworkLibrary {
@@ -94,36 +75,36 @@ void VisitScope(const NetworkLibrary& network, DWORD scope, const VisitResource&
 bool IsUp(const NetworkLibrary& network, const std::u16string& localName) {
   wchar_t remote[MAX_PATH];
   DWORD characters = MAX_PATH;
-  const DWORD answer = network.getConnection(Native(localName.c_str()), remote, &characters);
+  const DWORD answer = network.getConnection(Wide(localName.c_str()), remote, &characters);
   return answer != ERROR_CONNECTION_UNAVAIL && answer != ERROR_NOT_CONNECTED;
 }
 
 class cWindowsVolumes final : public cVolumes {
  public:
-  u32 TypeOf(const char16_t* root) override { return GetDriveTypeW(Native(root)); }
+  u32 TypeOf(const char16_t* root) override { return GetDriveTypeW(Wide(root)); }
 
   std::u16string MountedAt(const char16_t* mountPoint) override {
     const QuietDrives quiet;
     wchar_t name[kVolumeNameCharacters];
-    if (!GetVolumeNameForVolumeMountPointW(Native(mountPoint), name, kVolumeNameCharacters)) {
+    if (!GetVolumeNameForVolumeMountPointW(Wide(mountPoint), name, kVolumeNameCharacters)) {
       return {};
     }
-    return Wide(name);
+    return FromWide(name);
   }
 
   std::optional<u64> TotalBytes(const char16_t* root) override {
     const QuietDrives quiet;
     ULARGE_INTEGER total;
-    if (!GetDiskFreeSpaceExW(Native(root), nullptr, &total, nullptr)) return std::nullopt;
+    if (!GetDiskFreeSpaceExW(Wide(root), nullptr, &total, nullptr)) return std::nullopt;
     return total.QuadPart;
   }
 
   std::u16string LabelOf(const char16_t* root) override {
     const QuietDrives quiet;
     wchar_t label[kLabelCharacters];
-    const BOOL known = GetVolumeInformationW(Native(root), label, kLabelCharacters, nullptr,
-                                             nullptr, nullptr, nullptr, 0);
-    return known ? Wide(label) : std::u16string();
+    const BOOL known = GetVolumeInformationW(Wide(root), label, kLabelCharacters, nullptr, nullptr,
+                                             nullptr, nullptr, 0);
+    return known ? FromWide(label) : std::u16string();
   }
 
   void VisitConnections(const std::function<void(const NetworkConnection&)>& visit) override {
@@ -131,7 +112,7 @@ class cWindowsVolumes final : public cVolumes {
     if (!network.IsComplete()) return;
     std::set<std::pair<std::u16string, std::u16string>> seen;
     const auto visitOnce = [&](const NETRESOURCEW& resource, bool isConnected) {
-      NetworkConnection connection{Wide(resource.lpLocalName), Wide(resource.lpRemoteName),
+      NetworkConnection connection{FromWide(resource.lpLocalName), FromWide(resource.lpRemoteName),
                                    isConnected};
       if (!connection.localName.empty() && !IsUp(network, connection.localName)) {
         connection.isConnected = false;
@@ -150,8 +131,8 @@ class cWindowsVolumes final : public cVolumes {
     std::u16string local = connection.localName, remote = connection.remoteName;
     NETRESOURCEW resource{};
     resource.dwType = RESOURCETYPE_DISK;
-    resource.lpLocalName = local.empty() ? nullptr : reinterpret_cast<wchar_t*>(local.data());
-    resource.lpRemoteName = reinterpret_cast<wchar_t*>(remote.data());
+    resource.lpLocalName = local.empty() ? nullptr : WideBuffer(local);
+    resource.lpRemoteName = WideBuffer(remote);
     return network.addConnection(&resource, nullptr, nullptr, 0) == NO_ERROR;
   }
 };

@@ -5,7 +5,7 @@
 #include "catalog/message_catalog.h"
 #include "fakes/temp_folder.h"
 #include "platform/file.h"
-#include "ui/wide.h"
+#include "platform/windows/win32.h"
 #include "ui/windows/form_driver.h"
 
 namespace larkspur {

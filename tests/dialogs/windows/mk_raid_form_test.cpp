@@ -8,7 +8,7 @@
 #include "fakes/temp_folder.h"
 #include "platform/file.h"
 #include "platform/owned_file.h"
-#include "ui/wide.h"
+#include "platform/windows/win32.h"
 #include "ui/windows/form_driver.h"
 
 namespace larkspur {

@@ -4,7 +4,7 @@
 
 #include <commctrl.h>
 
-#include "ui/wide.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::host {
 namespace {

@@ -23,8 +23,8 @@
 #include "host/windows/process_resources.h"
 #include "imaging/cache.h"
 #include "imaging/summary.h"
+#include "platform/windows/win32.h"
 #include "ui/texts.h"
-#include "ui/wide.h"
 #include "ui/windows/screen_picture.h"
 
 namespace larkspur::host {

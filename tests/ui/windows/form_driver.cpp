@@ -4,8 +4,8 @@
 
 #include "base/path_text.h"
 #include "catalog/message_catalog.h"
+#include "platform/windows/win32.h"
 #include "ui/detached_work.h"
-#include "ui/wide.h"
 
 namespace larkspur {
 namespace {
