@@ -21,7 +21,7 @@ class cWinCDIO final : public cBaseIO {
   ~cWinCDIO() { Close(); }
 
   // A host is given whatever the buffer held when even READ CD fails, and cannot know. With
-  // `strict` such a sector ends the read instead, as everybody needs who keeps what was read.
+  // `strict` such a sector ends the read instead, for those who keep what was read.
   void SetStrict(bool strict) { m_strict = strict; }
 
   cBaseIO* Clone() override;

@@ -176,11 +176,11 @@ bool cWinHDIO::Describe(const std::u16string& prefix, char16_t* buffer, i32 capa
 }
 
 bool cWinHDIO::IdentityText(std::u16string* text) {
-  return ProbeAnew(text) || TextOfSystem(text);
+  return ProbeDrive(text) || TextOfSystem(text);
 }
 
 // Through a handle of its own: commands to the drive ask for the right to write.
-bool cWinHDIO::ProbeAnew(std::u16string* text) {
+bool cWinHDIO::ProbeDrive(std::u16string* text) {
   const auto device =
       m_path.IsEmpty() ? nullptr : Devices().Open(m_path.Text(), kAccessRead | kAccessWrite);
   DeviceIdentity identity;

@@ -71,7 +71,7 @@ class cWinHDIO : public cBaseIO {
   bool LoadGeometry();
   // The identity part of the description; false when there is none.
   bool IdentityText(std::u16string* text);
-  bool ProbeAnew(std::u16string* text);
+  bool ProbeDrive(std::u16string* text);
   bool TextOfSystem(std::u16string* text);
 
   bool IsAligned() const { return m_sectorSize % kSectorBytes == 0; }

@@ -45,7 +45,7 @@ bool cFileIO::Reopen(const char16_t* path, u32 mode) {
   return Hold(platform::OpenExistingFile(kept.Text(), mode), kept.Text());
 }
 
-bool cFileIO::CreateAnew(const char16_t* path) {
+bool cFileIO::CreateEmpty(const char16_t* path) {
   Close();
   const cWideString kept{path};
   return Hold(platform::CreateEmptyFile(kept.Text()), kept.Text());

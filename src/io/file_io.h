@@ -25,7 +25,7 @@ class cFileIO final : public cFileIOTarget {
   // Closes what is open and opens an existing file in one of the modes above.
   bool Reopen(const char16_t* path, u32 mode);
   // Closes what is open and makes an empty file, readable and writable; an existing one is emptied.
-  bool CreateAnew(const char16_t* path);
+  bool CreateEmpty(const char16_t* path);
 
   // platform::ReserveRoom and IdentityOf for the open file.
   bool ReserveRoom(u64 offset, u64 bytes);

@@ -78,7 +78,7 @@ bool cFlatIO::Open(const cBaseIoResource* resource, bool readOnly) {
 
 u64 cFlatIO::Create(const cBaseIoResource* resource, u64 sectorCount, bool openAfter) {
   const cNamedFileResource* named = AsNamedFile(resource);
-  if (!named || !m_file.CreateAnew(named->Path().Text())) return 0;
+  if (!named || !m_file.CreateEmpty(named->Path().Text())) return 0;
   m_file.SetSize(sectorCount << kSectorShift);
   if (!openAfter) {
     m_file.Close();

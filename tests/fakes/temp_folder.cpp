@@ -32,7 +32,7 @@ std::u16string TempFolder::File(const std::u16string& name) const {
 
 bool WriteWholeFile(const std::u16string& path, const std::vector<u8>& bytes) {
   cFileIO file;
-  return file.CreateAnew(path.c_str()) &&
+  return file.CreateEmpty(path.c_str()) &&
          (bytes.empty() || file.WriteExact(bytes.data(), static_cast<u32>(bytes.size())));
 }
 

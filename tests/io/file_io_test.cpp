@@ -35,7 +35,7 @@ class FileIO : public testing::Test {
 
 TEST_F(FileIO, ReadsAndWritesAtItsPosition) {
   cFileIO file;
-  ASSERT_TRUE(file.CreateAnew(Path().c_str()));
+  ASSERT_TRUE(file.CreateEmpty(Path().c_str()));
   EXPECT_TRUE(file.IsOpen());
   EXPECT_EQ(file.GetTargetKind(), 1u);
   EXPECT_EQ(file.Path().View(), Path());
@@ -55,7 +55,7 @@ TEST_F(FileIO, ReadsAndWritesAtItsPosition) {
 
 TEST_F(FileIO, SetSizeLeavesThePositionAtTheNewEnd) {
   cFileIO file;
-  ASSERT_TRUE(file.CreateAnew(Path().c_str()));
+  ASSERT_TRUE(file.CreateEmpty(Path().c_str()));
   EXPECT_TRUE(file.WriteExact("abc", 3));
   EXPECT_TRUE(file.SetSize(5));
   EXPECT_TRUE(file.WriteExact("x", 1));
@@ -68,7 +68,7 @@ TEST_F(FileIO, SetSizeLeavesThePositionAtTheNewEnd) {
 
 TEST_F(FileIO, SeekFromEndSucceedsOnlyWhereItLandsOnTheDistance) {
   cFileIO file;
-  ASSERT_TRUE(file.CreateAnew(Path().c_str()));
+  ASSERT_TRUE(file.CreateEmpty(Path().c_str()));
   EXPECT_TRUE(file.SeekFromEnd(0));
   EXPECT_TRUE(file.SeekFromEnd(7));
   EXPECT_TRUE(file.SetSize(10));
@@ -97,20 +97,20 @@ TEST_F(FileIO, OpensOnlyWhatIsThere) {
   cFileIO file;
   EXPECT_FALSE(file.Reopen(Path().c_str(), cFileIO::kModeRead));
   EXPECT_FALSE(file.Reopen(m_folder.Path().u16string().c_str(), cFileIO::kModeRead)) << "folder";
-  EXPECT_FALSE(file.CreateAnew(m_folder.File(u"no/such/folder").c_str()));
+  EXPECT_FALSE(file.CreateEmpty(m_folder.File(u"no/such/folder").c_str()));
   ASSERT_TRUE(fakes::WriteWholeFile(Path(), {1, 2, 3}));
   EXPECT_TRUE(file.Reopen(Path().c_str(), cFileIO::kModeRead));
   EXPECT_EQ(file.WriteSome("x", 1), 0u) << "opened for reading";
   EXPECT_TRUE(file.Reopen(file.Path().Text(), cFileIO::kModeReadWrite)) << "by its own path";
   EXPECT_EQ(file.WriteSome("x", 1), 1u);
-  EXPECT_TRUE(file.CreateAnew(Path().c_str()));
+  EXPECT_TRUE(file.CreateEmpty(Path().c_str()));
   EXPECT_EQ(file.GetSize(), 0u) << "created again";
 }
 
 // Positions beyond what 32 bits hold, in a file that is nearly all hole.
 TEST_F(FileIO, TakesPositionsOf64Bits) {
   cFileIO file;
-  ASSERT_TRUE(file.CreateAnew(Path().c_str()));
+  ASSERT_TRUE(file.CreateEmpty(Path().c_str()));
   for (const u64 position : {u64{0x7FFFFFFF}, u64{0xFFFFFFFF}, (u64{5} << 32) + 1}) {
     if (!file.Seek(position) || !file.WriteExact("mark", 4)) {
       GTEST_SKIP() << "no file of " << position << " bytes here, error " << platform::LastFailure();
@@ -172,7 +172,7 @@ TEST_F(FileIO, SetTimeStampTakesUtc) {
   };
   for (const auto& c : cases) {
     cFileIO file;
-    ASSERT_TRUE(file.CreateAnew(Path().c_str()));
+    ASSERT_TRUE(file.CreateEmpty(Path().c_str()));
     EXPECT_EQ(file.SetTimeStamp(c.year, c.month, c.day, c.hour, c.minute, c.second), c.seconds >= 0)
         << c.year << "-" << c.month << "-" << c.day;
     file.Close();
@@ -185,7 +185,7 @@ TEST_F(FileIO, SetTimeStampTakesUtc) {
 TEST_F(FileIO, SetUnixTimesTakesLocalTime) {
   constexpr u32 kSummer = 1720000000, kWinter = 1705000000;
   cFileIO file;
-  ASSERT_TRUE(file.CreateAnew(Path().c_str()));
+  ASSERT_TRUE(file.CreateEmpty(Path().c_str()));
   for (const u32 local : {kSummer, kWinter, u32{0x80000001}}) {
     EXPECT_TRUE(file.SetUnixTimes(local, cFileIO::kUnchangedTime, cFileIO::kUnchangedTime));
     EXPECT_EQ(LastWrite(), platform::LocalToUtcSeconds(local));

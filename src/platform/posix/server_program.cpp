@@ -107,7 +107,7 @@ bool HasServers() {
 std::optional<std::string> FindProgram(const std::string& name) {
   const char* variable = std::getenv("PATH");
   std::string folders = variable ? variable : "";
-  folders += ":/usr/sbin:/usr/bin:/sbin:/bin:";  // servers are not in everybody's path
+  folders += ":/usr/sbin:/usr/bin:/sbin:/bin:";  // not every user's path has the servers
   for (size_t at = 0, end; (end = folders.find(':', at)) != std::string::npos; at = end + 1) {
     const std::string path = folders.substr(at, end - at) + "/" + name;
     if (end > at && access(path.c_str(), X_OK) == 0) return path;
