@@ -3,7 +3,7 @@
 #pragma once
 
 #include "devices/win_hd_io.h"
-#include "io/named_file_resource.h"
+#include "io/resource.h"
 
 namespace larkspur {
 

@@ -15,7 +15,7 @@
 #include "devices/device_identity.h"
 #include "devices/device_system.h"
 #include "io/base_io.h"
-#include "io/numbered_device_resource.h"
+#include "io/resource.h"
 #include "platform/pages.h"
 
 namespace larkspur {

@@ -10,7 +10,7 @@
 
 #include "io/base_io.h"
 #include "io/file_io.h"
-#include "io/named_file_resource.h"
+#include "io/resource.h"
 
 namespace larkspur {
 

@@ -19,7 +19,7 @@
 
 #include "base/critical_section.h"
 #include "io/complete_blocks.h"
-#include "io/nested_io_resource.h"
+#include "io/resource.h"
 #include "io/shared_file.h"
 #include "io/sparse_io.h"
 #include "io/sparse_layout.h"

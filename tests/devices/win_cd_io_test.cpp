@@ -8,7 +8,7 @@
 #include "devices/device_test.h"
 #include "fakes/memory_disk.h"
 #include "io/bit_map.h"
-#include "io/named_file_resource.h"
+#include "io/resource.h"
 
 namespace larkspur {
 namespace {

@@ -11,7 +11,7 @@
 
 #include "base/owned.h"
 #include "io/base_io.h"
-#include "io/nested_io_resource.h"
+#include "io/resource.h"
 
 namespace larkspur::fakes {
 

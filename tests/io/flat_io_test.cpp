@@ -7,7 +7,7 @@
 #include "fakes/memory_disk.h"
 #include "fakes/temp_folder.h"
 #include "io/bit_map.h"
-#include "io/numbered_device_resource.h"
+#include "io/resource.h"
 
 namespace larkspur {
 namespace {

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+#include "io/resource.h"
+
 #include <gtest/gtest.h>
 
 #include "fakes/memory_disk.h"
-#include "io/named_file_resource.h"
-#include "io/nested_io_resource.h"
-#include "io/numbered_device_resource.h"
 
 namespace larkspur {
 namespace {

@@ -20,9 +20,9 @@
 #include "io/failing_io.h"
 #include "io/file_io.h"
 #include "io/flat_io.h"
-#include "io/numbered_device_resource.h"
 #include "io/piecewise_io.h"
 #include "io/read_once_io.h"
+#include "io/resource.h"
 #include "io/sub_bit_map.h"
 
 namespace larkspur {
