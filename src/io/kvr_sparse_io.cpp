@@ -11,7 +11,6 @@
 #include "io/equal_run.h"
 #include "io/flat_io.h"
 #include "io/path_locks.h"
-#include "io/sub_bit_map.h"
 #include "platform/clock.h"
 
 namespace larkspur {

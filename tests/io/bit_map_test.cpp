@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include "fakes/images.h"
-#include "io/sub_bit_map.h"
 
 namespace larkspur {
 namespace {

@@ -17,13 +17,13 @@
 #include "fakes/images.h"
 #include "fakes/memory_disk.h"
 #include "fakes/recording_source.h"
+#include "io/bit_map.h"
 #include "io/failing_io.h"
 #include "io/file_io.h"
 #include "io/flat_io.h"
 #include "io/piecewise_io.h"
 #include "io/read_once_io.h"
 #include "io/resource.h"
-#include "io/sub_bit_map.h"
 
 namespace larkspur {
 namespace {
