@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "ui/button_child.h"
-#include "ui/model/button_row.h"
+#include "ui/model/layout.h"
 
 namespace larkspur {
 

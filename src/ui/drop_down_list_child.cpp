@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "platform/windows/win32.h"
-#include "ui/model/shortened_text.h"
+#include "ui/model/text_room.h"
 #include "ui/screen_place.h"
 
 namespace larkspur {

@@ -14,8 +14,8 @@
 
 #include "ui/header_child.h"
 #include "ui/icon_list.h"
-#include "ui/model/column_widths.h"
 #include "ui/model/sorted_rows.h"
+#include "ui/model/text_room.h"
 #include "ui/value_child.h"
 
 namespace larkspur {

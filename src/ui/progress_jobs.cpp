@@ -3,7 +3,7 @@
 #include "ui/progress_jobs.h"
 
 #include "platform/clock.h"
-#include "ui/model/progress_text.h"
+#include "ui/model/progress.h"
 
 namespace larkspur {
 namespace {

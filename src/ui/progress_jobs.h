@@ -11,7 +11,7 @@
 
 #include "base/job.h"
 #include "base/owned.h"
-#include "ui/model/progress_feed.h"
+#include "ui/model/progress.h"
 
 namespace larkspur {
 

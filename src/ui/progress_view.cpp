@@ -4,7 +4,7 @@
 
 #include "platform/clock.h"
 #include "ui/custom_form.h"
-#include "ui/model/progress_text.h"
+#include "ui/model/progress.h"
 #include "ui/texts.h"
 
 namespace larkspur {

@@ -11,7 +11,7 @@
 #include "base/job.h"
 #include "ui/button_child.h"
 #include "ui/child.h"
-#include "ui/model/progress_feed.h"
+#include "ui/model/progress.h"
 #include "ui/progress_bar_child.h"
 #include "ui/progress_jobs.h"
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "ui/child.h"
-#include "ui/model/section_stack.h"
+#include "ui/model/layout.h"
 
 namespace larkspur {
 

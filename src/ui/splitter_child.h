@@ -6,7 +6,7 @@
 
 #include <functional>
 
-#include "ui/model/split_position.h"
+#include "ui/model/layout.h"
 #include "ui/value_child.h"
 
 namespace larkspur {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/model/button_row.h"
-
 #include <gtest/gtest.h>
+
+#include "ui/model/layout.h"
 
 namespace larkspur {
 namespace {

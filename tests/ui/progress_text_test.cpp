@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/model/progress_text.h"
-
 #include <gtest/gtest.h>
 
 #include "base/path_text.h"
-#include "ui/model/progress_feed.h"
+#include "ui/model/progress.h"
 
 namespace larkspur {
 namespace {

@@ -3,11 +3,11 @@
 
 // Who gets how much of too little room, and what becomes of what is left over.
 
+#include "ui/model/text_room.h"
+
 #include <gtest/gtest.h>
 
-#include "ui/model/column_widths.h"
 #include "ui/model/contrast.h"
-#include "ui/model/shortened_text.h"
 
 namespace larkspur {
 namespace {

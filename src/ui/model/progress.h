@@ -2,14 +2,43 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// What a progress view says: share done, time gone by, time that is left.
+// How far a job has come, and what a progress view says of it.
 
+#include <atomic>
 #include <string>
 #include <string_view>
 
 #include "base/types.h"
 
 namespace larkspur {
+
+// How far a job has come: written by its thread, read by the view that shows it.
+
+class cProgressFeed {
+ public:
+  static constexpr double kUnknown = -1;
+
+  // The share that is done, 0 to 1.
+  void Report(double share) { m_share = share; }
+  // Where a bar may stand while the share is unknown, 0 to 1.
+  void Suppose(double share) { m_supposed = share; }
+  void Reset() {
+    m_share = kUnknown;
+    m_supposed = 0;
+  }
+
+  double Share() const { return m_share; }
+  double Bar() const {
+    const double share = m_share;
+    return share >= 0 ? share : m_supposed.load();
+  }
+
+ private:
+  std::atomic<double> m_share{kUnknown};
+  std::atomic<double> m_supposed{0};
+};
+
+// What a progress view says: share done, time gone by, time that is left.
 
 struct ProgressState {
   double share = -1;  // 0 to 1; below 0 while it is unknown

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/model/progress_text.h"
+#include "ui/model/progress.h"
 
 #include <algorithm>
 #include <cmath>

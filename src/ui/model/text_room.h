@@ -2,14 +2,26 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// How the columns of a list share its width. Pixels throughout.
+// Texts and columns where there may be too little room.
 
+#include <functional>
 #include <span>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/types.h"
 
 namespace larkspur {
+
+// A text for too little room. Its end is what tells paths apart, so it is the middle that goes.
+
+// `text` where it fits into `room`; else as much of its beginning and its end as fits, twice as
+// much of the end, with an ellipsis between them. `widthOf` measures texts in the unit of `room`.
+std::u16string ShortenedText(std::u16string_view text, i32 room,
+                             const std::function<i32(std::u16string_view)>& widthOf);
+
+// How the columns of a list share its width. Pixels throughout.
 
 struct ColumnNeed {
   i32 wanted = 0;      // what its title and its widest text need
