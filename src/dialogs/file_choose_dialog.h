@@ -14,7 +14,7 @@
 #include "dialogs/file_choose_list_places.h"
 #include "dialogs/file_choose_texts.h"
 #include "dialogs/file_choose_work.h"
-#include "dialogs/model/navigation_provider.h"
+#include "dialogs/model/chosen_path.h"
 #include "ui/button_bar.h"
 #include "ui/button_child.h"
 #include "ui/custom_form.h"

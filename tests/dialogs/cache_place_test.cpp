@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "dialogs/model/cache_place.h"
-
 #include <gtest/gtest.h>
 
 #include "base/path_text.h"
+#include "dialogs/model/define_storage.h"
 
 namespace larkspur {
 namespace {

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "base/path_text.h"
-#include "dialogs/model/navigation_provider.h"
 #include "fakes/fake_folders.h"
 
 namespace larkspur {

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "dialogs/model/open_device.h"
-
 #include <gtest/gtest.h>
 
 #include "devices/device_system.h"
+#include "dialogs/model/device_path.h"
 #include "fakes/simulated_drive.h"
 
 namespace larkspur {

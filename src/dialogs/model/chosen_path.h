@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/folders.h"
 
@@ -56,5 +57,24 @@ struct NewFolder {
 // Makes the folder `name` in `current`.
 NewFolder MakeNewFolder(std::u16string_view name, std::u16string_view current,
                         platform::cFolders& folders);
+
+// Where the file chooser is, what lies above, and where it came from. A folder counts once it has
+// been read, so arriving is all that happens here.
+class cNavigationProvider {
+ public:
+  // Empty before the first arrival.
+  const std::u16string& Current() const { return m_current; }
+  // Empty where there is nothing above.
+  std::u16string Parent() const;
+  // Empty before the second arrival.
+  std::u16string Previous() const { return m_before.empty() ? std::u16string() : m_before.back(); }
+
+  // Arriving where one came from takes the last step back.
+  void Arrive(const std::u16string& folder);
+
+ private:
+  std::u16string m_current;
+  std::vector<std::u16string> m_before;
+};
 
 }  // namespace larkspur

@@ -7,8 +7,10 @@
 // other runs away from the cache while they live.
 
 #include <string>
+#include <string_view>
 
 #include "base/owned.h"
+#include "io/base_io.h"
 #include "io/read_once_io.h"
 
 namespace larkspur {
@@ -32,5 +34,13 @@ struct Defined {
 // relative. A cache file that
 // was made here and is of no use then is removed again.
 Defined DefineStorage(cBaseIO* source, const std::u16string& cachePath);
+
+// The device that a drive's description begins with: "Drive1: ..." is \\.\PhysicalDrive1,
+// "Drive C: ..." is \\.\C:. Empty where the description begins with no such name.
+std::u16string DeviceOfDescription(std::u16string_view description);
+
+// False where the system does not tell; of a storage of any class, its description is all that is
+// known of the disk that it reads.
+bool IsOnDiskOf(cBaseIO* source, const std::u16string& cachePath);
 
 }  // namespace larkspur

@@ -3,8 +3,11 @@
 #include "dialogs/model/device_path.h"
 
 #include <algorithm>
+#include <new>
 
 #include "base/text.h"
+#include "devices/named_win_hd_io.h"
+#include "devices/win_cd_io.h"
 
 namespace larkspur {
 namespace {
@@ -73,6 +76,11 @@ DevicePath DecideMountPoint(std::u16string text, platform::cVolumes& volumes) {
   return Named(std::move(volume));
 }
 
+Owned<cBaseIO> Opened(Owned<cBaseIO> device, const cBaseIoResource& resource) {
+  if (!device || !device->Open(&resource, true)) return nullptr;
+  return device;
+}
+
 }  // namespace
 
 DevicePath DecideDevicePath(std::u16string_view typed, platform::cVolumes& volumes) {
@@ -88,6 +96,21 @@ DevicePath DecideDevicePath(std::u16string_view typed, platform::cVolumes& volum
     return DecideDrive(letter, volumes);
   }
   return DecideMountPoint(std::move(text), volumes);
+}
+
+Owned<cBaseIO> OpenDevice(const DevicePath& device) {
+  switch (device.choice) {
+    case DeviceChoice::kOptical: {
+      Owned<cWinCDIO> drive(new (std::nothrow) cWinCDIO);
+      if (drive) drive->SetStrict(true);
+      return Opened(Owned<cBaseIO>(drive.release()), cNumberedDeviceResource(device.letter));
+    }
+    case DeviceChoice::kNamed:
+      return Opened(Owned<cBaseIO>(new (std::nothrow) cNamedWinHDIO),
+                    cNamedFileResource(device.path));
+    default:
+      return nullptr;
+  }
 }
 
 }  // namespace larkspur

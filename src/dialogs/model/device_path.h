@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/owned.h"
+#include "io/base_io.h"
 #include "platform/volumes.h"
 
 namespace larkspur {
@@ -25,5 +27,9 @@ struct DevicePath {
 };
 
 DevicePath DecideDevicePath(std::u16string_view typed, platform::cVolumes& volumes);
+
+// Opens what was decided on for reading; null when it was refused or does not open. An optical
+// drive delivers no sector that it could not read: what is read here is kept.
+Owned<cBaseIO> OpenDevice(const DevicePath& device);
 
 }  // namespace larkspur
