@@ -17,7 +17,7 @@
 #include "base/endian.h"
 #include "base/owned.h"
 #include "fakes/tree_text.h"
-#include "imaging/note_text.h"
+#include "imaging/tree_words.h"
 #include "io/base_io.h"
 #include "partitions/detection.h"
 #include "partitions/place.h"

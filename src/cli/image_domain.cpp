@@ -8,7 +8,7 @@
 #include "cli/rescued_storage.h"
 #include "files/used.h"
 #include "files/volumes.h"
-#include "imaging/domain.h"
+#include "imaging/mapfile.h"
 #include "platform/system_error.h"
 #include "platform/terminal.h"
 #include "rescue/rescue_io.h"

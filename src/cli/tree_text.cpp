@@ -6,9 +6,8 @@
 
 #include "base/path_text.h"
 #include "base/printable.h"
-#include "imaging/note_text.h"
-#include "imaging/record_text.h"
 #include "imaging/size_text.h"
+#include "imaging/tree_words.h"
 #include "partitions/detection.h"
 #include "partitions/format.h"
 #include "partitions/place.h"

@@ -9,6 +9,9 @@
 
 #include <fmt/core.h>
 
+#include "imaging/text_file.h"
+#include "platform/system_error.h"
+
 namespace larkspur {
 namespace {
 
@@ -120,6 +123,27 @@ MapfileWriter::MapfileWriter(std::ostream& out, bool complete) : m_out(out) {
 void MapfileWriter::Add(u64 firstSector, u64 sectors, char status) {
   m_out << fmt::format("0x{:08X}  0x{:08X}  {}\n", firstSector << kSectorShift,
                        sectors << kSectorShift, status);
+}
+
+MapfileDomain ReadDomain(const std::u16string& mapfile) {
+  MapfileDomain domain;
+  platform::SetLastFailure(0);
+  const auto text = ReadWholeFile(mapfile, kMaxMapfileBytes);
+  domain.systemError = platform::LastFailure();
+  if (!text) return domain;
+  std::istringstream in(*text);
+  std::vector<MapfileBlock> blocks;
+  if (!ParseMapfile(in, &blocks, &domain.fault)) {
+    domain.answer = DomainAnswer::kWrong;
+    return domain;
+  }
+  for (const MapfileBlock& block : blocks) {
+    if (block.status != '+' || block.size == 0) continue;
+    const u64 first = block.position / kSectorBytes;
+    domain.extents.Add({first, (block.position + block.size - 1) / kSectorBytes + 1 - first});
+  }
+  domain.answer = DomainAnswer::kRead;
+  return domain;
 }
 
 }  // namespace larkspur

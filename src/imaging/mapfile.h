@@ -13,6 +13,7 @@
 
 #include "base/types.h"
 #include "io/failing_io.h"
+#include "rescue/extent_set.h"
 
 namespace larkspur {
 
@@ -52,5 +53,17 @@ class MapfileWriter {
  private:
   std::ostream& m_out;
 };
+
+enum class DomainAnswer { kRead, kCannotRead, kWrong };
+
+struct MapfileDomain {
+  DomainAnswer answer = DomainAnswer::kCannotRead;
+  u32 systemError = 0;
+  MapfileFault fault;  // where the mapfile is wrong
+  ExtentSet extents;   // the areas marked '+', widened to whole sectors
+};
+
+// Reads the domain from a GNU ddrescue mapfile: what it marks as finished.
+MapfileDomain ReadDomain(const std::u16string& mapfile);
 
 }  // namespace larkspur

@@ -9,7 +9,7 @@
 #include "base/path_text.h"
 #include "base/printable.h"
 #include "fakes/memory_disk.h"
-#include "imaging/record_text.h"
+#include "imaging/tree_words.h"
 #include "partitions/detection.h"
 #include "partitions/format.h"
 

@@ -8,7 +8,7 @@
 #include "fakes/disk_builder.h"
 #include "fakes/memory_disk.h"
 #include "fakes/tree_text.h"
-#include "imaging/note_text.h"
+#include "imaging/tree_words.h"
 #include "partitions/detection.h"
 #include "partitions/gpt_types.h"
 

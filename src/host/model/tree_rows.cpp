@@ -5,9 +5,8 @@
 #include <cstddef>
 
 #include "host/model/words.h"
-#include "imaging/note_text.h"
-#include "imaging/record_text.h"
 #include "imaging/size_text.h"
+#include "imaging/tree_words.h"
 #include "partitions/part_tree_item.h"
 #include "partitions/type_names.h"
 
