@@ -2,13 +2,12 @@
 // Copyright (c) 2026 The Larkspur authors
 #include <sstream>
 
-#include "cli/cache_storage.h"
 #include "cli/commands.h"
 #include "cli/files_output.h"
 #include "cli/output.h"
 #include "cli/partition.h"
-#include "cli/rescued_storage.h"
 #include "cli/storages.h"
+#include "cli/walked_storages.h"
 #include "files/glob.h"
 #include "files/volumes.h"
 #include "imaging/mapfile.h"

@@ -5,7 +5,7 @@
 #include "base/path_text.h"
 #include "cli/output.h"
 #include "cli/partition.h"
-#include "cli/rescued_storage.h"
+#include "cli/walked_storages.h"
 #include "files/used.h"
 #include "files/volumes.h"
 #include "imaging/mapfile.h"

@@ -8,8 +8,8 @@
 #include <ctime>
 
 #include "base/path_text.h"
-#include "cli/cache_storage.h"
 #include "cli/output.h"
+#include "cli/walked_storages.h"
 #include "files/file_state.h"
 #include "files/volumes.h"
 #include "partitions/detection.h"
