@@ -77,4 +77,10 @@ WalkEnd ServeWalk(platform::HelperLine& line, WalkedStorage* storage, u64 first,
 WalkEnd WalkFiles(WalkedStorage* storage, u64 first, u64 count, const WalkEvents& events,
                   const std::atomic<bool>& stop);
 
+// Adds to `used` what the file system on [volume.first, volume.first+volume.count) uses, and what
+// it does not say is free: the whole volume when none is recognised, or its walk failed. The rest
+// is only what the walk read. For kStopped and kUnavailable `used` means nothing.
+WalkEnd AddUsed(WalkedStorage* storage, SectorRange volume, const std::atomic<bool>& stop,
+                ExtentSet* used);
+
 }  // namespace larkspur
