@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "ui/screen_place.h"
+#include "ui/screen.h"
 #include "ui/texts.h"
 
 namespace larkspur {

@@ -8,12 +8,11 @@
 
 #include "platform/windows/win32.h"
 #include "ui/child.h"
-#include "ui/dpi.h"
 #include "ui/icon_images.h"
 #include "ui/modal_scope.h"
 #include "ui/module_instance.h"
-#include "ui/screen_place.h"
-#include "ui/title_bar.h"
+#include "ui/screen.h"
+#include "ui/theme.h"
 
 namespace larkspur {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "platform/windows/win32.h"
 #include "ui/model/text_room.h"
-#include "ui/screen_place.h"
+#include "ui/screen.h"
 
 namespace larkspur {
 namespace {

@@ -5,8 +5,8 @@
 #include <commctrl.h>
 
 #include "platform/windows/win32.h"
-#include "ui/dpi.h"
 #include "ui/module_instance.h"
+#include "ui/screen.h"
 
 namespace larkspur {
 namespace {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include <dwmapi.h>
 #include <uxtheme.h>
 
 #include "platform/windows/win32.h"
@@ -20,6 +21,16 @@ LOGFONTW Description(u32 number, i32 pixels) {
   font.lfQuality = CLEARTYPE_QUALITY;
   lstrcpynW(font.lfFaceName, number == kFontFixed ? L"Courier New" : L"Tahoma", LF_FACESIZE);
   return font;
+}
+
+constexpr DWORD kUseDarkTitle = 20;  // DWMWA_USE_IMMERSIVE_DARK_MODE, since Windows 10 20H1
+
+bool AreProgramsDark() {
+  DWORD isLight = 1, bytes = sizeof isLight;
+  const LSTATUS status = RegGetValueW(
+      HKEY_CURRENT_USER, L"Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize",
+      L"AppsUseLightTheme", RRF_RT_REG_DWORD, nullptr, &isLight, &bytes);
+  return status == ERROR_SUCCESS && isLight == 0;
 }
 
 }  // namespace
@@ -81,6 +92,11 @@ HFONT cTheme::Font(u32 number, i32 size) {
     font.reset(CreateFontIndirectW(&description));
   }
   return font.get();
+}
+
+void FollowAppModeInTitle(HWND window) {
+  const BOOL isDark = AreProgramsDark() && !IsHighContrast();
+  DwmSetWindowAttribute(window, kUseDarkTitle, &isDark, sizeof isDark);
 }
 
 }  // namespace larkspur

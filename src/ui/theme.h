@@ -74,4 +74,9 @@ class cTheme {
   std::map<std::pair<u32, i32>, OwnedFont> m_fonts;
 };
 
+// Makes the window's title bar dark where the user chose dark programs, and light elsewhere. The
+// controls inside have no dark look that is documented, so they keep the system's colours. Nothing
+// happens on systems without dark title bars.
+void FollowAppModeInTitle(HWND window);
+
 }  // namespace larkspur

@@ -5,7 +5,7 @@
 #include <new>
 
 #include "platform/windows/win32.h"
-#include "ui/dpi.h"
+#include "ui/screen.h"
 
 namespace larkspur {
 

@@ -8,7 +8,7 @@
 #include "dialogs/message_form.h"
 #include "dialogs/mk_raid_form.h"
 #include "dialogs/new_folder_name_req_form.h"
-#include "ui/dpi.h"
+#include "ui/screen.h"
 #include "ui/texts.h"
 #include "ui/theme.h"
 #include "ui/windows/form_driver.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/dpi.h"
+#include "ui/screen.h"
 
 namespace larkspur {
 namespace {
@@ -11,6 +11,10 @@ template <typename Function>
 Function FromUser32(const char* name) {
   const FARPROC found = GetProcAddress(GetModuleHandleW(L"user32.dll"), name);
   return reinterpret_cast<Function>(reinterpret_cast<void*>(found));
+}
+
+Box BoxOf(const RECT& box) {
+  return {box.left, box.top, box.right - box.left, box.bottom - box.top};
 }
 
 }  // namespace
@@ -51,6 +55,21 @@ void LeaveDpiChangesToUs(HWND dialog) {
   static const auto setBehavior =
       FromUser32<BOOL(WINAPI*)(HWND, int, int)>("SetDialogDpiChangeBehavior");
   if (setBehavior) setBehavior(dialog, kLeaveAllToUs, kLeaveAllToUs);
+}
+
+Box WorkAreaAround(HWND window) {
+  MONITORINFO monitor{};
+  monitor.cbSize = sizeof monitor;
+  GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &monitor);
+  return BoxOf(monitor.rcWork);
+}
+
+Box PlaceOverOwner(HWND owner, HWND window, Size size) {
+  const Box workArea = WorkAreaAround(owner ? owner : window);
+  RECT over{};
+  const bool seen = owner && IsWindowVisible(owner) && !IsIconic(owner);
+  if (!seen || !GetWindowRect(owner, &over)) return CentredOver(workArea, size, workArea);
+  return CentredOver(BoxOf(over), size, workArea);
 }
 
 }  // namespace larkspur
