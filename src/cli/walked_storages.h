@@ -13,8 +13,7 @@
 
 namespace larkspur::cli {
 
-// What a cache has, as a walk over its files reads it.
-
+// What a cache has.
 class CacheStorage final : public WalkedStorage {
  public:
   // Both outlive it.
@@ -32,10 +31,8 @@ class CacheStorage final : public WalkedStorage {
   const StatusMap& m_map;
 };
 
-// What the rescue engine delivers, as a walk over the files reads it.
-
-// It reads ahead until the disk fails for the first time: then only what is needed is worth asking
-// for.
+// What the rescue engine delivers. It reads ahead until the disk fails for the first time: then
+// only what is needed is worth asking for.
 class RescuedStorage final : public WalkedStorage {
  public:
   // Outlives it.

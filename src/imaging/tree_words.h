@@ -2,7 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// A partition tree in words for people.
+// What a partition tree says beside its nodes' places, in words for people: the records of nodes,
+// and the notes beside the tree.
 
 #include <string>
 
@@ -10,8 +11,6 @@
 #include "partitions/part_records.h"
 
 namespace larkspur {
-
-// Notes beside a partition tree, in words for people.
 
 // `ext4 "backup", 0a3d5f2c-...`; `EFI system partition "boot"`; one phrase without a stop.
 std::string NoteText(const Note& note);
@@ -22,8 +21,6 @@ std::string_view NoteKind(const Note& note);
 // The words for programs.
 std::string_view GptStateName(GptState state);
 std::string_view BudgetName(Budget budget);
-
-// The records of a partition tree, in words for people.
 
 // Whose objects the records are. Those of a module that another compiler built are read as data, at
 // the places that the contract fixes, and not beyond; only GetKind is called.

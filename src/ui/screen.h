@@ -14,7 +14,6 @@ namespace larkspur {
 // Dots per inch of a window, on every Windows from version 7 on: what newer systems know better is
 // looked up at run time. A module cannot choose the process's awareness; it follows what the window
 // says, which is 96 in a process that leaves scaling to the system.
-
 u32 DpiOf(HWND window);
 
 // The window size that gives `client` pixels inside, for a window of this style at `dpi`.
@@ -25,8 +24,6 @@ OwnedFont TitleFont(u32 dpi);
 
 // Keeps the system from rearranging a dialog's controls on a change of scale: we do it.
 void LeaveDpiChangesToUs(HWND dialog);
-
-// Where a form appears on the screen.
 
 // What programs may use of the monitor that `window` is on.
 Box WorkAreaAround(HWND window);

@@ -31,15 +31,15 @@ struct Defined {
 };
 
 // `source` may be of any class and stays the caller's; null when none is chosen. The path may be
-// relative. A cache file that
-// was made here and is of no use then is removed again.
+// relative. A cache file that was made here and is of no use then is removed again.
 Defined DefineStorage(cBaseIO* source, const std::u16string& cachePath);
 
 // The device that a drive's description begins with: "Drive1: ..." is \\.\PhysicalDrive1,
 // "Drive C: ..." is \\.\C:. Empty where the description begins with no such name.
 std::u16string DeviceOfDescription(std::u16string_view description);
 
-// False where the system does not tell; of a storage of any class, its description is all that is
+// Whether a cache would lie on the very disk that is to be read. False where the system does not
+// tell; of a storage of any class, its description is all that is
 // known of the disk that it reads.
 bool IsOnDiskOf(cBaseIO* source, const std::u16string& cachePath);
 

@@ -13,7 +13,6 @@
 namespace larkspur {
 
 // A row of equally wide buttons at the right end of a form.
-
 struct ButtonRowMetrics {
   i32 padding = 18;      // left and right of icon and text together
   i32 iconAndGap = 20;   // an icon with the gap between it and the text
@@ -34,7 +33,6 @@ std::vector<Box> ButtonRow(size_t count, i32 buttonWidth, i32 y, i32 height, Siz
 
 // Sections one below the other, each with a heading and a body that may be folded away, in an area
 // that scrolls when they need more room than it has. Pixels throughout.
-
 struct SectionHeights {
   i32 heading = 0;
   i32 body = 0;
@@ -59,7 +57,6 @@ SectionStack StackSections(std::span<const SectionHeights> sections, i32 width, 
 i32 ScrollOffset(i32 wanted, i32 height, i32 view);
 
 // Where a splitter bar stands between two neighbours.
-
 struct SplitRange {
   i32 extent = 0;       // both neighbours and the bar
   i32 bar = 0;          // the bar itself

@@ -13,7 +13,6 @@
 namespace larkspur {
 
 // How far a job has come: written by its thread, read by the view that shows it.
-
 class cProgressFeed {
  public:
   static constexpr double kUnknown = -1;
@@ -37,8 +36,6 @@ class cProgressFeed {
   std::atomic<double> m_share{kUnknown};
   std::atomic<double> m_supposed{0};
 };
-
-// What a progress view says: share done, time gone by, time that is left.
 
 struct ProgressState {
   double share = -1;  // 0 to 1; below 0 while it is unknown

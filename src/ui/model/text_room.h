@@ -14,15 +14,13 @@
 
 namespace larkspur {
 
-// A text for too little room. Its end is what tells paths apart, so it is the middle that goes.
-
-// `text` where it fits into `room`; else as much of its beginning and its end as fits, twice as
-// much of the end, with an ellipsis between them. `widthOf` measures texts in the unit of `room`.
+// `text` where it fits into `room`; else as much of its beginning and its end as fits, with an
+// ellipsis between them: twice as much of the end, which is what tells paths apart. `widthOf`
+// measures texts in the unit of `room`.
 std::u16string ShortenedText(std::u16string_view text, i32 room,
                              const std::function<i32(std::u16string_view)>& widthOf);
 
 // How the columns of a list share its width. Pixels throughout.
-
 struct ColumnNeed {
   i32 wanted = 0;      // what its title and its widest text need
   bool grows = false;  // takes what is left over, and gives way where there is too little
