@@ -81,7 +81,7 @@ void LookForIntelMatrix(Scan& scan, cPartTreeItem& root) {
 
 bool DetectWhole(Scan& scan, cPartTreeItem& root) {
   LookForIntelMatrix(scan, root);
-  auto front = std::make_unique<FrontBytes>();
+  auto front = std::make_unique_for_overwrite<FrontBytes>();
   if (scan.Read(0, kFrontSectors, front->data()) != kFrontSectors) return false;
   for (const Format* format : kWholeDeviceFormats) {
     if (Matches(scan, root, *format, *front)) return RunFormat(scan, root, *format);
@@ -102,7 +102,7 @@ bool ReadFromBackup(Scan& scan, cPartTreeItem& root) {
 // are left alone where they are wider than what lies around them.
 void ReadNodeAhead(Scan& scan, const cPartTreeItem& node) {
   constexpr u32 kAtFront = 44;
-  constexpr u32 kAtEnd = 18;
+  constexpr u32 kAtEnd = 24;  // a node of a GUID table ends one sector before, which moves MD's
   constexpr struct {
     u32 first;
     u32 count;
@@ -152,7 +152,7 @@ bool DetectPartitionContents(cPartTreeItem* node, bool allowMbr) {
 bool DetectContents(Scan& scan, cPartTreeItem& node, bool allowMbr) {
   ScanAsker asker(scan, kDetection);
   ReadNodeAhead(scan, node);
-  auto front = std::make_unique<FrontBytes>();
+  auto front = std::make_unique_for_overwrite<FrontBytes>();
   if (scan.Read(node.m_start, kFrontSectors, front->data()) != kFrontSectors) return false;
   for (const Format* format : kNodeFormats) {
     if (format == &kMbrFormat && !allowMbr) continue;

@@ -151,6 +151,7 @@ bool LeadsSomewhere(Scan& scan, const cPartTreeItem& node, const Entry& entry, u
           entry.type);
   target->m_parent = const_cast<cPartTreeItem*>(&node);
   SectorBytes first;
+  scan.ReadAhead(target->m_start, kFrontSectors);
   if (!scan.ReadSector(target->m_start, &first)) return false;
   if (LoadLe16(&first[kSignature]) == kSigned) return true;
   if (entry.type == kTypeGptProtective) {

@@ -93,7 +93,11 @@ u32 Scan::ReadAround(u64 sector, u32 count, u8* buffer) {
 void Scan::ReadAhead(u64 sector, u32 count) {
   if (!IsForPeople() || sector >= m_sectorCount) return;
   count = static_cast<u32>(std::min<u64>(count, m_sectorCount - sector));
-  if (UnknownRun(sector, count) != count) return;
+  std::span<const u8> bytes;
+  const u32 known = static_cast<u32>(std::min<u64>(count, CountKept(sector, &bytes)));
+  sector += known;
+  count -= known;
+  if (count == 0 || UnknownRun(sector, count) != count) return;
   m_ahead.resize(size_t{count} * kSectorBytes);
   // A failure is met, and reported, by the caller that needs the sector.
   const u32 got = m_io->SetPosition(sector) == sector ? m_io->Read(m_ahead.data(), count) : 0;

@@ -89,7 +89,8 @@ class Scan {
     if (TakesNotes()) m_options.notes->Add(node, std::move(note));
   }
   const ScanOptions& Options() const { return m_options; }
-  // In a run for people, reads what of [sector, sector+count) is not known yet in one request.
+  // In a run for people, reads what of [sector, sector+count) is not known yet in one request;
+  // nothing when what is known lies amid it.
   void ReadAhead(u64 sector, u32 count);
 
   // A new last child of `parent`, owned by the tree; null, and no child, when the length is 0, when

@@ -86,6 +86,23 @@ TEST(Scan, AFailedSectorIsNotAskedAgain) {
   EXPECT_LE(script->Asked(105), 1u);
 }
 
+// What people wait for costs few requests, also where nothing lies and all has to be tried.
+TEST(Scan, LooksIntoAPartitionInFewRequests) {
+  DiskBuilder disk(1 << 16);
+  for (size_t i = 0; i < 4; ++i) disk.MbrEntry(0, i, 0x83, 2048 + i * 8192, 8192);
+  auto store = fakes::MakeStore();
+  store->bytes = disk.Bytes();
+  const auto io = fakes::DiskOn(store);
+  PartitionTree tree;
+  ScanTrace trace;
+  BuildPartitionTree(tree.Head(), io.get(), {.trace = &trace, .forPeople = true});
+  EXPECT_LE(trace.size(), 3u + 4 * 8);
+  std::set<u64> asked;
+  for (const ScanRequest& request : trace) {
+    for (u32 i = 0; i < request.count; ++i) EXPECT_TRUE(asked.insert(request.sector + i).second);
+  }
+}
+
 TEST(Scan, GivesUpOnATableFullOfHoles) {
   auto script = std::make_shared<SourceScript>(100000);
   for (u64 sector = 0; sector < 1000; sector += 2) script->failing.insert(sector);
