@@ -2,8 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// What a node holds: file systems, volumes and members, each a row of data that says where its
-// magic bytes stand, what else must hold, and where label and identifier stand.
+// What a node holds: the file system, volume or member that is found there by the table of
+// content_rows.h; and what its type promises.
 
 #include <optional>
 
@@ -19,8 +19,8 @@ enum class ContentReach : u8 {
   kFar,  // and megabytes inside, where VMFS lies
 };
 
-// The first format of the table (content.cpp) that is in the node; none when there is none. A node
-// without a parent is a whole disk: there, all of them are looked for.
+// The first format of the table that is in the node; none when there is none. A node without a
+// parent is a whole disk: there, all of them are looked for.
 std::optional<ContentNote> FindContent(Scan& scan, const cPartTreeItem& node, ContentReach reach);
 
 // The word for what a type code promises, and whether content of that name keeps the promise. Empty
