@@ -18,7 +18,7 @@ MAY_INCLUDE = {
     "platform": {"base"},
     "io": {"base", "platform"},
     "catalog": {"base", "platform"},
-    "partitions": {"io", "base"},
+    "partitions": {"io", "base", "platform"},
     "devices": {"io", "base", "platform"},
     "rescue": {"io", "base", "platform"},
     "imaging": {"partitions", "rescue", "devices", "io", "base", "platform"},

@@ -3,11 +3,13 @@
 #include "partitions/content_details.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 
 #include "base/printable.h"
 #include "partitions/disk_text.h"
 #include "partitions/field_text.h"
+#include "platform/hash.h"
 
 namespace larkspur {
 namespace {
@@ -75,9 +77,26 @@ u64 NtfsClusterBytes(NodeBytes& boot) {
   return sectors <= 128 ? sectorBytes * sectors : sectorBytes << std::min(256 - sectors, 31);
 }
 
-// HFS+
+// HFS and HFS+
 
 constexpr u32 kCatalogRoot = 2;
+constexpr u64 kVolumeHeader = 1024;  // from the volume's start
+constexpr size_t kFinderIdBytes = 8;
+
+// What the system keeps for the volume is no UUID: it becomes one by name, within the name space
+// that the system hashes these in.
+std::string HfsUuid(std::span<const u8> finderId) {
+  constexpr std::array<u8, 16> kNameSpace = {0xb3, 0xe2, 0x0f, 0x39, 0xf2, 0x92, 0x11, 0xd6,
+                                             0x97, 0xa4, 0x00, 0x30, 0x65, 0x43, 0xec, 0xac};
+  if (std::all_of(finderId.begin(), finderId.end(), [](u8 byte) { return byte == 0; })) return {};
+  std::vector<u8> name(kNameSpace.begin(), kNameSpace.end());
+  name.insert(name.end(), finderId.begin(), finderId.end());
+  auto uuid = platform::Md5(name);
+  if (!uuid) return {};
+  (*uuid)[6] = static_cast<u8>(((*uuid)[6] & 0x0F) | 0x30);  // version 3: by name
+  (*uuid)[8] = static_cast<u8>(((*uuid)[8] & 0x3F) | 0x80);
+  return FieldUuid(*uuid);
+}
 
 // Descriptors of UDF and their fields.
 constexpr u16 kPrimaryDescriptor = 1;
@@ -199,13 +218,16 @@ void DescribeNtfs(NodeBytes& bytes, ContentNote* note) {
 void DescribeHfs(NodeBytes& bytes, ContentNote* note) {
   const size_t length = std::min<size_t>(bytes.U8(36), 27);
   note->label = FieldUtf8(bytes.Bytes(37, length));
+  note->uuid = HfsUuid(bytes.Bytes(116, kFinderIdBytes));
 }
 
 // The name is that of the thread record of the root folder, the first leaf's first key.
 void DescribeHfsPlus(NodeBytes& bytes, ContentNote* note) {
+  const u64 volume = bytes.Base() - kVolumeHeader;
   const u64 block = bytes.Be32(40);
   const u64 catalog = bytes.Be32(272 + 16) * block;  // its first extent
-  bytes.Reset(catalog);
+  note->uuid = HfsUuid(bytes.Bytes(104, kFinderIdBytes));
+  bytes.Reset(volume + catalog);
   const u32 nodeBytes = bytes.Be16(14 + 18);
   const u64 leaf = u64{bytes.Be32(14 + 10)} * nodeBytes;
   if (!std::has_single_bit(nodeBytes) || nodeBytes < 512 || leaf == 0) return;
@@ -216,6 +238,15 @@ void DescribeHfsPlus(NodeBytes& bytes, ContentNote* note) {
   const std::string name = FieldUtf16(bytes.Bytes(key + 8, size_t{length} * 2), true);
   const u64 record = key + 2 + bytes.Be16(key);
   if (bytes.Be16(record) == 1 && bytes.Be32(record + 8) == kCatalogRoot) note->label = name;
+}
+
+// The volume begins with the first of the wrapper's blocks that it was given.
+void DescribeWrappedHfsPlus(NodeBytes& bytes, ContentNote* note) {
+  const u64 firstBlock = u64{bytes.Be16(28)} * kSectorBytes;
+  const u64 volume = firstBlock + u64{bytes.Be16(126)} * bytes.Be32(20);
+  bytes.Reset(volume + kVolumeHeader);
+  const auto magic = bytes.Bytes(0, 2);
+  if (StartsWith(magic, "H+") || StartsWith(magic, "HX")) DescribeHfsPlus(bytes, note);
 }
 
 // The date of the last change, else that of its making, names the volume.

@@ -18,6 +18,7 @@ void DescribeFat(NodeBytes& bytes, ContentNote* note);
 void DescribeExfat(NodeBytes& bytes, ContentNote* note);
 void DescribeNtfs(NodeBytes& bytes, ContentNote* note);
 void DescribeHfs(NodeBytes& bytes, ContentNote* note);
+void DescribeWrappedHfsPlus(NodeBytes& bytes, ContentNote* note);
 void DescribeHfsPlus(NodeBytes& bytes, ContentNote* note);
 void DescribeIso9660(NodeBytes& bytes, ContentNote* note);
 void DescribeUdf(NodeBytes& bytes, ContentNote* note);

@@ -100,7 +100,8 @@ bool IsHfs(NodeBytes& bytes) {
 }
 
 bool WrapsHfsPlus(NodeBytes& bytes) {
-  return bytes.Be16(124) == 0x482B;  // "H+"
+  const auto magic = bytes.Bytes(124, 2);
+  return StartsWith(magic, "H+") || StartsWith(magic, "HX");
 }
 
 bool IsHfsPlus(NodeBytes& bytes) {
@@ -218,7 +219,7 @@ constexpr ContentRow kRows[] = {
     {"f2fs", KiB, 0, "\x10\x20\xF5\xF2"sv, nullptr, kF2fsLabel, Uuid(108), {}, DescribeF2fs},
     {"erofs", KiB, 0, "\xE2\xE1\xF5\xE0"sv, nullptr, Text(64, 16), Uuid(48)},
     {"nilfs2", KiB, 6, "\x34\x34"sv, IsNilfs, Text(168, 80), Uuid(152), "2"},
-    {"hfsplus", KiB, 0, "BD"sv, WrapsHfsPlus},
+    {"hfsplus", KiB, 0, "BD"sv, WrapsHfsPlus, {}, {}, {}, DescribeWrappedHfsPlus},
     {"hfs", KiB, 0, "BD"sv, IsHfs, {}, {}, {}, DescribeHfs},
     {"hfsplus", KiB, 0, "H+"sv, IsHfsPlus, {}, {}, {}, DescribeHfsPlus},
     {"hfsplus", KiB, 0, "HX"sv, IsHfsPlus, {}, {}, {}, DescribeHfsPlus},

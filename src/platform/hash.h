@@ -2,10 +2,12 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// SHA-256 as a library that is looked after computes it: Nettle, or Windows' own.
+// Digests as a library that is looked after computes them: Nettle, or Windows' own.
 
 #include <array>
 #include <memory>
+#include <optional>
+#include <span>
 
 #include "base/types.h"
 
@@ -26,5 +28,9 @@ class Sha256 {
   struct State;
   std::unique_ptr<State> m_state;
 };
+
+// The MD5 of the bytes, which some formats make identifiers of; none when the system failed. It
+// protects nothing.
+std::optional<std::array<u8, 16>> Md5(std::span<const u8> bytes);
 
 }  // namespace larkspur::platform

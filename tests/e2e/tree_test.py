@@ -195,14 +195,35 @@ class TreeTest(unittest.TestCase):
         for name, (size, command) in FILE_SYSTEMS.items():
             with self.subTest(name):
                 self.make_file_system("fs.img", size, command)
-                said = dict(line.replace("\\", "").split("=", 1) for line in
-                            tool("blkid", "-p", "-o", "export", "fs.img").splitlines())
-                result = run("tree", "fs.img", "--json")
-                self.assertEqual(result.returncode, 0, result.stderr)
-                found, = self.notes(json.loads(result.stdout)["tree"][0], "content")
-                self.assertEqual(
-                    [found.get(key) for key in ("name", "label", "uuid", "version")],
-                    [said.get(key) for key in ("TYPE", "LABEL", "UUID", "VERSION")])
+                self.compare_with_blkid("fs.img")
+
+    def compare_with_blkid(self, image):
+        said = dict(line.replace("\\", "").split("=", 1) for line in
+                    tool("blkid", "-p", "-o", "export", image).splitlines())
+        result = run("tree", image, "--json")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        found, = self.notes(json.loads(result.stdout)["tree"][0], "content")
+        self.assertEqual([found.get(key) for key in ("name", "label", "uuid", "version")],
+                         [said.get(key) for key in ("TYPE", "LABEL", "UUID", "VERSION")])
+        return found
+
+    @needs("blkid", "hformat")
+    def test_identifiers_of_hfs_as_blkid_tells_them(self):
+        number = bytes.fromhex("0123456789abcdef")
+        plus = b"H+" + bytes(38) + (4096).to_bytes(4, "big") + bytes(60) + number
+        wrapper = (b"BD" + bytes(18) + (4096).to_bytes(4, "big") + bytes(4) + (16).to_bytes(2, "big") +
+                   bytes(94) + b"H+" + (3).to_bytes(2, "big"))
+        for name, pieces in {"hfs": {1024 + 116: number}, "hfs+": {1024: plus},
+                             "hfsx": {1024: b"HX" + plus[2:]},
+                             "wrapped": {1024: wrapper, 16 * 512 + 3 * 4096 + 1024: plus}}.items():
+            with self.subTest(name):
+                self.make_file_system("fs.img", 8, FILE_SYSTEMS["hfs"][1])
+                with open("fs.img", "r+b") as image:
+                    for place, piece in pieces.items():
+                        image.seek(place)
+                        image.write(piece)
+                self.assertEqual(self.compare_with_blkid("fs.img")["uuid"],
+                                 "de53349f-21ad-3c08-9044-ae10cd9587d3")
 
     @needs("mkfs.ext4")
     def test_no_notes_leaves_the_tree_alone(self):

@@ -68,14 +68,16 @@ DiskBuilder Zfs() {
   return disk;
 }
 
-// Blocks of 512 bytes; the catalogue's header is in sector 4, its first leaf in sector 5.
-DiskBuilder HfsPlus() {
+// Begins at sector `at`. Blocks of 512 bytes; the catalogue's header is in block 4, its first leaf
+// in block 5.
+DiskBuilder HfsPlus(u64 at = 0) {
   DiskBuilder disk = Disk();
-  disk.Text(2, 0, "H+").Be(2, 2, 2, 4).Be(2, 40, 4, 512).Be(2, 272 + 16, 4, 4);
-  disk.Be(4, 14 + 10, 4, 1).Be(4, 14 + 18, 2, 512);
-  disk.Be(5, 8, 1, 0xFF).Be(5, 14, 2, 12).Be(5, 16, 4, 1).Be(5, 20, 2, 3);
-  for (size_t i = 0; i < 3; ++i) disk.Be(5, 22 + i * 2, 2, static_cast<u64>("Mac"[i]));
-  return disk.Be(5, 28, 2, 1).Be(5, 36, 4, 2);
+  disk.Text(at + 2, 0, "H+").Be(at + 2, 2, 2, 4).Be(at + 2, 40, 4, 512);
+  disk.Be(at + 2, 104, 8, 0x0123456789abcdef).Be(at + 2, 272 + 16, 4, 4);
+  disk.Be(at + 4, 14 + 10, 4, 1).Be(at + 4, 14 + 18, 2, 512);
+  disk.Be(at + 5, 8, 1, 0xFF).Be(at + 5, 14, 2, 12).Be(at + 5, 16, 4, 1).Be(at + 5, 20, 2, 3);
+  for (size_t i = 0; i < 3; ++i) disk.Be(at + 5, 22 + i * 2, 2, static_cast<u64>("Mac"[i]));
+  return disk.Be(at + 5, 28, 2, 1).Be(at + 5, 36, 4, 2);
 }
 
 // What no tool of the tests' system makes.
@@ -88,8 +90,17 @@ std::vector<Case> Crafted() {
       {"APFS",
        Disk().Le(0, 24, 4, 0x80000001).Text(0, 32, "NXSB").Le(0, 36, 4, 4096).Text(0, 72, kUuid),
        std::string("apfs, ") + kUuidText},
-      {"HFS+", HfsPlus(), "hfsplus \"Mac\""},
-      {"HFSX", HfsPlus().Text(2, 0, "HX"), "hfsplus \"Mac\""},
+      {"HFS+", HfsPlus(), "hfsplus \"Mac\", de53349f-21ad-3c08-9044-ae10cd9587d3"},
+      {"HFSX without an identifier", HfsPlus().Text(2, 0, "HX").Be(2, 104, 8, 0),
+       "hfsplus \"Mac\""},
+      {"HFS+ in a wrapper",
+       HfsPlus(8)
+           .Text(2, 0, "BD")
+           .Be(2, 20, 4, 1024)
+           .Be(2, 28, 2, 4)
+           .Text(2, 124, "H+")
+           .Be(2, 126, 2, 2),
+       "hfsplus \"Mac\", de53349f-21ad-3c08-9044-ae10cd9587d3"},
       {"bcachefs",
        Disk()
            .Text(8, 24, "\xc6\x85\x73\xf6\x66\xce\x90\xa9\xd9\x6a\x60\xcf\x80\x3d\xf7\xef"sv)
@@ -148,7 +159,7 @@ TEST(Content, SurvivesEveryPlaceWhereTheDiskEnds) {
 }
 
 TEST(Content, SurvivesEveryChangeOfAByte) {
-  for (const Case& test : {Crafted()[4], Crafted()[7]}) {
+  for (const Case& test : {Crafted()[6], Crafted()[8]}) {
     std::vector<u8> bytes = test.disk.Bytes();
     for (size_t at = 0; at < bytes.size() && at < 24 * kSectorBytes + 1024; ++at) {
       if (bytes[at] == 0 && at % 16 != 0) continue;

@@ -2,6 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "platform/hash.h"
 
+#include <nettle/md5.h>
 #include <nettle/sha2.h>
 
 namespace larkspur::platform {
@@ -23,6 +24,15 @@ void Sha256::Add(const void* bytes, size_t count) {
 bool Sha256::Finish(std::array<u8, 32>* digest) {
   sha256_digest(&m_state->context, digest->size(), digest->data());
   return true;
+}
+
+std::optional<std::array<u8, 16>> Md5(std::span<const u8> bytes) {
+  md5_ctx context;
+  std::array<u8, 16> digest;
+  md5_init(&context);
+  md5_update(&context, bytes.size(), bytes.data());
+  md5_digest(&context, digest.size(), digest.data());
+  return digest;
 }
 
 }  // namespace larkspur::platform
