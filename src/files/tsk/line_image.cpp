@@ -9,7 +9,9 @@
 namespace larkspur {
 namespace {
 
-constexpr size_t kToldAtOnce = 64 << 10;
+// Little, so that what was told is worked on at the other end while more is found at this one: a
+// read is answered only after all that was told before it.
+constexpr size_t kToldAtOnce = 4 << 10;
 
 }  // namespace
 
