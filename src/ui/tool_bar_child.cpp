@@ -16,6 +16,19 @@ BYTE StateOf(const Action& action) {
   return action.enabled ? TBSTATE_ENABLED : 0;
 }
 
+// Where the system's colours are dark, the button under the pointer is drawn as a selected row is:
+// the bar itself would take a light surface from the visual style, and light text on it.
+LRESULT DrawOnDark(NMTBCUSTOMDRAW& button) {
+  if (button.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
+  if (button.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
+  const bool isEnabled = !(button.nmcd.uItemState & CDIS_DISABLED);
+  if (isEnabled && (button.nmcd.uItemState & (CDIS_HOT | CDIS_SELECTED))) {
+    FillRect(button.nmcd.hdc, &button.nmcd.rc, GetSysColorBrush(COLOR_HIGHLIGHT));
+    button.clrText = GetSysColor(COLOR_HIGHLIGHTTEXT);
+  }
+  return TBCDRF_NOBACKGROUND | TBCDRF_NOEDGES | TBCDRF_USECDCOLORS;
+}
+
 }  // namespace
 
 cToolBarChild::cToolBarChild(Shows shows) : cChild(TOOLBARCLASSNAMEW, kStyle), m_shows(shows) {}
@@ -66,6 +79,9 @@ void cToolBarChild::ShowState(const Action& action) {
 }
 
 MessageAnswer cToolBarChild::OnNotify(NMHDR& header) {
+  if (header.code == NM_CUSTOMDRAW && AreColoursDark()) {
+    return DrawOnDark(reinterpret_cast<NMTBCUSTOMDRAW&>(header));
+  }
   if (header.code != TBN_GETINFOTIPW) return std::nullopt;
   const NMTBGETINFOTIPW& tip = reinterpret_cast<NMTBGETINFOTIPW&>(header);
   const Action* action = Form().Actions().Find(static_cast<u32>(tip.iItem));
