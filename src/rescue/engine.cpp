@@ -285,12 +285,15 @@ void Engine::AskBeforeNamed(SectorRange area) {
 
 void Engine::Retry(const ExtentSet& domain) {
   ExtentSet unreadable;
+  bool isReadable = true;
   domain.Visit({0, m_sectors}, [&](SectorRange part) {
-    m_store->Visit(part, [&](u64 start, u64 sectors, SectorStatus status) {
-      if (status == kUnreadable) unreadable.Add({start, sectors});
-      return true;
-    });
+    isReadable =
+        isReadable && m_store->Visit(part, [&](u64 start, u64 sectors, SectorStatus status) {
+          if (status == kUnreadable) unreadable.Add({start, sectors});
+          return true;
+        });
   });
+  if (!isReadable) return StopWith(StopReason::kCacheUnreadable, platform::LastFailure());
   if (unreadable.IsEmpty()) return;
   Begin(Phase::kRetry);
   m_isRetrying = true;
@@ -342,11 +345,13 @@ u64 Engine::Fetch(SectorRange range, u8* out) {
     done += count;
   }
   u64 settled = range.count;
-  m_store->Visit(range, [&](u64 start, u64, SectorStatus status) {
+  const bool isReadable = m_store->Visit(range, [&](u64 start, u64, SectorStatus status) {
     if (status == kMissing) settled = start - range.first;
     return status != kMissing;
   });
-  return settled;
+  if (isReadable) return settled;
+  StopWith(StopReason::kCacheUnreadable, platform::LastFailure());
+  return 0;
 }
 
 StopReason Engine::Finish() {

@@ -13,11 +13,14 @@ bool MemoryStore::Begin(char kind, u64 offset, u64 length) {
   ++operations;
   const bool scripted =
       failAt != 0 && (operations == failAt || (failForGood && operations > failAt));
-  const bool unreadable =
-      kind == 'R' && offset < unreadableEnd && unreadableFirst < offset + length;
+  const bool unreadable = kind == 'R' && refusesRead && refusesRead(offset, length);
   const bool fails = scripted || unreadable;
   if (keepLog && !fails) log.push_back({kind, offset, length, {}});
   return !fails;
+}
+
+void MemoryStore::RefuseByte(u64 at) {
+  refusesRead = [at](u64 offset, u64 length) { return offset <= at && at < offset + length; };
 }
 
 cMemoryDisk::cMemoryDisk(std::shared_ptr<MemoryStore> store, bool readOnly)

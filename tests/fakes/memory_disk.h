@@ -5,6 +5,7 @@
 // A storage in memory. Clones share one store, like handles on one file, and the store can be made
 // to fail, to refuse growth, and to tell what was done to it in which order.
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -31,9 +32,10 @@ struct MemoryStore {
   u64 operations = 0;
   u64 failAt = 0;
   bool failForGood = false;
-  // Reads that touch the bytes from `unreadableFirst` to before `unreadableEnd` fail.
-  u64 unreadableFirst = 0;
-  u64 unreadableEnd = 0;
+  // Reads of which this answers true fail; may be empty.
+  std::function<bool(u64 offset, u64 length)> refusesRead;
+  // Makes all reads fail that touch this byte.
+  void RefuseByte(u64 at);
   // A failing write leaves its first sectors behind, as a disk does.
   bool tearWrites = false;
 

@@ -14,9 +14,13 @@ namespace larkspur::host {
 // A source by script, and a read-once storage over it whose cache lies in memory.
 struct StorageRig {
   explicit StorageRig(u64 sectors)
-      : script(std::make_shared<fakes::SourceScript>(sectors)), store(fakes::MakeStore()) {
-    source = fakes::SourceOn(script);
-    const auto image = fakes::CreateImage(store, sectors);
+      : StorageRig(std::make_shared<fakes::SourceScript>(sectors), fakes::MakeStore()) {}
+  // Makes the cache where the store has none.
+  StorageRig(std::shared_ptr<fakes::SourceScript> itsScript,
+             std::shared_ptr<fakes::MemoryStore> itsStore)
+      : script(std::move(itsScript)), store(std::move(itsStore)), source(fakes::SourceOn(script)) {
+    const auto image =
+        store->bytes.empty() ? fakes::CreateImage(store, script->sectors) : fakes::OpenImage(store);
     view.Attach(image.get(), source.get());
   }
 

@@ -114,37 +114,11 @@ TEST(SparseMarks, ABlockThatWasCompleteIsSeenToBeSoNoMore) {
   EXPECT_EQ(fakes::Presence(clone.get(), 10, 3), "101");
 }
 
-// Index entry and map of block 1 fail to be read, the first time or for good.
-TEST(UnreadableCache, IsNeitherMissingNorAskedOfTheSource) {
-  for (const u64 damaged : {u64{512 + 4}, 1024 + kRecordBytes}) {
-    fakes::ReadOnceRig rig(1000);
-    rig.inPieces = false;
-    ASSERT_TRUE(rig.Open());
-    EXPECT_EQ(rig.Read(0, 300), 300u);
-    rig.script->Forget();
-    rig.store->unreadableFirst = damaged;
-    rig.store->unreadableEnd = damaged + 1;
-    EXPECT_EQ(fakes::Extents(rig.view->Image()),
-              "0+128 present, 128+128 unknown, 256+44 present, 300+700 missing");
-    std::vector<u8> buffer(400 * kSectorBytes);
-    ASSERT_TRUE(rig.Open());
-    EXPECT_EQ(rig.Read(100, 300), 28u) << "short: the cache failed";
-    EXPECT_EQ(rig.Read(200, 1), 0u);
-    EXPECT_EQ(rig.Read(256, 144), 144u);
-    for (u64 sector = 0; sector < 300; ++sector) ASSERT_EQ(rig.script->Asked(sector), 0u);
-    rig.store->unreadableEnd = 0;
-    ASSERT_TRUE(rig.Open());
-    EXPECT_EQ(rig.Read(0, 300), 300u) << "readable again";
-    EXPECT_EQ(rig.script->Asked(128), 0u);
-  }
-}
-
 TEST(UnreadableCache, TakesNoNewRecordWhileAnyEntryMayNameIt) {
   const auto store = fakes::MakeStore();
   Store(fakes::CreateImage(store, 1000).get(), 0, 300);
   store->bytes.resize(store->bytes.size() - kRecordBytes);
-  store->unreadableFirst = 520;
-  store->unreadableEnd = 521;
+  store->RefuseByte(520);
   const auto image = fakes::OpenImage(store);
   const std::vector<u8> data = fakes::Pattern(900, 1);
   EXPECT_EQ(image->Write(900, data.data(), 1), 0u);

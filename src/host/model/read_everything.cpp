@@ -6,7 +6,7 @@
 
 #include "host/model/words.h"
 #include "imaging/summary.h"
-#include "rescue/rescue_log.h"
+#include "rescue/cache_store.h"
 
 namespace larkspur::host {
 namespace {
@@ -63,10 +63,12 @@ class cReadEverythingJob::StorageSource final : public AskedSource {
     const u32 got = m_job->m_io->Read(buffer, count, nullptr);
     const StatusCounts kept =
         m_job->m_map ? CountStatuses(m_job->m_map.get(), sector, count) : StatusCounts();
+    // What the cache did not keep is found out when it is stored, and ends the run.
+    const bool isLost = m_job->m_isReadOnce && kept.missing + kept.unknown > 0;
     if (got < count && m_job->m_isReadOnce) {
       m_job->m_cacheFailed = true;
       answer.kind = FailureKind::kGone;
-    } else if (got < count || kept.unreadable > 0) {
+    } else if (!isLost && (got < count || kept.unreadable > 0)) {
       // Without a cache nothing is marked, so nothing needs proof.
       answer.kind = m_job->m_isReadOnce ? FailureKind::kUnclear : FailureKind::kMedium;
     } else {
@@ -90,17 +92,17 @@ class cReadEverythingJob::StorageStore final : public RescueStore {
   u64 Sectors() const override { return m_job->m_sectors; }
   bool Visit(SectorRange range, const ExtentVisitor& visit) override {
     if (m_job->m_isReadOnce && m_job->m_map) {
-      m_job->m_map->VisitExtents(range.first, range.count, visit);
-    } else {
-      visit(range.first, range.count, kMissing);  // nothing remembers what was read
+      return CacheStore(m_job->m_map.get(), nullptr).Visit(range, visit);
     }
+    visit(range.first, range.count, kMissing);  // nothing remembers what was read
     return true;
   }
   bool MakeRoom(SectorRange) override { return true; }
   bool Store(u64 first, const u8*, u32 count, bool) override {
     // A cache that is looked at alone lacks what it lacks: nothing of it is fetched.
     if (!m_job->m_isReadOnce || !m_job->m_map) return true;
-    return CountStatuses(m_job->m_map.get(), first, count).missing == 0;
+    const StatusCounts kept = CountStatuses(m_job->m_map.get(), first, count);
+    return kept.missing + kept.unknown == 0;
   }
   bool MarkUnreadable(SectorRange range) override {
     return Store(range.first, nullptr, static_cast<u32>(range.count), false);
