@@ -69,8 +69,9 @@ class Walk {
       case WalkMessage::kFile:
         return TakeFile(body);
       case WalkMessage::kFolder:
+        if (!IsPath(body)) return false;
         if (!m_lacking.IsEmpty()) m_events.damaged({body, std::exchange(m_lacking, {})});
-        return IsPath(body);
+        return true;
       default:
         return kind == WalkMessage::kNothing;
     }

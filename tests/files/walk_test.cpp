@@ -108,6 +108,7 @@ TEST(Walk, BelievesNothingThatCannotBe) {
       {opened + Message(kFile, Bytes(WalkFileHead{}) + "a") + end, "ext4:name failed"},
       {opened + Message(kFile, Bytes(WalkFileHead{}) + std::string("/\0", 2)) + end,
        "ext4:name failed"},
+      {opened + read(5, 1, WalkCare::kNext) + Message(kFolder, "f") + end, "ext4:name failed"},
       {Bytes(WalkHead{kEnd, kMaxWalkMessage + 1}), " failed"},
       {Message(static_cast<WalkMessage>(99), "") + end, " failed"},
       {"", " failed"},
