@@ -38,22 +38,28 @@ ExitStatus FindPlugin(const std::string& nbdkit, std::string* plugin) {
               "install the package nbdkit-plugin-larkspur");
 }
 
+// Makes sure that the path to listen at is free; a socket that a killed server left is removed.
+ExitStatus ClearSocketPath(const std::string& path) {
+  if (path.size() > kMaxSocketPath) {
+    return Fail(fmt::format("{}: a socket's path has at most {} bytes", path, kMaxSocketPath));
+  }
+  const std::u16string file = WideFromUtf8(path);
+  if (platform::KindOfPath(file.c_str()) == platform::PathKind::kAbsent) return kExitDone;
+  if (!platform::IsAbandonedSocket(path)) {
+    return Fail(path + ": this exists already; choose another path");
+  }
+  if (platform::RemoveFile(file.c_str())) return kExitDone;
+  return Fail(Failure(path, "this socket of a server that was killed cannot be removed",
+                      platform::LastFailure()));
+}
+
 // Whether the place to listen at is free, with plain words when it is not.
 ExitStatus CheckPlace(const ServeOptions& options) {
   if (!options.port && options.socket.empty()) {
     Tell("serve needs --socket PATH or --port N");
     return kExitUsage;
   }
-  if (!options.port) {
-    if (options.socket.size() > kMaxSocketPath) {
-      return Fail(
-          fmt::format("{}: a socket's path has at most {} bytes", options.socket, kMaxSocketPath));
-    }
-    const auto kind = platform::KindOfPath(WideFromUtf8(options.socket).c_str());
-    if (kind == platform::PathKind::kAbsent) return kExitDone;
-    return Fail(options.socket +
-                ": this exists already; remove it if nothing serves there, or choose another path");
-  }
+  if (!options.port) return ClearSocketPath(options.socket);
   const std::string place = fmt::format("{}:{}", options.address, *options.port);
   switch (platform::AskPort(options.address, *options.port)) {
     case platform::PortAnswer::kFree:

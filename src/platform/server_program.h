@@ -29,6 +29,9 @@ enum class PortAnswer { kFree, kTaken, kNoSuchAddress, kNotPermitted };
 // Whether a server could listen there now.
 PortAnswer AskPort(const std::string& address, u16 port);
 
+// Whether `path` itself is a socket at which nothing listens: what a server that was killed leaves.
+bool IsAbandonedSocket(const std::string& path);
+
 class ServerProgram {
  public:
   enum class State { kStarting, kServing, kEnded };

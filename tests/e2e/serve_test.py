@@ -8,6 +8,7 @@ import json
 import os
 import pathlib
 import re
+import shlex
 import shutil
 import signal
 import socket
@@ -164,7 +165,16 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
     def test_what_is_in_the_way_is_said_plainly(self):
         self.cache(100)
         pathlib.Path("taken").write_text("mine")
-        self.refused("exists already", "--socket", "taken")
+        with socket.socket(socket.AF_UNIX) as one:
+            one.bind("live")
+            one.listen()
+            with socket.socket(socket.AF_UNIX) as other:
+                other.bind("dead")
+            pathlib.Path("link").symlink_to("dead")
+            for name in ("taken", "live", "link"):
+                self.refused("exists already", "--socket", name)
+        self.assertEqual(pathlib.Path("taken").read_text(), "mine")
+        self.assertTrue(pathlib.Path("dead").is_socket())
         self.refused("at most", "--socket", "x" * 120)
         self.refused("needs --socket", status=2)
         self.refused("need a source", "--socket", "t", "--fill", status=2)
@@ -198,7 +208,22 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
         busy.join()
         self.assertFalse(pathlib.Path("s").exists())
 
-    def test_nbdkit_does_not_outlive_a_killed_server(self):
+    def test_without_nbdkit_the_package_is_named(self):
+        self.cache(100)
+        hide = f"mount --bind /dev/null {shutil.which('nbdkit')} && exec "
+        if subprocess.run(["unshare", "-rm", "sh", "-c", hide + "true"], check=False,
+                          capture_output=True).returncode:
+            self.skipTest("needs a mount namespace")
+        command = " ".join(shlex.quote(word) for word in cli_test.PROGRAM)
+        for path in ("", os.environ["PATH"]):
+            result = subprocess.run(["unshare", "-rm", "sh", "-c",
+                                     f"{hide} env PATH={path} {command} serve disk.kvrsp --socket s"],
+                                    check=False, capture_output=True, text=True)
+            self.assertEqual((result.returncode, result.stdout), (1, ""))
+            self.assertIn("install the package nbdkit\n", result.stderr)
+        self.assertFalse(pathlib.Path("s").exists())
+
+    def test_nbdkit_does_not_outlive_a_killed_server_and_the_next_takes_its_socket(self):
         self.cache(100)
         _, process = self.serve("--socket", "s")
         process.kill()
@@ -207,9 +232,13 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
             client = socket.socket(socket.AF_UNIX)
             with client:
                 if client.connect_ex("s") != 0:
-                    return
+                    break
             time.sleep(0.1)
-        self.fail("the socket still answers")
+        else:
+            self.fail("the socket still answers")
+        self.assertTrue(pathlib.Path("s").is_socket())
+        uri, _ = self.serve("--socket", "s")
+        self.assertEqual(self.client(uri, "print(try_read(0, 100))"), ".\n")
 
 
 class DyingDiskTest(ServeBase):

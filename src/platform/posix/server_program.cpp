@@ -2,6 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "platform/server_program.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 
@@ -12,6 +13,8 @@
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -152,6 +155,21 @@ PortAnswer AskPort(const std::string& address, u16 port) {
   if (bound == 0) return PortAnswer::kFree;
   if (error == EADDRINUSE) return PortAnswer::kTaken;
   return error == EACCES ? PortAnswer::kNotPermitted : PortAnswer::kNoSuchAddress;
+}
+
+bool IsAbandonedSocket(const std::string& path) {
+  struct stat status;
+  sockaddr_un place{};
+  if (lstat(path.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode)) return false;
+  if (path.size() >= sizeof place.sun_path) return false;
+  place.sun_family = AF_UNIX;
+  std::copy(path.begin(), path.end(), place.sun_path);
+  // A server with a full queue must not make us wait.
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  const int connected = connect(socket, reinterpret_cast<const sockaddr*>(&place), sizeof place);
+  const bool isRefused = connected != 0 && errno == ECONNREFUSED;
+  close(socket);
+  return isRefused;
 }
 
 std::unique_ptr<ServerProgram> ServerProgram::Start(std::vector<std::string> command,

@@ -24,6 +24,10 @@ PortAnswer AskPort(const std::string&, u16) {
   return PortAnswer::kNotPermitted;
 }
 
+bool IsAbandonedSocket(const std::string&) {
+  return false;
+}
+
 std::unique_ptr<ServerProgram> ServerProgram::Start(std::vector<std::string>, const std::string&) {
   return nullptr;
 }
