@@ -6,6 +6,7 @@
 #include "cli/files_output.h"
 #include "cli/output.h"
 #include "cli/partition.h"
+#include "cli/progress.h"
 #include "cli/storages.h"
 #include "cli/walked_storages.h"
 #include "files/glob.h"
@@ -142,6 +143,8 @@ ExitStatus Finish(const FilesOptions& options, FilesRun* run, ExitStatus status)
 ExitStatus FetchMetadata(const FilesOptions& options) {
   Rescue rescue;
   if (const ExitStatus status = rescue.Open(options); status != kExitDone) return status;
+  RescueProgressLine line(false);
+  rescue.engine().OnProgress([&line](const RescueProgress& progress) { line.Show(progress); });
   cRescueIO io(&rescue.engine());
   std::vector<PlacedVolume> volumes;
   const ExitStatus status = FindVolumes(options, &io, &volumes, &rescue.engine());
@@ -150,7 +153,9 @@ ExitStatus FetchMetadata(const FilesOptions& options) {
     if (rescue.engine().Reason() != StopReason::kNone) break;
     WalkFiles(&storage, volume.sectors.first, volume.sectors.count, {}, platform::InterruptFlag());
   }
-  return rescue.Finish(status);
+  const ExitStatus end = rescue.Finish(status);
+  line.Finish();
+  return end;
 }
 
 }  // namespace

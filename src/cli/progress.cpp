@@ -33,9 +33,9 @@ std::string FormatDuration(double seconds) {
 std::string FormatProgress(const ProgressText& text) {
   const bool hasPhase = !text.phase.empty();
   std::string line = hasPhase ? fmt::format("{:<6}  ", text.phase) : "";
-  line += PercentText(text.done, text.sectors);
-  if (hasPhase) line += fmt::format("  at {}", SizeText(text.position << kSectorShift));
-  line += fmt::format("  present {}", SizeText((text.done - text.unreadable) << kSectorShift));
+  if (text.sectors > 0) line += PercentText(text.done, text.sectors) + "  ";
+  if (hasPhase) line += fmt::format("at {}  ", SizeText(text.position << kSectorShift));
+  line += fmt::format("present {}", SizeText((text.done - text.unreadable) << kSectorShift));
   if (text.unreadable > 0) line += fmt::format("  unreadable {} sectors", text.unreadable);
   if (text.bytesPerSecond >= 0) {
     line += fmt::format("  {}/s", SizeText(static_cast<u64>(text.bytesPerSecond)));
@@ -114,11 +114,13 @@ void RescueProgressLine::Show(const RescueProgress& progress) {
     return PrintJsonLine(progress, rate);
   }
   if (!m_line.IsDue()) return;
-  m_line.ShowNow({.sectors = progress.domainSectors,
+  // What is fetched on demand grows with each demand.
+  const bool hasEnd = progress.phase != Phase::kFetch;
+  m_line.ShowNow({.sectors = hasEnd ? progress.domainSectors : 0,
                   .done = domain.present + domain.unreadable,
                   .unreadable = domain.unreadable,
                   .bytesPerSecond = rate < 0 ? -1 : rate * kSectorBytes,
-                  .secondsLeft = progress.secondsLeft,
+                  .secondsLeft = hasEnd ? progress.secondsLeft : -1,
                   .phase = PhaseName(progress.phase),
                   .position = progress.position,
                   .sinceSuccess = progress.secondsSinceSuccess});

@@ -12,7 +12,7 @@ namespace larkspur::cli {
 
 // What the line says, apart from where it goes.
 struct ProgressText {
-  u64 sectors = 0;  // of the whole work
+  u64 sectors = 0;  // of the whole work; 0: not known
   u64 done = 0;
   u64 unreadable = 0;
   double bytesPerSecond = -1;  // below 0: not known

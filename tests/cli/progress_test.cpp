@@ -18,6 +18,10 @@ TEST(Progress, SaysWhatIsKnown) {
       {{4096, 2048, 12, 512, 753},
        "50.0 %  present 1018.0 KiB  unreadable 12 sectors  512 bytes/s  12:33 left"},
       {{4096, 4096, 0, 2048, 0}, "100.0 %  present 2.0 MiB  2.0 KiB/s  0:00 left"},
+      {{.done = 2050, .unreadable = 2, .phase = "fetch", .position = 4096, .sinceSuccess = 2},
+       "fetch   at 2.0 MiB  present 1.0 MiB  unreadable 2 sectors  no answer for 0:02"},
+      {{4096, 2048, 0, 512, 1, "copy", 2048, 0},
+       "copy    50.0 %  at 1.0 MiB  present 1.0 MiB  512 bytes/s  0:01 left"},
   };
   for (const auto& c : cases) EXPECT_EQ(FormatProgress(c.progress), c.text);
 }
