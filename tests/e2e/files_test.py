@@ -8,7 +8,9 @@ import os
 import pathlib
 import random
 import re
+import shutil
 import subprocess
+import unicodedata
 import unittest
 
 import cli_test
@@ -124,6 +126,46 @@ class FilesTest(unittest.TestCase):
         tool("genisoimage", "-quiet", "-J", "-joliet-long", "-V", "MYLABEL", "-o", "fs.img", "tree")
         import_with("fs.img")
         self.assert_whole("iso9660", "MYLABEL")
+
+    @needs("makefs")
+    def test_ufs(self):
+        tool("makefs", "-t", "ffs", "-s", "40m", "-o", "version=1", "fs.img", "tree")
+        import_with("fs.img")
+        self.assert_whole("ufs", "")
+
+    @needs("xorriso")
+    def test_hfs_plus(self):
+        tool("xorriso", "-as", "mkisofs", "-quiet", "-hfsplus", "-o", "whole.img", "tree")
+        place, = (node for node in json.loads(run("tree", "--json", "whole.img").stdout)["tree"][0]["children"]
+                  if "HFS" in node["name"])
+        whole = pathlib.Path("whole.img").read_bytes()
+        start = place["start"] * SECTOR
+        pathlib.Path("fs.img").write_bytes(whole[start:start + place["sectors"] * SECTOR])
+        import_with("fs.img")
+        # Letters are kept with their marks apart, and the trees of metadata are files.
+        self.tree = {unicodedata.normalize("NFD", path): data for path, data in self.tree.items()}
+        self.tree |= {path: bytes(file["size"]) for path, file in self.files()[1].items() if path[1] == "$"}
+        self.assert_whole("hfs", "")
+
+    @needs("mkfs.exfat", "mount.exfat-fuse", "losetup")
+    def test_exfat(self):
+        with open("fs.img", "wb") as image:
+            image.truncate(40 << 20)
+        tool("mkfs.exfat", "fs.img")
+        pathlib.Path("mounted").mkdir()
+        attached = subprocess.run(["losetup", "-f", "--show", "fs.img"], check=False, capture_output=True, text=True)
+        if attached.returncode:
+            self.skipTest("needs a loop device")
+        try:
+            tool("mount.exfat-fuse", attached.stdout.strip(), "mounted")
+            try:
+                shutil.copytree("tree", "mounted", dirs_exist_ok=True)
+            finally:
+                tool("umount", "mounted")
+        finally:
+            tool("losetup", "-d", attached.stdout.strip())
+        import_with("fs.img")
+        self.assert_whole("exfat", "")
 
     # What is not there
 
