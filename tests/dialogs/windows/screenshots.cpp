@@ -25,7 +25,6 @@
 #include "ui/icon_child.h"
 #include "ui/list_view_child.h"
 #include "ui/progress_bar_child.h"
-#include "ui/progress_form.h"
 #include "ui/property_area_child.h"
 #include "ui/status_bar_child.h"
 #include "ui/texts.h"
@@ -184,26 +183,6 @@ void Icons() {
   cIcons().Present();
 }
 
-class cSlowJob final : public cJob {
- public:
-  explicit cSlowJob(cProgressFeed& feed) : cJob(nullptr), m_feed(feed) {}
-  ~cSlowJob() { Stop(kPatienceMilliseconds); }
-  u32 Run() override {
-    m_feed.Report(0.425);
-    while (!StopRequested()) Sleep(10);
-    return 1;
-  }
-  void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
-
- private:
-  cProgressFeed& m_feed;
-};
-void Progress() {
-  cProgressFeed feed;
-  cSlowJob job(feed);
-  cProgressForm::Present(nullptr, job, feed, TextOf("raid::main", 0));
-}
-
 // A drive that has nothing but a description.
 class cShownDrive final : public cBaseIO {
  public:
@@ -242,7 +221,6 @@ constexpr Scene kScenes[] = {
     {"device-path", DevicePath},
     {"about", About},
     {"gallery", Gallery},
-    {"progress", Progress},
     {"icons", Icons},
 };
 

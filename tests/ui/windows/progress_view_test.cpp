@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/progress_form.h"
+#include "ui/progress_view.h"
 
 #include <gtest/gtest.h>
 
+#include "ui/custom_form.h"
 #include "ui/windows/form_driver.h"
 
 namespace larkspur {
 namespace {
 
 constexpr u32 kManyMilliseconds = 20'000;
+constexpr u32 kStopId = 110;
 
 // Works until it is told to end, or is stopped.
 class cWork final : public cJob {
@@ -27,33 +29,63 @@ class cWork final : public cJob {
   u32 m_milliseconds;
 };
 
+// A form that is nothing but the view.
+class cViewForm final : public cCustomForm {
+ public:
+  cViewForm(cJob& job, cProgressFeed& feed) : m_job(job), m_feed(feed) {}
+  void Leave() { m_view.Leave(); }
+
+ private:
+  void OnCreate() override {
+    m_view.Create(*this, 0, 0, kStopId);
+    m_view.onEnd = [this](bool completed) { Close(completed ? 1 : 0); };
+    if (!m_view.Watch(m_job, m_feed, u"Reading")) Close(0);
+  }
+  void OnCancel() override { m_view.RequestStop(); }
+
+  cJob& m_job;
+  cProgressFeed& m_feed;
+  cProgressView m_view;
+};
+
+// True when the job has ended by itself.
+bool Present(HWND parent, cJob& job, cProgressFeed& feed) {
+  cViewForm form(job, feed);
+  FormLook look;
+  look.title = u"Reading";
+  look.size = {400, cProgressView::kHeight};
+  const bool completed = form.ShowModal(parent, look) != 0;
+  form.Leave();
+  return completed;
+}
+
 std::string LineOf(HWND form) {
   return Utf8(TextOfWindow(FindWindowExW(form, nullptr, L"Static", nullptr)));
 }
 
-using ProgressFormTest = FormTest;
+using ProgressViewTest = FormTest;
 
-TEST_F(ProgressFormTest, ClosesWhenTheWorkIsDone) {
+TEST_F(ProgressViewTest, ClosesWhenTheWorkIsDone) {
   cProgressFeed feed;
   cWork work(200);
   cFormDriver driver({});
-  EXPECT_TRUE(cProgressForm::Present(nullptr, work, feed, u"Reading"));
+  EXPECT_TRUE(Present(nullptr, work, feed));
   EXPECT_FALSE(work.IsRunning());
 }
 
-TEST_F(ProgressFormTest, StopsTheWorkWhenTheUserSaysSo) {
-  const FormStep ways[] = {Press(cProgressForm::kStopId), Key(VK_ESCAPE), Key(VK_SPACE),
+TEST_F(ProgressViewTest, StopsTheWorkWhenTheUserSaysSo) {
+  const FormStep ways[] = {Press(kStopId), Key(VK_ESCAPE), Key(VK_SPACE),
                            [](HWND form) { PostMessageW(form, WM_CLOSE, 0, 0); }};
   for (const FormStep& way : ways) {
     cProgressFeed feed;
     cWork work(kManyMilliseconds);
     cFormDriver driver({way});
-    EXPECT_FALSE(cProgressForm::Present(nullptr, work, feed, u"Reading"));
+    EXPECT_FALSE(Present(nullptr, work, feed));
     EXPECT_FALSE(work.IsRunning());
   }
 }
 
-TEST_F(ProgressFormTest, ShowsWhatTheFeedSays) {
+TEST_F(ProgressViewTest, ShowsWhatTheFeedSays) {
   cProgressFeed feed;
   cWork work(kManyMilliseconds);
   std::vector<FormStep> steps = {[&](HWND form) {
@@ -70,10 +102,10 @@ TEST_F(ProgressFormTest, ShowsWhatTheFeedSays) {
     PressKey(VK_ESCAPE);
   });
   cFormDriver driver(std::move(steps));
-  EXPECT_FALSE(cProgressForm::Present(nullptr, work, feed, u"Reading"));
+  EXPECT_FALSE(Present(nullptr, work, feed));
 }
 
-TEST_F(ProgressFormTest, TheBarMovesThoughNobodyKnowsTheLength) {
+TEST_F(ProgressViewTest, TheBarMovesThoughNobodyKnowsTheLength) {
   cProgressFeed feed;
   cWork work(kManyMilliseconds);
   std::vector<FormStep> steps;
@@ -84,16 +116,16 @@ TEST_F(ProgressFormTest, TheBarMovesThoughNobodyKnowsTheLength) {
     PressKey(VK_ESCAPE);
   });
   cFormDriver driver(std::move(steps));
-  cProgressForm::Present(nullptr, work, feed, u"Reading");
+  Present(nullptr, work, feed);
 }
 
-TEST_F(ProgressFormTest, EndsTheWorkWhenItsParentGoes) {
+TEST_F(ProgressViewTest, EndsTheWorkWhenItsParentGoes) {
   const HWND host = CreateWindowExW(0, L"STATIC", L"", WS_POPUP | WS_VISIBLE, 0, 0, 100, 100,
                                     nullptr, nullptr, nullptr, nullptr);
   cProgressFeed feed;
   cWork work(kManyMilliseconds);
   cFormDriver driver({[&](HWND) { DestroyWindow(host); }});
-  EXPECT_FALSE(cProgressForm::Present(host, work, feed, u"Reading"));
+  EXPECT_FALSE(Present(host, work, feed));
   EXPECT_FALSE(work.IsRunning());
 }
 
