@@ -63,6 +63,7 @@ CLI::Option* AddChoice(CLI::App* command, const std::string& name, Value* value,
                        std::span<const std::pair<const char*, Value>> choices,
                        const char* description) {
   std::vector<std::string> words;
+  words.reserve(choices.size());
   for (const auto& [word, meaning] : choices) words.push_back(word);
   return command
       ->add_option_function<std::string>(
