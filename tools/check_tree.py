@@ -60,7 +60,7 @@ def include_faults(path, text):
 
 
 def faults():
-    for path in sources("src", "tests", "fuzz", "bench"):
+    for path in sources("src", "tests", "fuzz", "bench", "tools"):
         text = path.read_text(encoding="utf-8")
         if "generated" not in path.name and not text.startswith("// SPDX-License-Identifier: MIT\n"):
             yield path, "has no licence head"
@@ -73,7 +73,7 @@ def unformatted():
     if not shutil.which("clang-format"):
         print("clang-format is missing: formatting is not checked")
         return
-    paths = [p for p in sources("src", "tests", "fuzz", "bench") if "generated" not in p.name]
+    paths = [p for p in sources("src", "tests", "fuzz", "bench", "tools") if "generated" not in p.name]
     run = subprocess.run(["clang-format", "--dry-run", *map(str, paths)], capture_output=True,
                          text=True, check=False)
     for name in sorted({line.split(":")[0] for line in run.stderr.splitlines()
