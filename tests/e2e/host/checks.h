@@ -4,7 +4,7 @@
 
 // The groups of checks that the program runs, each by its name.
 
-#include "contract.h"
+#include "larkspur_host.h"
 
 void CheckIdentity(const Module* module);
 void CheckHeap(const Module* module);

@@ -4,7 +4,7 @@
 
 // A storage of the host's own making, which counts what it is asked.
 
-#include "contract.h"
+#include "larkspur_host.h"
 
 #define DISK_SECTORS 4096
 #define SECTOR_BYTES 512
@@ -14,7 +14,6 @@ typedef struct {
   uint32_t type;  // what GetTypeId answers
   const wchar_t* name;
   const wchar_t* description;
-  bool refusesClones;
   uint64_t badSector;  // cannot be read; no sector by default
 
   uint16_t asked[DISK_SECTORS];  // for each sector

@@ -4,7 +4,7 @@
 
 // The host's own side of the contract: its heap, texts, settings, window and list of storages.
 
-#include "contract.h"
+#include "larkspur_host.h"
 
 // Whether this program exports its heap; a host of another kind does not.
 extern const bool kHeapIsExported;

@@ -2,8 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// The host contract in its binary form and nothing else: tables of functions, structures with fixed
-// offsets, text as zero-terminated UTF-16. Nothing of the module's own sources is included here.
+// The host contract (docs/host-contract.md) for hosts in C: tables of functions, structures with
+// fixed offsets, text as zero-terminated UTF-16. It needs nothing else of this project.
 
 #include <windows.h>
 
