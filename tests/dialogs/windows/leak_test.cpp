@@ -9,7 +9,7 @@
 #include "dialogs/mk_raid_form.h"
 #include "dialogs/new_folder_name_req_form.h"
 #include "ui/windows/form_driver.h"
-#include "ui/windows/object_counts.h"
+#include "ui/windows/process_resources.h"
 
 namespace larkspur {
 namespace {
@@ -49,16 +49,18 @@ TEST_F(LeakTest, FormsGiveBackWhatTheyTook) {
   for (const auto& form : forms) {
     SCOPED_TRACE(form.name);
     Repeat(5, form.show);  // what the system loads once
-    const ObjectCounts before = CountObjects();
+    const ProcessResources before = ResourcesOf(GetCurrentProcess());
     Repeat(kOpenings, form.show);
-    const ObjectCounts after = CountObjects();
-    ASSERT_GT(before.gdi, 0u) << "nothing was counted";
-    ASSERT_GT(before.user, 0u);
+    const ProcessResources after = ResourcesOf(GetCurrentProcess());
+    ASSERT_GT(before.drawingObjects, 0u) << "nothing was counted";
+    ASSERT_GT(before.handles, 0u);
     // Fewer than one for five openings is not growth with them.
-    EXPECT_LE(after.gdi, before.gdi + kOpenings / 5);
-    EXPECT_LE(after.user, before.user + kOpenings / 5);
-    std::printf("%s: GDI %u to %u, USER %u to %u\n", form.name, before.gdi, after.gdi, before.user,
-                after.user);
+    EXPECT_LE(after.drawingObjects, before.drawingObjects + kOpenings / 5);
+    EXPECT_LE(after.windows, before.windows + kOpenings / 5);
+    EXPECT_LE(after.handles, before.handles + kOpenings / 5);
+    std::printf("%s: %u to %u drawing objects, %u to %u windows, %u to %u handles\n", form.name,
+                before.drawingObjects, after.drawingObjects, before.windows, after.windows,
+                before.handles, after.handles);
   }
 }
 

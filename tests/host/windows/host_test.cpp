@@ -20,11 +20,11 @@
 #include "host/main_form.h"
 #include "host/model/hex_text.h"
 #include "host/windows/host_driver.h"
-#include "host/windows/process_resources.h"
 #include "imaging/cache.h"
 #include "imaging/summary.h"
 #include "platform/windows/win32.h"
 #include "ui/texts.h"
+#include "ui/windows/process_resources.h"
 #include "ui/windows/screen_picture.h"
 
 namespace larkspur::host {

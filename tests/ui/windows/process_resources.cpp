@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "host/windows/process_resources.h"
+#include "ui/windows/process_resources.h"
 
 #include <vector>
 
-namespace larkspur::host {
+namespace larkspur {
 namespace {
 
 // Numbers of what the two calls below are asked for.
@@ -126,4 +126,4 @@ ProcessResources ResourcesAtRest(HANDLE process) {
   return resources;
 }
 
-}  // namespace larkspur::host
+}  // namespace larkspur

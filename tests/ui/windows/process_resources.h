@@ -2,13 +2,13 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// What another process holds of the system.
+// What a process holds of the system.
 
 #include <windows.h>
 
 #include "base/types.h"
 
-namespace larkspur::host {
+namespace larkspur {
 
 struct ProcessResources {
   u32 handles = 0;
@@ -27,4 +27,4 @@ ProcessResources ResourcesOf(HANDLE process);
 // The same once they stay as they are: what is drawn after the last command has been drawn.
 ProcessResources ResourcesAtRest(HANDLE process);
 
-}  // namespace larkspur::host
+}  // namespace larkspur
