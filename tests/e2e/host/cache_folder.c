@@ -22,10 +22,6 @@ const wchar_t* CachePath(const wchar_t* name) {
   return path;
 }
 
-bool FileIsThere(const wchar_t* path) {
-  return GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES;
-}
-
 void WriteFileOf(const wchar_t* path, const char* bytes) {
   DWORD written;
   const HANDLE file = CreateFileW(path, GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, 0, NULL);

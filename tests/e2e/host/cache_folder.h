@@ -8,6 +8,5 @@
 
 // A folder for the caches of this run, made at the first call, with a name that is no plain one.
 const wchar_t* CachePath(const wchar_t* name);
-bool FileIsThere(const wchar_t* path);
 void WriteFileOf(const wchar_t* path, const char* bytes);
 void RemoveCacheFolder(void);

@@ -37,49 +37,32 @@ static void CheckRefused(HWND form, const wchar_t* path, const wchar_t* message)
   CHECK(AwaitFocus(form, kText));
 }
 
-static void RefuseDevice(HWND form, const wchar_t* path) {
+// Without a path the request is cancelled.
+static void RequestDevice(HWND form, const wchar_t* path) {
   Press(form, kAddDevice);
   const HWND request = AwaitWindow(L"Specify the device full path");
   if (!request) return;
-  TypeText(request, path);
-  Press(request, kAccept);
-  CHECK(DismissMessage(L"Error", L"Unable to open the device specified!"));
+  if (path) TypeText(request, path);
+  Press(request, path ? kAccept : kCancel);
+  CHECK(!path || DismissMessage(L"Error", L"Unable to open the device specified!"));
   CHECK(AwaitEnd(request));
   CHECK_EQUAL(CountRows(form), 2);
 }
 
-static void CancelDevice(HWND form) {
-  Press(form, kAddDevice);
-  const HWND request = AwaitWindow(L"Specify the device full path");
-  if (!request) return;
-  Press(request, kCancel);
-  CHECK(AwaitEnd(request));
-  CHECK_EQUAL(CountRows(form), 2);
-}
-
+// What is refused, and why, the tests of the rules say; here is that the user gets to see it.
 static void TryEverything(HWND form, void* unused) {
   (void)unused;
-  wchar_t long_path[5000];
-  wmemset(long_path, L'x', 4999);
-  long_path[4999] = L'\0';
-  PressAndWait(form, kAccept);  // nothing is chosen yet
-  CHECK(AwaitFocus(form, kSourceList));
+  ChooseRow(form, 0);
+  CHECK(!IsWindowEnabled(Control(form, kChooseFile)));
+  MoveFocus(form, kText);  // in a list, F4 drops it down
+  for (WPARAM key = VK_F1; key <= VK_F12; ++key) PressKey(form, key);
+  CHECK(IsWindowVisible(form) && IsWindowEnabled(form));
   ChooseRow(form, 1);
-  PressAndWait(form, kAccept);
-  CHECK(AwaitFocus(form, kText));
-  CheckRefused(form, CachePath(L"."), L"Add named device");
   CheckRefused(form, CachePath(L"foreign.kvrsp"), L"Add named device");
-  CheckRefused(form, CachePath(L"none\\disk.kvrsp"), L"Add named device");
-  CheckRefused(form, L"\\\\.\\NUL", L"Add named device");
-  CheckRefused(form, L"\"C:\\quoted.kvrsp\"", L"Add named device");
-  CheckRefused(form, long_path, L"Add named device");
   CheckRefused(form, CachePath(L"other.kvrsp"),
                L"The existing local cache file does not fit to the storage!");
-  CancelDevice(form);
-  RefuseDevice(form, L"");
-  RefuseDevice(form, L"\"\\\\.\\no such device\" ");
-  RefuseDevice(form, L"C:\\windows");
-  RefuseDevice(form, long_path);
+  RequestDevice(form, NULL);
+  RequestDevice(form, L"\"\\\\.\\no such device\" ");
   Press(form, kCancel);
 }
 
@@ -117,51 +100,6 @@ void CheckMessages(const Module* module) {
   DestroyWindow(window);
 }
 
-static void DefineThenCancel(HWND form, void* unused) {
-  (void)unused;
-  ChooseRow(form, 1);
-  TypeText(form, CachePath(L"unclonable.kvrsp"));
-  PressAndWait(form, kAccept);  // no message, and the form stays
-  CHECK(IsWindowVisible(form) && IsWindowEnabled(form));
-  PressKey(form, VK_ESCAPE);
-}
-
-static void LookAtRows(HWND form, void* unused) {
-  (void)unused;
-  wchar_t text[600];
-  CHECK_EQUAL(CountRows(form), 5);
-  const wchar_t* const kRows[] = {L"- Select one -", L"Drive of the host", L"only a name",
-                                  L"#3 (0.00GB)", L"two lines [S]"};
-  for (int row = 0; row < 5; ++row) {
-    RowText(form, row, text, 600);
-    CHECK_TEXT((const Unit*)text, kRows[row]);
-  }
-  ChooseRow(form, 0);
-  CHECK(!IsWindowEnabled(Control(form, kChooseFile)));
-  MoveFocus(form, kText);  // in a list, F4 drops it down
-  for (WPARAM key = VK_F1; key <= VK_F12; ++key) PressKey(form, key);
-  CHECK(IsWindowVisible(form) && IsWindowEnabled(form));
-  PressKey(form, VK_ESCAPE);
-}
-
-static void CheckRows(const Module* module) {
-  static Disk disks[5];
-  HostList list;
-  MakeList(&list);
-  for (int i = 0; i < 5; ++i) MakeDisk(&disks[i], L"S");
-  disks[0].name = NULL;
-  disks[1].description = NULL;
-  disks[1].name = L"only a name";
-  disks[2].description = NULL;
-  disks[2].name = NULL;
-  disks[3].type = 22;  // read once already
-  disks[4].description = L"two\r\nlines";
-  AddStorage(&list, NULL);
-  for (int i = 0; i < 5; ++i) AddStorage(&list, OpenDisk(&disks[i]));
-  CHECK(Show(module, &list, NULL, kTitle, LookAtRows) == NULL);
-  ClearList(&list);
-}
-
 static void CancelBoth(HWND form, void* unused) {
   (void)unused;
   CHECK_EQUAL(CountRows(form), 1);
@@ -191,18 +129,8 @@ static void CheckLanguagesOfDialog(const Module* module) {
 }
 
 void CheckDialog(const Module* module) {
-  static Disk disk;
-  HostList list;
-  CheckRows(module);
   CheckParents(module);
   CheckLanguagesOfDialog(module);
-  MakeDisk(&disk, L"SERIAL-1");
-  disk.refusesClones = true;
-  MakeList(&list);
-  AddStorage(&list, OpenDisk(&disk));
-  CHECK(Show(module, &list, NULL, kTitle, DefineThenCancel) == NULL);
-  CHECK(!FileIsThere(CachePath(L"unclonable.kvrsp")));
-  ClearList(&list);
 }
 
 static void CloseAbout(HWND form, void* unused) {
