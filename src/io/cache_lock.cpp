@@ -53,10 +53,11 @@ void CacheLock::NoteStored() {
   if (platform::MonotonicSeconds() - m_lastSync >= kSyncSeconds) SyncNoted();
 }
 
-void CacheLock::SyncNoted() {
-  if (!m_noted.exchange(false)) return;
+bool CacheLock::SyncNoted() {
+  if (!m_noted.exchange(false)) return false;
   m_lastSync = platform::MonotonicSeconds();
   Sync();
+  return true;
 }
 
 }  // namespace larkspur

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include "fakes/read_once_rig.h"
+#include "fakes/temp_folder.h"
+#include "io/cache_lock.h"
 
 namespace larkspur {
 namespace {
@@ -149,6 +151,38 @@ TEST(ReadOnceIO, AFailingStoreIsPassedOver) {
   rig.store->limitBytes = rig.store->bytes.size();
   EXPECT_EQ(rig.Read(0, 1000), 1000u);
   EXPECT_EQ(rig.Statuses(), std::string(1000, '.'));
+}
+
+TEST(ReadOnceIO, WhatItStoresIsFlushedAtTheLatestWhenItCloses) {
+  const fakes::TempFolder folder;
+  ASSERT_TRUE(folder.Exists());
+  const auto lock = std::make_shared<CacheLock>(
+      platform::OwnedFile(platform::CreateEmptyFile(folder.File(u"disk.kvrsp").c_str())));
+  ReadOnceRig rig(1000);
+  rig.inPieces = false;
+  rig.script->failing = {500};
+  ASSERT_TRUE(rig.Open());
+  rig.view->KeepLock(lock);
+  u8 room[20 * kSectorBytes];
+  const struct {
+    const char* what;
+    std::function<void()> work;
+    bool stores;
+  } steps[] = {
+      {"nothing yet", [] {}, false},
+      {"a run", [&] { rig.Read(0, 10); }, true},
+      {"what is there", [&] { rig.Read(0, 10); }, false},
+      {"a mark", [&] { rig.Read(500, 1); }, true},
+      {"single sectors", [&] { rig.Read(498, 4); }, true},
+      {"a clone's run", [&] { Owned<cBaseIO>(rig.view->Clone())->Read(room, 20); }, false},
+      {"no room", [&] { rig.store->limitBytes = 0, rig.Read(600, 1); }, false},
+      {"closing", [&] { rig.store->limitBytes = ~u64{0}, rig.Read(600, 1), rig.view->Close(); },
+       false},
+  };
+  for (const auto& step : steps) {
+    step.work();
+    EXPECT_EQ(lock->SyncNoted(), step.stores) << step.what;
+  }
 }
 
 TEST(ReadOnceIO, AnImageThatCannotBeReadToItsEndDoesNotSendUsBackToTheSource) {
