@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/locale.h"
+
 namespace larkspur {
 namespace {
 
@@ -248,6 +250,10 @@ TEST(CodePages, EveryCharacterComesBack) {
     }
     EXPECT_GE(back, 255) << page.number;
   }
+}
+
+TEST(CodePages, NumberZeroIsTheUsersPage) {
+  EXPECT_EQ(Wide("K\xC3\xA4", 0), Wide("K\xC3\xA4", platform::AnsiCodePage()));
 }
 
 TEST(UpperCaseUnits, Are973) {
