@@ -1,71 +1,20 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 
-// Builds the partition tree of a hostile disk, as a host gets it and with notes for people. An
-// input is
-//   1 byte   bit 0: sectors of 4096 bytes, bit 1: the storage has a name
-//   3 bytes  number of sectors, little-endian
-//   then     2 bytes number of a sector and its 512 bytes, as often as there are
-// All other sectors are zeros. tools/fuzz_disk.py turns a disk image into one.
+// Builds the partition tree of a hostile disk (fakes/listed_sectors.h), as a host gets it and with
+// notes for people.
 
 #include <cstdlib>
-#include <cstring>
-#include <span>
 #include <string>
-#include <unordered_map>
 
-#include "base/endian.h"
-#include "base/owned.h"
+#include "fakes/listed_sectors.h"
 #include "fakes/tree_text.h"
 #include "imaging/tree_words.h"
-#include "io/base_io.h"
 #include "partitions/detection.h"
 #include "partitions/place.h"
 
 namespace larkspur {
 namespace {
-
-class cListedSectors final : public cBaseIO {
- public:
-  explicit cListedSectors(std::span<const u8> input) {
-    m_large = input[0] & 1;
-    if (input[0] & 2) m_name.Assign(u"disk");
-    m_count = LoadLe16(&input[1]) | u64{input[3]} << 16;
-    constexpr size_t kItem = 2 + kSectorBytes;
-    for (size_t at = 4; at + kItem <= input.size(); at += kItem) {
-      m_sectors[LoadLe16(&input[at])] = &input[at + 2];
-    }
-  }
-
-  cBaseIO* Clone() override { return nullptr; }
-  bool IsSameAs(cBaseIO* other) override { return other == this; }
-  u64 SetPosition(u64 sector) override { return m_position = std::min(sector, m_count); }
-  u32 Read(void* buffer, u32 count, cBitMap* /*presence*/) override {
-    auto* to = static_cast<u8*>(buffer);
-    for (u32 i = 0; i < count; ++i, to += kSectorBytes) {
-      if (m_position + i >= m_count) return i;
-      const auto found = m_sectors.find(m_position + i);
-      if (found != m_sectors.end()) {
-        std::memcpy(to, found->second, kSectorBytes);
-      } else {
-        std::memset(to, 0, kSectorBytes);
-      }
-    }
-    return count;
-  }
-  u64 GetSectorCount() override { return m_count; }
-  void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
-  bool GetGeometry(u32* three) override {
-    three[0] = m_large ? 4096 : 512;
-    return true;
-  }
-
- private:
-  bool m_large;
-  u64 m_count;
-  u64 m_position = 0;
-  std::unordered_map<u64, const u8*> m_sectors;
-};
 
 // What is noted is put into words, and every place is found again.
 void BuildWithNotes(cBaseIO* disk) {
@@ -86,8 +35,8 @@ void BuildWithNotes(cBaseIO* disk) {
 }  // namespace larkspur
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  if (size < 4) return 0;
-  larkspur::cListedSectors disk({data, size});
+  if (size < larkspur::fakes::cListedSectors::kHeaderBytes) return 0;
+  larkspur::fakes::cListedSectors disk({data, size});
   larkspur::fakes::TreeText(&disk);
   larkspur::BuildWithNotes(&disk);
   return 0;

@@ -259,32 +259,5 @@ TEST(Ldm, PassesOverPartitionsThatEndNowhere) {
   }
 }
 
-// Whatever any one byte says, the tree stays small.
-TEST(Ldm, SurvivesEveryChangeOfAByte) {
-  const LdmDisk disk =
-      LdmDisk().LongDiskNames().Raid5("V", "E:", {{1, 0, 64}, {2, 0, 64}, {3, 0, 64}});
-  auto store = disk.Store();
-  for (const u64 sector : {u64{6}, disk.ConfigStart() + 2, disk.DatabaseStart(),
-                           disk.DatabaseStart() + 1, disk.DatabaseStart() + 2}) {
-    for (size_t i = 0; i < kSectorBytes; ++i) {
-      u8& byte = store->bytes[sector * kSectorBytes + i];
-      for (const u8 mask : std::initializer_list<u8>{0x01, 0x80, 0xFF}) {
-        byte ^= mask;
-        EXPECT_LT(Tree(store).size(), 400u) << sector << ":" << i;
-        byte ^= mask;
-      }
-    }
-  }
-}
-
-TEST(Ldm, SurvivesEveryPlaceWhereTheDiskEnds) {
-  const LdmDisk disk = LdmDisk().Simple("V", "", {1, 0, 64});
-  auto store = disk.Store();
-  for (u64 sectors = disk.DatabaseStart() + 5; sectors > 0; --sectors) {
-    store->bytes.resize(sectors * kSectorBytes);
-    EXPECT_LT(Tree(store).size(), 400u);
-  }
-}
-
 }  // namespace
 }  // namespace larkspur
