@@ -1,14 +1,39 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "imaging/map_grid.h"
+
+// What maps show: statuses by ranges and by cells, and sizes in words.
 
 #include <gtest/gtest.h>
 
 #include "fakes/images.h"
+#include "imaging/map_grid.h"
 #include "imaging/map_picture.h"
+#include "imaging/size_text.h"
+#include "imaging/status_map.h"
 
 namespace larkspur {
 namespace {
+
+TEST(StatusMap, TellsOfAnyRangeWhatTheImageTells) {
+  const auto image = fakes::CreateImage(fakes::MakeStore(), 1000);
+  image->Write(10, fakes::Pattern(10, 300).data(), 300);
+  for (const u64 sector : {5u, 20u, 21u, 999u}) image->MarkSectorBad(sector);
+  const StatusMap map(image.get());
+  EXPECT_EQ(map.Sectors(), 1000u);
+  fakes::RandomSource random;
+  for (int turn = 0; turn < 300; ++turn) {
+    const u64 first = random.Below(1000), count = random.Below(1001 - first);
+    const StatusCounts got = map.Count(first, count);
+    const StatusCounts expected = CountStatuses(image.get(), first, count);
+    EXPECT_EQ(got.present, expected.present) << random.seed;
+    EXPECT_EQ(got.unreadable, expected.unreadable) << random.seed;
+    EXPECT_EQ(got.missing, expected.missing) << random.seed;
+  }
+  EXPECT_TRUE(map.IsPresent(22, 288));
+  EXPECT_FALSE(map.IsPresent(21, 2));
+  EXPECT_EQ(map.Count(990, 100).missing, 99u);  // past the end
+  EXPECT_EQ(map.Count(5000, kNowhere).missing, kNowhere - 5000);
+}
 
 // "present/unreadable/missing" of every cell.
 std::string Dump(const MapGrid& grid) {
@@ -64,6 +89,28 @@ TEST(MapPicture, IsDrawnForAnySize) {
     EXPECT_NE(svg.find("&lt;&amp;&gt;"), std::string::npos);
     EXPECT_NE(svg.find("unreadable: 1 ("), std::string::npos);
   }
+}
+
+TEST(SizeText, IsReadable) {
+  const struct {
+    u64 bytes;
+    const char* text;
+  } cases[] = {
+      {0, "0 bytes"},       {512, "512 bytes"},        {1024, "1.0 KiB"},     {1536, "1.5 KiB"},
+      {1048575, "1.0 MiB"}, {u64{4} << 40, "4.0 TiB"}, {~u64{0}, "16.0 EiB"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(SizeText(c.bytes), c.text) << c.bytes;
+}
+
+TEST(PercentText, RoundsToNoFalseEnd) {
+  const struct {
+    u64 part, whole;
+    const char* text;
+  } cases[] = {
+      {0, 0, "0.0 %"},   {0, 100, "0.0 %"}, {1, 1000000, "0.1 %"}, {999999, 1000000, "99.9 %"},
+      {5, 5, "100.0 %"}, {1, 3, "33.3 %"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(PercentText(c.part, c.whole), c.text) << c.part;
 }
 
 }  // namespace
