@@ -64,13 +64,6 @@ TEST(AtaCommand, EachTransportTakesWhatItCan) {
   }
 }
 
-TEST(AtaCommand, CapabilitiesOfTheTransports) {
-  EXPECT_EQ(cGEN_ATATransport::kCapabilities, 37u);
-  EXPECT_EQ(cSAT_ATATransport::kCapabilities, 45u);
-  EXPECT_EQ(cJMicron_ATATransport::kCapabilities, 51u);
-  EXPECT_EQ(cSUNPlus_ATATransport::kCapabilities, 37u);
-}
-
 TEST(AtaCommand, EachCapabilityAlone) {
   AtaCommand out;
   out.direction = kDataOut;

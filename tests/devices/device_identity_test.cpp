@@ -83,13 +83,6 @@ TEST_F(DeviceIdentityTest, KindByBusAndVendor) {
   }
 }
 
-TEST_F(DeviceIdentityTest, NoDescriptorNoKind) {
-  fakes::SimulatedDrive* drive = MakeDrive(u"disk");
-  drive->hasDescriptor = false;
-  EXPECT_FALSE(Probe(*drive));
-  EXPECT_EQ(drive->TakeLog(), "") << "the drive itself is not asked";
-}
-
 constexpr const char* kAtaText = "ATA model, ATA serial, FW1, 1000000 x 512/512";
 constexpr const char* kScsiText = "SCSI model, SCSI serial, REV1, 3999 x 512/512";
 constexpr const char* kSystemText = "descriptor model, descriptor serial, , 9000 x 512/512";
@@ -196,71 +189,51 @@ constexpr const char* kScsiLog =
     "scsi 12 01 80 02 00 00 in 512";
 constexpr const char* kSat16Packet = "scsi 85 08 0E 00 00 00 01 00 00 00 00 00 00 00 A1 00 in 512";
 
-TEST_F(DeviceIdentityTest, AnAtaDrive) {
-  fakes::SimulatedDrive* drive = MakeDrive(u"disk");
-  drive->wrapping = Wrapping::kNative;
-  ASSERT_TRUE(Probe(*drive));
-  EXPECT_EQ(Text(), kAtaText + std::string(", kind 1, bridge 0"));
-  EXPECT_EQ(drive->TakeLog(), "ata 00 01 00 00 00 00 EC");
-}
-
-TEST_F(DeviceIdentityTest, APacketDevice) {
-  fakes::SimulatedDrive* drive = MakeDrive(u"disk");
-  drive->wrapping = Wrapping::kNative;
-  drive->isPacketDevice = true;
-  ASSERT_TRUE(Probe(*drive));
-  EXPECT_EQ(drive->TakeLog(),
-            "ata 00 01 00 00 00 00 EC\nide 00 01 00 00 00 00 EC\nata 00 01 00 00 00 00 A1");
-}
-
-TEST_F(DeviceIdentityTest, AnAtaDriveThatSaysNothingHasNoOtherWay) {
-  fakes::SimulatedDrive* drive = MakeDrive(u"disk");
-  EXPECT_FALSE(Probe(*drive));
-  EXPECT_EQ(drive->TakeLog(),
-            "ata 00 01 00 00 00 00 EC\nide 00 01 00 00 00 00 EC\n"
-            "ata 00 01 00 00 00 00 A1\nide 00 01 00 00 00 00 A1");
-}
-
-TEST_F(DeviceIdentityTest, AScsiDrive) {
-  fakes::SimulatedDrive* drive = MakeDrive(u"disk");
-  drive->bus = 10;
-  ASSERT_TRUE(Probe(*drive));
-  EXPECT_EQ(Text(), kScsiText + std::string(", kind 2, bridge 0"));
-  EXPECT_EQ(drive->TakeLog(), kScsiLog);
-}
-
-TEST_F(DeviceIdentityTest, AScsiDriveOfTheOldDays) {
-  fakes::SimulatedDrive* drive = MakeDrive(u"disk");
-  drive->bus = 1;
-  drive->knowsCapacity16 = false;
-  drive->unitSerial.reset();
-  drive->sectorBytes = 520;
-  ASSERT_TRUE(Probe(*drive));
-  EXPECT_EQ(Text(), "SCSI model, , REV1, 3999 x 520/520, kind 2, bridge 0");
-  EXPECT_EQ(drive->TakeLog(),
-            "scsi 12 00 00 02 00 00 in 512\n"
-            "scsi 9E 10 00 00 00 00 00 00 00 00 00 00 00 20 00 00 in 32\n"
-            "scsi 25 00 00 00 00 00 00 00 00 00 in 8\n"
-            "scsi 12 01 80 02 00 00 in 512");
-  drive->knowsCapacity10 = false;
-  EXPECT_FALSE(Probe(*drive)) << "without a capacity there is no identity";
-}
-
-TEST_F(DeviceIdentityTest, ATranslatedDrive) {
-  fakes::SimulatedDrive* drive = MakeDrive(u"disk");
-  drive->vendor = "ATA     ";
-  drive->wrapping = Wrapping::kSat16;
-  ASSERT_TRUE(Probe(*drive));
-  EXPECT_EQ(Text(), kAtaText + std::string(", kind 3, bridge 0"));
-  EXPECT_EQ(drive->TakeLog(), kSat16);
-}
-
-TEST_F(DeviceIdentityTest, ATranslationThatFailsLeavesScsi) {
-  fakes::SimulatedDrive* drive = MakeDrive(u"disk");
-  drive->vendor = "ATA     ";
-  ASSERT_TRUE(Probe(*drive));
-  EXPECT_EQ(Text(), kScsiText + std::string(", kind 3, bridge 0"));
-  EXPECT_EQ(drive->TakeLog(), std::string(kSat16) + "\n" + kSat16Packet + "\n" + kScsiLog);
+TEST_F(DeviceIdentityTest, WhatIsAskedAndSaid) {
+  const std::string ata = "ata 00 01 00 00 00 00 ", ide = "ide 00 01 00 00 00 00 ";
+  const std::string identify = ata + "EC\n" + ide + "EC\n";
+  const std::string capacity10 =
+      "scsi 12 00 00 02 00 00 in 512\n"
+      "scsi 9E 10 00 00 00 00 00 00 00 00 00 00 00 20 00 00 in 32\n"
+      "scsi 25 00 00 00 00 00 00 00 00 00 in 8";
+  const struct {
+    const char* name;
+    std::function<void(fakes::SimulatedDrive&)> make;
+    std::string text;  // empty: there is no identity
+    std::string log;
+  } cases[] = {
+      {"an ATA drive", [](auto& d) { d.wrapping = Wrapping::kNative; },
+       kAtaText + std::string(", kind 1, bridge 0"), ata + "EC"},
+      {"a packet device", [](auto& d) { d.wrapping = Wrapping::kNative, d.isPacketDevice = true; },
+       kAtaText + std::string(", kind 1, bridge 0"), identify + ata + "A1"},
+      {"an ATA drive that says nothing has no other way", [](auto&) {}, "",
+       identify + ata + "A1\n" + ide + "A1"},
+      {"a SCSI drive", [](auto& d) { d.bus = 10; }, kScsiText + std::string(", kind 2, bridge 0"),
+       kScsiLog},
+      {"a SCSI drive of the old days",
+       [](auto& d) {
+         d.bus = 1, d.knowsCapacity16 = false, d.sectorBytes = 520;
+         d.unitSerial.reset();
+       },
+       "SCSI model, , REV1, 3999 x 520/520, kind 2, bridge 0",
+       capacity10 + "\nscsi 12 01 80 02 00 00 in 512"},
+      {"without a capacity",
+       [](auto& d) { d.bus = 1, d.knowsCapacity16 = d.knowsCapacity10 = false; }, "", capacity10},
+      {"a translated drive", [](auto& d) { d.vendor = "ATA     ", d.wrapping = Wrapping::kSat16; },
+       kAtaText + std::string(", kind 3, bridge 0"), kSat16},
+      {"a translation that fails leaves SCSI", [](auto& d) { d.vendor = "ATA     "; },
+       kScsiText + std::string(", kind 3, bridge 0"),
+       std::string(kSat16) + "\n" + kSat16Packet + "\n" + kScsiLog},
+      {"no descriptor: the drive itself is not asked", [](auto& d) { d.hasDescriptor = false; }, "",
+       ""},
+  };
+  for (const auto& c : cases) {
+    fakes::SimulatedDrive* drive = MakeDrive(u"disk");
+    c.make(*drive);
+    EXPECT_EQ(Probe(*drive) ? Text() : "", c.text) << c.name;
+    EXPECT_EQ(drive->TakeLog(), c.log) << c.name;
+    drive->path.clear();
+  }
 }
 
 TEST_F(DeviceIdentityTest, OtherBridgesThatFailLeaveNothing) {

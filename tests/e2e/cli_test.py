@@ -261,18 +261,6 @@ class CliTest(unittest.TestCase):
                 self.assert_status(run("export", cache, "out.img", "--force"), 0)
                 self.assertEqual(pathlib.Path("out.img").read_bytes(), data)
 
-    def test_mode_on_a_block_device(self):
-        data = bytearray(self.make_source(5000))
-        bad = [(0, 1), (128, 128), (4001, 7)]
-        pathlib.Path("bad.map").write_text(mapfile_text(5000, bad))
-        device = loop_device(self, "source.img", 512)
-        self.assert_status(run("image", device, "disk.kvrsp", "--test-mode", "bad.map"), 3)
-        self.assertEqual([e for e in self.extents() if e[2] == "unreadable"],
-                         [(first, count, "unreadable") for first, count in bad])
-        for first, count in bad:
-            data[first * SECTOR:(first + count) * SECTOR] = bytes(count * SECTOR)
-        self.assertEqual(self.export(status=3), data)
-
     @native_only
     def test_a_mounted_disk_is_told_of_and_holds_no_cache_of_itself(self):
         self.make_source(8192)
@@ -608,12 +596,6 @@ class CliTest(unittest.TestCase):
                 self.assertIn(words, result.stderr.decode(errors="replace"))
                 self.assertEqual(result.stdout, b"")
         self.assertEqual(before, files())
-
-    def test_help_and_version(self):
-        for arguments in (["--help"], ["--version"], ["image", "--help"], ["map", "--help"]):
-            result = run(*arguments)
-            self.assert_status(result, 0)
-            self.assertNotEqual(result.stdout, b"")
 
     # Damage
 

@@ -83,27 +83,6 @@ TEST_F(DeviceSource, ABadPhysicalSectorCostsItselfOnly) {
   }
 }
 
-TEST_F(DeviceSource, ADeviceThatVanishesEndsTheRunAndMarksNothing) {
-  fakes::SimulatedDrive* drive = MakeDrive(512, 4000);
-  drive->failing = {200};
-  drive->vanishesAfterReads = 20;
-  EXPECT_EQ(Image(*drive), StopReason::kGone);
-  EXPECT_EQ(m_counts.unreadable, 0u);
-  EXPECT_GT(m_counts.present, 300u);
-  EXPECT_GT(m_counts.missing, 1000u);
-  EXPECT_EQ(drive->reads, 21u) << "one read found it gone, and nothing was asked any more";
-  const u64 presentBefore = m_counts.present;
-  drive->vanishesAfterReads.reset();
-  drive->isPresent = true;
-  drive->askedTimes.clear();
-  EXPECT_EQ(Image(*drive), StopReason::kDone);
-  EXPECT_EQ(m_counts.present, 3999u);
-  EXPECT_EQ(m_counts.unreadable, 1u);
-  EXPECT_LE(drive->askedTimes.size(), 3999 - presentBefore + 2) << "only what was missing";
-  EXPECT_TRUE(HoldsPattern(0, 200));
-  EXPECT_TRUE(HoldsPattern(201, 3799));
-}
-
 TEST_F(DeviceSource, ADeviceMayVanishAtAnyMoment) {
   for (u64 reads = 0; reads < 200; reads += 3) {
     m_cachePath = m_folder.File(u"cache" + WideFromUtf8(std::to_string(reads)));
@@ -141,26 +120,6 @@ TEST_F(DeviceSource, ADeviceThatShrinksHasGone) {
   EXPECT_EQ(source.io->Read(buffer.data(), 256), 0u);
   EXPECT_TRUE(source.traffic->gone);
   EXPECT_FALSE(source.traffic->refusedBySource);
-}
-
-TEST_F(DeviceSource, TestModeOnADevice) {
-  fakes::SimulatedDrive* drive = MakeDrive(4096, 100);
-  const std::u16string mapfile = m_folder.File(u"bad.map");
-  const std::string text = "0x0 + 1\n0x0 0x1000 +\n0x1000 0x1000 -\n0x2000 0x62000 +\n";
-  ASSERT_TRUE(fakes::WriteWholeFile(mapfile, {text.begin(), text.end()}));
-  EXPECT_EQ(Image(*drive, mapfile), StopReason::kDone);
-  EXPECT_EQ(m_counts.unreadable, 8u);
-  EXPECT_EQ(m_counts.present, 792u);
-}
-
-TEST_F(DeviceSource, AnOpticalDriveGivesNothingThatItCouldNotRead) {
-  fakes::SimulatedDrive* drive = MakeDrive(2048, 100);
-  drive->isOptical = true;
-  drive->failing = {50};
-  EXPECT_EQ(Image(*drive), StopReason::kDone);
-  EXPECT_EQ(m_counts.unreadable, 4u);
-  EXPECT_TRUE(HoldsPattern(0, 200));
-  EXPECT_TRUE(HoldsPattern(204, 196));
 }
 
 TEST_F(DeviceSource, ANumberedDrive) {

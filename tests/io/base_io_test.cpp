@@ -110,10 +110,6 @@ TEST(BaseIO, CutsItsDescriptionAtTheCapacity) {
   EXPECT_FALSE(io.GetDescription(nullptr, 100));
 }
 
-TEST(BaseIO, SizeInBytes) {
-  EXPECT_EQ(cTracingIO(3).GetByteSize(), 1536u);
-}
-
 struct ByteCase {
   u64 offset;
   u32 length;

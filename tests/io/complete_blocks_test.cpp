@@ -11,21 +11,6 @@
 namespace larkspur {
 namespace {
 
-TEST(CompleteBlocks, RemembersTheLastOfBlocksThatShareASlot) {
-  constexpr u64 kFar = u64{1} << 31;
-  CompleteBlocks blocks;
-  EXPECT_EQ(blocks.Find(0), kNowhere);
-  blocks.Remember(5, 7);
-  EXPECT_EQ(blocks.Find(5), 7u);
-  EXPECT_EQ(blocks.Find(0), kNowhere) << "an empty slot is no block";
-  EXPECT_EQ(blocks.Find(kFar + 5), kNowhere);
-  blocks.Remember(kFar + 5, 0);
-  EXPECT_EQ(blocks.Find(kFar + 5), 0u);
-  EXPECT_EQ(blocks.Find(5), kNowhere);
-  blocks.Forget();
-  EXPECT_EQ(blocks.Find(kFar + 5), kNowhere);
-}
-
 void WritePattern(cKVRSparseIO* image, u64 first, u32 count) {
   const std::vector<u8> data = fakes::Pattern(first, count);
   ASSERT_EQ(image->Write(first, data.data(), count), count);

@@ -114,14 +114,6 @@ TEST_F(PiecewiseIO, StopsAskingWhenToldTo) {
   EXPECT_EQ(m_script->Asked(700), 0u);
 }
 
-TEST_F(PiecewiseIO, ARefusalIsNotTakenForAnotherOne) {
-  m_script->failing = {5};
-  EXPECT_EQ(Read(5, 1), 0u);
-  EXPECT_EQ(Singly(5, 1), "r");
-  m_stop = true;
-  EXPECT_EQ(Singly(700, 1), "-") << "not asked, so not refused";
-}
-
 TEST_F(PiecewiseIO, ASourceThatShrinksIsGone) {
   m_script->liveSectors = 300;
   EXPECT_EQ(Read(200, 600), 100u);

@@ -5,7 +5,6 @@
 
 #include <array>
 #include <bit>
-#include <cstring>
 #include <new>
 
 #include <gtest/gtest.h>
@@ -13,13 +12,11 @@
 #include "base/owned.h"
 #include "devices/ata_transport.h"
 #include "devices/named_win_hd_io.h"
-#include "devices/win_cd_io.h"
 #include "fakes/images.h"
 #include "fakes/memory_disk.h"
 #include "fakes/recording_source.h"
 #include "io/bit_map.h"
 #include "io/file_io.h"
-#include "io/flat_io.h"
 #include "io/read_once_io.h"
 #include "io/resource.h"
 
@@ -68,28 +65,6 @@ TEST(SlotOrder, OfEveryTableThatAHostCalls) {
               &File::SetUnixTimes);
 }
 
-// An object's table as a foreign caller finds it: its first word.
-template <typename Function>
-Function InTable(void* object, int slot) {
-  void** table = nullptr;
-  std::memcpy(&table, object, sizeof(table));
-  Function function;
-  std::memcpy(&function, table + slot, sizeof(function));
-  return function;
-}
-
-TEST(SlotOrder, AForeignCallerReachesTheOperations) {
-  const auto store = fakes::MakeStore();
-  const auto image = fakes::CreateImage(store, 1000);
-  ASSERT_TRUE(image);
-  void* object = image.get();
-  EXPECT_EQ(InTable<bool (*)(void*)>(object, 2)(object), true);
-  EXPECT_EQ(InTable<u64 (*)(void*, u64)>(object, 9)(object, 5000), 1000u);
-  EXPECT_EQ(InTable<u64 (*)(void*)>(object, 18)(object), 512000u);
-  EXPECT_EQ(InTable<u32 (*)(void*)>(object, 20)(object), 15u);
-  EXPECT_EQ(InTable<bool (*)(void*, void*, bool)>(object, 25)(object, nullptr, true), true);
-}
-
 template <typename T, typename... Arguments>
 void CheckDestroy(Arguments&&... arguments) {
   // Without bit 0 the object ends and its memory stays ours.
@@ -105,15 +80,10 @@ TEST(Destroy, EndsObjectsAndFreesTheirMemoryWhenAsked) {
   cBitMap parent(10);
   CheckDestroy<cSubBitMap>(&parent, u64{1}, u64{3});
   CheckDestroy<cNamedFileResource>(u"a path");
-  CheckDestroy<cNumberedDeviceResource>(3);
-  CheckDestroy<cNestedIOResource>();
   CheckDestroy<cFileIO>();
-  CheckDestroy<cFlatIO>();
   CheckDestroy<cKVRSparseIO>();
   CheckDestroy<cReadOnceIO>();
-  CheckDestroy<cWinHDIO>();
   CheckDestroy<cNamedWinHDIO>();
-  CheckDestroy<cWinCDIO>();
 }
 
 TEST(Destroy, ReleasesWhatAnObjectOwns) {

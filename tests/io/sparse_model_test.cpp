@@ -51,7 +51,8 @@ void RunModel(fakes::RandomSource* random, u64 sectors, u32 blockSize) {
   const auto store = fakes::StoreWithImage(sectors, blockSize);
   Model model(sectors);
   std::vector<Owned<cKVRSparseIO>> images;
-  for (int i = 0; i < 3; ++i) images.push_back(fakes::OpenImage(store));
+  for (int i = 0; i < 2; ++i) images.push_back(fakes::OpenImage(store));
+  images.emplace_back(static_cast<cKVRSparseIO*>(images[0]->Clone()));
   for (int step = 0; step < 60; ++step) {
     cKVRSparseIO* image = images[random->Below(images.size())].get();
     const u64 first = random->Below(sectors);

@@ -57,15 +57,6 @@ TEST(RenderIcon, HasSoftEdgesAndFirmInsides) {
   EXPECT_GT(alphas.size(), 10u);
 }
 
-TEST(RenderIcon, TheCrossIsTheSameFromBothSides) {
-  const auto cross = RenderIcon(kIconCancel, 28);
-  for (u32 y = 0; y < 28; ++y) {
-    for (u32 x = 0; x < 28; ++x) {
-      ASSERT_EQ(cross->pixels[y * 28 + x], cross->pixels[y * 28 + 27 - x]) << x << "," << y;
-    }
-  }
-}
-
 TEST(Faded, IsGreyAndHalfTransparent) {
   const IconPixels faded = Faded({2, {0xFF3264C8, 0x00000000, 0x80FFFFFF, 0xFF000000}});
   EXPECT_EQ(faded.pixels, (std::vector<u32>{0x7F5F5F5F, 0x00000000, 0x40FFFFFF, 0x7F000000}));
