@@ -29,7 +29,7 @@
 #include "ui/status_bar_child.h"
 #include "ui/texts.h"
 #include "ui/tool_bar_child.h"
-#include "ui/windows/screen_picture.h"
+#include "windows/screen_picture.h"
 
 namespace larkspur {
 namespace {

@@ -16,7 +16,7 @@
 #include "host/main_form.h"
 #include "host/windows/host_driver.h"
 #include "platform/terminal.h"
-#include "ui/windows/screen_picture.h"
+#include "windows/screen_picture.h"
 
 namespace larkspur::host {
 namespace {

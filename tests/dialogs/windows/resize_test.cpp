@@ -11,7 +11,7 @@
 #include "dialogs/mk_raid_form.h"
 #include "fakes/temp_folder.h"
 #include "ui/windows/form_driver.h"
-#include "ui/windows/screen_picture.h"
+#include "windows/screen_picture.h"
 
 namespace larkspur {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "ui/windows/screen_picture.h"
+#include "windows/screen_picture.h"
 
 #include <algorithm>
 
