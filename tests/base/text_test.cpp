@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+
+// Texts: UTF-8, code pages, paths, and letters in upper case.
+
 #include "base/text.h"
 
 #include <algorithm>
@@ -10,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/path_text.h"
 #include "platform/locale.h"
 
 namespace larkspur {
@@ -275,6 +279,25 @@ TEST(UpperCaseUnits, HaveOneFormBothWays) {
   for (const char16_t unit :
        u"A1@[`{\u00D7\u00DF\u00B5\u0131\u017F\u01C5\u03C2\u1E9B\u65E5\xD83D") {
     EXPECT_EQ(UpperCase(unit), unit) << +unit;
+  }
+}
+
+TEST(PathText, ConvertsBothWays) {
+  const Case cases[] = {
+      {"ascii", "disk.kvrsp", u"disk.kvrsp"},
+      {"two bytes", "\xD0\x94", u"\u0414"},
+      {"three bytes", "\xE6\x97\xA5", u"\u65E5"},
+      {"astral", "\xF0\x9F\x92\xBE", u"\xD83D\xDCBE"},
+      {"lone surrogate", "\xED\xA0\x80", u"\xD800"},
+      {"byte that begins nothing", "a\xFF", u"a\xDCFF"},
+      {"overlong", "\xC0\xAF", u"\xDCC0\xDCAF"},
+      {"cut sequence", "\xE6\x97", u"\xDCE6\xDC97"},
+      {"beyond the last code point", "\xF4\x90\x80\x80", u"\xDCF4\xDC90\xDC80\xDC80"},
+      {"escape in disguise", "\xED\xB2\x80", u"\xDCED\xDCB2\xDC80"},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(WideFromUtf8(c.bytes), c.wide) << c.name;
+    EXPECT_EQ(Utf8FromWide(c.wide), c.bytes) << c.name;
   }
 }
 

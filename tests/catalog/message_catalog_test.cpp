@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -212,32 +213,27 @@ class Languages : public testing::Test {
   FakeSettings m_settings;
 };
 
-TEST_F(Languages, NoneIsLoadedAtFirst) {
-  EXPECT_EQ(State(), "4294967295  - - -");
-}
-
-TEST_F(Languages, EnglishWithoutSettings) {
+TEST_F(Languages, AreThoseThatTheSettingNames) {
+  EXPECT_EQ(State(), "4294967295  - - -") << "none at first";
   m_catalog.SelectLanguage(nullptr);
-  EXPECT_EQ(State(), "0 ENG Cancel Stop English");
-}
-
-TEST_F(Languages, TheOneThatTheSettingNames) {
-  m_settings.value = 2;
-  m_catalog.SelectLanguage(&m_settings);
-  EXPECT_EQ(State(), "2 DEU Abbrechen Stop English");
-  EXPECT_EQ(m_catalog.LanguageName(), u"Deutsch");
-  m_settings.value = 5;
-  m_catalog.SelectLanguage(nullptr);  // the settings are remembered
-  EXPECT_EQ(State(), "5 ENG Cancel Arret English");
-}
-
-TEST_F(Languages, UnknownOneLoadsEnglishAndStaysCurrent) {
-  m_settings.value = 77;
-  m_catalog.SelectLanguage(&m_settings);
-  EXPECT_EQ(State(), "77 ENG Cancel Stop English");
-  m_settings.value = kNoLanguage;
-  m_catalog.SelectLanguage(&m_settings);
-  EXPECT_EQ(State(), "0 ENG Cancel Stop English");
+  EXPECT_EQ(State(), "0 ENG Cancel Stop English") << "without settings";
+  const struct {
+    u32 language;
+    const char* state;
+  } steps[] = {{2, "2 DEU Abbrechen Stop English"},
+               {4, "4 DEU Abbrechen Stop English"},  // a broken pack keeps the texts and the name
+               {5, "5 ENG Cancel Arret English"},
+               {77, "77 ENG Cancel Stop English"},  // an unknown one stays current
+               {kNoLanguage, "0 ENG Cancel Stop English"}};
+  HostSettings* settings = &m_settings;
+  for (const auto& step : steps) {
+    m_settings.value = step.language;
+    m_catalog.SelectLanguage(std::exchange(settings, nullptr));  // they are remembered
+    EXPECT_EQ(State(), step.state);
+    if (step.language == 2) {
+      EXPECT_EQ(m_catalog.LanguageName(), u"Deutsch");
+    }
+  }
 }
 
 TEST_F(Languages, UnusableSettingKeepsTheCurrentOne) {
@@ -262,14 +258,6 @@ TEST_F(Languages, AskingTwiceLoadsOnce) {
   m_catalog.SelectLanguage(&m_settings);
   EXPECT_EQ(State(), "0 ENG Abbrechen Stop English");
   EXPECT_NE(before, nullptr);
-}
-
-TEST_F(Languages, BrokenPackKeepsTheTextsAndTheName) {
-  m_settings.value = 2;
-  m_catalog.SelectLanguage(&m_settings);
-  m_settings.value = 4;
-  m_catalog.SelectLanguage(&m_settings);
-  EXPECT_EQ(State(), "4 DEU Abbrechen Stop English");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 // answers.
 
 #include <algorithm>
+#include <functional>
 
 #include "base/endian.h"
 #include "devices/device_test.h"
@@ -169,32 +170,42 @@ class SatTransport : public AtaTransport {
   cSAT_ATATransport m_long{SatForm::k16Bytes}, m_short{SatForm::k12Bytes};
 };
 
-TEST_F(SatTransport, IdentifyByteByByte) {
-  PrepareIdentify();
-  Reply({.data = {1, 2, 3}});
-  std::fill(std::begin(m_data), std::end(m_data), u8{0xEE});
-  EXPECT_TRUE(Execute(m_long));
-  EXPECT_EQ(m_drive->TakeLog(), "scsi 85 08 0E 00 00 00 01 00 00 00 00 00 00 00 EC 00 in 512");
-  EXPECT_EQ(m_data[2], 3);
-  EXPECT_EQ(m_data[3], 0) << "the buffer is zeroed first";
-  EXPECT_TRUE(Execute(m_short));
-  EXPECT_EQ(m_drive->TakeLog(), "scsi A1 08 0E 00 01 00 00 00 00 EC 00 00 in 512");
-}
-
-TEST_F(SatTransport, EveryRegisterHasItsPlace) {
-  Prepare48Bit();
-  Reply({});
-  EXPECT_TRUE(Execute(m_long));
-  EXPECT_EQ(m_drive->TakeLog(), "scsi 85 07 2C 11 01 12 02 13 03 14 04 15 05 06 07 00");
-  EXPECT_TRUE(Execute(m_short));
-  EXPECT_EQ(m_drive->TakeLog(), "scsi A1 07 2C 01 02 03 04 05 06 07 00 00");
-}
-
-TEST_F(SatTransport, DataOut) {
-  PrepareData(kDataOut);
-  Reply({});
-  EXPECT_TRUE(Execute(m_long));
-  EXPECT_EQ(m_drive->TakeLog(), "scsi 85 0A 06 00 00 00 01 00 00 00 00 00 00 00 00 00 out 512");
+// What each form makes of one command.
+TEST_F(SatTransport, EveryFormByteByByte) {
+  cJMicron_ATATransport jmicron{JMicronForm::k12Bytes};
+  cSUNPlus_ATATransport sunplus;
+  const auto identify = [this] { PrepareIdentify(); };
+  const auto out = [this] { PrepareData(kDataOut), m_command.registers[kDevice] = 0x40; };
+  const auto large = [this] { Prepare48Bit(); };
+  const struct {
+    cATATransport* transport;
+    std::function<void()> prepare;
+    const char* sent;  // the last command
+  } cases[] = {
+      {&m_long, identify, "scsi 85 08 0E 00 00 00 01 00 00 00 00 00 00 00 EC 00 in 512"},
+      {&m_short, identify, "scsi A1 08 0E 00 01 00 00 00 00 EC 00 00 in 512"},
+      {&m_long, large, "scsi 85 07 2C 11 01 12 02 13 03 14 04 15 05 06 07 00"},
+      {&m_short, large, "scsi A1 07 2C 01 02 03 04 05 06 07 00 00"},
+      {&m_long, out, "scsi 85 0A 06 00 00 00 01 00 00 00 00 00 00 40 00 00 out 512"},
+      {&jmicron, out, "scsi DF 00 00 02 00 00 01 00 00 00 F0 00 out 512"},
+      {&sunplus, large, "scsi F8 00 23 00 00 01 02 03 04 05 00 00"},
+  };
+  m_drive->onScsi = [](const fakes::ScsiAsked& asked) {
+    return asked.timeoutSeconds == 10 && asked.cdb[0] == 0xDF ? ScsiReply{.data = {0x40}}
+           : asked.direction == 1                             ? ScsiReply{.data = {1, 2, 3}}
+                                                              : ScsiReply{};
+  };
+  for (const auto& c : cases) {
+    m_command = {};
+    c.prepare();
+    std::fill(std::begin(m_data), std::end(m_data), u8{0xEE});
+    EXPECT_TRUE(Execute(*c.transport)) << c.sent;
+    const std::string log = m_drive->TakeLog();
+    EXPECT_EQ(log.substr(log.rfind('\n') + 1), c.sent);
+    if (m_command.direction == kDataIn) {
+      EXPECT_EQ(Hex({m_data, 4}), "01 02 03 00") << "the buffer is zeroed first";
+    }
+  }
 }
 
 TEST_F(SatTransport, LengthsThatOthersRefuse) {
@@ -320,15 +331,6 @@ TEST_F(JMicronTransport, TheLongFormAndTheOtherPort) {
       << "without an answer it is the first port";
 }
 
-TEST_F(JMicronTransport, DataOut) {
-  PrepareData(kDataOut);
-  m_command.registers[kDevice] = 0x40;
-  ReplyPort(0x40, {});
-  EXPECT_TRUE(Execute(m_short));
-  EXPECT_NE(m_drive->TakeLog().find("scsi DF 00 00 02 00 00 01 00 00 00 F0 00 out 512"),
-            std::string::npos);
-}
-
 TEST_F(JMicronTransport, SmartStatusIsOneByte) {
   const struct {
     u8 answer;
@@ -388,14 +390,6 @@ TEST_F(SunplusTransport, DataOutAreZeroedBeforeTheyAreSent) {
   EXPECT_TRUE(Execute(m_transport));
   EXPECT_EQ(m_drive->TakeLog(), "scsi F8 00 22 11 01 00 01 00 00 00 A0 00 out 512");
   EXPECT_TRUE(std::all_of(m_data, m_data + 512, [](u8 byte) { return byte == 0; }));
-}
-
-TEST_F(SunplusTransport, A48BitCommandIsNeverSentItself) {
-  Prepare48Bit();
-  Reply({});
-  EXPECT_TRUE(Execute(m_transport));
-  EXPECT_EQ(m_drive->TakeLog(), "scsi F8 00 23 00 00 01 02 03 04 05 00 00");
-  EXPECT_EQ(Result(), kNothing);
 }
 
 }  // namespace

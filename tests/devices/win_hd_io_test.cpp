@@ -367,15 +367,6 @@ TEST_F(WinHDIO, PositionsAreCutAtTheEnd) {
   EXPECT_EQ(Read(&m_io, 795, 100), 5u);
 }
 
-TEST_F(WinHDIO, EverySectorIsPresent) {
-  MakeDrive();
-  ASSERT_TRUE(Open(&m_io));
-  cBitMap presence(10);
-  u8 buffer[512 * 10];
-  EXPECT_EQ(m_io.Read(buffer, 10, &presence), 10u);
-  EXPECT_EQ(presence.CountSetRun(0), 10u);
-}
-
 // Writing, modes, copies.
 
 TEST_F(WinHDIO, WritesAsAsked) {

@@ -131,21 +131,6 @@ TEST_F(DefineStorageTest, LocksTheCacheUntilTheLastCloneIsGone) {
   EXPECT_FALSE(isLocked());
 }
 
-TEST_F(DefineStorageTest, RefusesACacheThatWasCutByWholeRecords) {
-  constexpr u64 kRecordBytes = 129 * kSectorBytes;
-  {
-    auto script = std::make_shared<fakes::SourceScript>(kSectors);
-    Defined defined = DefineStorage(fakes::SourceOn(script).get(), m_path);
-    std::vector<u8> buffer(kSectors * kSectorBytes);
-    ASSERT_EQ(defined.storage->Read(buffer.data(), kSectors), kSectors);
-  }
-  std::vector<u8> bytes = fakes::ReadWholeFile(m_path);
-  bytes.resize(bytes.size() - 3 * kRecordBytes);
-  ASSERT_TRUE(fakes::WriteWholeFile(m_path, bytes));
-  EXPECT_EQ(Define(kSectors), DefineAnswer::kCacheFailed);
-  EXPECT_EQ(fakes::ReadWholeFile(m_path), bytes);
-}
-
 TEST_F(DefineStorageTest, ReadsAForeignStorageThroughItsSlotsAlone) {
   if (LARKSPUR_SANITIZED) GTEST_SKIP() << "the sanitizers know only their own compiler's objects";
   fakes::ForeignStorage source(kSectors);

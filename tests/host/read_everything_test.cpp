@@ -75,29 +75,6 @@ TEST(ReadEverythingTest, AStoppedRunIsResumed) {
   EXPECT_EQ(rig.script->AskedMoreThan(1), "");
 }
 
-TEST(ReadEverythingTest, BadAreasComeLastAndNothingIsReadAgain) {
-  constexpr u64 kMany = 20000, kBad = 4000;
-  StorageRig rig(kMany);
-  for (u64 sector = 2000; sector < 2000 + kBad; ++sector) rig.script->failing.insert(sector);
-  const Storage storage = rig.ReadOnce();
-  u64 askedBeforeLast = 0;
-  rig.script->onRequest = [&](u64 sector, u32 count) {
-    if (sector + count == kMany) askedBeforeLast = rig.script->AskedInAll();
-  };
-  const Reading run(storage);
-  EXPECT_EQ(run.job.State().end, ReadingEnd::kDone);
-  EXPECT_EQ(run.job.State().unreadable, kBad);
-  EXPECT_EQ(run.lastShare, 1.0);
-  EXPECT_GT(askedBeforeLast, kMany - kBad - 2 * 2048);
-  EXPECT_LT(askedBeforeLast, kMany - kBad / 2);
-  EXPECT_EQ(rig.script->AskedMoreThan(2), "");
-  rig.script->Forget();
-  const Reading again(storage);
-  EXPECT_EQ(again.job.State().end, ReadingEnd::kDone);
-  EXPECT_EQ(again.job.State().unreadable, kBad) << "what is said is of the whole storage";
-  EXPECT_EQ(rig.script->AskedInAll(), 0u);
-}
-
 TEST(ReadEverythingTest, ASourceThatShrinksEndsItBeforeAnythingIsMarked) {
   StorageRig rig(kSectors);
   const Storage storage = rig.ReadOnce();

@@ -46,20 +46,6 @@ TEST(SparseOrder, NeighbouringNewBlocksAreIndexedAtOnce) {
             "W:133632+512 W:133120+128");
 }
 
-TEST(SparseOrder, AFileIsNoImageUntilItsIndexIsWhole) {
-  for (const bool tear : {false, true}) {
-    for (u64 k = 1; k <= 3; ++k) {
-      const auto store = fakes::MakeStore();
-      store->failAt = k;
-      store->failForGood = true;
-      store->tearWrites = tear;
-      EXPECT_FALSE(fakes::CreateImage(store, 128 * 300));
-      store->failAt = 0;
-      EXPECT_FALSE(fakes::OpenImage(store)) << "operation " << k;
-    }
-  }
-}
-
 struct Step {
   u64 first;
   u32 count;  // 0: mark

@@ -120,25 +120,6 @@ TEST_P(LoopDevice, IsNeverWritten) {
   EXPECT_EQ(fakes::ReadWholeFile(m_file), fakes::Pattern(0, kSectors));
 }
 
-TEST_P(LoopDevice, ReadsThroughTheClassAtEveryPlace) {
-  cNamedWinHDIO io;
-  const cNamedFileResource resource(m_path);
-  ASSERT_TRUE(io.Open(&resource, true));
-  EXPECT_EQ(io.GetSectorCount(), kSectors);
-  std::vector<u8> buffer(300 * 512);
-  for (u64 first = 0; first < kSectors; first += 37) {
-    for (const u32 count : {1u, 7u, 8u, 9u, 130u, 300u}) {
-      const u32 expected = static_cast<u32>(std::min<u64>(count, kSectors - first));
-      io.SetPosition(first);
-      ASSERT_EQ(io.Read(buffer.data(), count), expected) << first << "+" << count;
-      const auto pattern = fakes::Pattern(first, expected);
-      ASSERT_TRUE(std::equal(pattern.begin(), pattern.end(), buffer.begin())) << first;
-    }
-  }
-  const Owned<cBaseIO> clone(io.Clone());
-  EXPECT_TRUE(clone && clone->IsSameAs(&io));
-}
-
 TEST_P(LoopDevice, IsThereUntilItIsNot) {
   EXPECT_EQ(SystemDevices().StateOf(m_path.c_str(), kSectors * 512), FailureKind::kNone);
   EXPECT_EQ(SystemDevices().StateOf(m_path.c_str(), kSectors * 512 + 1), FailureKind::kGone)
@@ -174,17 +155,6 @@ TEST_P(LoopDevice, SaysItsSectorsAndItsMedium) {
   EXPECT_EQ(sizes->physicalBytes, GetParam());
   EXPECT_EQ(sizes->firstBytes, 0u);
   EXPECT_EQ(device->MediumNumber(true), device->MediumNumber(false));
-}
-
-TEST_P(LoopDevice, IsListed) {
-  for (const DeviceFacts& facts : FindDevices()) {
-    if (facts.path != m_path) continue;
-    EXPECT_EQ(facts.bytes, kSectors * 512);
-    EXPECT_EQ(facts.model, u"loop device");
-    EXPECT_FALSE(facts.isMounted || facts.isOptical || facts.isRemovable || facts.isReadOnly);
-    return;
-  }
-  ADD_FAILURE() << m_node << " is not in the list";
 }
 
 TEST(BlockDevices, WhatIsNoBlockDeviceIsNotOpened) {

@@ -93,28 +93,6 @@ TEST_F(FileChooseDialogTest, MakesANewFolderAndGoesThere) {
             Utf8(m_base + u"\\\u0416 box\\deep.kvrsp"));
 }
 
-TEST_F(FileChooseDialogTest, SaysWhyAFolderIsNotMade) {
-  const auto expectLine = [](const char* title) {
-    return [title](HWND form) {
-      EXPECT_EQ(Utf8(TextOfWindow(form)), title);
-      PressKey(VK_ESCAPE);
-    };
-  };
-  EXPECT_EQ(Show({
-                Press(cFileChooseDialog::kNewFolderId),
-                TypeName(u"other.txt"),
-                expectLine("Error"),
-                Press(cFileChooseDialog::kNewFolderId),
-                TypeName(u"bad|name"),
-                expectLine("Error"),
-                Press(cFileChooseDialog::kNewFolderId),
-                TypeName(u"NUL"),
-                expectLine("Error"),
-                Key(VK_ESCAPE),
-            }),
-            u"");
-}
-
 // The text of the row that is selected in the folder list.
 std::string SelectedRow(HWND form) {
   const HWND list = GetDlgItem(form, cFileChooseDialog::kFolderId);

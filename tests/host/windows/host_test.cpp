@@ -25,7 +25,7 @@
 #include "platform/windows/win32.h"
 #include "ui/texts.h"
 #include "ui/windows/process_resources.h"
-#include "ui/windows/screen_picture.h"
+#include "windows/screen_picture.h"
 
 namespace larkspur::host {
 namespace {
@@ -275,25 +275,6 @@ TEST_F(HostTest, AFileThatShrinksIsToldAndNothingIsLost) {
   EXPECT_TRUE(Has(PutAway(host), u"The source has become shorter or is gone."));
   EXPECT_EQ(CacheCounts().present, present);
   EXPECT_EQ(CacheCounts().unreadable, 0u);
-  EXPECT_EQ(host.Close(), 0u);
-}
-
-TEST_F(HostTest, ACacheOpensOnce) {
-  cHostDriver host({disk});
-  ASSERT_TRUE(cHostDriver::Wait([&] { return StorageCount(host) == 1; }));
-  ASSERT_TRUE(Make(host, cache));
-  ASSERT_TRUE(cHostDriver::Wait([&] { return StorageCount(host) == 2; }));
-  host.Command(cMainForm::kMakeStorage);
-  const HWND dialog = host.WaitForForm();
-  ASSERT_TRUE(dialog);
-  FillIn(dialog, cache);
-  // The dialog goes before the message comes.
-  ASSERT_TRUE(cHostDriver::Wait([&] { return !IsWindow(dialog); }));
-  EXPECT_TRUE(Has(PutAway(host), u"is already open."));
-  EXPECT_EQ(StorageCount(host), 2);
-  PostMessageW(host.Window(), cMainForm::kOpenNamed, 0, 0);
-  EXPECT_TRUE(Has(PutAway(host), u"This storage is already open."));
-  EXPECT_EQ(StorageCount(host), 2);
   EXPECT_EQ(host.Close(), 0u);
 }
 

@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "dialogs/message_form.h"
 
+// The forms that say or ask one thing.
+
+#include "catalog/message_catalog.h"
+#include "dialogs/about_plg_form.h"
+#include "dialogs/message_form.h"
+#include "dialogs/new_folder_name_req_form.h"
 #include "ui/windows/form_driver.h"
 
 namespace larkspur {
@@ -97,6 +102,79 @@ TEST_F(MessageFormTest, StaysOnTheScreenWhateverTheText) {
     PressKey(VK_RETURN);
   }});
   ShowError(nullptr, u"C:\\" + std::u16string(600, u'x') + u" cannot be opened");
+}
+
+using AboutPlgFormTest = FormTest;
+
+TEST_F(AboutPlgFormTest, SaysWhatTheModuleIs) {
+  cFormDriver driver({[](HWND form) {
+    EXPECT_EQ(Utf8(TextOfWindow(form)), "About Larkspur I/O module");
+    EXPECT_EQ(Utf8(TextOfWindow(GetDlgItem(form, 1))), "Close");
+    EXPECT_EQ(FocusedId(), 1);
+    EXPECT_EQ(TabOrder(form), (std::vector<int>{1}));
+    RECT box{};
+    GetClientRect(form, &box);
+    EXPECT_EQ(box.right, 400);
+    EXPECT_EQ(box.bottom, 290);
+    PressKey(VK_RETURN);
+  }});
+  cAboutPlgForm::Present(GetDesktopWindow());
+}
+
+TEST_F(AboutPlgFormTest, NeedsAParent) {
+  cFormDriver driver({});
+  cAboutPlgForm::Present(nullptr);
+}
+
+class NewFolderNameReqFormTest : public FormTest {
+ protected:
+  std::optional<std::u16string> Ask(std::vector<FormStep> steps) {
+    cFormDriver driver(std::move(steps));
+    return cNewFolderNameReqForm::Ask(nullptr, *Messages().Find("raid::devopen"));
+  }
+};
+
+FormStep Type(const wchar_t* text) {
+  return [text](HWND form) { SetDlgItemTextW(form, 102, text); };
+}
+
+TEST_F(NewFolderNameReqFormTest, AnswersWithTheTextAsItStands) {
+  EXPECT_EQ(Ask({Type(L" \"E:\\\" "), Key(VK_RETURN)}), u" \"E:\\\" ");
+  EXPECT_EQ(Ask({Type(L"Диск"), Press(IDOK)}), u"Диск");
+  EXPECT_EQ(Ask({Key(VK_RETURN)}), u"");
+}
+
+TEST_F(NewFolderNameReqFormTest, AnswersWithNothingWhenCancelled) {
+  EXPECT_EQ(Ask({Type(L"E:"), Key(VK_ESCAPE)}), std::nullopt);
+  EXPECT_EQ(Ask({Type(L"E:"), Press(IDCANCEL)}), std::nullopt);
+}
+
+TEST_F(NewFolderNameReqFormTest, HasItsTextsAndControlsInTheirPlaces) {
+  Ask({[](HWND form) {
+    EXPECT_EQ(Utf8(TextOfWindow(form)), "Specify the device full path");
+    EXPECT_EQ(ClassOf(GetDlgItem(form, 102)), "Edit");
+    EXPECT_EQ(Utf8(TextOfWindow(GetDlgItem(form, IDOK))), "OK");
+    EXPECT_EQ(Utf8(TextOfWindow(GetDlgItem(form, IDCANCEL))), "Cancel");
+    EXPECT_EQ(FocusedId(), 102);
+    EXPECT_EQ(TabOrder(form), (std::vector<int>{102, 1, 2}));
+    wchar_t hint[64] = {};
+    SendDlgItemMessageW(form, 102, EM_GETCUEBANNER, reinterpret_cast<WPARAM>(hint), 64);
+    EXPECT_STREQ(hint, L"Specify device path here");
+    // The label before an edit is what screen readers call it by.
+    EXPECT_EQ(Utf8(TextOfWindow(GetWindow(GetDlgItem(form, 102), GW_HWNDPREV))),
+              "Specify the device full path");
+    RECT box{};
+    GetClientRect(form, &box);
+    EXPECT_EQ(box.right, 250);
+    EXPECT_EQ(box.bottom, 100);
+    PressKey(VK_ESCAPE);
+  }});
+}
+
+TEST_F(NewFolderNameReqFormTest, DoesWithoutTextsThatAreMissing) {
+  const MessageTexts none;
+  cFormDriver driver({Key(VK_RETURN)});
+  EXPECT_EQ(cNewFolderNameReqForm::Ask(nullptr, none), u"");
 }
 
 }  // namespace
