@@ -6,6 +6,7 @@
 // and the whole disk may hang, vanish and come back. It writes down what it was asked. And the
 // engine's other neighbours: a store and a log in memory. Sector s holds Pattern(s) throughout.
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <string>
@@ -23,7 +24,7 @@ class FakeClock final : public RescueClock {
  public:
   double Seconds() override { return now; }
   void Sleep(double seconds) override { now += seconds; }
-  double now = 0;
+  std::atomic<double> now = 0;  // a queue's thread reads and sets it, too
 };
 
 class DyingDisk final : public AskedSource {

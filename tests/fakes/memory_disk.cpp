@@ -50,6 +50,7 @@ u64 cMemoryDisk::SetPosition(u64 sector) {
 }
 
 u32 cMemoryDisk::Read(void* buffer, u32 count, cBitMap* presence) {
+  const std::lock_guard held(m_store->lock);
   if (presence) presence->Fill(true);
   const u64 end = std::max(GetSectorCount(), m_position);
   const u32 fitting = static_cast<u32>(std::min<u64>(count, end - m_position));
@@ -61,6 +62,7 @@ u32 cMemoryDisk::Read(void* buffer, u32 count, cBitMap* presence) {
 }
 
 bool cMemoryDisk::WriteAt(u64 offset, const void* buffer, u64 length) {
+  const std::lock_guard held(m_store->lock);
   const bool whole = m_store->Begin('W', offset, length);
   if (whole && m_store->keepLog && m_store->keepData) {
     const u8* const bytes = static_cast<const u8*>(buffer);
@@ -80,6 +82,7 @@ u32 cMemoryDisk::Write(u64 sector, const void* buffer, u32 count) {
 }
 
 bool cMemoryDisk::ReadBytes(void* buffer, u64 offset, u32 lengthBytes) {
+  const std::lock_guard held(m_store->lock);
   const u64 size = m_store->bytes.size();
   if (!m_store->Begin('R', offset, lengthBytes)) return false;
   if (offset > size || lengthBytes > size - offset) return false;
@@ -88,12 +91,13 @@ bool cMemoryDisk::ReadBytes(void* buffer, u64 offset, u32 lengthBytes) {
 }
 
 bool cMemoryDisk::WriteBytes(const void* buffer, u64 offset, u32 lengthBytes) {
-  const u64 size = m_store->bytes.size();
+  const u64 size = m_store->ByteSize();
   if (m_readOnly || offset >= size) return false;
   return WriteAt(offset, buffer, std::min<u64>(lengthBytes, size - offset));
 }
 
 bool cMemoryDisk::SetSectorCount(u64 count) {
+  const std::lock_guard held(m_store->lock);
   if (m_readOnly || count > m_store->limitBytes / kSectorBytes) return false;
   if (!m_store->Begin('G', count * kSectorBytes, 0)) return false;
   m_store->bytes.resize(count * kSectorBytes);

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,8 @@ struct MemoryOperation {
 };
 
 struct MemoryStore {
+  // Held by each operation, so that clones may work on several threads as handles on one file do.
+  std::recursive_mutex lock;
   std::vector<u8> bytes;
   u64 limitBytes = u64{256} << 20;  // growth beyond it fails
 
@@ -43,7 +46,11 @@ struct MemoryStore {
   bool keepData = false;
   std::vector<MemoryOperation> log;
 
-  u64 Sectors() const { return bytes.size() / kSectorBytes; }
+  u64 ByteSize() {
+    const std::lock_guard held(lock);
+    return bytes.size();
+  }
+  u64 Sectors() { return ByteSize() / kSectorBytes; }
   // Counts an operation and answers whether it may succeed.
   bool Begin(char kind, u64 offset, u64 length);
 };
@@ -68,7 +75,7 @@ class cMemoryDisk final : public cBaseIO {
   bool WriteBytes(const void* buffer, u64 offset, u32 lengthBytes) override;
   bool SetSectorCount(u64 count) override;
   u64 GetSectorCount() override { return m_store->Sectors(); }
-  u64 GetByteSize() override { return m_store->bytes.size(); }
+  u64 GetByteSize() override { return m_store->ByteSize(); }
   u32 GetTypeId() override { return kTypeId; }
   void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
 
