@@ -36,7 +36,7 @@ void AskQueue::JudgeSlowness(bool judge) {
 
 bool AskQueue::HasRoom() const {
   const std::lock_guard lock(m_mutex);
-  return !m_isHeld && m_end - m_first < m_depth;
+  return !m_isHeld && m_end - m_first < kSlots;
 }
 
 bool AskQueue::IsEmpty() const {

@@ -42,8 +42,6 @@ class AskQueue {
 
   bool IsReady() const { return m_pages.Data() != nullptr; }
 
-  // How many requests may stand ahead: kSlots, or 1 where each is to be judged alone.
-  void SetDepth(u32 depth) { m_depth = std::min(depth, kSlots); }
   // Whether slow requests count as gone badly. Forgets what is usual.
   void JudgeSlowness(bool judge);
   bool JudgesSlowness() const { return m_judgesSlowness; }
@@ -73,7 +71,6 @@ class AskQueue {
   const std::atomic<bool>* m_stop;
   platform::OwnedPages m_pages;
   Asked m_slots[kSlots];
-  u32 m_depth = kSlots;
   u64 m_bytesPerSecond = 0;
   double m_mayAskAt = 0;
 

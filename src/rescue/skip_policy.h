@@ -31,9 +31,6 @@ class SlowRequests {
   // Forgets what is usual: another way of reading, such as backwards, has its own time.
   void Reset() { *this = SlowRequests(); }
 
-  // The usual seconds of one sector; 0 while nothing is known.
-  double Usual() const { return m_usual; }
-
  private:
   static constexpr double kSlowFactor = 3;
   static constexpr double kVerySlowFactor = 30;

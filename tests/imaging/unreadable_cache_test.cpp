@@ -227,7 +227,7 @@ TEST(UnreadableCache, NothingIsAskedOfTheBlocksOfWhichNothingIsKnown) {
                                     : kSectorBytes + 4 * block);
         std::string known = rig.before;
         const u64 end = std::min<u64>((block + 1) * kBlock, kSectors);
-        std::fill(known.begin() + block * kBlock, known.begin() + end, '?');
+        known.replace(block * kBlock, end - block * kBlock, end - block * kBlock, '?');
         ASSERT_EQ(rig.Statuses(), known);
         EXPECT_FALSE(use.run(rig));
         for (u64 sector = block * kBlock; sector < end; ++sector) {
