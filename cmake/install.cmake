@@ -20,7 +20,7 @@ install(FILES README.md CONTRIBUTING.md CHANGELOG.md LICENSE DESTINATION ${docum
 install(FILES ${CMAKE_SOURCE_DIR}/cmake/third-party-notices.txt DESTINATION ${documents}
   COMPONENT docs)
 install(DIRECTORY docs DESTINATION ${documents} COMPONENT docs
-  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.c" PATTERN man EXCLUDE)
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.[ch]" PATTERN man EXCLUDE)
 
 if(NOT WIN32)
   # The plugin is a package of its own, since it needs nbdkit, and the program does not.

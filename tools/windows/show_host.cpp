@@ -73,7 +73,9 @@ class cShow {
                  reinterpret_cast<LPARAM>(m_cache.c_str()));
     Picture(dialog, u"define");
     PostMessageW(GetDlgItem(dialog, kDefineButton), BM_CLICK, 0, 0);
-    return m_host.WaitForNoForm() && m_host.Copied().find(u"{") != m_cache.npos;
+    // The host lists it a moment after the dialog is gone.
+    return m_host.WaitForNoForm() &&
+           cHostDriver::Wait([this] { return m_host.Copied().find(u"{") != m_cache.npos; });
   }
 
   bool ReadEverything() {
