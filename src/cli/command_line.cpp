@@ -1,0 +1,414 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "cli/command_line.h"
+
+#include <algorithm>
+
+#include "base/printable.h"
+#include "cli/commands.h"
+#include "cli/output.h"
+#include "cli/parser.h"
+
+namespace larkspur::cli {
+namespace {
+
+void AddTestMode(CLI::App* command, StorageOptions* options) {
+  command
+      ->add_option(
+          "--test-mode", options->testMode,
+          "Make every sector fail that this GNU ddrescue mapfile does not mark +, to practise")
+      ->type_name("MAPFILE");
+}
+
+void AddSourceAndCache(CLI::App* command, StorageOptions* options) {
+  command->add_option("SOURCE", options->source, "What is read: a file or a device")->required();
+  command->add_option("CACHE", options->cache, "The cache file, such as disk.kvrsp")->required();
+  AddTestMode(command, options);
+}
+
+// How a source is read once.
+void AddReading(CLI::App* command, StorageOptions* options) {
+  command->add_flag("--other-source", options->otherSource,
+                    "Read into a cache that was made from another disk of the same size");
+  AddChoice<PassThrough>(command, "--pass-through", &options->passThrough, kPassThroughChoices,
+                         "Read by SCSI commands instead of through the kernel, which retries on "
+                         "its own: auto from the first failure on, on from the start, off never")
+      ->default_str("auto")
+      ->expected(0, 1);
+  AddNumber(command, "--timeout", &options->timeoutSeconds, {1, 3600},
+            "How long such a command may take")
+      ->default_str("10")
+      ->type_name("SECONDS");
+}
+
+void AddCache(CLI::App* command, std::string* cache) {
+  command->add_option("CACHE", *cache, "The cache file, such as disk.kvrsp")->required();
+}
+
+void AddJson(CLI::App* command, bool* json) {
+  command->add_flag("--json", *json, "Print one JSON document instead of text");
+}
+
+template <typename Options>
+void AddRange(CLI::App* command, Options* options, bool required) {
+  AddNumber(command, "--start", &options->start, {}, "First sector, from 0")
+      ->type_name("S")
+      ->required(required);
+  AddNumber(command, "--sectors", &options->sectors, {1}, "Number of sectors")
+      ->type_name("N")
+      ->required(required);
+}
+
+CLI::Option* AddPartition(CLI::App* command, std::string* place) {
+  return command
+      ->add_option("--partition", *place, "A partition by its place, as tree shows it: 1 or 1.2")
+      ->type_name("P");
+}
+
+// Each of these gives a command its options; `chosen` becomes what to run when it is the one.
+void AddImage(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<ImageOptions>();
+  AddSourceAndCache(command, options.get());
+  AddRange(command, options.get(), false);
+  command
+      ->add_option("--partition", options->partition,
+                   "Read only this partition, by its place as tree shows it: 1 or 1.2")
+      ->type_name("P");
+  command
+      ->add_option("--domain", options->domain, "Read only what this GNU ddrescue mapfile marks +")
+      ->type_name("MAPFILE");
+  command->add_flag("--used", options->used,
+                    "Read only what file systems use, and what they do not call free: partition "
+                    "tables and what tells about files first");
+  command->add_flag_callback(
+      "--no-scrape", [=] { options->scrape = false; },
+      "Stop before sectors that failed together are read one by one");
+  command->add_flag("--retry", options->retry,
+                    "Read the unreadable sectors, and only those, once more, one by one");
+  command->add_flag("--reverse", options->reverse, "Read from the end to the start");
+  AddNumber(command, "--max-failures", &options->maxFailures, {1, 1'000'000'000},
+            "Failures in a row after which the disk must prove that it still answers")
+      ->default_str("64")
+      ->type_name("N");
+  AddSize(command, "--max-rate", &options->maxRate,
+          "Read at most this much in a second, such as 10M");
+  command
+      ->add_option("--when-silent", options->whenSilent,
+                   "Run this command when the disk stops answering, wait for the disk, and resume; "
+                   "the command finds the device in LARKSPUR_DEVICE and its serial number in "
+                   "LARKSPUR_SERIAL")
+      ->type_name("COMMAND");
+  auto* report = command->add_option("--report", options->report,
+                                     "Keep a page for the data's owner up to date while reading");
+  report->type_name("OUT");
+  command->add_flag("--force", options->force, "Replace an existing file by that page")
+      ->needs(report);
+  AddReading(command, options.get());
+  command->add_flag("--json-progress", options->jsonProgress,
+                    "Write progress as JSON Lines to standard error");
+  AddJson(command, &options->json);
+  command->callback([=] { *chosen = [options] { return RunImage(*options); }; });
+}
+
+void AddRead(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<ReadOptions>();
+  AddSourceAndCache(command, options.get());
+  AddRange(command, options.get(), true);
+  AddReading(command, options.get());
+  command
+      ->add_option("-o,--output", options->output, "The file to write, instead of standard output")
+      ->type_name("FILE");
+  command->add_flag("--force", options->force, "Replace an existing file");
+  command->callback([=] { *chosen = [options] { return RunRead(*options); }; });
+}
+
+void AddLog(CLI::App* command, Action* chosen) {
+  auto cache = std::make_shared<std::string>();
+  auto json = std::make_shared<bool>(false);
+  AddCache(command, cache.get());
+  AddJson(command, json.get());
+  command->callback([=] { *chosen = [=] { return RunLog(*cache, *json); }; });
+}
+
+void AddInfo(CLI::App* command, Action* chosen) {
+  auto cache = std::make_shared<std::string>();
+  auto json = std::make_shared<bool>(false);
+  AddCache(command, cache.get());
+  AddJson(command, json.get());
+  command->callback([=] { *chosen = [=] { return RunInfo(*cache, *json); }; });
+}
+
+void AddMap(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<MapOptions>();
+  AddCache(command, &options->cache);
+  command->add_option("--png", options->png, "Draw the map as a PNG picture")->type_name("FILE");
+  command->add_option("--svg", options->svg, "Draw the map as an SVG picture")->type_name("FILE");
+  command->add_option("--mapfile", options->mapfile, "Write a GNU ddrescue mapfile")
+      ->type_name("FILE");
+  command->add_flag("--force", options->force,
+                    "Replace existing files, but never the cache itself or a device");
+  AddJson(command, &options->json);
+  command->callback([=] { *chosen = [options] { return RunMap(*options); }; });
+}
+
+void AddCheck(CLI::App* command, Action* chosen) {
+  auto cache = std::make_shared<std::string>();
+  auto repair = std::make_shared<bool>(false);
+  auto json = std::make_shared<bool>(false);
+  AddCache(command, cache.get());
+  command->add_flag(
+      "--repair", *repair,
+      "Repair what can be repaired without losing a sector; when the header does not match "
+      "the file, or part of the file cannot be read, nothing is changed");
+  AddJson(command, json.get());
+  command->callback([=] { *chosen = [=] { return RunCheck(*cache, *repair, *json); }; });
+}
+
+void AddExport(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<ExportOptions>();
+  AddCache(command, &options->cache);
+  command
+      ->add_option("OUT", options->output,
+                   "The raw image to make; - is standard output, and a block device needs --force")
+      ->required();
+  AddRange(command, options.get(), false);
+  AddPartition(command, &options->partition)->excludes("--start")->excludes("--sectors");
+  command->add_flag("--force", options->force, "Replace an existing file, or write to a device");
+  command->add_flag(
+      "--hash", options->hash,
+      "Print the SHA-256 of what was written, and for how many sectors zeros stand in; on "
+      "standard error when OUT is -");
+  command->callback([=] { *chosen = [options] { return RunExport(*options); }; });
+}
+
+void AddImport(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<ImportOptions>();
+  command->add_option("IMAGE", options->image, "The image that GNU ddrescue wrote")->required();
+  command->add_option("MAPFILE", options->mapfile, "Its mapfile")->required();
+  command->add_option("CACHE", options->cache, "The cache file to make")->required();
+  AddJson(command, &options->json);
+  command->callback([=] { *chosen = [options] { return RunImport(*options); }; });
+}
+
+void AddServe(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<ServeOptions>();
+  auto storages = std::make_shared<std::vector<std::string>>();
+  command
+      ->add_option("STORAGES", *storages,
+                   "A cache; or a source and its cache, into which clients' reads are kept")
+      ->type_name("[SOURCE] CACHE")
+      ->required()
+      ->expected(1, 2);
+  AddTestMode(command, options.get());
+  AddReading(command, options.get());
+  auto* socket = command->add_option("--socket", options->socket, "Listen on this socket");
+  socket->type_name("PATH");
+  auto* port = command->add_option("--port", options->port, "Listen on this TCP port");
+  port->type_name("N")->check(CLI::Range(1, 65535))->excludes(socket);
+  command->add_option("--address", options->address, "The port's address; 127.0.0.1 if not given")
+      ->type_name("IP")
+      ->needs(port);
+  AddPartition(command, &options->partition);
+  command
+      ->add_option("--unreadable", options->unreadable,
+                   "What reading an unreadable sector gives: error or zeros")
+      ->type_name("WHAT")
+      ->check(CLI::IsMember({"error", "zeros"}));
+  command->add_flag("--fill", options->fill, "Image the source while no client waits");
+  command->callback([=] {
+    options->cache = storages->back();
+    if (storages->size() > 1) options->source = storages->front();
+    *chosen = [options] { return RunServe(*options); };
+  });
+}
+
+void AddFiles(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<FilesOptions>();
+  auto storages = std::make_shared<std::vector<std::string>>();
+  command
+      ->add_option("STORAGES", *storages,
+                   "A cache; or a source and its cache, into which what tells about files is read")
+      ->type_name("[SOURCE] CACHE")
+      ->required()
+      ->expected(1, 2);
+  AddTestMode(command, options.get());
+  AddReading(command, options.get());
+  AddPartition(command, &options->partition);
+  command->add_flag("--damaged", options->damaged, "List only files that are not complete");
+  command
+      ->add_option("--path", options->paths,
+                   "List only files whose path fits: * stays within a folder, ** does not")
+      ->type_name("GLOB")
+      ->allow_extra_args(false);
+  command
+      ->add_option("--mapfile", options->mapfile,
+                   "Write what the listed files still need, for image --domain")
+      ->type_name("FILE");
+  command->add_flag("--force", options->force, "Replace an existing mapfile");
+  AddJson(command, &options->json);
+  command->callback([=] {
+    options->cache = storages->back();
+    if (storages->size() > 1) options->source = storages->front();
+    *chosen = [options] { return RunFiles(*options); };
+  });
+}
+
+void AddReport(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<ReportOptions>();
+  AddCache(command, &options->cache);
+  command->add_option("OUT", options->output, "The page to write, such as report.html")->required();
+  command->add_flag("--force", options->force, "Replace an existing file");
+  command->callback([=] { *chosen = [options] { return RunReport(*options); }; });
+}
+
+void AddTree(CLI::App* command, Action* chosen) {
+  auto options = std::make_shared<TreeOptions>();
+  command->add_option("STORAGE", options->source, "A file, a device or a cache")->required();
+  auto* cache = command->add_option("--cache", options->cache,
+                                    "Look at the source through this cache, so that each sector "
+                                    "is read from it once");
+  cache->type_name("CACHE");
+  AddTestMode(command, options.get());
+  command->add_flag("--trace", options->trace, "List the sectors that were read, and what for");
+  command->add_flag("--no-notes", options->noNotes,
+                    "Only the tree: do not look for what lies in the partitions");
+  command->add_flag("--backup-gpt", options->backupGpt,
+                    "Build the tree from the backup of a GUID table at the storage's end");
+  AddJson(command, &options->json);
+  command->callback([=] { *chosen = [options] { return RunTree(*options); }; });
+}
+
+void AddDevices(CLI::App* command, Action* chosen) {
+  auto json = std::make_shared<bool>(false);
+  AddJson(command, json.get());
+  command->callback([=] { *chosen = [=] { return RunDevices(*json); }; });
+}
+
+void AddIdentify(CLI::App* command, Action* chosen) {
+  auto device = std::make_shared<std::string>();
+  auto json = std::make_shared<bool>(false);
+  command->add_option("DEVICE", *device, "The device, such as /dev/sdb or \\\\.\\PhysicalDrive1")
+      ->required();
+  AddJson(command, json.get());
+  command->callback([=] { *chosen = [=] { return RunIdentify(*device, *json); }; });
+}
+
+struct Command {
+  const char* name;
+  const char* description;
+  void (*add)(CLI::App* command, Action* chosen);
+  const char* details = "";  // for the help's end: paragraphs, a line each
+};
+
+constexpr Command kCommands[] = {
+    {"image", "Read the source once into the cache, creating or resuming it", AddImage,
+     "What reads well is read first, and bad areas last. Ctrl-C stops cleanly, and the same "
+     "command resumes."},
+    {"read", "Copy a range of sectors out, through the cache", AddRead},
+    {"log", "Show what happened: disk, runs, failures", AddLog},
+    {"info", "Show a cache's header and counts", AddInfo},
+    {"map", "Show what is present, unreadable and missing", AddMap},
+    {"check", "Verify a cache's index, records and maps", AddCheck},
+    {"export", "Write a raw image, with holes for what is not there", AddExport,
+     "What is not in the cache reads as zeros. In a file zeros stay holes."},
+    {"import", "Make a cache of a rescue that GNU ddrescue began", AddImport,
+     "What the mapfile marks + becomes present, - becomes unreadable, the rest is missing."},
+    {"serve", "Serve a cache, or a source through it, as NBD for other tools", AddServe,
+     "Serves read-only until Ctrl-C, with nbdkit(1), and prints the lines to type to attach it. "
+     "With "
+     "a source, what clients ask for and the cache lacks is read from it once; without, it is an "
+     "error."},
+    {"files", "List the files on a cache and how much of each is there", AddFiles,
+     "A file is complete, damaged (something of it is unreadable) or incomplete (something is "
+     "missing)."},
+    {"report", "Write a page that tells the data's owner what was saved", AddReport},
+    {"tree", "Show the partitions and volume sets of a source or a cache", AddTree},
+    {"devices", "List the storage devices of this machine", AddDevices},
+    {"identify", "Show what a drive says it is", AddIdentify},
+};
+
+bool IsCommand(const std::string& name) {
+  return std::any_of(std::begin(kCommands), std::end(kCommands),
+                     [&](const Command& command) { return command.name == name; });
+}
+
+constexpr char kStatuses[] =
+    "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable or "
+    "missing; 130 interrupted.";
+
+// The named command alone, since describing all of them to the parser takes as long as looking at a
+// disk does; all of them, for the help, when it is none of them.
+void AddCommands(CLI::App* app, const std::string& named, Action* chosen) {
+  const bool isOne = IsCommand(named);
+  for (const Command& command : kCommands) {
+    if (isOne && command.name != named) continue;
+    CLI::App* const added = app->add_subcommand(command.name, command.description);
+    added->group("Commands");
+    if (*command.details) added->footer(fmt::format("{}\n\n{}", command.details, kStatuses));
+    command.add(added, chosen);
+  }
+}
+
+Action WrongUsage(const std::string& command, const std::string& fault) {
+  const std::string place = command.empty() ? "" : command + " ";
+  Tell(fmt::format("{}{}; see 'larkspur {}--help'", command.empty() ? "" : command + ": ", fault,
+                   place));
+  return [] { return kExitUsage; };
+}
+
+// The parser's words with a small first letter, if it is not that of a name such as "CACHE".
+std::string InSentence(std::string text) {
+  const auto at = [&text](size_t i) { return static_cast<unsigned char>(text[i]); };
+  const bool isName = text.size() < 2 || std::isupper(at(1));
+  if (!isName) text[0] = static_cast<char>(std::tolower(at(0)));
+  return text;
+}
+
+// "help" and "help COMMAND" are other words for --help.
+void TranslateHelp(std::vector<std::string>* arguments) {
+  if (arguments->empty() || arguments->front() != "help") return;
+  arguments->erase(arguments->begin());
+  arguments->resize(std::min<size_t>(arguments->size(), 1));
+  arguments->push_back("--help");
+}
+
+}  // namespace
+
+Action ParseCommandLine(std::vector<std::string> arguments) {
+  TranslateHelp(&arguments);
+  if (arguments.empty()) return WrongUsage({}, "no command was given");
+  const std::string named = arguments.front();
+  if (!named.starts_with("-") && !IsCommand(named)) {
+    return WrongUsage({}, "there is no command \"" + Printable(named) + "\"");
+  }
+  const std::string command = IsCommand(named) ? named : "";
+  for (const std::string& argument : arguments) {
+    if (!argument.starts_with("--") || !argument.ends_with("=")) continue;
+    return WrongUsage(command, Printable(argument.substr(0, argument.size() - 1)) +
+                                   " needs a value after the '='");
+  }
+  CLI::App app{
+      "Larkspur reads a failing disk once: each sector with its neighbours and, only\n"
+      "where that fails, once more alone."};
+  UseHelpFormat(&app);
+  app.name("larkspur");
+  app.set_version_flag("--version", "larkspur " LARKSPUR_VERSION, "Print the version");
+  app.set_help_flag("-h,--help", "Print this help");
+  app.require_subcommand(1);
+  app.footer(kStatuses);
+  Action chosen;
+  AddCommands(&app, named, &chosen);
+  try {
+    std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
+    app.parse(arguments);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) {
+      app.exit(error);
+      return [] { return kExitDone; };
+    }
+    return WrongUsage(command, InSentence(error.what()));
+  }
+  return chosen;
+}
+
+}  // namespace larkspur::cli
