@@ -78,10 +78,8 @@ SectorRange Engine::Widened(SectorRange range) const {
 
 bool Engine::Want(const ExtentSet& domain) {
   if (m_progress.all.present + m_progress.all.unreadable + m_progress.all.missing == 0 &&
-      !m_store->Count({0, m_sectors}, &m_progress.all)) {
-    StopWith(StopReason::kCacheUnreadable, platform::LastFailure());
-    return false;
-  }
+      !m_store->Count({0, m_sectors}, &m_progress.all))
+    return StopForUnreadableCache();
   ExtentSet wanted;
   domain.Visit({0, m_sectors}, [&](SectorRange part) { wanted.Add(Widened(part)); });
   wanted.Remove(m_planned);
@@ -98,10 +96,7 @@ bool Engine::Want(const ExtentSet& domain) {
           return true;
         });
   });
-  if (!isReadable) {
-    StopWith(StopReason::kCacheUnreadable, platform::LastFailure());
-    return false;
-  }
+  if (!isReadable) return StopForUnreadableCache();
   m_progress.domainSectors = m_planned.Sectors();
   const ExtentSet alone = missing.Intersection(m_triedAlone);
   missing.Remove(alone);
@@ -293,7 +288,10 @@ void Engine::Retry(const ExtentSet& domain) {
           return true;
         });
   });
-  if (!isReadable) return StopWith(StopReason::kCacheUnreadable, platform::LastFailure());
+  if (!isReadable) {
+    StopForUnreadableCache();
+    return;
+  }
   if (unreadable.IsEmpty()) return;
   Begin(Phase::kRetry);
   m_isRetrying = true;
@@ -339,7 +337,7 @@ u64 Engine::Fetch(SectorRange range, u8* out) {
   for (u64 done = 0; done < range.count;) {
     const u32 count = static_cast<u32>(std::min<u64>(range.count - done, kPiece));
     if (!m_store->Load(range.first + done, out + done * kSectorBytes, count)) {
-      StopWith(StopReason::kCacheUnreadable, platform::LastFailure());
+      StopForUnreadableCache();
       return done;
     }
     done += count;
@@ -350,7 +348,7 @@ u64 Engine::Fetch(SectorRange range, u8* out) {
     return status != kMissing;
   });
   if (isReadable) return settled;
-  StopWith(StopReason::kCacheUnreadable, platform::LastFailure());
+  StopForUnreadableCache();
   return 0;
 }
 

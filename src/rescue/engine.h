@@ -154,6 +154,9 @@ class Engine {
   bool Sync();
 
   void StopWith(StopReason reason, u32 systemError);
+  // By the system's last failure; both answer false.
+  bool StopForStore();
+  bool StopForUnreadableCache();
   void EndOrWake(StopReason reason, u32 systemError);
   bool IsStopping();
   void Tell();

@@ -42,6 +42,17 @@ void Engine::StopWith(StopReason reason, u32 systemError) {
   m_systemError = systemError;
 }
 
+bool Engine::StopForStore() {
+  const u32 code = platform::LastFailure();
+  StopWith(platform::IsDiskFull(code) ? StopReason::kFull : StopReason::kStoreFailed, code);
+  return false;
+}
+
+bool Engine::StopForUnreadableCache() {
+  StopWith(StopReason::kCacheUnreadable, platform::LastFailure());
+  return false;
+}
+
 void Engine::Stream(const Next& next, const Settled& settled) {
   while (!IsStopping()) {
     if (IsAwaited()) {
@@ -123,9 +134,7 @@ bool Engine::StoreRun(SectorRange run, const u8* data) {
   m_isDirty = true;
   NoteStoring(run);
   if (!m_store->Store(run.first, data, static_cast<u32>(run.count), m_isRetrying)) {
-    const u32 code = platform::LastFailure();
-    StopWith(platform::IsDiskFull(code) ? StopReason::kFull : StopReason::kStoreFailed, code);
-    return false;
+    return StopForStore();
   }
   m_unflushed += run.count;
   if (m_unflushed < kFlushSectors) return true;
@@ -370,11 +379,7 @@ bool Engine::PrepareStore(SectorRange range) {
       room.count = std::clamp<u64>(wanted->End() - range.first, range.count, kRoomSectors);
     }
   }
-  if (!m_store->MakeRoom(room)) {
-    const u32 code = platform::LastFailure();
-    StopWith(platform::IsDiskFull(code) ? StopReason::kFull : StopReason::kStoreFailed, code);
-    return false;
-  }
+  if (!m_store->MakeRoom(room)) return StopForStore();
   m_roomMade = room;
   return true;
 }
