@@ -26,6 +26,21 @@ void AddSourceAndCache(CLI::App* command, StorageOptions* options) {
   AddTestMode(command, options);
 }
 
+// A cache, or a source before it.
+void AddStorages(CLI::App* command, StorageOptions* options, const char* description) {
+  command
+      ->add_option_function<std::vector<std::string>>(
+          "STORAGES",
+          [options](const std::vector<std::string>& paths) {
+            options->cache = paths.back();
+            if (paths.size() > 1) options->source = paths.front();
+          },
+          description)
+      ->type_name("[SOURCE] CACHE")
+      ->required()
+      ->expected(1, 2);
+}
+
 // How a source is read once.
 void AddReading(CLI::App* command, StorageOptions* options) {
   command->add_flag("--other-source", options->otherSource,
@@ -59,10 +74,10 @@ void AddRange(CLI::App* command, Options* options, bool required) {
       ->required(required);
 }
 
-CLI::Option* AddPartition(CLI::App* command, std::string* place) {
-  return command
-      ->add_option("--partition", *place, "A partition by its place, as tree shows it: 1 or 1.2")
-      ->type_name("P");
+CLI::Option* AddPartition(
+    CLI::App* command, std::string* place,
+    const char* description = "A partition by its place, as tree shows it: 1 or 1.2") {
+  return command->add_option("--partition", *place, description)->type_name("P");
 }
 
 // Each of these gives a command its options; `chosen` becomes what to run when it is the one.
@@ -70,10 +85,8 @@ void AddImage(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ImageOptions>();
   AddSourceAndCache(command, options.get());
   AddRange(command, options.get(), false);
-  command
-      ->add_option("--partition", options->partition,
-                   "Read only this partition, by its place as tree shows it: 1 or 1.2")
-      ->type_name("P");
+  AddPartition(command, &options->partition,
+               "Read only this partition, by its place as tree shows it: 1 or 1.2");
   command
       ->add_option("--domain", options->domain, "Read only what this GNU ddrescue mapfile marks +")
       ->type_name("MAPFILE");
@@ -192,13 +205,8 @@ void AddImport(CLI::App* command, Action* chosen) {
 
 void AddServe(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ServeOptions>();
-  auto storages = std::make_shared<std::vector<std::string>>();
-  command
-      ->add_option("STORAGES", *storages,
-                   "A cache; or a source and its cache, into which clients' reads are kept")
-      ->type_name("[SOURCE] CACHE")
-      ->required()
-      ->expected(1, 2);
+  AddStorages(command, options.get(),
+              "A cache; or a source and its cache, into which clients' reads are kept");
   AddTestMode(command, options.get());
   AddReading(command, options.get());
   auto* socket = command->add_option("--socket", options->socket, "Listen on this socket");
@@ -215,22 +223,13 @@ void AddServe(CLI::App* command, Action* chosen) {
       ->type_name("WHAT")
       ->check(CLI::IsMember({"error", "zeros"}));
   command->add_flag("--fill", options->fill, "Image the source while no client waits");
-  command->callback([=] {
-    options->cache = storages->back();
-    if (storages->size() > 1) options->source = storages->front();
-    *chosen = [options] { return RunServe(*options); };
-  });
+  command->callback([=] { *chosen = [options] { return RunServe(*options); }; });
 }
 
 void AddFiles(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<FilesOptions>();
-  auto storages = std::make_shared<std::vector<std::string>>();
-  command
-      ->add_option("STORAGES", *storages,
-                   "A cache; or a source and its cache, into which what tells about files is read")
-      ->type_name("[SOURCE] CACHE")
-      ->required()
-      ->expected(1, 2);
+  AddStorages(command, options.get(),
+              "A cache; or a source and its cache, into which what tells about files is read");
   AddTestMode(command, options.get());
   AddReading(command, options.get());
   AddPartition(command, &options->partition);
@@ -246,11 +245,7 @@ void AddFiles(CLI::App* command, Action* chosen) {
       ->type_name("FILE");
   command->add_flag("--force", options->force, "Replace an existing mapfile");
   AddJson(command, &options->json);
-  command->callback([=] {
-    options->cache = storages->back();
-    if (storages->size() > 1) options->source = storages->front();
-    *chosen = [options] { return RunFiles(*options); };
-  });
+  command->callback([=] { *chosen = [options] { return RunFiles(*options); }; });
 }
 
 void AddReport(CLI::App* command, Action* chosen) {
