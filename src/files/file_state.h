@@ -26,7 +26,7 @@ ExtentSet NeedsOf(const FoundFile& file);
 
 FileState StateOf(const FoundFile& file, const StatusMap& map);
 
-// The same for sectors that belong together.
+// How much of these sectors the cache lacks, whatever file they belong to.
 FileState StateOf(const ExtentSet& sectors, const StatusMap& map);
 
 // Adds what of the sectors the cache lacks to `lacking`.

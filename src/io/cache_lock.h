@@ -31,7 +31,8 @@ class CacheLock : public std::enable_shared_from_this<CacheLock> {
   void BeginFlush() { platform::BeginFlush(m_file.Handle()); }
 
   // For those who store as they are asked, without a run that has an end: NoteStored flushes when
-  // the last time was kSyncSeconds ago, SyncNoted if anything was noted and not flushed since.
+  // the last time was kSyncSeconds ago. SyncNoted flushes if anything was noted and not flushed
+  // since, and answers whether there was.
   void NoteStored();
   bool SyncNoted();
 

@@ -23,7 +23,7 @@ struct AskAnswer {
   // The first sector that the drive itself named as bad; kNowhere when it named none.
   u64 firstBad = kNowhere;
   // What the drive said of a failure: sense key, additional code and qualifier, as 0xKKAAQQ; 0 when
-  // it said nothing, or nobody passed it on.
+  // it said nothing, or the system kept that to itself.
   u32 sense = 0;
 };
 
