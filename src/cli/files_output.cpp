@@ -2,10 +2,12 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "cli/files_output.h"
 
+#include <algorithm>
 #include <array>
 
 #include <nlohmann/json.hpp>
 
+#include "base/json_text.h"
 #include "base/printable.h"
 #include "cli/output.h"
 #include "imaging/size_text.h"
@@ -111,8 +113,8 @@ class JsonOutput final : public FilesOutput {
   }
 
   void End() override {
-    Print("\n],\"volumes\":" + JsonText(m_volumes) + ",\"damagedFolders\":" + JsonText(m_damaged) +
-          "}\n");
+    Print("\n],\"volumes\":" + CompactJson(m_volumes) +
+          ",\"damagedFolders\":" + CompactJson(m_damaged) + "}\n");
   }
 
  private:

@@ -3,6 +3,7 @@
 #include <functional>
 #include <sstream>
 
+#include "base/json_text.h"
 #include "base/path_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"

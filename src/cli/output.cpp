@@ -8,8 +8,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/json_text.h"
 #include "base/printable.h"
-#include "base/types.h"
 #include "platform/system_error.h"
 
 namespace larkspur::cli {
@@ -22,21 +22,8 @@ void NoteOutputError() {
   if (g_outputError == 0) g_outputError = errno ? errno : EIO;
 }
 
-// Of control characters, the serializer escapes those below the space only.
 std::string Dump(const Json& value, int indent) {
-  const std::string text = value.dump(indent, ' ', false, Json::error_handler_t::replace);
-  std::string out;
-  out.reserve(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
-    const u8 byte = static_cast<u8>(text[i]);
-    const bool isLead = byte == 0xC2 && static_cast<u8>(text[i + 1]) < 0xA0;  // U+0080 to U+009F
-    if (byte == 0x7F || isLead) {
-      out += fmt::format("\\u{:04x}", isLead ? static_cast<u8>(text[++i]) : byte);
-    } else {
-      out += text[i];
-    }
-  }
-  return out;
+  return WithControlsEscaped(value.dump(indent, ' ', false, Json::error_handler_t::replace));
 }
 
 }  // namespace
@@ -60,14 +47,7 @@ void PrintJson(const Json& document) {
   Print(Dump(document, 2) + "\n");
 }
 
-std::string JsonText(const std::string& text) {
-  const bool isAsItIs =
-      PlainLength(text) == text.size() && text.find_first_of("\"\\") == std::string::npos;
-  if (isAsItIs) return '"' + text + '"';
-  return Dump(text, -1);
-}
-
-std::string JsonText(const Json& value) {
+std::string CompactJson(const Json& value) {
   return Dump(value, -1);
 }
 

@@ -24,10 +24,8 @@ void PrintJson(const Json& document);
 // not take all of the results.
 ExitStatus FinishOutput(ExitStatus status);
 
-// One JSON value on one line, for documents that are written piece by piece; a text is a string
-// with its quotes.
-std::string JsonText(const std::string& text);
-std::string JsonText(const Json& value);
+// One JSON value on one line, for documents that are written piece by piece.
+std::string CompactJson(const Json& value);
 
 // A line "larkspur: ..." for the user, beside the results.
 void Tell(const std::string& message);

@@ -4,7 +4,7 @@
 
 #include <charconv>
 
-#include <nlohmann/json.hpp>
+#include "base/json_text.h"
 
 namespace larkspur {
 namespace {
@@ -117,8 +117,7 @@ std::optional<std::string> JsonLine::Text(std::string_view key) const {
   if (field->value.find('\\') == std::string_view::npos) {
     return std::string(WithoutQuotes(field->value));
   }
-  const auto value = nlohmann::json::parse(field->value, nullptr, false);
-  return value.is_string() ? std::optional(value.get<std::string>()) : std::nullopt;
+  return TextOfJson(field->value);
 }
 
 }  // namespace larkspur

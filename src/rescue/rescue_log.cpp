@@ -5,8 +5,8 @@
 #include <chrono>
 
 #include <fmt/core.h>
-#include <nlohmann/json.hpp>
 
+#include "base/json_text.h"
 #include "platform/system_error.h"
 
 namespace larkspur {
@@ -24,11 +24,6 @@ std::string UtcNow() {
   return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", int{date.year()},
                      unsigned{date.month()}, unsigned{date.day()}, time.hours().count(),
                      time.minutes().count(), time.seconds().count(), time.subseconds().count());
-}
-
-// A JSON string with its quotes. What is no UTF-8 becomes U+FFFD.
-std::string Quoted(std::string_view text) {
-  return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 bool MayWriteTo(const char16_t* path) {
@@ -71,7 +66,7 @@ LogEvent& LogEvent::Add(std::string_view key, double value) {
 
 LogEvent& LogEvent::Add(std::string_view key, std::string_view text) {
   Key(key);
-  m_line += Quoted(text) + "}";
+  m_line += JsonText(text) + "}";
   return *this;
 }
 
@@ -80,8 +75,9 @@ LogEvent& LogEvent::Add(std::string_view key, const SourceIdentity& source) {
   m_line += fmt::format(
       R"({{"path":{},"model":{},"serial":{},"firmware":{},"sectors":{},"logicalSectorSize":{},)"
       R"("physicalSectorSize":{}}}}})",
-      Quoted(source.path), Quoted(source.model), Quoted(source.serial), Quoted(source.firmware),
-      source.sectors, source.logicalSectorBytes, source.physicalSectorBytes);
+      JsonText(source.path), JsonText(source.model), JsonText(source.serial),
+      JsonText(source.firmware), source.sectors, source.logicalSectorBytes,
+      source.physicalSectorBytes);
   return *this;
 }
 
