@@ -22,7 +22,7 @@ namespace {
 // Goes through the volumes and gives what fits the options to the output.
 class FilesRun {
  public:
-  FilesRun(const FilesOptions& options, const StatusMap& map, FilesOutput* output)
+  FilesRun(const FilesOptions& options, StatusMap& map, FilesOutput* output)
       : m_options(options), m_map(map), m_output(output) {
     for (const std::string& glob : options.paths) m_globs.emplace_back(glob);
   }
@@ -101,7 +101,7 @@ class FilesRun {
   }
 
   const FilesOptions& m_options;
-  const StatusMap& m_map;
+  StatusMap& m_map;
   FilesOutput* m_output;
   std::vector<Glob> m_globs;
   ExtentSet m_needed;
@@ -168,7 +168,7 @@ ExitStatus RunFiles(const FilesOptions& options) {
   }
   auto cache = OpenCacheToLook(options.cache);
   if (!cache) return kExitFailed;
-  const StatusMap map(cache->image.get());
+  StatusMap map(cache->image.get());
   std::vector<PlacedVolume> volumes;
   ExitStatus status = FindVolumes(options, cache->image.get(), &volumes);
   if (status != kExitDone) return status;

@@ -103,7 +103,7 @@ std::string Now() {
   return text;
 }
 
-void AddFile(const PlacedVolume& volume, const FoundFile& file, const StatusMap& map,
+void AddFile(const PlacedVolume& volume, const FoundFile& file, StatusMap& map,
              ReportFiles* files) {
   if (file.deleted) return;
   const FileState state = StateOf(file, map);
@@ -148,7 +148,7 @@ std::vector<ReportPartition> PartitionsOf(cBaseIO* image) {
   return partitions;
 }
 
-void WalkVolume(const PlacedVolume& volume, WalkedStorage* storage, const StatusMap& map,
+void WalkVolume(const PlacedVolume& volume, WalkedStorage* storage, StatusMap& map,
                 ReportFiles* files) {
   WalkEvents events;
   events.file = [&](const FoundFile& file) { AddFile(volume, file, map, files); };
@@ -178,7 +178,7 @@ ReportFacts GatherFacts(const std::string& cache, cKVRSparseIO* image) {
 }
 
 void GatherFiles(cKVRSparseIO* image, ReportFiles* files) {
-  const StatusMap map(image);
+  StatusMap map(image);
   CacheStorage storage(image, map);
   for (const PlacedVolume& volume : VolumesOf(image)) WalkVolume(volume, &storage, map, files);
 }

@@ -17,18 +17,20 @@ namespace larkspur::cli {
 class CacheStorage final : public WalkedStorage {
  public:
   // Both outlive it.
-  CacheStorage(cKVRSparseIO* image, const StatusMap& map) : m_image(image), m_map(map) {}
+  CacheStorage(cKVRSparseIO* image, StatusMap& map) : m_image(image), m_map(map) {}
 
   bool Read(u64 first, u32 count, u8* buffer, bool /*ahead*/) override {
+    // Asked before: another run may store what is being read.
+    const bool isPresent = m_map.IsPresent(first, count);
     m_image->SetPosition(first);
     const u32 got = m_image->Read(buffer, count);
     std::memset(buffer + u64{got} * kSectorBytes, 0, u64{count - got} * kSectorBytes);
-    return got == count && m_map.IsPresent(first, count);
+    return got == count && isPresent;
   }
 
  private:
   cKVRSparseIO* m_image;
-  const StatusMap& m_map;
+  StatusMap& m_map;
 };
 
 // What the rescue engine delivers. It reads ahead until the disk fails for the first time: then

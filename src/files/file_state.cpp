@@ -4,7 +4,7 @@
 
 namespace larkspur {
 
-FileState StateOf(const ExtentSet& sectors, const StatusMap& map) {
+FileState StateOf(const ExtentSet& sectors, StatusMap& map) {
   FileState state;
   sectors.Visit([&](SectorRange range) {
     const StatusCounts counts = map.Count(range.first, range.count);
@@ -24,7 +24,7 @@ ExtentSet NeedsOf(const FoundFile& file) {
   return needs;
 }
 
-FileState StateOf(const FoundFile& file, const StatusMap& map) {
+FileState StateOf(const FoundFile& file, StatusMap& map) {
   FileState state = StateOf(NeedsOf(file), map);
   // Its metadata is there and makes no sense: not even asking again helps.
   if (!file.known && state.condition == FileCondition::kComplete) {
@@ -33,7 +33,7 @@ FileState StateOf(const FoundFile& file, const StatusMap& map) {
   return state;
 }
 
-void AddLacking(const ExtentSet& sectors, const StatusMap& map, ExtentSet* lacking) {
+void AddLacking(const ExtentSet& sectors, StatusMap& map, ExtentSet* lacking) {
   sectors.Visit([&](SectorRange range) {
     map.Visit(range.first, range.count, [lacking](u64 start, u64 count, SectorStatus status) {
       if (status != kPresent) lacking->Add({start, count});

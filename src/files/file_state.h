@@ -24,12 +24,12 @@ struct FileState {
 // What holds the file's data and, where that is not known, what would tell.
 ExtentSet NeedsOf(const FoundFile& file);
 
-FileState StateOf(const FoundFile& file, const StatusMap& map);
+FileState StateOf(const FoundFile& file, StatusMap& map);
 
 // How much of these sectors the cache lacks, whatever file they belong to.
-FileState StateOf(const ExtentSet& sectors, const StatusMap& map);
+FileState StateOf(const ExtentSet& sectors, StatusMap& map);
 
 // Adds what of the sectors the cache lacks to `lacking`.
-void AddLacking(const ExtentSet& sectors, const StatusMap& map, ExtentSet* lacking);
+void AddLacking(const ExtentSet& sectors, StatusMap& map, ExtentSet* lacking);
 
 }  // namespace larkspur

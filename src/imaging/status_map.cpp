@@ -4,15 +4,21 @@
 
 namespace larkspur {
 
-StatusMap::StatusMap(cKVRSparseIO* image) {
-  image->VisitExtents(0, image->GetSectorCount(),
-                      [this](u64 start, u64 sectors, SectorStatus status) {
-                        m_extents.push_back({start + sectors, status});
-                        return true;
-                      });
+const StatusMap::Part& StatusMap::PartAt(u64 sector) {
+  const u64 number = sector / kPartSectors;
+  Part& part = m_parts[number];
+  if (!part.empty()) return part;
+  const u64 first = number * kPartSectors;
+  const u64 end = std::min(m_sectors, first + kPartSectors);
+  m_image->VisitExtents(first, end - first, [&part](u64 start, u64 sectors, SectorStatus status) {
+    part.push_back({start + sectors, status});
+    return true;
+  });
+  if (part.empty()) part.push_back({end, kUnknown});
+  return part;
 }
 
-StatusCounts StatusMap::Count(u64 first, u64 count) const {
+StatusCounts StatusMap::Count(u64 first, u64 count) {
   StatusCounts counts;
   Visit(first, count,
         [&counts](u64, u64 sectors, SectorStatus status) { counts.Add(status, sectors); });

@@ -15,14 +15,21 @@ namespace larkspur {
 namespace {
 
 TEST(StatusMap, TellsOfAnyRangeWhatTheImageTells) {
-  const auto image = fakes::CreateImage(fakes::MakeStore(), 1000);
-  image->Write(10, fakes::Pattern(10, 300).data(), 300);
-  for (const u64 sector : {5u, 20u, 21u, 999u}) image->MarkSectorBad(sector);
-  const StatusMap map(image.get());
-  EXPECT_EQ(map.Sectors(), 1000u);
+  constexpr u64 kPart = 32768;  // looked at together
+  constexpr u64 kSectors = 2 * kPart + 1000;
+  const auto image = fakes::CreateImage(fakes::MakeStore(), kSectors);
+  for (const u64 start : {u64{10}, kPart - 100}) {
+    image->Write(start, fakes::Pattern(start, 300).data(), 300);
+  }
+  for (const u64 sector : {u64{5}, u64{20}, u64{21}, kPart, kSectors - 1})
+    image->MarkSectorBad(sector);
+  StatusMap map(image.get());
+  EXPECT_EQ(map.Sectors(), kSectors);
   fakes::RandomSource random;
   for (int turn = 0; turn < 300; ++turn) {
-    const u64 first = random.Below(1000), count = random.Below(1001 - first);
+    const u64 near = turn % 2 == 0 ? 0 : kPart - 500;
+    const u64 first = near + random.Below(1000);
+    const u64 count = random.Below(turn % 3 == 0 ? kSectors + 1 - first : 500);
     const StatusCounts got = map.Count(first, count);
     const StatusCounts expected = CountStatuses(image.get(), first, count);
     EXPECT_EQ(got.present, expected.present) << random.seed;
@@ -31,8 +38,8 @@ TEST(StatusMap, TellsOfAnyRangeWhatTheImageTells) {
   }
   EXPECT_TRUE(map.IsPresent(22, 288));
   EXPECT_FALSE(map.IsPresent(21, 2));
-  EXPECT_EQ(map.Count(990, 100).missing, 99u);  // past the end
-  EXPECT_EQ(map.Count(5000, kNowhere).missing, kNowhere - 5000);
+  EXPECT_EQ(map.Count(kSectors - 10, 100).missing, 99u);  // past the end
+  EXPECT_EQ(map.Count(2 * kSectors, kNowhere).missing, kNowhere - 2 * kSectors);
 }
 
 // "present/unreadable/missing" of every cell.
