@@ -114,7 +114,8 @@ void ReadNodeAhead(Scan& scan, const cPartTreeItem& node) {
     if (!scan.TakesNotes() || piece.first + piece.count > length) break;
     scan.ReadAhead(node.m_start + piece.first, piece.count);
   }
-  if (length > 64 + kAtEnd) scan.ReadAhead(node.m_start + length - kAtEnd, kAtEnd);
+  // The sector past it as well: often the next logical drive's table or the next partition.
+  if (length > 64 + kAtEnd) scan.ReadAhead(node.m_start + length - kAtEnd, kAtEnd + 1);
 }
 
 }  // namespace

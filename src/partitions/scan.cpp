@@ -98,7 +98,7 @@ void Scan::ReadAhead(u64 sector, u32 count) {
   sector += known;
   count -= known;
   if (count == 0 || UnknownRun(sector, count) != count) return;
-  m_ahead.resize(size_t{count} * kSectorBytes);
+  m_ahead.resize(std::max(m_ahead.size(), size_t{count} * kSectorBytes));  // zeroed once
   // A failure is met, and reported, by the caller that needs the sector.
   const u32 got = m_io->SetPosition(sector) == sector ? m_io->Read(m_ahead.data(), count) : 0;
   if (m_options.trace) m_options.trace->push_back({sector, count, std::min(got, count), m_asker});
