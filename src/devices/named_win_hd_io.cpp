@@ -33,7 +33,7 @@ std::u16string PrefixOf(std::u16string_view path) {
   if (!HasDevicePrefix(path)) return std::u16string(path) + u": ";
   path.remove_prefix(4);
   if (path.size() == 2 && path[1] == u':' && IsAsciiLetter(path[0])) {
-    return std::u16string(u"Drive ") + UpperCase(path[0]) + u": ";
+    return u"Drive " + std::u16string(1, UpperCase(path[0])) + u": ";
   }
   return std::u16string(path) + u": ";
 }
