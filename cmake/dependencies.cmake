@@ -27,6 +27,7 @@ larkspur_take_headers(nlohmann json.hpp nlohmann-json3-dev)
 larkspur_take_headers(fmt format-inl.h libfmt-dev)
 larkspur_take_headers(stb stb_image_write.h libstb-dev)
 larkspur_take_headers(rapidxml rapidxml.hpp librapidxml-dev)
+larkspur_take_headers(tl expected.hpp libexpected-dev)
 
 add_library(larkspur_headers INTERFACE)
 target_include_directories(larkspur_headers SYSTEM INTERFACE ${LARKSPUR_HEADERS})

@@ -57,6 +57,8 @@ def include_faults(path, text):
             yield f'includes "{target}": {area}/ may not know {other}/'
     if not in_platform and OS_CONDITION.search(text):
         yield "asks which system it is built for: the build picks the file"
+    if ".value()" in text:
+        yield "calls value(), which throws: ask first, then use * or ->"
 
 
 def faults():
