@@ -35,14 +35,12 @@ ExitStatus LiveReport::Open() {
   // A killed run may have left its own.
   if (platform::KindOfPath(unfinished.c_str()) != platform::PathKind::kAbsent &&
       !IsReport(unfinished)) {
-    return Fail(OutputWords(Utf8FromWide(unfinished), {OutputAnswer::kExists, 0, {}}));
+    return Fail(OutputWords(Utf8FromWide(unfinished), {OutputFaultKind::kExists}));
   }
   // The command that resumes a rescue replaces its own page.
-  const OutputFile output =
-      OpenOutputFile(path, m_options.force || IsReport(path),
-                     {WideFromUtf8(m_options.cache), WideFromUtf8(m_options.source)});
-  if (output.answer != OutputAnswer::kOpened) return Fail(OutputWords(m_options.report, output));
-  return kExitDone;
+  const auto file = OpenOutputFile(path, m_options.force || IsReport(path),
+                                   {WideFromUtf8(m_options.cache), WideFromUtf8(m_options.source)});
+  return file ? kExitDone : Fail(OutputWords(m_options.report, file.error()));
 }
 
 void LiveReport::Update(cKVRSparseIO* image) {

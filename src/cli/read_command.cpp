@@ -22,11 +22,14 @@ class Output {
   // False when nothing may or can be written there; the user has been told.
   bool Open(const ReadOptions& options) {
     if (options.output.empty()) return true;
-    OutputFile output = OpenOutputFile(WideFromUtf8(options.output), options.force,
-                                       {WideFromUtf8(options.source), WideFromUtf8(options.cache)});
-    if (output.answer != OutputAnswer::kOpened) Tell(OutputWords(options.output, output));
-    m_file = std::move(output.file);
-    return m_file.IsOpen();
+    auto file = OpenOutputFile(WideFromUtf8(options.output), options.force,
+                               {WideFromUtf8(options.source), WideFromUtf8(options.cache)});
+    if (!file) {
+      Tell(OutputWords(options.output, file.error()));
+      return false;
+    }
+    m_file = std::move(*file);
+    return true;
   }
 
   bool Write(const u8* bytes, u32 count) {

@@ -110,26 +110,24 @@ std::string CannotOpenWords(const std::string& name, unsigned systemError) {
   return Failure(name, words, systemError);
 }
 
-std::string OutputWords(const std::string& name, const OutputFile& output) {
-  switch (output.answer) {
-    case OutputAnswer::kOpened:
-      return {};
-    case OutputAnswer::kExists:
+std::string OutputWords(const std::string& name, const OutputFault& fault) {
+  switch (fault.kind) {
+    case OutputFaultKind::kExists:
       return name + ": this already exists; choose another name, or replace it with --force";
-    case OutputAnswer::kInput:
+    case OutputFaultKind::kInput:
       return name + ": this would overwrite the source or the cache; choose another name";
-    case OutputAnswer::kInUse:
+    case OutputFaultKind::kInUse:
       return name + ": another run is using this file; choose another name";
-    case OutputAnswer::kOnSourceDisk:
+    case OutputFaultKind::kOnSourceDisk:
       return name +
              ": this is on the very disk that is to be read, and writing there destroys what can "
              "still be saved; choose another disk";
-    case OutputAnswer::kDevice:
+    case OutputFaultKind::kDevice:
       return name + ": this is a device, which would be overwritten; name a file";
-    case OutputAnswer::kFolder:
+    case OutputFaultKind::kFolder:
       return name + ": this is a folder; name a file in it";
-    case OutputAnswer::kCannotMake:
-      return Failure(name, "the file cannot be created", output.systemError);
+    case OutputFaultKind::kCannotMake:
+      return Failure(name, "the file cannot be created", fault.systemError);
   }
   return {};
 }
@@ -158,9 +156,9 @@ ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, 
 
 ExitStatus WriteFileOrTell(const std::string& path, bool force, const std::string& input,
                            const std::function<std::string()>& make) {
-  const OutputFile output = OpenOutputFile(WideFromUtf8(path), force, {WideFromUtf8(input)});
-  if (output.answer != OutputAnswer::kOpened) return Fail(OutputWords(path, output));
-  if (WriteOutput(output.file, make())) return kExitDone;
+  const auto file = OpenOutputFile(WideFromUtf8(path), force, {WideFromUtf8(input)});
+  if (!file) return Fail(OutputWords(path, file.error()));
+  if (WriteOutput(*file, make())) return kExitDone;
   return Fail(Failure(path, "the file could not be written", platform::LastFailure()));
 }
 

@@ -36,6 +36,6 @@ ExitStatus WriteFileOrTell(const std::string& path, bool force, const std::strin
                            const std::function<std::string()>& make);
 
 // Why nothing is written to `name`.
-std::string OutputWords(const std::string& name, const OutputFile& output);
+std::string OutputWords(const std::string& name, const OutputFault& fault);
 
 }  // namespace larkspur::cli

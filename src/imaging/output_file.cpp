@@ -15,49 +15,52 @@ using platform::PathKind;
 
 constexpr size_t kTransferBytes = 1 << 20;
 
-OutputFile Answered(OutputAnswer answer) {
-  return {answer, platform::LastFailure(), {}};
+using Opening = Result<OwnedFile, OutputFault>;
+
+Opening FailedAs(OutputFaultKind kind) {
+  return Failed(OutputFault{kind, platform::LastFailure()});
 }
 
-OutputFile Opened(OwnedFile file) {
-  if (!file.IsOpen()) return Answered(OutputAnswer::kCannotMake);
-  return {OutputAnswer::kOpened, 0, std::move(file)};
+Opening Opened(OwnedFile file) {
+  return file.IsOpen() ? Opening(std::move(file)) : FailedAs(OutputFaultKind::kCannotMake);
 }
 
 // The existing file, emptied; a cache that a run is working on is locked and stays as it is.
-OutputFile Replace(const std::u16string& path) {
+Opening Replace(const std::u16string& path) {
   OwnedFile file(
       platform::OpenExistingFile(path.c_str(), platform::kOpenRead | platform::kOpenWrite));
-  if (!file.IsOpen()) return Answered(OutputAnswer::kCannotMake);
+  if (!file.IsOpen()) return FailedAs(OutputFaultKind::kCannotMake);
   if (platform::LockFileAlone(file.Handle()) == platform::LockAnswer::kLockedElsewhere) {
-    return Answered(OutputAnswer::kInUse);
+    return FailedAs(OutputFaultKind::kInUse);
   }
   platform::SetLastFailure(0);
-  if (!platform::SetFileSize(file.Handle(), 0)) return Answered(OutputAnswer::kCannotMake);
+  if (!platform::SetFileSize(file.Handle(), 0)) return FailedAs(OutputFaultKind::kCannotMake);
   return Opened(std::move(file));
 }
 
 }  // namespace
 
-OutputFile OpenOutputFile(const std::u16string& path, bool replace,
-                          std::initializer_list<std::u16string> inputs) {
+Opening OpenOutputFile(const std::u16string& path, bool replace,
+                       std::initializer_list<std::u16string> inputs) {
   platform::SetLastFailure(0);
   const PathKind kind = platform::KindOfPath(path.c_str());
-  if (kind == PathKind::kFolder) return Answered(OutputAnswer::kFolder);
-  if (kind == PathKind::kDevice || kind == PathKind::kOther) return Answered(OutputAnswer::kDevice);
-  if (kind == PathKind::kUnknown) return Answered(OutputAnswer::kCannotMake);
+  if (kind == PathKind::kFolder) return FailedAs(OutputFaultKind::kFolder);
+  if (kind == PathKind::kDevice || kind == PathKind::kOther) {
+    return FailedAs(OutputFaultKind::kDevice);
+  }
+  if (kind == PathKind::kUnknown) return FailedAs(OutputFaultKind::kCannotMake);
   for (const std::u16string& input : inputs) {
     if (input.empty()) continue;
     if (kind == PathKind::kFile && platform::AreSameFile(path.c_str(), input.c_str())) {
-      return Answered(OutputAnswer::kInput);
+      return FailedAs(OutputFaultKind::kInput);
     }
     if (platform::IsFileOnDisk(path.c_str(), input.c_str())) {
-      return Answered(OutputAnswer::kOnSourceDisk);
+      return FailedAs(OutputFaultKind::kOnSourceDisk);
     }
   }
   platform::SetLastFailure(0);
   if (kind == PathKind::kAbsent) return Opened(OwnedFile(platform::CreateNewFile(path.c_str())));
-  return replace ? Replace(path) : Answered(OutputAnswer::kExists);
+  return replace ? Replace(path) : FailedAs(OutputFaultKind::kExists);
 }
 
 bool WriteOutput(const OwnedFile& file, std::string_view bytes) {

@@ -9,12 +9,12 @@
 #include <string>
 #include <string_view>
 
+#include "base/result.h"
 #include "platform/owned_file.h"
 
 namespace larkspur {
 
-enum class OutputAnswer {
-  kOpened,
+enum class OutputFaultKind {
   kExists,        // and may not be replaced
   kInput,         // it is what the run reads, or its cache
   kInUse,         // another run is working on this file
@@ -24,16 +24,15 @@ enum class OutputAnswer {
   kCannotMake,  // systemError says why
 };
 
-struct OutputFile {
-  OutputAnswer answer = OutputAnswer::kCannotMake;
+struct OutputFault {
+  OutputFaultKind kind;
   u32 systemError = 0;
-  platform::OwnedFile file;
 };
 
 // Makes the file at `path`, or with `replace` empties the one that is there. `inputs` are the paths
 // that the run works on.
-OutputFile OpenOutputFile(const std::u16string& path, bool replace,
-                          std::initializer_list<std::u16string> inputs);
+Result<platform::OwnedFile, OutputFault> OpenOutputFile(
+    const std::u16string& path, bool replace, std::initializer_list<std::u16string> inputs);
 
 // Writes all bytes at the file's beginning and flushes them to disk; false with the system's error
 // in platform::LastFailure().
