@@ -25,11 +25,10 @@ void CheckOrder(const std::vector<larkspur::SectorRange>& ranges) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t count) {
   using namespace larkspur;
   std::istringstream in(std::string(reinterpret_cast<const char*>(bytes), count));
-  std::vector<MapfileBlock> blocks;
-  MapfileFault fault;
-  if (!ParseMapfile(in, &blocks, &fault)) return 0;
-  CheckOrder(FinishedSectors(blocks));
-  const ImportPlan plan = PlanImport(blocks);
+  const auto blocks = ParseMapfile(in);
+  if (!blocks) return 0;
+  CheckOrder(FinishedSectors(*blocks));
+  const ImportPlan plan = PlanImport(*blocks);
   for (const auto* list : {&plan.present, &plan.unreadable, &plan.tried}) CheckOrder(*list);
   return 0;
 }

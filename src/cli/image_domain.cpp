@@ -5,10 +5,10 @@
 #include "base/path_text.h"
 #include "cli/output.h"
 #include "cli/partition.h"
+#include "cli/storages.h"
 #include "cli/walked_storages.h"
 #include "files/volumes.h"
 #include "files/walk.h"
-#include "imaging/mapfile.h"
 #include "platform/system_error.h"
 #include "platform/terminal.h"
 #include "rescue/rescue_io.h"
@@ -17,15 +17,9 @@ namespace larkspur::cli {
 namespace {
 
 ExitStatus CutToMapfile(const ImageOptions& options, ExtentSet* domain) {
-  const MapfileDomain wanted = ReadDomain(WideFromUtf8(options.domain));
-  if (wanted.answer == DomainAnswer::kCannotRead) {
-    return Fail(Failure(options.domain, "the mapfile cannot be read", wanted.systemError));
-  }
-  if (wanted.answer == DomainAnswer::kWrong) {
-    return Fail(
-        fmt::format("{}: line {}: {}", options.domain, wanted.fault.line, wanted.fault.detail));
-  }
-  *domain = domain->Intersection(wanted.extents);
+  const auto wanted = ReadDomain(WideFromUtf8(options.domain));
+  if (!wanted) return Fail(MapfileWords(options.domain, wanted.error()));
+  *domain = domain->Intersection(*wanted);
   return kExitDone;
 }
 

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include <sstream>
-
 #include <nlohmann/json.hpp>
 
 #include "base/path_text.h"
@@ -12,7 +10,6 @@
 #include "imaging/cache.h"
 #include "imaging/import.h"
 #include "imaging/size_text.h"
-#include "imaging/text_file.h"
 #include "platform/disk_use.h"
 #include "platform/system_error.h"
 #include "platform/terminal.h"
@@ -22,27 +19,20 @@
 namespace larkspur::cli {
 namespace {
 
-ExitStatus ReadPlan(const std::string& path, ImportPlan* plan) {
-  platform::SetLastFailure(0);
-  const auto text = ReadWholeFile(WideFromUtf8(path), kMaxMapfileBytes);
-  if (!text && platform::LastFailure() == 0) {
-    return Fail(fmt::format("{}: this is not a mapfile: it is larger than {}", path,
-                            SizeText(kMaxMapfileBytes)));
+Result<ImportPlan, ExitStatus> ReadPlan(const std::string& path) {
+  const auto blocks = ReadMapfile(WideFromUtf8(path));
+  if (!blocks && blocks.error().detail.empty() && blocks.error().systemError == 0) {
+    return Failed(Fail(fmt::format("{}: this is not a mapfile: it is larger than {}", path,
+                                   SizeText(kMaxMapfileBytes))));
   }
-  if (!text) return Fail(Failure(path, "the mapfile cannot be read", platform::LastFailure()));
-  std::istringstream in(*text);
-  std::vector<MapfileBlock> blocks;
-  MapfileFault fault;
-  if (!ParseMapfile(in, &blocks, &fault)) {
-    return Fail(fmt::format("{}: line {}: {}", path, fault.line, fault.detail));
+  if (!blocks) return Failed(Fail(MapfileWords(path, blocks.error())));
+  ImportPlan plan = PlanImport(*blocks);
+  if (plan.sectors == 0) return Failed(Fail(path + ": the mapfile covers no sector"));
+  if (plan.sectors >= kMaxSparseSectors) {
+    return Failed(Fail(fmt::format("{}: the mapfile covers {} sectors; a cache holds fewer than {}",
+                                   path, plan.sectors, kMaxSparseSectors)));
   }
-  *plan = PlanImport(blocks);
-  if (plan->sectors == 0) return Fail(path + ": the mapfile covers no sector");
-  if (plan->sectors >= kMaxSparseSectors) {
-    return Fail(fmt::format("{}: the mapfile covers {} sectors; a cache holds fewer than {}", path,
-                            plan->sectors, kMaxSparseSectors));
-  }
-  return kExitDone;
+  return plan;
 }
 
 std::string SizeWords(const ImportOptions& options, const ImportPlan& plan, u64 imageBytes) {
@@ -133,10 +123,9 @@ void NoteTried(const ImportOptions& options, const ImportPlan& plan) {
 
 ExitStatus RunImport(const ImportOptions& options) {
   const std::atomic<bool>& stop = platform::InterruptFlag();
-  ImportPlan plan;
-  if (const ExitStatus status = ReadPlan(options.mapfile, &plan); status != kExitDone) {
-    return status;
-  }
+  const auto read = ReadPlan(options.mapfile);
+  if (!read) return read.error();
+  const ImportPlan& plan = *read;
   if (plan.trailingBytes > 0) {
     Tell(fmt::format("{}: the last {} bytes are not a whole sector and are left out",
                      options.mapfile, plan.trailingBytes));

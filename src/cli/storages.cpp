@@ -22,11 +22,8 @@ std::string SourceWords(const Source& source, const StorageOptions& options) {
     case SourceAnswer::kTooLarge:
       return fmt::format("{}: the source has {} sectors; a cache holds fewer than {}", name,
                          source.sectors, kMaxSparseSectors);
-    case SourceAnswer::kMapfileUnreadable:
-      return Failure(options.testMode, "the mapfile cannot be read", source.systemError);
-    case SourceAnswer::kMapfileWrong:
-      return fmt::format("{}: line {}: {}", options.testMode, source.mapfileFault.line,
-                         source.mapfileFault.detail);
+    case SourceAnswer::kMapfile:
+      return MapfileWords(options.testMode, source.mapfileFault);
   }
   return {};
 }
@@ -108,6 +105,11 @@ std::string CannotOpenWords(const std::string& name, unsigned systemError) {
     words = "the device is not there, or has no medium";
   }
   return Failure(name, words, systemError);
+}
+
+std::string MapfileWords(const std::string& name, const MapfileFault& fault) {
+  if (fault.detail.empty()) return Failure(name, "the mapfile cannot be read", fault.systemError);
+  return fmt::format("{}: line {}: {}", name, fault.line, fault.detail);
 }
 
 std::string OutputWords(const std::string& name, const OutputFault& fault) {

@@ -35,6 +35,9 @@ void TellCacheAnswer(const std::string& name, const Cache& cache, u64 sourceSect
 ExitStatus WriteFileOrTell(const std::string& path, bool force, const std::string& input,
                            const std::function<std::string()>& make);
 
+// What is wrong with the mapfile `name`.
+std::string MapfileWords(const std::string& name, const MapfileFault& fault);
+
 // Why nothing is written to `name`.
 std::string OutputWords(const std::string& name, const OutputFault& fault);
 

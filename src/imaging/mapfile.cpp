@@ -67,8 +67,8 @@ const char* BlockFault(const std::vector<std::string>& words, u64 earliest, Mapf
 
 }  // namespace
 
-bool ParseMapfile(std::istream& in, std::vector<MapfileBlock>* blocks, MapfileFault* fault) {
-  blocks->clear();
+Result<std::vector<MapfileBlock>, MapfileFault> ParseMapfile(std::istream& in) {
+  std::vector<MapfileBlock> blocks;
   bool sawStatus = false;
   u32 number = 0;
   u64 end = 0;
@@ -78,18 +78,35 @@ bool ParseMapfile(std::istream& in, std::vector<MapfileBlock>* blocks, MapfileFa
     if (words.empty()) continue;
     MapfileBlock block{};
     const char* detail = sawStatus ? BlockFault(words, end, &block) : StatusLineFault(words);
-    if (detail) {
-      *fault = {number, detail};
-      return false;
-    }
+    if (detail) return Failed(MapfileFault{detail, number});
     if (sawStatus) {
       end = block.position + block.size;
-      blocks->push_back(block);
+      blocks.push_back(block);
     }
     sawStatus = true;
   }
-  if (!sawStatus) *fault = {number, "there is no status line"};
-  return sawStatus;
+  if (!sawStatus) return Failed(MapfileFault{"there is no status line", number});
+  return blocks;
+}
+
+Result<std::vector<MapfileBlock>, MapfileFault> ReadMapfile(const std::u16string& path) {
+  platform::SetLastFailure(0);
+  const auto text = ReadWholeFile(path, kMaxMapfileBytes);
+  if (!text) return Failed(MapfileFault{.systemError = platform::LastFailure()});
+  std::istringstream in(*text);
+  return ParseMapfile(in);
+}
+
+Result<ExtentSet, MapfileFault> ReadDomain(const std::u16string& path) {
+  const auto blocks = ReadMapfile(path);
+  if (!blocks) return Failed(blocks.error());
+  ExtentSet domain;
+  for (const MapfileBlock& block : *blocks) {
+    if (block.status != '+' || block.size == 0) continue;
+    const u64 first = block.position / kSectorBytes;
+    domain.Add({first, (block.position + block.size - 1) / kSectorBytes + 1 - first});
+  }
+  return domain;
 }
 
 std::vector<SectorRange> SectorsMarked(const std::vector<MapfileBlock>& blocks,
@@ -123,27 +140,6 @@ MapfileWriter::MapfileWriter(std::ostream& out, bool complete) : m_out(out) {
 void MapfileWriter::Add(u64 firstSector, u64 sectors, char status) {
   m_out << fmt::format("0x{:08X}  0x{:08X}  {}\n", firstSector << kSectorShift,
                        sectors << kSectorShift, status);
-}
-
-MapfileDomain ReadDomain(const std::u16string& mapfile) {
-  MapfileDomain domain;
-  platform::SetLastFailure(0);
-  const auto text = ReadWholeFile(mapfile, kMaxMapfileBytes);
-  domain.systemError = platform::LastFailure();
-  if (!text) return domain;
-  std::istringstream in(*text);
-  std::vector<MapfileBlock> blocks;
-  if (!ParseMapfile(in, &blocks, &domain.fault)) {
-    domain.answer = DomainAnswer::kWrong;
-    return domain;
-  }
-  for (const MapfileBlock& block : blocks) {
-    if (block.status != '+' || block.size == 0) continue;
-    const u64 first = block.position / kSectorBytes;
-    domain.extents.Add({first, (block.position + block.size - 1) / kSectorBytes + 1 - first});
-  }
-  domain.answer = DomainAnswer::kRead;
-  return domain;
 }
 
 }  // namespace larkspur

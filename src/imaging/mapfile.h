@@ -11,17 +11,12 @@
 #include <string_view>
 #include <vector>
 
+#include "base/result.h"
 #include "base/types.h"
 #include "io/failing_io.h"
 #include "rescue/extent_set.h"
 
 namespace larkspur {
-
-// What is wrong with a mapfile, and in which line (from 1; 0 when it could not be read at all).
-struct MapfileFault {
-  u32 line = 0;
-  std::string detail;
-};
 
 struct MapfileBlock {
   u64 position;  // bytes
@@ -32,8 +27,18 @@ struct MapfileBlock {
 // Mapfiles of a few million areas fit; a longer file is none.
 constexpr u64 kMaxMapfileBytes = u64{256} << 20;
 
-// Reads a mapfile into blocks in order; false with the fault on the first line that is wrong.
-bool ParseMapfile(std::istream& in, std::vector<MapfileBlock>* blocks, MapfileFault* fault);
+struct MapfileFault {
+  std::string detail = {};  // of the first line that is wrong; empty when the file cannot be read
+  u32 line = 0;             // from 1; 0 when there is none
+  u32 systemError = 0;      // why the file cannot be read; 0 when it is too long
+};
+
+// Reads a mapfile into blocks in order.
+Result<std::vector<MapfileBlock>, MapfileFault> ParseMapfile(std::istream& in);
+Result<std::vector<MapfileBlock>, MapfileFault> ReadMapfile(const std::u16string& path);
+
+// The areas that a mapfile marks '+', widened to whole sectors.
+Result<ExtentSet, MapfileFault> ReadDomain(const std::u16string& path);
 
 // The sectors that lie wholly in blocks with one of these statuses, neighbours joined.
 std::vector<SectorRange> SectorsMarked(const std::vector<MapfileBlock>& blocks,
@@ -53,17 +58,5 @@ class MapfileWriter {
  private:
   std::ostream& m_out;
 };
-
-enum class DomainAnswer { kRead, kCannotRead, kWrong };
-
-struct MapfileDomain {
-  DomainAnswer answer = DomainAnswer::kCannotRead;
-  u32 systemError = 0;
-  MapfileFault fault;  // where the mapfile is wrong
-  ExtentSet extents;   // the areas marked '+', widened to whole sectors
-};
-
-// Reads the domain from a GNU ddrescue mapfile: what it marks as finished.
-MapfileDomain ReadDomain(const std::u16string& mapfile);
 
 }  // namespace larkspur

@@ -2,14 +2,11 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "imaging/source.h"
 
-#include <sstream>
-
 #include "devices/device_system.h"
 #include "devices/open_drive.h"
 #include "imaging/asked_device.h"
 #include "imaging/asked_file.h"
 #include "imaging/asked_test_mode.h"
-#include "imaging/text_file.h"
 #include "io/flat_io.h"
 #include "io/sparse_layout.h"
 #include "platform/system_error.h"
@@ -24,13 +21,6 @@ Source Failed(SourceAnswer answer) {
   return source;
 }
 
-Source WrongMapfile(MapfileFault fault) {
-  Source source;
-  source.answer = SourceAnswer::kMapfileWrong;
-  source.mapfileFault = std::move(fault);
-  return source;
-}
-
 // The file or device at `path`; null on failure.
 Owned<cBaseIO> OpenStorage(const std::u16string& path, bool isDevice) {
   if (isDevice) {
@@ -41,26 +31,6 @@ Owned<cBaseIO> OpenStorage(const std::u16string& path, bool isDevice) {
   }
   Owned<cFlatIO> file(new cFlatIO);
   return Owned<cBaseIO>(file->OpenPath(path, true) ? file.release() : nullptr);
-}
-
-// The sectors of a mapfile that --test-mode leaves readable. False fills *fault, a source that
-// says what is wrong.
-bool ReadableSectors(const std::u16string& mapfile, std::vector<SectorRange>* readable,
-                     Source* fault) {
-  const auto text = ReadWholeFile(mapfile, kMaxMapfileBytes);
-  if (!text) {
-    *fault = Failed(SourceAnswer::kMapfileUnreadable);
-    return false;
-  }
-  std::istringstream in(*text);
-  std::vector<MapfileBlock> blocks;
-  MapfileFault where;
-  if (!ParseMapfile(in, &blocks, &where)) {
-    *fault = WrongMapfile(std::move(where));
-    return false;
-  }
-  *readable = FinishedSectors(blocks);
-  return true;
 }
 
 std::unique_ptr<AskedSource> OpenAsked(const std::u16string& path, cBaseIO* storage, bool isDevice,
@@ -94,8 +64,13 @@ Source OpenSource(const std::u16string& path, const SourceOptions& options) {
   source.sectors = source.asked->Identity().sectors;
   source.answer = AnswerFor(source);
   if (!options.testMapfile.empty()) {
-    auto readable = std::make_shared<std::vector<SectorRange>>();
-    if (!ReadableSectors(options.testMapfile, readable.get(), &source)) return source;
+    const auto blocks = ReadMapfile(options.testMapfile);
+    if (!blocks) {
+      source.answer = SourceAnswer::kMapfile;
+      source.mapfileFault = blocks.error();
+      return source;
+    }
+    auto readable = std::make_shared<std::vector<SectorRange>>(FinishedSectors(*blocks));
     storage.reset(new cFailingIO(std::move(storage), readable));
     source.asked.reset(new cAskedTestMode(std::move(source.asked), std::move(readable)));
   }

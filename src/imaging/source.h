@@ -21,8 +21,7 @@ enum class SourceAnswer {
   kCannotOpen,  // systemError says why
   kEmpty,       // no whole sector
   kTooLarge,    // no image can be made of that many sectors
-  kMapfileUnreadable,
-  kMapfileWrong,  // mapfileFault says where
+  kMapfile,     // mapfileFault
 };
 
 // A source ready for reading once: never opened for writing.

@@ -35,22 +35,20 @@ TEST(Mapfile, TellsTheFinishedSectors) {
   };
   for (const auto& c : cases) {
     std::istringstream in(c.text);
-    std::vector<MapfileBlock> blocks;
-    MapfileFault fault;
-    ASSERT_TRUE(ParseMapfile(in, &blocks, &fault)) << c.name << ": " << fault.detail;
-    EXPECT_EQ(Dump(FinishedSectors(blocks)), c.sectors) << c.name;
+    const auto blocks = ParseMapfile(in);
+    ASSERT_TRUE(blocks) << c.name << ": " << blocks.error().detail;
+    EXPECT_EQ(Dump(FinishedSectors(*blocks)), c.sectors) << c.name;
   }
 }
 
 TEST(Mapfile, TellsTheSectorsOfAnyStatus) {
   std::istringstream in("0 +\n0 1024 +\n1024 512 *\n1536 1024 /\n2560 700 -\n3260 324 +\n");
-  std::vector<MapfileBlock> blocks;
-  MapfileFault fault;
-  ASSERT_TRUE(ParseMapfile(in, &blocks, &fault));
-  EXPECT_EQ(Dump(SectorsMarked(blocks, "+")), "0+2 ");
-  EXPECT_EQ(Dump(SectorsMarked(blocks, "*/")), "2+3 ");
-  EXPECT_EQ(Dump(SectorsMarked(blocks, "-")), "5+1 ");
-  EXPECT_EQ(Dump(SectorsMarked(blocks, "-+")), "0+2 5+2 ");
+  const auto blocks = ParseMapfile(in);
+  ASSERT_TRUE(blocks);
+  EXPECT_EQ(Dump(SectorsMarked(*blocks, "+")), "0+2 ");
+  EXPECT_EQ(Dump(SectorsMarked(*blocks, "*/")), "2+3 ");
+  EXPECT_EQ(Dump(SectorsMarked(*blocks, "-")), "5+1 ");
+  EXPECT_EQ(Dump(SectorsMarked(*blocks, "-+")), "0+2 5+2 ");
 }
 
 TEST(Mapfile, NamesTheWrongLine) {
@@ -74,11 +72,10 @@ TEST(Mapfile, NamesTheWrongLine) {
   };
   for (const auto& c : cases) {
     std::istringstream in(c.text);
-    std::vector<MapfileBlock> blocks;
-    MapfileFault fault;
-    EXPECT_FALSE(ParseMapfile(in, &blocks, &fault)) << c.text;
-    EXPECT_EQ(fault.line, c.line) << c.text;
-    EXPECT_FALSE(fault.detail.empty()) << c.text;
+    const auto blocks = ParseMapfile(in);
+    ASSERT_FALSE(blocks) << c.text;
+    EXPECT_EQ(blocks.error().line, c.line) << c.text;
+    EXPECT_FALSE(blocks.error().detail.empty()) << c.text;
   }
 }
 
@@ -89,10 +86,9 @@ TEST(Mapfile, ReadsWhatItWrites) {
   writer.Add(10, u64{1} << 32, '-');
   writer.Add((u64{1} << 32) + 10, 5, '+');
   std::istringstream in(out.str());
-  std::vector<MapfileBlock> blocks;
-  MapfileFault fault;
-  ASSERT_TRUE(ParseMapfile(in, &blocks, &fault)) << fault.detail;
-  EXPECT_EQ(Dump(FinishedSectors(blocks)), "0+10 4294967306+5 ");
+  const auto blocks = ParseMapfile(in);
+  ASSERT_TRUE(blocks) << blocks.error().detail;
+  EXPECT_EQ(Dump(FinishedSectors(*blocks)), "0+10 4294967306+5 ");
 }
 
 }  // namespace

@@ -25,9 +25,10 @@ std::string SourceFault(const Source& source) {
       return "It is empty: it has no whole sector of 512 bytes.";
     case SourceAnswer::kTooLarge:
       return "It has more sectors than a cache can hold.";
-    case SourceAnswer::kMapfileUnreadable:
-      return "The mapfile cannot be read" + BecauseOf(source.systemError);
-    case SourceAnswer::kMapfileWrong:
+    case SourceAnswer::kMapfile:
+      if (source.mapfileFault.detail.empty()) {
+        return "The mapfile cannot be read" + BecauseOf(source.mapfileFault.systemError);
+      }
       return fmt::format("The mapfile is wrong in line {}: {}", source.mapfileFault.line,
                          source.mapfileFault.detail);
   }
