@@ -59,7 +59,7 @@ std::string StopWords(StopReason reason, const StorageOptions& options) {
 ExitStatus Rescue::Open(const StorageOptions& options, EngineOptions engine) {
   m_options = options;
   auto source = OpenSourceOrTell(options);
-  if (!source) return kExitFailed;
+  if (!source) return source.error();
   m_source = std::move(*source);
   if (platform::IsDiskMounted(WideFromUtf8(options.source).c_str())) {
     Tell(options.source +

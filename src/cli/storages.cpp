@@ -10,20 +10,18 @@
 namespace larkspur::cli {
 namespace {
 
-std::string SourceWords(const Source& source, const StorageOptions& options) {
+std::string SourceWords(const SourceFault& fault, const StorageOptions& options) {
   const std::string& name = options.source;
-  switch (source.answer) {
-    case SourceAnswer::kOpened:
-      return {};
-    case SourceAnswer::kCannotOpen:
-      return CannotOpenWords(name, source.systemError);
-    case SourceAnswer::kEmpty:
+  switch (fault.kind) {
+    case SourceFaultKind::kCannotOpen:
+      return CannotOpenWords(name, fault.systemError);
+    case SourceFaultKind::kEmpty:
       return name + ": the source is empty or has no medium: it has no whole sector of 512 bytes";
-    case SourceAnswer::kTooLarge:
+    case SourceFaultKind::kTooLarge:
       return fmt::format("{}: the source has {} sectors; a cache holds fewer than {}", name,
-                         source.sectors, kMaxSparseSectors);
-    case SourceAnswer::kMapfile:
-      return MapfileWords(options.testMode, source.mapfileFault);
+                         fault.sectors, kMaxSparseSectors);
+    case SourceFaultKind::kMapfile:
+      return MapfileWords(options.testMode, fault.mapfile);
   }
   return {};
 }
@@ -79,20 +77,17 @@ std::string CacheWords(const std::string& name, CacheAnswer answer, const Cache&
 
 }  // namespace
 
-std::optional<Source> OpenSourceOrTell(const StorageOptions& options) {
-  Source source =
+Result<Source, ExitStatus> OpenSourceOrTell(const StorageOptions& options) {
+  auto source =
       OpenSource(WideFromUtf8(options.source), {.testMapfile = WideFromUtf8(options.testMode),
                                                 .passThrough = options.passThrough,
                                                 .timeoutSeconds = options.timeoutSeconds});
-  if (source.answer != SourceAnswer::kOpened) {
-    Tell(SourceWords(source, options));
-    return std::nullopt;
-  }
-  if (source.trailingBytes > 0) {
+  if (!source) return Failed(Fail(SourceWords(source.error(), options)));
+  if (source->trailingBytes > 0) {
     Tell(fmt::format("{}: the last {} bytes are not a whole sector and are left out",
-                     options.source, source.trailingBytes));
+                     options.source, source->trailingBytes));
   }
-  return source;
+  return std::move(*source);
 }
 
 std::string CannotOpenWords(const std::string& name, unsigned systemError) {

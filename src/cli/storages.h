@@ -17,8 +17,8 @@ namespace larkspur::cli {
 // None when something is wrong; the user has been told.
 std::optional<Cache> OpenCacheToLook(const std::string& path);
 
-// A source alone; none when something is wrong, and then the user has been told.
-std::optional<Source> OpenSourceOrTell(const StorageOptions& options);
+// A source alone; where that fails, the user has been told.
+Result<Source, ExitStatus> OpenSourceOrTell(const StorageOptions& options);
 
 // Why a device or file could not be opened for reading, with what to do about it.
 std::string CannotOpenWords(const std::string& name, unsigned systemError);

@@ -123,7 +123,7 @@ ExitStatus RunTree(const TreeOptions& options) {
     return kExitFailed;
   }
   auto source = OpenSourceOrTell(options);
-  return source ? ShowTree(options, source->io.get(), nullptr) : kExitFailed;
+  return source ? ShowTree(options, source->io.get(), nullptr) : source.error();
 }
 
 }  // namespace larkspur::cli

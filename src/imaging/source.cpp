@@ -14,13 +14,6 @@
 namespace larkspur {
 namespace {
 
-Source Failed(SourceAnswer answer) {
-  Source source;
-  source.answer = answer;
-  source.systemError = platform::LastFailure();
-  return source;
-}
-
 // The file or device at `path`; null on failure.
 Owned<cBaseIO> OpenStorage(const std::u16string& path, bool isDevice) {
   if (isDevice) {
@@ -39,10 +32,8 @@ std::unique_ptr<AskedSource> OpenAsked(const std::u16string& path, cBaseIO* stor
   return cAskedFile::Open(path);
 }
 
-SourceAnswer AnswerFor(const Source& source) {
-  if (source.sectors >= kMaxSparseSectors) return SourceAnswer::kTooLarge;
-  if (source.sectors > 0) return SourceAnswer::kOpened;
-  return source.systemError != 0 ? SourceAnswer::kCannotOpen : SourceAnswer::kEmpty;
+tl::unexpected<SourceFault> CannotOpen(u32 systemError) {
+  return Failed(SourceFault{SourceFaultKind::kCannotOpen, systemError});
 }
 
 }  // namespace
@@ -51,29 +42,31 @@ Owned<cBaseIO> Source::TakeStorage() {
   return io ? io->ReleaseSource() : nullptr;
 }
 
-Source OpenSource(const std::u16string& path, const SourceOptions& options) {
+Result<Source, SourceFault> OpenSource(const std::u16string& path, const SourceOptions& options) {
   const bool isDevice = Devices().IsDevice(path.c_str());
   platform::SetLastFailure(0);
   Source source;
   Owned<cBaseIO> storage = OpenStorage(path, isDevice);
-  if (!storage) return Failed(SourceAnswer::kCannotOpen);
+  if (!storage) return CannotOpen(platform::LastFailure());
   source.trailingBytes = static_cast<u32>(storage->GetByteSize() % kSectorBytes);
-  source.systemError = platform::LastFailure();
+  const u32 systemError = platform::LastFailure();
   source.asked = OpenAsked(path, storage.get(), isDevice, options);
-  if (!source.asked) return Failed(SourceAnswer::kCannotOpen);
+  if (!source.asked) return CannotOpen(platform::LastFailure());
   source.sectors = source.asked->Identity().sectors;
-  source.answer = AnswerFor(source);
   if (!options.testMapfile.empty()) {
     const auto blocks = ReadMapfile(options.testMapfile);
     if (!blocks) {
-      source.answer = SourceAnswer::kMapfile;
-      source.mapfileFault = blocks.error();
-      return source;
+      return Failed(SourceFault{.kind = SourceFaultKind::kMapfile, .mapfile = blocks.error()});
     }
     auto readable = std::make_shared<std::vector<SectorRange>>(FinishedSectors(*blocks));
     storage.reset(new cFailingIO(std::move(storage), readable));
     source.asked.reset(new cAskedTestMode(std::move(source.asked), std::move(readable)));
   }
+  if (source.sectors >= kMaxSparseSectors) {
+    return Failed(SourceFault{.kind = SourceFaultKind::kTooLarge, .sectors = source.sectors});
+  }
+  if (source.sectors == 0 && systemError != 0) return CannotOpen(systemError);
+  if (source.sectors == 0) return Failed(SourceFault{SourceFaultKind::kEmpty});
   source.traffic = std::make_shared<SourceTraffic>();
   if (isDevice) {
     const u64 bytes = source.sectors << kSectorShift;

@@ -16,20 +16,22 @@
 
 namespace larkspur {
 
-enum class SourceAnswer {
-  kOpened,
+enum class SourceFaultKind {
   kCannotOpen,  // systemError says why
   kEmpty,       // no whole sector
   kTooLarge,    // no image can be made of that many sectors
-  kMapfile,     // mapfileFault
+  kMapfile,     // mapfile says what is wrong with it
+};
+
+struct SourceFault {
+  SourceFaultKind kind;
+  u32 systemError = 0;
+  u64 sectors = 0;
+  MapfileFault mapfile = {};
 };
 
 // A source ready for reading once: never opened for writing.
 struct Source {
-  SourceAnswer answer = SourceAnswer::kCannotOpen;
-  u32 systemError = 0;
-  MapfileFault mapfileFault;
-
   // For the engine: asked one request at a time, with failures judged. A drive is not asked again
   // who it is.
   std::unique_ptr<AskedSource> asked;
@@ -43,6 +45,6 @@ struct Source {
 };
 
 // Opens `path` for reading.
-Source OpenSource(const std::u16string& path, const SourceOptions& options);
+Result<Source, SourceFault> OpenSource(const std::u16string& path, const SourceOptions& options);
 
 }  // namespace larkspur

@@ -41,9 +41,9 @@ class AskedSourceTest : public DeviceTest {
     return drive;
   }
   Source Open(const fakes::SimulatedDrive& drive, const SourceOptions& options = {}) {
-    Source source = OpenSource(drive.path, options);
-    EXPECT_EQ(source.answer, SourceAnswer::kOpened);
-    return source;
+    auto source = OpenSource(drive.path, options);
+    EXPECT_TRUE(source);
+    return std::move(*source);
   }
   // "8 delivered", "3 delivered, medium 5, bad at 103": what an ask came to. What was delivered
   // must be the pattern.
@@ -72,8 +72,9 @@ TEST_F(AskedSourceTest, AFile) {
   auto content = fakes::Pattern(0, 1000);
   content.resize(content.size() + 100);
   ASSERT_TRUE(fakes::WriteWholeFile(path, content));
-  const Source source = OpenSource(path, {});
-  ASSERT_EQ(source.answer, SourceAnswer::kOpened);
+  const auto opened = OpenSource(path, {});
+  ASSERT_TRUE(opened);
+  const Source& source = *opened;
   EXPECT_EQ(source.trailingBytes, 100u);
   const SourceIdentity& identity = source.asked->Identity();
   EXPECT_EQ(identity.path, Utf8FromWide(path));

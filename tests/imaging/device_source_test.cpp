@@ -26,16 +26,16 @@ class DeviceSource : public DeviceTest {
   }
   // One run of `image`.
   StopReason Image(const fakes::SimulatedDrive& drive, const std::u16string& mapfile = {}) {
-    Source source =
+    auto source =
         OpenSource(drive.path, {.testMapfile = mapfile, .passThrough = PassThrough::kOff});
-    EXPECT_EQ(source.answer, SourceAnswer::kOpened);
-    Cache cache = OpenOrCreateCache(m_cachePath, drive.path, source.sectors);
+    EXPECT_TRUE(source);
+    Cache cache = OpenOrCreateCache(m_cachePath, drive.path, source->sectors);
     EXPECT_EQ(cache.answer, CacheAnswer::kOpened);
-    RescueSession session(&source, &cache, m_cachePath, &m_stop);
+    RescueSession session(&*source, &cache, m_cachePath, &m_stop);
     EngineOptions options;
     options.inThread = false;
     EXPECT_EQ(session.Open(options, false), SessionAnswer::kReady);
-    session.Rescue().Want(ExtentSet({0, source.sectors}));
+    session.Rescue().Want(ExtentSet({0, source->sectors}));
     session.Rescue().Image();
     const StopReason reason = session.Rescue().Finish();
     m_counts = session.Rescue().Progress().all;
@@ -109,17 +109,17 @@ TEST_F(DeviceSource, ADeviceMayVanishAtAnyMoment) {
 
 TEST_F(DeviceSource, ADeviceThatShrinksHasGone) {
   fakes::SimulatedDrive* drive = MakeDrive(512, 4000);
-  Source source = OpenSource(drive->path, {});
+  const auto source = OpenSource(drive->path, {});
   drive->sectors = 1000;
   std::vector<u8> buffer(512 * 256);
-  source.io->SetPosition(900);
-  EXPECT_EQ(source.io->Read(buffer.data(), 256), 0u);
-  EXPECT_FALSE(source.traffic->gone) << "as large as ever: it only fails";
+  source->io->SetPosition(900);
+  EXPECT_EQ(source->io->Read(buffer.data(), 256), 0u);
+  EXPECT_FALSE(source->traffic->gone) << "as large as ever: it only fails";
   drive->lengthBytes = 1000 * 512;
-  source.io->SetPosition(2000);
-  EXPECT_EQ(source.io->Read(buffer.data(), 256), 0u);
-  EXPECT_TRUE(source.traffic->gone);
-  EXPECT_FALSE(source.traffic->refusedBySource);
+  source->io->SetPosition(2000);
+  EXPECT_EQ(source->io->Read(buffer.data(), 256), 0u);
+  EXPECT_TRUE(source->traffic->gone);
+  EXPECT_FALSE(source->traffic->refusedBySource);
 }
 
 TEST_F(DeviceSource, ANumberedDrive) {
@@ -132,12 +132,12 @@ TEST_F(DeviceSource, ANumberedDrive) {
 TEST_F(DeviceSource, WhatCannotBeOpened) {
   fakes::SimulatedDrive* drive = MakeDrive(512, 10);
   drive->hasGeometry = false;
-  EXPECT_EQ(OpenSource(drive->path, {}).answer, SourceAnswer::kCannotOpen);
+  EXPECT_EQ(OpenSource(drive->path, {}).error().kind, SourceFaultKind::kCannotOpen);
   drive->hasGeometry = true;
   drive->lengthBytes = 0;
-  EXPECT_EQ(OpenSource(drive->path, {}).answer, SourceAnswer::kEmpty) << "no medium";
+  EXPECT_EQ(OpenSource(drive->path, {}).error().kind, SourceFaultKind::kEmpty) << "no medium";
   drive->isPresent = false;
-  EXPECT_EQ(OpenSource(drive->path, {}).answer, SourceAnswer::kCannotOpen);
+  EXPECT_EQ(OpenSource(drive->path, {}).error().kind, SourceFaultKind::kCannotOpen);
 }
 
 }  // namespace

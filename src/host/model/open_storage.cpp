@@ -15,22 +15,20 @@ std::string BecauseOf(u32 systemError) {
   return systemError ? ": " + platform::FailureText(systemError) : ".";
 }
 
-std::string SourceFault(const Source& source) {
-  switch (source.answer) {
-    case SourceAnswer::kOpened:
-      return {};
-    case SourceAnswer::kCannotOpen:
-      return "It cannot be opened for reading" + BecauseOf(source.systemError);
-    case SourceAnswer::kEmpty:
+std::string SourceWords(const SourceFault& fault) {
+  switch (fault.kind) {
+    case SourceFaultKind::kCannotOpen:
+      return "It cannot be opened for reading" + BecauseOf(fault.systemError);
+    case SourceFaultKind::kEmpty:
       return "It is empty: it has no whole sector of 512 bytes.";
-    case SourceAnswer::kTooLarge:
+    case SourceFaultKind::kTooLarge:
       return "It has more sectors than a cache can hold.";
-    case SourceAnswer::kMapfile:
-      if (source.mapfileFault.detail.empty()) {
-        return "The mapfile cannot be read" + BecauseOf(source.mapfileFault.systemError);
+    case SourceFaultKind::kMapfile:
+      if (fault.mapfile.detail.empty()) {
+        return "The mapfile cannot be read" + BecauseOf(fault.mapfile.systemError);
       }
-      return fmt::format("The mapfile is wrong in line {}: {}", source.mapfileFault.line,
-                         source.mapfileFault.detail);
+      return fmt::format("The mapfile is wrong in line {}: {}", fault.mapfile.line,
+                         fault.mapfile.detail);
   }
   return {};
 }
@@ -40,17 +38,17 @@ std::u16string Fault(const std::u16string& path, const std::string& words) {
 }
 
 OpenedStorage OpenSourceOf(OpenedStorage storage, const std::u16string& testMapfile) {
-  Source source = OpenSource(storage.path, {.testMapfile = testMapfile});
-  if (source.answer != SourceAnswer::kOpened) {
-    storage.fault = Fault(storage.path, SourceFault(source));
+  auto source = OpenSource(storage.path, {.testMapfile = testMapfile});
+  if (!source) {
+    storage.fault = Fault(storage.path, SourceWords(source.error()));
     return storage;
   }
-  if (source.trailingBytes > 0) {
+  if (source->trailingBytes > 0) {
     storage.notice =
-        Words("The last {} bytes are not a whole sector and are left out.", source.trailingBytes);
+        Words("The last {} bytes are not a whole sector and are left out.", source->trailingBytes);
   }
-  storage.io.reset(source.io.release());
-  storage.traffic = source.traffic;
+  storage.io.reset(source->io.release());
+  storage.traffic = source->traffic;
   return storage;
 }
 
