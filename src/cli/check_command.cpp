@@ -66,20 +66,18 @@ const char* WhatToDo(const CheckResult& result, bool repair) {
 
 ExitStatus RunCheck(const std::string& path, bool repair, bool json) {
   const std::u16string file = WideFromUtf8(path);
-  Cache locked;
+  std::shared_ptr<CacheLock> lock;
   if (repair) {
-    locked = LockCache(file);
-    if (locked.answer != CacheAnswer::kOpened) {
-      TellCacheAnswer(path, locked, 0);
-      return kExitFailed;
-    }
+    auto locked = LockCache(file);
+    if (!locked) return Fail(CacheWords(path, locked.error()));
+    lock = std::move(*locked);
   }
   const CheckResult result = CheckCache(file, repair);
   if (!result.opened) {
     return Fail(Failure(path, "the cache cannot be opened", result.systemError));
   }
   json ? PrintProblemsJson(path, result) : PrintProblems(path, result);
-  if (locked.lock && !locked.lock->Sync()) {
+  if (lock && !lock->Sync()) {
     return Fail(Failure(path, "the repair could not be flushed to disk", platform::LastFailure()));
   }
   const u64 left = result.problemCount - result.repairedCount;

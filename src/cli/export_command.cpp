@@ -125,7 +125,7 @@ ExitStatus TellHash(platform::Sha256* hash, const StatusCounts& counts,
 ExitStatus RunExport(const ExportOptions& options) {
   const std::atomic<bool>& stop = platform::InterruptFlag();
   auto cache = OpenCacheToLook(options.cache);
-  if (!cache) return kExitFailed;
+  if (!cache) return cache.error();
   SectorRange range{};
   ExitStatus status = FindRange(options, cache->image.get(), &range);
   if (status != kExitDone) return status;

@@ -167,7 +167,7 @@ ExitStatus RunFiles(const FilesOptions& options) {
     if (fetched != kExitDone) return fetched;
   }
   auto cache = OpenCacheToLook(options.cache);
-  if (!cache) return kExitFailed;
+  if (!cache) return cache.error();
   StatusMap map(cache->image.get());
   std::vector<PlacedVolume> volumes;
   ExitStatus status = FindVolumes(options, cache->image.get(), &volumes);

@@ -94,8 +94,8 @@ void PrintCounts(const ImportPlan& plan, const StatusCounts& counts, bool json) 
 
 // What ddrescue read in vain, and not sector by sector: the log remembers that it was tried.
 void NoteTried(const ImportOptions& options, const ImportPlan& plan) {
-  const Cache cache = OpenCache(WideFromUtf8(options.cache), CacheAccess::kLook, plan.sectors);
-  if (cache.answer != CacheAnswer::kOpened) return;
+  const auto cache = OpenCache(WideFromUtf8(options.cache), CacheAccess::kLook, plan.sectors);
+  if (!cache) return;
   SourceIdentity source;
   source.path = options.image;
   source.sectors = plan.sectors;
@@ -103,7 +103,7 @@ void NoteTried(const ImportOptions& options, const ImportPlan& plan) {
   log.Write(LogEvent("open")
                 .Add("version", LARKSPUR_VERSION)
                 .Add("source", source)
-                .Add("stamp", u64{cache.image->Layout().stamp}));
+                .Add("stamp", u64{cache->image->Layout().stamp}));
   for (const SectorRange& range : plan.tried) {
     log.Write(LogEvent("failed")
                   .Add(range)

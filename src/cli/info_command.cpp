@@ -35,7 +35,7 @@ void PrintText(const std::string& path, const SparseLayout& layout, const Status
 
 ExitStatus RunInfo(const std::string& path, bool json) {
   auto cache = OpenCacheToLook(path);
-  if (!cache) return kExitFailed;
+  if (!cache) return cache.error();
   cKVRSparseIO* image = cache->image.get();
   const SparseLayout& layout = image->Layout();
   const StatusCounts counts = CountStatuses(image, 0, layout.sectorCount);

@@ -106,11 +106,11 @@ void PrintLog(const RescueHistory& history) {
 
 ExitStatus RunLog(const std::string& path, bool json) {
   auto cache = OpenCacheToLook(path);
-  if (!cache) return kExitFailed;
+  if (!cache) return cache.error();
   const std::string logPath = path + ".log";
   u32 systemError = 0;
   const RescueHistory history =
-      ReadHistory(LogPathOf(WideFromUtf8(path)), cache->cacheSectors, &systemError);
+      ReadHistory(LogPathOf(WideFromUtf8(path)), cache->image->GetSectorCount(), &systemError);
   if (systemError != 0) return Fail(Failure(logPath, "the log cannot be read", systemError));
   if (history.lines == 0) Tell(logPath + ": there is no log, or it is empty");
   if (history.wrongLines > 0) {

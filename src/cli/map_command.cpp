@@ -122,7 +122,7 @@ ExitStatus WriteOrTell(const std::string& path, const MapOptions& options,
 
 ExitStatus RunMap(const MapOptions& options) {
   auto cache = OpenCacheToLook(options.cache);
-  if (!cache) return kExitFailed;
+  if (!cache) return cache.error();
   cKVRSparseIO* image = cache->image.get();
   const struct {
     const std::string& path;

@@ -10,7 +10,7 @@ namespace larkspur::cli {
 ExitStatus RunReport(const ReportOptions& options) {
   platform::InterruptFlag();
   auto cache = OpenCacheToLook(options.cache);
-  if (!cache) return kExitFailed;
+  if (!cache) return cache.error();
   ReportFacts facts = GatherFacts(options.cache, cache->image.get());
   GatherFiles(cache->image.get(), &facts.files.emplace());
   if (platform::InterruptFlag()) return kExitInterrupted;

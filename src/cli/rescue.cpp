@@ -72,12 +72,10 @@ ExitStatus Rescue::Open(const StorageOptions& options, EngineOptions engine) {
   }
   m_range = {options.start, std::min(options.sectors.value_or(m_source.sectors),
                                      m_source.sectors - options.start)};
-  m_cache = OpenOrCreateCache(WideFromUtf8(options.cache), WideFromUtf8(options.source),
-                              m_source.sectors);
-  if (m_cache.answer != CacheAnswer::kOpened) {
-    TellCacheAnswer(options.cache, m_cache, m_source.sectors);
-    return kExitFailed;
-  }
+  auto cache = OpenOrCreateCache(WideFromUtf8(options.cache), WideFromUtf8(options.source),
+                                 m_source.sectors);
+  if (!cache) return Fail(CacheWords(options.cache, cache.error(), m_source.sectors));
+  m_cache = std::move(*cache);
   return OpenSession(std::move(engine));
 }
 

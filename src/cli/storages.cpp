@@ -26,55 +26,6 @@ std::string SourceWords(const SourceFault& fault, const StorageOptions& options)
   return {};
 }
 
-std::string CacheWords(const std::string& name, CacheAnswer answer, const Cache& cache,
-                       u64 sourceSectors) {
-  switch (answer) {
-    case CacheAnswer::kOpened:
-      return {};
-    case CacheAnswer::kAbsent:
-      return name + ": there is no such cache";
-    case CacheAnswer::kCannotOpen:
-      return Failure(name, "the cache cannot be opened", cache.systemError);
-    case CacheAnswer::kFolder:
-      return name + ": this is a folder; name a file in it, such as disk.kvrsp";
-    case CacheAnswer::kSameAsSource:
-      return name + ": source and cache are the same file; the cache must be another one";
-    case CacheAnswer::kOnSourceDisk:
-      return name +
-             ": this is on the very disk that is to be read, and writing there destroys what can "
-             "still be saved; put the cache on another disk";
-    case CacheAnswer::kForeign:
-      return name + ": this file is not a cache and is left as it is; choose another name";
-    case CacheAnswer::kDamagedHeader:
-      return name + ": the cache's header is damaged; 'larkspur check' says more";
-    case CacheAnswer::kIncomplete:
-      return name +
-             ": the cache ends too early; 'larkspur check --repair' repairs what can be repaired";
-    case CacheAnswer::kSharedRecord:
-      return name +
-             ": the cache's index gives two blocks the same record, so one of them reads as the "
-             "other; 'larkspur check' names them. Start a new cache";
-    case CacheAnswer::kUnreadable:
-      return Failure(
-          name,
-          "part of the cache's index cannot be read; copy the file to a healthy disk, and "
-          "work on the copy",
-          cache.systemError);
-    case CacheAnswer::kOtherSize:
-      return fmt::format(
-          "{}: the cache was made from a source of {} sectors, but this one has {}; is it another "
-          "disk?",
-          name, cache.cacheSectors, sourceSectors);
-    case CacheAnswer::kLockedElsewhere:
-      return name +
-             ": another run or an open storage is using this cache; wait for it to end, or close "
-             "it";
-    case CacheAnswer::kCannotCreate:
-      return Failure(name, "the cache cannot be created", cache.systemError);
-  }
-  return {};
-}
-
 }  // namespace
 
 Result<Source, ExitStatus> OpenSourceOrTell(const StorageOptions& options) {
@@ -129,21 +80,60 @@ std::string OutputWords(const std::string& name, const OutputFault& fault) {
   return {};
 }
 
-std::optional<Cache> OpenCacheToLook(const std::string& path) {
-  Cache cache = OpenCache(WideFromUtf8(path), CacheAccess::kLook);
-  if (cache.answer == CacheAnswer::kOpened) return cache;
-  TellCacheAnswer(path, cache, 0);
-  return std::nullopt;
+Result<Cache, ExitStatus> OpenCacheToLook(const std::string& path) {
+  auto cache = OpenCache(WideFromUtf8(path), CacheAccess::kLook);
+  if (!cache) return Failed(Fail(CacheWords(path, cache.error())));
+  return std::move(*cache);
 }
 
-void TellCacheAnswer(const std::string& name, const Cache& cache, u64 sourceSectors) {
-  Tell(CacheWords(name, cache.answer, cache, sourceSectors));
+std::string CacheWords(const std::string& name, const CacheFault& fault, u64 sourceSectors) {
+  switch (fault.kind) {
+    case CacheFaultKind::kAbsent:
+      return name + ": there is no such cache";
+    case CacheFaultKind::kCannotOpen:
+      return Failure(name, "the cache cannot be opened", fault.systemError);
+    case CacheFaultKind::kFolder:
+      return name + ": this is a folder; name a file in it, such as disk.kvrsp";
+    case CacheFaultKind::kSameAsSource:
+      return name + ": source and cache are the same file; the cache must be another one";
+    case CacheFaultKind::kOnSourceDisk:
+      return name +
+             ": this is on the very disk that is to be read, and writing there destroys what can "
+             "still be saved; put the cache on another disk";
+    case CacheFaultKind::kForeign:
+      return name + ": this file is not a cache and is left as it is; choose another name";
+    case CacheFaultKind::kDamagedHeader:
+      return name + ": the cache's header is damaged; 'larkspur check' says more";
+    case CacheFaultKind::kIncomplete:
+      return name +
+             ": the cache ends too early; 'larkspur check --repair' repairs what can be repaired";
+    case CacheFaultKind::kSharedRecord:
+      return name +
+             ": the cache's index gives two blocks the same record, so one of them reads as the "
+             "other; 'larkspur check' names them. Start a new cache";
+    case CacheFaultKind::kUnreadable:
+      return Failure(
+          name,
+          "part of the cache's index cannot be read; copy the file to a healthy disk, and "
+          "work on the copy",
+          fault.systemError);
+    case CacheFaultKind::kOtherSize:
+      return fmt::format(
+          "{}: the cache was made from a source of {} sectors, but this one has {}; is it another "
+          "disk?",
+          name, fault.cacheSectors, sourceSectors);
+    case CacheFaultKind::kLockedElsewhere:
+      return name +
+             ": another run or an open storage is using this cache; wait for it to end, or close "
+             "it";
+    case CacheFaultKind::kCannotCreate:
+      return Failure(name, "the cache cannot be created", fault.systemError);
+  }
+  return {};
 }
 
 ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, ExitStatus status) {
-  if (cache.damage != CacheAnswer::kOpened) {
-    return Fail(CacheWords(name, cache.damage, cache, 0));
-  }
+  if (cache.damage) return Fail(CacheWords(name, *cache.damage));
   if (unknown == 0) return status;
   return Fail(fmt::format(
       "{}: part of the cache cannot be read, so nothing is known of {} sectors; copy the "

@@ -14,10 +14,9 @@
 
 namespace larkspur::cli {
 
-// None when something is wrong; the user has been told.
-std::optional<Cache> OpenCacheToLook(const std::string& path);
+// Where opening fails, the user has been told.
+Result<Cache, ExitStatus> OpenCacheToLook(const std::string& path);
 
-// A source alone; where that fails, the user has been told.
 Result<Source, ExitStatus> OpenSourceOrTell(const StorageOptions& options);
 
 // Why a device or file could not be opened for reading, with what to do about it.
@@ -27,8 +26,8 @@ std::string CannotOpenWords(const std::string& name, unsigned systemError);
 // `status` when nothing is. `unknown` counts the sectors whose status could not be read.
 ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, ExitStatus status);
 
-// Says that `name`, the cache, could not be opened.
-void TellCacheAnswer(const std::string& name, const Cache& cache, u64 sourceSectors);
+// What is wrong with the cache `name`, of a source of so many sectors where there is one.
+std::string CacheWords(const std::string& name, const CacheFault& fault, u64 sourceSectors = 0);
 
 // Makes the file at `path`, or with `force` replaces it, and writes what `make` answers; `input` is
 // what the run works on. The user is told when that fails.

@@ -118,9 +118,8 @@ ExitStatus ShowThroughCache(const TreeOptions& options) {
 ExitStatus RunTree(const TreeOptions& options) {
   if (!options.cache.empty()) return ShowThroughCache(options);
   if (auto cache = OpenIfCache(WideFromUtf8(options.source))) {
-    if (cache->image) return ShowTree(options, cache->image.get(), &*cache);
-    TellCacheAnswer(options.source, *cache, 0);
-    return kExitFailed;
+    if (!*cache) return Fail(CacheWords(options.source, cache->error()));
+    return ShowTree(options, (*cache)->image.get(), &**cache);
   }
   auto source = OpenSourceOrTell(options);
   return source ? ShowTree(options, source->io.get(), nullptr) : source.error();

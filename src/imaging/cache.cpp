@@ -19,59 +19,56 @@ constexpr u32 kReadWrite = platform::kOpenRead | platform::kOpenWrite;
 
 constexpr u32 kNameTries = 16;
 
-Cache Answered(CacheAnswer answer) {
-  Cache cache;
-  cache.answer = answer;
-  cache.systemError = platform::LastFailure();
-  return cache;
+tl::unexpected<CacheFault> FailedAs(CacheFaultKind kind) {
+  return Failed(CacheFault{kind, platform::LastFailure()});
 }
 
-// What stands at the place of the file; kOpened when it may be a cache. Only a plain file can be
-// one: nothing is read from a device that need not be.
-CacheAnswer ClassifyPlace(platform::PathKind kind) {
+// Why what stands at the place of the file cannot be a cache. Only a plain file can be one: nothing
+// is read from a device that need not be.
+std::optional<CacheFaultKind> FaultOf(platform::PathKind kind) {
   switch (kind) {
     case platform::PathKind::kFile:
-      return CacheAnswer::kOpened;
+      return std::nullopt;
     case platform::PathKind::kAbsent:
-      return CacheAnswer::kAbsent;
+      return CacheFaultKind::kAbsent;
     case platform::PathKind::kFolder:
-      return CacheAnswer::kFolder;
+      return CacheFaultKind::kFolder;
     case platform::PathKind::kDevice:
     case platform::PathKind::kOther:
-      return CacheAnswer::kForeign;
+      return CacheFaultKind::kForeign;
     case platform::PathKind::kUnknown:
       break;
   }
-  return CacheAnswer::kCannotOpen;
+  return CacheFaultKind::kCannotOpen;
 }
 
-// What the header alone says of the file; kOpened when it is a cache.
-CacheAnswer ClassifyHeader(cFlatIO* file, SparseLayout* layout) {
+// What the header says of a cache.
+Result<SparseLayout, CacheFaultKind> ReadLayout(cFlatIO* file) {
   std::array<u8, kSparseHeaderBytes> header{};
   if (!file->ReadBytes(header.data(), 0, kSparseHeaderBytes)) {
     const bool isShort = file->GetByteSize() < kSparseHeaderBytes;
-    return isShort ? CacheAnswer::kForeign : CacheAnswer::kCannotOpen;
+    return Failed(isShort ? CacheFaultKind::kForeign : CacheFaultKind::kCannotOpen);
   }
-  if (!SparseLayout::HasMagic(header)) return CacheAnswer::kForeign;
-  const auto parsed = SparseLayout::Parse(header);
-  if (!parsed || parsed->sectorCount == 0) return CacheAnswer::kDamagedHeader;
-  *layout = *parsed;
-  return CacheAnswer::kOpened;
+  if (!SparseLayout::HasMagic(header)) return Failed(CacheFaultKind::kForeign);
+  const auto layout = SparseLayout::Parse(header);
+  if (!layout || layout->sectorCount == 0) return Failed(CacheFaultKind::kDamagedHeader);
+  return *layout;
 }
 
-// What is wrong with the file as a whole; kOpened when nothing is.
-CacheAnswer FaultOf(cFlatIO* file, const SparseLayout& layout, cKVRSparseIO* image) {
+// What is wrong with the file as a whole.
+std::optional<CacheFault> DamageOf(cFlatIO* file, const SparseLayout& layout, cKVRSparseIO* image) {
   const cKVRSparseIO::IndexSurvey survey = image->SurveyIndex();
   // Asked after the index: beside a run that works on the file, it grows before the index says so.
   const u64 bytes = file->GetByteSize();
   const u64 sectors = bytes >> kSectorShift;
-  if (sectors < layout.DataStart()) return CacheAnswer::kIncomplete;
-  if (survey.unread > 0) return CacheAnswer::kUnreadable;
+  if (sectors < layout.DataStart()) return CacheFault{CacheFaultKind::kIncomplete};
+  if (survey.unread > 0) return CacheFault{CacheFaultKind::kUnreadable};
   // New records go to the file's end, so nothing that the index names may lie past it.
   const u64 records = layout.RecordsIn(sectors);
   const bool endsWithRecord = layout.RecordSector(records) << kSectorShift == bytes;
-  if (!endsWithRecord || survey.recordEnd > records) return CacheAnswer::kIncomplete;
-  return survey.sharing ? CacheAnswer::kSharedRecord : CacheAnswer::kOpened;
+  if (!endsWithRecord || survey.recordEnd > records) return CacheFault{CacheFaultKind::kIncomplete};
+  if (survey.sharing) return CacheFault{CacheFaultKind::kSharedRecord};
+  return std::nullopt;
 }
 
 // Lays an empty image on the new file at `path`, which `made` has open.
@@ -97,49 +94,49 @@ OwnedFile MakeUnfinished(const std::u16string& path, std::u16string* unfinished)
 }
 
 // `fresh`: the file was made a moment ago, so its index need not be looked through.
-Cache OpenFile(const std::u16string& path, CacheAccess access, std::optional<u64> expectedSectors,
-               bool fresh) {
+Result<Cache, CacheFault> OpenFile(const std::u16string& path, CacheAccess access,
+                                   std::optional<u64> expectedSectors, bool fresh) {
   platform::SetLastFailure(0);
-  const CacheAnswer place = ClassifyPlace(platform::KindOfPath(path.c_str()));
-  if (place != CacheAnswer::kOpened) return Answered(place);
+  const auto notAFile = FaultOf(platform::KindOfPath(path.c_str()));
+  if (notAFile) return FailedAs(*notAFile);
   const bool look = access == CacheAccess::kLook;
   Owned<cFlatIO> file(new cFlatIO);
-  if (!file->OpenPath(path, true)) return Answered(CacheAnswer::kCannotOpen);
-  SparseLayout layout;
-  const CacheAnswer header = ClassifyHeader(file.get(), &layout);
-  if (header != CacheAnswer::kOpened) return Answered(header);
-  Cache cache = look ? Answered(CacheAnswer::kOpened) : LockCache(path);
-  cache.cacheSectors = layout.sectorCount;
-  cache.fileBytes = file->GetByteSize();
-  fresh = fresh && cache.fileBytes == layout.DataStart() << kSectorShift;
-  if (cache.answer != CacheAnswer::kOpened) return cache;
-  if (expectedSectors.value_or(layout.sectorCount) != layout.sectorCount) {
-    cache.answer = CacheAnswer::kOtherSize;
-    return cache;
+  if (!file->OpenPath(path, true)) return FailedAs(CacheFaultKind::kCannotOpen);
+  const auto layout = ReadLayout(file.get());
+  if (!layout) return FailedAs(layout.error());
+  Cache cache;
+  if (!look) {
+    auto lock = LockCache(path);
+    if (!lock) return Failed(lock.error());
+    cache.lock = std::move(*lock);
   }
-  if (!look && !file->SetReadOnly(false)) return Answered(CacheAnswer::kCannotOpen);
+  if (expectedSectors.value_or(layout->sectorCount) != layout->sectorCount) {
+    return Failed(CacheFault{CacheFaultKind::kOtherSize, 0, layout->sectorCount});
+  }
+  cache.fileBytes = file->GetByteSize();
+  if (!look && !file->SetReadOnly(false)) return FailedAs(CacheFaultKind::kCannotOpen);
   cFlatIO* backing = file.get();
   const cNestedIOResource resource{Owned<cBaseIO>(file.release())};
   cache.image.reset(new cKVRSparseIO);
-  if (!cache.image->Open(&resource, look)) return Answered(CacheAnswer::kCannotOpen);
-  if (!fresh) (look ? cache.damage : cache.answer) = FaultOf(backing, layout, cache.image.get());
-  if (cache.answer != CacheAnswer::kOpened) cache.image.reset();
-  cache.created = fresh && cache.image;
+  if (!cache.image->Open(&resource, look)) return FailedAs(CacheFaultKind::kCannotOpen);
+  cache.created = fresh && cache.fileBytes == layout->DataStart() << kSectorShift;
+  if (!cache.created) cache.damage = DamageOf(backing, *layout, cache.image.get());
+  if (cache.damage && !look) return Failed(*cache.damage);
   return cache;
 }
 
-Cache CreateCache(const std::u16string& path, u64 sectors) {
+Result<Cache, CacheFault> CreateCache(const std::u16string& path, u64 sectors) {
   platform::SetLastFailure(0);
   std::u16string unfinished;
   OwnedFile made = MakeUnfinished(path, &unfinished);
-  if (!made.IsOpen()) return Answered(CacheAnswer::kCannotCreate);
+  if (!made.IsOpen()) return FailedAs(CacheFaultKind::kCannotCreate);
   const bool isLaid = LayImage(unfinished, made, sectors);
   made.Close();
   if (isLaid && platform::RenameToUnused(unfinished.c_str(), path.c_str())) {
-    if (!platform::SyncFolderOf(path.c_str())) return Answered(CacheAnswer::kCannotCreate);
+    if (!platform::SyncFolderOf(path.c_str())) return FailedAs(CacheFaultKind::kCannotCreate);
     return OpenFile(path, CacheAccess::kResume, sectors, true);
   }
-  Cache failed = Answered(CacheAnswer::kCannotCreate);
+  const auto failed = FailedAs(CacheFaultKind::kCannotCreate);
   platform::RemoveFile(unfinished.c_str());
   // Another run may have made the same cache meanwhile.
   const bool isThere = platform::KindOfPath(path.c_str()) != platform::PathKind::kAbsent;
@@ -149,41 +146,39 @@ Cache CreateCache(const std::u16string& path, u64 sectors) {
 
 }  // namespace
 
-Cache LockCache(const std::u16string& path) {
+Result<std::shared_ptr<CacheLock>, CacheFault> LockCache(const std::u16string& path) {
   OwnedFile file(platform::OpenExistingFile(path.c_str(), kReadWrite));
-  if (!file.IsOpen()) return Answered(CacheAnswer::kCannotOpen);
-  if (platform::LockFileAlone(file.Handle()) == platform::LockAnswer::kLockedElsewhere) {
-    Cache cache = Answered(CacheAnswer::kLockedElsewhere);
-    cache.lock = CacheLock::FindInProcess(file.Handle());
-    if (cache.lock) cache.answer = CacheAnswer::kOpened;
-    return cache;
+  if (!file.IsOpen()) return FailedAs(CacheFaultKind::kCannotOpen);
+  if (platform::LockFileAlone(file.Handle()) != platform::LockAnswer::kLockedElsewhere) {
+    return std::make_shared<CacheLock>(std::move(file));
   }
-  Cache cache = Answered(CacheAnswer::kOpened);
-  cache.lock = std::make_shared<CacheLock>(std::move(file));
-  return cache;
+  auto shared = CacheLock::FindInProcess(file.Handle());
+  if (!shared) return FailedAs(CacheFaultKind::kLockedElsewhere);
+  return shared;
 }
 
-Cache OpenCache(const std::u16string& path, CacheAccess access,
-                std::optional<u64> expectedSectors) {
+Result<Cache, CacheFault> OpenCache(const std::u16string& path, CacheAccess access,
+                                    std::optional<u64> expectedSectors) {
   return OpenFile(path, access, expectedSectors, false);
 }
 
-std::optional<Cache> OpenIfCache(const std::u16string& path) {
-  Cache cache = OpenCache(path, CacheAccess::kLook);
-  const bool isCache =
-      cache.answer == CacheAnswer::kOpened || cache.answer == CacheAnswer::kDamagedHeader;
-  return isCache ? std::optional(std::move(cache)) : std::nullopt;
+std::optional<Result<Cache, CacheFault>> OpenIfCache(const std::u16string& path) {
+  auto cache = OpenCache(path, CacheAccess::kLook);
+  if (!cache && cache.error().kind != CacheFaultKind::kDamagedHeader) return std::nullopt;
+  return cache;
 }
 
-Cache OpenOrCreateCache(const std::u16string& path, const std::u16string& sourcePath, u64 sectors) {
+Result<Cache, CacheFault> OpenOrCreateCache(const std::u16string& path,
+                                            const std::u16string& sourcePath, u64 sectors) {
   if (platform::AreSameFile(path.c_str(), sourcePath.c_str())) {
-    return Answered(CacheAnswer::kSameAsSource);
+    return FailedAs(CacheFaultKind::kSameAsSource);
   }
   if (platform::IsFileOnDisk(path.c_str(), sourcePath.c_str())) {
-    return Answered(CacheAnswer::kOnSourceDisk);
+    return FailedAs(CacheFaultKind::kOnSourceDisk);
   }
-  Cache cache = OpenCache(path, CacheAccess::kResume, sectors);
-  return cache.answer == CacheAnswer::kAbsent ? CreateCache(path, sectors) : std::move(cache);
+  auto cache = OpenCache(path, CacheAccess::kResume, sectors);
+  if (cache || cache.error().kind != CacheFaultKind::kAbsent) return cache;
+  return CreateCache(path, sectors);
 }
 
 }  // namespace larkspur

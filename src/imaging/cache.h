@@ -3,20 +3,20 @@
 #pragma once
 
 // Opening and creating the cache file of a source. Whether a file is a cache, whole, and fits, is
-// decided here alone; each face gives its own words to the answer.
+// decided here alone; each face gives its own words to a fault.
 
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "base/owned.h"
+#include "base/result.h"
 #include "io/cache_lock.h"
 #include "io/kvr_sparse_io.h"
 
 namespace larkspur {
 
-enum class CacheAnswer {
-  kOpened,
+enum class CacheFaultKind {
   kAbsent,
   kCannotOpen,  // systemError says why
   kFolder,
@@ -32,23 +32,24 @@ enum class CacheAnswer {
   kCannotCreate,     // systemError says why
 };
 
-struct Cache {
-  CacheAnswer answer = CacheAnswer::kAbsent;
-  // What is wrong with a cache that was opened to be looked at nevertheless: kIncomplete,
-  // kSharedRecord or kUnreadable; kOpened when nothing is.
-  CacheAnswer damage = CacheAnswer::kOpened;
+struct CacheFault {
+  CacheFaultKind kind;
   u32 systemError = 0;
-  u64 cacheSectors = 0;  // what the cache's header says
-  u64 fileBytes = 0;     // the file's size when it was opened
-
-  Owned<cKVRSparseIO> image;        // null unless opened
-  std::shared_ptr<CacheLock> lock;  // writable caches only
-  bool created = false;
+  u64 cacheSectors = 0;
 };
 
-// Locks the file for this process, whatever it holds; `image` stays null. On failure the answer is
-// kLockedElsewhere or kCannotOpen.
-Cache LockCache(const std::u16string& path);
+struct Cache {
+  Owned<cKVRSparseIO> image;
+  std::shared_ptr<CacheLock> lock;  // writable caches only
+  u64 fileBytes = 0;                // the file's size when it was opened
+  bool created = false;
+  // Of a cache that was opened to be looked at nevertheless: kIncomplete, kSharedRecord or
+  // kUnreadable.
+  std::optional<CacheFault> damage;
+};
+
+// Locks the file for this process, whatever it holds; fails as kLockedElsewhere or kCannotOpen.
+Result<std::shared_ptr<CacheLock>, CacheFault> LockCache(const std::u16string& path);
 
 enum class CacheAccess {
   kLook,  // read-only, without a lock: may be done while another run works on the file; what can be
@@ -57,16 +58,17 @@ enum class CacheAccess {
 };
 
 // Opens an existing cache. Sectors that are expected must be the cache's own count.
-Cache OpenCache(const std::u16string& path, CacheAccess access,
-                std::optional<u64> expectedSectors = std::nullopt);
+Result<Cache, CacheFault> OpenCache(const std::u16string& path, CacheAccess access,
+                                    std::optional<u64> expectedSectors = std::nullopt);
 
-// Opens what may be a cache or a source, to look at it; none when it is not a cache. The answer is
-// kOpened, or kDamagedHeader, since a cache is not to be shown as if it were a source.
-std::optional<Cache> OpenIfCache(const std::u16string& path);
+// Opens what may be a cache or a source, to look at it; none when it is not a cache. One whose
+// header is damaged fails, since a cache is not to be shown as if it were a source.
+std::optional<Result<Cache, CacheFault>> OpenIfCache(const std::u16string& path);
 
 // Opens the cache of the source at `sourcePath` for resuming, or makes one where there is no file
 // yet. A new one takes its name only when it is complete and flushed to disk, so that a crash
 // leaves nothing half-made. The source's path may be empty where it has none.
-Cache OpenOrCreateCache(const std::u16string& path, const std::u16string& sourcePath, u64 sectors);
+Result<Cache, CacheFault> OpenOrCreateCache(const std::u16string& path,
+                                            const std::u16string& sourcePath, u64 sectors);
 
 }  // namespace larkspur

@@ -54,9 +54,8 @@ class CachedBlocks final : public BlockSource {
 }  // namespace
 
 std::unique_ptr<BlockSource> OpenCachedBlocks(const std::u16string& cache) {
-  Cache opened = OpenCache(cache, CacheAccess::kLook);
-  if (opened.answer != CacheAnswer::kOpened) return nullptr;
-  return std::make_unique<CachedBlocks>(std::move(opened.image));
+  auto opened = OpenCache(cache, CacheAccess::kLook);
+  return opened ? std::make_unique<CachedBlocks>(std::move(opened->image)) : nullptr;
 }
 
 }  // namespace larkspur

@@ -40,10 +40,10 @@ class StoragesTest : public ::testing::Test {
 
   // What a module does: appends a node and tells the list.
   void MakeReadOnce(Storage& source, const std::u16string& cachePath) {
-    Cache cache = OpenOrCreateCache(cachePath, source.path, source.sectors);
-    ASSERT_EQ(cache.answer, CacheAnswer::kOpened);
+    const auto cache = OpenOrCreateCache(cachePath, source.path, source.sectors);
+    ASSERT_TRUE(cache);
     Owned<cReadOnceIO> view(new cReadOnceIO);
-    ASSERT_TRUE(view->Attach(cache.image.get(), source.IO()));
+    ASSERT_TRUE(view->Attach(cache->image.get(), source.IO()));
     auto* node = static_cast<HostStorageNode*>(HeapAllocate(sizeof(HostStorageNode)));
     *node = {view.release(), nullptr, nullptr};
     (storages.m_tail ? storages.m_tail->next : storages.m_head) = node;

@@ -12,30 +12,27 @@ namespace {
 TEST(Cache, IsGivenOutOnlyWhereItFits) {
   const fakes::TempFolder folder;
   const std::u16string path = folder.File(u"disk.kvrsp");
-  ASSERT_TRUE(OpenOrCreateCache(path, {}, 3000).image);
+  ASSERT_TRUE(OpenOrCreateCache(path, {}, 3000));
   const struct {
     std::optional<u64> expected;
-    CacheAnswer answer;
-  } kCases[] = {{std::nullopt, CacheAnswer::kOpened},
-                {3000, CacheAnswer::kOpened},
-                {2999, CacheAnswer::kOtherSize},
-                {0, CacheAnswer::kOtherSize}};
+    bool fits;
+  } kCases[] = {{std::nullopt, true}, {3000, true}, {2999, false}, {0, false}};
   for (const auto& test : kCases) {
     for (const CacheAccess access : {CacheAccess::kLook, CacheAccess::kResume}) {
-      const Cache cache = OpenCache(path, access, test.expected);
-      EXPECT_EQ(cache.answer, test.answer) << test.expected.value_or(kNowhere);
-      EXPECT_EQ(cache.image != nullptr, test.answer == CacheAnswer::kOpened);
+      const auto cache = OpenCache(path, access, test.expected);
+      ASSERT_EQ(cache.has_value(), test.fits) << test.expected.value_or(kNowhere);
+      EXPECT_TRUE(cache || cache.error().kind == CacheFaultKind::kOtherSize);
     }
   }
   std::vector<u8> bytes = fakes::ReadWholeFile(path);
   bytes.pop_back();
   ASSERT_TRUE(fakes::WriteWholeFile(path, bytes));
-  const Cache cut = OpenCache(path, CacheAccess::kResume);
-  EXPECT_EQ(cut.answer, CacheAnswer::kIncomplete);
-  EXPECT_FALSE(cut.image);
-  const Cache shown = OpenCache(path, CacheAccess::kLook);
-  EXPECT_EQ(shown.damage, CacheAnswer::kIncomplete);
-  EXPECT_TRUE(shown.image);
+  const auto cut = OpenCache(path, CacheAccess::kResume);
+  ASSERT_FALSE(cut);
+  EXPECT_EQ(cut.error().kind, CacheFaultKind::kIncomplete);
+  const auto shown = OpenCache(path, CacheAccess::kLook);
+  ASSERT_TRUE(shown && shown->damage);
+  EXPECT_EQ(shown->damage->kind, CacheFaultKind::kIncomplete);
 }
 
 TEST(Cache, IsToldFromASource) {
@@ -43,12 +40,12 @@ TEST(Cache, IsToldFromASource) {
   const std::u16string path = folder.File(u"disk.kvrsp");
   EXPECT_FALSE(OpenIfCache(path));
   EXPECT_FALSE(OpenIfCache(folder.Path().u16string()));
-  ASSERT_TRUE(OpenOrCreateCache(path, {}, 3000).image);
-  EXPECT_TRUE(OpenIfCache(path)->image);
+  ASSERT_TRUE(OpenOrCreateCache(path, {}, 3000));
+  EXPECT_TRUE(OpenIfCache(path)->has_value());
   std::vector<u8> bytes = fakes::ReadWholeFile(path);
   bytes[16] = bytes[17] = 0;  // blocks without sectors
   ASSERT_TRUE(fakes::WriteWholeFile(path, bytes));
-  EXPECT_EQ(OpenIfCache(path)->answer, CacheAnswer::kDamagedHeader);
+  EXPECT_EQ(OpenIfCache(path)->error().kind, CacheFaultKind::kDamagedHeader);
   bytes[0] = 'x';
   ASSERT_TRUE(fakes::WriteWholeFile(path, bytes));
   EXPECT_FALSE(OpenIfCache(path));

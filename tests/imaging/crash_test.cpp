@@ -184,17 +184,16 @@ TEST(CrashStates, APowerCutLeavesACacheThatTellsTheTruth) {
     ExtentSet announced;  // areas since the last flush, about which a power cut leaves doubt
     const size_t count = random.Below(run.events.size() + 1);
     ASSERT_TRUE(fakes::WriteWholeFile(path, PowerCut(run, count, &random, &announced)));
-    Cache cache = OpenCache(path, CacheAccess::kResume, kSectors);
-    if (cache.answer == CacheAnswer::kIncomplete) {
+    auto cache = OpenCache(path, CacheAccess::kResume, kSectors);
+    if (!cache && cache.error().kind == CacheFaultKind::kIncomplete) {
       ++repaired;
-      cache = Cache();
       const CheckResult result = CheckCache(path, true);
       ASSERT_EQ(result.repairedCount, result.problemCount) << result.problems[0].detail;
       cache = OpenCache(path, CacheAccess::kResume, kSectors);
     }
-    ASSERT_EQ(cache.answer, CacheAnswer::kOpened) << "state " << state;
-    ASSERT_TRUE(DisbelieveZeros(cache.image.get(), announced));
-    ASSERT_NO_FATAL_FAILURE(ReadToTheEnd(cache.image.get(), run.failing)) << "state " << state;
+    ASSERT_TRUE(cache) << "state " << state;
+    ASSERT_TRUE(DisbelieveZeros(cache->image.get(), announced));
+    ASSERT_NO_FATAL_FAILURE(ReadToTheEnd(cache->image.get(), run.failing)) << "state " << state;
   }
   RecordProperty("repaired", static_cast<int>(repaired));
 }

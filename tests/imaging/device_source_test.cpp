@@ -29,9 +29,9 @@ class DeviceSource : public DeviceTest {
     auto source =
         OpenSource(drive.path, {.testMapfile = mapfile, .passThrough = PassThrough::kOff});
     EXPECT_TRUE(source);
-    Cache cache = OpenOrCreateCache(m_cachePath, drive.path, source->sectors);
-    EXPECT_EQ(cache.answer, CacheAnswer::kOpened);
-    RescueSession session(&*source, &cache, m_cachePath, &m_stop);
+    auto cache = OpenOrCreateCache(m_cachePath, drive.path, source->sectors);
+    EXPECT_TRUE(cache);
+    RescueSession session(&*source, &*cache, m_cachePath, &m_stop);
     EngineOptions options;
     options.inThread = false;
     EXPECT_EQ(session.Open(options, false), SessionAnswer::kReady);
@@ -43,11 +43,11 @@ class DeviceSource : public DeviceTest {
   }
   // Whether the cache holds what the drive does.
   bool HoldsPattern(u64 first, u64 count) {
-    Cache cache = OpenCache(m_cachePath, CacheAccess::kLook);
+    const auto cache = OpenCache(m_cachePath, CacheAccess::kLook);
     u8 sector[512];
     for (u64 s = first; s < first + count; ++s) {
-      cache.image->SetPosition(s);
-      if (cache.image->Read(sector, 1) != 1 || !fakes::IsPattern(s, sector)) return false;
+      cache->image->SetPosition(s);
+      if (cache->image->Read(sector, 1) != 1 || !fakes::IsPattern(s, sector)) return false;
     }
     return true;
   }

@@ -73,11 +73,11 @@ TEST_P(CloneThreads, LeaveACacheThatTellsTheTruth) {
   const bool isRandom = std::get<1>(GetParam());
   const fakes::TempFolder folder;
   ASSERT_TRUE(folder.Exists());
-  Cache cache = OpenOrCreateCache(folder.File(u"disk.kvrsp"), {}, kSectors);
-  ASSERT_EQ(cache.answer, CacheAnswer::kOpened);
+  const auto cache = OpenOrCreateCache(folder.File(u"disk.kvrsp"), {}, kSectors);
+  ASSERT_TRUE(cache);
   const Owned<cBaseIO> source(new PatternSource);
   cReadOnceIO storage;
-  ASSERT_TRUE(storage.Attach(cache.image.get(), source.get()));
+  ASSERT_TRUE(storage.Attach(cache->image.get(), source.get()));
   std::vector<u64> wrong(threads);
   std::vector<std::thread> running;
   for (size_t i = 0; i < wrong.size(); ++i) {
@@ -88,12 +88,12 @@ TEST_P(CloneThreads, LeaveACacheThatTellsTheTruth) {
   for (std::thread& thread : running) thread.join();
   for (const u64 count : wrong) EXPECT_EQ(count, 0u);
   EXPECT_EQ(ReadAround(&storage, 99, false), 0u);
-  const StatusCounts counts = CountStatuses(cache.image.get(), 0, kSectors);
+  const StatusCounts counts = CountStatuses(cache->image.get(), 0, kSectors);
   u64 refused = 0;
   for (u64 sector = 0; sector < kSectors; ++sector) refused += PatternSource::Refuses(sector);
   EXPECT_EQ(counts.unreadable, refused);
   EXPECT_EQ(counts.present, kSectors - refused);
-  const auto survey = cache.image->SurveyIndex();
+  const auto survey = cache->image->SurveyIndex();
   EXPECT_FALSE(survey.sharing);
   EXPECT_EQ(survey.records, survey.recordEnd) << "no room was given out twice or left over";
 }

@@ -17,13 +17,11 @@ Defined Answered(DefineAnswer answer) {
   return {answer, nullptr};
 }
 
-DefineAnswer AnswerOf(CacheAnswer answer) {
-  switch (answer) {
-    case CacheAnswer::kOpened:
-      return DefineAnswer::kDefined;
-    case CacheAnswer::kOtherSize:
+DefineAnswer AnswerOf(CacheFaultKind kind) {
+  switch (kind) {
+    case CacheFaultKind::kOtherSize:
       return DefineAnswer::kWrongSize;
-    case CacheAnswer::kLockedElsewhere:
+    case CacheFaultKind::kLockedElsewhere:
       return DefineAnswer::kLockedElsewhere;
     default:
       return DefineAnswer::kCacheFailed;
@@ -54,11 +52,11 @@ Defined DefineStorage(cBaseIO* source, const std::u16string& cachePath) {
   if (cachePath.empty()) return Answered(DefineAnswer::kPathMissing);
   // In full, because the host may change its current folder and the storage reopens the file.
   const std::u16string path = platform::FullPath(cachePath.c_str());
-  Cache cache = OpenOrCreateCache(path, {}, source->GetSectorCount());
-  if (cache.answer != CacheAnswer::kOpened) return Answered(AnswerOf(cache.answer));
-  Defined defined = Attach(&cache, source);
-  if (!defined.storage && cache.created) {
-    cache = Cache();  // closed before it is removed
+  auto cache = OpenOrCreateCache(path, {}, source->GetSectorCount());
+  if (!cache) return Answered(AnswerOf(cache.error().kind));
+  Defined defined = Attach(&*cache, source);
+  if (!defined.storage && cache->created) {
+    *cache = Cache();  // closed before it is removed
     platform::RemoveFile(path.c_str());
   }
   return defined;

@@ -65,8 +65,11 @@ OpenedStorage OpenStorage(const std::u16string& path, const std::u16string& test
   if (kind == platform::PathKind::kDevice) storage.kind = StorageKind::kDrive;
   if (auto cache = OpenIfCache(storage.path)) {
     storage.kind = StorageKind::kCache;
-    storage.io.reset(cache->image.release());
-    if (!storage.io) storage.fault = Fault(storage.path, "It is a cache whose header is damaged.");
+    if (*cache) {
+      storage.io.reset((*cache)->image.release());
+    } else {
+      storage.fault = Fault(storage.path, "It is a cache whose header is damaged.");
+    }
     return storage;
   }
   return OpenSourceOf(std::move(storage), testMapfile);

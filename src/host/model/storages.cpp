@@ -37,7 +37,8 @@ std::u16string TitleOf(const Storage& storage) {
 // The host's look at a cache; null when it is none, or another storage's.
 Owned<cKVRSparseIO> LookAt(const std::u16string& cachePath, u64 sectors) {
   if (cachePath.empty()) return nullptr;
-  return std::move(OpenCache(cachePath, CacheAccess::kLook, sectors).image);
+  auto cache = OpenCache(cachePath, CacheAccess::kLook, sectors);
+  return cache ? std::move(cache->image) : nullptr;
 }
 
 bool IsSamePath(const std::u16string& one, const std::u16string& other) {

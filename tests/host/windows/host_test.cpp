@@ -104,9 +104,9 @@ class HostTest : public testing::Test {
   }
 
   StatusCounts CacheCounts() const {
-    Cache opened = OpenCache(cache, CacheAccess::kLook);
-    if (opened.answer != CacheAnswer::kOpened) return {};
-    return CountStatuses(opened.image.get(), 0, opened.image->GetSectorCount());
+    const auto opened = OpenCache(cache, CacheAccess::kLook);
+    if (!opened) return {};
+    return CountStatuses(opened->image.get(), 0, opened->image->GetSectorCount());
   }
 
   std::vector<std::u16string> Words(u32 language) const {
