@@ -108,10 +108,11 @@ ExitStatus RunLog(const std::string& path, bool json) {
   auto cache = OpenCacheToLook(path);
   if (!cache) return cache.error();
   const std::string logPath = path + ".log";
-  u32 systemError = 0;
   const RescueHistory history =
-      ReadHistory(LogPathOf(WideFromUtf8(path)), cache->image->GetSectorCount(), &systemError);
-  if (systemError != 0) return Fail(Failure(logPath, "the log cannot be read", systemError));
+      ReadHistory(LogPathOf(WideFromUtf8(path)), cache->image->GetSectorCount());
+  if (history.systemError != 0) {
+    return Fail(Failure(logPath, "the log cannot be read", history.systemError));
+  }
   if (history.lines == 0) Tell(logPath + ": there is no log, or it is empty");
   if (history.wrongLines > 0) {
     Tell(fmt::format("{}: {} lines cannot be understood and are ignored; the first is line {}",

@@ -79,8 +79,7 @@ void PrintExtents(cKVRSparseIO* image) {
 // never marked, are '/': ddrescue resumes both as it does its own.
 std::string MapfileOf(cKVRSparseIO* image, const std::string& path) {
   const u64 sectors = image->GetSectorCount();
-  u32 ignored = 0;
-  RescueHistory history = ReadHistory(LogPathOf(WideFromUtf8(path)), sectors, &ignored);
+  RescueHistory history = ReadHistory(LogPathOf(WideFromUtf8(path)), sectors);
   if (history.stamp != image->Layout().stamp) history = {};
   std::ostringstream out;
   MapfileWriter writer(out, CountStatuses(image, 0, sectors).missing == 0);

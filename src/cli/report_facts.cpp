@@ -75,8 +75,8 @@ std::vector<ReportPoint> GoodData(const RescueHistory& history) {
 
 // What the rescue log beside the cache tells.
 ReportHistory HistoryOf(const std::string& cache, u64 sectors) {
-  u32 error = 0;  // such a log tells nothing; 'larkspur log' says why
-  const RescueHistory history = ReadHistory(LogPathOf(WideFromUtf8(cache)), sectors, &error);
+  // One that cannot be read tells nothing; 'larkspur log' says why.
+  const RescueHistory history = ReadHistory(LogPathOf(WideFromUtf8(cache)), sectors);
   ReportHistory told;
   if (history.source) {
     const SourceIdentity& source = *history.source;

@@ -86,24 +86,26 @@ bool Rescue::Reopen(EngineOptions engine) {
 ExitStatus Rescue::OpenSession(EngineOptions engine) {
   m_session = std::make_unique<RescueSession>(&m_source, &m_cache, WideFromUtf8(m_options.cache),
                                               m_stop ? m_stop : &platform::InterruptFlag());
-  switch (m_session->Open(std::move(engine), m_options.otherSource)) {
-    case SessionAnswer::kReady:
-      TellOfSession();
-      return kExitDone;
-    case SessionAnswer::kOtherSource:
+  const auto opened = m_session->Open(std::move(engine), m_options.otherSource);
+  if (opened) {
+    TellOfSession();
+    return kExitDone;
+  }
+  switch (opened.error().kind) {
+    case SessionFaultKind::kOtherSource:
       return Fail(
           fmt::format("{}: this cache was made from another disk ({}), not from {} ({}); choose "
                       "another cache, or use --other-source if that is what you mean",
                       m_options.cache, DiskWords(m_session->Before()), m_options.source,
                       DiskWords(m_source.asked->Identity())));
-    case SessionAnswer::kCacheNotFlushed:
+    case SessionFaultKind::kCacheNotFlushed:
       return Fail(Failure(m_options.cache,
                           "the cache could not be flushed to disk earlier, nor can it now; nothing "
                           "is read until it can",
-                          m_session->SystemError()));
-    case SessionAnswer::kCacheUnreadable:
+                          opened.error().systemError));
+    case SessionFaultKind::kCacheUnreadable:
       return Fail(Failure(m_options.cache, "the cache cannot be read; try 'larkspur check'",
-                          platform::LastFailure()));
+                          opened.error().systemError));
   }
   return kExitFailed;
 }

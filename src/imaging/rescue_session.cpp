@@ -11,6 +11,10 @@
 namespace larkspur {
 namespace {
 
+tl::unexpected<SessionFault> FailedAs(SessionFaultKind kind) {
+  return Failed(SessionFault{kind, platform::LastFailure()});
+}
+
 SameDisk Compare(const RescueHistory& history, const SourceIdentity& now) {
   if (!history.source) return SameDisk::kNew;
   const SourceIdentity& before = *history.source;
@@ -51,16 +55,18 @@ RescueSession::RescueSession(Source* source, Cache* cache, const std::u16string&
       m_stop(stop),
       m_store(cache->image.get(), cache->lock.get()) {}
 
-SessionAnswer RescueSession::Open(EngineOptions options, bool otherSource) {
+Result<void, SessionFault> RescueSession::Open(EngineOptions options, bool otherSource) {
   const std::u16string logPath = LogPathOf(m_cachePath);
-  RescueHistory history = ReadHistory(logPath, m_source->sectors, &m_systemError);
+  RescueHistory history = ReadHistory(logPath, m_source->sectors);
   m_wrongLogLine = history.firstWrongLine;
   // A log of another cache of the same name says nothing of this one.
   if (history.stamp != m_cache->image->Layout().stamp) history = {};
   const SourceIdentity& identity = m_source->asked->Identity();
   m_identity = Compare(history, identity);
   if (history.source) m_before = *history.source;
-  if (m_identity == SameDisk::kOther && !otherSource) return SessionAnswer::kOtherSource;
+  if (m_identity == SameDisk::kOther && !otherSource) {
+    return FailedAs(SessionFaultKind::kOtherSource);
+  }
   // What another disk refused says nothing of this one.
   if (m_identity == SameDisk::kOther) {
     history.triedTogether.Clear();
@@ -69,15 +75,12 @@ SessionAnswer RescueSession::Open(EngineOptions options, bool otherSource) {
   const std::string boot = platform::BootId();
   const bool wasCut = !history.ended && history.boot != boot;
   if (history.syncFailed) {
-    if (!m_cache->lock->Sync()) {
-      m_systemError = platform::LastFailure();
-      return SessionAnswer::kCacheNotFlushed;
-    }
+    if (!m_cache->lock->Sync()) return FailedAs(SessionFaultKind::kCacheNotFlushed);
     platform::DropCachedPages(m_cachePath.c_str());
   }
   if (wasCut || history.syncFailed) {
     const std::optional<u64> disbelieved = DisbelieveZeros(m_cache->image.get(), history.storing);
-    if (!disbelieved) return SessionAnswer::kCacheUnreadable;
+    if (!disbelieved) return FailedAs(SessionFaultKind::kCacheUnreadable);
     m_disbelieved = *disbelieved;
   }
   m_log = std::make_unique<FileLog>(logPath);
@@ -89,7 +92,7 @@ SessionAnswer RescueSession::Open(EngineOptions options, bool otherSource) {
   m_engine = std::make_unique<Engine>(m_source->asked.get(), &m_store, m_log.get(), &m_clock,
                                       m_stop, std::move(options));
   m_engine->Resume(&history);
-  return SessionAnswer::kReady;
+  return {};
 }
 
 std::optional<u64> DisbelieveZeros(cKVRSparseIO* image, const ExtentSet& storing) {

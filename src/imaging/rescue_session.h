@@ -16,11 +16,15 @@
 
 namespace larkspur {
 
-enum class SessionAnswer {
-  kReady,
+enum class SessionFaultKind {
   kOtherSource,      // the cache was made of another disk of the same size: Before() says which
   kCacheNotFlushed,  // an earlier flush to disk failed, and this one, too: systemError
-  kCacheUnreadable,
+  kCacheUnreadable,  // systemError
+};
+
+struct SessionFault {
+  SessionFaultKind kind;
+  u32 systemError = 0;
 };
 
 // What the log says of the source's identity.
@@ -38,10 +42,9 @@ class RescueSession {
                 const std::atomic<bool>* stop);
 
   // `otherSource`: another disk than the log's is meant.
-  SessionAnswer Open(EngineOptions options, bool otherSource);
-  u32 SystemError() const { return m_systemError; }
+  Result<void, SessionFault> Open(EngineOptions options, bool otherSource);
 
-  // REQUIRES: kReady.
+  // REQUIRES: it is open.
   Engine& Rescue() { return *m_engine; }
   RescueStore& Store() { return m_store; }
 
@@ -68,7 +71,6 @@ class RescueSession {
   SourceIdentity m_before;
   u64 m_disbelieved = 0;
   u64 m_wrongLogLine = 0;
-  u32 m_systemError = 0;
 };
 
 }  // namespace larkspur

@@ -197,9 +197,8 @@ RescueHistory HistoryReader::Finish() {
   return std::move(m_history);
 }
 
-RescueHistory ReadHistory(const std::u16string& path, u64 sectorLimit, u32* systemError) {
+RescueHistory ReadHistory(const std::u16string& path, u64 sectorLimit) {
   HistoryReader reader(sectorLimit);
-  *systemError = 0;
   if (platform::KindOfPath(path.c_str()) != platform::PathKind::kFile) return reader.Finish();
   platform::SetLastFailure(0);
   const platform::OwnedFile file(platform::OpenExistingFile(path.c_str(), platform::kOpenRead));
@@ -212,8 +211,10 @@ RescueHistory ReadHistory(const std::u16string& path, u64 sectorLimit, u32* syst
     reader.Feed(std::string_view(buffer).substr(0, got));
     at += got;
   }
-  *systemError = platform::LastFailure();
-  return reader.Finish();
+  const u32 systemError = platform::LastFailure();
+  RescueHistory history = reader.Finish();
+  history.systemError = systemError;
+  return history;
 }
 
 }  // namespace larkspur

@@ -62,6 +62,7 @@ struct RescueHistory {
   u64 lines = 0;
   u64 wrongLines = 0;
   u64 firstWrongLine = 0;  // from 1; 0: none
+  u32 systemError = 0;     // why the log could not be read to its end; 0: it was, or there is none
 
   static constexpr size_t kMaxRuns = 1000;
   static constexpr size_t kMaxPoints = 4096;
@@ -109,8 +110,7 @@ class HistoryReader {
   RescueHistory m_history;
 };
 
-// Reads the log at `path`; nothing in it when there is none. *systemError is the system's word when
-// there is one that cannot be read, else 0.
-RescueHistory ReadHistory(const std::u16string& path, u64 sectorLimit, u32* systemError);
+// Reads the log at `path`; nothing in it when there is none.
+RescueHistory ReadHistory(const std::u16string& path, u64 sectorLimit);
 
 }  // namespace larkspur

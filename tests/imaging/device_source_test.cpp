@@ -34,7 +34,7 @@ class DeviceSource : public DeviceTest {
     RescueSession session(&*source, &*cache, m_cachePath, &m_stop);
     EngineOptions options;
     options.inThread = false;
-    EXPECT_EQ(session.Open(options, false), SessionAnswer::kReady);
+    EXPECT_TRUE(session.Open(options, false));
     session.Rescue().Want(ExtentSet({0, source->sectors}));
     session.Rescue().Image();
     const StopReason reason = session.Rescue().Finish();

@@ -134,20 +134,19 @@ TEST(RescueHistoryTest, NonsenseIsCountedAndPassedOver) {
 TEST(RescueLogTest, IsAppendedToAndSurvivesACutLine) {
   fakes::TempFolder folder;
   const std::u16string path = folder.File(u"disk.kvrsp.log");
-  u32 error = 1;
-  EXPECT_EQ(ReadHistory(path, 10000, &error).lines, 0u);
-  EXPECT_EQ(error, 0u);
+  EXPECT_EQ(ReadHistory(path, 10000).lines, 0u);
+  EXPECT_EQ(ReadHistory(path, 10000).systemError, 0u);
   for (u64 run = 1; run <= 3; ++run) {
     FileLog log(path);
     for (const LogEvent& event : WholeRun()) log.Write(event);
     log.Sync();
     EXPECT_EQ(log.Failure(), 0u);
-    EXPECT_EQ(ReadHistory(path, 10000, &error).runs.size(), run);
+    EXPECT_EQ(ReadHistory(path, 10000).runs.size(), run);
     const platform::OwnedFile file(
         platform::OpenExistingFile(path.c_str(), platform::kOpenRead | platform::kOpenWrite));
     ASSERT_TRUE(platform::SetFileSize(file.Handle(), platform::FileSize(file.Handle()) - 4));
   }
-  EXPECT_EQ(ReadHistory(path, 10000, &error).wrongLines, 2u);
+  EXPECT_EQ(ReadHistory(path, 10000).wrongLines, 2u);
   EXPECT_NE(FileLog(folder.File(u"")).Failure(), 0u) << "a folder";
 }
 
