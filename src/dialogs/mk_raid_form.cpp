@@ -160,26 +160,26 @@ void cMkRAIDForm::Define() {
   if (IsOnDiskOf(ChosenSource(), m_path.Value())) {
     return RefuseCache(TextOf(kCacheNotesKey, kOnSourceDiskNote));
   }
-  Defined defined;
-  {
+  auto defined = [this] {
     const cWaitCursor wait;
-    defined = DefineStorage(ChosenSource(), m_path.Value());
+    return DefineStorage(ChosenSource(), m_path.Value());
+  }();
+  if (defined) {
+    *m_result = std::move(*defined);
+    return Close(1);
   }
-  switch (defined.answer) {
-    case DefineAnswer::kDefined:
-      *m_result = std::move(defined.storage);
-      return Close(1);
-    case DefineAnswer::kSourceMissing:
+  switch (defined.error()) {
+    case DefineFault::kSourceMissing:
       return m_source.Focus();
-    case DefineAnswer::kPathMissing:
+    case DefineFault::kPathMissing:
       return m_path.Focus();
-    case DefineAnswer::kWrongSize:
+    case DefineFault::kWrongSize:
       return RefuseCache(Item(kOtherSize));
-    case DefineAnswer::kLockedElsewhere:
+    case DefineFault::kLockedElsewhere:
       return RefuseCache(TextOf(kCacheNotesKey, kInUseNote));
-    case DefineAnswer::kCacheFailed:
+    case DefineFault::kCacheFailed:
       return RefuseCache(Item(kAddDevice));
-    case DefineAnswer::kNotAttached:
+    case DefineFault::kNotAttached:
       return;  // there is no text for it
   }
 }

@@ -27,13 +27,13 @@ struct Session {
     settings.SetLanguage(line.language);
     files = LoadModulesBesideProgram();
     for (ModuleFile& file : files) {
-      if (file.module) file.module->Configure(settings);
+      if (file.module) (*file.module)->Configure(settings);
     }
   }
 
   cModule* FirstModule() const {
     for (const ModuleFile& file : files) {
-      if (file.module) return file.module.get();
+      if (file.module) return file.module->get();
     }
     return nullptr;
   }
@@ -72,14 +72,14 @@ std::string OneLine(const std::u16string& text) {
 
 // The storage's place in the list; Count() when it did not open, and the user was told.
 size_t OpenOrTell(const std::string& name, const CommandLine& line, cStorages* storages) {
-  OpenedStorage opened = OpenStorage(WideFromUtf8(name), WideFromUtf8(line.testMapfile));
+  auto opened = OpenStorage(WideFromUtf8(name), WideFromUtf8(line.testMapfile));
   size_t index = storages->Count();
-  if (!opened.io) {
-    Tell(OneLine(opened.fault));
+  if (!opened) {
+    Tell(OneLine(opened.error()));
     return index;
   }
-  if (!opened.notice.empty()) Tell(name + ": " + Utf8(opened.notice));
-  storages->Add(std::move(opened), &index);
+  if (!opened->notice.empty()) Tell(name + ": " + Utf8(opened->notice));
+  storages->Add(std::move(*opened), &index);
   return index;
 }
 
@@ -111,11 +111,12 @@ ExitStatus RunList(const CommandLine& line) {
   const Session session(line);
   for (const ModuleFile& file : session.files) {
     if (!file.module) {
-      Tell(Utf8(file.fileName) + " " + Utf8(file.fault));
+      Tell(Utf8(file.fileName) + " " + Utf8(file.module.error()));
       continue;
     }
-    Print(fmt::format("{}  {:016x}  {} ({})\n", Utf8(file.fileName), file.module->Identity(),
-                      Utf8(file.module->Name()), Utf8(file.module->Description())));
+    const cModule& module = **file.module;
+    Print(fmt::format("{}  {:016x}  {} ({})\n", Utf8(file.fileName), module.Identity(),
+                      Utf8(module.Name()), Utf8(module.Description())));
   }
   return session.FirstModule() ? kExitDone : Fail("there is no module beside the program");
 }

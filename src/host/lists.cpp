@@ -48,8 +48,11 @@ cIconList StorageIcons() {
 std::u16string cModuleRows::CellText(u32 row, u32 column) const {
   const ModuleFile& file = m_files[row];
   if (column == 1) return file.fileName;
-  if (!file.module) return column == 0 ? file.fileName + u" " + file.fault : std::u16string();
-  return column == 0 ? file.module->Name() : Words("{:016x}", file.module->Identity());
+  if (!file.module) {
+    return column == 0 ? file.fileName + u" " + file.module.error() : std::u16string();
+  }
+  const cModule& module = **file.module;
+  return column == 0 ? module.Name() : Words("{:016x}", module.Identity());
 }
 
 }  // namespace larkspur::host

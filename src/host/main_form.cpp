@@ -229,9 +229,9 @@ Storage* cMainForm::Chosen() {
 
 cModule* cMainForm::ChosenModule() {
   const u32 row = m_moduleList.Value();
-  if (row < m_modules.size() && m_modules[row].module) return m_modules[row].module.get();
+  if (row < m_modules.size() && m_modules[row].module) return m_modules[row].module->get();
   for (const ModuleFile& file : m_modules) {
-    if (file.module) return file.module.get();
+    if (file.module) return file.module->get();
   }
   return nullptr;
 }
@@ -280,7 +280,7 @@ void cMainForm::TakeLanguage() {
   m_settings.SetLanguage(m_languageIds[static_cast<size_t>(row)]);
   Messages().SelectLanguage(&m_settings);
   for (const ModuleFile& file : m_modules) {
-    if (file.module) file.module->Configure(m_settings);
+    if (file.module) (*file.module)->Configure(m_settings);
   }
   m_moduleList.Refresh();
   // The one text of the catalog in this window.

@@ -129,16 +129,15 @@ void cMainForm::OpenDrive() {
 }
 
 void cMainForm::OpenPath(const std::u16string& path) {
-  OpenedStorage opened;
   size_t index = 0;
   auto adding = cStorages::Adding::kNoMemory;
   std::u16string notice;
   {
     const cWaitCursor wait;
-    opened = OpenStorage(path, WideFromUtf8(m_line.testMapfile));
-    notice = opened.notice;
-    if (!opened.fault.empty()) return ShowError(Handle(), opened.fault);
-    adding = m_storages.Add(std::move(opened), &index);
+    auto opened = OpenStorage(path, WideFromUtf8(m_line.testMapfile));
+    if (!opened) return ShowError(Handle(), opened.error());
+    notice = opened->notice;
+    adding = m_storages.Add(std::move(*opened), &index);
   }
   if (adding == cStorages::Adding::kNoMemory) return ShowError(Handle(), texts::kNoMemory);
   ShowStorages(index);

@@ -68,13 +68,13 @@ std::u16string LoadingFault() {
   return Words("cannot be loaded: {}", platform::FailureText(platform::LastFailure()));
 }
 
-// Empty for what looks like a module. Maps the library without running anything of it.
-std::u16string LookInto(const std::u16string& path) {
+// Whether it looks like a module. Maps the library without running anything of it.
+Result<void, std::u16string> LookInto(const std::u16string& path) {
   const OwnedLibrary library = Load(path, DONT_RESOLVE_DLL_REFERENCES);
-  if (!library) return LoadingFault();
+  if (!library) return Failed(LoadingFault());
   for (const char* name : kNeeded) {
     if (!GetProcAddress(library.get(), name)) {
-      return Words("is not a module: it does not export {}", name);
+      return Failed(Words("is not a module: it does not export {}", name));
     }
   }
   return {};
@@ -127,16 +127,10 @@ cBaseIO* cModule::Make(HostStorageList& list, HWND parent) {
   return m_exports->makeinstance(&list, &element);
 }
 
-ModuleFile LoadModule(const std::u16string& path) {
-  ModuleFile file;
-  file.fileName = path.substr(path.find_last_of(u"\\/") + 1);
-  file.fault = LookInto(path);
-  if (!file.fault.empty()) return file;
+LoadedModule LoadModule(const std::u16string& path) {
+  if (const auto looked = LookInto(path); !looked) return Failed(looked.error());
   OwnedLibrary library = Load(path, 0);
-  if (!library) {
-    file.fault = LoadingFault();
-    return file;
-  }
+  if (!library) return Failed(LoadingFault());
   cModule::Exports exports{};
   Find(library, "typeofmod", &exports.typeofmod);
   Find(library, "appuidof", &exports.appuidof);
@@ -147,11 +141,10 @@ ModuleFile LoadModule(const std::u16string& path) {
   Find(library, "makeinstance", &exports.makeinstance);
   Find(library, "destroy", &exports.destroy);
   if (const std::string type = TypeOf(exports.typeofmod); type != kStorageModule) {
-    file.fault = Words("is a module of another kind: {}", type);
-    return file;
+    return Failed(Words("is a module of another kind: {}", type));
   }
-  file.module.reset(new cModule(library.release(), exports, file.fileName));
-  return file;
+  const std::u16string fileName = path.substr(path.find_last_of(u"\\/") + 1);
+  return std::unique_ptr<cModule>(new cModule(library.release(), exports, fileName));
 }
 
 std::vector<ModuleFile> LoadModulesBesideProgram() {
@@ -168,7 +161,9 @@ std::vector<ModuleFile> LoadModulesBesideProgram() {
   });
   std::sort(names.begin(), names.end());
   std::vector<ModuleFile> files;
-  for (const std::u16string& name : names) files.push_back(LoadModule(folder + u"\\" + name));
+  for (const std::u16string& name : names) {
+    files.push_back({name, LoadModule(folder + u"\\" + name)});
+  }
   return files;
 }
 

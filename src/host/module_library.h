@@ -10,11 +10,15 @@
 #include <string>
 #include <vector>
 
+#include "base/result.h"
 #include "module/host_contract.h"
 
 namespace larkspur::host {
 
-struct ModuleFile;
+class cModule;
+
+// A module, or why a library cannot be one.
+using LoadedModule = Result<std::unique_ptr<cModule>, std::u16string>;
 
 class cModule {
  public:
@@ -34,7 +38,7 @@ class cModule {
   cBaseIO* Make(HostStorageList& list, HWND parent);
 
  private:
-  friend ModuleFile LoadModule(const std::u16string& path);
+  friend LoadedModule LoadModule(const std::u16string& path);
   struct Exports;
 
   cModule(HMODULE library, const Exports& exports, std::u16string fileName);
@@ -48,12 +52,11 @@ class cModule {
 // A library beside the program, and what became of loading it.
 struct ModuleFile {
   std::u16string fileName;
-  std::unique_ptr<cModule> module;  // null when `fault` says why
-  std::u16string fault;
+  LoadedModule module;
 };
 
 // Loads one library. What has not the exports of a module is not run at all.
-ModuleFile LoadModule(const std::u16string& path);
+LoadedModule LoadModule(const std::u16string& path);
 
 // The libraries in the program's own folder, in the order of their names.
 std::vector<ModuleFile> LoadModulesBesideProgram();

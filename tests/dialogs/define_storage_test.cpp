@@ -28,16 +28,20 @@ class DefineStorageTest : public testing::Test {
     script->sectors = sectors;  // they are not read
     return Owned<cBaseIO>(fakes::SourceOn(std::move(script)).release());
   }
-  DefineAnswer Define(u64 sectors) { return DefineStorage(SourceOf(sectors).get(), m_path).answer; }
+  // Why it cannot be defined; none when it can.
+  std::optional<DefineFault> Define(u64 sectors) {
+    const auto defined = DefineStorage(SourceOf(sectors).get(), m_path);
+    return defined ? std::nullopt : std::optional(defined.error());
+  }
 
   fakes::TempFolder m_folder;
   std::u16string m_path;
 };
 
 TEST_F(DefineStorageTest, WantsASourceAndThenAPath) {
-  EXPECT_EQ(DefineStorage(nullptr, u"").answer, DefineAnswer::kSourceMissing);
-  EXPECT_EQ(DefineStorage(nullptr, m_path).answer, DefineAnswer::kSourceMissing);
-  EXPECT_EQ(DefineStorage(SourceOf(1).get(), u"").answer, DefineAnswer::kPathMissing);
+  EXPECT_EQ(DefineStorage(nullptr, u"").error(), DefineFault::kSourceMissing);
+  EXPECT_EQ(DefineStorage(nullptr, m_path).error(), DefineFault::kSourceMissing);
+  EXPECT_EQ(DefineStorage(SourceOf(1).get(), u"").error(), DefineFault::kPathMissing);
   EXPECT_FALSE(FileExists());
 }
 
@@ -46,11 +50,11 @@ TEST_F(DefineStorageTest, MakesACacheAndGoesOnWithIt) {
   const auto source = fakes::SourceOn(script);
   std::vector<u8> buffer(100 * kSectorBytes);
   for (int round = 0; round < 2; ++round) {
-    Defined defined = DefineStorage(source.get(), m_path);
-    ASSERT_EQ(defined.answer, DefineAnswer::kDefined) << round;
-    EXPECT_EQ(defined.storage->GetSectorCount(), kSectors);
-    defined.storage->SetPosition(200);
-    ASSERT_EQ(defined.storage->Read(buffer.data(), 100), 100u);
+    const auto defined = DefineStorage(source.get(), m_path);
+    ASSERT_TRUE(defined) << round;
+    EXPECT_EQ((*defined)->GetSectorCount(), kSectors);
+    (*defined)->SetPosition(200);
+    ASSERT_EQ((*defined)->Read(buffer.data(), 100), 100u);
     EXPECT_TRUE(fakes::IsPattern(299, buffer.data() + 99 * kSectorBytes));
   }
   EXPECT_EQ(script->AskedMoreThan(1), "");
@@ -58,10 +62,10 @@ TEST_F(DefineStorageTest, MakesACacheAndGoesOnWithIt) {
 }
 
 TEST_F(DefineStorageTest, RefusesTheCacheOfAStorageOfAnotherSize) {
-  ASSERT_EQ(Define(kSectors), DefineAnswer::kDefined);
+  ASSERT_FALSE(Define(kSectors));
   const std::vector<u8> before = fakes::ReadWholeFile(m_path);
-  EXPECT_EQ(Define(kSectors + 1), DefineAnswer::kWrongSize);
-  EXPECT_EQ(Define(0), DefineAnswer::kWrongSize);
+  EXPECT_EQ(Define(kSectors + 1), DefineFault::kWrongSize);
+  EXPECT_EQ(Define(0), DefineFault::kWrongSize);
   EXPECT_EQ(fakes::ReadWholeFile(m_path), before);
 }
 
@@ -69,45 +73,45 @@ TEST_F(DefineStorageTest, LeavesOtherFilesAlone) {
   const std::vector<u8> texts[] = {{}, {'K', 'V', 'R'}, std::vector<u8>(5000, 'x')};
   for (const std::vector<u8>& bytes : texts) {
     ASSERT_TRUE(fakes::WriteWholeFile(m_path, bytes));
-    EXPECT_EQ(Define(kSectors), DefineAnswer::kCacheFailed);
+    EXPECT_EQ(Define(kSectors), DefineFault::kCacheFailed);
     EXPECT_EQ(fakes::ReadWholeFile(m_path), bytes);
   }
 }
 
 TEST_F(DefineStorageTest, RefusesFoldersAndPathsBelowNothing) {
   m_path = m_folder.Path().u16string();
-  EXPECT_EQ(Define(kSectors), DefineAnswer::kCacheFailed);
+  EXPECT_EQ(Define(kSectors), DefineFault::kCacheFailed);
   m_path = m_folder.File(u"missing") + u"/disk.kvrsp";
-  EXPECT_EQ(Define(kSectors), DefineAnswer::kCacheFailed);
+  EXPECT_EQ(Define(kSectors), DefineFault::kCacheFailed);
   m_path = std::u16string(16384, u'x');
-  EXPECT_EQ(Define(kSectors), DefineAnswer::kCacheFailed);
+  EXPECT_EQ(Define(kSectors), DefineFault::kCacheFailed);
 }
 
 TEST_F(DefineStorageTest, RemovesWhatCannotBecomeACache) {
-  EXPECT_EQ(Define(0), DefineAnswer::kCacheFailed);
+  EXPECT_EQ(Define(0), DefineFault::kCacheFailed);
   EXPECT_FALSE(FileExists());
-  EXPECT_EQ(Define(u64{1} << 41), DefineAnswer::kCacheFailed);
+  EXPECT_EQ(Define(u64{1} << 41), DefineFault::kCacheFailed);
   EXPECT_FALSE(FileExists());
-  EXPECT_EQ(Define(kSectors), DefineAnswer::kDefined);
+  EXPECT_FALSE(Define(kSectors));
 }
 
 TEST_F(DefineStorageTest, RemovesANewCacheWhoseSourceGivesNoClone) {
   if (LARKSPUR_SANITIZED) GTEST_SKIP() << "the sanitizers know only their own compiler's objects";
   fakes::ForeignStorage source(kSectors);
   source.clones = false;
-  EXPECT_EQ(DefineStorage(source.IO(), m_path).answer, DefineAnswer::kNotAttached);
+  EXPECT_EQ(DefineStorage(source.IO(), m_path).error(), DefineFault::kNotAttached);
   EXPECT_FALSE(FileExists());
-  ASSERT_EQ(Define(kSectors), DefineAnswer::kDefined);
-  EXPECT_EQ(DefineStorage(source.IO(), m_path).answer, DefineAnswer::kNotAttached);
+  ASSERT_FALSE(Define(kSectors));
+  EXPECT_EQ(DefineStorage(source.IO(), m_path).error(), DefineFault::kNotAttached);
   EXPECT_TRUE(FileExists());
 }
 
 TEST_F(DefineStorageTest, RefusesACacheOnWhichAnotherRunIsWorking) {
-  ASSERT_EQ(Define(kSectors), DefineAnswer::kDefined);
+  ASSERT_FALSE(Define(kSectors));
   const platform::OwnedFile locked(
       platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
   ASSERT_EQ(platform::LockFileAlone(locked.Handle()), platform::LockAnswer::kLocked);
-  EXPECT_EQ(Define(kSectors), DefineAnswer::kLockedElsewhere);
+  EXPECT_EQ(Define(kSectors), DefineFault::kLockedElsewhere);
 }
 
 TEST_F(DefineStorageTest, LocksTheCacheUntilTheLastCloneIsGone) {
@@ -117,17 +121,17 @@ TEST_F(DefineStorageTest, LocksTheCacheUntilTheLastCloneIsGone) {
         platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
     return platform::LockFileAlone(other.Handle()) == platform::LockAnswer::kLockedElsewhere;
   };
-  Defined defined = DefineStorage(SourceOf(kSectors).get(), m_path);
-  ASSERT_EQ(defined.answer, DefineAnswer::kDefined);
+  auto defined = DefineStorage(SourceOf(kSectors).get(), m_path);
+  ASSERT_TRUE(defined);
   EXPECT_TRUE(isLocked());
-  Defined second = DefineStorage(SourceOf(kSectors).get(), m_path);
-  EXPECT_EQ(second.answer, DefineAnswer::kDefined) << "storages of one process share it";
-  Owned<cBaseIO> clone(defined.storage->Clone());
-  defined.storage.reset();
+  auto second = DefineStorage(SourceOf(kSectors).get(), m_path);
+  EXPECT_TRUE(second) << "storages of one process share it";
+  Owned<cBaseIO> clone((*defined)->Clone());
+  defined->reset();
   EXPECT_TRUE(isLocked());
   clone.reset();
   EXPECT_TRUE(isLocked());
-  second.storage.reset();
+  second->reset();
   EXPECT_FALSE(isLocked());
 }
 
@@ -135,15 +139,15 @@ TEST_F(DefineStorageTest, ReadsAForeignStorageThroughItsSlotsAlone) {
   if (LARKSPUR_SANITIZED) GTEST_SKIP() << "the sanitizers know only their own compiler's objects";
   fakes::ForeignStorage source(kSectors);
   {
-    Defined defined = DefineStorage(source.IO(), m_path);
-    ASSERT_EQ(defined.answer, DefineAnswer::kDefined);
+    auto defined = DefineStorage(source.IO(), m_path);
+    ASSERT_TRUE(defined);
     char16_t text[64];
-    ASSERT_TRUE(defined.storage->GetDescription(text, 64));
+    ASSERT_TRUE((*defined)->GetDescription(text, 64));
     EXPECT_EQ(std::u16string(text), u"{Foreign}");
-    EXPECT_EQ(std::u16string(defined.storage->GetName()), u"{Foreign}");
-    const Owned<cBaseIO> clone(defined.storage->Clone());
+    EXPECT_EQ(std::u16string((*defined)->GetName()), u"{Foreign}");
+    const Owned<cBaseIO> clone((*defined)->Clone());
     ASSERT_TRUE(clone);
-    EXPECT_TRUE(clone->IsSameAs(defined.storage.get()));
+    EXPECT_TRUE(clone->IsSameAs(defined->get()));
     u8 sector[kSectorBytes];
     clone->SetPosition(7);
     ASSERT_EQ(clone->Read(sector, 1), 1u);

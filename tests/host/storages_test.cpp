@@ -32,9 +32,9 @@ class StoragesTest : public ::testing::Test {
   }
 
   size_t Open(const std::u16string& path) {
-    OpenedStorage opened = OpenStorage(path, {});
+    auto opened = OpenStorage(path, {});
     size_t index = kNowhere;
-    if (opened.io) storages.Add(std::move(opened), &index);
+    if (opened) storages.Add(std::move(*opened), &index);
     return index;
   }
 
@@ -83,7 +83,8 @@ TEST_F(StoragesTest, AStorageOpensOnce) {
   const std::u16string path = MakeDisk(u"disk");
   size_t index = kNowhere;
   EXPECT_EQ(Open(path), 0u);
-  EXPECT_EQ(storages.Add(OpenStorage(path, {}), &index), cStorages::Adding::kOpenAlready);
+  EXPECT_EQ(storages.Add(std::move(*OpenStorage(path, {})), &index),
+            cStorages::Adding::kOpenAlready);
   EXPECT_EQ(index, 0u);
   EXPECT_EQ(storages.Count(), 1u);
   EXPECT_EQ(storages.At(0).title, u"disk");
@@ -117,11 +118,11 @@ TEST_F(StoragesTest, WhatDoesNotOpenSaysWhy) {
       {folder.Path().u16string(), u"is a folder"},
   };
   for (const Row& row : rows) {
-    const OpenedStorage opened = OpenStorage(row.path, {});
-    EXPECT_FALSE(opened.io);
-    EXPECT_NE(opened.fault.find(row.words), std::u16string::npos) << Utf8FromWide(opened.fault);
+    const auto opened = OpenStorage(row.path, {});
+    ASSERT_FALSE(opened);
+    EXPECT_NE(opened.error().find(row.words), std::u16string::npos) << Utf8FromWide(opened.error());
   }
-  EXPECT_FALSE(OpenStorage(MakeDisk(u"odd", 1000), {}).notice.empty());
+  EXPECT_FALSE(OpenStorage(MakeDisk(u"odd", 1000), {})->notice.empty());
 }
 
 TEST_F(StoragesTest, WhatAModuleMadeHasAMapAndKnowsItsSource) {
@@ -166,7 +167,7 @@ TEST_F(StoragesTest, ACacheAloneIsAStorage) {
   std::vector<u8> bytes = fakes::ReadWholeFile(folder.File(u"c.kvrsp"));
   std::fill(bytes.begin() + 8, bytes.begin() + 48, u8{0xFF});
   ASSERT_TRUE(fakes::WriteWholeFile(folder.File(u"damaged.kvrsp"), bytes));
-  EXPECT_NE(OpenStorage(folder.File(u"damaged.kvrsp"), {}).fault.find(u"header is damaged"),
+  EXPECT_NE(OpenStorage(folder.File(u"damaged.kvrsp"), {}).error().find(u"header is damaged"),
             std::u16string::npos);
 }
 

@@ -13,28 +13,23 @@
 namespace larkspur {
 namespace {
 
-Defined Answered(DefineAnswer answer) {
-  return {answer, nullptr};
-}
-
-DefineAnswer AnswerOf(CacheFaultKind kind) {
+DefineFault FaultOf(CacheFaultKind kind) {
   switch (kind) {
     case CacheFaultKind::kOtherSize:
-      return DefineAnswer::kWrongSize;
+      return DefineFault::kWrongSize;
     case CacheFaultKind::kLockedElsewhere:
-      return DefineAnswer::kLockedElsewhere;
+      return DefineFault::kLockedElsewhere;
     default:
-      return DefineAnswer::kCacheFailed;
+      return DefineFault::kCacheFailed;
   }
 }
 
-Defined Attach(Cache* cache, cBaseIO* source) {
+// Null when the source gives no clone of itself.
+Owned<cReadOnceIO> Attach(const Cache& cache, cBaseIO* source) {
   Owned<cReadOnceIO> storage(new (std::nothrow) cReadOnceIO);
-  if (!storage || !storage->Attach(cache->image.get(), source)) {
-    return Answered(DefineAnswer::kNotAttached);
-  }
-  storage->KeepLock(cache->lock);
-  return {DefineAnswer::kDefined, std::move(storage)};
+  if (!storage || !storage->Attach(cache.image.get(), source)) return nullptr;
+  storage->KeepLock(cache.lock);
+  return storage;
 }
 
 constexpr size_t kDescriptionCharacters = 256;
@@ -47,19 +42,21 @@ bool IsNumber(std::u16string_view text) {
 
 }  // namespace
 
-Defined DefineStorage(cBaseIO* source, const std::u16string& cachePath) {
-  if (!source) return Answered(DefineAnswer::kSourceMissing);
-  if (cachePath.empty()) return Answered(DefineAnswer::kPathMissing);
+Result<Owned<cReadOnceIO>, DefineFault> DefineStorage(cBaseIO* source,
+                                                      const std::u16string& cachePath) {
+  if (!source) return Failed(DefineFault::kSourceMissing);
+  if (cachePath.empty()) return Failed(DefineFault::kPathMissing);
   // In full, because the host may change its current folder and the storage reopens the file.
   const std::u16string path = platform::FullPath(cachePath.c_str());
   auto cache = OpenOrCreateCache(path, {}, source->GetSectorCount());
-  if (!cache) return Answered(AnswerOf(cache.error().kind));
-  Defined defined = Attach(&*cache, source);
-  if (!defined.storage && cache->created) {
+  if (!cache) return Failed(FaultOf(cache.error().kind));
+  Owned<cReadOnceIO> storage = Attach(*cache, source);
+  if (storage) return storage;
+  if (cache->created) {
     *cache = Cache();  // closed before it is removed
     platform::RemoveFile(path.c_str());
   }
-  return defined;
+  return Failed(DefineFault::kNotAttached);
 }
 
 std::u16string DeviceOfDescription(std::u16string_view description) {

@@ -10,13 +10,13 @@
 #include <string_view>
 
 #include "base/owned.h"
+#include "base/result.h"
 #include "io/base_io.h"
 #include "io/read_once_io.h"
 
 namespace larkspur {
 
-enum class DefineAnswer {
-  kDefined,
+enum class DefineFault {
   kSourceMissing,
   kPathMissing,
   kLockedElsewhere,  // another storage or run is working on the cache
@@ -25,14 +25,10 @@ enum class DefineAnswer {
   kNotAttached,      // the source gave no clone of itself
 };
 
-struct Defined {
-  DefineAnswer answer = DefineAnswer::kNotAttached;
-  Owned<cReadOnceIO> storage;  // when defined
-};
-
 // `source` may be of any class and stays the caller's; null when none is chosen. The path may be
 // relative. A cache file that was made here and is of no use then is removed again.
-Defined DefineStorage(cBaseIO* source, const std::u16string& cachePath);
+Result<Owned<cReadOnceIO>, DefineFault> DefineStorage(cBaseIO* source,
+                                                      const std::u16string& cachePath);
 
 // The device that a drive's description begins with: "Drive1: ..." is \\.\PhysicalDrive1,
 // "Drive C: ..." is \\.\C:. Empty where the description begins with no such name.

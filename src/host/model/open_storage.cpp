@@ -33,16 +33,15 @@ std::string SourceWords(const SourceFault& fault) {
   return {};
 }
 
-std::u16string Fault(const std::u16string& path, const std::string& words) {
-  return Words("{}\n{}", Utf8(path), words);
+using Opening = Result<OpenedStorage, std::u16string>;
+
+Opening Refused(const std::u16string& path, const std::string& words) {
+  return Failed(Words("{}\n{}", Utf8(path), words));
 }
 
-OpenedStorage OpenSourceOf(OpenedStorage storage, const std::u16string& testMapfile) {
+Opening OpenSourceOf(OpenedStorage storage, const std::u16string& testMapfile) {
   auto source = OpenSource(storage.path, {.testMapfile = testMapfile});
-  if (!source) {
-    storage.fault = Fault(storage.path, SourceWords(source.error()));
-    return storage;
-  }
+  if (!source) return Refused(storage.path, SourceWords(source.error()));
   if (source->trailingBytes > 0) {
     storage.notice =
         Words("The last {} bytes are not a whole sector and are left out.", source->trailingBytes);
@@ -54,25 +53,18 @@ OpenedStorage OpenSourceOf(OpenedStorage storage, const std::u16string& testMapf
 
 }  // namespace
 
-OpenedStorage OpenStorage(const std::u16string& path, const std::u16string& testMapfile) {
+Opening OpenStorage(const std::u16string& path, const std::u16string& testMapfile) {
   OpenedStorage storage;
   const platform::PathKind kind = platform::KindOfPath(path.c_str());
   storage.path = kind == platform::PathKind::kFile ? platform::FullPath(path.c_str()) : path;
-  if (kind == platform::PathKind::kFolder) {
-    storage.fault = Fault(path, "This is a folder.");
-    return storage;
-  }
+  if (kind == platform::PathKind::kFolder) return Refused(path, "This is a folder.");
   if (kind == platform::PathKind::kDevice) storage.kind = StorageKind::kDrive;
-  if (auto cache = OpenIfCache(storage.path)) {
-    storage.kind = StorageKind::kCache;
-    if (*cache) {
-      storage.io.reset((*cache)->image.release());
-    } else {
-      storage.fault = Fault(storage.path, "It is a cache whose header is damaged.");
-    }
-    return storage;
-  }
-  return OpenSourceOf(std::move(storage), testMapfile);
+  auto cache = OpenIfCache(storage.path);
+  if (!cache) return OpenSourceOf(std::move(storage), testMapfile);
+  if (!*cache) return Refused(storage.path, "It is a cache whose header is damaged.");
+  storage.kind = StorageKind::kCache;
+  storage.io.reset((*cache)->image.release());
+  return storage;
 }
 
 }  // namespace larkspur::host

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "base/owned.h"
+#include "base/result.h"
 #include "io/base_io.h"
 #include "io/piecewise_io.h"
 
@@ -22,16 +23,16 @@ enum class StorageKind {
 };
 
 struct OpenedStorage {
-  Owned<cBaseIO> io;  // null when `fault` says why not
+  Owned<cBaseIO> io;
   StorageKind kind = StorageKind::kImage;
   std::u16string path;                     // in full
   std::shared_ptr<SourceTraffic> traffic;  // of images and drives
-  std::u16string fault;                    // a sentence for the user
-  std::u16string notice;                   // opened, but the user should know this
+  std::u16string notice;                   // what the user should know
 };
 
-// With `testMapfile` not empty, every sector of an image or drive fails that this ddrescue mapfile
-// does not mark as finished.
-OpenedStorage OpenStorage(const std::u16string& path, const std::u16string& testMapfile);
+// What fails says why in a sentence for the user. With `testMapfile` not empty, every sector of an
+// image or drive fails that this ddrescue mapfile does not mark as finished.
+Result<OpenedStorage, std::u16string> OpenStorage(const std::u16string& path,
+                                                  const std::u16string& testMapfile);
 
 }  // namespace larkspur::host

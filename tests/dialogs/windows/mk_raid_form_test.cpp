@@ -68,7 +68,7 @@ TEST_F(MkRAIDFormTest, MovesTheFocusToWhatIsMissing) {
 
 // Another process works on the cache; a handle of its own is as good as one here.
 TEST_F(MkRAIDFormTest, SaysWhyACacheCannotBeUsed) {
-  ASSERT_EQ(DefineStorage(m_source.get(), m_path).answer, DefineAnswer::kDefined);
+  ASSERT_TRUE(DefineStorage(m_source.get(), m_path));
   const platform::OwnedFile held(
       platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
   ASSERT_EQ(platform::LockFileAlone(held.Handle()), platform::LockAnswer::kLocked);
