@@ -41,32 +41,21 @@ class StandardOutputSink final : public ExportSink {
   }
 };
 
+std::string UnwrittenWords(const std::string& output, u32 systemError) {
+  return Failure(output == "-" ? "standard output" : output,
+                 "the image could not be written and is not complete", systemError);
+}
+
 // The end of an export as words, and its exit status.
 ExitStatus TellEnd(const ExportResult& result, const ExportOptions& options) {
-  const std::string& output = options.output;
   switch (result.end) {
     case ExportEnd::kDone:
       return kExitDone;
     case ExportEnd::kStopped:
-      Tell(output + ": stopped; the image is not complete");
+      Tell(options.output + ": stopped; the image is not complete");
       return kExitInterrupted;
-    case ExportEnd::kTargetExists:
-      return Fail(output +
-                  ": this already exists; choose another name, or overwrite it with --force");
-    case ExportEnd::kTargetIsFolder:
-      return Fail(output + ": an image cannot be written to this; name a file");
-    case ExportEnd::kTargetTooSmall:
-      return Fail(output + ": this device is smaller than what is to be written");
-    case ExportEnd::kTargetMounted:
-      return Fail(output + ": something on this device is mounted or in use; unmount it first");
-    case ExportEnd::kTargetHasCache:
-      return Fail(output + ": the cache is on this device; choose another device");
-    case ExportEnd::kCannotCreate:
-      return Fail(Failure(output, "this cannot be opened for writing", result.systemError));
     case ExportEnd::kWriteFailed:
-      return Fail(Failure(output == "-" ? "standard output" : output,
-                          "the image could not be written and is not complete",
-                          result.systemError));
+      return Fail(UnwrittenWords(options.output, result.systemError));
     case ExportEnd::kCacheFailed:
       return Fail(Failure(options.cache, "the cache cannot be read; try 'larkspur check'",
                           result.systemError));
@@ -74,35 +63,50 @@ ExitStatus TellEnd(const ExportResult& result, const ExportOptions& options) {
   return kExitFailed;
 }
 
-// What is to be written, in sectors.
-ExitStatus FindRange(const ExportOptions& options, cKVRSparseIO* image, SectorRange* range) {
-  if (!options.partition.empty()) {
-    return FindPartition(image, options.cache, options.partition, range);
+std::string TargetWords(const std::string& output, const TargetFault& fault) {
+  switch (fault.kind) {
+    case TargetFaultKind::kExists:
+      return output + ": this already exists; choose another name, or overwrite it with --force";
+    case TargetFaultKind::kFolder:
+      return output + ": an image cannot be written to this; name a file";
+    case TargetFaultKind::kTooSmall:
+      return output + ": this device is smaller than what is to be written";
+    case TargetFaultKind::kMounted:
+      return output + ": something on this device is mounted or in use; unmount it first";
+    case TargetFaultKind::kHasCache:
+      return output + ": the cache is on this device; choose another device";
+    case TargetFaultKind::kCannotOpen:
+      return Failure(output, "this cannot be opened for writing", fault.systemError);
+    case TargetFaultKind::kCannotSize:
+      return UnwrittenWords(output, fault.systemError);
   }
+  return {};
+}
+
+// What is to be written, in sectors.
+Result<SectorRange, ExitStatus> FindRange(const ExportOptions& options, cKVRSparseIO* image) {
+  if (!options.partition.empty()) return FindPartition(image, options.cache, options.partition);
   const u64 sectors = image->GetSectorCount();
   if (options.start >= sectors) {
     Tell(fmt::format("--start {} lies past the end: the cache has {} sectors", options.start,
                      sectors));
-    return kExitUsage;
+    return Failed(kExitUsage);
   }
-  *range = {options.start, std::min(options.sectors.value_or(sectors), sectors - options.start)};
-  return kExitDone;
+  return SectorRange{options.start,
+                     std::min(options.sectors.value_or(sectors), sectors - options.start)};
 }
 
-ExitStatus OpenTarget(const ExportOptions& options, u64 bytes, std::unique_ptr<ExportSink>* sink) {
-  if (options.output == "-") {
-    *sink = std::make_unique<StandardOutputSink>();
-    return kExitDone;
-  }
+Result<std::unique_ptr<ExportSink>, ExitStatus> OpenTarget(const ExportOptions& options,
+                                                           u64 bytes) {
+  if (options.output == "-") return std::make_unique<StandardOutputSink>();
   const std::u16string output = WideFromUtf8(options.output);
   const std::u16string cache = WideFromUtf8(options.cache);
   if (platform::AreSameFile(output.c_str(), cache.c_str())) {
-    return Fail(options.output + ": this is the cache itself; choose another name");
+    return Failed(Fail(options.output + ": this is the cache itself; choose another name"));
   }
-  ExportResult result;
-  result.end = OpenExportTarget(output, bytes, options.force, cache, sink);
-  result.systemError = platform::LastFailure();
-  return TellEnd(result, options);
+  auto sink = OpenExportTarget(output, bytes, options.force, cache);
+  if (!sink) return Failed(Fail(TargetWords(options.output, sink.error())));
+  return std::move(*sink);
 }
 
 ExitStatus TellHash(platform::Sha256* hash, const StatusCounts& counts,
@@ -126,25 +130,23 @@ ExitStatus RunExport(const ExportOptions& options) {
   const std::atomic<bool>& stop = platform::InterruptFlag();
   auto cache = OpenCacheToLook(options.cache);
   if (!cache) return cache.error();
-  SectorRange range{};
-  ExitStatus status = FindRange(options, cache->image.get(), &range);
-  if (status != kExitDone) return status;
-  std::unique_ptr<ExportSink> target;
-  status = OpenTarget(options, range.count << kSectorShift, &target);
-  if (status != kExitDone) return status;
+  const auto range = FindRange(options, cache->image.get());
+  if (!range) return range.error();
+  const auto target = OpenTarget(options, range->count << kSectorShift);
+  if (!target) return target.error();
   platform::Sha256 hash;
-  HashingSink hashing(target.get(), &hash);
-  ExportSink* sink = options.hash ? &hashing : target.get();
+  HashingSink hashing(target->get(), &hash);
+  ExportSink* sink = options.hash ? &hashing : target->get();
   ProgressLine line;
   const ExportResult result =
-      ExportRaw(cache->image.get(), range.first, range.count, sink, stop, [&](u64 done) {
-        line.Show({range.count, done}, done, range.count - done);
+      ExportRaw(cache->image.get(), range->first, range->count, sink, stop, [&](u64 done) {
+        line.Show({range->count, done}, done, range->count - done);
       });
   line.Finish();
   if (result.end != ExportEnd::kDone) return TellEnd(result, options);
   const StatusCounts& counts = result.counts;
   Tell(fmt::format("{}: {} written; {} unreadable and {} missing sectors read as zeros",
-                   options.output, SizeText(range.count << kSectorShift), counts.unreadable,
+                   options.output, SizeText(range->count << kSectorShift), counts.unreadable,
                    counts.missing));
   if (options.hash && TellHash(&hash, counts, options) != kExitDone) return kExitFailed;
   const bool isWhole = counts.unreadable + counts.missing == 0;

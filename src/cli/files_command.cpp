@@ -110,17 +110,13 @@ class FilesRun {
 };
 
 // `engine` as FindPartition has it.
-ExitStatus FindVolumes(const FilesOptions& options, cBaseIO* storage,
-                       std::vector<PlacedVolume>* volumes, const Engine* engine = nullptr) {
-  if (options.partition.empty()) {
-    *volumes = VolumesOf(storage);
-    return kExitDone;
-  }
-  PlacedVolume volume{options.partition, {}};
-  const ExitStatus status =
-      FindPartition(storage, options.cache, options.partition, &volume.sectors, engine);
-  if (status == kExitDone) *volumes = {volume};
-  return status;
+Result<std::vector<PlacedVolume>, ExitStatus> FindVolumes(const FilesOptions& options,
+                                                          cBaseIO* storage,
+                                                          const Engine* engine = nullptr) {
+  if (options.partition.empty()) return VolumesOf(storage);
+  const auto range = FindPartition(storage, options.cache, options.partition, engine);
+  if (!range) return Failed(range.error());
+  return std::vector<PlacedVolume>{{options.partition, *range}};
 }
 
 ExitStatus Finish(const FilesOptions& options, FilesRun* run, ExitStatus status) {
@@ -146,14 +142,13 @@ ExitStatus FetchMetadata(const FilesOptions& options) {
   RescueProgressLine line(false);
   rescue.engine().OnProgress([&line](const RescueProgress& progress) { line.Show(progress); });
   cRescueIO io(&rescue.engine());
-  std::vector<PlacedVolume> volumes;
-  const ExitStatus status = FindVolumes(options, &io, &volumes, &rescue.engine());
+  const auto volumes = FindVolumes(options, &io, &rescue.engine());
   RescuedStorage storage(&rescue);
-  for (const PlacedVolume& volume : volumes) {
+  for (const PlacedVolume& volume : volumes.value_or(std::vector<PlacedVolume>())) {
     if (rescue.engine().Reason() != StopReason::kNone) break;
     WalkFiles(&storage, volume.sectors.first, volume.sectors.count, {}, platform::InterruptFlag());
   }
-  const ExitStatus end = rescue.Finish(status);
+  const ExitStatus end = rescue.Finish(volumes ? kExitDone : volumes.error());
   line.Finish();
   return end;
 }
@@ -169,13 +164,13 @@ ExitStatus RunFiles(const FilesOptions& options) {
   auto cache = OpenCacheToLook(options.cache);
   if (!cache) return cache.error();
   StatusMap map(cache->image.get());
-  std::vector<PlacedVolume> volumes;
-  ExitStatus status = FindVolumes(options, cache->image.get(), &volumes);
-  if (status != kExitDone) return status;
+  const auto volumes = FindVolumes(options, cache->image.get());
+  if (!volumes) return volumes.error();
   CacheStorage storage(cache->image.get(), map);
   const auto output = MakeFilesOutput(options.cache, options.json);
   FilesRun run(options, map, output.get());
-  for (const PlacedVolume& volume : volumes) {
+  ExitStatus status = kExitDone;
+  for (const PlacedVolume& volume : *volumes) {
     const ExitStatus walked = run.Walk(&storage, volume);
     status = std::max(status, walked);
     if (walked == kExitInterrupted) break;

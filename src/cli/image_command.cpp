@@ -70,14 +70,12 @@ ExitStatus RunImage(const ImageOptions& options) {
     line.Show(progress);
     report.Update(rescue.Image());
   });
-  ExtentSet domain;
-  if (const ExitStatus status = MakeDomain(&rescue, options, &domain); status != kExitDone) {
-    return report.Finish(rescue.Image(), status);
-  }
-  if (rescue.engine().Want(domain)) {
+  const auto domain = MakeDomain(&rescue, options);
+  if (!domain) return report.Finish(rescue.Image(), domain.error());
+  if (rescue.engine().Want(*domain)) {
     WarnOfLittleRoom(options.cache, rescue.Image()->Layout(),
                      rescue.engine().Progress().domain.missing);
-    options.retry ? rescue.engine().Retry(domain) : rescue.engine().Image();
+    options.retry ? rescue.engine().Retry(*domain) : rescue.engine().Image();
   }
   const ExitStatus early = rescue.Finish();
   line.Finish();

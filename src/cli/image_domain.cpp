@@ -16,21 +16,11 @@
 namespace larkspur::cli {
 namespace {
 
-ExitStatus CutToMapfile(const ImageOptions& options, ExtentSet* domain) {
-  const auto wanted = ReadDomain(WideFromUtf8(options.domain));
-  if (!wanted) return Fail(MapfileWords(options.domain, wanted.error()));
-  *domain = domain->Intersection(*wanted);
-  return kExitDone;
-}
-
-ExitStatus CutToPartition(Rescue* rescue, const ImageOptions& options, ExtentSet* domain) {
+Result<ExtentSet, ExitStatus> InPartition(Rescue* rescue, const ImageOptions& options) {
   cRescueIO storage(&rescue->engine());
-  SectorRange range{};
-  const ExitStatus status =
-      FindPartition(&storage, options.source, options.partition, &range, &rescue->engine());
-  if (status != kExitDone) return rescue->Finish(status);
-  *domain = domain->Intersection(ExtentSet(range));
-  return kExitDone;
+  const auto range = FindPartition(&storage, options.source, options.partition, &rescue->engine());
+  if (!range) return Failed(rescue->Finish(range.error()));
+  return ExtentSet(*range);
 }
 
 bool HasUnreadable(Rescue* rescue, const ExtentSet& sectors) {
@@ -41,7 +31,8 @@ bool HasUnreadable(Rescue* rescue, const ExtentSet& sectors) {
   return has || rescue->engine().Unproved() > 0;
 }
 
-ExitStatus CutToUsed(Rescue* rescue, ExtentSet* domain) {
+// What is used of `domain`.
+Result<ExtentSet, ExitStatus> UsedOf(const ExtentSet& domain, Rescue* rescue) {
   cRescueIO io(&rescue->engine());
   const VolumeLayout layout = LayoutOf(&io);
   ExtentSet used = layout.unknown;
@@ -50,34 +41,38 @@ ExitStatus CutToUsed(Rescue* rescue, ExtentSet* domain) {
   RescuedStorage storage(rescue);
   for (const PlacedVolume& volume : layout.volumes) {
     if (rescue->engine().Reason() != StopReason::kNone) break;
-    if (domain->Intersection(ExtentSet(volume.sectors)).IsEmpty()) continue;
+    if (domain.Intersection(ExtentSet(volume.sectors)).IsEmpty()) continue;
     switch (AddUsed(&storage, volume.sectors, platform::InterruptFlag(), &used)) {
       case WalkEnd::kStopped:
-        return rescue->Finish(kExitInterrupted);
+        return Failed(rescue->Finish(kExitInterrupted));
       case WalkEnd::kUnavailable:
         rescue->engine().Finish();
-        return Fail(Failure("--used", "this build of larkspur cannot read file systems",
-                            platform::LastFailure()));
+        return Failed(Fail(Failure("--used", "this build of larkspur cannot read file systems",
+                                   platform::LastFailure())));
       default:
         break;
     }
   }
-  if (rescue->engine().Reason() != StopReason::kNone) return rescue->Finish();
-  *domain = domain->Intersection(used);
-  return kExitDone;
+  if (rescue->engine().Reason() != StopReason::kNone) return Failed(rescue->Finish());
+  return domain.Intersection(used);
 }
 
 }  // namespace
 
-ExitStatus MakeDomain(Rescue* rescue, const ImageOptions& options, ExtentSet* domain) {
-  domain->Add(rescue->Range());
-  ExitStatus status = kExitDone;
-  if (!options.domain.empty()) status = CutToMapfile(options, domain);
-  if (status == kExitDone && !options.partition.empty()) {
-    status = CutToPartition(rescue, options, domain);
+Result<ExtentSet, ExitStatus> MakeDomain(Rescue* rescue, const ImageOptions& options) {
+  ExtentSet domain(rescue->Range());
+  if (!options.domain.empty()) {
+    const auto wanted = ReadDomain(WideFromUtf8(options.domain));
+    if (!wanted) return Failed(Fail(MapfileWords(options.domain, wanted.error())));
+    domain = domain.Intersection(*wanted);
   }
-  if (status == kExitDone && options.used) status = CutToUsed(rescue, domain);
-  return status;
+  if (!options.partition.empty()) {
+    const auto partition = InPartition(rescue, options);
+    if (!partition) return partition;
+    domain = domain.Intersection(*partition);
+  }
+  if (options.used) return UsedOf(domain, rescue);
+  return domain;
 }
 
 }  // namespace larkspur::cli

@@ -9,9 +9,8 @@
 
 namespace larkspur::cli {
 
-// Adds what is wanted by all options that limit it to `domain`. Partition tables and what tells
-// about files are read through the cache. Otherwise than with kExitDone the run is over, and the
-// user has been told.
-ExitStatus MakeDomain(Rescue* rescue, const ImageOptions& options, ExtentSet* domain);
+// What is wanted by all options that limit it. Partition tables and what tells about files are read
+// through the cache. Where that fails, the run is over, and the user has been told.
+Result<ExtentSet, ExitStatus> MakeDomain(Rescue* rescue, const ImageOptions& options);
 
 }  // namespace larkspur::cli

@@ -10,24 +10,24 @@
 
 namespace larkspur::cli {
 
-ExitStatus FindPartition(cBaseIO* storage, const std::string& name, const std::string& place,
-                         SectorRange* range, const Engine* engine) {
+Result<SectorRange, ExitStatus> FindPartition(cBaseIO* storage, const std::string& name,
+                                              const std::string& place, const Engine* engine) {
   PartitionTree tree;
   BuildPartitionTree(tree.Head(), storage, {.forPeople = true});
-  if (engine && engine->Reason() != StopReason::kNone) return kExitFailed;
-  if (!tree.Root()) return Fail(name + ": the storage has no sectors");
+  if (engine && engine->Reason() != StopReason::kNone) return Failed(kExitFailed);
+  if (!tree.Root()) return Failed(Fail(name + ": the storage has no sectors"));
   const auto found = FindPlace(*tree.Root(), place);
   const u64 sectors = storage->GetSectorCount();
   if (!found || found->start >= sectors) {
-    return Fail(fmt::format("{}: there is no partition {}; 'larkspur tree' shows their places",
-                            name, place));
+    return Failed(Fail(fmt::format(
+        "{}: there is no partition {}; 'larkspur tree' shows their places", name, place)));
   }
-  *range = {found->start, std::min(found->sectors, sectors - found->start)};
-  if (range->count < found->sectors) {
+  const SectorRange range{found->start, std::min(found->sectors, sectors - found->start)};
+  if (range.count < found->sectors) {
     Tell(fmt::format("{}: partition {} reaches {} sectors past the end", name, place,
-                     found->sectors - range->count));
+                     found->sectors - range.count));
   }
-  return kExitDone;
+  return range;
 }
 
 }  // namespace larkspur::cli

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/exit_status.h"
+#include "base/result.h"
 #include "io/sector_range.h"
 
 namespace larkspur {
@@ -16,11 +17,11 @@ class Engine;
 
 namespace larkspur::cli {
 
-// kExitDone with the sectors that the partition at `place` covers, cut at the storage's end;
-// otherwise kExitFailed, and the user has been told. `name` is the storage's, for messages.
-// `engine` is what the storage is read through, if anything: when it stopped on the way, why is for
-// its owner to tell.
-ExitStatus FindPartition(cBaseIO* storage, const std::string& name, const std::string& place,
-                         SectorRange* range, const Engine* engine = nullptr);
+// The sectors that the partition at `place` covers, cut at the storage's end. Where that fails, the
+// user has been told. `name` is the storage's, for messages. `engine` is what the storage is read
+// through, if anything: when it stopped on the way, why is for its owner to tell.
+Result<SectorRange, ExitStatus> FindPartition(cBaseIO* storage, const std::string& name,
+                                              const std::string& place,
+                                              const Engine* engine = nullptr);
 
 }  // namespace larkspur::cli

@@ -21,21 +21,21 @@ constexpr size_t kMaxSocketPath = 107;  // bytes, on Linux
 constexpr double kTickSeconds = 0.5;
 
 // The plugin beside this program, as it is built, or where nbdkit looks for plugins.
-ExitStatus FindPlugin(const std::string& nbdkit, std::string* plugin) {
+Result<std::string, ExitStatus> FindPlugin(const std::string& nbdkit) {
   const auto isFile = [](const std::string& path) {
     return platform::KindOfPath(WideFromUtf8(path).c_str()) == platform::PathKind::kFile;
   };
-  *plugin = platform::ProgramFolder() + "/" + kPluginFile;
-  if (isFile(*plugin)) return kExitDone;
+  std::string plugin = platform::ProgramFolder() + "/" + kPluginFile;
+  if (isFile(plugin)) return plugin;
   const std::string config = platform::OutputOf({nbdkit, "--dump-config"}).value_or("");
   constexpr std::string_view kKey = "\nplugindir=";
   const size_t key = config.find(kKey);
   const size_t start = key == std::string::npos ? config.size() : key + kKey.size();
-  *plugin = config.substr(start, config.find('\n', start) - start) + "/" + kPluginFile;
-  if (isFile(*plugin)) return kExitDone;
-  return Fail(std::string(kPluginFile) +
-              ": nbdkit's plugin for larkspur is neither beside this program nor installed; "
-              "install the package nbdkit-plugin-larkspur");
+  plugin = config.substr(start, config.find('\n', start) - start) + "/" + kPluginFile;
+  if (isFile(plugin)) return plugin;
+  return Failed(Fail(std::string(kPluginFile) +
+                     ": nbdkit's plugin for larkspur is neither beside this program nor installed; "
+                     "install the package nbdkit-plugin-larkspur"));
 }
 
 // Makes sure that the path to listen at is free; a socket that a killed server left is removed.
@@ -188,9 +188,8 @@ ExitStatus RunServe(ServeOptions options) {
   if (const ExitStatus status = CheckPlace(options); status != kExitDone) return status;
   const auto nbdkit = platform::FindProgram("nbdkit");
   if (!nbdkit) return Fail("nbdkit: this program is not installed; install the package nbdkit");
-  std::string plugin;
-  if (const ExitStatus status = FindPlugin(*nbdkit, &plugin); status != kExitDone) return status;
-  return Serve(options, Command(options, *nbdkit, plugin));
+  const auto plugin = FindPlugin(*nbdkit);
+  return plugin ? Serve(options, Command(options, *nbdkit, *plugin)) : plugin.error();
 }
 
 }  // namespace larkspur::cli

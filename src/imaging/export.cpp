@@ -67,29 +67,35 @@ class DeviceSink final : public ExportSink {
   u64 m_position = 0;
 };
 
-ExportEnd OpenDevice(const std::u16string& path, u64 bytes, const std::u16string& cache,
-                     std::unique_ptr<ExportSink>* sink) {
-  if (platform::IsDiskMounted(path.c_str())) return ExportEnd::kTargetMounted;
-  if (platform::IsFileOnDisk(cache.c_str(), path.c_str())) return ExportEnd::kTargetHasCache;
+using Target = Result<std::unique_ptr<ExportSink>, TargetFault>;
+
+Target FailedAs(TargetFaultKind kind) {
+  return Failed(TargetFault{kind, platform::LastFailure()});
+}
+
+Target OpenDevice(const std::u16string& path, u64 bytes, const std::u16string& cache) {
+  if (platform::IsDiskMounted(path.c_str())) return FailedAs(TargetFaultKind::kMounted);
+  if (platform::IsFileOnDisk(cache.c_str(), path.c_str())) {
+    return FailedAs(TargetFaultKind::kHasCache);
+  }
   platform::SetLastFailure(0);
   constexpr u32 kReadWrite = platform::kOpenRead | platform::kOpenWrite;
   platform::OwnedFile device(platform::OpenExistingFile(path.c_str(), kReadWrite));
-  if (!device.IsOpen()) return ExportEnd::kCannotCreate;
+  if (!device.IsOpen()) return FailedAs(TargetFaultKind::kCannotOpen);
   if (platform::FileSize(device.Handle()) < bytes) {
-    return platform::LastFailure() ? ExportEnd::kCannotCreate : ExportEnd::kTargetTooSmall;
+    return FailedAs(platform::LastFailure() ? TargetFaultKind::kCannotOpen
+                                            : TargetFaultKind::kTooSmall);
   }
-  *sink = std::make_unique<DeviceSink>(std::move(device));
-  return ExportEnd::kDone;
+  return std::make_unique<DeviceSink>(std::move(device));
 }
 
-ExportEnd CreateFileSink(const std::u16string& path, u64 bytes, std::unique_ptr<ExportSink>* sink) {
+Target CreateFileSink(const std::u16string& path, u64 bytes) {
   platform::SetLastFailure(0);
   platform::OwnedFile file(platform::CreateEmptyFile(path.c_str()));
-  if (!file.IsOpen()) return ExportEnd::kCannotCreate;
+  if (!file.IsOpen()) return FailedAs(TargetFaultKind::kCannotOpen);
   platform::MakeSparse(file.Handle());
-  if (!platform::SetFileSize(file.Handle(), bytes)) return ExportEnd::kWriteFailed;
-  *sink = std::make_unique<FileSink>(std::move(file));
-  return ExportEnd::kDone;
+  if (!platform::SetFileSize(file.Handle(), bytes)) return FailedAs(TargetFaultKind::kCannotSize);
+  return std::make_unique<FileSink>(std::move(file));
 }
 
 class Exporter {
@@ -160,19 +166,19 @@ class Exporter {
 
 }  // namespace
 
-ExportEnd OpenExportTarget(const std::u16string& path, u64 bytes, bool force,
-                           const std::u16string& cache, std::unique_ptr<ExportSink>* sink) {
+Target OpenExportTarget(const std::u16string& path, u64 bytes, bool force,
+                        const std::u16string& cache) {
   switch (platform::KindOfPath(path.c_str())) {
     case platform::PathKind::kAbsent:
-      return CreateFileSink(path, bytes, sink);
+      return CreateFileSink(path, bytes);
     case platform::PathKind::kFile:
-      return force ? CreateFileSink(path, bytes, sink) : ExportEnd::kTargetExists;
+      return force ? CreateFileSink(path, bytes) : FailedAs(TargetFaultKind::kExists);
     case platform::PathKind::kDevice:
-      return force ? OpenDevice(path, bytes, cache, sink) : ExportEnd::kTargetExists;
+      return force ? OpenDevice(path, bytes, cache) : FailedAs(TargetFaultKind::kExists);
     case platform::PathKind::kUnknown:
-      return ExportEnd::kCannotCreate;
+      return FailedAs(TargetFaultKind::kCannotOpen);
     default:
-      return ExportEnd::kTargetIsFolder;
+      return FailedAs(TargetFaultKind::kFolder);
   }
 }
 

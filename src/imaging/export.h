@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "base/result.h"
 #include "imaging/summary.h"
 #include "platform/hash.h"
 
@@ -17,14 +18,8 @@ namespace larkspur {
 enum class ExportEnd {
   kDone,
   kStopped,
-  kTargetExists,    // and may not be replaced
-  kTargetIsFolder,  // or nothing that an image can be written to
-  kTargetTooSmall,  // the device
-  kTargetMounted,   // something on the device is in use
-  kTargetHasCache,  // the cache lies on the device
-  kCannotCreate,    // systemError
-  kWriteFailed,     // systemError
-  kCacheFailed,     // the cache could not give what it holds
+  kWriteFailed,  // systemError
+  kCacheFailed,  // the cache could not give what it holds
 };
 
 struct ExportResult {
@@ -44,11 +39,27 @@ class ExportSink {
   virtual bool Finish() = 0;
 };
 
+enum class TargetFaultKind {
+  kExists,      // and may not be replaced
+  kFolder,      // or nothing that an image can be written to
+  kTooSmall,    // the device
+  kMounted,     // something on the device is in use
+  kHasCache,    // the cache lies on the device
+  kCannotOpen,  // systemError
+  kCannotSize,  // systemError; the file, which is made
+};
+
+struct TargetFault {
+  TargetFaultKind kind;
+  u32 systemError = 0;
+};
+
 // Opens a file or block device for an export of `bytes` bytes. A new file is made; one that exists
 // is replaced, and a device written to, only with `force`, and never a device that is in use or has
 // `cache` on it. In files, zeros stay holes.
-ExportEnd OpenExportTarget(const std::u16string& path, u64 bytes, bool force,
-                           const std::u16string& cache, std::unique_ptr<ExportSink>* sink);
+Result<std::unique_ptr<ExportSink>, TargetFault> OpenExportTarget(const std::u16string& path,
+                                                                  u64 bytes, bool force,
+                                                                  const std::u16string& cache);
 
 // Passes everything on to another sink and hashes it.
 class HashingSink final : public ExportSink {

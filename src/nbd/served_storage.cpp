@@ -33,37 +33,35 @@ class RescueRuns final : public EngineRuns {
   std::unique_ptr<cli::Rescue> m_rescue;
 };
 
-// False when the partition is not there; the user has been told.
-bool FindRange(const ServedOptions& options, cBaseIO* storage, SectorRange* range,
-               const Engine* engine = nullptr) {
-  *range = {0, storage->GetSectorCount()};
+// What is served. Where that fails, the user has been told.
+Result<SectorRange, ExitStatus> FindRange(const ServedOptions& options, cBaseIO* storage,
+                                          const Engine* engine = nullptr) {
+  if (options.partition.empty()) return SectorRange{0, storage->GetSectorCount()};
   const std::string& name = options.source.empty() ? options.cache : options.source;
-  return options.partition.empty() ||
-         cli::FindPartition(storage, name, options.partition, range, engine) == kExitDone;
+  return cli::FindPartition(storage, name, options.partition, engine);
 }
 
 ServedStorage OpenCacheAlone(const ServedOptions& options) {
-  ServedStorage served;
   const auto cache = cli::OpenCacheToLook(options.cache);
-  if (!cache || !FindRange(options, cache->image.get(), &served.range)) return {};
-  served.blocks = OpenCachedBlocks(WideFromUtf8(options.cache));
-  return served;
+  if (!cache) return {};
+  const auto range = FindRange(options, cache->image.get());
+  if (!range) return {};
+  return {OpenCachedBlocks(WideFromUtf8(options.cache)), *range};
 }
 
 ServedStorage OpenWithSource(const ServedOptions& options) {
-  ServedStorage served;
   auto blocks = std::make_unique<RescuedBlocks>(
       std::make_unique<RescueRuns>(options),
       RescuedBlocks::Options{options.zerosForUnreadable, options.isClientGone});
   Engine* const engine = blocks->Begin();
   if (!engine || !engine->Want({})) return {};
   cRescueIO rescued(engine);
-  if (!FindRange(options, &rescued, &served.range, engine)) return {};
+  const auto range = FindRange(options, &rescued, engine);
+  if (!range) return {};
   auto cached = OpenCachedBlocks(WideFromUtf8(options.cache));
   if (!cached) return {};
-  blocks->Start(std::move(cached), options.fill ? served.range : SectorRange{});
-  served.blocks = std::move(blocks);
-  return served;
+  blocks->Start(std::move(cached), options.fill ? *range : SectorRange{});
+  return {std::move(blocks), *range};
 }
 
 }  // namespace

@@ -24,13 +24,10 @@ TEST(Partition, IsTheOneThatTheTreeShows) {
                      .Le(2048, 510, 2, 0xAA55)
                      .Bytes();
   const auto disk = fakes::DiskOn(store);
-  SectorRange range{};
-  EXPECT_EQ(FindPartition(disk.get(), "d", "1", &range), kExitDone);
-  EXPECT_EQ(range, (SectorRange{2048, 8000}));
+  EXPECT_EQ(FindPartition(disk.get(), "d", "1"), (SectorRange{2048, 8000}));
   testing::internal::CaptureStderr();
-  EXPECT_EQ(FindPartition(disk.get(), "d", "2", &range), kExitDone);
-  EXPECT_EQ(range, (SectorRange{16000, 49536}));
-  EXPECT_EQ(FindPartition(disk.get(), "d", "3", &range), kExitFailed);
+  EXPECT_EQ(FindPartition(disk.get(), "d", "2"), (SectorRange{16000, 49536}));
+  EXPECT_EQ(FindPartition(disk.get(), "d", "3"), Failed(kExitFailed));
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "larkspur: d: partition 2 reaches 22464 sectors past the end\n"
             "larkspur: d: there is no partition 3; 'larkspur tree' shows their places\n");
@@ -50,9 +47,8 @@ TEST(Partition, IsNotCalledAbsentWhenTheSourceIs) {
   Engine engine(&disk, &store, &log, &clock, &stop, {});
   ASSERT_TRUE(engine.Want({}));
   cRescueIO storage(&engine);
-  SectorRange range{};
   testing::internal::CaptureStderr();
-  EXPECT_EQ(FindPartition(&storage, "d", "1", &range, &engine), kExitFailed);
+  EXPECT_EQ(FindPartition(&storage, "d", "1", &engine), Failed(kExitFailed));
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_EQ(engine.Reason(), StopReason::kGone);
 }
