@@ -48,9 +48,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const std::u16string path = folder.File(u"disk.kvrsp");
   const std::vector<u8> before(data, data + size);
   Require(fakes::WriteWholeFile(path, before));
-  const CheckResult found = CheckCache(path, false);
-  Require(found.opened && fakes::ReadWholeFile(path) == before);
-  const CheckResult repaired = CheckCache(path, true);
+  const auto opened = CheckCache(path, false);
+  Require(opened && fakes::ReadWholeFile(path) == before);
+  const CheckResult& found = *opened;
+  const CheckResult repaired = *CheckCache(path, true);
   const std::vector<u8> after = fakes::ReadWholeFile(path);
   Require(repaired.problemCount == found.problemCount);
   if (found.repairableCount == 0) {
@@ -59,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   Require(HeldBy(after) == HeldBy(before));
   if (repaired.repairedCount == repaired.problemCount) {
-    Require(CheckCache(path, false).problemCount == 0);
+    Require(CheckCache(path, false)->problemCount == 0);
   }
   return 0;
 }

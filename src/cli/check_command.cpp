@@ -72,10 +72,9 @@ ExitStatus RunCheck(const std::string& path, bool repair, bool json) {
     if (!locked) return Fail(CacheWords(path, locked.error()));
     lock = std::move(*locked);
   }
-  const CheckResult result = CheckCache(file, repair);
-  if (!result.opened) {
-    return Fail(Failure(path, "the cache cannot be opened", result.systemError));
-  }
+  const auto checked = CheckCache(file, repair);
+  if (!checked) return Fail(Failure(path, "the cache cannot be opened", checked.error()));
+  const CheckResult& result = *checked;
   json ? PrintProblemsJson(path, result) : PrintProblems(path, result);
   if (lock && !lock->Sync()) {
     return Fail(Failure(path, "the repair could not be flushed to disk", platform::LastFailure()));

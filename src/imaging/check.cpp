@@ -272,16 +272,14 @@ const char* ProblemKindName(ProblemKind kind) {
   return "unknown";
 }
 
-CheckResult CheckCache(const std::u16string& path, bool repair) {
-  CheckResult result;
+Result<CheckResult, u32> CheckCache(const std::u16string& path, bool repair) {
   platform::SetLastFailure(0);
   cFlatIO file;
-  result.opened = file.OpenPath(path, !repair);
-  result.systemError = platform::LastFailure();
-  if (!result.opened || !Checker(&file, false, &result).Run() || !repair) return result;
+  if (!file.OpenPath(path, !repair)) return Failed(platform::LastFailure());
+  CheckResult result;
+  if (!Checker(&file, false, &result).Run() || !repair) return result;
   // The judgement changed nothing, and what it found is found again.
   result = {};
-  result.opened = true;
   Checker(&file, true, &result).Run();
   return result;
 }

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/result.h"
 #include "base/types.h"
 
 namespace larkspur {
@@ -32,8 +33,6 @@ struct Problem {
 };
 
 struct CheckResult {
-  bool opened = false;  // false: systemError says why the file could not be opened
-  u32 systemError = 0;
   std::vector<Problem> problems;  // the first kMaxListedProblems of them
   u64 problemCount = 0;
   u64 repairedCount = 0;
@@ -51,7 +50,7 @@ const char* ProblemKindName(ProblemKind kind);
 // given up (they hold nothing), one that is cut is made whole with its lost sectors missing again,
 // and trailing bytes are filled up to a record's. But first the header is judged by the whole file:
 // when they disagree, or part of the file cannot be read, nothing can be repaired and nothing is
-// changed.
-CheckResult CheckCache(const std::u16string& path, bool repair);
+// changed. A file that cannot be opened fails with the system's error.
+Result<CheckResult, u32> CheckCache(const std::u16string& path, bool repair);
 
 }  // namespace larkspur

@@ -64,7 +64,7 @@ class CheckRepair : public testing::Test {
   Held Repaired(std::vector<u8> bytes, u32 bit) {
     bytes[bit / 8] = static_cast<u8>(bytes[bit / 8] ^ (1 << bit % 8));
     EXPECT_TRUE(fakes::WriteWholeFile(m_path, bytes));
-    m_result = CheckCache(m_path, true);
+    m_result = *CheckCache(m_path, true);
     std::vector<u8> after = fakes::ReadWholeFile(m_path);
     if (m_result.repairableCount == 0) {
       EXPECT_EQ(after, bytes) << "bit " << bit;
@@ -104,11 +104,11 @@ TEST_F(CheckRepair, MakesACutCacheWholeAgain) {
     const std::vector<u8> bytes(whole.begin(), whole.end() - static_cast<i64>(cut));
     const Held before = ReadCache(bytes);
     ASSERT_TRUE(fakes::WriteWholeFile(m_path, bytes));
-    EXPECT_GT(CheckCache(m_path, false).repairableCount, 0u) << cut;
+    EXPECT_GT(CheckCache(m_path, false)->repairableCount, 0u) << cut;
     EXPECT_EQ(fakes::ReadWholeFile(m_path), bytes) << "a look changes nothing";
-    const CheckResult repaired = CheckCache(m_path, true);
+    const CheckResult repaired = *CheckCache(m_path, true);
     EXPECT_EQ(repaired.problemCount, repaired.repairedCount) << cut;
-    EXPECT_EQ(CheckCache(m_path, false).problemCount, 0u) << cut;
+    EXPECT_EQ(CheckCache(m_path, false)->problemCount, 0u) << cut;
     const Held after = ReadCache(fakes::ReadWholeFile(m_path));
     EXPECT_EQ(after.data, before.data) << cut;
     EXPECT_EQ(std::count(after.statuses.begin(), after.statuses.end(), 'u'),
@@ -133,7 +133,7 @@ TEST_F(CheckRepair, LeavesWhatItDoesNotUnderstand) {
     bytes.resize(bytes.size() - 700);  // which could be repaired by itself
     bytes[c.at] = c.value;
     ASSERT_TRUE(fakes::WriteWholeFile(m_path, bytes));
-    const CheckResult result = CheckCache(m_path, true);
+    const CheckResult result = *CheckCache(m_path, true);
     EXPECT_EQ(result.repairableCount + result.repairedCount, 0u) << c.name;
     EXPECT_TRUE(std::any_of(result.problems.begin(), result.problems.end(),
                             [&c](const Problem& problem) { return problem.kind == c.kind; }))

@@ -187,7 +187,7 @@ TEST(CrashStates, APowerCutLeavesACacheThatTellsTheTruth) {
     auto cache = OpenCache(path, CacheAccess::kResume, kSectors);
     if (!cache && cache.error().kind == CacheFaultKind::kIncomplete) {
       ++repaired;
-      const CheckResult result = CheckCache(path, true);
+      const CheckResult result = *CheckCache(path, true);
       ASSERT_EQ(result.repairedCount, result.problemCount) << result.problems[0].detail;
       cache = OpenCache(path, CacheAccess::kResume, kSectors);
     }
