@@ -22,9 +22,7 @@ void Require(bool condition) {
 
 // What is present or unreadable among the first sectors, with its data.
 std::string HeldBy(const std::vector<u8>& bytes) {
-  const auto store = fakes::MakeStore();
-  store->bytes = bytes;
-  const auto image = fakes::OpenImage(store, true);
+  const auto image = fakes::OpenImage(fakes::StoreOf(bytes), true);
   if (!image) return {};
   const u64 sectors = std::min(image->GetSectorCount(), kMostSectors);
   const std::string statuses = fakes::Statuses(image.get(), 0, sectors);

@@ -41,12 +41,10 @@ class Input {
   std::span<const u8> m_left;
 };
 
-void Fill(Input& input, fakes::SimulatedDrive* drive) {
+fakes::SimulatedDrive* MakeDrive(Input& input, fakes::SimulatedDevices* devices) {
   constexpr u32 kSizes[] = {512, 520, 2048, 4096};
   const u8 flags = input.Byte();
-  drive->sectorBytes = kSizes[flags % 4];
-  drive->sectors = 300;
-  drive->lengthBytes = drive->sectors * drive->sectorBytes;
+  fakes::SimulatedDrive* drive = devices->Add(u"\\\\.\\E:", kSizes[flags % 4], 300);
   if (flags & 4) drive->geometrySectorBytes = input.Word();
   if (flags & 8) drive->usbParent = u"USB\\VID_152D&PID_2338";
   drive->wrapping = static_cast<fakes::Wrapping>(input.Byte() % 7);
@@ -58,6 +56,7 @@ void Fill(Input& input, fakes::SimulatedDrive* drive) {
   drive->identifyData.resize(512);
   drive->inquiry = input.Take(64);
   drive->unitSerial = std::string(input.Byte(), 'S');
+  return drive;
 }
 
 // Replies with what is left of the input, until nothing is left.
@@ -99,8 +98,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);
   fakes::SimulatedDevices devices;
   const cDevicesInstead instead(&devices);
-  fakes::SimulatedDrive* drive = devices.Add(u"\\\\.\\E:");
-  Fill(input, drive);
+  fakes::SimulatedDrive* drive = MakeDrive(input, &devices);
   ReplyFrom(&input, drive);
   bool knowsSectors = true;
   if (drive->isOptical) {

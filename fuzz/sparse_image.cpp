@@ -74,8 +74,7 @@ void UseImage(cKVRSparseIO* image, Choices choices) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace larkspur;
   for (const bool readOnly : {true, false}) {
-    const auto store = fakes::MakeStore();
-    store->bytes.assign(data, data + size);
+    const auto store = fakes::StoreOf({data, data + size});
     store->limitBytes = kFileLimit;
     const auto image = fakes::OpenImage(store, readOnly);
     if (!image) return 0;

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "fakes/said_line.h"
 #include "files/walk.h"
 #include "files/walker.h"
 
@@ -24,22 +25,6 @@ void CheckInside(SectorRange range) {
   Check(range.first >= kVolume.first && range.first <= kVolume.End());
   Check(range.count <= kVolume.End() - range.first);
 }
-
-class SaidLine final : public platform::HelperLine {
- public:
-  explicit SaidLine(std::string_view said) : m_said(said) {}
-
-  bool Send(const void*, size_t) override { return true; }
-  bool Receive(void* bytes, size_t count) override {
-    if (m_said.size() < count) return false;
-    m_said.copy(static_cast<char*>(bytes), count);
-    m_said.remove_prefix(count);
-    return true;
-  }
-
- private:
-  std::string_view m_said;
-};
 
 // Half of it is there.
 class HalfStorage final : public WalkedStorage {
@@ -79,7 +64,7 @@ WalkEvents CheckedEvents(bool withUsed) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t count) {
   using namespace larkspur;
   for (const bool withUsed : {false, true}) {
-    SaidLine line({reinterpret_cast<const char*>(bytes), count});
+    fakes::SaidLine line({reinterpret_cast<const char*>(bytes), count});
     HalfStorage storage;
     ServeWalk(line, &storage, kVolume.first, kVolume.count, CheckedEvents(withUsed));
   }

@@ -16,14 +16,12 @@ namespace {
 
 // Through a cache, nothing but what lies there tells that the table counts in 4096 bytes.
 TEST(Partition, IsTheOneThatTheTreeShows) {
-  auto store = fakes::MakeStore();
-  store->bytes = fakes::DiskBuilder(65536)
-                     .MbrEntry(0, 0, 7, 256, 1000)
-                     .MbrEntry(0, 1, 7, 2000, 9000)
-                     .Text(2048, 3, "NTFS    ")
-                     .Le(2048, 510, 2, 0xAA55)
-                     .Bytes();
-  const auto disk = fakes::DiskOn(store);
+  const auto disk = fakes::DiskBuilder(65536)
+                        .MbrEntry(0, 0, 7, 256, 1000)
+                        .MbrEntry(0, 1, 7, 2000, 9000)
+                        .Text(2048, 3, "NTFS    ")
+                        .Le(2048, 510, 2, 0xAA55)
+                        .Disk();
   EXPECT_EQ(FindPartition(disk.get(), "d", "1"), (SectorRange{2048, 8000}));
   testing::internal::CaptureStderr();
   EXPECT_EQ(FindPartition(disk.get(), "d", "2"), (SectorRange{16000, 49536}));

@@ -71,18 +71,16 @@ TEST(AtaCommand, EachTransportTakesWhatItCan) {
 }
 
 TEST(AtaCommand, EachCapabilityAlone) {
-  AtaCommand out;
+  AtaCommand out, halves, large;
   out.direction = kDataOut;
   out.registers[kCount] = 1;
   out.length = 512;
-  EXPECT_FALSE(Validate(out, ~u32{kTakesDataOut}));
-  AtaCommand halves;
   halves.previousMask = kHalves;
+  large.previousMask = k48Bit;
+  EXPECT_FALSE(Validate(out, ~u32{kTakesDataOut}));
   EXPECT_TRUE(Validate(halves, kTakesDeviceHalves));
   EXPECT_TRUE(Validate(halves, kTakes48Bit));
   EXPECT_FALSE(Validate(halves, 0));
-  AtaCommand large;
-  large.previousMask = k48Bit;
   EXPECT_FALSE(Validate(large, kTakesDeviceHalves));
   EXPECT_TRUE(Validate(large, kTakes48Bit));
 }
@@ -135,9 +133,8 @@ TEST(ScsiCommand, SenseDataAndOutcomes) {
     const auto bytes = fakes::Bytes(c.sense);
     std::copy(bytes.begin(), bytes.end(), command.sense.begin());
     const SenseData sense = DecodeSense(command);
-    EXPECT_EQ(sense.key, c.key) << c.sense;
-    EXPECT_EQ(sense.asc, c.asc) << c.sense;
-    EXPECT_EQ(sense.ascq, c.ascq) << c.sense;
+    EXPECT_EQ(std::tuple(sense.key, sense.asc, sense.ascq), std::tuple(c.key, c.asc, c.ascq))
+        << c.sense;
     EXPECT_EQ(Classify(sense), c.outcome) << c.sense;
     EXPECT_EQ(HasSucceeded(command), c.outcome == Outcome::kSuccess) << c.sense;
   }
@@ -259,18 +256,13 @@ TEST_F(ScsiRequest, SenseOfEveryLengthIsCutToWhatThereIs) {
   EXPECT_EQ(m_command.senseLength, 0u) << "no check condition, no sense";
 }
 
-TEST_F(ScsiRequest, AFailureNeedsAnError) {
+TEST_F(ScsiRequest, FailuresAndWhatWasNotTransferred) {
   u8 data[512];
   PrepareInquiry(data, 512);
   Reply({.error = 0});
   EXPECT_TRUE(ExecuteScsi(*m_device, m_command)) << "the driver did not say what failed";
   Reply({.error = 31});
   EXPECT_FALSE(ExecuteScsi(*m_device, m_command));
-}
-
-TEST_F(ScsiRequest, CountsWhatWasNotTransferred) {
-  u8 data[512];
-  PrepareInquiry(data, 512);
   Reply({.lost = 476});
   ASSERT_TRUE(ExecuteScsi(*m_device, m_command));
   EXPECT_EQ(m_command.residual, 476u);

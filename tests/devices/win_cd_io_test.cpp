@@ -17,9 +17,6 @@ class WinCDIO : public DeviceTest {
  protected:
   WinCDIO() {
     m_drive->isOptical = true;
-    m_drive->sectorBytes = 2048;
-    m_drive->sectors = 1000;
-    m_drive->lengthBytes = 1000 * 2048;
     m_drive->bus = 2;
     m_drive->isRemovable = true;
     m_drive->vendor = "ACME";
@@ -43,7 +40,7 @@ class WinCDIO : public DeviceTest {
     return m_io.GetDescription(text, 200) ? Utf8FromWide(text) : "(none)";
   }
 
-  fakes::SimulatedDrive* m_drive = m_devices.Add(u"\\\\.\\E:");
+  fakes::SimulatedDrive* m_drive = m_devices.Add(u"\\\\.\\E:", 2048, 1000);
   std::vector<u8> m_buffer;
   cWinCDIO m_io;
 };

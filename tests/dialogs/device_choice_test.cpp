@@ -97,10 +97,7 @@ TEST(DevicePath, MountPointsAreAskedForWithBackslashes) {
   fakes::FakeVolumes volumes;
   DecideDevicePath(u"\"D:/some folder/mnt \"", volumes);
   EXPECT_EQ(volumes.asked, u"D:\\some folder\\mnt\\");
-}
-
-TEST(DevicePath, AnyLengthIsTaken) {
-  fakes::FakeVolumes volumes;
+  // A text of any length is taken.
   for (const size_t length : {1u, 2u, 3u, 4u, 5u, 6u, 16384u}) {
     for (const char16_t unit : {u'/', u'"', u' ', u':', u'A', u'\xD800'}) {
       DecideDevicePath(std::u16string(length, unit), volumes);
@@ -115,10 +112,8 @@ struct OpenDeviceTest : testing::Test {
 };
 
 TEST_F(OpenDeviceTest, OpensNamedDevicesForReading) {
-  fakes::SimulatedDrive* const drive = devices.Add(u"\\\\.\\PhysicalDrive3");
-  drive->sectors = 777;
+  fakes::SimulatedDrive* const drive = devices.Add(u"\\\\.\\PhysicalDrive3", 512, 777);
   drive->cylinders = 0;
-  drive->lengthBytes = 777 * kSectorBytes;
   const Owned<cBaseIO> opened = OpenDevice({DeviceChoice::kNamed, 0, u"\\\\.\\PhysicalDrive3"});
   ASSERT_TRUE(opened);
   EXPECT_EQ(opened->GetTypeId(), kTypeNamedWinHD);
@@ -126,18 +121,11 @@ TEST_F(OpenDeviceTest, OpensNamedDevicesForReading) {
   EXPECT_TRUE(opened->IsReadOnly());
 }
 
-TEST_F(OpenDeviceTest, OpensOpticalDrivesByTheirLetter) {
-  fakes::SimulatedDrive* const drive = devices.Add(u"\\\\.\\E:");
-  drive->isOptical = true;
-  drive->sectorBytes = 2048;
-  drive->sectors = 100;
-  drive->lengthBytes = 100 * 2048;
+TEST_F(OpenDeviceTest, OpensOpticalDrivesByTheirLetterAndNothingThatIsNotThere) {
+  devices.Add(u"\\\\.\\E:", 2048, 100)->isOptical = true;
   const Owned<cBaseIO> opened = OpenDevice({DeviceChoice::kOptical, u'E', {}});
   ASSERT_TRUE(opened);
   EXPECT_EQ(opened->GetTypeId(), kTypeWinCD);
-}
-
-TEST_F(OpenDeviceTest, AnswersNullForWhatIsNotThere) {
   EXPECT_FALSE(OpenDevice({}));
   EXPECT_FALSE(OpenDevice({DeviceChoice::kNamed, 0, u"\\\\.\\PhysicalDrive9"}));
   EXPECT_FALSE(OpenDevice({DeviceChoice::kOptical, u'F', {}}));

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/types.h"
+#include "fakes/memory_disk.h"
 
 namespace larkspur::fakes {
 
@@ -36,6 +36,7 @@ class DiskBuilder {
   DiskBuilder& XorSum(u64 sector, size_t offset, size_t length);
 
   const std::vector<u8>& Bytes() const { return m_bytes; }
+  Owned<cMemoryDisk> Disk() const { return DiskOn(StoreOf(m_bytes)); }
   u8* At(u64 sector, size_t offset, size_t length);
   // The tree of the disk as text (fakes/tree_text.h).
   std::string Tree() const;

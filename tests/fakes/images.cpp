@@ -51,6 +51,19 @@ std::string Statuses(cKVRSparseIO* image, u64 first, u64 count) {
   return text;
 }
 
+u32 WritePattern(cBaseIO* image, u64 first, u32 count) {
+  return image->Write(first, Pattern(first, count).data(), count);
+}
+
+std::string ChangesOf(MemoryStore* store, const std::function<void()>& work) {
+  store->log.clear();
+  store->keepLog = true;
+  work();
+  store->keepLog = false;
+  std::erase_if(store->log, [](const auto& operation) { return operation.kind == 'R'; });
+  return Describe(store->log);
+}
+
 std::string Presence(cKVRSparseIO* image, u64 first, u32 count) {
   std::vector<u8> buffer(u64{count} * kSectorBytes);
   cBitMap presence(count);

@@ -4,6 +4,7 @@
 
 // Sparse images on memory stores, in one line each, and what they hold as short text.
 
+#include <functional>
 #include <random>
 #include <string>
 
@@ -27,6 +28,12 @@ std::string Statuses(cKVRSparseIO* image, u64 first, u64 count);
 
 // The presence of [first, first+count) as Read reports it: '1' and '0'.
 std::string Presence(cKVRSparseIO* image, u64 first, u32 count);
+
+// Writes the pattern to [first, first+count); how much of it was taken.
+u32 WritePattern(cBaseIO* image, u64 first, u32 count);
+
+// What some work does to the store, but for its reads, as text (Describe).
+std::string ChangesOf(MemoryStore* store, const std::function<void()>& work);
 
 // A generator for a random test, whose seed the test prints when it fails: LARKSPUR_SEED, or one
 // that differs from run to run.

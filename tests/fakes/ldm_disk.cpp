@@ -6,8 +6,6 @@
 #include <cstring>
 #include <string>
 
-#include "base/endian.h"
-
 namespace larkspur::fakes {
 namespace {
 
@@ -16,14 +14,11 @@ constexpr size_t kRecordBytes = 128;
 constexpr size_t kRecordHeader = 16;
 constexpr u64 kStripeSectors = 128;
 constexpr char kGuidTail[] = "-fbfd-11e1-8cf9-52540061f5db";
-constexpr u64 kGptArray = 2;
+constexpr char kMetadata[] = "5808C8AA-7E8F-42E0-85D2-E1E90434CFB3";
+constexpr char kData[] = "AF9B60A0-1431-4F62-BC68-3311714A69AD";
 
 void StoreBe(u8* to, u64 value, size_t bytes) {
   for (size_t i = bytes; i-- > 0; value >>= 8) to[i] = static_cast<u8>(value);
-}
-
-void StoreText(u8* to, std::string_view text) {
-  std::copy(text.begin(), text.end(), to);
 }
 
 std::string DiskGuid(u32 disk) {
@@ -42,8 +37,8 @@ std::vector<std::vector<u8>> Cut(u8 type, u8 flags, const std::vector<u8>& body,
   object.resize(parts * share);
   std::vector<std::vector<u8>> records;
   for (size_t part = 0; part < parts; ++part) {
-    std::vector<u8> record(kRecordBytes);
-    StoreText(record.data(), "VBLK");
+    std::vector<u8> record = {'V', 'B', 'L', 'K'};
+    record.resize(kRecordBytes);
     StoreBe(&record[8], group, 4);
     StoreBe(&record[12], part, 2);
     StoreBe(&record[14], parts, 2);
@@ -51,26 +46,6 @@ std::vector<std::vector<u8>> Cut(u8 type, u8 flags, const std::vector<u8>& body,
     records.push_back(std::move(record));
   }
   return records;
-}
-
-void PutGptEntry(u8* entry, std::string_view guid, u64 first, u64 last) {
-  StoreText(entry, guid);
-  StoreLe64(entry + 32, first);
-  StoreLe64(entry + 40, last);
-}
-
-void PutGpt(MemoryStore& store) {
-  u8* header = &store.bytes[kSectorBytes];
-  StoreText(header, "EFI PART");
-  StoreLe64(header + 24, 1);
-  StoreLe64(header + 72, kGptArray);
-  StoreLe32(header + 80, 4);
-  StoreLe32(header + 84, 128);
-  u8* entries = &store.bytes[kGptArray * kSectorBytes];
-  PutGptEntry(entries, "\xAA\xC8\x08\x58\x8F\x7E\xE0\x42\x85\xD2\xE1\xE9\x04\x34\xCF\xB3",
-              LdmDisk::kGptMetadata, LdmDisk::kGptLogicalStart - 1);
-  PutGptEntry(entries + 128, "\xA0\x60\x9B\xAF\x31\x14\x62\x4F\xBC\x68\x33\x11\x71\x4A\x69\xAD",
-              LdmDisk::kGptLogicalStart, LdmDisk::kSectors - 34);
 }
 
 }  // namespace
@@ -215,60 +190,47 @@ LdmDisk::Records LdmDisk::AllRecords() const {
   return records;
 }
 
-void LdmDisk::PutHeader(MemoryStore& store) const {
-  u8* header = &store.bytes[(m_onGpt ? kGptMetadata + 2047 : 6) * kSectorBytes];
-  StoreText(header, "PRIVHEAD");
-  StoreBe(header + 12, 0x0002000C, 4);
-  StoreText(header + 48, DiskGuid(1));
+void LdmDisk::PutHeader(DiskBuilder& disk) const {
+  const u64 header = m_onGpt ? kGptMetadata + 2047 : 6;
+  disk.Text(header, 0, "PRIVHEAD").Be(header, 12, 4, 0x0002000C).Text(header, 48, DiskGuid(1));
   const u64 start = m_onGpt ? kGptLogicalStart : kLogicalStart;
   const u64 end = m_onGpt ? kSectors - 33 : ConfigStart();
-  const u64 fields[] = {start, end - start, ConfigStart(), kConfigSectors};
-  for (size_t i = 0; i < 4; ++i) StoreBe(header + 283 + i * 8, fields[i], 8);
-
-  u8* toc = &store.bytes[(ConfigStart() + 2) * kSectorBytes];
-  StoreText(toc, "TOCBLOCK");
-  StoreText(toc + 36, "config");
-  StoreBe(toc + 46, 17, 8);
-  StoreBe(toc + 54, 1481, 8);
-  StoreText(toc + 70, "log");
-  StoreBe(toc + 80, 1498, 8);
-  StoreBe(toc + 88, 224, 8);
+  disk.Be(header, 283, 8, start).Be(header, 291, 8, end - start);
+  disk.Be(header, 299, 8, ConfigStart()).Be(header, 307, 8, kConfigSectors);
+  const u64 toc = ConfigStart() + 2;
+  disk.Text(toc, 0, "TOCBLOCK").Text(toc, 36, "config").Be(toc, 46, 8, 17).Be(toc, 54, 8, 1481);
+  disk.Text(toc, 70, "log").Be(toc, 80, 8, 1498).Be(toc, 88, 8, 224);
 }
 
 // After the last record stands the log.
-void LdmDisk::PutDatabase(MemoryStore& store) const {
+void LdmDisk::PutDatabase(DiskBuilder& disk) const {
   const Records records = AllRecords();
   const size_t inSector = kSectorBytes / kRecordBytes;
   const size_t slots = (records.size() + inSector - 1) / inSector * inSector;
-  u8* at = &store.bytes[DatabaseStart() * kSectorBytes];
-  StoreText(at, "VMDB");
-  StoreBe(at + 4, inSector + slots, 4);
-  StoreBe(at + 8, kRecordBytes, 4);
-  StoreBe(at + 12, kSectorBytes, 4);
-  at += kSectorBytes;
-  for (size_t slot = 0; slot < slots; ++slot, at += kRecordBytes) {
-    StoreText(at, "VBLK");
-    if (slot < records.size()) std::memcpy(at, records[slot].data(), kRecordBytes);
+  const u64 first = DatabaseStart();
+  disk.Text(first, 0, "VMDB").Be(first, 4, 4, inSector + slots).Be(first, 8, 4, kRecordBytes);
+  disk.Be(first, 12, 4, kSectorBytes);
+  for (size_t slot = 0; slot < slots; ++slot) {
+    disk.Text(first + 1, slot * kRecordBytes, "VBLK");
+    if (slot >= records.size()) continue;
+    std::copy(records[slot].begin(), records[slot].end(),
+              disk.At(first + 1, slot * kRecordBytes, kRecordBytes));
   }
-  StoreText(at, "KLOG");
+  disk.Text(first + 1, slots * kRecordBytes, "KLOG");
 }
 
 std::shared_ptr<MemoryStore> LdmDisk::Store() const {
-  auto store = MakeStore(kSectors);
-  StoreLe16(&store->bytes[510], 0xAA55);
+  DiskBuilder disk(kSectors);
   if (m_onGpt) {
-    PutGpt(*store);
-    store->bytes[450] = 0xEE;
-    StoreLe32(&store->bytes[454], 1);
-    StoreLe32(&store->bytes[458], kSectors - 1);
+    disk.MbrEntry(0, 0, 0xEE, 1, kSectors - 1).Gpt(1, 1, 4);
+    disk.GptEntry(1, 0, kMetadata, kGptMetadata, kGptLogicalStart - 1);
+    disk.GptEntry(1, 1, kData, kGptLogicalStart, kSectors - 34);
   } else {
-    store->bytes[450] = 0x42;
-    StoreLe32(&store->bytes[454], kLogicalStart);
-    StoreLe32(&store->bytes[458], static_cast<u32>(ConfigStart() - kLogicalStart));
+    disk.MbrEntry(0, 0, 0x42, kLogicalStart, ConfigStart() - kLogicalStart);
   }
-  PutHeader(*store);
-  PutDatabase(*store);
-  return store;
+  PutHeader(disk);
+  PutDatabase(disk);
+  return StoreOf(disk.Bytes());
 }
 
 }  // namespace larkspur::fakes

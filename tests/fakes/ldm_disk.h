@@ -15,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-#include "fakes/memory_disk.h"
+#include "fakes/disk_builder.h"
 
 namespace larkspur::fakes {
 
@@ -77,8 +77,8 @@ class LdmDisk {
   void AddComponent(u32 volume, u8 type, LdmPieces pieces);
   void AddDisks(Records* firstParts, Records* otherParts) const;
   Records AllRecords() const;
-  void PutHeader(MemoryStore& store) const;
-  void PutDatabase(MemoryStore& store) const;
+  void PutHeader(DiskBuilder& disk) const;
+  void PutDatabase(DiskBuilder& disk) const;
 
   u32 m_nextId = 100;
   u8 m_partitionType = 7;

@@ -2,13 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "fakes/lvm2_disk.h"
 
-#include <algorithm>
-
 #include <fmt/core.h>
 #include <zlib.h>
-
-#include "base/endian.h"
-#include "fakes/tree_text.h"
 
 namespace larkspur::fakes {
 namespace {
@@ -20,10 +15,6 @@ constexpr u64 kAreaList = kDataArea + 32;
 u32 Crc(const u8* bytes, size_t count) {
   const uLong crc = crc32(0xF597A6CF ^ ~u32{0}, bytes, static_cast<uInt>(count));
   return static_cast<u32>(crc) ^ ~u32{0};
-}
-
-void StoreText(u8* to, std::string_view text) {
-  std::copy(text.begin(), text.end(), to);
 }
 
 }  // namespace
@@ -60,51 +51,38 @@ std::string Lvm2Linear(u64 firstExtent, u64 extents) {
 
 Lvm2Disk& Lvm2Disk::Label(u32 sector) {
   m_label = sector;
-  u8* label = At(u64{sector} * kSectorBytes);
-  StoreText(label, "LABELONE");
-  StoreLe64(label + 8, sector);
-  StoreLe32(label + 20, kHeader);
-  StoreText(label + 24, "LVM2 001");
-  StoreText(label + kHeader, "00000011112222333344445555666666");
-  StoreLe64(label + kHeader + 32, kSectors * kSectorBytes);
-  StoreLe64(label + kDataArea, 512 * kSectorBytes);
+  m_disk.Text(sector, 0, "LABELONE").Le(sector, 8, 8, sector).Le(sector, 20, 4, kHeader);
+  m_disk.Text(sector, 24, "LVM2 001").Text(sector, kHeader, "00000011112222333344445555666666");
+  m_disk.Le(sector, kHeader + 32, 8, kSectors * kSectorBytes);
+  m_disk.Le(sector, kDataArea, 8, 512 * kSectorBytes);
   SignLabel();
   return *this;
 }
 
 Lvm2Disk& Lvm2Disk::Area(const Lvm2Area& area) {
-  u8* entry = At(u64{m_label} * kSectorBytes + kAreaList + u64{m_areas++} * 16);
-  StoreLe64(entry, area.position);
-  StoreLe64(entry + 8, area.size);
+  const size_t entry = kAreaList + size_t{m_areas++} * 16;
+  m_disk.Le(m_label, entry, 8, area.position).Le(m_label, entry + 8, 8, area.size);
   SignLabel();
 
   const std::string text = area.text + '\0';
-  u8* header = At(area.position);
-  StoreText(header + 4, " LVM2 x[5A%r0N*>");
-  StoreLe32(header + 20, 1);
-  StoreLe64(header + 24, area.position);
-  StoreLe64(header + 32, area.size);
+  const u64 header = area.position / kSectorBytes;
+  m_disk.Text(header, 4, " LVM2 x[5A%r0N*>").Le(header, 20, 4, 1);
+  m_disk.Le(header, 24, 8, area.position).Le(header, 32, 8, area.size);
   if (!area.text.empty()) {
-    StoreLe64(header + 40, area.textPosition);
-    StoreLe64(header + 48, text.size());
-    StoreLe32(header + 56, Crc(reinterpret_cast<const u8*>(text.data()), text.size()));
-    StoreLe32(header + 60, area.flags);
+    const u32 sum = Crc(reinterpret_cast<const u8*>(text.data()), text.size());
+    m_disk.Le(header, 40, 8, area.textPosition).Le(header, 48, 8, text.size());
+    m_disk.Le(header, 56, 4, sum).Le(header, 60, 4, area.flags);
   }
-  StoreLe32(header, Crc(header + 4, kSectorBytes - 4));
+  m_disk.Le(header, 0, 4, Crc(At(area.position + 4), kSectorBytes - 4));
   for (size_t i = 0; i < text.size(); ++i) {
     const u64 ring = (area.textPosition - kSectorBytes + i) % (area.size - kSectorBytes);
-    header[kSectorBytes + ring] = static_cast<u8>(text[i]);
+    *At(area.position + kSectorBytes + ring) = static_cast<u8>(text[i]);
   }
   return *this;
 }
 
 void Lvm2Disk::SignLabel() {
-  u8* label = At(u64{m_label} * kSectorBytes);
-  StoreLe32(label + 16, Crc(label + 20, kSectorBytes - 20));
-}
-
-std::string Lvm2Disk::Tree() const {
-  return TreeText(DiskOn(m_store).get());
+  m_disk.Le(m_label, 16, 4, Crc(m_disk.At(m_label, 20, 1), kSectorBytes - 20));
 }
 
 }  // namespace larkspur::fakes

@@ -9,11 +9,10 @@
 // Extents have 8 sectors and begin at sector 512. "pv0" is the disk itself, "pv1" to "pv3" are
 // others.
 
-#include <memory>
 #include <string>
 #include <string_view>
 
-#include "fakes/memory_disk.h"
+#include "fakes/disk_builder.h"
 
 namespace larkspur::fakes {
 
@@ -42,21 +41,17 @@ class Lvm2Disk {
  public:
   static constexpr u64 kSectors = 4096;
 
-  Lvm2Disk() : m_store(MakeStore(kSectors)) {}
-
   // A label in that sector, whose header lists the areas that follow.
   Lvm2Disk& Label(u32 sector = 1);
   Lvm2Disk& Area(const Lvm2Area& area);
 
-  u8* At(u64 position) { return &m_store->bytes[position]; }
-  const std::shared_ptr<MemoryStore>& Store() const { return m_store; }
-  // The tree of the disk as text (fakes/tree_text.h).
-  std::string Tree() const;
+  u8* At(u64 position) { return m_disk.At(0, position, 1); }
+  std::string Tree() const { return m_disk.Tree(); }
 
  private:
   void SignLabel();
 
-  std::shared_ptr<MemoryStore> m_store;
+  DiskBuilder m_disk{kSectors};
   u32 m_label = 0;
   u32 m_areas = 0;
 };

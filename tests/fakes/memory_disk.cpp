@@ -104,9 +104,21 @@ bool cMemoryDisk::SetSectorCount(u64 count) {
   return true;
 }
 
+bool cMemoryDisk::GetGeometry(u32* three) {
+  const bool isKnown = cBaseIO::GetGeometry(three);
+  three[0] = m_store->sectorBytes;
+  return isKnown;
+}
+
 std::shared_ptr<MemoryStore> MakeStore(u64 sectors) {
   auto store = std::make_shared<MemoryStore>();
   store->bytes.resize(sectors * kSectorBytes);
+  return store;
+}
+
+std::shared_ptr<MemoryStore> StoreOf(std::vector<u8> bytes) {
+  auto store = MakeStore();
+  store->bytes = std::move(bytes);
   return store;
 }
 

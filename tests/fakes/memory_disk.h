@@ -39,6 +39,7 @@ struct MemoryStore {
   std::function<bool(u64 offset, u64 length)> refusesRead;
   // Makes all reads fail that touch this byte.
   void RefuseByte(u64 at);
+  u32 sectorBytes = kSectorBytes;  // that the disk says it has
   // A failing write leaves its first sectors behind, as a disk does.
   bool tearWrites = false;
 
@@ -78,6 +79,7 @@ class cMemoryDisk final : public cBaseIO {
   u64 GetByteSize() override { return m_store->ByteSize(); }
   u32 GetTypeId() override { return kTypeId; }
   void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
+  bool GetGeometry(u32* three) override;
 
  private:
   bool WriteAt(u64 offset, const void* buffer, u64 length);
@@ -87,6 +89,7 @@ class cMemoryDisk final : public cBaseIO {
 };
 
 std::shared_ptr<MemoryStore> MakeStore(u64 sectors = 0);
+std::shared_ptr<MemoryStore> StoreOf(std::vector<u8> bytes);
 Owned<cMemoryDisk> DiskOn(std::shared_ptr<MemoryStore> store, bool readOnly = false);
 cNestedIOResource ResourceOn(std::shared_ptr<MemoryStore> store, bool readOnly = false);
 

@@ -230,9 +230,21 @@ std::vector<u8> SimulatedDrive::Content(u64 sector, u32 count) const {
 }
 
 SimulatedDrive* SimulatedDevices::Add(const std::u16string& path) {
+  if (const auto before = Find(path)) {
+    before->path.clear();
+    before->usbParent.clear();
+  }
   m_drives.push_back(std::make_shared<SimulatedDrive>());
   m_drives.back()->path = path;
   return m_drives.back().get();
+}
+
+SimulatedDrive* SimulatedDevices::Add(const std::u16string& path, u32 sectorBytes, u64 sectors) {
+  SimulatedDrive* drive = Add(path);
+  drive->sectorBytes = sectorBytes;
+  drive->sectors = sectors;
+  drive->lengthBytes = sectors * sectorBytes;
+  return drive;
 }
 
 // In the tree of devices, drives go by another name.

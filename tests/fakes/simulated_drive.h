@@ -122,7 +122,9 @@ struct SimulatedDrive {
 
 class SimulatedDevices final : public platform::DeviceSystem {
  public:
+  // A drive at that path, in the place of one that was there before.
   SimulatedDrive* Add(const std::u16string& path);
+  SimulatedDrive* Add(const std::u16string& path, u32 sectorBytes, u64 sectors);
 
   bool IsDevice(const char16_t* path) override { return Find(path) != nullptr; }
   std::unique_ptr<platform::Device> Open(const char16_t* path, u32 access) override;

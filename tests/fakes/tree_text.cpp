@@ -94,9 +94,7 @@ std::string TreeText(cBaseIO* io) {
 
 std::string TreeText(std::vector<u8> bytes) {
   bytes.resize((bytes.size() + kSectorBytes - 1) / kSectorBytes * kSectorBytes);
-  auto store = MakeStore();
-  store->bytes = std::move(bytes);
-  return TreeText(DiskOn(store).get());
+  return TreeText(DiskOn(StoreOf(std::move(bytes))).get());
 }
 
 }  // namespace larkspur::fakes

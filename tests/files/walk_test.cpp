@@ -8,27 +8,11 @@
 #include <gtest/gtest.h>
 
 #include "fakes/images.h"
+#include "fakes/said_line.h"
 #include "files/walker.h"
 
 namespace larkspur {
 namespace {
-
-// A helper that has said all it says; what it is told is thrown away.
-class SaidLine final : public platform::HelperLine {
- public:
-  explicit SaidLine(std::string said) : m_said(std::move(said)) {}
-
-  bool Send(const void*, size_t) override { return true; }
-  bool Receive(void* bytes, size_t count) override {
-    if (m_said.size() < count) return false;
-    std::memcpy(bytes, m_said.data(), count);
-    m_said.erase(0, count);
-    return true;
-  }
-
- private:
-  std::string m_said;
-};
 
 class EmptyStorage final : public WalkedStorage {
  public:
@@ -50,7 +34,7 @@ std::string Message(WalkMessage kind, const std::string& body) {
 
 // What was told of a volume on [100, 200), as text.
 std::string Told(const std::string& said) {
-  SaidLine line(said);
+  fakes::SaidLine line(said);
   EmptyStorage storage;
   std::string told;
   const auto add = [&told](const SectorRange& range) {

@@ -20,10 +20,7 @@ namespace {
 class AskedSourceTest : public DeviceTest {
  protected:
   fakes::SimulatedDrive* MakeDrive(u32 sectorBytes = 512, u64 sectors = 4000) {
-    fakes::SimulatedDrive* drive = m_devices.Add(u"\\\\.\\D:");
-    drive->sectorBytes = sectorBytes;
-    drive->sectors = sectors;
-    drive->lengthBytes = sectors * sectorBytes;
+    fakes::SimulatedDrive* drive = m_devices.Add(u"\\\\.\\D:", sectorBytes, sectors);
     drive->wrapping = fakes::Wrapping::kNative;
     drive->identifyData = fakes::MakeIdentify("Model", "SN1", "FW", sectors);
     return drive;
@@ -45,7 +42,7 @@ class AskedSourceTest : public DeviceTest {
     EXPECT_TRUE(source);
     return std::move(*source);
   }
-  // "8 delivered", "3 delivered, medium 5, bad at 103": what an ask came to. What was delivered
+  // "8", "3 medium 031100 at 103": what an ask came to. What was delivered
   // must be the pattern.
   std::string Ask(const Source& source, u64 sector, u32 count) {
     std::memset(m_room.Data(), 0xA5, m_room.Size());
@@ -190,7 +187,6 @@ TEST_F(AskedSourceTest, WhenCommandsAreUsed) {
     Ask(source, 0, 1);
     EXPECT_EQ(Ask(source, 1, 1), "1");
     EXPECT_EQ(drive->TakeLog(), c.log);
-    drive->path.clear();
   }
 }
 
@@ -257,7 +253,6 @@ TEST_F(AskedSourceTest, SenseDataDecide) {
     Ask(source, 100, 8);
     EXPECT_EQ(drive->TakeLog().find("read ") == std::string::npos, isTaken)
         << c.name << ": and so for the rest of the run";
-    drive->path.clear();
   }
 }
 
@@ -312,25 +307,18 @@ TEST_F(AskedSourceTest, OtherDevicesAreReadThroughTheKernelOnly) {
     const Source source = Open(*drive, {.passThrough = PassThrough::kOn});
     EXPECT_EQ(Ask(source, 0, 8), "8");
     EXPECT_EQ(drive->TakeLog().find("scsi 28"), std::string::npos) << bus;
-    drive->path.clear();
   }
 }
 
 TEST_F(AskedSourceTest, WhatTheKernelSays) {
+  using enum FailureKind;
   const struct {
-    FailureKind told;
-    FailureKind state;
+    FailureKind told, state;
     const char* answer;
-  } cases[] = {
-      {FailureKind::kMedium, FailureKind::kNone, "0 medium"},
-      {FailureKind::kTransport, FailureKind::kNone, "0 transport"},
-      {FailureKind::kGone, FailureKind::kNone, "0 gone"},
-      {FailureKind::kSystem, FailureKind::kNone, "0 system"},
-      {FailureKind::kUnclear, FailureKind::kNone, "0 unclear"},
-      {FailureKind::kUnclear, FailureKind::kTransport, "0 transport"},
-      {FailureKind::kUnclear, FailureKind::kGone, "0 gone"},
-      {FailureKind::kTransport, FailureKind::kGone, "0 gone"},
-  };
+  } cases[] = {{kMedium, kNone, "0 medium"},   {kTransport, kNone, "0 transport"},
+               {kGone, kNone, "0 gone"},       {kSystem, kNone, "0 system"},
+               {kUnclear, kNone, "0 unclear"}, {kUnclear, kTransport, "0 transport"},
+               {kUnclear, kGone, "0 gone"},    {kTransport, kGone, "0 gone"}};
   for (const auto& c : cases) {
     fakes::SimulatedDrive* drive = MakeDrive();
     drive->failing = {0};
@@ -338,7 +326,6 @@ TEST_F(AskedSourceTest, WhatTheKernelSays) {
     const Source source = Open(*drive, {.passThrough = PassThrough::kOff});
     drive->state = c.state;
     EXPECT_EQ(Ask(source, 0, 8), c.answer);
-    drive->path.clear();
   }
 }
 
@@ -372,7 +359,6 @@ TEST_F(AskedSourceTest, AMediumThatIsChanged) {
     drive->lengthBytes = 4000 * 512;
     EXPECT_TRUE(source.asked->Reconnect(0));
     EXPECT_EQ(Ask(source, 8, 8), "8");
-    drive->path.clear();
   }
 }
 
@@ -399,7 +385,6 @@ TEST_F(AskedSourceTest, AnOpticalDriveByItsSenseData) {
     EXPECT_EQ(drive->TakeLog(),
               "scsi BE 00 00 00 00 31 00 00 01 10 00 00 in 2352\n"
               "scsi BE 00 00 00 00 32 00 00 01 10 00 00 in 2352");
-    drive->path.clear();
   }
 }
 
@@ -446,7 +431,6 @@ TEST_F(AskedSourceTest, SectorsOfOddSizes) {
         return fakes::ScsiReply{.status = 2, .sense = fakes::FixedSense(5, 0x20, 0)};
       };
       EXPECT_EQ(Ask(source, 0, 1), "0 system") << "there is no other way";
-      drive->path.clear();
     }
   }
 }
@@ -475,19 +459,18 @@ TEST_F(AskedSourceTest, PhysicalSectors) {
     drive->partitionStartBytes = c.start;
     EXPECT_EQ(Open(*drive).asked->Identity().physicalSectorBytes, c.physical)
         << c.told << " " << c.system << " " << c.start;
-    drive->path.clear();
   }
 }
 
 TEST_F(AskedSourceTest, ADriveThatComesBackAtAnotherPath) {
-  fakes::SimulatedDrive* drive = MakeScsiDrive();
-  drive->vendor = "ACME";
-  drive->serial = "SN1";
-  const Source source = Open(*drive);
   fakes::SimulatedDrive* other = MakeScsiDrive();
   other->path = u"\\\\.\\PhysicalDrive5";
   other->vendor = "ACME";
   other->serial = "SN2";
+  fakes::SimulatedDrive* drive = MakeScsiDrive();
+  drive->vendor = "ACME";
+  drive->serial = "SN1";
+  const Source source = Open(*drive);
   drive->isPresent = false;
   EXPECT_EQ(Ask(source, 0, 8), "0 gone");
   // Its path belongs to another one now, and it has a new one.
@@ -521,7 +504,6 @@ TEST_F(AskedSourceTest, OpeningThatFailsIsNoRefusal) {
     drive->openError.reset();
     EXPECT_TRUE(source.asked->Reconnect(0));
     EXPECT_EQ(Ask(source, 8, 8), "8");
-    drive->path.clear();
   }
 }
 

@@ -39,9 +39,7 @@ struct Held {
 };
 
 Held ReadCache(const std::vector<u8>& bytes) {
-  const auto store = fakes::MakeStore();
-  store->bytes = bytes;
-  const auto image = fakes::OpenImage(store, true);
+  const auto image = fakes::OpenImage(fakes::StoreOf(bytes), true);
   EXPECT_TRUE(image);
   Held held{fakes::Statuses(image.get(), 0, kSectors), {}};
   u8 data[kSectorBytes];

@@ -22,9 +22,7 @@ constexpr u64 kSectors = 1024;
 
 // The notes of the whole storage, in words.
 std::string NotesOf(const std::vector<u8>& bytes) {
-  auto store = fakes::MakeStore();
-  store->bytes = bytes;
-  const auto io = fakes::DiskOn(store);
+  const auto io = fakes::DiskOn(fakes::StoreOf(bytes));
   PartitionTree tree;
   TreeNotes notes;
   BuildPartitionTree(tree.Head(), io.get(), {.notes = &notes});
@@ -179,36 +177,17 @@ TEST(Content, TypesOfGuidTablesHaveWords) {
   EXPECT_EQ(PromiseOfGptType("0657fd6d-a4ab-43c4-84e5-0933c84b4f4f").first, "swap");
 }
 
-// A storage that says how large its sectors are.
-class cGeometryDisk final : public cBaseIO {
- public:
-  cGeometryDisk(const DiskBuilder& disk, u32 sectorBytes) : m_sectorBytes(sectorBytes) {
-    auto store = fakes::MakeStore();
-    store->bytes = disk.Bytes();
-    m_disk = fakes::DiskOn(store);
-  }
-  cBaseIO* Clone() override { return nullptr; }
-  bool IsSameAs(cBaseIO* /*other*/) override { return false; }
-  u64 SetPosition(u64 sector) override { return m_disk->SetPosition(sector); }
-  u32 Read(void* buffer, u32 count, cBitMap* /*presence*/) override {
-    return m_disk->Read(buffer, count);
-  }
-  u64 GetSectorCount() override { return m_disk->GetSectorCount(); }
-  void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
-  bool GetGeometry(u32* three) override {
-    three[0] = m_sectorBytes;
-    return true;
-  }
+// A disk that says how large its sectors are.
+Owned<fakes::cMemoryDisk> DiskOf(const DiskBuilder& disk, u32 sectorBytes) {
+  auto io = disk.Disk();
+  io->Store().sectorBytes = sectorBytes;
+  return io;
+}
 
- private:
-  u32 m_sectorBytes;
-  Owned<fakes::cMemoryDisk> m_disk;
-};
-
-std::string TreeForPeople(cBaseIO* io) {
+std::string TreeForPeople(const DiskBuilder& disk, u32 sectorBytes) {
   PartitionTree tree;
   TreeNotes notes;
-  BuildPartitionTree(tree.Head(), io, {.notes = &notes});
+  BuildPartitionTree(tree.Head(), DiskOf(disk, sectorBytes).get(), {.notes = &notes});
   std::string text = fakes::TreeText(tree.Root());
   for (const Note& note : notes.Of(*tree.Root())) text += NoteText(note) + "\n";
   return text;
@@ -247,22 +226,19 @@ TEST(SectorSize, IsChosenByWhatLiesWhereTheTableLeads) {
       "  1+8191 238 \"GPT OEM\" gpt\n"
       "    2048+792 24451 \"GPT Basic\"\n";
   for (const u32 sectorBytes : {512u, 4096u}) {
-    cGeometryDisk largeDisk(large, sectorBytes);
-    cGeometryDisk smallDisk(small, sectorBytes);
-    cGeometryDisk gptDisk(gpt, sectorBytes);
     const std::string note =
         sectorBytes == 512 ? std::string() : "counts in sectors of 512 bytes\n";
-    EXPECT_EQ(TreeForPeople(&largeDisk), largeTree) << sectorBytes;
-    EXPECT_EQ(TreeForPeople(&smallDisk), smallTree + note) << sectorBytes;
-    EXPECT_EQ(TreeForPeople(&gptDisk), gptTree + note) << sectorBytes;
+    EXPECT_EQ(TreeForPeople(large, sectorBytes), largeTree) << sectorBytes;
+    EXPECT_EQ(TreeForPeople(small, sectorBytes), smallTree + note) << sectorBytes;
+    EXPECT_EQ(TreeForPeople(gpt, sectorBytes), gptTree + note) << sectorBytes;
   }
   // A host still gets what the storage's geometry gives.
-  cGeometryDisk direct(large, 4096);
-  EXPECT_NE(fakes::TreeText(&direct).find("\n  2048+8000 7"), std::string::npos);
-  cGeometryDisk cached(large, 512);
-  EXPECT_NE(fakes::TreeText(&cached).find("\n  256+1000 7"), std::string::npos);
-  cGeometryDisk blank(DiskBuilder(65536).MbrEntry(0, 0, 7, 256, 1000), 4096);
-  EXPECT_NE(TreeForPeople(&blank).find("nothing confirms it"), std::string::npos);
+  for (const auto& [sectorBytes, child] :
+       {std::pair{4096u, "\n  2048+8000 7"}, {512u, "\n  256+1000 7"}}) {
+    EXPECT_NE(fakes::TreeText(DiskOf(large, sectorBytes).get()).find(child), std::string::npos);
+  }
+  const DiskBuilder blank = DiskBuilder(65536).MbrEntry(0, 0, 7, 256, 1000);
+  EXPECT_NE(TreeForPeople(blank, 4096).find("nothing confirms it"), std::string::npos);
 }
 
 TEST(Notes, TellWhichLimitWasReached) {

@@ -36,35 +36,28 @@ std::string Children(const LdmDisk& disk) {
 // The identifier of the volume that was the disk's first.
 constexpr char kFirstSet[] = "64646464646464646464646464646464";
 
-std::string Member(const std::string& raid, const std::string& level) {
-  return "{raid " + raid + " level " + level + " set " + kFirstSet + "}\n";
-}
-
 TEST(Ldm, SaysHowEachKindOfVolumeUsesTheDisk) {
   const struct {
     LdmDisk disk;
-    std::string children;
+    const char* raid;
+    const char* level;
   } kCases[] = {
-      {LdmDisk().Simple("Volume1", "E:", {1, 10, 500}),
-       "  73+500 7 \"NTFS\" " +
-           Member("\"Dynamic volume E: (Mirror)\" layout 3 columns 1 index 0 block 512", "simple")},
-      {LdmDisk().Spanned("Volume1", "E:", {{2, 0, 100}, {1, 10, 500}}),
-       "  73+500 7 \"NTFS\" " +
-           Member("\"Dynamic volume E: (Simple/Span)\" layout 1 columns 2 index 1 block 512",
-                  "spanned")},
-      {LdmDisk().Mirrored("Volume1", "E:", {{2, 0, 500}, {1, 10, 500}}),
-       "  73+500 7 \"NTFS\" " +
-           Member("\"Dynamic volume E: (Mirror)\" layout 3 columns 1 index 0 block 512",
-                  "mirrored")},
-      {LdmDisk().Striped("Volume1", "E:", {{1, 10, 500}, {2, 0, 500}}),
-       "  73+500 7 \"NTFS\" " +
-           Member("\"Dynamic volume E: (Stripe)\" layout 2 columns 2 index 0 block 65536",
-                  "striped")},
-      {LdmDisk().Raid5("Volume1", "E:", {{2, 0, 500}, {3, 0, 500}, {1, 10, 500}}),
-       "  73+500 7 \"NTFS\" " +
-           Member("\"Dynamic volume E: (RAID5)\" layout 6 columns 3 index 2 block 65536", "RAID5")},
+      {LdmDisk().Simple("V", "E:", {1, 10, 500}), "(Mirror)\" layout 3 columns 1 index 0 block 512",
+       "simple"},
+      {LdmDisk().Spanned("V", "E:", {{2, 0, 100}, {1, 10, 500}}),
+       "(Simple/Span)\" layout 1 columns 2 index 1 block 512", "spanned"},
+      {LdmDisk().Mirrored("V", "E:", {{2, 0, 500}, {1, 10, 500}}),
+       "(Mirror)\" layout 3 columns 1 index 0 block 512", "mirrored"},
+      {LdmDisk().Striped("V", "E:", {{1, 10, 500}, {2, 0, 500}}),
+       "(Stripe)\" layout 2 columns 2 index 0 block 65536", "striped"},
+      {LdmDisk().Raid5("V", "E:", {{2, 0, 500}, {3, 0, 500}, {1, 10, 500}}),
+       "(RAID5)\" layout 6 columns 3 index 2 block 65536", "RAID5"},
   };
-  for (const auto& test : kCases) EXPECT_EQ(Children(test.disk), test.children);
+  for (const auto& test : kCases) {
+    EXPECT_EQ(Children(test.disk),
+              "  73+500 7 \"NTFS\" {raid \"Dynamic volume E: " + std::string(test.raid) +
+                  " level " + test.level + " set " + kFirstSet + "}\n");
+  }
 }
 
 TEST(Ldm, FindsDisksHoweverTheirRecordsAreWritten) {

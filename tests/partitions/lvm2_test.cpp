@@ -99,13 +99,6 @@ TEST(Lvm2, AnImageIsAMemberOfTheVolumeThatItBelongsTo) {
                 Child("552+16", "r_rimage_2", "layout 1 columns 2 index 0 block 512 level linear"));
 }
 
-TEST(Lvm2, AVolumeMayBeNamedLikeAPhysicalOne) {
-  const std::string volumes =
-      Lvm2Volume("s", "segment1 { extent_count = 4 stripes = [\"pv1\", 0, \"pv0\", 0] }") +
-      Lvm2Volume("pv0", Lvm2Linear(9, 1));
-  EXPECT_NE(Children(DiskOf(Lvm2Group(volumes))).find("\"vg/pv0\" layout 1"), std::string::npos);
-}
-
 TEST(Lvm2, LooksIntoItsPieces) {
   Lvm2Disk disk = DiskOf(Lvm2Group(Lvm2Volume("l", Lvm2Linear(1, 100))));
   u8* sector = disk.At(520 * kSectorBytes);
@@ -229,17 +222,22 @@ TEST(Lvm2, PassesOverPiecesThatCannotBe) {
   for (const char* segments : kSegments) {
     EXPECT_EQ(Children(DiskOf(Lvm2Group(Lvm2Volume("l", segments)))), "") << segments;
   }
-}
-
-TEST(Lvm2, BelievesTheSegmentsThatAreThereAndNotTheirCount) {
-  const std::string volume = Lvm2Volume("l", "segment_count = 2147483648 " + Lvm2Linear(0, 1));
-  EXPECT_EQ(Children(DiskOf(Lvm2Group(volume))), Linear("512+8"));
-}
-
-TEST(Lvm2, ExtentsThatLeadBeyondAllSectorsAreNone) {
   const std::string volume = Lvm2Volume("l", Lvm2Linear(2, 1));
-  EXPECT_EQ(Children(DiskOf(Lvm2Group(volume, {.extentSectors = u64{1} << 63}))), "");
-  EXPECT_EQ(Children(DiskOf(Lvm2Group(volume, {.extentSectors = 4096}))), "");  // past the disk
+  for (const u64 extentSectors : {u64{1} << 63, u64{4096}}) {  // past all sectors, past the disk
+    const std::string text = Lvm2Group(volume, {.extentSectors = extentSectors});
+    EXPECT_EQ(Children(DiskOf(text)), "") << extentSectors;
+  }
+}
+
+TEST(Lvm2, TakesNamesAndCountsAsTheyCome) {
+  const std::string counted = Lvm2Volume("l", "segment_count = 2147483648 " + Lvm2Linear(0, 1));
+  EXPECT_EQ(Children(DiskOf(Lvm2Group(counted))), Linear("512+8")) << "the segments count";
+  const std::string volumes =
+      Lvm2Volume("s", "segment1 { extent_count = 4 stripes = [\"pv1\", 0, \"pv0\", 0] }") +
+      Lvm2Volume("pv0", Lvm2Linear(9, 1));
+  EXPECT_NE(Children(DiskOf(Lvm2Group(volumes))).find("\"vg/pv0\" layout 1"), std::string::npos);
+  const std::string name(20000, 'l');
+  EXPECT_LT(Children(DiskOf(Lvm2Group(Lvm2Volume(name, Lvm2Linear(0, 1))))).size(), 400u);
 }
 
 TEST(Lvm2, VolumesThatAreMadeOfEachOtherEnd) {
@@ -251,11 +249,6 @@ TEST(Lvm2, VolumesThatAreMadeOfEachOtherEnd) {
   EXPECT_EQ(Children(DiskOf(Lvm2Group(volumes))),
             Child("512+16", "l", "layout 3 columns 2 index 1 block 512 level raid1") +
                 Child("512+16", "s", "layout 3 columns 2 index 1 block 512 level raid1"));
-}
-
-TEST(Lvm2, LongNamesAreCut) {
-  const std::string name(20000, 'l');
-  EXPECT_LT(Children(DiskOf(Lvm2Group(Lvm2Volume(name, Lvm2Linear(0, 1))))).size(), 400u);
 }
 
 // Every piece is a physical volume of the same group again, by a label of its own that leads to the

@@ -20,9 +20,7 @@ TEST(Place, NamesANodeAndWhatItsTableGivesIt) {
   disk.MbrEntry(5500, 0, 0x83, 63, 200);
   disk.Gpt(1, 1, 128).GptEntry(1, 0, kBasic, 40, 139).GptEntry(1, 1, kBasic, 200, 200);
   disk.GptEntry(1, 2, kBasic, 300, 299).GptEntry(1, 3, kBasic, 300, 298);  // end before they start
-  auto store = fakes::MakeStore();
-  store->bytes = disk.Bytes();
-  const auto io = fakes::DiskOn(store);
+  const auto io = disk.Disk();
   PartitionTree tree;
   BuildPartitionTree(tree.Head(), io.get());
   const struct {

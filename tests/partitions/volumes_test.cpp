@@ -200,9 +200,7 @@ TEST(Luks, ReadsNoMoreOfTheTextThanItNeeds) {
   for (const auto& test : kCases) {
     DiskBuilder disk(16384);
     disk.Text(0, 0, "LUKS\xBA\xBE").Be(0, 6, 2, 2).Be(0, 8, 8, 4 << 20).Text(8, 0, test.text);
-    auto store = fakes::MakeStore();
-    store->bytes = disk.Bytes();
-    const auto io = fakes::DiskOn(store);
+    const auto io = disk.Disk();
     PartitionTree tree;
     ScanTrace trace;
     EXPECT_TRUE(BuildPartitionTree(tree.Head(), io.get(), {.trace = &trace}));
@@ -337,9 +335,7 @@ DiskBuilder IntelMember(u32 sectors) {
 }
 
 std::string IntelTree(const DiskBuilder& disk, std::u16string_view name) {
-  auto store = fakes::MakeStore();
-  store->bytes = disk.Bytes();
-  const auto io = fakes::DiskOn(store);
+  const auto io = disk.Disk();
   io->SetName(name);
   return fakes::TreeText(io.get());
 }
