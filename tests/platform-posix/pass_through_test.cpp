@@ -74,6 +74,17 @@ class ScriptedDevice final : public Device {
   }
 };
 
+// An inquiry, but for what a case changes.
+ScsiCommand CommandFor(std::span<u8> data) {
+  ScsiCommand command;
+  command.cdb[0] = 0x12;
+  command.cdbLength = 6;
+  command.direction = kDataIn;
+  command.buffer = data.data();
+  command.length = static_cast<u32>(data.size());
+  return command;
+}
+
 TEST(PassThrough, AScsiCommandGoesDirectly) {
   ScriptedDevice device;
   u8 data[512] = {};
@@ -88,13 +99,8 @@ TEST(PassThrough, AScsiCommandGoesDirectly) {
 
 TEST(PassThrough, StatusSenseAndResidualComeBack) {
   ScriptedDevice device;
-  ScsiCommand command;
   u8 data[100];
-  command.cdb[0] = 0x12;
-  command.cdbLength = 6;
-  command.direction = kDataIn;
-  command.buffer = data;
-  command.length = 100;
+  ScsiCommand command = CommandFor(data);
   device.status = 2;
   device.sense = fakes::FixedSense(5, 0x24, 0);
   device.residual = 90;
@@ -113,13 +119,10 @@ TEST(PassThrough, StatusSenseAndResidualComeBack) {
 
 TEST(PassThrough, ASingleByteGoesByTheBuffer) {
   ScriptedDevice device;
-  ScsiCommand command;
   u8 byte = 0;
+  ScsiCommand command = CommandFor({&byte, 1});
   command.cdb[0] = 0xDF;
   command.cdbLength = 14;
-  command.direction = kDataIn;
-  command.buffer = &byte;
-  command.length = 1;
   device.data = {0x42};
   ASSERT_TRUE(ExecuteScsi(device, command));
   EXPECT_EQ(byte, 0x42);

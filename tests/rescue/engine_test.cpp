@@ -18,6 +18,18 @@ class EngineTest : public testing::Test {
  protected:
   EngineTest() { m_options.inThread = false; }
 
+  // Another disk, with nothing known of it.
+  void StartOver(u64 sectors = kSectors) {
+    m_disk = fakes::DyingDisk(sectors, &m_clock);
+    m_store = fakes::MemoryRescueStore(sectors);
+    m_log = fakes::MemoryLog();
+  }
+  // The same disk as if nothing had been asked.
+  void ForgetAll() {
+    m_disk.asked.assign(kSectors, 0);
+    m_store = fakes::MemoryRescueStore(kSectors);
+    m_log = fakes::MemoryLog();
+  }
   // One run of `image`, as the command makes it.
   StopReason Run() {
     return RunOn([](Engine& engine) {
@@ -82,12 +94,7 @@ TEST_F(EngineTest, AHealthyDiskIsReadOnceFromFrontToBack) {
 }
 
 TEST_F(EngineTest, EachPhaseAsksInItsOrder) {
-  const auto use = [this](u64 sectors) {
-    m_disk = fakes::DyingDisk(sectors, &m_clock);
-    m_store = fakes::MemoryRescueStore(sectors);
-    m_log = fakes::MemoryLog();
-  };
-  use(9000);  // two witnesses: 6783 and another that is given up, since it fails around it
+  StartOver(9000);  // two witnesses: 6783 and another that is given up, since it fails around it
   m_disk.bad.Add({1000, 4});
   m_disk.bad.Add({8000, 1});
   EXPECT_EQ(Run(), StopReason::kDone);
@@ -99,7 +106,7 @@ TEST_F(EngineTest, EachPhaseAsksInItsOrder) {
             "2303 6783");                                                 // witnesses
   ExpectOnlyBadMissing();
 
-  use(3000);
+  StartOver(3000);
   m_disk.bad.Add({100, 1});
   m_options.reverse = true;
   m_options.scrape = false;
@@ -125,12 +132,8 @@ TEST_F(EngineTest, ASlowAreaIsLeftForTheEnd) {
 
 TEST_F(EngineTest, PhysicalSectorsAreAskedWhole) {
   m_disk.identity.physicalSectorBytes = 4096;
-  m_disk.bad.Add({1003, 1});
-  m_disk.bad.Add({5000, 20});
-  ExtentSet bad;
-  bad.Add({1000, 8});
-  bad.Add({5000, 24});
-  m_disk.bad = bad;  // a drive refuses the whole physical sector
+  m_disk.bad.Add({1000, 8});  // a drive refuses the whole physical sector
+  m_disk.bad.Add({5000, 24});
   m_store.statuses[2001] = kPresent;
   RunOn([](Engine& engine) {
     engine.Want(ExtentSet({999, 20001}));
@@ -162,9 +165,7 @@ TEST_F(EngineTest, ADriveThatNamesItsBadSectorIsAskedForTheRestAtOnce) {
 TEST_F(EngineTest, ADiskThatHangsLosesNothing) {
   // From some request on nothing is answered, at any place in the work; then it is back.
   for (u64 dies = 0; dies < 700; dies = dies * 3 / 2 + 1) {
-    m_disk = fakes::DyingDisk(kSectors, &m_clock);
-    m_store = fakes::MemoryRescueStore(kSectors);
-    m_log = fakes::MemoryLog();
+    StartOver();
     m_disk.bad.Add({3000, 200});
     m_disk.bad.Add({20000, 5});
     m_disk.misfortune = [dies](u64 ask, u64, u32) {
@@ -210,9 +211,7 @@ TEST_F(EngineTest, WhatIsNotTheMediumsDoingIsNeverMarked) {
   for (const Case& c : {Case{FailureKind::kGone, StopReason::kGone, 11},
                         Case{FailureKind::kSystem, StopReason::kSystemFailed, 20},
                         Case{FailureKind::kTransport, StopReason::kNotAnswering, 80}}) {
-    m_disk = fakes::DyingDisk(kSectors, &m_clock);
-    m_store = fakes::MemoryRescueStore(kSectors);
-    m_log = fakes::MemoryLog();
+    StartOver();
     m_disk.misfortune = [&](u64 ask, u64, u32) { return ask >= 10 ? c.kind : FailureKind::kNone; };
     EXPECT_EQ(Run(), c.reason);
     EXPECT_LE(m_disk.requests.size(), c.mostAsks);
@@ -227,9 +226,7 @@ TEST_F(EngineTest, WhatIsNotTheMediumsDoingIsNeverMarked) {
 TEST_F(EngineTest, ACableThatFailsNowAndThenCostsNothing) {
   m_disk.bad.Add({5000, 3});
   for (const FailureKind kind : {FailureKind::kTransport, FailureKind::kSystem}) {
-    m_store = fakes::MemoryRescueStore(kSectors);
-    m_log = fakes::MemoryLog();
-    m_disk.asked.assign(kSectors, 0);
+    ForgetAll();
     m_disk.misfortune = [&](u64 ask, u64, u32) { return ask % 5 == 3 ? kind : FailureKind::kNone; };
     EXPECT_EQ(Run(), StopReason::kDone);
     ExpectOnlyBadMissing();
@@ -251,15 +248,13 @@ TEST_F(EngineTest, TheLastRefusalNeedsProof) {
   EXPECT_EQ(Marked().Sectors(), 30u);
   EXPECT_EQ(m_log.Events("witness"), 1u);
   // Nothing is known, so one that is not wanted is read.
-  m_store = fakes::MemoryRescueStore(kSectors);
-  m_log = fakes::MemoryLog();
+  ForgetAll();
   EXPECT_EQ(run(), StopReason::kDone);
   EXPECT_EQ(Marked().Sectors(), 30u);
   EXPECT_EQ(m_store.Count(kPresent), 1u);
   // All of the disk is bad: nothing proves that it is alive.
   m_disk.bad.Add({0, kSectors});
-  m_store = fakes::MemoryRescueStore(kSectors);
-  m_log = fakes::MemoryLog();
+  ForgetAll();
   EXPECT_EQ(run(), StopReason::kNotAnswering);
   EXPECT_EQ(Marked().Sectors(), 0u);
 }
@@ -339,9 +334,7 @@ TEST_F(EngineTest, NothingIsAskedMoreOftenWhereManyWaitMeanwhile) {
   };
   for (const bool inThread : {false, true}) {
     m_options.inThread = inThread;
-    m_disk.asked.assign(kSectors, 0);
-    m_store = fakes::MemoryRescueStore(kSectors);
-    m_log = fakes::MemoryLog();
+    ForgetAll();
     EXPECT_EQ(RunOn([&](Engine& one) {
                 engine = &one;
                 one.Want(ExtentSet({0, kNowhere}));
@@ -379,9 +372,7 @@ TEST_F(EngineTest, WhateverHappensTheRulesHold) {
   struct Killed {};
   for (int round = 0; round < 60; ++round) {
     const u64 sectors = 2000 + random.Below(40000);
-    m_disk = fakes::DyingDisk(sectors, &m_clock);
-    m_store = fakes::MemoryRescueStore(sectors);
-    m_log = fakes::MemoryLog();
+    StartOver(sectors);
     m_options.maxFailures = 16 + static_cast<u32>(random.Below(64));
     m_options.reverse = random.Below(4) == 0;
     m_disk.badKind = random.Below(2) ? FailureKind::kMedium : FailureKind::kUnclear;

@@ -95,48 +95,31 @@ TEST(ButtonRow, AllButtonsAreAsWideAsTheWidestNeeds) {
 }
 
 TEST(ButtonRow, EndsAtTheMarginOfTheRightEdge) {
-  const auto row = ButtonRow(2, 80, -40, 24, {350, 360}, kMetrics, 96);
-  ASSERT_EQ(row.size(), 2u);
-  EXPECT_EQ(row[1], (Box{260, 320, 80, 24}));
-  EXPECT_EQ(row[0], (Box{174, 320, 80, 24}));
+  EXPECT_EQ(ButtonRow(2, 80, -40, 24, {350, 360}, kMetrics, 96),
+            (std::vector<Box>{{174, 320, 80, 24}, {260, 320, 80, 24}}));
+  EXPECT_EQ(ButtonRow(2, 160, -40, 24, {700, 720}, kMetrics, 192),
+            (std::vector<Box>{{348, 640, 160, 48}, {520, 640, 160, 48}}));
   EXPECT_EQ(ButtonRowWidth(2, 80, kMetrics, 96), 166);
-}
-
-TEST(ButtonRow, ScalesGapsAndMargins) {
-  const auto row = ButtonRow(2, 160, -40, 24, {700, 720}, kMetrics, 192);
-  EXPECT_EQ(row[1], (Box{520, 640, 160, 48}));
-  EXPECT_EQ(row[0], (Box{348, 640, 160, 48}));
-}
-
-TEST(ButtonRow, NoButtonsNeedNoRoom) {
   EXPECT_TRUE(ButtonRow(0, 80, -40, 24, {350, 360}, kMetrics, 96).empty());
   EXPECT_EQ(ButtonRowWidth(0, 80, kMetrics, 96), 0);
 }
 
 constexpr SectionHeights kSections[] = {{16, 60, false}, {16, 40, true}, {16, 30, false}};
 
+// A folded section takes the room of its heading alone.
 TEST(StackSections, PutsOneBelowTheOther) {
-  const SectionStack stack = StackSections(kSections, 200, 6, 0);
-  ASSERT_EQ(stack.places.size(), 3u);
-  EXPECT_EQ(stack.places[0].heading, (Box{6, 6, 188, 16}));
-  EXPECT_EQ(stack.places[0].body, (Box{6, 28, 188, 60}));
-  // A folded one takes the room of its heading alone.
-  EXPECT_EQ(stack.places[1].heading, (Box{6, 94, 188, 16}));
-  EXPECT_EQ(stack.places[1].body.height, 0);
-  EXPECT_EQ(stack.places[2].heading, (Box{6, 116, 188, 16}));
-  EXPECT_EQ(stack.places[2].body, (Box{6, 138, 188, 30}));
-  EXPECT_EQ(stack.height, 174);
-}
-
-TEST(StackSections, ScrollsThePlacesAndNotTheHeight) {
-  const SectionStack stack = StackSections(kSections, 200, 6, 50);
-  EXPECT_EQ(stack.places[0].heading.y, -44);
-  EXPECT_EQ(stack.places[2].body.y, 88);
-  EXPECT_EQ(stack.height, 174);
-}
-
-TEST(StackSections, SurvivesNoRoomAndNoSections) {
-  EXPECT_EQ(StackSections(kSections, 4, 6, 0).places[0].body.width, 0);
+  for (const i32 scrolled : {0, 50}) {
+    const SectionStack stack = StackSections(kSections, 200, 6, scrolled);
+    ASSERT_EQ(stack.places.size(), 3u);
+    EXPECT_EQ(stack.places[0].heading, (Box{6, 6 - scrolled, 188, 16}));
+    EXPECT_EQ(stack.places[0].body, (Box{6, 28 - scrolled, 188, 60}));
+    EXPECT_EQ(stack.places[1].heading, (Box{6, 94 - scrolled, 188, 16}));
+    EXPECT_EQ(stack.places[1].body.height, 0);
+    EXPECT_EQ(stack.places[2].heading, (Box{6, 116 - scrolled, 188, 16}));
+    EXPECT_EQ(stack.places[2].body, (Box{6, 138 - scrolled, 188, 30}));
+    EXPECT_EQ(stack.height, 174);
+  }
+  EXPECT_EQ(StackSections(kSections, 4, 6, 0).places[0].body.width, 0) << "no room";
   EXPECT_TRUE(StackSections({}, 200, 6, 0).places.empty());
 }
 

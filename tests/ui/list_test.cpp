@@ -28,37 +28,20 @@ std::vector<u32> Order(const cSortedRows& rows) {
   return order;
 }
 
-TEST(SortedRows, AreInTheModelsOrderUntilSorted) {
+TEST(SortedRows, KeepTheModelsOrderUntilSortedAndAmongEquals) {
   cSortedRows rows;
   EXPECT_EQ(rows.Count(), 0u);
-  rows.Reset(3);
-  EXPECT_EQ(Order(rows), (std::vector<u32>{0, 1, 2}));
-  EXPECT_EQ(rows.PositionOf(2), 2u);
-}
-
-TEST(SortedRows, KeepTheModelsOrderAmongEquals) {
-  cSortedRows rows;
   rows.Reset(5);
+  EXPECT_EQ(Order(rows), (std::vector<u32>{0, 1, 2, 3, 4}));
   const ByText byText({"b", "a", "b", "c", "a"});
   rows.Sort(byText, false);
   EXPECT_EQ(Order(rows), (std::vector<u32>{1, 4, 0, 2, 3}));
   rows.Sort(byText, true);
   EXPECT_EQ(Order(rows), (std::vector<u32>{3, 0, 2, 1, 4}));
-}
-
-TEST(SortedRows, FindARowWhereItIsShown) {
-  cSortedRows rows;
-  rows.Reset(4);
-  rows.Sort(ByText({"d", "c", "b", "a"}), false);
-  for (u32 row = 0; row < 4; ++row) EXPECT_EQ(rows.RowAt(rows.PositionOf(row)), row);
-}
-
-TEST(SortedRows, ForgetTheirOrderWhenReset) {
-  cSortedRows rows;
-  rows.Reset(2);
-  rows.Sort(ByText({"b", "a"}), false);
+  for (u32 row = 0; row < 5; ++row) EXPECT_EQ(rows.RowAt(rows.PositionOf(row)), row);
   rows.Reset(3);
   EXPECT_EQ(Order(rows), (std::vector<u32>{0, 1, 2}));
+  EXPECT_EQ(rows.PositionOf(2), 2u);
 }
 
 class ActionListTest : public ::testing::Test {
