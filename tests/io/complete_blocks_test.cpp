@@ -12,8 +12,7 @@ namespace larkspur {
 namespace {
 
 void WritePattern(cKVRSparseIO* image, u64 first, u32 count) {
-  const std::vector<u8> data = fakes::Pattern(first, count);
-  ASSERT_EQ(image->Write(first, data.data(), count), count);
+  ASSERT_EQ(fakes::WritePattern(image, first, count), count);
 }
 
 std::string OperationsOfRead(fakes::MemoryStore* store, cKVRSparseIO* image, u64 first, u32 count) {

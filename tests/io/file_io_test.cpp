@@ -129,31 +129,6 @@ TEST_F(FileIO, TakesPositionsOf64Bits) {
   EXPECT_EQ(file.GetSize(), (u64{3} << 32) + 2);
 }
 
-TEST_F(FileIO, TakesNamesInAnyScript) {
-  const char16_t* const names[] = {u"\u0434\u0438\u0441\u043A.kvrsp", u"\u30C7\u30A3\u30B9\u30AF",
-                                   u"\u05D3\u05D9\u05E1\u05E7", u"\xD83D\xDCBE.bin", u"a b"};
-  for (const char16_t* name : names) {
-    const std::u16string path = m_folder.File(name);
-    ASSERT_TRUE(fakes::WriteWholeFile(path, {42}));
-    EXPECT_EQ(fakes::ReadWholeFile(path), std::vector<u8>{42});
-    EXPECT_TRUE(fs::exists(fs::path(path)));
-  }
-}
-
-TEST_F(FileIO, TakesPathsLongerThan260Characters) {
-  fs::path folder = m_folder.Path();
-  for (int depth = 0; depth < 6; ++depth) folder /= std::u16string(60, u'd');
-  std::error_code error;
-  fs::create_directories(folder, error);
-  if (error) GTEST_SKIP() << "no folders that deep here: " << error.message();
-  // Without the prefix by which a program may ask Windows for long paths.
-  std::u16string path = (folder / "long.bin").u16string();
-  if (path.starts_with(u"\\\\?\\")) path.erase(0, 4);
-  ASSERT_GT(path.size(), 260u);
-  EXPECT_TRUE(fakes::WriteWholeFile(path, {7}));
-  EXPECT_EQ(fakes::ReadWholeFile(path), std::vector<u8>{7});
-}
-
 TEST_F(FileIO, SetTimeStampTakesUtc) {
   const struct {
     u16 year, month, day, hour, minute, second;

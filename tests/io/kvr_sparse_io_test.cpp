@@ -9,9 +9,7 @@
 #include "base/endian.h"
 #include "fakes/images.h"
 #include "fakes/recording_source.h"
-#include "fakes/temp_folder.h"
 #include "io/bit_map.h"
-#include "io/flat_io.h"
 
 namespace larkspur {
 namespace {
@@ -69,13 +67,11 @@ TEST(SparseImage, AFreshFileIsHeaderAndIndex) {
 TEST(SparseImage, WritesGiveBlocksTheirRecords) {
   const auto store = MakeStore();
   const auto image = CreateImage(store, 1000);
-  const std::vector<u8> data = Pattern(0, 1000);
-  const auto at = [&data](u64 sector) { return &data[sector * kSectorBytes]; };
-  EXPECT_EQ(image->Write(300, at(300), 1), 1u);   // block 2, record 0
-  EXPECT_EQ(image->Write(127, at(127), 2), 2u);   // blocks 0 and 1, records 1 and 2
-  EXPECT_EQ(image->Write(998, at(998), 10), 2u);  // block 7, record 3, cut at the end
-  EXPECT_TRUE(image->MarkSectorBad(1));           // block 0 again
-  EXPECT_TRUE(image->MarkSectorBad(513));         // block 4, record 4
+  EXPECT_EQ(fakes::WritePattern(image.get(), 300, 1), 1u);   // block 2, record 0
+  EXPECT_EQ(fakes::WritePattern(image.get(), 127, 2), 2u);   // blocks 0 and 1, records 1 and 2
+  EXPECT_EQ(fakes::WritePattern(image.get(), 998, 10), 2u);  // block 7, record 3, cut at the end
+  EXPECT_TRUE(image->MarkSectorBad(1));                      // block 0 again
+  EXPECT_TRUE(image->MarkSectorBad(513));                    // block 4, record 4
   const auto record = [](Expected* file, std::vector<std::pair<u64, u8>> statuses) {
     std::vector<u8> map(kSectorBytes);
     for (const auto& [sector, status] : statuses) map[sector] = status;
@@ -183,10 +179,9 @@ TEST(SparseImage, ReadsThroughToItsParent) {
 TEST(SparseImage, PresenceComesFromTheParentWhereItAnswers) {
   const auto parentStore = MakeStore(), store = MakeStore();
   const auto parent = CreateImage(parentStore, 1000), image = CreateImage(store, 1000);
-  const std::vector<u8> data = Pattern(0, 1000);
-  ASSERT_EQ(parent->Write(10, &data[10 * kSectorBytes], 2), 2u);
-  ASSERT_EQ(parent->Write(400, &data[400 * kSectorBytes], 2), 2u);
-  ASSERT_EQ(image->Write(130, &data[130 * kSectorBytes], 1), 1u);
+  ASSERT_EQ(fakes::WritePattern(parent.get(), 10, 2), 2u);
+  ASSERT_EQ(fakes::WritePattern(parent.get(), 400, 2), 2u);
+  ASSERT_EQ(fakes::WritePattern(image.get(), 130, 1), 1u);
   ASSERT_TRUE(image->AttachParent(parent.get(), true));
   EXPECT_EQ(fakes::Presence(image.get(), 9, 5), "01100");
   EXPECT_EQ(fakes::Presence(image.get(), 128, 4), "0010");
@@ -253,35 +248,12 @@ TEST(SparseImage, CreateRefusesWhatCannotBe) {
 TEST(SparseImage, SetReadOnlyAsksItsDisk) {
   const auto store = fakes::StoreWithImage(300, 128);
   const auto image = OpenImage(store, true);
-  const std::vector<u8> data = Pattern(0, 1);
-  EXPECT_EQ(image->Write(0, data.data(), 1), 0u);
+  EXPECT_EQ(fakes::WritePattern(image.get(), 0, 1), 0u);
   EXPECT_TRUE(image->SetReadOnly(true));
   EXPECT_TRUE(image->SetReadOnly(false));
-  EXPECT_EQ(image->Write(0, data.data(), 1), 1u);
+  EXPECT_EQ(fakes::WritePattern(image.get(), 0, 1), 1u);
   image->Close();
   EXPECT_FALSE(image->SetReadOnly(true)) << "closed";
-}
-
-TEST(SparseImage, LivesInAFile) {
-  const fakes::TempFolder folder;
-  if (!folder.Exists()) GTEST_SKIP() << "no folder for temporary files";
-  const cNamedFileResource path(folder.File(u"\u043A\u044D\u0448.kvrsp"));
-  Owned<cFlatIO> file(new cFlatIO);
-  ASSERT_EQ(file->Create(&path, 0, true), 0u);
-  const cNestedIOResource resource{Owned<cBaseIO>(file.release())};
-  cKVRSparseIO image;
-  ASSERT_EQ(image.Create(&resource, 1000, true), 1000u);
-  const std::vector<u8> data = Pattern(0, 300);
-  EXPECT_EQ(image.Write(100, data.data(), 300), 300u);
-  EXPECT_TRUE(image.MarkSectorBad(999));
-  image.Close();
-  const auto store = MakeStore();
-  store->bytes = fakes::ReadWholeFile(path.Path().Text());
-  EXPECT_EQ(store->bytes.size(), 2 * kSectorBytes + 5 * kRecordBytes);
-  const auto reopened = OpenImage(store, true);
-  ASSERT_TRUE(reopened);
-  EXPECT_EQ(fakes::Extents(reopened.get()),
-            "0+100 missing, 100+300 present, 400+599 missing, 999+1 unreadable");
 }
 
 }  // namespace

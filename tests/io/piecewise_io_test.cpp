@@ -141,8 +141,7 @@ TEST_F(PiecewiseIO, ClonesShareTheirTraffic) {
 TEST(FailingIO, DeliversWhatComesBeforeTheFirstFailingSector) {
   const auto ranges = std::make_shared<const std::vector<SectorRange>>(
       std::vector<SectorRange>{{0, 10}, {10, 5}, {20, 1}, {90, 20}});
-  auto store = fakes::MakeStore();
-  store->bytes = fakes::Pattern(0, 100);
+  const auto store = fakes::StoreOf(fakes::Pattern(0, 100));
   cFailingIO io(fakes::DiskOn(store), ranges);
   const struct {
     u64 first;

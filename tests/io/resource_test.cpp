@@ -23,11 +23,13 @@ class cUncloneableIO final : public cBaseIO {
   void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
 };
 
-TEST(Resource, TheBaseNamesNothing) {
+TEST(Resource, KindsOfWhichTheBaseNamesNothing) {
   cPlainResource plain;
-  const cPlainResource other;
+  EXPECT_FALSE(plain.Assign(cPlainResource{}));
   EXPECT_EQ(plain.GetKind(), 0u);
-  EXPECT_FALSE(plain.Assign(other));
+  EXPECT_EQ(cNamedFileResource{}.GetKind(), 2u);
+  EXPECT_EQ(cNumberedDeviceResource{}.GetKind(), 3u);
+  EXPECT_EQ(cNestedIOResource{}.GetKind(), 4u);
 }
 
 TEST(Resource, Equality) {
@@ -105,12 +107,6 @@ TEST(Resource, AssigningAnEmptyNestOfAnIOFailsAndChangesNothing) {
   const cNestedIOResource uncloneable{Owned<cBaseIO>(new cUncloneableIO)};
   EXPECT_TRUE(nested.Assign(uncloneable));
   EXPECT_FALSE(nested.IO()) << "the old object is gone although cloning the new one failed";
-}
-
-TEST(Resource, Kinds) {
-  EXPECT_EQ(cNamedFileResource{}.GetKind(), 2u);
-  EXPECT_EQ(cNumberedDeviceResource{}.GetKind(), 3u);
-  EXPECT_EQ(cNestedIOResource{}.GetKind(), 4u);
 }
 
 }  // namespace

@@ -12,9 +12,6 @@
 #include "base/owned.h"
 #include "devices/ata_transport.h"
 #include "devices/named_win_hd_io.h"
-#include "fakes/images.h"
-#include "fakes/memory_disk.h"
-#include "fakes/recording_source.h"
 #include "io/bit_map.h"
 #include "io/file_io.h"
 #include "io/read_once_io.h"
@@ -84,23 +81,6 @@ TEST(Destroy, EndsObjectsAndFreesTheirMemoryWhenAsked) {
   CheckDestroy<cKVRSparseIO>();
   CheckDestroy<cReadOnceIO>();
   CheckDestroy<cNamedWinHDIO>();
-}
-
-TEST(Destroy, ReleasesWhatAnObjectOwns) {
-  // Leaks show in the sanitized build; here the shared store tells who still holds it.
-  auto script = std::make_shared<fakes::SourceScript>(100);
-  auto store = fakes::MakeStore();
-  {
-    const auto image = fakes::CreateImage(store, 100);
-    ASSERT_TRUE(image->AttachParent(fakes::SourceOn(script).get(), true));
-    Owned<cReadOnceIO> view(new cReadOnceIO);
-    ASSERT_TRUE(view->Attach(image.get(), fakes::SourceOn(script).get()));
-    const Owned<cBaseIO> clone(view->Clone());
-    EXPECT_GT(store.use_count(), 1);
-    EXPECT_GT(script.use_count(), 1);
-  }
-  EXPECT_EQ(store.use_count(), 1);
-  EXPECT_EQ(script.use_count(), 1);
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 
-// What changes an image beside Write: room made beforehand, and statuses by ranges. And what is
-// said where the image's own file cannot be read.
+// The order in which an image changes its file, and what changes it beside Write: room made
+// beforehand, and statuses by ranges. And what is said where the image's own file cannot be read.
 
 #include <algorithm>
 
@@ -18,18 +18,36 @@ namespace {
 
 constexpr u64 kRecordBytes = 129 * kSectorBytes;
 
+using fakes::ChangesOf;
+
 void Store(cKVRSparseIO* image, u64 first, u32 count) {
-  const std::vector<u8> data = fakes::Pattern(first, count);
-  ASSERT_EQ(image->Write(first, data.data(), count), count);
+  ASSERT_EQ(fakes::WritePattern(image, first, count), count);
 }
 
-std::string ChangesOf(fakes::MemoryStore* store, const std::function<void()>& work) {
-  store->log.clear();
-  store->keepLog = true;
-  work();
-  store->keepLog = false;
-  std::erase_if(store->log, [](const auto& operation) { return operation.kind == 'R'; });
-  return fakes::Describe(store->log);
+TEST(SparseOrder, GrowthThenIndexThenDataThenMap) {
+  const auto store = fakes::MakeStore();
+  Owned<cKVRSparseIO> image;
+  EXPECT_EQ(ChangesOf(store.get(), [&] { image = fakes::CreateImage(store, 1000); }),
+            "G:1024 W:512+512 W:0+28");
+  EXPECT_EQ(ChangesOf(store.get(), [&] { fakes::WritePattern(image.get(), 300, 1); }),
+            "G:67072 W:520+4 W:24064+512 W:1024+128");
+  EXPECT_EQ(ChangesOf(store.get(), [&] { fakes::WritePattern(image.get(), 301, 2); }),
+            "W:24576+1024 W:1024+128");
+  EXPECT_EQ(ChangesOf(store.get(), [&] { fakes::WritePattern(image.get(), 301, 2); }),
+            "W:24576+1024")
+      << "a map that stays is not written";
+  EXPECT_EQ(ChangesOf(store.get(), [&] { image->MarkSectorBad(305); }), "W:1024+128");
+  EXPECT_EQ(ChangesOf(store.get(), [&] { image->MarkSectorBad(305); }), "");
+  EXPECT_EQ(ChangesOf(store.get(), [&] { image->MarkSectorBad(0); }),
+            "G:133120 W:512+4 W:67072+128");
+}
+
+TEST(SparseOrder, NeighbouringNewBlocksAreIndexedAtOnce) {
+  const auto store = fakes::MakeStore();
+  const auto image = fakes::CreateImage(store, 1000);
+  EXPECT_EQ(ChangesOf(store.get(), [&] { fakes::WritePattern(image.get(), 127, 130); }),
+            "G:199168 W:512+12 W:66560+512 W:1024+128 W:67584+65536 W:67072+128 "
+            "W:133632+512 W:133120+128");
 }
 
 TEST(SparseRoom, IsMadeForManyBlocksByOneStepOfTheIndex) {
@@ -114,14 +132,37 @@ TEST(SparseMarks, ABlockThatWasCompleteIsSeenToBeSoNoMore) {
   EXPECT_EQ(fakes::Presence(clone.get(), 10, 3), "101");
 }
 
+TEST(SparseOrder, WhatIsAnsweredAsStoredIsThereWhateverOperationFails) {
+  for (const bool tears : {false, true}) {
+    bool happened = true;
+    for (u64 operation = 1; happened; ++operation) {
+      const auto store = fakes::StoreWithImage(900, 128);
+      const auto image = fakes::OpenImage(store);
+      store->operations = 0;
+      store->failAt = operation;
+      store->failForGood = true;
+      store->tearWrites = tears;
+      const u32 first = fakes::WritePattern(image.get(), 100, 300);
+      const bool isMarked = image->MarkSectorBad(700);
+      const u32 second = fakes::WritePattern(image.get(), 350, 200);
+      happened = store->operations >= operation;
+      store->failAt = 0;
+      const std::string found = fakes::Statuses(fakes::OpenImage(store).get(), 0, 900);
+      EXPECT_EQ(found.substr(100, first), std::string(first, 'p')) << operation;
+      EXPECT_EQ(found.substr(350, second), std::string(second, 'p')) << operation;
+      EXPECT_TRUE(!isMarked || found[700] == 'u') << operation;
+      EXPECT_EQ(happened, first < 300 || !isMarked || second < 200) << "and a failure is told";
+    }
+  }
+}
+
 TEST(UnreadableCache, TakesNoNewRecordWhileAnyEntryMayNameIt) {
   const auto store = fakes::MakeStore();
   Store(fakes::CreateImage(store, 1000).get(), 0, 300);
   store->bytes.resize(store->bytes.size() - kRecordBytes);
   store->RefuseByte(520);
   const auto image = fakes::OpenImage(store);
-  const std::vector<u8> data = fakes::Pattern(900, 1);
-  EXPECT_EQ(image->Write(900, data.data(), 1), 0u);
+  EXPECT_EQ(fakes::WritePattern(image.get(), 900, 1), 0u);
 }
 
 TEST(CutCache, GivesNoNumberThatTheIndexNamesToAnotherBlock) {

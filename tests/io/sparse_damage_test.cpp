@@ -24,17 +24,15 @@ constexpr u64 kOperationLimit = 3000;
 std::vector<u8> SmallImage() {
   const auto store = fakes::StoreWithImage(kSectors, kBlock);
   const auto image = fakes::OpenImage(store);
-  const std::vector<u8> data = fakes::Pattern(0, kSectors);
-  EXPECT_EQ(image->Write(2, &data[2 * kSectorBytes], 4), 4u);
-  EXPECT_EQ(image->Write(12, &data[12 * kSectorBytes], 2), 2u);
+  EXPECT_EQ(fakes::WritePattern(image.get(), 2, 4), 4u);
+  EXPECT_EQ(fakes::WritePattern(image.get(), 12, 2), 2u);
   EXPECT_TRUE(image->MarkSectorBad(0));
   return store->bytes;
 }
 
 // Uses whatever the bytes are taken for; true when they were taken for an image.
 bool UseEverything(std::vector<u8> bytes, bool readOnly) {
-  auto store = std::make_shared<fakes::MemoryStore>();
-  store->bytes = std::move(bytes);
+  const auto store = fakes::StoreOf(std::move(bytes));
   store->limitBytes = 1 << 20;
   const auto image = fakes::OpenImage(store, readOnly);
   if (!image) return false;
@@ -72,41 +70,25 @@ TEST(DamagedImage, CutAtEveryLength) {
   }
 }
 
-TEST(DamagedImage, WhatACutLeavesIsStillThere) {
+// What a cut leaves is there, and a new record lies after the one that was cut, never in it.
+TEST(DamagedImage, KeepsWhatACutLeavesAndGrowsAfterIt) {
   const std::vector<u8> whole = SmallImage();
   for (size_t length = 1024; length <= whole.size(); ++length) {
-    const auto store = fakes::MakeStore();
-    store->bytes.assign(whole.begin(), whole.begin() + static_cast<i64>(length));
-    const auto image = fakes::OpenImage(store, true);
-    ASSERT_TRUE(image) << length;
-    std::vector<u8> sector(kSectorBytes);
-    // Sector 2 is sector 2 of record 0, sector 12 is sector 0 of record 2.
-    const struct { u64 sector, end; } kept[] = {{2, (2 + 4) * 512}, {12, (2 + 10 + 2) * 512}};
-    for (const auto& k : kept) {
-      image->SetPosition(k.sector);
-      if (length < k.end) continue;
-      ASSERT_EQ(image->Read(sector.data(), 1), 1u) << length;
-      ASSERT_TRUE(fakes::IsPattern(k.sector, sector.data())) << length;
-    }
-  }
-}
-
-// A file that was cut within a record grows after that record, never into it.
-TEST(DamagedImage, NewRecordsNeverOverlapACutOne) {
-  const std::vector<u8> whole = SmallImage();
-  const std::vector<u8> data = fakes::Pattern(0, kSectors);
-  for (size_t length = 1024; length <= whole.size(); ++length) {
-    const auto store = fakes::MakeStore();
-    store->bytes.assign(whole.begin(), whole.begin() + static_cast<i64>(length));
+    const auto store = fakes::StoreOf({whole.begin(), whole.begin() + static_cast<i64>(length)});
     const auto image = fakes::OpenImage(store);
     const u64 before = store->Sectors();
-    ASSERT_EQ(image->Write(8, &data[8 * kSectorBytes], 4), 4u) << length;
+    ASSERT_EQ(fakes::WritePattern(image.get(), 8, 4), 4u) << length;
     const u32 record = LoadLe32(&store->bytes[512 + 4 * 2]);
     ASSERT_GE(2 + u64{record} * (kBlock + 1), before) << length;
-    std::vector<u8> sectors(4 * kSectorBytes);
-    image->SetPosition(8);
-    ASSERT_EQ(image->Read(sectors.data(), 4), 4u);
-    ASSERT_TRUE(std::equal(sectors.begin(), sectors.end(), &data[8 * kSectorBytes]));
+    // Sector 2 is sector 2 of record 0, sector 12 is sector 0 of record 2.
+    const std::pair<u64, size_t> kept[] = {{2, (2 + 4) * 512}, {12, (2 + 10 + 2) * 512}, {11, 0}};
+    for (const auto& [sector, end] : kept) {
+      if (length < end) continue;
+      u8 bytes[kSectorBytes];
+      image->SetPosition(sector);
+      ASSERT_EQ(image->Read(bytes, 1), 1u) << length;
+      ASSERT_TRUE(fakes::IsPattern(sector, bytes)) << length;
+    }
   }
 }
 
@@ -128,8 +110,7 @@ TEST(DamagedImage, EveryByteOfAMapChanged) {
   const std::vector<u8> whole = SmallImage();
   for (size_t at = 1024; at < 1024 + kBlock; ++at) {
     for (int value = 0; value < 256; ++value) {
-      const auto store = fakes::MakeStore();
-      store->bytes = whole;
+      const auto store = fakes::StoreOf(whole);
       store->bytes[at] = static_cast<u8>(value);
       const auto image = fakes::OpenImage(store);
       const char expected = value == 0 ? '.' : value == 2 ? 'u' : 'p';
@@ -151,14 +132,12 @@ TEST(DamagedImage, PromisesOfEndlessBlocksCostNothing) {
 }
 
 TEST(DamagedImage, OfRecordsPastTheEndNothingIsKnown) {
-  const auto store = fakes::MakeStore();
-  store->bytes = SmallImage();
+  const auto store = fakes::StoreOf(SmallImage());
   StoreLe32(&store->bytes[512], 1000);
   const auto image = fakes::OpenImage(store);
   EXPECT_EQ(fakes::Presence(image.get(), 0, 8), "00001100");
   EXPECT_EQ(fakes::Statuses(image.get(), 0, 8), "????pp..");
-  const std::vector<u8> data = fakes::Pattern(0, 1);
-  EXPECT_EQ(image->Write(0, data.data(), 1), 0u) << "refused, not stored elsewhere";
+  EXPECT_EQ(fakes::WritePattern(image.get(), 0, 1), 0u) << "refused, not stored elsewhere";
   EXPECT_FALSE(image->MarkSectorBad(0));
   EXPECT_EQ(LoadLe32(&store->bytes[512]), 1000u);
 }

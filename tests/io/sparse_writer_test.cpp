@@ -50,12 +50,10 @@ TEST(SparseWriter, MakesTheImageThatWritingSectorsMakes) {
     const auto image = fakes::CreateImage(store, c.sectors);
     for (const u64 block : c.blocks) {
       const u32 count = image->Layout().SectorsInBlock(block);
-      image->Write(block * 128, fakes::Pattern(block * 128, count).data(), count);
+      fakes::WritePattern(image.get(), block * 128, count);
     }
     ASSERT_EQ(bytes.size(), store->bytes.size());
-    const auto written = fakes::MakeStore();
-    written->bytes = bytes;
-    const auto opened = fakes::OpenImage(written, true);
+    const auto opened = fakes::OpenImage(fakes::StoreOf(bytes), true);
     EXPECT_EQ(fakes::Extents(opened.get()), fakes::Extents(image.get()));
     // Alike but for the stamp, and for what lies past the end of the last block.
     const size_t header = kSparseHeaderBytes;
