@@ -17,6 +17,8 @@ import tempfile
 import time
 import unittest
 
+import program
+
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "bench/dying"))
 import disk  # noqa: E402
 
@@ -136,13 +138,7 @@ class Rescue:
         self._test.assertEqual(often[:5], [], f"and {len(often)} in all")
 
 
-class DyingDisk(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.addCleanup(os.chdir, os.getcwd())
-        os.chdir(folder.name)
-
+class DyingDisk(program.ProgramTest):
     def test_it_answers_as_planned(self):
         """A request of 64 KiB arrives as one, and its error comes back."""
         for refusal in ("EIO", "ENODATA", "ETIMEDOUT"):

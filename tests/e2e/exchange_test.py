@@ -1,52 +1,33 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Moving rescues in and out: `larkspur import` and `larkspur export`. Usage: exchange_test.py
-PROGRAM..., as cli_test.py takes it."""
+ARGUMENTS, as program.py takes them."""
 
 import hashlib
-import json
 import os
 import pathlib
-import random
-import re
 import shutil
 import signal
 import subprocess
-import time
-import unittest
 
-import cli_test
-from cli_test import SECTOR, loop_device, mapfile_text, native_only, run
+import program
+from program import SECTOR, blank, loop_device, mapfile_text, native_only, wait_until
 
 
 def allocated(path):
     return os.stat(path).st_blocks * 512
 
 
-class ExchangeTest(unittest.TestCase):
-    setUp = cli_test.CliTest.setUp
-    make_source = cli_test.CliTest.make_source
-    extents = cli_test.CliTest.extents
-    assert_status = cli_test.CliTest.assert_status
-
-    def succeed(self, *arguments, status=0):
-        result = run(*arguments)
-        self.assertEqual(result.returncode, status, (result.stdout[-500:], result.stderr[-500:]))
-        return result
-
-    def refused(self, words, *arguments, status=1):
-        """Ends in one plain line, and leaves no cache."""
-        result = self.succeed(*arguments, status=status)
-        self.assertEqual(result.stdout, b"")
-        text = result.stderr.decode()
-        self.assertIn(words, text)
-        self.assertEqual(text.count("\n"), 1, text)
+class ExchangeTest(program.ProgramTest):
+    def refused(self, words, *arguments, status=1, **options):
+        """Ends in one plain line."""
+        result = super().refused(words, *arguments, status=status, **options)
+        self.assertEqual((result.stdout, result.stderr.count(b"\n")), (b"", 1), result.stderr)
 
     def import_map(self, text, **options):
         pathlib.Path("rescue.map").write_text(text)
         pathlib.Path("disk.kvrsp").unlink(missing_ok=True)
-        return json.loads(self.succeed("import", "rescue.img", "rescue.map", "disk.kvrsp", "--json",
-                                       **options).stdout)
+        return self.document("import", "rescue.img", "rescue.map", "disk.kvrsp", **options)
 
     # Import
 
@@ -72,21 +53,20 @@ class ExchangeTest(unittest.TestCase):
         shutil.copy("source.img", "rescue.img")
         self.import_map(f"0 ?\n0 {700 * SECTOR} +\n{700 * SECTOR} 512 -\n"
                         f"{701 * SECTOR} {2299 * SECTOR} ?\n")
-        result = self.succeed("image", "source.img", "disk.kvrsp", "--json", status=3)
-        self.assertEqual(json.loads(result.stdout)["readFromSource"], 2299)
+        counts = self.document("image", "source.img", "disk.kvrsp", status=3)
+        self.assertEqual(counts["readFromSource"], 2299)
         self.succeed("export", "disk.kvrsp", "out.img", status=3)
         self.assertEqual(pathlib.Path("out.img").read_bytes(),
                          data[:700 * SECTOR] + bytes(SECTOR) + data[701 * SECTOR:])
 
     def test_what_ddrescue_really_writes(self):
-        if not shutil.which("ddrescue") or cli_test.EMULATED:
+        if not shutil.which("ddrescue") or program.is_emulated():
             self.skipTest("needs ddrescue")
         data = self.make_source(4096)
         pathlib.Path("bad.map").write_text(mapfile_text(4096, [(512, 100)]))
         subprocess.run(["ddrescue", "-q", "-H", "bad.map", "source.img", "rescue.img", "rescue.map"],
                        check=True)
-        counts = json.loads(self.succeed("import", "rescue.img", "rescue.map", "disk.kvrsp",
-                                         "--json").stdout)
+        counts = self.document("import", "rescue.img", "rescue.map", "disk.kvrsp")
         self.assertEqual(counts, {"sectors": 4096, "present": 3996, "unreadable": 100, "missing": 0})
         # And back: ddrescue finds nothing left to do.
         self.succeed("export", "disk.kvrsp", "back.img", status=3)
@@ -97,10 +77,7 @@ class ExchangeTest(unittest.TestCase):
     @native_only
     def test_holes_stay_holes_and_are_present(self):
         sectors = 1 << 20
-        with open("rescue.img", "wb") as image:
-            image.truncate(sectors * SECTOR)
-            image.seek(100 * 65536)
-            image.write(b"x" * 65536 + bytes(65536) + b"y" * 65536)
+        blank("rescue.img", sectors, (100 * 128, b"x" * 65536 + bytes(65536) + b"y" * 65536))
         self.assertEqual(self.import_map(f"0 +\n0 {sectors * SECTOR} +\n")["present"], sectors)
         self.assertLess(allocated("disk.kvrsp"), sectors * SECTOR // 12)  # the blocks' status maps
         self.succeed("export", "disk.kvrsp", "out.img")
@@ -109,8 +86,7 @@ class ExchangeTest(unittest.TestCase):
 
     @native_only
     def test_a_million_areas(self):
-        with open("rescue.img", "wb") as image:
-            image.truncate(1_499_998 * SECTOR)
+        blank("rescue.img", 1_499_998)
         text = "0 ?\n" + "".join(f"{i * 1536:#x} 0x200 +\n{i * 1536 + 512:#x} 0x200 -\n"
                                  for i in range(500_000))
         self.assertEqual(self.import_map(text), {"sectors": 1499999, "present": 500000,
@@ -151,13 +127,10 @@ class ExchangeTest(unittest.TestCase):
 
     @native_only
     def test_an_interrupted_import_leaves_nothing(self):
-        with open("rescue.img", "wb") as image:
-            image.truncate(1 << 40)
+        blank("rescue.img", 1 << 31)
         pathlib.Path("rescue.map").write_text(f"0 +\n0 {1 << 40} +\n")
-        process = subprocess.Popen([*cli_test.PROGRAM, "import", "rescue.img", "rescue.map",
-                                    "disk.kvrsp"], stderr=subprocess.DEVNULL)
-        while not pathlib.Path("disk.kvrsp.larkspur-new").exists():
-            time.sleep(0.01)
+        process = program.start("import", "rescue.img", "rescue.map", "disk.kvrsp")
+        wait_until(lambda: pathlib.Path("disk.kvrsp.larkspur-new").exists())
         process.send_signal(signal.SIGINT)
         self.assertEqual(process.wait(10), 130)
         self.assertEqual(list(pathlib.Path(".").glob("disk*")), [])
@@ -165,11 +138,8 @@ class ExchangeTest(unittest.TestCase):
     # Export
 
     def cache(self, sectors=1000, bad=(), part=None):
-        """A cache of a random source with bad sectors, of which only the first `part` were asked."""
-        data = bytearray(self.make_source(sectors))
-        pathlib.Path("bad.map").write_text(mapfile_text(sectors, bad))
-        run("image", "source.img", "disk.kvrsp", "--test-mode", "bad.map", "--sectors",
-            part or sectors)
+        """A cache, and what it exports."""
+        data = bytearray(self.make_cache(sectors, bad, part))
         for first, count in bad:
             data[first * SECTOR:(first + count) * SECTOR] = bytes(count * SECTOR)
         if part:
@@ -204,31 +174,22 @@ class ExchangeTest(unittest.TestCase):
         piped = self.succeed("export", "disk.kvrsp", "-", "--hash", status=3)
         self.assertEqual(piped.stdout, data)
         self.assertIn(line.format("-"), piped.stderr.decode())
-        if shutil.which("sha256sum") and not cli_test.EMULATED:
+        if shutil.which("sha256sum") and not program.is_emulated():
             pathlib.Path("sums").write_bytes(to_file.stdout)
             subprocess.run(["sha256sum", "--quiet", "-c", "sums"], check=True)
 
     def test_a_device_is_written_only_when_forced_and_zeros_are_written_too(self):
         data = self.cache(1000, [(300, 5)])
         pathlib.Path("target").write_bytes(b"\xaa" * SECTOR * 1000)
-        device = loop_device(self, "target", SECTOR)
+        device = loop_device(self, "target")
         self.refused("already exists", "export", "disk.kvrsp", device)
         self.succeed("export", "disk.kvrsp", device, "--force", status=3)
         self.assertEqual(pathlib.Path("target").read_bytes(), data)
         pathlib.Path("small").write_bytes(bytes(SECTOR * 999))
-        small = loop_device(self, "small", SECTOR)
+        small = loop_device(self, "small")
         self.refused("smaller", "export", "disk.kvrsp", small, "--force")
         self.succeed("export", "disk.kvrsp", small, "--force", "--sectors", 200)
 
-    @native_only
-    def test_what_standard_output_does_not_take_is_a_failure(self):
-        self.cache(1000)
-        with open("/dev/full", "wb") as full:
-            result = subprocess.run([*cli_test.PROGRAM, "export", "disk.kvrsp", "-"], stdout=full,
-                                    stderr=subprocess.PIPE, check=False)
-        self.assertEqual(result.returncode, 1)
-        self.assertRegex(result.stderr.decode(), re.compile("standard output.*space", re.I))
-
 
 if __name__ == "__main__":
-    cli_test.main()
+    program.main()

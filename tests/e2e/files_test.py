@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Compares what `larkspur files` lists with file systems that ordinary tools made. Usage:
-files_test.py PROGRAM..., as cli_test.py takes it. A test whose tool is missing is skipped."""
+files_test.py ARGUMENTS, as program.py takes them. A test whose tool is missing is skipped."""
 
 import json
 import os
@@ -13,9 +13,8 @@ import subprocess
 import unicodedata
 import unittest
 
-import cli_test
-from cli_test import SECTOR, run
-from tree_test import needs, tool
+import program
+from program import SECTOR, blank, loop_device, needs, run, tool
 
 MIB = 2048  # sectors
 
@@ -37,10 +36,10 @@ def import_with(image, bad=(), missing=()):
 
 
 @unittest.skipIf(os.name == "nt", "file systems are read on Linux")
-class FilesTest(unittest.TestCase):
+class FilesTest(program.ProgramTest):
     def setUp(self):
-        cli_test.CliTest.setUp(self)
-        if cli_test.EMULATED:
+        super().setUp()
+        if program.is_emulated():
             self.skipTest("file systems are read on Linux")
         source = random.Random(7)
         self.tree = {"/empty": b"", "/one": b"1", "/folder/a b.txt": b"text" * 200,
@@ -55,15 +54,13 @@ class FilesTest(unittest.TestCase):
 
     def files(self, *options, status=0):
         """The document and the files in it, by path."""
-        result = run("files", "disk.kvrsp", "--json", *options)
-        self.assertEqual(result.returncode, status, result.stderr[-500:])
+        result = self.succeed("files", "disk.kvrsp", "--json", *options, status=status)
         document = json.loads(result.stdout)
         self.messages = result.stderr.decode()
         return document, {file["path"]: file for file in document["files"]}
 
     def ext4(self, *options):
-        with open("fs.img", "wb") as image:
-            image.truncate(40 << 20)
+        blank("fs.img", 40 * MIB)
         tool("mkfs.ext4", "-q", "-b", "4096", "-L", "my label", *options, "-d", "tree", "fs.img")
 
     def debugfs(self, request):
@@ -99,10 +96,9 @@ class FilesTest(unittest.TestCase):
 
     @needs("mkfs.vfat", "mcopy")
     def test_fat(self):
-        for bits, size in ((12, 8 << 20), (16, 40 << 20), (32, 80 << 20)):
+        for bits, size in ((12, 8 * MIB), (16, 40 * MIB), (32, 80 * MIB)):
             with self.subTest(bits=bits):
-                with open("fs.img", "wb") as image:
-                    image.truncate(size)
+                blank("fs.img", size)
                 tool("mkfs.vfat", "-F", bits and str(bits), "-n", "MYLABEL", "fs.img")
                 tool("mcopy", "-s", "-i", "fs.img",
                      *(str(p) for p in sorted(pathlib.Path("tree").iterdir())), "::/")
@@ -112,8 +108,7 @@ class FilesTest(unittest.TestCase):
     @needs("mkfs.ntfs", "ntfscp")
     def test_ntfs(self):
         self.tree = {"/" + path.rsplit("/", 1)[1]: data for path, data in self.tree.items()}
-        with open("fs.img", "wb") as image:
-            image.truncate(40 << 20)
+        blank("fs.img", 40 * MIB)
         tool("mkfs.ntfs", "-q", "-F", "fs.img")
         for path, data in self.tree.items():
             pathlib.Path("one").write_bytes(data)
@@ -136,11 +131,11 @@ class FilesTest(unittest.TestCase):
     @needs("xorriso")
     def test_hfs_plus(self):
         tool("xorriso", "-as", "mkisofs", "-quiet", "-hfsplus", "-o", "whole.img", "tree")
-        place, = (node for node in json.loads(run("tree", "--json", "whole.img").stdout)["tree"][0]["children"]
+        place, = (node for node in self.document("tree", "whole.img")["tree"][0]["children"]
                   if "HFS" in node["name"])
         whole = pathlib.Path("whole.img").read_bytes()
-        start = place["start"] * SECTOR
-        pathlib.Path("fs.img").write_bytes(whole[start:start + place["sectors"] * SECTOR])
+        first = place["start"] * SECTOR
+        pathlib.Path("fs.img").write_bytes(whole[first:first + place["sectors"] * SECTOR])
         import_with("fs.img")
         # Letters are kept with their marks apart, and the trees of metadata are files.
         self.tree = {unicodedata.normalize("NFD", path): data for path, data in self.tree.items()}
@@ -149,21 +144,14 @@ class FilesTest(unittest.TestCase):
 
     @needs("mkfs.exfat", "mount.exfat-fuse", "losetup")
     def test_exfat(self):
-        with open("fs.img", "wb") as image:
-            image.truncate(40 << 20)
+        blank("fs.img", 40 * MIB)
         tool("mkfs.exfat", "fs.img")
         pathlib.Path("mounted").mkdir()
-        attached = subprocess.run(["losetup", "-f", "--show", "fs.img"], check=False, capture_output=True, text=True)
-        if attached.returncode:
-            self.skipTest("needs a loop device")
+        tool("mount.exfat-fuse", loop_device(self, "fs.img"), "mounted")
         try:
-            tool("mount.exfat-fuse", attached.stdout.strip(), "mounted")
-            try:
-                shutil.copytree("tree", "mounted", dirs_exist_ok=True)
-            finally:
-                tool("umount", "mounted")
+            shutil.copytree("tree", "mounted", dirs_exist_ok=True)
         finally:
-            tool("losetup", "-d", attached.stdout.strip())
+            tool("umount", "mounted")
         import_with("fs.img")
         self.assert_whole("exfat", "")
 
@@ -235,11 +223,8 @@ class FilesTest(unittest.TestCase):
     def test_partitions_and_wishes(self):
         self.ext4()
         size = os.path.getsize("fs.img") // SECTOR
-        with open("whole.img", "wb") as disk:
-            disk.truncate((size * 2 + 4 * MIB) * SECTOR)
-            for start in (MIB, 2 * MIB + size):
-                disk.seek(start * SECTOR)
-                disk.write(pathlib.Path("fs.img").read_bytes())
+        volume = pathlib.Path("fs.img").read_bytes()
+        blank("whole.img", size * 2 + 4 * MIB, (MIB, volume), (2 * MIB + size, volume))
         tool("sfdisk", "-q", "whole.img", feed=f"{MIB},{size},L\n{2 * MIB + size},{size},L\n".encode())
         wanted = "/folder/deep/er/big.bin"
         sectors = [2 * MIB + size + s for s in self.sectors_of(wanted)]
@@ -258,21 +243,19 @@ class FilesTest(unittest.TestCase):
         for words, *options in (("no file fits", "--path", "/none*", "--mapfile", "new.map"),
                                 ("already exists", "--path", "*", "--mapfile", "wish.map"),
                                 ("no partition 3", "--partition", "3")):
-            result = run("files", "disk.kvrsp", *options)
-            self.assertEqual(result.returncode, 1)
-            self.assertIn(words, result.stderr.decode())
+            self.refused(words, "files", "disk.kvrsp", *options)
         self.assertFalse(pathlib.Path("new.map").exists())
 
     @needs("mkfs.ext4", "debugfs")
     def test_metadata_comes_first_then_what_is_wished_for(self):
         self.ext4()
-        options = ("fs.img", "disk.kvrsp", "--json", "--path", "/many/**", "--mapfile", "wish.map")
-        files = json.loads(run("files", *options).stdout)["files"]
+        options = ("--path", "/many/**", "--mapfile", "wish.map")
+        files = self.document("files", "fs.img", "disk.kvrsp", *options)["files"]
         self.assertEqual(len(files), 60)
         self.assertIn("incomplete", {file["state"] for file in files})
-        read = json.loads(run("info", "--json", "disk.kvrsp").stdout)["present"]
+        read = self.document("info", "disk.kvrsp")["present"]
         self.assertLess(read, os.path.getsize("fs.img") // SECTOR // 4)
-        self.assertEqual(run("image", "fs.img", "disk.kvrsp", "--domain", "wish.map").returncode, 0)
+        self.succeed("image", "fs.img", "disk.kvrsp", "--domain", "wish.map")
         _, files = self.files()
         self.assertEqual({f["state"] for p, f in files.items() if p.startswith("/many/")}, {"complete"})
         self.assertEqual(files["/folder/deep/er/big.bin"]["state"], "incomplete")
@@ -283,12 +266,10 @@ class FilesTest(unittest.TestCase):
         """The sectors that --used reads of it, and the document."""
         for name in ("disk.kvrsp", "disk.kvrsp.log"):
             pathlib.Path(name).unlink(missing_ok=True)
-        result = run("image", "--used", "--json", source, "disk.kvrsp", *options)
-        self.assertEqual(result.returncode, status, result.stderr[-500:])
-        extents = json.loads(run("map", "--json", "disk.kvrsp").stdout)["extents"]
+        document = self.document("image", "--used", source, "disk.kvrsp", *options, status=status)
+        extents = self.document("map", "disk.kvrsp")["extents"]
         return {sector for extent in extents if extent["status"] == "present"
-                for sector in range(extent["start"], extent["start"] + extent["sectors"])}, \
-            json.loads(result.stdout)
+                for sector in range(extent["start"], extent["start"] + extent["sectors"])}, document
 
     def allocated(self):
         """The sectors that dumpe2fs does not call free, but for copies of the superblock in groups
@@ -315,10 +296,7 @@ class FilesTest(unittest.TestCase):
                 self.assertEqual({f["state"] for f in self.files()[1].values()}, {"complete"})
         # In a partition, beside one without a file system, which is read whole, and free room.
         size, other = os.path.getsize("fs.img") // SECTOR, 3 * MIB
-        with open("whole.img", "wb") as disk:
-            disk.truncate((size + 20 * MIB) * SECTOR)
-            disk.seek(MIB * SECTOR)
-            disk.write(pathlib.Path("fs.img").read_bytes())
+        blank("whole.img", size + 20 * MIB, (MIB, pathlib.Path("fs.img").read_bytes()))
         tool("sfdisk", "-q", "whole.img",
              feed=f"{MIB},{size},L\n{2 * MIB + size},{other},L\n".encode())
         read, _ = self.image_used("whole.img")
@@ -348,8 +326,7 @@ class FilesTest(unittest.TestCase):
         names = [str(p) for p in sorted(pathlib.Path("tree/many").iterdir())]
         for kind, most in (("ntfs", 6 << 20), ("vfat", 6 << 20), ("exfat", 4 << 20)):
             pathlib.Path("fs.img").unlink(missing_ok=True)
-            with open("fs.img", "wb") as image:
-                image.truncate(40 << 20)
+            blank("fs.img", 40 * MIB)
             tool(f"mkfs.{kind}", *(("-q", "-F") if kind == "ntfs" else ()), "fs.img")
             if kind == "vfat":
                 tool("mcopy", "-i", "fs.img", *names, "::/")
@@ -380,12 +357,10 @@ class FilesTest(unittest.TestCase):
     def test_garbage_in_metadata_ends_well(self):
         self.ext4("-b", "1024")
         pathlib.Path("ext.img").write_bytes(pathlib.Path("fs.img").read_bytes()[:8 << 20])
-        with open("fat.img", "wb") as image:
-            image.truncate(8 << 20)
+        blank("fat.img", 8 * MIB)
         tool("mkfs.vfat", "fat.img")
         tool("mcopy", "-s", "-i", "fat.img", "tree/many", "tree/folder", "::/")
-        with open("ntfs.img", "wb") as image:
-            image.truncate(8 << 20)
+        blank("ntfs.img", 8 * MIB)
         tool("mkfs.ntfs", "-q", "-F", "ntfs.img")
         source = random.Random(11)
         for name in ("ext.img", "fat.img", "ntfs.img"):
@@ -404,10 +379,8 @@ class FilesTest(unittest.TestCase):
     def test_a_cache_without_a_file_system(self):
         pathlib.Path("fs.img").write_bytes(bytes(MIB * SECTOR))
         import_with("fs.img")
-        result = run("files", "disk.kvrsp")
-        self.assertEqual(result.returncode, 1)
-        self.assertIn("no file system", result.stderr.decode())
+        self.refused("no file system", "files", "disk.kvrsp")
 
 
 if __name__ == "__main__":
-    cli_test.main()
+    program.main()

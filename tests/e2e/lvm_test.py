@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Compares what `larkspur tree` shows of physical volumes with what LVM2 says of them. Usage:
-lvm_test.py PROGRAM..., as cli_test.py takes it. Skipped without LVM2's tools or without the right
+lvm_test.py ARGUMENTS, as program.py takes them. Skipped without LVM2's tools or without the right
 to make loop devices."""
 
 import json
@@ -9,11 +9,9 @@ import os
 import pathlib
 import re
 import subprocess
-import unittest
 
-import cli_test
-import tree_test
-from tree_test import blank, needs, tool
+import program
+from program import blank, loop_device, needs
 
 EXTENT = 2048
 FIRST_EXTENT = 2048
@@ -48,23 +46,13 @@ def raid5(first_extent):
     return text
 
 
-class LvmTest(unittest.TestCase):
-    tree = tree_test.TreeTest.tree
-
+class LvmTest(program.ProgramTest):
     def setUp(self):
-        cli_test.CliTest.setUp(self)
-        if not hasattr(os, "geteuid") or os.geteuid() != 0:
-            self.skipTest("needs to be root for loop devices")
+        super().setUp()
         self.devices = []
         for i in range(4):
             blank(f"pv{i}.img", SECTORS)
-            made = subprocess.run(["losetup", "-f", "--show", f"pv{i}.img"], check=False,
-                                  capture_output=True, text=True)
-            if made.returncode != 0:
-                self.skipTest("loop devices cannot be made: " + made.stderr.strip())
-            device = made.stdout.strip()
-            self.addCleanup(tool, "losetup", "-d", device)
-            self.devices.append(device)
+            self.devices.append(loop_device(self, f"pv{i}.img"))
 
     def lvm(self, command, *arguments):
         devices = ", ".join(f'"a|^{device}$|"' for device in self.devices)
@@ -103,7 +91,7 @@ class LvmTest(unittest.TestCase):
                       for s in report["report"][0]["pvseg"] if s["segtype"] != "free")
 
     def found_segments(self, image):
-        root = self.tree(image)["tree"][0]
+        root = self.document("tree", image)["tree"][0]
         self.assertEqual((root["parser"], root["parserClass"]), (6, "cLVMPartParser"))
         return {(n["start"], n["sectors"]): n["records"][0] for n in root["children"]}
 
@@ -126,7 +114,7 @@ class LvmTest(unittest.TestCase):
                     self.assertEqual(record["name"], "group/" + whole)
                     uuid = identifiers["[" + whole + "]" if "_rmeta_" in whole else whole]
                     self.assertEqual(bytes.fromhex(record["set"]).decode(), uuid.replace("-", ""))
-        self.assertEqual(self.tree("pv3.img")["tree"][0]["children"], [])
+        self.assertEqual(self.document("tree", "pv3.img")["tree"][0]["children"], [])
 
     @needs("losetup", "pvcreate", "vgcreate", "lvcreate", "lvextend", "vgcfgrestore", "pvs")
     def test_sets_of_pieces(self):
@@ -141,4 +129,4 @@ class LvmTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    cli_test.main()
+    program.main()

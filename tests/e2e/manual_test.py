@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Holds the manual page, the shells' completions and the page of JSON keys to what the program says.
-Usage: manual_test.py PROGRAM..., as cli_test.py takes it."""
+Usage: manual_test.py ARGUMENTS, as program.py takes them."""
 
 import json
 import os
@@ -13,10 +13,9 @@ import shutil
 import subprocess
 import sys
 import time
-import unittest
 
-import cli_test
-from cli_test import mapfile_text, native_only, run
+import program
+from program import PROGRAM, mapfile_text, native_only, run
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
@@ -43,21 +42,18 @@ def keys(document, path=""):
     return set().union(*(keys(value, f"{path}.{key}" if path else key) for key, value in document.items()))
 
 
-class ManualTest(unittest.TestCase):
-    setUp = cli_test.CliTest.setUp
-    make_source = cli_test.CliTest.make_source
-
+class ManualTest(program.ProgramTest):
     def shell(self, *command):
         """A shell and its environment: it finds the program, and "My disk.kvrsp" lies in its folder."""
         os.mkdir("bin")
-        os.symlink(cli_test.PROGRAM[0], "bin/larkspur")
+        os.symlink(PROGRAM[0], "bin/larkspur")
         pathlib.Path("My disk.kvrsp").touch()
         path = os.path.abspath("bin") + os.pathsep + os.environ["PATH"]
         return command, {**os.environ, "PATH": path, "TERM": "dumb"}
 
     def test_the_page_has_every_command_and_option(self):
         subprocess.run([sys.executable, ROOT / "tools/make_manual.py", ROOT / "docs/man/larkspur.1.in", "page",
-                        *cli_test.PROGRAM], check=True)
+                        *PROGRAM], check=True)
         page = pathlib.Path("page").read_text("utf-8")
         if shutil.which("groff"):
             drawn = subprocess.run(["groff", "-man", "-ww", "-z", "page"], capture_output=True, check=True)
@@ -88,9 +84,9 @@ class ManualTest(unittest.TestCase):
         command, environment = self.shell("bash", "--norc")
         for line, expected in cases.items():
             with self.subTest(line=line):
-                program = (f"source {ROOT}/completions/larkspur.bash; COMP_WORDS=({line}); "
+                script = (f"source {ROOT}/completions/larkspur.bash; COMP_WORDS=({line}); "
                            f'COMP_CWORD={len(line.split()) - 1}; _larkspur; echo "${{COMPREPLY[@]}}"')
-                said = subprocess.run([*command, "-c", program], env=environment, check=True, capture_output=True)
+                said = subprocess.run([*command, "-c", script], env=environment, check=True, capture_output=True)
                 self.assertEqual(said.stdout.decode().strip(), expected)
 
     @native_only
@@ -130,8 +126,8 @@ class ManualTest(unittest.TestCase):
         command, environment = self.shell("fish", "--no-config")
         for line, expected in cases.items():
             with self.subTest(line=line):
-                program = f"source {ROOT}/completions/larkspur.fish; complete -C '{line}'"
-                said = subprocess.run([*command, "-c", program], env=environment, check=True, capture_output=True)
+                script = f"source {ROOT}/completions/larkspur.fish; complete -C '{line}'"
+                said = subprocess.run([*command, "-c", script], env=environment, check=True, capture_output=True)
                 found = [line.split("\t")[0] for line in said.stdout.decode().splitlines()]
                 self.assertEqual(" ".join(found), expected)
 
@@ -167,15 +163,15 @@ class ManualTest(unittest.TestCase):
         self.assertEqual(keys(tree) | {"tree[]"}, self.documented("## tree\n"))
         self.assertEqual(set(node), {key.split("[")[0].split(".")[0] for key in self.documented("A node:\n")} -
                          ({"notes"} - set(node)))
-        for device in json.loads(run("devices", "--json").stdout)["devices"]:
+        for device in self.document("devices")["devices"]:
             self.assertEqual(keys({"devices": [device]}), self.documented("## devices\n"))
 
     def test_identify_has_the_keys_of_its_page(self):
         self.make_source(2048)
-        device = cli_test.loop_device(self, "source.img", 512)
-        found = keys(json.loads(run("identify", device, "--json").stdout))
+        device = program.loop_device(self, "source.img")
+        found = keys(self.document("identify", device))
         self.assertEqual({key.removesuffix("[]") for key in found}, self.documented("## identify\n"))
 
 
 if __name__ == "__main__":
-    cli_test.main()
+    program.main()

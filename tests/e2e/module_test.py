@@ -8,8 +8,9 @@ import re
 import shutil
 import subprocess
 import sys
-import tempfile
 import unittest
+
+from program import run
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 OBJDUMP = "x86_64-w64-mingw32-objdump"
@@ -23,16 +24,6 @@ MODULE = HOST = HOST_WITHOUT_HEAP = ""
 
 def windows_path(path):
     return "Z:" + str(pathlib.Path(path).resolve()).replace("/", "\\")
-
-
-def run_host(host, *groups):
-    """Its words go through a file: helpers of the emulator would keep a pipe open."""
-    with tempfile.TemporaryFile() as words:
-        status = subprocess.run([ROOT / "scripts/with-screen", host, windows_path(MODULE), *groups],
-                                stdout=words, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
-                                timeout=400, check=False).returncode
-        words.seek(0)
-        return status, words.read().decode(errors="replace")
 
 
 class ModuleFileTest(unittest.TestCase):
@@ -58,9 +49,9 @@ class ModuleFileTest(unittest.TestCase):
 @unittest.skipUnless(shutil.which("xvfb-run"), "needs a screen: Xvfb is missing")
 class HostTest(unittest.TestCase):
     def check(self, host, *groups):
-        status, words = run_host(host, *groups)
-        print(words)
-        self.assertEqual(status, 0)
+        result = run(host, windows_path(MODULE), *groups, program=[ROOT / "scripts/with-screen"], timeout=400)
+        print((result.stdout + result.stderr).decode(errors="replace"))
+        self.assertEqual(result.returncode, 0)
 
     def test_whole_contract(self):
         self.check(HOST)

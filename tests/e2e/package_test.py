@@ -11,16 +11,15 @@ import tempfile
 import unittest
 import zipfile
 
+from program import run
+
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
 def words(*command, **options):
-    """What a program says. Wine's helpers hold pipes open, so words go through a file."""
-    with tempfile.TemporaryFile() as out:
-        status = subprocess.run([str(word) for word in command], stdout=out, stderr=out,
-                                stdin=subprocess.DEVNULL, timeout=300, check=False, **options).returncode
-        out.seek(0)
-        return status, out.read().decode(errors="replace")
+    """How a program ends, and what it says."""
+    result = run(*command[1:], program=[str(command[0])], timeout=300, **options)
+    return result.returncode, (result.stdout + result.stderr).decode(errors="replace")
 
 
 class PackageTest(unittest.TestCase):

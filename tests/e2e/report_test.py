@@ -1,20 +1,18 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""The pages of `larkspur report` and `image --report`. Usage: report_test.py PROGRAM..., as cli_test.py
-takes it."""
+"""The pages of `larkspur report` and `image --report`. Usage: report_test.py ARGUMENTS, as program.py
+takes them."""
 
 import html.parser
 import os
 import pathlib
 import re
-import subprocess
 import time
 import unittest
 
-import cli_test
-from cli_test import SECTOR, run
+import program
 from files_test import import_with
-from tree_test import needs, tool
+from program import SECTOR, blank, mapfile_text, needs, tool
 
 BAD = [(100, 2), (3000, 1)]
 
@@ -50,21 +48,18 @@ class Page(html.parser.HTMLParser):
         self.words += data
 
 
-class ReportTest(unittest.TestCase):
-    def setUp(self):
-        cli_test.CliTest.setUp(self)
-
+class ReportTest(program.ProgramTest):
     def source(self, sectors=4096):
         pathlib.Path("source.img").write_bytes(os.urandom(sectors * SECTOR))
-        pathlib.Path("bad.map").write_text(cli_test.mapfile_text(sectors, BAD))
+        pathlib.Path("bad.map").write_text(mapfile_text(sectors, BAD))
 
-    def image(self, *options):
-        return run("image", "source.img", "disk.kvrsp", "--test-mode", "bad.map", *options)
+    def image(self, *options, status=3):
+        self.succeed("image", "source.img", "disk.kvrsp", "--test-mode", "bad.map", *options, status=status)
 
     def test_a_page_of_a_cache(self):
         self.source()
-        self.assertEqual(self.image("--sectors", "2048").returncode, 3)
-        self.assertEqual(run("report", "disk.kvrsp", "report.html").returncode, 0)
+        self.image("--sectors", "2048")
+        self.succeed("report", "disk.kvrsp", "report.html")
         words = Page().words
         for part in ("50.0 %", "source.img", "could not read 1.0 KiB", "How it went",
                      "Where reading failed", "not read yet", "What to do next"):
@@ -73,25 +68,22 @@ class ReportTest(unittest.TestCase):
         before = pathlib.Path("report.html").read_bytes()
         for output, message in (("report.html", "already exists"), ("disk.kvrsp", "choose another"),
                                 (".", "folder"), ("no/report.html", "cannot be created")):
-            result = run("report", "disk.kvrsp", output)
-            self.assertEqual(result.returncode, 1, output)
-            self.assertIn(message, result.stderr.decode(), output)
+            self.refused(message, "report", "disk.kvrsp", output)
         self.assertEqual(pathlib.Path("report.html").read_bytes(), before)
-        self.assertEqual(run("report", "disk.kvrsp", "report.html", "--force").returncode, 0)
-        self.assertEqual(run("report", "source.img", "other.html").returncode, 1)
+        self.succeed("report", "disk.kvrsp", "report.html", "--force")
+        self.succeed("report", "source.img", "other.html", status=1)
         self.assertFalse(pathlib.Path("other.html").exists())
 
     def test_a_page_kept_up_to_date(self):
         self.source()
         pathlib.Path("mine.html").write_text("mine")
-        result = self.image("--report", "mine.html")
-        self.assertEqual((result.returncode, pathlib.Path("mine.html").read_text()), (1, "mine"))
-        self.assertEqual(self.image("--report", "report.html", "--sectors", "2048").returncode, 3)
+        self.image("--report", "mine.html", status=1)
+        self.assertEqual(pathlib.Path("mine.html").read_text(), "mine")
+        self.image("--report", "report.html", "--sectors", "2048")
         self.assertIn("50.0 %", Page().words)
         # Resumed, slowly: whoever looks sees a whole page each time, first one that refreshes itself.
-        process = subprocess.Popen([*cli_test.PROGRAM, "image", "source.img", "disk.kvrsp", "--test-mode",
-                                    "bad.map", "--report", "report.html", "--max-rate", "500K"],
-                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        process = program.start("image", "source.img", "disk.kvrsp", "--test-mode", "bad.map", "--report",
+                                "report.html", "--max-rate", "500K")
         self.addCleanup(process.kill)
         refreshed = 0
         while process.poll() is None:
@@ -106,28 +98,26 @@ class ReportTest(unittest.TestCase):
         self.assertIn("99.9 %", words)
         self.assertNotIn("refresh", words)
         self.assertEqual([p.name for p in pathlib.Path().glob("*.part")], [])
-        self.assertEqual(self.image("--report", "mine.html", "--force").returncode, 3)
+        self.image("--report", "mine.html", "--force")
         Page("mine.html")
-        result = self.image("--partition", "7", "--report", "new.html")
-        self.assertEqual(result.returncode, 1)
+        self.image("--partition", "7", "--report", "new.html", status=1)
         Page("new.html")
 
     @unittest.skipIf(os.name == "nt", "file systems are read on Linux")
-    @cli_test.native_only
+    @program.native_only
     @needs("mkfs.ext4", "debugfs")
     def test_damaged_files_are_named(self):
         name = "<script>&\"\x1b\u202e.txt"
         os.mkdir("tree")
         pathlib.Path("tree", name).write_bytes(b"x" * 5000)
         pathlib.Path("tree", "whole").write_bytes(b"x" * 5000)
-        with open("fs.img", "wb") as image:
-            image.truncate(8 << 20)
+        blank("fs.img", 16384)
         tool("mkfs.ext4", "-q", "-L", "a<b", "-b", "4096", "-d", "tree", "fs.img")
         inodes = tool("debugfs", "-R", "ls -l /", "fs.img")
         inode = re.search(r"^ *(\d+) .*script", inodes, re.M)[1]
         block = int(tool("debugfs", "-R", f"blocks <{inode}>", "fs.img").split()[0])
         import_with("fs.img", bad=[block * 8 + 1])
-        self.assertEqual(run("report", "disk.kvrsp", "report.html").returncode, 0)
+        self.succeed("report", "disk.kvrsp", "report.html")
         words = Page().words
         self.assertIn("1 files are saved whole. 1 are damaged", words)
         self.assertIn("/<script>&\"?", words)
@@ -136,4 +126,4 @@ class ReportTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    cli_test.main()
+    program.main()

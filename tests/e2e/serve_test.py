@@ -1,10 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Reads through `larkspur serve` with the clients that people have, from caches, files, and a disk that is
-dying, whose own log tells what it was asked. Usage: serve_test.py PROGRAM..., as cli_test.py takes it."""
+dying, whose own log tells what it was asked. Usage: serve_test.py ARGUMENTS, as program.py takes them."""
 
 import hashlib
-import json
 import os
 import pathlib
 import re
@@ -16,11 +15,9 @@ import subprocess
 import sys
 import threading
 import time
-import unittest
 
-import cli_test
-from cli_test import SECTOR, mapfile_text, run
-from tree_test import needs, tool
+import program
+from program import PROGRAM, SECTOR, mapfile_text, needs, run, tool, wait_until
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "bench/dying"))
 import disk  # noqa: E402
@@ -39,31 +36,22 @@ def try_read(first, count=1, unit=512):
 """
 
 
-class ServeBase(unittest.TestCase):
-    make_source = cli_test.CliTest.make_source
-
+class ServeBase(program.ProgramTest):
     def setUp(self):
-        cli_test.CliTest.setUp(self)
-        if cli_test.EMULATED:
+        super().setUp()
+        if program.is_emulated():
             self.skipTest("nbdkit runs on Linux")
         if not shutil.which("nbdkit"):
             self.skipTest("needs nbdkit")
-        plugin = pathlib.Path(cli_test.PROGRAM[0]).with_name("nbdkit-larkspur-plugin.so")
+        plugin = pathlib.Path(PROGRAM[0]).with_name("nbdkit-larkspur-plugin.so")
         if not plugin.exists():
             self.skipTest("needs the plugin, which is not in this build")
-
-    def cache(self, sectors=4096, bad=(), part=None):
-        data = bytearray(self.make_source(sectors))
-        pathlib.Path("bad.map").write_text(mapfile_text(sectors, bad))
-        run("image", "source.img", "disk.kvrsp", "--test-mode", "bad.map", "--sectors",
-            part or sectors)
-        return bytes(data)
 
     def serve(self, *options, source=()):
         """Starts it; its URI and the process, which is ended with the test."""
         with open("said", "ab") as said:
-            process = subprocess.Popen([*cli_test.PROGRAM, "serve", *source, "disk.kvrsp", *options],
-                                       stdout=subprocess.PIPE, stderr=said)
+            process = program.start("serve", *source, "disk.kvrsp", *options, stdout=subprocess.PIPE,
+                                    stderr=said)
         self.addCleanup(process.communicate)
         self.addCleanup(process.terminate)
         text = ""
@@ -74,14 +62,15 @@ class ServeBase(unittest.TestCase):
             text += line
         return re.search(r"nbdinfo '?([^'\n]+)", text)[1], process
 
-    def refused(self, words, *arguments, storages=("disk.kvrsp",), status=1):
-        result = run("serve", *storages, *arguments)
-        self.assertEqual(result.returncode, status, result.stderr)
-        self.assertIn(words, result.stderr.decode())
-        self.assertEqual(result.stdout, b"")
+    def end(self, process, by=signal.SIGTERM):
+        process.send_signal(by)
+        self.assertEqual(process.wait(10), 130)
+
+    def cannot_serve(self, words, *arguments, storages=("disk.kvrsp",), status=1):
+        self.assertEqual(self.refused(words, "serve", *storages, *arguments, status=status).stdout, b"")
 
     def statuses(self, first=0, end=1 << 40):
-        extents = json.loads(run("map", "disk.kvrsp", "--json").stdout)["extents"]
+        extents = self.document("map", "disk.kvrsp")["extents"]
         return {e["status"] for e in extents if e["start"] < end and e["start"] + e["sectors"] > first}
 
     @staticmethod
@@ -107,7 +96,7 @@ class ServeBase(unittest.TestCase):
 
 class ServeTest(ServeBase):
     def test_clients_get_the_whole_disk(self):
-        data = self.cache()
+        data = self.make_cache(4096)
         for options in (("--socket", "a b.sock"), ("--port", str(self.free_port()))):
             with self.subTest(options=options):
                 uri, process = self.serve(*options)
@@ -117,12 +106,11 @@ class ServeTest(ServeBase):
                         tool(*command)
                         self.assertEqual(pathlib.Path("out.img").read_bytes(), data, name)
                         pathlib.Path("out.img").unlink()
-                process.send_signal(signal.SIGINT)
-                self.assertEqual(process.wait(5), 130)
+                self.end(process, signal.SIGINT)
         self.assertFalse(pathlib.Path("a b.sock").exists())
 
     def test_what_is_not_there_is_an_error_for_exactly_those_sectors(self):
-        data = self.cache(4096, [(100, 3)], part=2000)
+        data = self.make_cache(4096, [(100, 3)], part=2000)
         uri, process = self.serve("--socket", "s")
         out = self.client(uri, """
 print("".join(try_read(s) for s in range(97, 106)), "".join(try_read(s) for s in range(1997, 2003)))
@@ -136,8 +124,7 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
         if shutil.which("nbdinfo"):  # nothing is called zero that merely is not known
             for line in tool("nbdinfo", "--map", uri).splitlines():
                 self.assertRegex(line, r"\b0\s+data$")
-        process.terminate()
-        self.assertEqual(process.wait(5), 130)
+        self.end(process)
         uri, _ = self.serve("--socket", "s", "--unreadable", "zeros")
         out = self.client(uri, "print(hashlib.sha256(h.pread(2000 * 512, 0)).hexdigest(), try_read(2000))")
         expected = data[:100 * SECTOR] + bytes(3 * SECTOR) + data[103 * SECTOR:2000 * SECTOR]
@@ -160,10 +147,10 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
             process.wait()
         self.assertFalse(self.statuses(3000, 4000) - {"present"})
         self.assertIn("missing", self.statuses(7000, 8192))
-        self.refused("no partition 3", "--socket", "t", "--partition", "3")
+        self.cannot_serve("no partition 3", "--socket", "t", "--partition", "3")
 
     def test_what_is_in_the_way_is_said_plainly(self):
-        self.cache(100)
+        self.make_cache(100)
         pathlib.Path("taken").write_text("mine")
         with socket.socket(socket.AF_UNIX) as one:
             one.bind("live")
@@ -172,28 +159,28 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
                 other.bind("dead")
             pathlib.Path("link").symlink_to("dead")
             for name in ("taken", "live", "link"):
-                self.refused("exists already", "--socket", name)
+                self.cannot_serve("exists already", "--socket", name)
         self.assertEqual(pathlib.Path("taken").read_text(), "mine")
         self.assertTrue(pathlib.Path("dead").is_socket())
-        self.refused("at most", "--socket", "x" * 120)
-        self.refused("needs --socket", status=2)
-        self.refused("need a source", "--socket", "t", "--fill", status=2)
+        self.cannot_serve("at most", "--socket", "x" * 120)
+        self.cannot_serve("needs --socket", status=2)
+        self.cannot_serve("need a source", "--socket", "t", "--fill", status=2)
         with socket.socket() as one:
             one.bind(("127.0.0.1", 0))
             one.listen()
-            self.refused("listens there already", "--port", str(one.getsockname()[1]))
-        self.refused("no such address", "--port", "12345", "--address", "192.0.2.77")
-        self.refused("no such address", "--port", "12345", "--address", "nonsense")
-        self.refused("taken: this file is not a cache", "--socket", "t", storages=("source.img", "taken"))
-        self.refused("there is no such cache", "--socket", "t", storages=("nowhere",))
-        self.refused("cannot be opened for reading", "--socket", "t", storages=("nowhere", "disk.kvrsp"))
+            self.cannot_serve("listens there already", "--port", str(one.getsockname()[1]))
+        self.cannot_serve("no such address", "--port", "12345", "--address", "192.0.2.77")
+        self.cannot_serve("no such address", "--port", "12345", "--address", "nonsense")
+        self.cannot_serve("taken: this file is not a cache", "--socket", "t", storages=("source.img", "taken"))
+        self.cannot_serve("there is no such cache", "--socket", "t", storages=("nowhere",))
+        self.cannot_serve("cannot be opened for reading", "--socket", "t", storages=("nowhere", "disk.kvrsp"))
         pathlib.Path("other.img").write_bytes(bytes(99 * SECTOR))
-        self.refused("another disk?", "--socket", "t", storages=("other.img", "disk.kvrsp"))
+        self.cannot_serve("another disk?", "--socket", "t", storages=("other.img", "disk.kvrsp"))
         self.serve("--socket", "s", source=("source.img",))
-        self.refused("another run", "--socket", "t", storages=("source.img", "disk.kvrsp"))
+        self.cannot_serve("another run", "--socket", "t", storages=("source.img", "disk.kvrsp"))
 
     def test_it_ends_within_seconds_with_clients_connected(self):
-        self.cache()
+        self.make_cache(4096)
         uri, process = self.serve("--socket", "s")
         client = socket.socket(socket.AF_UNIX)  # one that never says anything
         client.connect("s")
@@ -209,12 +196,12 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
         self.assertFalse(pathlib.Path("s").exists())
 
     def test_without_nbdkit_the_package_is_named(self):
-        self.cache(100)
+        self.make_cache(100)
         hide = f"mount --bind /dev/null {shutil.which('nbdkit')} && exec "
         if subprocess.run(["unshare", "-rm", "sh", "-c", hide + "true"], check=False,
                           capture_output=True).returncode:
             self.skipTest("needs a mount namespace")
-        command = " ".join(shlex.quote(word) for word in cli_test.PROGRAM)
+        command = " ".join(shlex.quote(word) for word in PROGRAM)
         for path in ("", os.environ["PATH"]):
             result = subprocess.run(["unshare", "-rm", "sh", "-c",
                                      f"{hide} env PATH={path} {command} serve disk.kvrsp --socket s"],
@@ -224,18 +211,15 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
         self.assertFalse(pathlib.Path("s").exists())
 
     def test_nbdkit_does_not_outlive_a_killed_server_and_the_next_takes_its_socket(self):
-        self.cache(100)
+        self.make_cache(100)
         _, process = self.serve("--socket", "s")
         process.kill()
         process.wait()
-        for _ in range(50):
-            client = socket.socket(socket.AF_UNIX)
-            with client:
-                if client.connect_ex("s") != 0:
-                    break
-            time.sleep(0.1)
-        else:
-            self.fail("the socket still answers")
+        def is_dead():
+            with socket.socket(socket.AF_UNIX) as client:
+                return client.connect_ex("s") != 0
+
+        self.assertTrue(wait_until(is_dead, 5))
         self.assertTrue(pathlib.Path("s").is_socket())
         uri, _ = self.serve("--socket", "s")
         self.assertEqual(self.client(uri, "print(try_read(0, 100))"), ".\n")
@@ -247,7 +231,7 @@ class DyingDiskTest(ServeBase):
 
     def setUp(self):
         super().setUp()
-        self.program = pathlib.Path(cli_test.PROGRAM[0]).with_name("dying-disk")
+        self.program = pathlib.Path(PROGRAM[0]).with_name("dying-disk")
         if not self.program.exists() or disk.missing():
             self.skipTest(disk.missing() or "needs dying-disk, which is not in this build")
 
@@ -296,8 +280,7 @@ print(hashlib.sha256(h.pread(4000 * 512, 0)).hexdigest())
                 time.sleep(1.2)
                 self.assertEqual(self.client(uri, ends), ". " * 40 + ".\n")
                 self.assertEqual(self.statuses() - {"present", "missing"}, set())
-                process.terminate()
-                self.assertEqual(process.wait(10), 130)
+                self.end(process)
                 pathlib.Path("disk.kvrsp").unlink()
                 pathlib.Path("disk.kvrsp.log").unlink()
 
@@ -305,14 +288,9 @@ print(hashlib.sha256(h.pread(4000 * 512, 0)).hexdigest())
         plan, dying = self.dying((9000, 3), lines=["rate 20"])
         uri, process = self.serve("--socket", "s", "--fill", source=(dying.device,))
         self.assertEqual(self.client(uri, "print(try_read(30000, 8), try_read(9001, 1))"), ". E\n")
-        for _ in range(100):
-            if "missing" not in self.statuses():
-                break
-            time.sleep(0.1)
-        self.assertEqual(self.statuses(), {"present", "unreadable"})
+        self.assertTrue(wait_until(lambda: self.statuses() == {"present", "unreadable"}))
         self.assertLessEqual(max(self.asked(dying)), 2)
-        process.terminate()
-        self.assertEqual(process.wait(5), 130)
+        self.end(process)
         self.assertIn('"how":"stopped"', pathlib.Path("disk.kvrsp.log").read_text())
 
     @needs("nbdfuse", "mkfs.ext4", "debugfs", "fusermount3")
@@ -334,10 +312,7 @@ print(hashlib.sha256(h.pread(4000 * 512, 0)).hexdigest())
         fuse = subprocess.Popen(["nbdfuse", "fuse", uri], stderr=subprocess.PIPE)
         self.addCleanup(fuse.communicate)
         self.addCleanup(subprocess.run, ["fusermount3", "-u", "fuse"], check=False)
-        for _ in range(50):
-            if pathlib.Path("fuse/nbd").exists():
-                break
-            time.sleep(0.1)
+        wait_until(lambda: pathlib.Path("fuse/nbd").exists(), 5)
         tool("mount", "-o", "ro,loop,noload", "fuse/nbd", "mounted")
         self.addCleanup(subprocess.run, ["umount", "mounted"], check=False)
         for name, data in files.items():
@@ -350,4 +325,4 @@ print(hashlib.sha256(h.pread(4000 * 512, 0)).hexdigest())
 
 
 if __name__ == "__main__":
-    cli_test.main()
+    program.main()

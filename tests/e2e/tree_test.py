@@ -1,18 +1,16 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Compares what `larkspur tree` shows with what ordinary tools made and say. Usage: tree_test.py
-PROGRAM..., as cli_test.py takes it. A test whose tool is missing is skipped."""
+ARGUMENTS, as program.py takes them. A test whose tool is missing is skipped."""
 
-import functools
 import json
 import pathlib
 import re
 import shutil
 import subprocess
-import unittest
 
-import cli_test
-from cli_test import SECTOR, run
+import program
+from program import SECTOR, blank, mapfile_text, needs, run, tool
 
 ROOT_TYPE = 32764
 LINUX_GUID = "0FC63DAF-8483-4772-8E79-3D69D8477DE4"
@@ -50,25 +48,10 @@ FILE_SYSTEMS = {
 }
 
 
-def needs(*tools):
-    def wrap(test):
-        @functools.wraps(test)
-        def checked(self):
-            missing = [tool for tool in tools if not shutil.which(tool)]
-            if missing:
-                self.skipTest("needs " + ", ".join(missing))
-            test(self)
-        return checked
-    return wrap
-
-
-def tool(*command, feed=None):
-    return subprocess.run(command, input=feed, stdout=subprocess.PIPE, check=True).stdout.decode()
-
-
-def blank(name, sectors):
-    with open(name, "wb") as image:
-        image.truncate(sectors * SECTOR)
+def overwrite(name, sector, data):
+    with open(name, "r+b") as image:
+        image.seek(sector * SECTOR)
+        image.write(data)
 
 
 def places(nodes):
@@ -76,14 +59,9 @@ def places(nodes):
     return [(node["start"], node["sectors"], node["type"]) for node in nodes]
 
 
-class TreeTest(unittest.TestCase):
-    def setUp(self):
-        cli_test.CliTest.setUp(self)
-
+class TreeTest(program.ProgramTest):
     def tree(self, *arguments, status=0):
-        result = run("tree", *arguments, "--json")
-        self.assertEqual(result.returncode, status, result.stderr)
-        document = json.loads(result.stdout)
+        document = self.document("tree", *arguments, status=status)
         self.assertEqual(len(document["tree"]), 1)
         root = document["tree"][0]
         self.assertEqual((root["start"], root["sectors"], root["type"]),
@@ -200,9 +178,7 @@ class TreeTest(unittest.TestCase):
     def compare_with_blkid(self, image):
         said = dict(line.replace("\\", "").split("=", 1) for line in
                     tool("blkid", "-p", "-o", "export", image).splitlines())
-        result = run("tree", image, "--json")
-        self.assertEqual(result.returncode, 0, result.stderr)
-        found, = self.notes(json.loads(result.stdout)["tree"][0], "content")
+        found, = self.notes(self.document("tree", image)["tree"][0], "content")
         self.assertEqual([found.get(key) for key in ("name", "label", "uuid", "version")],
                          [said.get(key) for key in ("TYPE", "LABEL", "UUID", "VERSION")])
         return found
@@ -241,9 +217,7 @@ class TreeTest(unittest.TestCase):
                     "start=43008,size=40960,type=7\nstart=83968,type=82\n")
         for name, start in (("exfat", 2048), ("ntfs", 43008)):
             self.make_file_system("fs.img", 16, FILE_SYSTEMS[name][1])
-            with open("disk.img", "r+b") as disk:
-                disk.seek(start * SECTOR)
-                disk.write(pathlib.Path("fs.img").read_bytes())
+            overwrite("disk.img", start, pathlib.Path("fs.img").read_bytes())
         exfat, ntfs, swap = self.children("disk.img")
         self.assertEqual(self.notes(exfat, "doubtful")[0]["expected"], "ntfs")
         self.assertEqual(self.notes(exfat, "content")[0]["name"], "exfat")
@@ -270,16 +244,11 @@ class TreeTest(unittest.TestCase):
                          ["Linux filesystem", "EFI system"])
         self.assertEqual(self.notes(protective["children"][1], "gpt")[0]["attributes"], 1 << 63)
 
-        def overwrite(sector, data):
-            with open("gpt.img", "r+b") as disk:
-                disk.seek(sector * SECTOR)
-                disk.write(data)
-
         whole = pathlib.Path("gpt.img").read_bytes()
-        overwrite(2, b"damaged!")  # a sector of the entries
+        overwrite("gpt.img", 2, b"damaged!")  # a sector of the entries
         state, = self.notes(self.children("gpt.img")[0], "backup")
         self.assertEqual((state["primary"], state["backup"]), ("damaged", "intact"))
-        overwrite(0, bytes(34 * SECTOR))
+        overwrite("gpt.img", 0, bytes(34 * SECTOR))
         root = self.tree("gpt.img")["tree"][0]
         state, = self.notes(root, "backup")
         self.assertEqual((root["children"], state["primary"], state["backup"]),
@@ -287,19 +256,17 @@ class TreeTest(unittest.TestCase):
         root = self.tree("gpt.img", "--backup-gpt")["tree"][0]
         self.assertEqual(places(root["children"]), places(protective["children"]))
         self.assertEqual(self.notes(root, "backup")[0]["used"], "backup")
-        overwrite(0, whole)
-        overwrite(39999, bytes(SECTOR))
+        overwrite("gpt.img", 0, whole)
+        overwrite("gpt.img", 39999, bytes(SECTOR))
         state, = self.notes(self.children("gpt.img")[0], "backup")
         self.assertEqual((state["primary"], state["backup"]), ("intact", "missing"))
-        result = run("tree", "gpt.img", "--backup-gpt")
-        self.assertEqual(result.returncode, 1)
-        self.assertIn(b"no intact backup", result.stderr)
+        self.refused("no intact backup", "tree", "gpt.img", "--backup-gpt")
 
     @needs("sfdisk")
     def test_what_was_needed_and_unreadable_is_told(self):
         blank("disk.img", 100000)
         self.sfdisk("disk.img", "label: dos\nstart=2048,size=4096,type=83\nstart=8192,type=83\n")
-        pathlib.Path("bad.map").write_text(cli_test.mapfile_text(100000, [(2050, 1)]))
+        pathlib.Path("bad.map").write_text(mapfile_text(100000, [(2050, 1)]))
         first, second = self.tree("disk.img", "--test-mode", "bad.map", status=3)["tree"][0]["children"]
         self.assertEqual([(n["start"], n["sectors"]) for n in self.notes(first, "unread")], [(2050, 1)])
         self.assertEqual(self.notes(second, "unread"), [])
@@ -316,7 +283,7 @@ class TreeTest(unittest.TestCase):
         blank("disk.img", 400000)  # what was read is not asked again
         self.assertEqual(self.tree("disk.img", "--cache", "disk.kvrsp")["tree"], direct["tree"])
         self.assertEqual(self.tree("disk.kvrsp")["tree"], direct["tree"])
-        info = json.loads(run("info", "disk.kvrsp", "--json").stdout)
+        info = self.document("info", "disk.kvrsp")
         trace = self.tree("disk.kvrsp", "--trace")["trace"]
         asked = {s for r in trace for s in range(r["start"], r["start"] + r["sectors"])}
         self.assertEqual(len(asked), sum(r["sectors"] for r in trace))
@@ -326,29 +293,25 @@ class TreeTest(unittest.TestCase):
     def test_a_failing_disk_shows_what_could_be_read(self):
         blank("disk.img", 100000)
         self.sfdisk("disk.img", "label: gpt\n" + "size=2048\n" * 8)
-        pathlib.Path("bad.map").write_text(cli_test.mapfile_text(100000, [(3, 1)]))  # entries 4 to 7
+        pathlib.Path("bad.map").write_text(mapfile_text(100000, [(3, 1)]))  # entries 4 to 7
         document = self.tree("disk.img", "--test-mode", "bad.map", status=3)
         self.assertFalse(document["ok"])
-        pathlib.Path("bad.map").write_text(cli_test.mapfile_text(100000, [(2080, 9)]))
+        pathlib.Path("bad.map").write_text(mapfile_text(100000, [(2080, 9)]))
         document = self.tree("disk.img", "--test-mode", "bad.map", "--cache", "c.kvrsp", status=3)
         self.assertEqual(len(document["tree"][0]["children"][0]["children"]), 8)
 
     def test_a_cache_that_lacks_sectors_says_so(self):
-        cli_test.CliTest.make_source(self, 1000)
+        self.make_source(1000)
         run("image", "source.img", "part.kvrsp", "--start", 0, "--sectors", 16)
-        result = run("tree", "part.kvrsp")
-        self.assertEqual(result.returncode, 0)
-        self.assertIn(b"not in the cache", result.stderr)
+        self.assertIn(b"not in the cache", self.succeed("tree", "part.kvrsp").stderr)
 
     def test_what_is_no_storage_is_told(self):
         pathlib.Path("short.img").write_bytes(b"x" * 100)
         blank("tiny.img", 3)
-        for name, status, words in (("absent.img", 1, b"absent.img"), ("short.img", 1, b"short.img"),
-                                    ("tiny.img", 0, b"could not be read")):
-            result = run("tree", name)
-            self.assertEqual(result.returncode, status, name)
-            self.assertIn(words, result.stderr)
+        self.refused("absent.img", "tree", "absent.img")
+        self.refused("short.img", "tree", "short.img")
+        self.assertIn(b"could not be read", self.succeed("tree", "tiny.img").stderr)
 
 
 if __name__ == "__main__":
-    cli_test.main()
+    program.main()

@@ -96,12 +96,10 @@ static void CheckSlots(Storage* storage) {
   CHECK_EQUAL(table->SetPosition(storage, ~(uint64_t)0), DISK_SECTORS);
 }
 
-// A bad sector holds zeros.
 static bool IsDiskData(const Disk* disk, uint64_t first, uint32_t count, const uint8_t* bytes) {
   for (uint32_t i = 0; i < count; ++i) {
     for (uint32_t j = 0; j < SECTOR_BYTES; ++j) {
-      const uint8_t wanted = first + i == disk->badSector ? 0 : DiskByte(disk, first + i, j);
-      if (bytes[(size_t)i * SECTOR_BYTES + j] != wanted) return false;
+      if (bytes[(size_t)i * SECTOR_BYTES + j] != DiskByte(disk, first + i, j)) return false;
     }
   }
   return true;
@@ -195,13 +193,6 @@ void CheckRoad(const Module* module) {
   CHECK_EQUAL(AskedInAll(&disk), DISK_SECTORS);
   CheckSecondTime(module, &disk, &parent, cache);
 
-  // A sector that cannot be read: asked within its run and once alone, and zeros from then on.
-  MakeDisk(&disk, L"SERIAL-1");
-  disk.badSector = 2500;
-  wcscpy(cache, CachePath(L"bad.kvrsp"));
-  CheckFirstTime(module, &disk, &parent, cache);
-  CHECK_EQUAL(disk.asked[2500], 2);
-  CheckSecondTime(module, &disk, &parent, cache);
   CHECK_EQUAL(disk.alive, 0);
   CHECK_EQUAL(disk.misused, 0);
   DestroyWindow(parent.window);

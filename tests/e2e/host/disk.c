@@ -36,7 +36,6 @@ static uint32_t Read(Storage* self, void* buffer, uint32_t count, void* presence
   for (; given < count && storage->position < storage->disk->sectors; ++given) {
     const uint64_t sector = storage->position;
     ++storage->disk->asked[sector];
-    if (sector == storage->disk->badSector) break;
     uint8_t* out = (uint8_t*)buffer + (size_t)given * SECTOR_BYTES;
     for (uint32_t i = 0; i < SECTOR_BYTES; ++i) out[i] = DiskByte(storage->disk, sector, i);
     ++storage->position;
@@ -147,7 +146,6 @@ void MakeDisk(Disk* disk, const wchar_t* name) {
   disk->type = 2;
   disk->name = name;
   disk->description = L"Drive of the host";
-  disk->badSector = ~(uint64_t)0;
   memcpy(disk->first + 446, kPartition, sizeof kPartition);
   disk->first[510] = 0x55;
   disk->first[511] = 0xAA;

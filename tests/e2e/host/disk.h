@@ -14,7 +14,6 @@ typedef struct {
   uint32_t type;  // what GetTypeId answers
   const wchar_t* name;
   const wchar_t* description;
-  uint64_t badSector;  // cannot be read; no sector by default
 
   uint16_t asked[DISK_SECTORS];  // for each sector
   int alive;                     // objects on this disk
