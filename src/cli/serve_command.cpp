@@ -62,13 +62,13 @@ ExitStatus CheckPlace(const ServeOptions& options) {
   if (!options.port) return ClearSocketPath(options.socket);
   const std::string place = fmt::format("{}:{}", options.address, *options.port);
   switch (platform::AskPort(options.address, *options.port)) {
-    case platform::PortAnswer::kFree:
+    case platform::PortOutcome::kFree:
       return kExitDone;
-    case platform::PortAnswer::kTaken:
+    case platform::PortOutcome::kTaken:
       return Fail(place + ": something listens there already; choose another port");
-    case platform::PortAnswer::kNoSuchAddress:
+    case platform::PortOutcome::kNoSuchAddress:
       return Fail(place + ": this machine has no such address");
-    case platform::PortAnswer::kNotPermitted:
+    case platform::PortOutcome::kNotPermitted:
       return Fail(place + ": you may not listen there; ports below 1024 need the rights of root");
   }
   return kExitFailed;

@@ -87,7 +87,7 @@ FailureKind KindOfSense(const ScsiCommand& command, bool isRemovable, bool* isTa
   return KindOfKey(sense, isRemovable, isTaken);
 }
 
-CommandAnswer NotTaken() {
+CommandOutcome NotTaken() {
   return {.isTaken = false};
 }
 
@@ -119,24 +119,24 @@ bool cPassThroughReader::FindStart() {
   return start && m_firstSector % Ratio() == 0 && !IsOdd();
 }
 
-CommandAnswer cPassThroughReader::Read(u64 sector, u32 count, u8* buffer) {
+CommandOutcome cPassThroughReader::Read(u64 sector, u32 count, u8* buffer) {
   const u64 first = (m_firstSector + sector) / Ratio();
   const u64 end = (m_firstSector + sector + count + Ratio() - 1) / Ratio();
   const u32 blocks = static_cast<u32>(end - first);
   const bool fits = blocks * m_target.blockBytes == count * kSectorBytes;
   u8* into = fits ? buffer : m_blocks.Data();
-  CommandAnswer answer = NotTaken();
+  CommandOutcome outcome = NotTaken();
   if (m_target.isOptical && m_readsRaw && blocks == 1) {
     into = m_blocks.Data();
-    answer = ReadRawBlock(first, into);
-    m_readsRaw = answer.isTaken;
+    outcome = ReadRawBlock(first, into);
+    m_readsRaw = outcome.isTaken;
   }
-  if (!answer.isTaken) answer = ReadBlocks(first, blocks, into);
-  if (answer.kind == FailureKind::kNone && into != buffer) TakeOut(sector, count, buffer);
-  if (answer.firstBad != kNowhere) {
-    answer.firstBad = std::max(answer.firstBad * Ratio(), m_firstSector + sector) - m_firstSector;
+  if (!outcome.isTaken) outcome = ReadBlocks(first, blocks, into);
+  if (outcome.kind == FailureKind::kNone && into != buffer) TakeOut(sector, count, buffer);
+  if (outcome.firstBad != kNowhere) {
+    outcome.firstBad = std::max(outcome.firstBad * Ratio(), m_firstSector + sector) - m_firstSector;
   }
-  return answer;
+  return outcome;
 }
 
 void cPassThroughReader::TakeOut(u64 sector, u32 count, u8* buffer) const {
@@ -152,37 +152,37 @@ void cPassThroughReader::TakeOut(u64 sector, u32 count, u8* buffer) const {
 }
 
 // Judges everything but whether enough data came.
-CommandAnswer cPassThroughReader::Send(ScsiCommand* command) {
+CommandOutcome cPassThroughReader::Send(ScsiCommand* command) {
   command->timeoutSeconds = m_target.timeoutSeconds;
   if (!ExecuteScsi(*m_device, *command)) {
     const u32 code = LastFailure();
     if (IsFormRefused(code)) return NotTaken();
     return {.kind = KindOfFailure(code), .code = code};
   }
-  CommandAnswer answer;
-  answer.kind = KindOfSense(*command, m_target.isRemovable, &answer.isTaken);
+  CommandOutcome outcome;
+  outcome.kind = KindOfSense(*command, m_target.isRemovable, &outcome.isTaken);
   const SenseData sense = DecodeSense(*command);
-  answer.sense = u32{sense.key} << 16 | u32{sense.asc} << 8 | sense.ascq;
-  return answer;
+  outcome.sense = u32{sense.key} << 16 | u32{sense.asc} << 8 | sense.ascq;
+  return outcome;
 }
 
-CommandAnswer cPassThroughReader::ReadBlocks(u64 block, u32 count, u8* data) {
+CommandOutcome cPassThroughReader::ReadBlocks(u64 block, u32 count, u8* data) {
   ScsiCommand command = ReadCommand(block, count, m_target.blockBytes, data);
-  CommandAnswer answer = Send(&command);
-  const bool isShort = answer.kind == FailureKind::kNone && command.residual > 0;
-  if (!answer.isTaken || isShort) return NotTaken();
-  if (answer.kind == FailureKind::kMedium) {
+  CommandOutcome outcome = Send(&command);
+  const bool isShort = outcome.kind == FailureKind::kNone && command.residual > 0;
+  if (!outcome.isTaken || isShort) return NotTaken();
+  if (outcome.kind == FailureKind::kMedium) {
     const auto named = SenseInformation(command);
-    if (named && *named - block < count) answer.firstBad = *named;
+    if (named && *named - block < count) outcome.firstBad = *named;
   }
-  return answer;
+  return outcome;
 }
 
-CommandAnswer cPassThroughReader::ReadRawBlock(u64 block, u8* data) {
+CommandOutcome cPassThroughReader::ReadRawBlock(u64 block, u8* data) {
   ScsiCommand command = ReadCdCommand(static_cast<u32>(block), data);
-  const CommandAnswer answer = Send(&command);
+  const CommandOutcome outcome = Send(&command);
   const bool isShort = command.length - command.residual < m_target.blockBytes;
-  return answer.kind == FailureKind::kNone && isShort ? NotTaken() : answer;
+  return outcome.kind == FailureKind::kNone && isShort ? NotTaken() : outcome;
 }
 
 }  // namespace larkspur

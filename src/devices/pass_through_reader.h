@@ -16,13 +16,13 @@ namespace larkspur {
 struct ScsiCommand;
 
 // What one command came to: everything that was asked for, or nothing.
-struct CommandAnswer {
+struct CommandOutcome {
   // False: the drive or its driver does not take such commands, and nothing was read.
   bool isTaken = true;
   platform::FailureKind kind = platform::FailureKind::kNone;
   u32 code = 0;             // the system's error number where the command did not reach the drive
   u64 firstBad = kNowhere;  // the first of the sectors asked for that the drive named as bad
-  u32 sense = 0;            // as AskAnswer::sense
+  u32 sense = 0;            // as AskOutcome::sense
 };
 
 class cPassThroughReader {
@@ -41,17 +41,17 @@ class cPassThroughReader {
 
   // Reads [sector, sector+count) into `buffer`, a page's start. Blocks that do not fit whole
   // sectors (520 bytes and the like) give their first 512 bytes, and count as one sector each.
-  CommandAnswer Read(u64 sector, u32 count, u8* buffer);
+  CommandOutcome Read(u64 sector, u32 count, u8* buffer);
 
  private:
   explicit cPassThroughReader(const Target& target) : m_target(target) {}
   bool FindStart();
   bool IsOdd() const { return m_target.blockBytes % kSectorBytes != 0; }
   u32 Ratio() const { return IsOdd() ? 1 : m_target.blockBytes / kSectorBytes; }
-  CommandAnswer Send(ScsiCommand* command);
-  CommandAnswer ReadBlocks(u64 block, u32 count, u8* data);
+  CommandOutcome Send(ScsiCommand* command);
+  CommandOutcome ReadBlocks(u64 block, u32 count, u8* data);
   // One block of an optical disc, whatever the form of its sector.
-  CommandAnswer ReadRawBlock(u64 block, u8* data);
+  CommandOutcome ReadRawBlock(u64 block, u8* data);
   // Gives the sectors asked for out of the blocks around them.
   void TakeOut(u64 sector, u32 count, u8* buffer) const;
 

@@ -363,19 +363,19 @@ void cFileChooseDialog::Take(const NameDecided& letter) {
 
 void cFileChooseDialog::Take(const FolderMade& letter) {
   if (letter.turn != m_turn) return;
-  switch (letter.made.answer) {
-    case NewFolderAnswer::kNothing:
+  switch (letter.made.outcome) {
+    case NewFolderOutcome::kNothing:
       return;
-    case NewFolderAnswer::kMade:
+    case NewFolderOutcome::kMade:
       return GoTo(letter.made.path);
-    case NewFolderAnswer::kNameOfFile:
+    case NewFolderOutcome::kNameOfFile:
       return Complain(TextOf(FileChooseText::kFileExists), letter.made.path);
-    case NewFolderAnswer::kNameOfFolder:
+    case NewFolderOutcome::kNameOfFolder:
       if (AskAbout(FileChooseText::kFolderExists, letter.made.path)) GoTo(letter.made.path);
       return;
-    case NewFolderAnswer::kNameOfOther:
+    case NewFolderOutcome::kNameOfOther:
       return Complain(TextOf(FileChooseText::kSpecialExists), letter.made.path);
-    case NewFolderAnswer::kFailed:
+    case NewFolderOutcome::kFailed:
       return Complain(TextOf(FileChooseText::kFolderNotMade), letter.made.path);
   }
 }

@@ -101,32 +101,32 @@ void cAskedDevice::OpenForCommands() {
   m_takesCommands = m_commands != nullptr;
 }
 
-AskAnswer cAskedDevice::Ask(u64 sector, void* buffer, u32 count) {
+AskOutcome cAskedDevice::Ask(u64 sector, void* buffer, u32 count) {
   u8* into = static_cast<u8*>(buffer);
   // What is not open was not asked.
   if (!m_device || HasOtherMedium(false)) return {0, FailureKind::kGone};
-  AskAnswer answer =
+  AskOutcome outcome =
       m_commands ? AskByCommand(sector, into, count) : AskThroughKernel(sector, into, count);
   if (m_commands && !m_takesCommands) {
     m_commands.reset();
-    if (!IsOdd()) answer = AskThroughKernel(sector, into, count);
+    if (!IsOdd()) outcome = AskThroughKernel(sector, into, count);
   }
-  if (answer.kind == FailureKind::kNone) return answer;
-  answer.kind = Refined(answer.kind);
-  const bool isAsked = answer.kind != FailureKind::kGone && answer.kind != FailureKind::kSystem;
+  if (outcome.kind == FailureKind::kNone) return outcome;
+  outcome.kind = Refined(outcome.kind);
+  const bool isAsked = outcome.kind != FailureKind::kGone && outcome.kind != FailureKind::kSystem;
   if (isAsked && m_options.passThrough == PassThrough::kAuto) OpenForCommands();
-  return answer;
+  return outcome;
 }
 
-AskAnswer cAskedDevice::AskByCommand(u64 sector, u8* buffer, u32 count) {
-  const CommandAnswer answer = m_commands->Read(sector, count, buffer);
-  m_takesCommands = answer.isTaken;
-  if (!answer.isTaken) return {0, FailureKind::kSystem, answer.code};
-  const u32 delivered = answer.kind == FailureKind::kNone ? count : 0;
-  return {delivered, answer.kind, answer.code, answer.firstBad, answer.sense};
+AskOutcome cAskedDevice::AskByCommand(u64 sector, u8* buffer, u32 count) {
+  const CommandOutcome outcome = m_commands->Read(sector, count, buffer);
+  m_takesCommands = outcome.isTaken;
+  if (!outcome.isTaken) return {0, FailureKind::kSystem, outcome.code};
+  const u32 delivered = outcome.kind == FailureKind::kNone ? count : 0;
+  return {delivered, outcome.kind, outcome.code, outcome.firstBad, outcome.sense};
 }
 
-AskAnswer cAskedDevice::AskThroughKernel(u64 sector, u8* buffer, u32 count) {
+AskOutcome cAskedDevice::AskThroughKernel(u64 sector, u8* buffer, u32 count) {
   SetLastFailure(0);
   const u32 delivered = ReadAround(sector, buffer, count);
   if (delivered == count) return {count};

@@ -22,7 +22,7 @@ class cAskedDevice final : public AskedSource {
   static std::unique_ptr<cAskedDevice> Open(const std::u16string& path, cBaseIO* drive,
                                             const SourceOptions& options);
 
-  AskAnswer Ask(u64 sector, void* buffer, u32 count) override;
+  AskOutcome Ask(u64 sector, void* buffer, u32 count) override;
   const SourceIdentity& Identity() const override { return m_identity; }
   bool Reconnect(double seconds) override;
 
@@ -32,8 +32,8 @@ class cAskedDevice final : public AskedSource {
   bool OpenByPath();
   void OpenForCommands();
   bool IsOdd() const { return m_identity.logicalSectorBytes % kSectorBytes != 0; }
-  AskAnswer AskThroughKernel(u64 sector, u8* buffer, u32 count);
-  AskAnswer AskByCommand(u64 sector, u8* buffer, u32 count);
+  AskOutcome AskThroughKernel(u64 sector, u8* buffer, u32 count);
+  AskOutcome AskByCommand(u64 sector, u8* buffer, u32 count);
   // One transfer of whole sectors of the drive's around the request: the sectors that came of it.
   u32 ReadAround(u64 sector, u8* buffer, u32 count);
   // `kind` unless the system knows that the device, or its medium, has gone.

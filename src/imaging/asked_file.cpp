@@ -50,18 +50,18 @@ void cAskedFile::LeaveCache() {
   m_direct = platform::OwnedFile(platform::OpenPastCache(m_file.Handle()));
 }
 
-AskAnswer cAskedFile::Ask(u64 sector, void* buffer, u32 count) {
+AskOutcome cAskedFile::Ask(u64 sector, void* buffer, u32 count) {
   if (!m_file.IsOpen()) return {0, FailureKind::kGone, 0};
   u8* into = static_cast<u8*>(buffer);
   const bool isDirect = m_direct.IsOpen();
   const u32 delivered =
       isDirect ? AskPastCache(sector, into, count) : AskThroughCache(sector, into, count);
   if (delivered == count) return {count};
-  AskAnswer answer{delivered, FailureKind::kNone, platform::LastFailure()};
-  answer.kind =
-      platform::KindOfFileFailure(answer.code, m_file.Handle(), m_identity.sectors << kSectorShift);
+  AskOutcome outcome{delivered, FailureKind::kNone, platform::LastFailure()};
+  outcome.kind = platform::KindOfFileFailure(outcome.code, m_file.Handle(),
+                                             m_identity.sectors << kSectorShift);
   if (!m_hasFailed) LeaveCache();
-  return answer;
+  return outcome;
 }
 
 u32 cAskedFile::AskThroughCache(u64 sector, u8* buffer, u32 count) {

@@ -20,7 +20,7 @@ class cAskedFile final : public AskedSource {
   // Null on failure; platform::LastFailure() says why.
   static std::unique_ptr<cAskedFile> Open(const std::u16string& path);
 
-  AskAnswer Ask(u64 sector, void* buffer, u32 count) override;
+  AskOutcome Ask(u64 sector, void* buffer, u32 count) override;
   const SourceIdentity& Identity() const override { return m_identity; }
   bool Reconnect(double seconds) override;
 

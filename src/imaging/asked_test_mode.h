@@ -19,12 +19,12 @@ class cAskedTestMode final : public AskedSource {
                  std::shared_ptr<const std::vector<SectorRange>> readable)
       : m_inner(std::move(inner)), m_readable(std::move(readable)) {}
 
-  AskAnswer Ask(u64 sector, void* buffer, u32 count) override {
+  AskOutcome Ask(u64 sector, void* buffer, u32 count) override {
     const u32 readable = ReadablePrefix(*m_readable, sector, count);
     if (readable == 0) return {0, FailureKind::kMedium};
-    AskAnswer answer = m_inner->Ask(sector, buffer, readable);
-    if (answer.delivered == readable && readable < count) answer.kind = FailureKind::kMedium;
-    return answer;
+    AskOutcome outcome = m_inner->Ask(sector, buffer, readable);
+    if (outcome.delivered == readable && readable < count) outcome.kind = FailureKind::kMedium;
+    return outcome;
   }
   const SourceIdentity& Identity() const override { return m_inner->Identity(); }
   bool Reconnect(double seconds) override { return m_inner->Reconnect(seconds); }

@@ -149,7 +149,7 @@ Result<Cache, CacheFault> CreateCache(const std::u16string& path, u64 sectors) {
 Result<std::shared_ptr<CacheLock>, CacheFault> LockCache(const std::u16string& path) {
   OwnedFile file(platform::OpenExistingFile(path.c_str(), kReadWrite));
   if (!file.IsOpen()) return FailedAs(CacheFaultKind::kCannotOpen);
-  if (platform::LockFileAlone(file.Handle()) != platform::LockAnswer::kLockedElsewhere) {
+  if (platform::LockFileAlone(file.Handle()) != platform::LockOutcome::kLockedElsewhere) {
     return std::make_shared<CacheLock>(std::move(file));
   }
   auto shared = CacheLock::FindInProcess(file.Handle());

@@ -175,7 +175,7 @@ ImportResult Fill(const std::u16string& path, const ImportPlan& plan, platform::
   OwnedFile made(platform::OpenExistingFile(path.c_str(), kReadWrite));
   if (!made.IsOpen()) made = OwnedFile(platform::CreateEmptyFile(path.c_str()));
   if (!made.IsOpen()) return Failed(ImportEnd::kCannotCreate);
-  if (platform::LockFileAlone(made.Handle()) == platform::LockAnswer::kLockedElsewhere) {
+  if (platform::LockFileAlone(made.Handle()) == platform::LockOutcome::kLockedElsewhere) {
     return Failed(ImportEnd::kLockedElsewhere);
   }
   platform::SetLastFailure(0);

@@ -30,7 +30,7 @@ Opening Replace(const std::u16string& path) {
   OwnedFile file(
       platform::OpenExistingFile(path.c_str(), platform::kOpenRead | platform::kOpenWrite));
   if (!file.IsOpen()) return FailedAs(OutputFaultKind::kCannotMake);
-  if (platform::LockFileAlone(file.Handle()) == platform::LockAnswer::kLockedElsewhere) {
+  if (platform::LockFileAlone(file.Handle()) == platform::LockOutcome::kLockedElsewhere) {
     return FailedAs(OutputFaultKind::kInUse);
   }
   platform::SetLastFailure(0);

@@ -74,8 +74,8 @@ struct FileTimes {
 bool SetFileTimes(FileHandle file, const FileTimes& times);
 
 // Takes the advisory lock that keeps a second run from the file; it ends with the handle.
-enum class LockAnswer { kLocked, kLockedElsewhere, kUnsupported };
-LockAnswer LockFileAlone(FileHandle file);
+enum class LockOutcome { kLocked, kLockedElsewhere, kUnsupported };
+LockOutcome LockFileAlone(FileHandle file);
 
 // Tells a file from all others of this machine, whatever name it was opened by.
 struct FileIdentity {

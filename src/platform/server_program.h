@@ -25,9 +25,9 @@ std::string ProgramFolder();
 // What a program prints when it is run to its end; none when it fails.
 std::optional<std::string> OutputOf(const std::vector<std::string>& command);
 
-enum class PortAnswer { kFree, kTaken, kNoSuchAddress, kNotPermitted };
+enum class PortOutcome { kFree, kTaken, kNoSuchAddress, kNotPermitted };
 // Whether a server could listen there now.
-PortAnswer AskPort(const std::string& address, u16 port);
+PortOutcome AskPort(const std::string& address, u16 port);
 
 // Whether `path` itself is a socket at which nothing listens: what a server that was killed leaves.
 bool IsAbandonedSocket(const std::string& path);

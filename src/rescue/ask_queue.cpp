@@ -50,7 +50,7 @@ void AskQueue::Push(SectorRange range) {
     if (m_isHeld) return;
     Asked& slot = Slot(m_end++);
     slot.range = range;
-    slot.answer = {};
+    slot.outcome = {};
     slot.wentBadly = false;
   }
   m_changed.notify_all();
@@ -106,11 +106,11 @@ void AskQueue::AskNext(std::unique_lock<std::mutex>& lock) {
   const u32 count = static_cast<u32>(slot.range.count);
   KeepToRate(count);
   const double started = m_clock->Seconds();
-  slot.answer = m_source->Ask(slot.range.first, slot.data, count);
+  slot.outcome = m_source->Ask(slot.range.first, slot.data, count);
   slot.seconds = m_clock->Seconds() - started;
   lock.lock();
   m_isAsking = false;
-  const bool failed = slot.answer.kind != FailureKind::kNone;
+  const bool failed = slot.outcome.kind != FailureKind::kNone;
   slot.wentBadly = failed || (m_judgesSlowness && m_slow.Add(slot.seconds, count));
   ++m_answered;
   if (!slot.wentBadly) return;

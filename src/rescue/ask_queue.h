@@ -24,7 +24,7 @@ namespace larkspur {
 struct Asked {
   SectorRange range;
   u8* data = nullptr;
-  AskAnswer answer;
+  AskOutcome outcome;
   double seconds = 0;
   bool wentBadly = false;  // failed, or reading has become slow
 };

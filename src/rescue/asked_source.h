@@ -16,7 +16,7 @@ using platform::FailureKind;
 
 // What one request came to. Sectors from the first on were delivered; of the others, `kind` says
 // why not.
-struct AskAnswer {
+struct AskOutcome {
   u32 delivered = 0;
   FailureKind kind = FailureKind::kNone;  // kNone: everything was delivered
   u32 code = 0;                           // the system's error number; 0 when it gave none
@@ -48,7 +48,7 @@ class AskedSource {
 
   // Asks for [sector, sector+count) once. `buffer` is a page's start with room for `count` sectors.
   // REQUIRES: 0 < count <= kMaxAskSectors, the range lies inside the source.
-  virtual AskAnswer Ask(u64 sector, void* buffer, u32 count) = 0;
+  virtual AskOutcome Ask(u64 sector, void* buffer, u32 count) = 0;
   virtual const SourceIdentity& Identity() const = 0;
   // Waits up to `seconds` until the source that was gone or silent is there under the same identity
   // and opens it afresh. False when it is not, or is another one.

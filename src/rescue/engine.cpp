@@ -169,7 +169,7 @@ void Engine::Scan(Phase phase, bool forward, Skip skip, SectorRange within) {
   };
   Stream(next, [&](const Asked& asked) {
     const SectorRange& range = asked.range;
-    const bool again = asked.answer.kind == FailureKind::kSystem;
+    const bool again = asked.outcome.kind == FailureKind::kSystem;
     if (again) {
       cursor = forward ? range.first : range.End();
       return;
@@ -253,7 +253,7 @@ bool Engine::AskAlone(SectorRange area, bool forward) {
   };
   Stream(next, [&](const Asked& asked) {
     if (!asked.wentBadly) return;
-    hasFailed = asked.answer.kind != FailureKind::kSystem;
+    hasFailed = asked.outcome.kind != FailureKind::kSystem;
     cursor = forward ? asked.range.first : asked.range.End();  // where the system failed, again
   });
   return !hasFailed;

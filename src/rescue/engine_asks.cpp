@@ -79,7 +79,7 @@ void Engine::GiveWay(const Settled& settled) {
     // Not asked: as where the system failed, it comes next again.
     Asked again;
     again.range = *dropped;
-    again.answer.kind = FailureKind::kSystem;
+    again.outcome.kind = FailureKind::kSystem;
     again.wentBadly = true;
     settled(again);
   }
@@ -118,11 +118,11 @@ bool Engine::TakeAnswers(const Settled& settled) {
 // Neighbours are stored at once.
 bool Engine::StoreAnswers(const Asked* first, u32 count) {
   for (u32 i = 0; i < count;) {
-    SectorRange run{first[i].range.first, first[i].answer.delivered};
+    SectorRange run{first[i].range.first, first[i].outcome.delivered};
     u32 end = i + 1;
-    while (end < count && first[end - 1].answer.delivered == AskedSource::kMaxAskSectors &&
+    while (end < count && first[end - 1].outcome.delivered == AskedSource::kMaxAskSectors &&
            first[end].range.first == run.End()) {
-      run.count += first[end++].answer.delivered;
+      run.count += first[end++].outcome.delivered;
     }
     if (run.count > 0 && !StoreRun(run, first[i].data)) return false;
     i = end;
@@ -162,7 +162,7 @@ void Engine::Settle(const Asked& asked) {
   CountAsked(asked.range);
   Learn(asked);
   m_progress.position = asked.range.first;
-  const SectorRange got{asked.range.first, asked.answer.delivered};
+  const SectorRange got{asked.range.first, asked.outcome.delivered};
   if (got.count > 0) {
     m_ledger.Stored(got);
     const bool isPlanned = m_planned.Contains(got.first);
@@ -173,19 +173,19 @@ void Engine::Settle(const Asked& asked) {
     }
     AliveNow();
   }
-  if (asked.answer.kind != FailureKind::kNone) SettleFailure(asked);
+  if (asked.outcome.kind != FailureKind::kNone) SettleFailure(asked);
 }
 
 void Engine::LogFailure(const Asked& asked) {
-  const AskAnswer& answer = asked.answer;
+  const AskOutcome& outcome = asked.outcome;
   LogEvent event("failed");
   event.Add(asked.range).Add("alone", IsAlone(asked.range));
-  event.Add("kind", FailureKindName(answer.kind)).Add("code", u64{answer.code});
-  if (answer.sense != 0) {
+  event.Add("kind", FailureKindName(outcome.kind)).Add("code", u64{outcome.code});
+  if (outcome.sense != 0) {
     // As the drives' manuals and the kernel's messages have it: key/code/qualifier.
     char sense[12];
-    std::snprintf(sense, sizeof sense, "%x/%02x/%02x", answer.sense >> 16 & 0xFF,
-                  answer.sense >> 8 & 0xFF, answer.sense & 0xFF);
+    std::snprintf(sense, sizeof sense, "%x/%02x/%02x", outcome.sense >> 16 & 0xFF,
+                  outcome.sense >> 8 & 0xFF, outcome.sense & 0xFF);
     event.Add("sense", sense);
   }
   event.Add("ms", u64(asked.seconds * 1000));
@@ -193,18 +193,18 @@ void Engine::LogFailure(const Asked& asked) {
 }
 
 void Engine::SettleFailure(const Asked& asked) {
-  const AskAnswer& answer = asked.answer;
+  const AskOutcome& outcome = asked.outcome;
   const bool alone = IsAlone(asked.range);
   LogFailure(asked);
   if (m_failuresInRow++ == 0) m_firstFailure = m_clock->Seconds() - asked.seconds;
-  const SectorRange rest{asked.range.first + answer.delivered,
-                         asked.range.count - answer.delivered};
-  switch (answer.kind) {
+  const SectorRange rest{asked.range.first + outcome.delivered,
+                         asked.range.count - outcome.delivered};
+  switch (outcome.kind) {
     case FailureKind::kGone:
-      return EndOrWake(StopReason::kGone, answer.code);
+      return EndOrWake(StopReason::kGone, outcome.code);
     case FailureKind::kSystem:
       if (++m_systemFailures > kMostSystemFailures) {
-        return StopWith(StopReason::kSystemFailed, answer.code);
+        return StopWith(StopReason::kSystemFailed, outcome.code);
       }
       m_clock->Sleep(kSystemPause * m_systemFailures);
       return;
@@ -224,13 +224,13 @@ void Engine::SettleFailure(const Asked& asked) {
     m_ledger.GiveUpWitnesses(
         {rest.first / AskedSource::kMaxAskSectors * AskedSource::kMaxAskSectors,
          AskedSource::kMaxAskSectors});
-    const bool isNamed = answer.firstBad > rest.first && answer.firstBad < rest.End();
+    const bool isNamed = outcome.firstBad > rest.first && outcome.firstBad < rest.End();
     if (isNamed && m_named.size() < kMostNamed) {
-      const std::pair named{rest.first, answer.firstBad};
+      const std::pair named{rest.first, outcome.firstBad};
       m_named.insert(std::upper_bound(m_named.begin(), m_named.end(), named), named);
     }
   }
-  if (answer.kind == FailureKind::kMedium) AliveNow();
+  if (outcome.kind == FailureKind::kMedium) AliveNow();
 }
 
 void Engine::AliveNow() {
@@ -280,12 +280,12 @@ bool Engine::ProveBy(SectorRange witness, bool isKnownGood) {
   m_queue.Push(witness);
   Asked* asked = nullptr;
   while (m_queue.Wait(kTickSeconds, 1, &asked) == 0) Tell();
-  const bool isAlive = asked->answer.delivered > 0 || asked->answer.kind == FailureKind::kMedium;
+  const bool isAlive = asked->outcome.delivered > 0 || asked->outcome.kind == FailureKind::kMedium;
   if (isKnownGood) {
     m_progress.asked += witness.count;
     if (isAlive) AliveNow();
-    if (asked->answer.kind == FailureKind::kGone) {
-      EndOrWake(StopReason::kGone, asked->answer.code);
+    if (asked->outcome.kind == FailureKind::kGone) {
+      EndOrWake(StopReason::kGone, asked->outcome.code);
     }
   } else if (StoreAnswers(asked, 1)) {
     Settle(*asked);

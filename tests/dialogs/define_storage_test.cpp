@@ -110,7 +110,7 @@ TEST_F(DefineStorageTest, RefusesACacheOnWhichAnotherRunIsWorking) {
   ASSERT_FALSE(Define(kSectors));
   const platform::OwnedFile locked(
       platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
-  ASSERT_EQ(platform::LockFileAlone(locked.Handle()), platform::LockAnswer::kLocked);
+  ASSERT_EQ(platform::LockFileAlone(locked.Handle()), platform::LockOutcome::kLocked);
   EXPECT_EQ(Define(kSectors), DefineFault::kLockedElsewhere);
 }
 
@@ -119,7 +119,7 @@ TEST_F(DefineStorageTest, LocksTheCacheUntilTheLastCloneIsGone) {
   const auto isLocked = [this] {
     const platform::OwnedFile other(
         platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
-    return platform::LockFileAlone(other.Handle()) == platform::LockAnswer::kLockedElsewhere;
+    return platform::LockFileAlone(other.Handle()) == platform::LockOutcome::kLockedElsewhere;
   };
   auto defined = DefineStorage(SourceOf(kSectors).get(), m_path);
   ASSERT_TRUE(defined);

@@ -323,30 +323,30 @@ TEST(ChosenPath, IsDecidedFromWhatWasTyped) {
 TEST(NewFolder, IsMadeUnlessItsNameIsTaken) {
   const struct {
     const char16_t* name;
-    NewFolderAnswer answer;
+    NewFolderOutcome outcome;
     const char16_t* path;
   } cases[] = {
-      {u"", NewFolderAnswer::kNothing, u""},
-      {u" \" ", NewFolderAnswer::kNothing, u""},
-      {u"new", NewFolderAnswer::kMade, u"C:\\here\\new"},
-      {u" new ", NewFolderAnswer::kMade, u"C:\\here\\new"},
-      {u"bare", NewFolderAnswer::kNameOfFile, u"C:\\here\\bare"},
-      {u"sub", NewFolderAnswer::kNameOfFolder, u"C:\\here\\sub"},
-      {u"sub\\", NewFolderAnswer::kNameOfFolder, u"C:\\here\\sub"},
-      {u"NUL", NewFolderAnswer::kNameOfOther, u"C:\\here\\NUL"},
-      {u"odd", NewFolderAnswer::kNameOfOther, u"C:\\here\\odd"},
-      {u"no\"name", NewFolderAnswer::kFailed, u"C:\\here\\no\"name"},
+      {u"", NewFolderOutcome::kNothing, u""},
+      {u" \" ", NewFolderOutcome::kNothing, u""},
+      {u"new", NewFolderOutcome::kMade, u"C:\\here\\new"},
+      {u" new ", NewFolderOutcome::kMade, u"C:\\here\\new"},
+      {u"bare", NewFolderOutcome::kNameOfFile, u"C:\\here\\bare"},
+      {u"sub", NewFolderOutcome::kNameOfFolder, u"C:\\here\\sub"},
+      {u"sub\\", NewFolderOutcome::kNameOfFolder, u"C:\\here\\sub"},
+      {u"NUL", NewFolderOutcome::kNameOfOther, u"C:\\here\\NUL"},
+      {u"odd", NewFolderOutcome::kNameOfOther, u"C:\\here\\odd"},
+      {u"no\"name", NewFolderOutcome::kFailed, u"C:\\here\\no\"name"},
   };
   for (const auto& c : cases) {
     fakes::FakeFolders folders = SomeFolders();
     const NewFolder made = MakeNewFolder(c.name, u"C:\\here", folders);
-    EXPECT_EQ(made.answer, c.answer) << Utf8FromWide(c.name);
+    EXPECT_EQ(made.outcome, c.outcome) << Utf8FromWide(c.name);
     EXPECT_EQ(made.path, c.path);
-    EXPECT_EQ(folders.made, c.answer == NewFolderAnswer::kMade ? c.path : u"");
+    EXPECT_EQ(folders.made, c.outcome == NewFolderOutcome::kMade ? c.path : u"");
   }
   fakes::FakeFolders folders = SomeFolders();
   folders.makes = false;
-  EXPECT_EQ(MakeNewFolder(u"new", u"C:\\here", folders).answer, NewFolderAnswer::kFailed);
+  EXPECT_EQ(MakeNewFolder(u"new", u"C:\\here", folders).outcome, NewFolderOutcome::kFailed);
 }
 
 TEST(Paths, HaveParentsUpToTheDriveOrShare) {

@@ -16,33 +16,33 @@ DyingDisk::DyingDisk(u64 sectorCount, FakeClock* clock) : asked(sectorCount), m_
   identity.sectors = sectorCount;
 }
 
-AskAnswer DyingDisk::Ask(u64 sector, void* buffer, u32 count) {
+AskOutcome DyingDisk::Ask(u64 sector, void* buffer, u32 count) {
   if (onAsk) onAsk(requests.size());
-  AskAnswer answer;
-  if (misfortune) answer.kind = misfortune(requests.size(), sector, count);
+  AskOutcome outcome;
+  if (misfortune) outcome.kind = misfortune(requests.size(), sector, count);
   const auto firstBad = bad.NextFrom(sector);
   const bool isBad = firstBad && firstBad->first < sector + count;
-  const bool isMedium = answer.kind == FailureKind::kNone;
+  const bool isMedium = outcome.kind == FailureKind::kNone;
   if (isMedium && isBad) {
-    answer.kind = badKind;
-    if (namesBadSector) answer.firstBad = firstBad->first;
-    if (namesBadSector) answer.sense = 0x031100;
+    outcome.kind = badKind;
+    if (namesBadSector) outcome.firstBad = firstBad->first;
+    if (namesBadSector) outcome.sense = 0x031100;
   }
-  requests.push_back({sector, count, answer.kind != FailureKind::kNone});
-  if (isMedium || answer.kind == FailureKind::kUnclear) {
+  requests.push_back({sector, count, outcome.kind != FailureKind::kNone});
+  if (isMedium || outcome.kind == FailureKind::kUnclear) {
     for (u64 s = sector; s < sector + count; ++s) ++asked[s];
   }
-  if (answer.kind != FailureKind::kNone) {
+  if (outcome.kind != FailureKind::kNone) {
     m_clock->now += failureSeconds;
-    answer.code = 5;
-    return answer;
+    outcome.code = 5;
+    return outcome;
   }
   const auto firstSlow = slow.NextFrom(sector);
   const bool isSlow = firstSlow && firstSlow->first < sector + count;
   m_clock->now += sectorSeconds * count * (isSlow ? slowFactor : 1);
-  answer.delivered = count;
+  outcome.delivered = count;
   FillPattern(sector, static_cast<u8*>(buffer), count);
-  return answer;
+  return outcome;
 }
 
 std::string DyingDisk::Pattern() const {

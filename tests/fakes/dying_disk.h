@@ -31,7 +31,7 @@ class DyingDisk final : public AskedSource {
  public:
   DyingDisk(u64 sectorCount, FakeClock* clock);
 
-  AskAnswer Ask(u64 sector, void* buffer, u32 count) override;
+  AskOutcome Ask(u64 sector, void* buffer, u32 count) override;
   const SourceIdentity& Identity() const override { return identity; }
   bool Reconnect(double) override { return false; }
 

@@ -46,17 +46,17 @@ class AskedSourceTest : public DeviceTest {
   // must be the pattern.
   std::string Ask(const Source& source, u64 sector, u32 count) {
     std::memset(m_room.Data(), 0xA5, m_room.Size());
-    const AskAnswer answer = source.asked->Ask(sector, m_room.Data(), count);
-    const auto pattern = fakes::Pattern(sector, answer.delivered);
-    EXPECT_TRUE(answer.delivered == 0 ||
+    const AskOutcome outcome = source.asked->Ask(sector, m_room.Data(), count);
+    const auto pattern = fakes::Pattern(sector, outcome.delivered);
+    EXPECT_TRUE(outcome.delivered == 0 ||
                 std::memcmp(pattern.data(), m_room.Data(), pattern.size()) == 0);
     EXPECT_EQ(m_room.Data()[u64{count} * kSectorBytes], 0xA5) << "nothing past the request";
     constexpr const char* kKinds[] = {"", "medium", "transport", "gone", "system", "unclear"};
-    std::string text = std::to_string(answer.delivered);
-    if (answer.kind == FailureKind::kNone) return text;
-    text += std::string(" ") + kKinds[static_cast<size_t>(answer.kind)];
-    if (answer.sense != 0) text += fmt::format(" {:06x}", answer.sense);
-    if (answer.firstBad != kNowhere) text += " at " + std::to_string(answer.firstBad);
+    std::string text = std::to_string(outcome.delivered);
+    if (outcome.kind == FailureKind::kNone) return text;
+    text += std::string(" ") + kKinds[static_cast<size_t>(outcome.kind)];
+    if (outcome.sense != 0) text += fmt::format(" {:06x}", outcome.sense);
+    if (outcome.firstBad != kNowhere) text += " at " + std::to_string(outcome.firstBad);
     return text;
   }
 

@@ -108,18 +108,18 @@ NewFolder MakeNewFolder(std::u16string_view name, std::u16string_view current,
   const std::u16string text = WithoutEndSlashes(Tidied(name));
   if (text.empty()) return {};
   const std::u16string path = JoinPath(current, text);
-  const auto answered = [&](NewFolderAnswer answer) { return NewFolder{answer, path}; };
+  const auto answered = [&](NewFolderOutcome outcome) { return NewFolder{outcome, path}; };
   switch (folders.KindOf(path)) {
     case PathKind::kAbsent:
-      return answered(folders.Make(path) ? NewFolderAnswer::kMade : NewFolderAnswer::kFailed);
+      return answered(folders.Make(path) ? NewFolderOutcome::kMade : NewFolderOutcome::kFailed);
     case PathKind::kFile:
-      return answered(NewFolderAnswer::kNameOfFile);
+      return answered(NewFolderOutcome::kNameOfFile);
     case PathKind::kFolder:
-      return answered(NewFolderAnswer::kNameOfFolder);
+      return answered(NewFolderOutcome::kNameOfFolder);
     case PathKind::kUnknown:
-      return answered(NewFolderAnswer::kFailed);
+      return answered(NewFolderOutcome::kFailed);
     default:
-      return answered(NewFolderAnswer::kNameOfOther);
+      return answered(NewFolderOutcome::kNameOfOther);
   }
 }
 

@@ -47,10 +47,10 @@ ChosenPath DecideChosenPath(std::u16string_view typed, std::u16string_view curre
                             std::u16string_view extension, FileUse use,
                             platform::cFolders& folders);
 
-enum class NewFolderAnswer { kNothing, kMade, kNameOfFile, kNameOfFolder, kNameOfOther, kFailed };
+enum class NewFolderOutcome { kNothing, kMade, kNameOfFile, kNameOfFolder, kNameOfOther, kFailed };
 
 struct NewFolder {
-  NewFolderAnswer answer = NewFolderAnswer::kNothing;
+  NewFolderOutcome outcome = NewFolderOutcome::kNothing;
   std::u16string path;
 };
 

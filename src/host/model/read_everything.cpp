@@ -51,13 +51,13 @@ class cReadEverythingJob::StorageSource final : public AskedSource {
     m_identity.sectors = job->m_sectors;
   }
 
-  AskAnswer Ask(u64 sector, void* buffer, u32 count) override {
-    AskAnswer answer;
+  AskOutcome Ask(u64 sector, void* buffer, u32 count) override {
+    AskOutcome outcome;
     // Asked before each request: a read-once storage would note as unreadable, for good, what a
     // source that is gone does not deliver.
     if (!m_job->m_source.IsThere()) {
-      answer.kind = FailureKind::kGone;
-      return answer;
+      outcome.kind = FailureKind::kGone;
+      return outcome;
     }
     m_job->m_io->SetPosition(sector);
     const u32 got = m_job->m_io->Read(buffer, count, nullptr);
@@ -67,14 +67,14 @@ class cReadEverythingJob::StorageSource final : public AskedSource {
     const bool isLost = m_job->m_isReadOnce && kept.missing + kept.unknown > 0;
     if (got < count && m_job->m_isReadOnce) {
       m_job->m_cacheFailed = true;
-      answer.kind = FailureKind::kGone;
+      outcome.kind = FailureKind::kGone;
     } else if (!isLost && (got < count || kept.unreadable > 0)) {
       // Without a cache nothing is marked, so nothing needs proof.
-      answer.kind = m_job->m_isReadOnce ? FailureKind::kUnclear : FailureKind::kMedium;
+      outcome.kind = m_job->m_isReadOnce ? FailureKind::kUnclear : FailureKind::kMedium;
     } else {
-      answer.delivered = count;
+      outcome.delivered = count;
     }
-    return answer;
+    return outcome;
   }
   const SourceIdentity& Identity() const override { return m_identity; }
   bool Reconnect(double) override { return false; }

@@ -73,7 +73,7 @@ FileHandle OpenExistingFile(const char16_t* path, u32 mode) {
   }
   const FileHandle file = RefuseFolder(descriptor);
   if (file == kNoFile || !(mode & kOpenExclusive)) return file;
-  if (LockFileAlone(file) == LockAnswer::kLocked) return file;
+  if (LockFileAlone(file) == LockOutcome::kLocked) return file;
   CloseFile(file);
   return kNoFile;
 }
@@ -171,10 +171,10 @@ bool SetFileTimes(FileHandle file, const FileTimes& times) {
   return Succeeded(futimens(Descriptor(file), both));
 }
 
-LockAnswer LockFileAlone(FileHandle file) {
-  if (flock(Descriptor(file), LOCK_EX | LOCK_NB) == 0) return LockAnswer::kLocked;
+LockOutcome LockFileAlone(FileHandle file) {
+  if (flock(Descriptor(file), LOCK_EX | LOCK_NB) == 0) return LockOutcome::kLocked;
   RememberErrno();
-  return errno == EWOULDBLOCK ? LockAnswer::kLockedElsewhere : LockAnswer::kUnsupported;
+  return errno == EWOULDBLOCK ? LockOutcome::kLockedElsewhere : LockOutcome::kUnsupported;
 }
 
 std::optional<FileIdentity> IdentityOf(FileHandle file) {

@@ -143,18 +143,18 @@ std::optional<std::string> OutputOf(const std::vector<std::string>& command) {
   return ended && status == 0 ? std::optional(output) : std::nullopt;
 }
 
-PortAnswer AskPort(const std::string& address, u16 port) {
+PortOutcome AskPort(const std::string& address, u16 port) {
   const Endpoint end = MakeEndpoint(address, port);
-  if (end.length == 0) return PortAnswer::kNoSuchAddress;
+  if (end.length == 0) return PortOutcome::kNoSuchAddress;
   const int socket = ::socket(end.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
   const int yes = 1;
   setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
   const int bound = bind(socket, reinterpret_cast<const sockaddr*>(&end.storage), end.length);
   const int error = errno;
   close(socket);
-  if (bound == 0) return PortAnswer::kFree;
-  if (error == EADDRINUSE) return PortAnswer::kTaken;
-  return error == EACCES ? PortAnswer::kNotPermitted : PortAnswer::kNoSuchAddress;
+  if (bound == 0) return PortOutcome::kFree;
+  if (error == EADDRINUSE) return PortOutcome::kTaken;
+  return error == EACCES ? PortOutcome::kNotPermitted : PortOutcome::kNoSuchAddress;
 }
 
 bool IsAbandonedSocket(const std::string& path) {

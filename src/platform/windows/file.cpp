@@ -159,17 +159,17 @@ bool SetFileTimes(FileHandle file, const FileTimes& times) {
                                Convert(times.access, &access), Convert(times.write, &write)));
 }
 
-LockAnswer LockFileAlone(FileHandle file) {
+LockOutcome LockFileAlone(FileHandle file) {
   OVERLAPPED place{};
   place.OffsetHigh = kLockOffsetHigh;
   if (LockFileEx(Handle(file), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
                  &place)) {
-    return LockAnswer::kLocked;
+    return LockOutcome::kLocked;
   }
   const DWORD error = GetLastError();
   SetLastFailure(error);
   const bool held = error == ERROR_LOCK_VIOLATION || error == ERROR_IO_PENDING;
-  return held ? LockAnswer::kLockedElsewhere : LockAnswer::kUnsupported;
+  return held ? LockOutcome::kLockedElsewhere : LockOutcome::kUnsupported;
 }
 
 std::optional<FileIdentity> IdentityOf(FileHandle file) {

@@ -20,8 +20,8 @@ std::optional<std::string> OutputOf(const std::vector<std::string>&) {
   return std::nullopt;
 }
 
-PortAnswer AskPort(const std::string&, u16) {
-  return PortAnswer::kNotPermitted;
+PortOutcome AskPort(const std::string&, u16) {
+  return PortOutcome::kNotPermitted;
 }
 
 bool IsAbandonedSocket(const std::string&) {

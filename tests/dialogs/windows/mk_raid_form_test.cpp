@@ -71,7 +71,7 @@ TEST_F(MkRAIDFormTest, SaysWhyACacheCannotBeUsed) {
   ASSERT_TRUE(DefineStorage(m_source.get(), m_path));
   const platform::OwnedFile held(
       platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
-  ASSERT_EQ(platform::LockFileAlone(held.Handle()), platform::LockAnswer::kLocked);
+  ASSERT_EQ(platform::LockFileAlone(held.Handle()), platform::LockOutcome::kLocked);
   EXPECT_FALSE(Show({
       Key(VK_DOWN),
       TypePath(),
