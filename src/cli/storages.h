@@ -5,7 +5,6 @@
 // Opening what the user named, with words for everything that may be wrong with it.
 
 #include <functional>
-#include <optional>
 
 #include "cli/commands.h"
 #include "imaging/cache.h"
@@ -16,7 +15,6 @@ namespace larkspur::cli {
 
 // Where opening fails, the user has been told.
 Result<Cache, ExitStatus> OpenCacheToLook(const std::string& path);
-
 Result<Source, ExitStatus> OpenSourceOrTell(const StorageOptions& options);
 
 // Why a device or file could not be opened for reading, with what to do about it.

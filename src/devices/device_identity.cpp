@@ -114,11 +114,12 @@ bool ScsiIdentity(Device& device, DeviceIdentity* identity) {
   u8 data[kInquiryBytes] = {};
   if (!Inquiry(device, data)) return false;
   TakeInquiry(data, identity);
-  ScsiCapacity capacity;
-  if (!ReadCapacity16(device, &capacity) && !ReadCapacity10(device, &capacity)) return false;
-  identity->sectorCount = capacity.lastLba;
-  identity->logicalSectorBytes = capacity.blockBytes;
-  identity->physicalSectorBytes = capacity.blockBytes;
+  auto capacity = ReadCapacity16(device);
+  if (!capacity) capacity = ReadCapacity10(device);
+  if (!capacity) return false;
+  identity->sectorCount = capacity->lastLba;
+  identity->logicalSectorBytes = capacity->blockBytes;
+  identity->physicalSectorBytes = capacity->blockBytes;
   std::fill(std::begin(data), std::end(data), u8{0});
   if (InquirySerial(device, data)) {
     identity->serial = IdentityField({data + 4, data[3]}, ByteOrder::kAsIs);

@@ -69,22 +69,20 @@ bool InquirySerial(Device& device, std::span<u8> data) {
   return command.length - command.residual < 2 || data[1] == kSerialPage;
 }
 
-bool ReadCapacity10(Device& device, ScsiCapacity* capacity) {
+std::optional<ScsiCapacity> ReadCapacity10(Device& device) {
   u8 data[8] = {};
   ScsiCommand command = Reading(0x25, 10, data);
-  if (!Run(device, &command)) return false;
-  *capacity = {LoadBe32(data), LoadBe32(data + 4)};
-  return true;
+  if (!Run(device, &command)) return std::nullopt;
+  return ScsiCapacity{LoadBe32(data), LoadBe32(data + 4)};
 }
 
-bool ReadCapacity16(Device& device, ScsiCapacity* capacity) {
+std::optional<ScsiCapacity> ReadCapacity16(Device& device) {
   u8 data[32] = {};
   ScsiCommand command = Reading(0x9E, 16, data);
   command.cdb[1] = 0x10;
   command.cdb[13] = sizeof(data);
-  if (!Run(device, &command)) return false;
-  *capacity = {LoadBe64(data), LoadBe32(data + 8)};
-  return true;
+  if (!Run(device, &command)) return std::nullopt;
+  return ScsiCapacity{LoadBe64(data), LoadBe32(data + 8)};
 }
 
 ScsiCommand ReadCommand(u64 lba, u32 blocks, u32 blockBytes, u8* data) {

@@ -4,6 +4,8 @@
 
 // The SCSI commands that we send on our own account, each with 20 seconds of time.
 
+#include <optional>
+
 #include "devices/scsi_command.h"
 
 namespace larkspur {
@@ -20,8 +22,8 @@ struct ScsiCapacity {
   u64 lastLba = 0;
   u32 blockBytes = 0;
 };
-bool ReadCapacity10(platform::Device& device, ScsiCapacity* capacity);
-bool ReadCapacity16(platform::Device& device, ScsiCapacity* capacity);
+std::optional<ScsiCapacity> ReadCapacity10(platform::Device& device);
+std::optional<ScsiCapacity> ReadCapacity16(platform::Device& device);
 
 // A READ(10), or a READ(16) for blocks that it does not reach, that reads into `data`; and a READ
 // CD of one block's user data, whatever the sector's form, into room for kRawSectorBytes.

@@ -171,40 +171,39 @@ bool cWinHDIO::GetDescription(char16_t* buffer, i32 capacity) {
 }
 
 bool cWinHDIO::Describe(const std::u16string& prefix, char16_t* buffer, i32 capacity) {
-  std::u16string text;
-  return IdentityText(&text) && CopyText(prefix + text, buffer, capacity);
+  const auto text = IdentityText();
+  return text && CopyText(prefix + *text, buffer, capacity);
 }
 
-bool cWinHDIO::IdentityText(std::u16string* text) {
-  return ProbeDrive(text) || TextOfSystem(text);
+std::optional<std::u16string> cWinHDIO::IdentityText() {
+  auto text = ProbeDrive();
+  return text ? text : TextOfSystem();
 }
 
 // Through a handle of its own: commands to the drive ask for the right to write.
-bool cWinHDIO::ProbeDrive(std::u16string* text) {
+std::optional<std::u16string> cWinHDIO::ProbeDrive() {
   const auto device =
       m_path.IsEmpty() ? nullptr : Devices().Open(m_path.Text(), kAccessRead | kAccessWrite);
   DeviceIdentity identity;
-  if (!device || !ProbeIdentity(*device, &identity)) return false;
+  if (!device || !ProbeIdentity(*device, &identity)) return std::nullopt;
   if (!identity.serial.empty()) m_serial.Assign(identity.serial);
   m_fullSectorCount = identity.sectorCount + 1;
   m_sectorSize = std::max(m_sectorSize, identity.logicalSectorBytes);
   m_sectorRatio = m_sectorSize / kSectorBytes;
   if (identity.model.empty()) identity.model = u"[n/a]";
-  *text = m_removable ? u"Removable " : u"Fixed ";
-  *text += identity.model + KindSuffix(identity.kind);
   m_identity = std::move(identity);
-  return true;
+  return (m_removable ? u"Removable " : u"Fixed ") + m_identity.model + KindSuffix(m_identity.kind);
 }
 
-bool cWinHDIO::TextOfSystem(std::u16string* text) {
-  if (!m_device) return false;
+std::optional<std::u16string> cWinHDIO::TextOfSystem() {
+  if (!m_device) return std::nullopt;
   DescriptorTexts parts;
   parts.serial = m_serial.View();
-  *text = DescriptorText(*m_device, &parts);
+  std::u16string text = DescriptorText(*m_device, &parts);
   m_serial.Assign(parts.serial);
   m_identity.serial = parts.serial;
   m_identity.model = ModelText(parts.vendor, parts.model);
-  return true;
+  return text;
 }
 
 }  // namespace larkspur

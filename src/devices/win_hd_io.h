@@ -10,6 +10,7 @@
 // that is all the retrying there is.
 
 #include <memory>
+#include <optional>
 
 #include "base/owned.h"
 #include "devices/device_identity.h"
@@ -69,10 +70,10 @@ class cWinHDIO : public cBaseIO {
  private:
   bool OpenHandle();
   bool LoadGeometry();
-  // The identity part of the description; false when there is none.
-  bool IdentityText(std::u16string* text);
-  bool ProbeDrive(std::u16string* text);
-  bool TextOfSystem(std::u16string* text);
+  // The identity part of the description; none when there is none.
+  std::optional<std::u16string> IdentityText();
+  std::optional<std::u16string> ProbeDrive();
+  std::optional<std::u16string> TextOfSystem();
 
   bool IsAligned() const { return m_sectorSize % kSectorBytes == 0; }
   // Reads into `into`, a page's start, and answers the bytes that came; nothing closes the device.

@@ -210,16 +210,15 @@ TEST_F(ScsiRequest, CommandsByteByByte) {
   m_drive->inquiry = fakes::MakeInquiry("V", "P", "R");
   m_drive->unitSerial = "S";
   m_drive->sectorBytes = 520;
-  ScsiCapacity capacity;
   m_drive->TakeLog();
   EXPECT_TRUE(Inquiry(*m_device, {data, 1023}));
   EXPECT_FALSE(Inquiry(*m_device, {data, 1024})) << "longer than any";
   EXPECT_TRUE(InquirySerial(*m_device, {data, 512}));
-  EXPECT_TRUE(ReadCapacity10(*m_device, &capacity));
-  EXPECT_EQ(capacity.lastLba, 3999u);
-  EXPECT_EQ(capacity.blockBytes, 520u);
-  EXPECT_TRUE(ReadCapacity16(*m_device, &capacity));
-  EXPECT_EQ(capacity.lastLba, 3999u);
+  const auto capacity = ReadCapacity10(*m_device);
+  ASSERT_TRUE(capacity);
+  EXPECT_EQ(capacity->lastLba, 3999u);
+  EXPECT_EQ(capacity->blockBytes, 520u);
+  EXPECT_EQ(ReadCapacity16(*m_device).value_or(ScsiCapacity()).lastLba, 3999u);
   EXPECT_EQ(ScsiRead10(*m_device, 0x01020304, 2, 520, data), 1040u);
   EXPECT_EQ(ScsiRead16(*m_device, 0x0102030405060708, 2, 520, data), 1040u);
   EXPECT_EQ(m_drive->TakeLog(),
