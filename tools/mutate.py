@@ -3,12 +3,14 @@
 """Plants faults in the sources, one at a time, and counts how many of them the tests catch.
 
 The faults are chosen at random from a seed: the same sources and seed give the same faults. Each folder of src/ gets its
-share of them. All of this happens in a copy of the tree, build/mutants/tree. A fault that does not compile, or of which
-the compiler warns, does not count, and the next of its folder takes its place.
+share of them. All of this happens in a copy of the tree, build/mutants/tree, which is built once: of a source with a fault
+only its object is made, without optimising, and linked in front of the library that has it without the fault. A fault that
+does not compile, or of which the compiler warns, does not count, and the next of its folder takes its place.
 What only Windows builds is left out, and so are headers and generated tables.
 
-For each fault the unit tests of its folder run first, then all unit tests, then the tests of the built programs; the
-first failure ends it. A test that takes four times as long as it should, or that runs out of memory, has caught the fault.
+For each fault the unit tests of its folder run first, then all unit tests, in both cases the quick ones before those that
+take their time, then the tests of the built programs; the first failure ends it. A test that takes four times as long as
+it should, or that runs out of memory, has caught the fault.
 """
 
 import argparse
@@ -19,6 +21,7 @@ import pathlib
 import random
 import re
 import resource
+import shlex
 import shutil
 import signal
 import subprocess
@@ -29,11 +32,15 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "mutants"
 TREE = WORK / "tree"
 BUILD = TREE / "build" / "native"
-UNIT_TESTS = BUILD / "bin" / "larkspur-tests"
+FAULTY = WORK / "bin"  # the programs with the fault
+OBJECT = WORK / "faulty.o"
+UNIT_TESTS = "larkspur-tests"
+PROGRAMS = ("larkspur", "nbdkit-larkspur-plugin.so")
 
 LEAST_PER_FOLDER = 3
 MEMORY_LIMIT_BYTES = 8 << 30
 BUILD_SECONDS = 1800
+SLOW_SECONDS = 0.3  # a test that takes longer waits for the quick ones
 
 # Which tests of the programs say something of a folder; those of windows run on Windows only.
 PROGRAM_TESTS = {
@@ -198,8 +205,43 @@ def configure():
     run_or_end(["cmake", "--preset", "native", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *launcher, *linker])
 
 
-def build(target):
-    return run(["cmake", "--build", str(BUILD), f"--target={target}"], BUILD_SECONDS)[0]
+class Sources:
+    """How the sources are compiled, and how the programs are linked of their objects."""
+
+    def __init__(self):
+        self.compilers, self.linkers = {}, {}
+        for command in json.loads((BUILD / "compile_commands.json").read_text()):
+            path = pathlib.Path(command["file"])
+            if path.is_relative_to(TREE / "src"):
+                self.compilers[path.relative_to(TREE)] = shlex.split(command["command"])
+        for name in (UNIT_TESTS, *PROGRAMS):
+            shown = subprocess.run(["ninja", "-C", str(BUILD), "-t", "commands", f"bin/{name}"], check=True,
+                                   capture_output=True, text=True).stdout
+            self.linkers[name] = shlex.split(shown.splitlines()[-1].removeprefix(": && ").removesuffix(" && :"))
+
+    def compile(self, path):
+        """Makes the object; False where the compiler objects. Without optimising there are no fortified functions."""
+        command = list(self.compilers[path])
+        command[command.index("-o") + 1] = str(OBJECT)
+        return run([*(word for word in command if not word.startswith("-D_FORTIFY_SOURCE")), "-O0", "-g0"],
+                   BUILD_SECONDS, folder=BUILD)[0]
+
+    def link(self, path, name):
+        """Links a program with the object, if the program has that source at all."""
+        before = self.compilers[path][self.compilers[path].index("-o") + 1]
+        library = re.search(r"CMakeFiles/(\w+)\.dir/", before)[1]
+        command = list(self.linkers[name])
+        program = FAULTY / name
+        program.unlink(missing_ok=True)
+        if before in command:
+            command[command.index(before)] = str(OBJECT)
+        elif f"lib/lib{library}.a" in command:
+            command.insert(command.index(f"lib/lib{library}.a"), str(OBJECT))
+        else:
+            program.symlink_to(BUILD / "bin" / name)
+            return
+        command[command.index("-o") + 1] = str(program)
+        run_or_end(command, folder=BUILD)
 
 
 # --- running ------------------------------------------------------------------------------------------------------
@@ -209,13 +251,13 @@ def limit_memory():
     resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT_BYTES, MEMORY_LIMIT_BYTES))
 
 
-def run(arguments, seconds, limits=None):
+def run(arguments, seconds, limits=None, folder=TREE):
     """Whether a program succeeded, and what it printed. It ends with all that it started, and its files go."""
     scratch = WORK / "tmp"
     shutil.rmtree(scratch, ignore_errors=True)
     scratch.mkdir(parents=True, exist_ok=True)
     with open(WORK / "output.log", "w+b") as output:
-        process = subprocess.Popen(arguments, cwd=TREE, stdin=subprocess.DEVNULL, stdout=output, stderr=output,
+        process = subprocess.Popen(arguments, cwd=folder, stdin=subprocess.DEVNULL, stdout=output, stderr=output,
                                    start_new_session=True, preexec_fn=limits, env={**os.environ, "TMPDIR": str(scratch)})
         try:
             status = process.wait(seconds)
@@ -231,10 +273,18 @@ def run(arguments, seconds, limits=None):
         return status == 0, output.read().decode(errors="replace")
 
 
-def run_or_end(arguments):
-    succeeded, output = run(arguments, BUILD_SECONDS)
+def run_or_end(arguments, folder=TREE):
+    succeeded, output = run(arguments, BUILD_SECONDS, folder=folder)
     if not succeeded:
         sys.exit(f"{output}\n{' '.join(arguments)} failed")
+
+
+def times_of_unit_tests():
+    """How long each takes; all of them pass."""
+    times = WORK / "times.json"
+    run_or_end([str(FAULTY / UNIT_TESTS), "--gtest_brief=1", f"--gtest_output=json:{times}"])
+    return {f"{suite['name']}.{test['name']}": float(test["time"].rstrip("s"))
+            for suite in json.loads(times.read_text())["testsuites"] for test in suite["testsuite"]}
 
 
 class DoesNotCompile(Exception):
@@ -245,18 +295,31 @@ class Tests:
     """The stages of tests, each with the time that it needs when nothing is wrong."""
 
     def __init__(self):
-        self.seconds = {}
+        self.unit = {}
+        self.programs = {}
+
+    def unit_stages(self, folder):
+        """The unit tests, those of the folder first and the quick ones of each before the slow: (name, tests)."""
+        own = self.suites(folder)
+        for name, is_own in ((f"unit tests of {folder}", True), ("unit tests", False)):
+            for is_slow in (False, True):
+                tests = [test for test, seconds in self.unit.items()
+                         if (test.split(".")[0].split("/")[-1] in own) == is_own and (seconds > SLOW_SECONDS) == is_slow]
+                if tests:
+                    yield name, tests
 
     def stages(self, folder):
-        """The tests for a folder's faults, nearest first: (name, target to build, arguments)."""
-        unit = [str(UNIT_TESTS), "--gtest_brief=1", "--gtest_fail_fast"]
-        suites = self.suites(folder)
-        if suites:
-            names = ":".join(f"*{suite}.*:{suite}/*" for suite in suites)
-            yield f"unit tests of {folder}", "larkspur-tests", [*unit, f"--gtest_filter={names}"]
-        yield "unit tests", "larkspur-tests", unit
+        """The tests for a folder's faults, nearest first: (name, programs to link, arguments, seconds)."""
+        for name, tests in self.unit_stages(folder):
+            arguments = [str(FAULTY / UNIT_TESTS), "--gtest_brief=1", "--gtest_fail_fast",
+                         "--gtest_filter=" + ":".join(tests)]
+            yield name, (UNIT_TESTS,), arguments, sum(self.unit[test] for test in tests)
         for name in PROGRAM_TESTS.get(folder, "").split():
-            yield "programs", "all", ["ctest", "--test-dir", str(BUILD), "-R", f"^e2e_{name}$"]
+            yield "programs", PROGRAMS, self.program(name), self.programs[name]
+
+    @staticmethod
+    def program(name):
+        return [sys.executable, str(TREE / f"tests/e2e/{name}_test.py"), str(FAULTY / "larkspur")]
 
     @staticmethod
     def suites(folder):
@@ -268,44 +331,42 @@ class Tests:
     def measure(self, folders):
         """The tests must pass before a fault is planted; how long they take then limits them."""
         run_or_end(["cmake", "--build", str(BUILD), "--target=all"])
-        for folder in folders:
-            for name, _, arguments in self.stages(folder):
-                if tuple(arguments) in self.seconds:
-                    continue
-                begin = time.monotonic()
-                passed, output = run(arguments, BUILD_SECONDS, limit_memory)
-                if not passed:
-                    sys.exit(f"{output}\nThe {name} fail without any fault.")
-                self.seconds[tuple(arguments)] = time.monotonic() - begin
+        shutil.rmtree(FAULTY, ignore_errors=True)
+        FAULTY.mkdir()
+        for program in (BUILD / "bin").iterdir():
+            (FAULTY / program.name).symlink_to(program)
+        self.unit = times_of_unit_tests()
+        for name in {name for folder in folders for name in PROGRAM_TESTS.get(folder, "").split()}:
+            begin = time.monotonic()
+            run_or_end(self.program(name))
+            self.programs[name] = time.monotonic() - begin
 
-    def what_catches(self, folder):
+    def what_catches(self, fault, sources):
         """The stage that fails, None if all pass. Raises DoesNotCompile."""
-        for name, target, arguments in self.stages(folder):
-            if not build(target):
-                raise DoesNotCompile
-            if not run(arguments, 20 + 4 * self.seconds[tuple(arguments)], limit_memory)[0]:
+        if not sources.compile(fault.path):
+            raise DoesNotCompile
+        linked = set()
+        for name, programs, arguments, seconds in self.stages(fault.folder):
+            for program in set(programs) - linked:
+                sources.link(fault.path, program)
+            linked.update(programs)
+            if not run(arguments, 20 + 4 * seconds, limit_memory)[0]:
                 return name
         return None
 
 
-def plant(fault):
-    """Plants a fault and returns what the file said before."""
+def try_fault(fault, tests, sources):
+    """The outcome of a fault, or None if it does not compile. The source is left as it was, with its time."""
     path = TREE / fault.path
-    text = path.read_text()
-    end = fault.offset + len(fault.before)
-    path.write_text(text[: fault.offset] + fault.after + text[end:])
-    return text
-
-
-def try_fault(fault, tests):
-    """The outcome of a fault, or None if it does not compile."""
-    text = plant(fault)
+    text, times = path.read_text(), path.stat()
+    path.write_text(text[: fault.offset] + fault.after + text[fault.offset + len(fault.before):])
     try:
-        return Outcome(fault, tests.what_catches(fault.folder))
+        return Outcome(fault, tests.what_catches(fault, sources))
     except DoesNotCompile:
         return None
     finally:
-        (TREE / fault.path).write_text(text)
+        path.write_text(text)
+        os.utime(path, ns=(times.st_atime_ns, times.st_mtime_ns))
 
 
 # --- the report ---------------------------------------------------------------------------------------------------
@@ -387,10 +448,11 @@ def main():
     signal.signal(signal.SIGTERM, signal.default_int_handler)  # what runs ends with us
     tests = Tests()
     tests.measure(sources)
+    how = Sources()
     outcomes = []
     try:
         for faults in plan:
-            outcome = next(filter(None, (try_fault(fault, tests) for fault in faults)), None)
+            outcome = next(filter(None, (try_fault(fault, tests, how) for fault in faults)), None)
             if outcome:
                 outcomes.append(outcome)
                 print_outcome(len(outcomes), outcome)
