@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/printable.h"
 #include "partitions/detection.h"
 #include "partitions/part_records.h"
 #include "partitions/type_names.h"
@@ -22,6 +23,13 @@ cSoftRAIDMember* Member(u32 columns, u32 layout, std::u16string_view level,
   member->m_blockBytes = blockBytes;
   const u8 set[] = {0x01, 0xAB};
   if (blockBytes > kSectorBytes) member->SetIdentifier(set);
+  return member;
+}
+
+// A member of a set whose identifier has that many bytes.
+cSoftRAIDMember* MemberOf(size_t bytes) {
+  auto* member = Member(1, kLayoutMirror, u"", u"", 512);
+  member->SetIdentifier(std::vector<u8>(bytes, 0xCD));
   return member;
 }
 
@@ -49,7 +57,7 @@ cPartNameData* Name() {
 TEST(TreeTable, TellsOfEveryRecord) {
   const struct {
     cPartExtension* record;
-    const char* words;
+    std::string words;
   } kCases[] = {
       {Member(2, kLayoutMirror, u"raid1", u"data", 65536),
        "; piece 1 of 2 of raid1 \"data\", blocks of 64.0 KiB, set 01ab"},
@@ -58,6 +66,10 @@ TEST(TreeTable, TellsOfEveryRecord) {
       {Member(2, kLayoutStripe, u"", u"", 512), "; piece 1 of 2 of a stripe"},
       {Member(2, kLayoutNone, u"", u"x", 512), "; piece 1 of 2 of a set \"x\""},
       {Member(1, kLayoutSimple, u"linear", u"root", 512), "; linear \"root\""},
+      {Member(1, kLayoutSimple, u"", std::u16string(600, u'n'), 512),
+       "; a linear set \"" + std::string(512, 'n') + "\""},
+      {MemberOf(64), "; a mirror, set " + HexText(std::vector<u8>(64, 0xCD))},
+      {MemberOf(65), "; a mirror"},
       {Luks(), "; version 2, aes-xts, 1234"},
       {Segment(), "; segment 1 of 2"},
       {Name(), "; \"home\""},
@@ -72,7 +84,7 @@ TEST(TreeTable, TellsOfEveryRecord) {
     EXPECT_EQ(TreeTable(*node),
               "       start      sectors       size  what\n"
               "           8           16    8.0 KiB  Linux RAID (253)" +
-                  std::string(test.words) + "\n");
+                  test.words + "\n");
   }
 }
 

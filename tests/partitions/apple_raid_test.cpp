@@ -77,10 +77,14 @@ TEST(AppleRaid, DescribesTheMemberOnItsDataArea) {
   }
 }
 
-TEST(AppleRaid, FindsTheHeaderOfPartitionsOfAnyLength) {
+TEST(AppleRaid, FindsTheHeaderOfPartitionsOfAnyLengthAndTable) {
   for (u64 length = kLength; length < kLength + 9; ++length) {
     EXPECT_NE(Contents(Disk(Properties({}), length)).find("64+512 "), std::string::npos) << length;
   }
+  DiskBuilder disk = Disk(Properties({}));
+  disk.Le(0, 510, 2, 0).Gpt(1, 1, 4);  // no boot record
+  disk.GptEntry(1, 0, "52414944-0000-11AA-AA11-00306543ECAC", kStart, kStart + kLength - 1);
+  EXPECT_NE(Contents(disk).find("64+512 32767 "), std::string::npos) << disk.Tree();
 }
 
 TEST(AppleRaid, PlacesTheDataByItsChunksOrElseByTheHeader) {
@@ -109,10 +113,7 @@ TEST(AppleRaid, PlacesTheDataByItsChunksOrElseByTheHeader) {
     EXPECT_EQ(tree.find(test.place) != tree.npos, isUnderstood) << test.what << tree;
     EXPECT_EQ(tree.empty(), !isUnderstood) << test.what;
   }
-}
-
-TEST(AppleRaid, ReadsNoMemberWithoutItsProperties) {
-  EXPECT_EQ(Contents(Disk("<dict>", kLength, 512)), "");
+  EXPECT_EQ(Contents(Disk("<dict>", kLength, 512)), "") << "no properties";
   EXPECT_EQ(Contents(Disk(std::string(3944, '<'), kLength, 512)), "");
 }
 
@@ -131,14 +132,6 @@ TEST(AppleRaid, HeadersInHeadersEnd) {
     disk.Text(kStart + length - 8, 152, Properties({.chunkCount = length - 8, .chunkBytes = 512}));
   }
   EXPECT_LT(disk.Tree().size(), 20000u);
-}
-
-TEST(AppleRaid, FindsTheEndOfAGuidPartition) {
-  constexpr char kRaid[] = "52414944-0000-11AA-AA11-00306543ECAC";
-  DiskBuilder disk = Disk(Properties({}));
-  disk.Le(0, 510, 2, 0);  // no boot record
-  disk.Gpt(1, 1, 4).GptEntry(1, 0, kRaid, kStart, kStart + kLength - 1);
-  EXPECT_NE(Contents(disk).find("64+512 32767 "), std::string::npos) << disk.Tree();
 }
 
 }  // namespace

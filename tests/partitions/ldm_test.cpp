@@ -68,10 +68,6 @@ TEST(Ldm, FindsDisksHoweverTheirRecordsAreWritten) {
   EXPECT_EQ(Children(volume(LdmDisk().RawDiskIdentifiers())), usual);
 }
 
-TEST(Ldm, LeavesThePiecesOnOtherDisksAlone) {
-  EXPECT_EQ(Children(LdmDisk().Simple("V", "E:", {2, 0, 64}).Simple("W", "F:", {9, 0, 64})), "");
-}
-
 TEST(Ldm, PutsTheVolumesOfAGptDiskUnderItsMetadata) {
   LdmDisk disk;
   disk.OnGpt().Simple("V", "", {1, 8, 64});
@@ -244,10 +240,14 @@ TEST(Ldm, ADatabaseThatCannotBeReadWholeGivesNothing) {
   }
 }
 
-TEST(Ldm, PassesOverPartitionsThatEndNowhere) {
+TEST(Ldm, PassesOverPartitionsThatEndNowhereOrLieOnOtherDisks) {
   constexpr u64 kLast = ~u64{0};
-  for (const fakes::LdmPiece& piece :
-       {fakes::LdmPiece{1, kLast - 10, 64}, {1, kLast - 100, 64}, {1, 0, 0}, {1, 0, kLast}}) {
+  for (const fakes::LdmPiece& piece : {fakes::LdmPiece{1, kLast - 10, 64},
+                                       {1, kLast - 100, 64},
+                                       {1, 0, 0},
+                                       {1, 0, kLast},
+                                       {2, 0, 64},
+                                       {9, 0, 64}}) {
     EXPECT_EQ(Children(LdmDisk().Simple("V", "", piece)), "") << piece.start;
   }
 }

@@ -84,12 +84,9 @@ TEST(MdRaid, RefusesSuperblocksThatContradictThemselves) {
               test.matches ? std::string(kMdRoot) + "(false)\n" : "0+4100 32764 \"[unknown]\"\n")
         << test.what;
   }
-}
-
-TEST(MdRaid, ASpareHasNoPlaceOfItsOwn) {
-  DiskBuilder disk(4100);
-  PutSuper1(disk, 8, 2048, 2000).Le(8, 160, 4, 0xFFFFFFFF);
-  EXPECT_EQ(disk.Tree(), kMdRoot + MdChild("2048+2000", "raid1", 3, 0));
+  DiskBuilder spare(4100);
+  PutSuper1(spare, 8, 2048, 2000).Le(8, 160, 4, 0xFFFFFFFF);
+  EXPECT_EQ(spare.Tree(), kMdRoot + MdChild("2048+2000", "raid1", 3, 0)) << "it has no place";
 }
 
 // A 0.90 superblock in either byte order; the member has 4100 sectors.
@@ -349,6 +346,11 @@ TEST(IntelMatrix, MakesAChildOfEveryVolume) {
   EXPECT_EQ(IntelTree(IntelMember(4096), u"disk"), tree(1));
   EXPECT_EQ(IntelTree(IntelMember(4096), u" SERIAL-A "), tree(0));
   EXPECT_EQ(IntelTree(IntelMember(4096), u""), "0+4096 32764 \"[unknown]\"\n");
+  for (const u32 total : {0u, 215u, 479u, 200000u, 0xFFFFFFFFu}) {
+    DiskBuilder disk = IntelMember(4096);
+    EXPECT_EQ(IntelTree(disk.Le(4094, 36, 4, total), u"disk").find("64+3000"), std::string::npos)
+        << "metadata that runs out, " << total;
+  }
 }
 
 TEST(IntelMatrix, StaysBesideWhatTheSectorsSay) {
@@ -372,14 +374,6 @@ TEST(IntelMatrix, ReadsMetadataOfSeveralSectors) {
   std::copy_n(bytes.begin(), 512 - volume, disk.At(anchor, volume, 512 - volume));
   std::copy(bytes.begin() + 512 - volume, bytes.end(), disk.At(anchor - 1, 0, bytes.size()));
   EXPECT_NE(IntelTree(disk, u"SERIAL-B").find("64+3000"), std::string::npos);
-}
-
-TEST(IntelMatrix, RefusesMetadataThatRunsOut) {
-  for (const u32 total : {0u, 215u, 479u, 200000u, 0xFFFFFFFFu}) {
-    DiskBuilder disk = IntelMember(4096);
-    const std::string tree = IntelTree(disk.Le(4094, 36, 4, total), u"disk");
-    EXPECT_EQ(tree.find("64+3000"), std::string::npos) << total;
-  }
 }
 
 }  // namespace
