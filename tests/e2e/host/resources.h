@@ -2,7 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// What the process holds of the system, to see whether it grows.
+// What the process holds of the system, to see whether it grows: of the host's C, and of the C++
+// that counts it.
 
 #include <windows.h>
 
@@ -11,15 +12,19 @@
 typedef struct {
   size_t heapBlocks;  // in use
   size_t heapBytes;
-  DWORD gdiObjects, userObjects;  // 0 on systems that do not count them
-  DWORD handles;
-  // The highest of some handles made for the purpose: numbers are used again, so these rise with
-  // what is not given back, on every system.
-  DWORD highestGdi, highestUser, highestHandle;
+  size_t drawingObjects, windows, handles;
 } Resources;
+
+#ifdef __cplusplus
+extern "C" {
+#endif
 
 Resources CountResources(HANDLE heap);
 
 // Whether nothing has grown, but for that many handles; says so on the console.
 bool CompareResources(const char* when, const Resources* before, const Resources* after,
                       size_t spareHandles);
+
+#ifdef __cplusplus
+}
+#endif
