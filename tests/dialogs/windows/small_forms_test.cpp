@@ -118,12 +118,8 @@ TEST_F(AboutPlgFormTest, SaysWhatTheModuleIs) {
     EXPECT_EQ(box.bottom, 290);
     PressKey(VK_RETURN);
   }});
+  cAboutPlgForm::Present(nullptr);  // shows nothing without a parent
   cAboutPlgForm::Present(GetDesktopWindow());
-}
-
-TEST_F(AboutPlgFormTest, NeedsAParent) {
-  cFormDriver driver({});
-  cAboutPlgForm::Present(nullptr);
 }
 
 class NewFolderNameReqFormTest : public FormTest {
@@ -142,9 +138,6 @@ TEST_F(NewFolderNameReqFormTest, AnswersWithTheTextAsItStands) {
   EXPECT_EQ(Ask({Type(L" \"E:\\\" "), Key(VK_RETURN)}), u" \"E:\\\" ");
   EXPECT_EQ(Ask({Type(L"Диск"), Press(IDOK)}), u"Диск");
   EXPECT_EQ(Ask({Key(VK_RETURN)}), u"");
-}
-
-TEST_F(NewFolderNameReqFormTest, AnswersWithNothingWhenCancelled) {
   EXPECT_EQ(Ask({Type(L"E:"), Key(VK_ESCAPE)}), std::nullopt);
   EXPECT_EQ(Ask({Type(L"E:"), Press(IDCANCEL)}), std::nullopt);
 }

@@ -126,24 +126,17 @@ TEST_F(CustomFormTest, StartsInItsFirstChildAndTabMovesInReadingOrder) {
   cSampleForm().Present(nullptr);
 }
 
-TEST_F(CustomFormTest, EnterPressesTheButtonThatHasTheFocus) {
+TEST_F(CustomFormTest, EnterPressesTheButtonThatHasTheFocusOrIsTheCurrentOne) {
   cSampleForm form;
-  cFormDriver driver(
-      {[&](HWND) { form.buttons.Find(kThirdId)->Focus(); }, Key(VK_RETURN), Key(VK_ESCAPE)});
-  EXPECT_EQ(form.Present(nullptr), 0u);
-  EXPECT_EQ(form.commands, (std::vector<u32>{kThirdId, IDCANCEL}));
-}
-
-TEST_F(CustomFormTest, TheCurrentButtonIsTheOneThatEnterPresses) {
-  cSampleForm form;
-  cFormDriver driver({[&](HWND) { form.buttons.SetCurrent(kThirdId, true); },
+  cFormDriver driver({[&](HWND) { form.buttons.Find(kThirdId)->Focus(); }, Key(VK_RETURN),
+                      [&](HWND) { form.buttons.SetCurrent(kThirdId, true); },
                       [&](HWND) {
                         EXPECT_EQ(FocusedId(), static_cast<int>(kThirdId));
                         form.first.Focus();
                       },
                       Key(VK_RETURN), Key(VK_ESCAPE)});
-  form.Present(nullptr);
-  EXPECT_EQ(form.commands, (std::vector<u32>{kThirdId, IDCANCEL}));
+  EXPECT_EQ(form.Present(nullptr), 0u);
+  EXPECT_EQ(form.commands, (std::vector<u32>{kThirdId, kThirdId, IDCANCEL}));
 }
 
 TEST_F(CustomFormTest, FunctionKeysRunActionsAndNothingElse) {
@@ -174,31 +167,23 @@ TEST_F(CustomFormTest, StandsOverItsParentWhichCanDoNothingMeanwhile) {
   EXPECT_EQ(cSampleForm().Present(host.Child()), 7u);
   EXPECT_TRUE(IsWindowEnabled(host.Window()));
   EXPECT_EQ(GetActiveWindow(), host.Window());
-}
-
-TEST_F(CustomFormTest, LeavesAParentDisabledThatWasSoBefore) {
-  cHostWindow host;
   EnableWindow(host.Window(), FALSE);
-  cFormDriver driver({Key(VK_ESCAPE)});
+  cFormDriver second({Key(VK_ESCAPE)});
   cSampleForm().Present(host.Window());
-  EXPECT_FALSE(IsWindowEnabled(host.Window()));
+  EXPECT_FALSE(IsWindowEnabled(host.Window())) << "as it was before";
 }
 
-TEST_F(CustomFormTest, NeedsNoParent) {
+TEST_F(CustomFormTest, NeedsNoParentAndEndsWhenItsOwnGoes) {
   HWND gone = nullptr;
   {
     cHostWindow host;
     gone = host.Window();
+    cFormDriver driver({[&](HWND) { DestroyWindow(gone); }});
+    EXPECT_EQ(cSampleForm().Present(gone), 0u);
   }
   cFormDriver driver({Key(VK_RETURN), Key(VK_RETURN)});
   EXPECT_EQ(cSampleForm().Present(gone), 7u);
   EXPECT_EQ(cSampleForm().Present(nullptr), 7u);
-}
-
-TEST_F(CustomFormTest, EndsWhenItsParentGoes) {
-  cHostWindow host;
-  cFormDriver driver({[&](HWND) { DestroyWindow(host.Window()); }});
-  EXPECT_EQ(cSampleForm().Present(host.Window()), 0u);
 }
 
 TEST_F(CustomFormTest, PassesOnThatTheProgramIsToQuit) {
@@ -238,15 +223,8 @@ TEST_F(CustomFormTest, PlacesItsChildrenByTheirAnchors) {
     EXPECT_EQ(ClientOf(form), "400x230");
     EXPECT_EQ(PlaceIn(form, 102), "5,25 390x22");
     EXPECT_EQ(PlaceIn(form, 105), "315,190 75x24");
-    PressKey(VK_ESCAPE);
-  }});
-  cSampleForm().Present(nullptr);
-}
-
-TEST_F(CustomFormTest, IsNeverSmallerThanItsLeastSize) {
-  cFormDriver driver({[](HWND form) {
     SetWindowPos(form, nullptr, 0, 0, 10, 10, SWP_NOMOVE | SWP_NOZORDER);
-    EXPECT_EQ(ClientOf(form), "300x150");
+    EXPECT_EQ(ClientOf(form), "300x150") << "never smaller than its least size";
     PressKey(VK_ESCAPE);
   }});
   cSampleForm().Present(nullptr);
