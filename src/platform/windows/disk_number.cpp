@@ -24,7 +24,7 @@ std::set<u32> MountedDisks() {
   const DWORD letters = GetLogicalDrives();
   for (char16_t letter = u'A'; letter <= u'Z'; ++letter) {
     if (!(letters >> (letter - u'A') & 1)) continue;
-    if (const auto disk = DiskNumber(std::u16string(u"\\\\.\\") + letter + u':')) {
+    if (const auto disk = DiskNumber(u"\\\\.\\" + std::u16string(1, letter) + u":")) {
       disks.insert(*disk);
     }
   }
