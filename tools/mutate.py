@@ -229,7 +229,7 @@ class Sources:
     def link(self, path, name):
         """Links a program with the object, if the program has that source at all."""
         before = self.compilers[path][self.compilers[path].index("-o") + 1]
-        library = re.search(r"CMakeFiles/(\w+)\.dir/", before)[1]
+        library = re.search(r"CMakeFiles/([\w-]+)\.dir/", before)[1]
         command = list(self.linkers[name])
         program = FAULTY / name
         program.unlink(missing_ok=True)
