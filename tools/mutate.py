@@ -202,7 +202,8 @@ def configure():
     # A compiler cache knows most of it from the build that it is a copy of.
     launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
     linker = ["-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld"] if shutil.which("ld.lld") else []
-    run_or_end(["cmake", "--preset", "native", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *launcher, *linker])
+    # Headers that were compiled with optimising are refused where a fault is compiled without.
+    run_or_end(["cmake", "--preset", "native", "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON", *launcher, *linker])
 
 
 class Sources:
