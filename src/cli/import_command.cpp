@@ -21,10 +21,6 @@ namespace {
 
 Result<ImportPlan, ExitStatus> ReadPlan(const std::string& path) {
   const auto blocks = ReadMapfile(WideFromUtf8(path));
-  if (!blocks && blocks.error().detail.empty() && blocks.error().systemError == 0) {
-    return Failed(Fail(fmt::format("{}: this is not a mapfile: it is larger than {}", path,
-                                   SizeText(kMaxMapfileBytes))));
-  }
   if (!blocks) return Failed(Fail(MapfileWords(path, blocks.error())));
   ImportPlan plan = PlanImport(*blocks);
   if (plan.sectors == 0) return Failed(Fail(path + ": the mapfile covers no sector"));

@@ -4,6 +4,7 @@
 
 #include "base/path_text.h"
 #include "cli/output.h"
+#include "imaging/size_text.h"
 #include "platform/device.h"
 #include "platform/system_error.h"
 
@@ -54,7 +55,11 @@ std::string CannotOpenWords(const std::string& name, unsigned systemError) {
 }
 
 std::string MapfileWords(const std::string& name, const MapfileFault& fault) {
-  if (fault.detail.empty()) return Failure(name, "the mapfile cannot be read", fault.systemError);
+  if (fault.systemError != 0) return Failure(name, "the mapfile cannot be read", fault.systemError);
+  if (fault.detail.empty()) {
+    return fmt::format("{}: this is not a mapfile: it is larger than {}", name,
+                       SizeText(kMaxMapfileBytes));
+  }
   return fmt::format("{}: line {}: {}", name, fault.line, fault.detail);
 }
 

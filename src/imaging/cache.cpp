@@ -62,7 +62,7 @@ std::optional<CacheFault> DamageOf(cFlatIO* file, const SparseLayout& layout, cK
   const u64 bytes = file->GetByteSize();
   const u64 sectors = bytes >> kSectorShift;
   if (sectors < layout.DataStart()) return CacheFault{CacheFaultKind::kIncomplete};
-  if (survey.unread > 0) return CacheFault{CacheFaultKind::kUnreadable};
+  if (survey.unread > 0) return CacheFault{CacheFaultKind::kUnreadable, platform::LastFailure()};
   // New records go to the file's end, so nothing that the index names may lie past it.
   const u64 records = layout.RecordsIn(sectors);
   const bool endsWithRecord = layout.RecordSector(records) << kSectorShift == bytes;

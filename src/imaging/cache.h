@@ -26,7 +26,7 @@ enum class CacheFaultKind {
   kDamagedHeader,    // it was a cache, but its header makes no sense
   kIncomplete,       // the file ends before its index, or before records that the index names
   kSharedRecord,     // two blocks name one record: what one of them reads is the other's data
-  kUnreadable,       // part of its index cannot be read
+  kUnreadable,       // part of its index cannot be read: systemError
   kOtherSize,        // made of a storage with another sector count: cacheSectors
   kLockedElsewhere,  // another run is working on it
   kCannotCreate,     // systemError says why

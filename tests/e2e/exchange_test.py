@@ -121,6 +121,11 @@ class ExchangeTest(program.ProgramTest):
                               ("cannot be created", "rescue.img", "rescue.map", "absent/disk.kvrsp")):
             with self.subTest(names=names):
                 self.refused(words, "import", *names)
+        blank("huge.map", (256 << 20) // SECTOR + 1)
+        for command in (("import", "rescue.img", "huge.map", "disk.kvrsp"),
+                        ("image", "rescue.img", "other.kvrsp", "--test-mode", "huge.map")):
+            self.refused("huge.map: this is not a mapfile: it is larger than 256.0 MiB", *command)
+        pathlib.Path("huge.map").unlink()
         self.assertEqual(pathlib.Path("taken.kvrsp").read_text(), "mine")
         self.assertEqual(sorted(p.name for p in pathlib.Path(".").iterdir()),
                          ["folder", "rescue.img", "rescue.map", "taken.kvrsp"])
