@@ -114,8 +114,7 @@ void ReadNodeAhead(Scan& scan, const cPartTreeItem& node) {
     if (!scan.TakesNotes() || piece.first + piece.count > length) break;
     scan.ReadAhead(node.m_start + piece.first, piece.count);
   }
-  // The sector past it as well: often the next logical drive's table or the next partition.
-  if (length > 64 + kAtEnd) scan.ReadAhead(node.m_start + length - kAtEnd, kAtEnd + 1);
+  if (length > 64 + kAtEnd) scan.ReadAhead(node.m_start + length - kAtEnd, kAtEnd);
 }
 
 }  // namespace
