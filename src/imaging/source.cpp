@@ -60,7 +60,7 @@ Result<Source, SourceFault> OpenSource(const std::u16string& path, const SourceO
     }
     auto readable = std::make_shared<std::vector<SectorRange>>(FinishedSectors(*blocks));
     storage.reset(new cFailingIO(std::move(storage), readable));
-    source.asked.reset(new cAskedTestMode(std::move(source.asked), std::move(readable)));
+    source.asked = std::make_unique<cAskedTestMode>(std::move(source.asked), std::move(readable));
   }
   if (source.sectors >= kMaxSparseSectors) {
     return Failed(SourceFault{.kind = SourceFaultKind::kTooLarge, .sectors = source.sectors});
