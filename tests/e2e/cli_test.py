@@ -27,7 +27,7 @@ class CliTest(program.ProgramTest):
         return self.document("image", "source.img", "disk.kvrsp", *options, status=status)
 
     def export(self, status=0):
-        self.succeed("export", "disk.kvrsp", "out.img", "--force", status=status)
+        self.call("export", "disk.kvrsp", "out.img", "--force", status=status)
         return pathlib.Path("out.img").read_bytes()
 
     # What it is for
@@ -62,7 +62,7 @@ class CliTest(program.ProgramTest):
         # The disk now reads perfectly and holds something else: that must go unnoticed.
         self.make_source(5000, seed=2)
         self.assertEqual(self.image(status=3)["readFromSource"], 0)
-        read = self.succeed("read", "source.img", "disk.kvrsp", "--start", 90, "--sectors", 50, status=3)
+        read = self.call("read", "source.img", "disk.kvrsp", "--start", 90, "--sectors", 50, status=3)
         self.assertEqual(read.stdout, bytes(data[90 * SECTOR:140 * SECTOR]))
 
     def test_a_range_is_read_first_and_the_rest_later(self):
@@ -77,7 +77,7 @@ class CliTest(program.ProgramTest):
 
     def test_read_keeps_what_it_read(self):
         data = self.make_source(1000)
-        self.succeed("read", "source.img", "disk.kvrsp", "--start", 3, "--sectors", 7, "-o", "part")
+        self.call("read", "source.img", "disk.kvrsp", "--start", 3, "--sectors", 7, "-o", "part")
         self.assertEqual(pathlib.Path("part").read_bytes(), data[3 * SECTOR:10 * SECTOR])
         self.assertEqual(self.extents(), [(0, 3, "missing"), (3, 7, "present"), (10, 990, "missing")])
 
@@ -86,7 +86,7 @@ class CliTest(program.ProgramTest):
         text = mapfile_text(5000, [(10, 5), (4000, 1)])
         pathlib.Path("bad.map").write_text(text)
         self.image("--test-mode", "bad.map", "--sectors", 4500, status=3)
-        self.succeed("map", "disk.kvrsp", "--png", "m.png", "--svg", "m.svg", "--mapfile", "out.map")
+        self.call("map", "disk.kvrsp", "--png", "m.png", "--svg", "m.svg", "--mapfile", "out.map")
         self.assertEqual(pathlib.Path("m.png").read_bytes()[:8], b"\x89PNG\r\n\x1a\n")
         xml.etree.ElementTree.parse("m.svg")
         lines = [line.split() for line in pathlib.Path("out.map").read_text().splitlines()
@@ -105,8 +105,8 @@ class CliTest(program.ProgramTest):
         folder.mkdir(parents=True)
         data = self.make_source(300, folder / "диск.img")
         cache = folder / "кэш.kvrsp"
-        self.succeed("image", folder / "диск.img", cache)
-        self.succeed("export", cache, folder / "копия.img")
+        self.call("image", folder / "диск.img", cache)
+        self.call("export", cache, folder / "копия.img")
         self.assertEqual((folder / "копия.img").read_bytes(), data)
 
     @unittest.skipUnless(sys.platform == "linux", "file names of any bytes")
@@ -125,7 +125,7 @@ class CliTest(program.ProgramTest):
         pathlib.Path("bad.map").write_text(mapfile_text(5000, [(10, 5), (4000, 130)]))
         caches = []
         for which, name in ((PROGRAM, "one.kvrsp"), (program.PEER, "other.kvrsp")):
-            self.succeed("image", "source.img", name, "--test-mode", "bad.map", program=which, status=3)
+            self.call("image", "source.img", name, "--test-mode", "bad.map", program=which, status=3)
             cache = bytearray(pathlib.Path(name).read_bytes())
             cache[24:28] = bytes(4)  # the stamp
             caches.append(cache)
@@ -139,7 +139,7 @@ class CliTest(program.ProgramTest):
                                   "serial": str, "removable": bool, "readOnly": bool,
                                   "mounted": bool}.items(),
                                  {key: type(value) for key, value in device.items()}.items())
-        self.succeed("devices")
+        self.call("devices")
 
     def test_a_block_device(self):
         for sector_size in (512, 4096):
@@ -169,7 +169,7 @@ class CliTest(program.ProgramTest):
                     widened = -(-end // unit) * unit  # what a physical sector gives is stored whole
                     self.assertEqual(counts["readFromSource"], widened - covered)
                     covered = widened
-                self.succeed("export", cache, "out.img", "--force")
+                self.call("export", cache, "out.img", "--force")
                 self.assertEqual(pathlib.Path("out.img").read_bytes(), data)
 
     @native_only
@@ -183,7 +183,7 @@ class CliTest(program.ProgramTest):
         self.addCleanup(subprocess.run, ["umount", "mounted"], check=True)
         self.refused("mounted/disk.kvrsp: this is on the very disk", "image", device, "mounted/disk.kvrsp")
         self.assertFalse(os.path.exists("mounted/disk.kvrsp"))
-        result = self.succeed("image", device, "disk.kvrsp")
+        result = self.call("image", device, "disk.kvrsp")
         self.assertIn(f"{device}: something on this disk is mounted".encode(), result.stderr)
 
     @native_only
@@ -250,9 +250,9 @@ class CliTest(program.ProgramTest):
         return start("image", "source.img", "disk.kvrsp", "--test-mode", "bad.map", stderr=subprocess.PIPE)
 
     def finish_and_compare(self):
-        self.succeed("check", "disk.kvrsp")
+        self.call("check", "disk.kvrsp")
         before = self.document("info", "disk.kvrsp")
-        self.succeed("map", "disk.kvrsp", "--mapfile", "killed.map", "--force")
+        self.call("map", "disk.kvrsp", "--mapfile", "killed.map", "--force")
         # What failed alone just before the kill is in the log, and is not asked again.
         failed = sum(int(line.split()[1], 0) for line in pathlib.Path("killed.map").read_text().splitlines()
                      if line.endswith(" /")) // SECTOR
@@ -321,11 +321,11 @@ class CliTest(program.ProgramTest):
             pathlib.Path("mine").write_bytes(b"precious")
             self.refused("--force", "map", "disk.kvrsp", option, "mine")
             self.assertEqual(pathlib.Path("mine").read_bytes(), b"precious")
-            self.succeed("map", "disk.kvrsp", option, "mine", "--force")
+            self.call("map", "disk.kvrsp", option, "mine", "--force")
             self.assertNotEqual(pathlib.Path("mine").read_bytes(), b"precious")
             for force in ([], ["--force"]):
-                self.succeed("map", "disk.kvrsp", option, "disk.kvrsp", *force, status=1)
-        self.succeed("check", "disk.kvrsp")
+                self.call("map", "disk.kvrsp", option, "disk.kvrsp", *force, status=1)
+        self.call("check", "disk.kvrsp")
 
     @native_only
     def test_a_device_takes_no_picture(self):
@@ -344,8 +344,8 @@ class CliTest(program.ProgramTest):
         run("image", "source.img", "other.kvrsp")
         with open("other.kvrsp", "rb") as cache:
             fcntl.flock(cache, fcntl.LOCK_EX)
-            self.succeed("map", "disk.kvrsp", "--svg", "other.kvrsp", "--force", status=1)
-        self.succeed("check", "other.kvrsp")
+            self.call("map", "disk.kvrsp", "--svg", "other.kvrsp", "--force", status=1)
+        self.call("check", "other.kvrsp")
 
     # What standard streams do
 
@@ -357,7 +357,7 @@ class CliTest(program.ProgramTest):
             command = shlex.join([*PROGRAM, "image", "source.img", "disk.kvrsp"])
             status = run("-c", f"{command} {closed}", program=["sh"]).returncode
             self.assertEqual(status, 1 if "1" in closed else 0, closed)
-            self.succeed("check", "disk.kvrsp")
+            self.call("check", "disk.kvrsp")
             self.assertEqual(self.export(), data)
 
     @native_only
@@ -389,18 +389,18 @@ class CliTest(program.ProgramTest):
         child = start("image", "source.img", "disk.kvrsp")
         while child.poll() is None:
             if os.path.exists("disk.kvrsp"):
-                self.succeed("check", "disk.kvrsp")
-                self.succeed("info", "disk.kvrsp")
+                self.call("check", "disk.kvrsp")
+                self.call("info", "disk.kvrsp")
         self.assertEqual(child.returncode, 0)
 
     @native_only
     def test_names_reach_no_terminal_as_commands(self):
         self.make_source(10)
         name = "\x1b[31mred\x7f\u009b.kvrsp"
-        self.succeed("image", "source.img", name)
+        self.call("image", "source.img", name)
         outputs = [run("info", name).stdout, run("info", name, "--json").stdout,
                    run("check", name).stdout, run("info", name + "x").stderr]
-        self.succeed("map", name, "--svg", "out.svg")
+        self.call("map", name, "--svg", "out.svg")
         outputs.append(pathlib.Path("out.svg").read_bytes())
         for output in outputs:
             self.assertIn("red", output.decode())
@@ -427,7 +427,7 @@ class CliTest(program.ProgramTest):
                             ("read", "source.img", "disk.kvrsp", "--start", 0, "--sectors", 1),
                             ("check", "disk.kvrsp", "--repair")):
                 self.refused("another run", *command)
-            self.succeed("info", "disk.kvrsp")
+            self.call("info", "disk.kvrsp")
 
     # Bad input
 
@@ -521,8 +521,8 @@ class CliTest(program.ProgramTest):
                 for command in (["info"], ["map"], ["image", "source.img"]):
                     result = run(*command, "disk.kvrsp")
                     self.assertIn(result.returncode, (0, 1, 3), (command, result.stderr[-300:]))
-        self.succeed("image", "source.img", "disk.kvrsp", status=1)
-        self.succeed("check", "disk.kvrsp", "--repair")
+        self.call("image", "source.img", "disk.kvrsp", status=1)
+        self.call("check", "disk.kvrsp", "--repair")
         self.image()
         self.assertEqual(self.export(), data)
 

@@ -41,8 +41,8 @@ class ExchangeTest(program.ProgramTest):
         self.assertEqual(self.extents(), [(0, 100, "present"), (100, 7, "unreadable"),
                                           (107, 93, "present"), (200, 200, "missing"),
                                           (400, 600, "present")])
-        self.succeed("check", "disk.kvrsp")
-        self.succeed("export", "disk.kvrsp", "out.img", status=3)
+        self.call("check", "disk.kvrsp")
+        self.call("export", "disk.kvrsp", "out.img", status=3)
         expected = bytearray(data)
         for first, end in ((100, 107), (200, 400)):  # whatever the image holds there
             expected[first * SECTOR:end * SECTOR] = bytes((end - first) * SECTOR)
@@ -55,7 +55,7 @@ class ExchangeTest(program.ProgramTest):
                         f"{701 * SECTOR} {2299 * SECTOR} ?\n")
         counts = self.document("image", "source.img", "disk.kvrsp", status=3)
         self.assertEqual(counts["readFromSource"], 2299)
-        self.succeed("export", "disk.kvrsp", "out.img", status=3)
+        self.call("export", "disk.kvrsp", "out.img", status=3)
         self.assertEqual(pathlib.Path("out.img").read_bytes(),
                          data[:700 * SECTOR] + bytes(SECTOR) + data[701 * SECTOR:])
 
@@ -69,8 +69,8 @@ class ExchangeTest(program.ProgramTest):
         counts = self.document("import", "rescue.img", "rescue.map", "disk.kvrsp")
         self.assertEqual(counts, {"sectors": 4096, "present": 3996, "unreadable": 100, "missing": 0})
         # And back: ddrescue finds nothing left to do.
-        self.succeed("export", "disk.kvrsp", "back.img", status=3)
-        self.succeed("map", "disk.kvrsp", "--mapfile", "back.map")
+        self.call("export", "disk.kvrsp", "back.img", status=3)
+        self.call("map", "disk.kvrsp", "--mapfile", "back.map")
         subprocess.run(["ddrescue", "-q", "source.img", "back.img", "back.map"], check=True)
         self.assertEqual(pathlib.Path("back.img").read_bytes()[:512 * SECTOR], data[:512 * SECTOR])
 
@@ -80,7 +80,7 @@ class ExchangeTest(program.ProgramTest):
         blank("rescue.img", sectors, (100 * 128, b"x" * 65536 + bytes(65536) + b"y" * 65536))
         self.assertEqual(self.import_map(f"0 +\n0 {sectors * SECTOR} +\n")["present"], sectors)
         self.assertLess(allocated("disk.kvrsp"), sectors * SECTOR // 12)  # the blocks' status maps
-        self.succeed("export", "disk.kvrsp", "out.img")
+        self.call("export", "disk.kvrsp", "out.img")
         subprocess.run(["cmp", "rescue.img", "out.img"], check=True)
         self.assertLess(allocated("out.img"), 1 << 20)
 
@@ -158,25 +158,25 @@ class ExchangeTest(program.ProgramTest):
             with self.subTest(first=first, count=count):
                 part = data[first * SECTOR:(first + count) * SECTOR]
                 options = ("--start", first, "--sectors", count)
-                piped = self.succeed("export", "disk.kvrsp", "-", *options, status=status)
+                piped = self.call("export", "disk.kvrsp", "-", *options, status=status)
                 self.assertEqual(piped.stdout, part)
-                self.succeed("export", "disk.kvrsp", "out.img", "--force", *options, status=status)
+                self.call("export", "disk.kvrsp", "out.img", "--force", *options, status=status)
                 self.assertEqual(pathlib.Path("out.img").read_bytes(), part)
-        self.succeed("export", "disk.kvrsp", "new.img", "--start", 1000, status=2)
+        self.call("export", "disk.kvrsp", "new.img", "--start", 1000, status=2)
         self.assertFalse(pathlib.Path("new.img").exists())
 
     def test_missing_sectors_are_told_by_the_status(self):
         data = self.cache(1000, part=400)
-        result = self.succeed("export", "disk.kvrsp", "out.img", status=3)
+        result = self.call("export", "disk.kvrsp", "out.img", status=3)
         self.assertIn(b"600 missing", result.stderr)
         self.assertEqual(pathlib.Path("out.img").read_bytes(), data)
 
     def test_hash_is_of_what_was_written(self):
         data = self.cache(9000, [(100, 3)], part=8000)
         line = f"SHA256 ({{}}) = {hashlib.sha256(data).hexdigest()}\n# zeros stand in for 1003 sectors\n"
-        to_file = self.succeed("export", "disk.kvrsp", "out.img", "--hash", status=3)
+        to_file = self.call("export", "disk.kvrsp", "out.img", "--hash", status=3)
         self.assertEqual(to_file.stdout.decode(), line.format("out.img"))
-        piped = self.succeed("export", "disk.kvrsp", "-", "--hash", status=3)
+        piped = self.call("export", "disk.kvrsp", "-", "--hash", status=3)
         self.assertEqual(piped.stdout, data)
         self.assertIn(line.format("-"), piped.stderr.decode())
         if shutil.which("sha256sum") and not program.is_emulated():
@@ -188,12 +188,12 @@ class ExchangeTest(program.ProgramTest):
         pathlib.Path("target").write_bytes(b"\xaa" * SECTOR * 1000)
         device = loop_device(self, "target")
         self.refused("already exists", "export", "disk.kvrsp", device)
-        self.succeed("export", "disk.kvrsp", device, "--force", status=3)
+        self.call("export", "disk.kvrsp", device, "--force", status=3)
         self.assertEqual(pathlib.Path("target").read_bytes(), data)
         pathlib.Path("small").write_bytes(bytes(SECTOR * 999))
         small = loop_device(self, "small")
         self.refused("smaller", "export", "disk.kvrsp", small, "--force")
-        self.succeed("export", "disk.kvrsp", small, "--force", "--sectors", 200)
+        self.call("export", "disk.kvrsp", small, "--force", "--sectors", 200)
 
 
 if __name__ == "__main__":

@@ -54,7 +54,7 @@ class FilesTest(program.ProgramTest):
 
     def files(self, *options, status=0):
         """The document and the files in it, by path."""
-        result = self.succeed("files", "disk.kvrsp", "--json", *options, status=status)
+        result = self.call("files", "disk.kvrsp", "--json", *options, status=status)
         document = json.loads(result.stdout)
         self.messages = result.stderr.decode()
         return document, {file["path"]: file for file in document["files"]}
@@ -255,7 +255,7 @@ class FilesTest(program.ProgramTest):
         self.assertIn("incomplete", {file["state"] for file in files})
         read = self.document("info", "disk.kvrsp")["present"]
         self.assertLess(read, os.path.getsize("fs.img") // SECTOR // 4)
-        self.succeed("image", "fs.img", "disk.kvrsp", "--domain", "wish.map")
+        self.call("image", "fs.img", "disk.kvrsp", "--domain", "wish.map")
         _, files = self.files()
         self.assertEqual({f["state"] for p, f in files.items() if p.startswith("/many/")}, {"complete"})
         self.assertEqual(files["/folder/deep/er/big.bin"]["state"], "incomplete")

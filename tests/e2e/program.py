@@ -139,19 +139,19 @@ class ProgramTest(unittest.TestCase):
     def assert_status(self, result, status):
         self.assertEqual(result.returncode, status, (result.args, result.stdout[-500:], result.stderr[-500:]))
 
-    def succeed(self, *arguments, status=0, **options):
-        """Runs the program, which ends with that status."""
+    def call(self, *arguments, status=0, **options):
+        """Runs the program, which must end with that status."""
         result = run(*arguments, **options)
         self.assert_status(result, status)
         return result
 
     def document(self, *arguments, **options):
         """What the program says as JSON."""
-        return json.loads(self.succeed(*arguments, "--json", **options).stdout)
+        return json.loads(self.call(*arguments, "--json", **options).stdout)
 
     def refused(self, words, *arguments, status=1, **options):
         """Runs the program, which refuses it with these words."""
-        result = self.succeed(*arguments, status=status, **options)
+        result = self.call(*arguments, status=status, **options)
         self.assertIn(words, result.stderr.decode(errors="replace"))
         return result
 

@@ -54,12 +54,12 @@ class ReportTest(program.ProgramTest):
         pathlib.Path("bad.map").write_text(mapfile_text(sectors, BAD))
 
     def image(self, *options, status=3):
-        self.succeed("image", "source.img", "disk.kvrsp", "--test-mode", "bad.map", *options, status=status)
+        self.call("image", "source.img", "disk.kvrsp", "--test-mode", "bad.map", *options, status=status)
 
     def test_a_page_of_a_cache(self):
         self.source()
         self.image("--sectors", "2048")
-        self.succeed("report", "disk.kvrsp", "report.html")
+        self.call("report", "disk.kvrsp", "report.html")
         words = Page().words
         for part in ("50.0 %", "source.img", "could not read 1.0 KiB", "How it went",
                      "Where reading failed", "not read yet", "What to do next"):
@@ -70,8 +70,8 @@ class ReportTest(program.ProgramTest):
                                 (".", "folder"), ("no/report.html", "cannot be created")):
             self.refused(message, "report", "disk.kvrsp", output)
         self.assertEqual(pathlib.Path("report.html").read_bytes(), before)
-        self.succeed("report", "disk.kvrsp", "report.html", "--force")
-        self.succeed("report", "source.img", "other.html", status=1)
+        self.call("report", "disk.kvrsp", "report.html", "--force")
+        self.call("report", "source.img", "other.html", status=1)
         self.assertFalse(pathlib.Path("other.html").exists())
 
     def test_a_page_kept_up_to_date(self):
@@ -117,7 +117,7 @@ class ReportTest(program.ProgramTest):
         inode = re.search(r"^ *(\d+) .*script", inodes, re.M)[1]
         block = int(tool("debugfs", "-R", f"blocks <{inode}>", "fs.img").split()[0])
         import_with("fs.img", bad=[block * 8 + 1])
-        self.succeed("report", "disk.kvrsp", "report.html")
+        self.call("report", "disk.kvrsp", "report.html")
         words = Page().words
         self.assertIn("1 files are saved whole. 1 are damaged", words)
         self.assertIn("/<script>&\"?", words)
