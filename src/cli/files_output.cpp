@@ -21,12 +21,6 @@ const char* ConditionName(FileCondition condition) {
                                                 : "incomplete";
 }
 
-// A blank, and the text, which is ASCII, at the right of `width` columns.
-void AddRight(std::string* row, const std::string& text, size_t width) {
-  row->append(1 + width - std::min(width, text.size()), ' ');
-  row->append(text);
-}
-
 std::string DamageWords(const std::string& name, const std::string& path, const FileState& state) {
   const std::string what =
       path.empty() ? "parts of the file system" : "parts of the folder " + Printable(path);
@@ -56,12 +50,11 @@ class TextOutput final : public FilesOutput {
   void Count(FileCondition condition) override { ++m_counts[static_cast<size_t>(condition)]; }
 
   void File(const PlacedVolume&, const FoundFile& file, const FileState& state) override {
-    // One of perhaps millions: put together without the formatter, which counts letters for widths.
     std::string row = ConditionName(state.condition);
     row.resize(std::max<size_t>(row.size(), 10), ' ');
-    AddRight(&row, SizeText(file.size), 12);
-    AddRight(&row, std::to_string(state.unreadable), 10);
-    AddRight(&row, std::to_string(state.missing), 10);
+    AppendRight(&(row += ' '), SizeText(file.size), 12);
+    AppendRight(&(row += ' '), std::to_string(state.unreadable), 10);
+    AppendRight(&(row += ' '), std::to_string(state.missing), 10);
     row += "  ";
     row += Printable(file.path);
     if (file.deleted) row += " (deleted)";

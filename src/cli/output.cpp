@@ -2,6 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "cli/output.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
@@ -49,6 +50,10 @@ void PrintJson(const Json& document) {
 
 std::string CompactJson(const Json& value) {
   return Dump(value, -1);
+}
+
+void AppendRight(std::string* row, std::string_view text, size_t width) {
+  row->append(width - std::min(width, text.size()), ' ').append(text);
 }
 
 void Tell(const std::string& message) {

@@ -6,6 +6,7 @@
 // Control characters that disks, drives and file names brought in do not get that far.
 
 #include <string>
+#include <string_view>
 
 #include <fmt/core.h>
 #include <nlohmann/json_fwd.hpp>
@@ -26,6 +27,10 @@ ExitStatus FinishOutput(ExitStatus status);
 
 // One JSON value on one line, for documents that are written piece by piece.
 std::string CompactJson(const Json& value);
+
+// Appends `text`, which is ASCII, at the right of a column of `width` characters; a longer one takes
+// what it needs. For tables of thousands of rows: the formatter takes several times as long.
+void AppendRight(std::string* row, std::string_view text, size_t width);
 
 // A line "larkspur: ..." for the user, beside the results.
 void Tell(const std::string& message);

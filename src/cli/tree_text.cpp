@@ -6,6 +6,7 @@
 
 #include "base/path_text.h"
 #include "base/printable.h"
+#include "cli/output.h"
 #include "imaging/size_text.h"
 #include "imaging/tree_words.h"
 #include "partitions/detection.h"
@@ -34,7 +35,7 @@ bool IsBootSector(const cPartTreeItem& node, const Format& format) {
 std::string NodeWords(const cPartTreeItem& node) {
   std::string text = node.m_type == kTypeWholeDevice
                          ? "whole storage"
-                         : fmt::format("{} ({})", Utf8(node.m_name), node.m_type);
+                         : Utf8(node.m_name) + " (" + std::to_string(node.m_type) + ")";
   if (const Format* format = FormatOfNode(node); format && !IsBootSector(node, *format)) {
     text += std::string(": ") + format->title;
   }
@@ -52,11 +53,19 @@ bool IsWorthALine(const Note& note) {
   return !type || !type->isConfirmed;
 }
 
+void AppendLine(const cPartTreeItem& node, const std::string& place, size_t level,
+                std::string* text) {
+  AppendRight(text, std::to_string(node.m_start), 12);
+  AppendRight(&(*text += ' '), std::to_string(node.m_length), 12);
+  AppendRight(&(*text += ' '), SizeText(node.m_length << kSectorShift), 10);
+  text->append(2 + level * 2, ' ');
+  if (!place.empty()) text->append(place).append(2, ' ');
+  text->append(NodeWords(node)) += '\n';
+}
+
 void AppendLines(const cPartTreeItem& node, const TreeNotes& notes, const std::string& place,
                  size_t level, std::string* text) {
-  *text += fmt::format("{:>12} {:>12} {:>10}  {:{}}{}{}{}\n", node.m_start, node.m_length,
-                       SizeText(node.m_length << kSectorShift), "", level * 2, place,
-                       place.empty() ? "" : "  ", NodeWords(node));
+  AppendLine(node, place, level, text);
   for (const Note& note : notes.Of(node)) {
     if (!IsWorthALine(note)) continue;
     *text += fmt::format("{:>36}  {:{}}- {}\n", "", "", level * 2, NoteText(note));

@@ -60,11 +60,11 @@ std::string SysBlock::Name() const {
 }
 
 std::optional<std::string> SysBlock::Own(const char* file) const {
-  return ReadSmallFile(m_folder + "/" + file);
+  return Exists() ? ReadSmallFile(m_folder + "/" + file) : std::nullopt;
 }
 
 std::optional<std::string> SysBlock::Disk(const char* file) const {
-  return ReadSmallFile(m_disk + "/" + file);
+  return Exists() ? ReadSmallFile(m_disk + "/" + file) : std::nullopt;
 }
 
 u64 SysBlock::OwnNumber(const char* file) const {
