@@ -4,8 +4,9 @@
 
 The faults are chosen at random from a seed: the same sources and seed give the same faults. Each folder of src/ gets its
 share of them. All of this happens in a copy of the tree, build/mutants/tree, which is built once: of a source with a fault
-only its object is made, without optimising, and linked in front of the library that has it without the fault. A fault that
-does not compile, or of which the compiler warns, does not count, and the next of its folder takes its place.
+only its object is made, with those checks of the sanitizers that need no library, and linked in front of the library that
+has it without the fault. A fault that does not compile, or of which the compiler warns, does not count, and the next of its
+folder takes its place.
 What only Windows builds is left out, and so are headers and generated tables.
 
 For each fault the unit tests of its folder run first, then all unit tests, in both cases the quick ones before those that
@@ -41,6 +42,9 @@ LEAST_PER_FOLDER = 3
 MEMORY_LIMIT_BYTES = 8 << 30
 BUILD_SECONDS = 1800
 SLOW_SECONDS = 0.3  # a test that takes longer waits for the quick ones
+
+# scripts/test runs the same tests under the sanitizers; these of their checks can be had in one object.
+CHECKS = ("-D_GLIBCXX_ASSERTIONS", "-fsanitize=undefined", "-fsanitize-undefined-trap-on-error")
 
 # Which tests of the programs say something of a folder; those of windows run on Windows only.
 PROGRAM_TESTS = {
@@ -202,7 +206,7 @@ def configure():
     # A compiler cache knows most of it from the build that it is a copy of.
     launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
     linker = ["-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld"] if shutil.which("ld.lld") else []
-    # Headers that were compiled with optimising are refused where a fault is compiled without.
+    # Headers that were compiled with other options than a fault is are refused.
     run_or_end(["cmake", "--preset", "native", "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON", *launcher, *linker])
 
 
@@ -221,11 +225,10 @@ class Sources:
             self.linkers[name] = shlex.split(shown.splitlines()[-1].removeprefix(": && ").removesuffix(" && :"))
 
     def compile(self, path):
-        """Makes the object; False where the compiler objects. Without optimising there are no fortified functions."""
+        """Makes the object; False where the compiler objects. It may do so for what the checks alone let it think."""
         command = list(self.compilers[path])
         command[command.index("-o") + 1] = str(OBJECT)
-        return run([*(word for word in command if not word.startswith("-D_FORTIFY_SOURCE")), "-O0", "-g0"],
-                   BUILD_SECONDS, folder=BUILD)[0]
+        return any(run([*command, "-O1", "-g0", *checks], BUILD_SECONDS, folder=BUILD)[0] for checks in (CHECKS, ()))
 
     def link(self, path, name):
         """Links a program with the object, if the program has that source at all."""

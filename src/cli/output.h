@@ -28,8 +28,8 @@ ExitStatus FinishOutput(ExitStatus status);
 // One JSON value on one line, for documents that are written piece by piece.
 std::string CompactJson(const Json& value);
 
-// Appends `text`, which is ASCII, at the right of a column of `width` characters; a longer one takes
-// what it needs. For tables of thousands of rows: the formatter takes several times as long.
+// Appends `text`, which is ASCII, at the right of a column of `width` characters; a longer one
+// takes what it needs. For tables of thousands of rows: the formatter takes several times as long.
 void AppendRight(std::string* row, std::string_view text, size_t width);
 
 // A line "larkspur: ..." for the user, beside the results.

@@ -179,6 +179,27 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
         self.serve("--socket", "s", source=("source.img",))
         self.cannot_serve("another run", "--socket", "t", storages=("source.img", "disk.kvrsp"))
 
+    def test_the_plugin_by_itself(self):
+        self.make_cache(100)
+        plugin = pathlib.Path(PROGRAM[0]).with_name("nbdkit-larkspur-plugin.so")
+        for parameters, words in (
+            ("", "cache=FILE is missing"),
+            ("cache=nowhere", "there is no such cache"),
+            ("cache=disk.kvrsp nonsense=1", "nonsense is no parameter of this plugin"),
+            ("cache=disk.kvrsp fill=yes", "fill and test-mode need source=FILE"),
+            ("cache=disk.kvrsp fill=perhaps", "fill=perhaps makes no sense"),
+            ("cache=disk.kvrsp timeout=0", "timeout=0 makes no sense"),
+            ("cache=disk.kvrsp timeout=3601", "timeout=3601 makes no sense"),
+            ("cache=disk.kvrsp unreadable=ones", "unreadable=ones makes no sense"),
+            ("cache=disk.kvrsp pass-through=yes", "pass-through=yes makes no sense"),
+            ("cache=disk.kvrsp fill=no timeout=1 unreadable=zeros pass-through=on", None),
+        ):
+            with self.subTest(parameters=parameters):
+                run = subprocess.run(["nbdkit", "-U", "-", plugin, *parameters.split(), "--run", 'nbdinfo --size "$uri"'],
+                                     capture_output=True, text=True, timeout=60)
+                self.assertEqual((run.returncode == 0, run.stdout), (words is None, "" if words else "51200\n"))
+                self.assertIn(words or "", run.stderr)
+
     def test_it_ends_within_seconds_with_clients_connected(self):
         self.make_cache(4096)
         uri, process = self.serve("--socket", "s")
