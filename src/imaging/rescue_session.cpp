@@ -18,11 +18,7 @@ tl::unexpected<SessionFault> FailedAs(SessionFaultKind kind) {
 SameDisk Compare(const RescueHistory& history, const SourceIdentity& now) {
   if (!history.source) return SameDisk::kNew;
   const SourceIdentity& before = *history.source;
-  const bool differs =
-      (before.serial != now.serial && !before.serial.empty() && !now.serial.empty()) ||
-      (before.model != now.model && !before.model.empty() && !now.model.empty()) ||
-      before.sectors != now.sectors;
-  if (differs) return SameDisk::kOther;
+  if (now.IsOtherThan(before)) return SameDisk::kOther;
   return now.serial.empty() || before.serial.empty() ? SameDisk::kUnknown : SameDisk::kSame;
 }
 

@@ -36,6 +36,14 @@ struct SourceIdentity {
   u64 sectors = 0;
   u32 logicalSectorBytes = kSectorBytes;
   u32 physicalSectorBytes = kSectorBytes;
+
+  // Whether this cannot be the same disk. What either of them does not say is no difference.
+  bool IsOtherThan(const SourceIdentity& other) const {
+    const auto differ = [](const std::string& one, const std::string& two) {
+      return one != two && !one.empty() && !two.empty();
+    };
+    return differ(serial, other.serial) || differ(model, other.model) || sectors != other.sectors;
+  }
 };
 
 // One thread at a time, not always the same one. Nothing is asked again below this interface.

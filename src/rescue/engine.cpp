@@ -353,7 +353,9 @@ u64 Engine::Fetch(SectorRange range, u8* out) {
 }
 
 StopReason Engine::Finish() {
-  if (m_reason == StopReason::kNone && !m_ledger.refused.IsEmpty()) Prove();
+  const bool isProofWanted = m_reason == StopReason::kNone && !m_ledger.refused.IsEmpty();
+  // Whoever stops a run may do so because the disk hangs.
+  if (isProofWanted && !Prove()) m_unprovedAtEnd += m_ledger.TakeBack();
   const bool kept = Sync();
   if (m_reason == StopReason::kNone) {
     m_reason = *m_stop ? StopReason::kStopped : StopReason::kDone;

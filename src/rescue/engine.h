@@ -102,6 +102,7 @@ class Engine {
   // The system's error number of the reason; 0 when there is none.
   u32 SystemError() const { return m_systemError; }
   const RescueProgress& Progress() const { return m_progress; }
+  const SourceIdentity& Source() const { return m_source->Identity(); }
   // Sectors that are missing although they were asked for, and will not be asked for again.
   u64 Unproved() const { return m_ledger.refused.Sectors() + m_ledger.spent.Sectors(); }
 

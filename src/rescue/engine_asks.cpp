@@ -240,14 +240,15 @@ void Engine::AliveNow() {
   m_lastSuccess = m_clock->Seconds();
   if (!m_ledger.HasUnproved()) return;
   u64 marked = 0;
+  const u64 planned = m_ledger.refused.Intersection(m_planned).Sectors();
   m_isDirty = true;
   if (!m_ledger.Prove(&marked)) {
     StopWith(StopReason::kStoreFailed, platform::LastFailure());
   }
   m_progress.all.unreadable += marked;
   m_progress.all.missing -= marked;
-  m_progress.domain.unreadable += marked;
-  m_progress.domain.missing -= marked;
+  m_progress.domain.unreadable += std::min(marked, planned);
+  m_progress.domain.missing -= std::min(marked, planned);
 }
 
 bool Engine::NeedsProof() {
@@ -262,8 +263,9 @@ bool Engine::Prove() {
   for (int tries = 0; tries < 2; ++tries) {
     auto witness = PickWitness(farFrom);
     const bool isKnownGood = !witness && (witness = PickKnownGood());
-    if (!witness) witness = PickUntried(tries == 0);
-    if (!witness) witness = PickUnwanted();
+    // Who retries has not asked for sectors that are missing.
+    if (!witness && !m_isRetrying) witness = PickUntried(tries == 0);
+    if (!witness && !m_isRetrying) witness = PickUnwanted();
     if (!witness) break;
     if (ProveBy(*witness, isKnownGood)) return true;
     if (IsStopping()) return false;
@@ -361,12 +363,13 @@ std::optional<SectorRange> Engine::PickUnit(SectorStatus wanted, const ExtentSet
 
 void Engine::EndOrWake(StopReason reason, u32 systemError) {
   // A device that vanished was alive until then; one that does not answer was not.
-  if (reason == StopReason::kNotAnswering) m_unprovedAtEnd = m_ledger.TakeBack();
+  const size_t unproved = reason == StopReason::kNotAnswering ? m_ledger.TakeBack() : 0;
   if (m_options.onSilent && m_wakings++ < kMostWakings && m_options.onSilent(reason)) {
     m_failuresInRow = 0;
-    m_unprovedAtEnd = 0;
+    if (unproved > 0) m_log->Write(LogEvent("unproved").Add("count", u64{unproved}));
     return;
   }
+  m_unprovedAtEnd = unproved;
   StopWith(reason, systemError);
 }
 
@@ -420,7 +423,11 @@ bool Engine::Sync() {
 }
 
 double Engine::SecondsLeft() const {
-  const double together = m_groupSeconds * static_cast<double>(m_ledger.untried.Sectors());
+  const double allowed = m_options.maxBytesPerSecond == 0
+                             ? 0
+                             : kSectorBytes / static_cast<double>(m_options.maxBytesPerSecond);
+  const double together =
+      std::max(m_groupSeconds, allowed) * static_cast<double>(m_ledger.untried.Sectors());
   const u64 single = m_ledger.failed.Sectors() + m_ledger.trimmed.Sectors();
   if (m_groupSeconds == 0 && m_aloneSeconds == 0) return -1;
   const double requests = m_options.scrape ? static_cast<double>(single) / m_unit : 0;

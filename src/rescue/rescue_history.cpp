@@ -98,6 +98,8 @@ bool HistoryReader::Take(const JsonLine& event) {
     AddPoint(event);
   } else if (*name == "sync-failed") {
     m_history.syncFailed = true;
+  } else if (*name == "unproved") {
+    TakeBack(event.Number("count").value_or(0));
   } else if (*name == "end") {
     TakeEnd(event);
   }
@@ -111,11 +113,11 @@ std::optional<SectorRange> HistoryReader::RangeOf(const JsonLine& event) const {
 }
 
 void HistoryReader::TakeOpen(const JsonLine& event) {
+  if (!m_history.ended) GiveUpUnproved();
   Settle(0);
   SourceIdentity source = SourceIn(event);
   const u32 stamp = static_cast<u32>(event.Number("stamp").value_or(0));
-  const bool isOther = m_history.source && (m_history.source->serial != source.serial ||
-                                            m_history.source->model != source.model);
+  const bool isOther = m_history.source && m_history.source->IsOtherThan(source);
   // What another disk refused, or what another cache lacked, says nothing of this one.
   if (m_history.source && (isOther || m_history.stamp != stamp)) {
     m_history.triedTogether.Clear();
@@ -140,7 +142,7 @@ bool HistoryReader::TakeFailed(const JsonLine& event) {
   KeepSlow({*range, event.Decimal("ms").value_or(0) / 1000, kind});
   if (!IsRefusal(kind)) return true;
   if (m_recent.size() == 2 * kMaxRecent) Settle(kMaxRecent);
-  m_recent.push_back({*range, event.Bool("alone").value_or(false)});
+  m_recent.push_back({*range, event.Bool("alone").value_or(false), kind == FailureKind::kMedium});
   return true;
 }
 
@@ -164,11 +166,20 @@ void HistoryReader::TakeEnd(const JsonLine& event) {
   run.missing = event.Number("missing").value_or(0);
   m_history.ended = true;
   AddPoint(event);
-  const size_t all = m_recent.size();
-  const size_t unproved = event.Number("unproved").value_or(run.how == "not-answering" ? all : 0);
-  const size_t lost = std::min(unproved, all);
-  Settle(lost);
+  const u64 all = run.how == "not-answering" ? m_recent.size() : 0;
+  TakeBack(event.Number("unproved").value_or(all));
+}
+
+// The disk was dead when it refused the last `count`: they were not asked for.
+void HistoryReader::TakeBack(u64 count) {
+  Settle(static_cast<size_t>(std::min<u64>(count, m_recent.size())));
   m_recent.clear();
+}
+
+// A run that was killed, or whose machine was switched off, may have been ended because the disk
+// hung. What it refused alone since it was last known to be alive is asked alone once more.
+void HistoryReader::GiveUpUnproved() {
+  for (Failed& failed : m_recent) failed.alone = failed.alone && failed.isByMedium;
 }
 
 void HistoryReader::Settle(size_t unproved) {
@@ -193,6 +204,7 @@ void HistoryReader::AddPoint(const JsonLine& event) {
 }
 
 RescueHistory HistoryReader::Finish() {
+  if (!m_history.ended) GiveUpUnproved();
   Settle(0);
   return std::move(m_history);
 }

@@ -86,6 +86,7 @@ class HistoryReader {
   struct Failed {
     SectorRange range;
     bool alone;
+    bool isByMedium;
   };
 
   void Line(std::string_view line);
@@ -96,6 +97,8 @@ class HistoryReader {
   void AddPoint(const JsonLine& event);
   // Commits what was tried, but for the last `unproved` failures.
   void Settle(size_t unproved);
+  void TakeBack(u64 count);
+  void GiveUpUnproved();
   void KeepSlow(const SlowArea& area);
   std::optional<SectorRange> RangeOf(const JsonLine& event) const;
   HistoryRun& Run();

@@ -14,6 +14,12 @@ u32 cRescueIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
   return static_cast<u32>(settled);
 }
 
+bool cRescueIO::GetGeometry(u32* three) {
+  three[0] = m_engine->Source().logicalSectorBytes;
+  three[1] = three[2] = 1;
+  return true;
+}
+
 void* cRescueIO::Destroy(u32 flags) {
   return DestroyAs(this, flags);
 }

@@ -23,6 +23,8 @@ class cRescueIO final : public cBaseIO {
   u32 Read(void* buffer, u32 count, cBitMap* presence = nullptr) override;
   u64 GetSectorCount() override { return m_engine->Progress().sectors; }
   u32 GetTypeId() override { return kTypeRescue; }
+  // What the source says its sectors have, in an otherwise made-up geometry.
+  bool GetGeometry(u32* three) override;
   void* Destroy(u32 flags) override;
 
  private:

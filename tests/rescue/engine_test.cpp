@@ -183,6 +183,33 @@ TEST_F(EngineTest, ADiskThatHangsLosesNothing) {
   }
 }
 
+// Whoever sees a disk hang stops the program, or switches everything off.
+TEST_F(EngineTest, AHungDiskLosesNothingWhateverEndsTheRun) {
+  struct Killed {};
+  for (u64 dies = 0; dies < 700; dies = dies * 3 / 2 + 1) {
+    for (const bool isStopped : {true, false}) {
+      SCOPED_TRACE("dies " + std::to_string(dies) + (isStopped ? ", stopped" : ", killed"));
+      StartOver();
+      m_disk.bad.Add({3000, 200});
+      m_disk.bad.Add({20000, 5});
+      m_disk.misfortune = [&](u64 ask, u64, u32) {
+        if (ask == dies + 10 && !isStopped) throw Killed();
+        if (ask == dies + 10) m_stop = true;
+        return ask >= dies ? FailureKind::kUnclear : FailureKind::kNone;
+      };
+      try {
+        Run();
+      } catch (const Killed&) {
+      }
+      m_stop = false;
+      m_disk.misfortune = nullptr;
+      EXPECT_EQ(Run(), StopReason::kDone);
+      ExpectOnlyBadMissing();
+      EXPECT_EQ(m_disk.AskedMoreThan(4), "");
+    }
+  }
+}
+
 TEST_F(EngineTest, AHungDiskThatWakesGoesOnInTheSameRun) {
   u64 dead = kNowhere;
   int woken = 0;
@@ -272,6 +299,20 @@ TEST_F(EngineTest, RetryReadsUnreadableSectorsAloneOnceMore) {
   EXPECT_EQ(m_disk.requests.size(), 20u);
   ExpectOnlyBadMissing();
   EXPECT_EQ(m_log.Events("retry"), 1u);
+}
+
+TEST_F(EngineTest, RetryAsksForNothingElseAndCountsWhatItMarks) {
+  m_disk.bad.Add({0, kSectors});
+  for (u64 s = 1000; s < 1128; ++s) m_store.statuses[s] = kUnreadable;
+  m_options.maxFailures = 4;
+  EXPECT_EQ(RunOn([](Engine& engine) {
+              engine.Want(ExtentSet({0, kNowhere}));
+              engine.Retry(ExtentSet({0, kNowhere}));
+            }),
+            StopReason::kNotAnswering);
+  EXPECT_TRUE(std::all_of(m_disk.requests.begin(), m_disk.requests.end(), [](const auto& request) {
+    return request.first >= 1000 && request.first < 1128;
+  }));
 }
 
 TEST_F(EngineTest, FetchReadsWhatSomebodyWaitsFor) {
@@ -365,7 +406,8 @@ TEST_F(EngineTest, ItSyncsEveryThirtySecondsAlsoOverBadAreas) {
   EXPECT_EQ(m_log.Events("synced"), m_store.syncs);
 }
 
-// Random disks, each killed at a random event of its log or stopped, and resumed, again and again.
+// Random disks, hanging now and then, each killed at a random event of its log or stopped, and
+// resumed, again and again.
 TEST_F(EngineTest, WhateverHappensTheRulesHold) {
   fakes::RandomSource random;
   SCOPED_TRACE("LARKSPUR_SEED=" + std::to_string(random.seed));
@@ -390,15 +432,24 @@ TEST_F(EngineTest, WhateverHappensTheRulesHold) {
       isLast = runs == 6;
       u64 killAt = isLast ? kNowhere : random.Below(400), dieAt = kNowhere;
       if (!isLast && random.Below(3) == 0) dieAt = random.Below(500);
+      const FailureKind hung = random.Below(2) ? FailureKind::kUnclear : FailureKind::kTransport;
+      const u64 stopAt = isLast ? kNowhere : random.Below(800);
+      m_stop = false;
       m_log.onWrite = [&] {
         if (killAt-- == 0) throw Killed();
       };
+      m_options.onSilent = nullptr;
+      if (random.Below(2)) {
+        m_options.onSilent = [&](StopReason) {
+          dieAt = kNowhere;
+          return true;
+        };
+      }
       m_disk.misfortune = [&](u64 ask, u64, u32) {
         const bool isHung = ask >= dieAt;
+        if (ask == stopAt) m_stop = true;
         const bool isCable = !isLast && faults > 0 && random.Below(1000) < faults;
-        return isHung    ? FailureKind::kTransport
-               : isCable ? FailureKind::kTransport
-                         : FailureKind::kNone;
+        return isHung ? hung : isCable ? FailureKind::kTransport : FailureKind::kNone;
       };
       m_disk.requests.clear();
       try {
@@ -419,7 +470,7 @@ TEST_F(EngineTest, WhateverHappensTheRulesHold) {
     }
     if (m_disk.bad.Sectors() < sectors / 2) ExpectOnlyBadMissing();  // enough to prove life with
   }
-  m_options.reverse = false;
+  m_options = {.inThread = false};
 }
 
 }  // namespace

@@ -90,12 +90,25 @@ TEST(RescueHistoryTest, WhatADeadDiskRefusedDoesNotCount) {
   EXPECT_EQ(with(LogEvent("end").Add("how", "not-answering").Add("unproved", u64{99})), 128u);
   EXPECT_EQ(with(LogEvent("end").Add("how", "not-answering")), 128u);
   EXPECT_EQ(with(LogEvent("end").Add("how", "stopped")), 384u);
-  EXPECT_EQ(Read(TextOf(events)).triedTogether.Sectors(), 384u) << "a run that was killed";
+  // A run that was killed: what failed alone may be the work of a disk that hung.
+  events.push_back(Failed({4100, 1}, true, FailureKind::kUnclear));
+  events.push_back(Failed({4200, 1}, true, FailureKind::kMedium));
+  const std::string killed = TextOf(events);
+  const std::string next =
+      TextOf({LogEvent("open").Add("source", Disk("S1")).Add("stamp", u64{7})});
+  for (const std::string& text : {killed, killed + next}) {
+    EXPECT_EQ(Read(text).triedTogether.Sectors(), 385u);
+    EXPECT_EQ(Read(text).triedAlone.Sectors(), 2u);
+  }
+  // One that was woken.
+  const std::string woken = TextOf({LogEvent("unproved").Add("count", u64{3})});
+  EXPECT_EQ(Read(killed + woken + next).triedTogether.Sectors(), 256u);
+  EXPECT_EQ(Read(killed + woken + next).triedAlone.Sectors(), 1u);
 }
 
 TEST(RescueHistoryTest, AnotherDiskOrCacheForgetsWhatWasTried) {
   for (const auto& [serial, stamp, tried] :
-       {std::tuple{"S1", 7u, 129u}, {"S2", 7u, 0u}, {"S1", 8u, 0u}}) {
+       {std::tuple{"S1", 7u, 129u}, {"", 7u, 129u}, {"S2", 7u, 0u}, {"S1", 8u, 0u}}) {
     std::vector<LogEvent> events = WholeRun();
     events.push_back(LogEvent("open").Add("source", Disk(serial)).Add("stamp", u64{stamp}));
     const RescueHistory history = Read(TextOf(events));
