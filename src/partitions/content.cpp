@@ -70,14 +70,7 @@ std::optional<u64> PlaceOf(const ContentRow& row, u64 size) {
   return (size - back) / row.multiple * row.multiple;
 }
 
-bool IsInFront(const ContentRow& row) {
-  constexpr i64 kFrontBytes = 16 * static_cast<i64>(kSectorBytes);
-  return row.place >= 0 &&
-         row.place + static_cast<i64>(row.magicAt + row.magic.size()) <= kFrontBytes;
-}
-
 bool IsLookedFor(const ContentRow& row, const cPartTreeItem& node, ContentReach reach) {
-  if (reach == ContentReach::kFront && !IsInFront(row)) return false;
   const bool isWholeDisk = !node.Parent();
   switch (row.where) {
     case ContentRow::Where::kAnywhere:

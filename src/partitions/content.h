@@ -14,7 +14,6 @@ namespace larkspur {
 
 // How far inside a node content is looked for.
 enum class ContentReach : u8 {
-  kFront,  // in its first 16 sectors
   kUsual,
   kFar,  // and megabytes inside, where VMFS lies
 };

@@ -98,25 +98,6 @@ bool ReadFromBackup(Scan& scan, cPartTreeItem& root) {
   return true;
 }
 
-// What the probes will want of a node, and the notes where they are taken, in few requests. Gaps
-// are left alone where they are wider than what lies around them.
-void ReadNodeAhead(Scan& scan, const cPartTreeItem& node) {
-  constexpr u32 kAtFront = 44;
-  constexpr u32 kAtEnd = 24;  // a node of a GUID table ends one sector before, which moves MD's
-  constexpr struct {
-    u32 first;
-    u32 count;
-  } kContents[] = {{63, 5}, {127, 4}};
-  if (!scan.IsForPeople()) return;
-  const u64 length = scan.TableLength(node);
-  if (length >= kAtFront) scan.ReadAhead(node.m_start, kAtFront);
-  for (const auto& piece : kContents) {
-    if (!scan.TakesNotes() || piece.first + piece.count > length) break;
-    scan.ReadAhead(node.m_start + piece.first, piece.count);
-  }
-  if (length > 64 + kAtEnd) scan.ReadAhead(node.m_start + length - kAtEnd, kAtEnd);
-}
-
 }  // namespace
 
 bool RunFormat(Scan& scan, cPartTreeItem& node, const Format& format) {
@@ -151,7 +132,7 @@ bool DetectPartitionContents(cPartTreeItem* node, bool allowMbr) {
 
 bool DetectContents(Scan& scan, cPartTreeItem& node, bool allowMbr) {
   ScanAsker asker(scan, kDetection);
-  ReadNodeAhead(scan, node);
+  ReadNodeAhead(scan, node, scan.TakesNotes());
   auto front = std::make_unique_for_overwrite<FrontBytes>();
   if (scan.Read(node.m_start, kFrontSectors, front->data()) != kFrontSectors) return false;
   for (const Format* format : kNodeFormats) {
@@ -159,6 +140,23 @@ bool DetectContents(Scan& scan, cPartTreeItem& node, bool allowMbr) {
     if (Matches(scan, node, *format, *front)) return RunFormat(scan, node, *format);
   }
   return true;
+}
+
+void ReadNodeAhead(Scan& scan, const cPartTreeItem& node, bool forContent) {
+  constexpr u32 kAtFront = 44;
+  constexpr u32 kAtEnd = 24;  // a node of a GUID table ends one sector before, which moves MD's
+  constexpr struct {
+    u32 first;
+    u32 count;
+  } kContentPlaces[] = {{63, 5}, {127, 4}};
+  if (!scan.IsForPeople()) return;
+  const u64 length = scan.TableLength(node);
+  if (length >= kAtFront) scan.ReadAhead(node.m_start, kAtFront);
+  for (const auto& piece : kContentPlaces) {
+    if (!forContent || piece.first + piece.count > length) break;
+    scan.ReadAhead(node.m_start + piece.first, piece.count);
+  }
+  if (length > 64 + kAtEnd) scan.ReadAhead(node.m_start + length - kAtEnd, kAtEnd);
 }
 
 const Format* FormatOf(u32 parserId) {

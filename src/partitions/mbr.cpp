@@ -9,6 +9,7 @@
 
 #include "base/endian.h"
 #include "partitions/content.h"
+#include "partitions/detection.h"
 #include "partitions/gpt_table.h"
 #include "partitions/ldm.h"
 #include "partitions/part_records.h"
@@ -144,48 +145,98 @@ void TableReader::AddLogicalDrive(cPartTreeItem& container, const SectorBytes& s
   m_scan.Detect(*drive, m_node);
 }
 
-// Whether what an entry says lies where it leads when it counts in `factor` sectors.
-bool LeadsSomewhere(Scan& scan, const cPartTreeItem& node, const Entry& entry, u64 factor) {
+// What lies where a table's entries lead.
+enum class Evidence : u8 {
+  kNone,
+  kBootMark,  // of a boot record: by chance, one sector of 65,536 has it
+  kContent,   // a file system, a member, a chain or a GUID table
+};
+
+// Whether it is the first of a chain: entries as in a table's own sector, the drive's among them.
+bool IsChainLink(const SectorBytes& sector) {
+  for (size_t i = 0; i < kEntries; ++i) {
+    if (!IsValidEntry(&sector[kTable + i * kEntryBytes])) return false;
+  }
+  return EntryAt(sector.data(), 0).type != 0;
+}
+
+// A GUID table tells by its place what it counts in, as seen from an entry that counts in 512
+// bytes.
+bool LeadsToGpt(Scan& scan, u64 start, u64 factor) {
+  u8 front[kGptFrontSectors * kSectorBytes] = {};
+  return factor == 1 && scan.Read(start, kGptFrontSectors, front) > 0 && FindGptHeader(front);
+}
+
+Evidence EvidenceOf(Scan& scan, const cPartTreeItem& node, const Entry& entry, u64 factor) {
   const Owned<cScannedItem> target(new cScannedItem(entry.count * factor));
   SetNode(*target, node.m_io, node.m_start + entry.start * factor, entry.count * factor,
           entry.type);
   target->m_parent = const_cast<cPartTreeItem*>(&node);
   SectorBytes first;
-  scan.ReadAhead(target->m_start, kFrontSectors);
-  if (!scan.ReadSector(target->m_start, &first)) return false;
-  if (LoadLe16(&first[kSignature]) == kSigned) return true;
-  if (entry.type == kTypeGptProtective) {
-    u8 front[kGptFrontSectors * kSectorBytes] = {};
-    return scan.Read(target->m_start, kGptFrontSectors, front) > 0 && FindGptHeader(front);
+  ReadNodeAhead(scan, *target, true);
+  if (!scan.ReadSector(target->m_start, &first)) return Evidence::kNone;
+  const bool isSigned = LoadLe16(&first[kSignature]) == kSigned;
+  bool isContent = false;
+  if (IsContainerType(entry.type)) {
+    isContent = isSigned && IsChainLink(first);
+  } else if (entry.type == kTypeGptProtective) {
+    isContent = LeadsToGpt(scan, target->m_start, factor);
+  } else {
+    isContent = (isSigned && BootSectorType(first)) ||
+                FindContent(scan, *target, ContentReach::kUsual).has_value();
   }
-  return FindContent(scan, *target, ContentReach::kFront).has_value();
+  return isContent ? Evidence::kContent : isSigned ? Evidence::kBootMark : Evidence::kNone;
 }
 
-bool LeadsSomewhere(Scan& scan, const cPartTreeItem& node, const SectorBytes& sector, u64 factor) {
+Evidence EvidenceOf(Scan& scan, const cPartTreeItem& node, const SectorBytes& sector, u64 factor) {
+  Evidence best = Evidence::kNone;
+  for (size_t i = 0; i < kEntries && best != Evidence::kContent; ++i) {
+    const Entry entry = EntryAt(sector.data(), i);
+    if (entry.type != 0) best = std::max(best, EvidenceOf(scan, node, entry, factor));
+  }
+  return best;
+}
+
+bool AllEndInside(const SectorBytes& sector, u64 factor, u64 sectors) {
   for (size_t i = 0; i < kEntries; ++i) {
     const Entry entry = EntryAt(sector.data(), i);
-    if (entry.type != 0 && LeadsSomewhere(scan, node, entry, factor)) return true;
+    // A protective entry is often as long as can be written.
+    const u64 count = entry.type == kTypeGptProtective ? 1 : entry.count;
+    if (entry.type != 0 && (entry.start + count) * factor > sectors) return false;
   }
-  return false;
+  return true;
 }
 
+struct SectorFactor {
+  u64 factor;
+  bool isConfirmed;
+};
+
 // Disks with sectors of 4096 bytes are read directly, through caches that do not know, and behind
-// bridges that pretend, so neither the storage's word nor the table tells what the table counts in.
-// What lies where its entries lead does; sectors of 512 bytes are tried first.
-void ChooseFactor(Scan& scan, const cPartTreeItem& node, const SectorBytes& sector) {
+// bridges that pretend, so neither the storage's word nor the table tells for sure what the table
+// counts in. The storage's word holds unless only the other reading leads to contents. A storage
+// that says 512 may be an image of any disk; what says more is believed less easily than that.
+SectorFactor FactorOf(Scan& scan, const cPartTreeItem& node, const SectorBytes& sector) {
   constexpr u64 kLargeFactor = 4096 / kSectorBytes;
+  const u64 told = scan.TableFactor();
+  const u64 other = told == 1 ? kLargeFactor : 1;
+  const Evidence evidence = EvidenceOf(scan, node, sector, told);
+  if (evidence == Evidence::kContent) return {told, true};
+  const Evidence others = EvidenceOf(scan, node, sector, other);
+  const bool isDoubtful = others > evidence || !AllEndInside(sector, told, scan.SectorCount());
+  const bool isOther = others == Evidence::kContent || (told != 1 && isDoubtful);
+  return {isOther ? other : told, isOther || evidence != Evidence::kNone};
+}
+
+void ChooseFactor(Scan& scan, const cPartTreeItem& node, const SectorBytes& sector) {
   if (node.Parent()) return;  // the disk's own table has decided
-  const u64 ofStorage = scan.TableFactor();
-  for (const u64 factor : {u64{1}, std::max(ofStorage, kLargeFactor)}) {
-    if (!LeadsSomewhere(scan, node, sector, factor)) continue;
-    scan.SetTableFactor(factor);
-    if (factor != ofStorage || factor != 1) {
-      scan.TakeNote(node, SectorSizeNote{static_cast<u32>(factor * kSectorBytes), true});
-    }
-    return;
-  }
-  if (ofStorage == 1) return;
-  scan.TakeNote(node, SectorSizeNote{static_cast<u32>(ofStorage * kSectorBytes), false});
+  const bool is512 = scan.TableFactor() == 1;
+  const SectorFactor chosen = FactorOf(scan, node, sector);
+  scan.SetTableFactor(chosen.factor);
+  if (is512 && chosen.factor == 1) return;
+  if (EntryAt(sector.data(), 0).type == kTypeGptProtective) return;  // what it protects decides
+  scan.TakeNote(node,
+                SectorSizeNote{static_cast<u32>(chosen.factor * kSectorBytes), chosen.isConfirmed});
 }
 
 }  // namespace

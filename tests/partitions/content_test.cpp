@@ -230,8 +230,16 @@ TEST(SectorSize, IsChosenByWhatLiesWhereTheTableLeads) {
         sectorBytes == 512 ? std::string() : "counts in sectors of 512 bytes\n";
     EXPECT_EQ(TreeForPeople(large, sectorBytes), largeTree) << sectorBytes;
     EXPECT_EQ(TreeForPeople(small, sectorBytes), smallTree + note) << sectorBytes;
-    EXPECT_EQ(TreeForPeople(gpt, sectorBytes), gptTree + note) << sectorBytes;
+    EXPECT_EQ(TreeForPeople(gpt, sectorBytes), gptTree) << sectorBytes;
   }
+  // A boot record's mark alone, where the other reading leads, is chance.
+  DiskBuilder marked(65536);
+  marked.MbrEntry(0, 0, 0x83, 256, 1000).Le(2048, 510, 2, 0xAA55);
+  EXPECT_NE(TreeForPeople(marked, 512).find("\n  256+1000 131"), std::string::npos);
+  // Far inside the partition as well.
+  DiskBuilder far(65536);
+  far.MbrEntry(0, 0, 0x83, 256, 1000).Text(2048 + 128, 64, "_BHRfS_M").Le(2048 + 128, 48, 8, 65536);
+  EXPECT_NE(TreeForPeople(far, 512).find("\n  2048+8000 131"), std::string::npos);
   // A host still gets what the storage's geometry gives.
   for (const auto& [sectorBytes, child] :
        {std::pair{4096u, "\n  2048+8000 7"}, {512u, "\n  256+1000 7"}}) {
