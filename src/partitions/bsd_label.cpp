@@ -67,21 +67,21 @@ bool AllWithin(const std::vector<Entry>& entries, u64 first, u64 end) {
 // the label does not say. The entry of the whole slice decides where it starts with the slice by
 // one of the two readings. Otherwise what lies inside the slice by one reading only is meant that
 // way.
-bool CountsFromDisk(const std::vector<Entry>& entries, const cPartTreeItem& node) {
+bool CountsFromDisk(const std::vector<Entry>& entries, u64 start, u64 length) {
   const auto whole = std::find_if(entries.begin(), entries.end(),
                                   [](const Entry& entry) { return entry.index == kWholeEntry; });
   const bool hasWhole = whole != entries.end();
-  if (hasWhole && whole->offset == node.m_start) return true;
+  if (hasWhole && whole->offset == start) return true;
   if (hasWhole && whole->offset == 0) {
-    if (whole->size <= node.m_length) return false;
-    if (whole->size >= node.End()) return true;
+    if (whole->size <= length) return false;
+    if (whole->size >= start + length) return true;
   }
-  const bool fromDisk = AllWithin(entries, node.m_start, node.End());
-  const bool fromSlice = AllWithin(entries, 0, node.m_length);
+  const bool fromDisk = AllWithin(entries, start, start + length);
+  const bool fromSlice = AllWithin(entries, 0, length);
   if (fromDisk != fromSlice) return fromDisk;
   if (fromDisk || hasWhole) return true;
   return std::none_of(entries.begin(), entries.end(),
-                      [&](const Entry& entry) { return entry.offset < node.m_start; });
+                      [&](const Entry& entry) { return entry.offset < start; });
 }
 
 }  // namespace
@@ -96,7 +96,7 @@ bool ParseBsdLabel(Scan& scan, cPartTreeItem& node) {
                      (scan.ReadSector(node.m_start, &sector) && IsLabel(sector));
   if (!found) return false;
   const std::vector<Entry> entries = UsedEntries(sector, node.m_type == kTypeOpenBsd);
-  const u64 base = CountsFromDisk(entries, node) ? 0 : node.m_start;
+  const u64 base = CountsFromDisk(entries, node.m_start, scan.TableLength(node)) ? 0 : node.m_start;
   for (const Entry& entry : entries) {
     scan.AddAndDetect(node, base + entry.offset, entry.size, entry.type);
   }

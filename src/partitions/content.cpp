@@ -29,9 +29,9 @@ std::string Serial(std::span<const u8> field) {
   return text;
 }
 
-// Without the zeros before it.
-std::string Number(std::string text) {
-  return text.substr(std::min(text.find_first_not_of('0'), text.size() - 1));
+// Without the zeros before it; 0 is none.
+std::string Number(const std::string& text) {
+  return text.substr(std::min(text.find_first_not_of('0'), text.size()));
 }
 
 std::string TextOf(NodeBytes& bytes, const ContentField& field) {
@@ -56,6 +56,9 @@ std::string TextOf(NodeBytes& bytes, const ContentField& field) {
       return Number(HexText(found));
     case Form::kTwoWords:
       return Reversed(found.first(4)) + Reversed(found.last(4));
+    case Form::kVmfs:
+      return Reversed(found.first(4)) + '-' + Reversed(found.subspan(4, 4)) + '-' +
+             Reversed(found.subspan(8, 2)) + '-' + HexText(found.last(6));
     case Form::kNone:
       break;
   }
@@ -90,6 +93,15 @@ bool Fits(const ContentRow& row, NodeBytes& bytes) {
   const auto found = bytes.Bytes(row.magicAt, row.magic.size());
   if (!StartsWith(found, row.magic)) return false;
   return !row.guard || (row.guard(bytes) && !bytes.Failed());
+}
+
+bool LiesInChild(Scan& scan, const cPartTreeItem& node, u64 offset) {
+  const u64 sector = node.m_start + (offset >> kSectorShift);
+  for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
+    const bool isBefore = sector < child->m_start;
+    if (!isBefore && sector - child->m_start < scan.TableLength(*child)) return true;
+  }
+  return false;
 }
 
 ContentNote Describe(const ContentRow& row, NodeBytes& bytes) {
@@ -138,7 +150,10 @@ const Promise* PromiseOf(u16 type) {
 std::optional<ContentNote> FindContent(Scan& scan, const cPartTreeItem& node, ContentReach reach) {
   NodeBytes bytes(scan, node);
   for (const ContentRow& row : ContentRows()) {
-    if (IsLookedFor(row, node, reach) && Fits(row, bytes)) return Describe(row, bytes);
+    if (!IsLookedFor(row, node, reach) || !Fits(row, bytes)) continue;
+    // The last partition may end where the disk ends.
+    if (row.place < 0 && LiesInChild(scan, node, bytes.Base())) continue;
+    return Describe(row, bytes);
   }
   return std::nullopt;
 }

@@ -112,20 +112,33 @@ bool IsUfs(NodeBytes& bytes) {
   return bytes.Le32(48) != 0 && IsPowerOfTwo(bytes.Le32(48), 4096, 65536);
 }
 
+bool IsBigUfs(NodeBytes& bytes) {
+  return IsPowerOfTwo(bytes.Be32(48), 4096, 65536);
+}
+
+bool IsBefs(NodeBytes& bytes) {
+  return bytes.Le32(68) == 0xDD121031 && bytes.Le32(112) == 0x15B6830E;
+}
+
 bool IsPrimaryVolume(NodeBytes& bytes) {
   return bytes.U8(0) == 1;
 }
 
-// Somewhere after the first descriptor the one that names the standard.
-bool IsUdf(NodeBytes& bytes) {
-  for (u64 at = 0; at < u64{16} * 2048; at += 2048) {
-    const auto name = bytes.Bytes(at + 1, 5);
+// Somewhere after the first descriptor the one that names the standard. They stand in blocks of
+// their own.
+bool NamesUdf(NodeBytes& bytes, u64 blockBytes) {
+  for (u64 block = 0; block < 16; ++block) {
+    const auto name = bytes.Bytes(block * blockBytes + 1, 5);
     if (StartsWith(name, "NSR02") || StartsWith(name, "NSR03")) return true;
     if (!StartsWith(name, "BEA01") && !StartsWith(name, "CD001") && !StartsWith(name, "BOOT2")) {
       return false;
     }
   }
   return false;
+}
+
+bool IsUdf(NodeBytes& bytes) {
+  return NamesUdf(bytes, 2048) || NamesUdf(bytes, 4096);
 }
 
 bool IsSquashfs4(NodeBytes& bytes) {
@@ -186,14 +199,39 @@ constexpr ContentField kReiserLabel = Text(100, 16);
 constexpr ContentField kReiserUuid = Uuid(84);
 constexpr ContentField kUfsName = Text(680, 32);
 constexpr ContentField kUfsId{144, 8, Form::kTwoWords};
+constexpr ContentField kBigUfsId{144, 8, Form::kHex};
 constexpr ContentField kDrbdId{40, 8, Form::kBe64};
 constexpr ContentField kDdfId{8, 24, Form::kHex};
 constexpr ContentField kVmfsLabel = Text(29, 128);
-constexpr ContentField kVmfsId{9, 16, Form::kHex};
+constexpr ContentField kVmfsId{9, 16, Form::kVmfs};
 
-// Members come before what they hold, and the strict before the lax. Rows of one place stand
+// Members come before what they hold, so what is told from the end comes first, and the strict
+// before the lax. Rows of one place stand
 // together, so that each sector is looked at once.
 constexpr ContentRow kRows[] = {
+    // At the end. DRBD's stands where Apple RAID's is looked for.
+    {"drbd", FromEnd(8), 60, "\x83\x74\x02\x6B"sv, nullptr, {}, kDrbdId, "v08"},
+    {"drbd", FromEnd(8), 60, "\x83\x74\x02\x6C"sv, nullptr, {}, kDrbdId, "v08"},
+    {"drbd", FromEnd(8), 60, "\x83\x74\x02\x6D"sv, nullptr, {}, kDrbdId, "v09"},
+    // Superblocks of 1.0 and 0.90, whose places hang on the node's length.
+    RoundedDown(4 * KiB, {"linux_raid_member", FromEnd(16), 0, kMdMagic, IsMdFromItsPlace, kMdName,
+                          kMdSet, "1.0"}),
+    RoundedDown(
+        64 * KiB,
+        {"linux_raid_member", FromEnd(128), 0, kMdMagic, IsMd0, {}, {}, "0.90.0", DescribeMd0}),
+    RoundedDown(
+        64 * KiB,
+        {"linux_raid_member", FromEnd(128), 0, kBigMdMagic, IsMd0, {}, {}, "0.90.0", DescribeMd0}),
+    // Of whole disks.
+    OnWholeDisk({"ddf_raid_member", FromEnd(1), 0, "\xDE\x11\xDE\x11"sv, nullptr, {}, kDdfId}),
+    OnWholeDisk({"ddf_raid_member", FromEnd(1), 0, "\x11\xDE\x11\xDE"sv, nullptr, {}, kDdfId}),
+    OnWholeDisk({"lsi_mega_raid_member", FromEnd(1), 0, "$XIDE$"sv}),
+    OnWholeDisk({"adaptec_raid_member", FromEnd(1), 0, "\x37\xFC\x4D\x1E"sv, IsAdaptec}),
+    OnWholeDisk({"isw_raid_member", FromEnd(2), 0, "Intel Raid ISM Cfg Sig. "sv}),
+    OnWholeDisk({"nvidia_raid_member", FromEnd(2), 0, "NVIDIA"sv}),
+    OnWholeDisk({"hpt45x_raid_member", FromEnd(11), 0, "\xF3\x16\x78\x5A"sv}),
+    OnWholeDisk({"hpt45x_raid_member", FromEnd(11), 0, "\xFD\x16\x78\x5A"sv}),
+    OnWholeDisk({"promise_fasttrack_raid_member", FromEnd(63), 0, "Promise Technology, Inc."sv}),
     // At the front.
     {"crypto_LUKS", 0, 0, "LUKS\xBA\xBE"sv, IsLuks1, {}, kLuksUuid, "1"},
     {"crypto_LUKS", 0, 0, "LUKS\xBA\xBE"sv, IsLuks2, Text(24, 48), kLuksUuid, "2"},
@@ -216,6 +254,7 @@ constexpr ContentRow kRows[] = {
     {"LVM2_member", 512, 24, "LVM2 001"sv, nullptr, {}, {}, "LVM2 001", DescribeLvm2},
     {"LVM2_member", 1024, 24, "LVM2 001"sv, nullptr, {}, {}, "LVM2 001", DescribeLvm2},
     {"LVM2_member", 1536, 24, "LVM2 001"sv, nullptr, {}, {}, "LVM2 001", DescribeLvm2},
+    {"befs", 512, 32, "1SFB"sv, IsBefs, Text(0, 32), {}, "little-endian"},
     {"f2fs", KiB, 0, "\x10\x20\xF5\xF2"sv, nullptr, kF2fsLabel, Uuid(108), {}, DescribeF2fs},
     {"erofs", KiB, 0, "\xE2\xE1\xF5\xE0"sv, nullptr, Text(64, 16), Uuid(48)},
     {"nilfs2", KiB, 6, "\x34\x34"sv, IsNilfs, Text(168, 80), Uuid(152), "2"},
@@ -237,6 +276,9 @@ constexpr ContentRow kRows[] = {
     {"swap", 0, 8192 - 10, "SWAPSPACE2"sv, nullptr, kSwapLabel, kSwapUuid, "1"},
     {"reiserfs", 8 * KiB, 52, "ReIsErFs"sv, nullptr, {}, {}, "3.5"},
     {"ufs", 8 * KiB, 1372, "\x54\x19\x01\x00"sv, IsUfs, {}, kUfsId, "1"},
+    {"ufs", 8 * KiB, 1372, "\x19\x01\x54\x19"sv, IsUfs, kUfsName, kUfsId, "2"},
+    {"ufs", 8 * KiB, 1372, "\x00\x01\x19\x54"sv, IsBigUfs, {}, kBigUfsId, "1"},
+    {"ufs", 8 * KiB, 1372, "\x19\x54\x01\x19"sv, IsBigUfs, kUfsName, kBigUfsId, "2"},
     // After it.
     {"swap", 0, 16384 - 10, "SWAPSPACE2"sv, nullptr, kSwapLabel, kSwapUuid, "1"},
     {"zfs_member", 16 * KiB, 0, "\1\1\0\0\0\0\0\0\0\0\0\1"sv, IsZfs, {}, {}, {}, DescribeZfs},
@@ -252,32 +294,10 @@ constexpr ContentRow kRows[] = {
     {"reiserfs", 64 * KiB, 52, "ReIsEr2Fs"sv, nullptr, kReiserLabel, kReiserUuid, "3.6"},
     {"reiserfs", 64 * KiB, 52, "ReIsEr3Fs"sv, nullptr, kReiserLabel, kReiserUuid, "JR"},
     {"ufs", 64 * KiB, 1372, "\x19\x01\x54\x19"sv, IsUfs, kUfsName, kUfsId, "2"},
-    // At the end. DRBD's stands where Apple RAID's is looked for.
-    {"drbd", FromEnd(8), 60, "\x83\x74\x02\x6B"sv, nullptr, {}, kDrbdId, "v08"},
-    {"drbd", FromEnd(8), 60, "\x83\x74\x02\x6C"sv, nullptr, {}, kDrbdId, "v08"},
-    {"drbd", FromEnd(8), 60, "\x83\x74\x02\x6D"sv, nullptr, {}, kDrbdId, "v09"},
-    // Of whole disks.
-    OnWholeDisk({"ddf_raid_member", FromEnd(1), 0, "\xDE\x11\xDE\x11"sv, nullptr, {}, kDdfId}),
-    OnWholeDisk({"ddf_raid_member", FromEnd(1), 0, "\x11\xDE\x11\xDE"sv, nullptr, {}, kDdfId}),
-    OnWholeDisk({"lsi_mega_raid_member", FromEnd(1), 0, "$XIDE$"sv}),
-    OnWholeDisk({"adaptec_raid_member", FromEnd(1), 0, "\x37\xFC\x4D\x1E"sv, IsAdaptec}),
-    OnWholeDisk({"isw_raid_member", FromEnd(2), 0, "Intel Raid ISM Cfg Sig. "sv}),
-    OnWholeDisk({"nvidia_raid_member", FromEnd(2), 0, "NVIDIA"sv}),
-    OnWholeDisk({"hpt45x_raid_member", FromEnd(11), 0, "\xF3\x16\x78\x5A"sv}),
-    OnWholeDisk({"hpt45x_raid_member", FromEnd(11), 0, "\xFD\x16\x78\x5A"sv}),
-    OnWholeDisk({"promise_fasttrack_raid_member", FromEnd(63), 0, "Promise Technology, Inc."sv}),
+    {"ufs", 64 * KiB, 1372, "\x19\x54\x01\x19"sv, IsBigUfs, kUfsName, kBigUfsId, "2"},
     // Megabytes inside.
     OfVmfs({"VMFS_volume_member", MiB, 0, "\x0D\xD0\x01\xC0"sv, HasVmfsVersion, {}, Text(532, 35)}),
     OfVmfs({"VMFS", 2 * MiB, 0, "\x5E\xF1\xAB\x2F"sv, HasVmfsVersion, kVmfsLabel, kVmfsId}),
-    // Superblocks of 1.0 and 0.90, whose places hang on the node's length.
-    RoundedDown(4 * KiB, {"linux_raid_member", FromEnd(16), 0, kMdMagic, IsMdFromItsPlace, kMdName,
-                          kMdSet, "1.0"}),
-    RoundedDown(
-        64 * KiB,
-        {"linux_raid_member", FromEnd(128), 0, kMdMagic, IsMd0, {}, {}, "0.90.0", DescribeMd0}),
-    RoundedDown(
-        64 * KiB,
-        {"linux_raid_member", FromEnd(128), 0, kBigMdMagic, IsMd0, {}, {}, "0.90.0", DescribeMd0}),
 };
 
 }  // namespace

@@ -25,6 +25,7 @@ struct ContentField {
     kSerial64,  // little-endian
     kBe64,
     kTwoWords,  // two u32, little-endian
+    kVmfs,      // 16 bytes: two u32 and a u16, little-endian, and six bytes in their order
   };
 
   u32 offset = 0;  // from the structure

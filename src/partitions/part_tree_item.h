@@ -71,6 +71,7 @@ class cScannedItem final : public cPartTreeItem {
   void* Destroy(u32 flags) override;
 
   u64 m_tableLength;
+  u16 m_tableType = 0;  // what the node holds may have given it another
 
  protected:
   ~cScannedItem() = default;

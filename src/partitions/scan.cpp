@@ -178,6 +178,7 @@ cPartTreeItem* Scan::AddEntry(cPartTreeItem& parent, u64 start, u64 length, u64 
   if (!Spend(Budget::kNodes, 1)) return nullptr;
   cTreeItem*& newest = m_newestChild[&parent];
   auto* child = new cScannedItem(tableLength);
+  child->m_tableType = type;
   SetNode(*child, parent.m_io, start, length, type);
   AppendChild(&parent, child, newest);
   newest = child;

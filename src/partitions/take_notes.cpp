@@ -35,6 +35,12 @@ const cPartTreeItem* NextInOrder(const cPartTreeItem* node) {
   return node ? node->Next() : nullptr;
 }
 
+// Whether its data lie in an area of its own, or in those of a set.
+bool IsMember(const cPartTreeItem& node) {
+  const u32 parser = ParserIdOf(node);
+  return parser == kParserMDADM || parser == kParserLVM || parser == kParserLUKS;
+}
+
 class NoteTaker {
  public:
   NoteTaker(Scan& scan, const cPartTreeItem& root, TreeNotes& notes)
@@ -129,11 +135,20 @@ std::string NoteTaker::TypeGuidOf(const cPartTreeItem& node) const {
   return {};
 }
 
-// Looked for where nothing lies below, on the whole storage, and where a member's data area does.
+// Of a table that only gives room to others there is none.
+bool IsRoomOnly(const cPartTreeItem& node) {
+  return IsContainerType(node.m_type) || node.m_type == kTypeGptProtective;
+}
+
+// What begins where the node begins is told at its first child.
+bool IsToldBelow(const cPartTreeItem& node) {
+  const cPartTreeItem* first = node.FirstChild();
+  return first && first->m_start == node.m_start && !IsMember(node);
+}
+
+// A file system may have a table in its first sector, an older one or of a bootable CD.
 void NoteTaker::TellContent(const cPartTreeItem& node) {
-  const u32 parser = ParserIdOf(node);
-  const bool isMember = parser == kParserMDADM || parser == kParserLVM || parser == kParserLUKS;
-  if (node.Parent() && node.FirstChild() && !isMember) return;
+  if (node.Parent() && (IsRoomOnly(node) || IsToldBelow(node))) return;
   if (m_scan.TableLength(node) == 0) return;
   ScanAsker asker(m_scan, "notes");
   const bool mayHoldVmfs =
@@ -150,14 +165,18 @@ void NoteTaker::TellContent(const cPartTreeItem& node) {
 }
 
 void NoteTaker::TellType(const cPartTreeItem& node, std::string_view found) {
+  if (node.Parent() && IsMember(*node.Parent())) return;  // no table gave the type
   const std::string guid = TypeGuidOf(node);
   if (!guid.empty()) {
     const GptPromise promise = PromiseOfGptType(guid);
     if (promise.first.empty()) return;
     const bool isKept = !found.empty() && (found == promise.first || found == promise.second);
     m_notes.Add(node, TypeNote{isKept, promise.first});
-  } else if (const auto expected = ExpectedContent(node.m_type); !expected.empty()) {
-    m_notes.Add(node, TypeNote{KeepsPromise(node.m_type, found), expected});
+    return;
+  }
+  const u16 type = static_cast<const cScannedItem&>(node).m_tableType;
+  if (const auto expected = ExpectedContent(type); !expected.empty()) {
+    m_notes.Add(node, TypeNote{KeepsPromise(type, found), expected});
   }
 }
 

@@ -11,6 +11,7 @@
 #include "imaging/tree_words.h"
 #include "partitions/detection.h"
 #include "partitions/gpt_types.h"
+#include "partitions/place.h"
 
 namespace larkspur {
 namespace {
@@ -133,7 +134,20 @@ std::vector<Case> Crafted() {
        "promise_fasttrack_raid_member"},
       {"VMFS",
        DiskBuilder(8192).Le(4096, 0, 4, 0x2FABF15E).Le(4096, 4, 4, 5).Text(4096, 29, "datastore1"),
-       "VMFS \"datastore1\", " + std::string(32, '0')},
+       "VMFS \"datastore1\", 00000000-00000000-0000-000000000000"},
+      {"UDF of blocks of 4096 bytes",
+       Disk().Text(64, 1, "BEA01").Text(72, 1, "NSR03").Text(80, 1, "TEA01"), "udf"},
+      {"UFS of the other byte order", Disk().Be(16, 1372, 4, 0x19540119).Be(16, 48, 4, 8192),
+       "ufs 2, 0000000000000000"},
+      {"BeFS",
+       Disk()
+           .Text(1, 0, "haiku")
+           .Text(1, 32, "1SFB")
+           .Le(1, 68, 4, 0xDD121031)
+           .Le(1, 112, 4, 0x15B6830E),
+       "befs little-endian \"haiku\""},
+      {"DRBD over ext",
+       Disk().Le(2, 56, 2, 0xEF53).Le(2, 32, 4, 8).Be(kSectors - 8, 60, 4, 0x8374026B), "drbd v08"},
       {"nothing", Disk(), ""},
       {"the word alone is no FAT", Disk().Text(0, 54, "FAT16   "), ""},
       {"an ext of impossible blocks", Disk().Le(2, 56, 2, 0xEF53).Le(2, 24, 4, 60).Le(2, 32, 4, 8),
@@ -247,6 +261,40 @@ TEST(SectorSize, IsChosenByWhatLiesWhereTheTableLeads) {
   }
   const DiskBuilder blank = DiskBuilder(65536).MbrEntry(0, 0, 7, 256, 1000);
   EXPECT_NE(TreeForPeople(blank, 4096).find("nothing confirms it"), std::string::npos);
+}
+
+// The note of kind `Kind` at that place; none when there is none.
+template <typename Kind>
+std::optional<Kind> NoteAt(const DiskBuilder& disk, const char* place) {
+  PartitionTree tree;
+  TreeNotes notes;
+  BuildPartitionTree(tree.Head(), disk.Disk().get(), {.notes = &notes});
+  for (const Note& note : notes.Of(*FindNode(*tree.Root(), place))) {
+    if (const auto* found = std::get_if<Kind>(&note)) return *found;
+  }
+  return std::nullopt;
+}
+
+TEST(Notes, GoToTheNodeThatTheySpeakOf) {
+  // The superblock at the end of the last partition is at the end of the disk, too. What lies in a
+  // member has no type of a table.
+  DiskBuilder member(8192);
+  member.MbrEntry(0, 0, 0xFD, 2048, 6144).Le(8064, 0, 4, 0xA92B4EFC).Le(8064, 40, 4, 2);
+  member.Le(8064, 28, 4, 1).Le(8064, 32, 4, 3000);
+  EXPECT_FALSE(NoteAt<ContentNote>(member, ""));
+  EXPECT_EQ(NoteAt<ContentNote>(member, "1")->name, "linux_raid_member");
+  EXPECT_TRUE(NoteAt<TypeNote>(member, "1")->isConfirmed);
+  EXPECT_FALSE(NoteAt<TypeNote>(member, "1.1"));
+  // A file system with an older table in its first sector.
+  DiskBuilder stale(8192);
+  stale.MbrEntry(0, 0, 0x83, 1000, 6000).MbrEntry(1000, 0, 0x83, 1500, 100);
+  stale.Le(1002, 56, 2, 0xEF53).Le(1002, 32, 4, 8);
+  EXPECT_EQ(NoteAt<ContentNote>(stale, "1")->name, "ext2");
+  // What the table says, not what the partition's contents made of it.
+  DiskBuilder other(8192);
+  other.MbrEntry(0, 0, 0x82, 1000, 6000);
+  PutNtfs(other, 1000);
+  EXPECT_EQ(NoteAt<TypeNote>(other, "1")->expected, "swap");
 }
 
 TEST(Notes, TellWhichLimitWasReached) {

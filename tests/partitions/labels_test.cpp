@@ -91,6 +91,14 @@ TEST(BsdLabel, UnderstandsLargerSectorsAndOpenBsdsWideFields) {
   EXPECT_NE(wide(0xA5).find("1016+100 "), std::string::npos);
 }
 
+// Its node is a sector shorter than the slice.
+TEST(BsdLabel, InAGuidTableCountsByTheSlicesTrueLength) {
+  DiskBuilder disk(8192);
+  disk.Gpt(1, 1, 4).GptEntry(1, 0, "516E7CB4-6ECF-11D6-8FF8-00022D09712B", 2048, 6047);
+  PutBsdLabel(disk, 2049, {{1000, 16, 7}, {0, 0, 0}, {4000, 0, 0}});
+  EXPECT_NE(disk.Tree().find("2064+1000 263"), std::string::npos) << disk.Tree();
+}
+
 TEST(BsdLabel, ALabelThatContainsItselfEnds) {
   DiskBuilder disk(4096);
   PutBsdLabel(disk, 1, {{4096, 0, 7}, {4095, 0, 7}, {100, 1, 7}});
