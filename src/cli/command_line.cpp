@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "base/help_format.h"
 #include "base/printable.h"
 #include "cli/commands.h"
 #include "cli/output.h"
@@ -349,14 +350,6 @@ Action WrongUsage(const std::string& command, const std::string& fault) {
   Tell(fmt::format("{}{}; see 'larkspur {}--help'", command.empty() ? "" : command + ": ", fault,
                    place));
   return [] { return kExitUsage; };
-}
-
-// The parser's words with a small first letter, if it is not that of a name such as "CACHE".
-std::string InSentence(std::string text) {
-  const auto at = [&text](size_t i) { return static_cast<unsigned char>(text[i]); };
-  const bool isName = text.size() < 2 || std::isupper(at(1));
-  if (!isName) text[0] = static_cast<char>(std::tolower(at(0)));
-  return text;
 }
 
 // "help" and "help COMMAND" are other words for --help.

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <charconv>
 #include <optional>
-#include <sstream>
 
 #include <fmt/core.h>
 
@@ -13,73 +12,6 @@
 
 namespace larkspur::cli {
 namespace {
-
-constexpr size_t kHelpColumn = 28;
-constexpr size_t kHelpWidth = 80;
-
-// `text` in lines of at most `width` characters, where its words allow that.
-std::string Wrapped(const std::string& text, size_t width) {
-  std::istringstream words(text);
-  std::string out, word;
-  size_t column = 0;
-  while (words >> word) {
-    if (column > 0) {
-      const bool fits = column + 1 + word.size() <= width;
-      out += fits ? ' ' : '\n';
-      column = fits ? column + 1 : 0;
-    }
-    out += word;
-    column += word.size();
-  }
-  return out;
-}
-
-// The type's name without what checks add to it.
-std::string ValueName(const CLI::Option* option) {
-  const std::string name = option->get_type_name();
-  return name.substr(0, name.find(':'));
-}
-
-class HelpFormat final : public CLI::Formatter {
- public:
-  HelpFormat() {
-    column_width(kHelpColumn);
-    label("Positionals", "Arguments");
-    label("SUBCOMMAND", "COMMAND");
-  }
-
-  // A positional argument goes by the name of its value where it has one of its own.
-  std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
-    if (!isPositional) return option->get_name(false, true);
-    const std::string name = ValueName(option);
-    return name == "TEXT" ? option->get_name(true, false) : name;
-  }
-
-  std::string make_option_opts(const CLI::Option* option) const override {
-    const std::string name = ValueName(option);
-    if (option->get_positional() || option->get_type_size() == 0 || name.empty()) return {};
-    return option->get_expected_min() == 0 ? "[=" + name + "]" : " " + name;
-  }
-
-  std::string make_option_desc(const CLI::Option* option) const override {
-    std::string text = option->get_description();
-    if (!option->get_default_str().empty()) text += " (" + option->get_default_str() + ")";
-    return Wrapped(text, kHelpWidth - kHelpColumn);
-  }
-
-  std::string make_option_usage(const CLI::Option* option) const override {
-    return make_option_name(option, true);
-  }
-
-  std::string make_footer(const CLI::App* app) const override {
-    std::string out;
-    std::istringstream paragraphs(app->get_footer());
-    for (std::string paragraph; std::getline(paragraphs, paragraph);) {
-      out += Wrapped(paragraph, kHelpWidth) + "\n";
-    }
-    return out;
-  }
-};
 
 [[noreturn]] void Refuse(const std::string& option, const std::string& wanted,
                          const std::string& text) {
@@ -115,10 +47,6 @@ u64 UnitBytes(std::string unit) {
 }
 
 }  // namespace
-
-void UseHelpFormat(CLI::App* app) {
-  app->formatter(std::make_shared<HelpFormat>());
-}
 
 u64 ParseNumber(const std::string& option, const std::string& text, Bounds bounds) {
   std::string rest;

@@ -3,14 +3,7 @@
 #pragma once
 
 // What the commands need beyond the parser's library: values that are checked with a message that a
-// person understands, and help that fits a terminal. The manual page and the shells' completions
-// are made from that help (tools/make_manual.py, completions/), so its form is part of the
-// contract:
-//
-//   Options:
-//     -o,--output FILE          a description, which may
-//                               continue in this column
-//     --pass-through[=auto|on]  the value may be left out, and is one of these words
+// person understands.
 
 #include <span>
 #include <string>
@@ -22,9 +15,6 @@
 #include "base/types.h"
 
 namespace larkspur::cli {
-
-// For the application before it gets commands, which inherit it.
-void UseHelpFormat(CLI::App* app);
 
 struct Bounds {
   u64 least = 0;

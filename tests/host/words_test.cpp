@@ -29,6 +29,7 @@ TEST(HostCommandLineTest, EachLineMeansOneThing) {
     const char* line;
     Verb verb;
     size_t names;
+    const char* words = "";  // that the answer begins with
   };
   constexpr Row kRows[] = {
       {"", Verb::kShow, 0},
@@ -39,26 +40,33 @@ TEST(HostCommandLineTest, EachLineMeansOneThing) {
       {"--open a --read", Verb::kOpen, 1},
       {"--make a b", Verb::kMake, 2},
       {"--make a b --read --dump-tree --language 2", Verb::kMake, 2},
-      {"--help", Verb::kTell, 0},
-      {"--version", Verb::kTell, 0},
-      {"--open a", Verb::kWrong, 0},
-      {"--open", Verb::kWrong, 0},
-      {"--open a b --dump-tree", Verb::kWrong, 0},
-      {"--make a", Verb::kWrong, 0},
-      {"--list a", Verb::kWrong, 0},
-      {"--list --open a --dump-tree", Verb::kWrong, 0},
-      {"--dump-tree", Verb::kWrong, 0},
-      {"--language", Verb::kWrong, 0},
-      {"--language 10", Verb::kWrong, 0},
-      {"--language x", Verb::kWrong, 0},
-      {"--test-mode", Verb::kWrong, 0},
-      {"--bogus", Verb::kWrong, 0},
+      {"--help", Verb::kTell, 0, "Opens storages"},
+      {"--version", Verb::kTell, 0, "larkspur-host "},
+      {"--open a", Verb::kWrong, 0, "--open needs --dump-tree or --read; see 'larkspur-host"},
+      {"--open", Verb::kWrong, 0, "--open needs STORAGE; see"},
+      {"--open a b --dump-tree", Verb::kWrong, 0, "STORAGE cannot be used with --open"},
+      {"--make a", Verb::kWrong, 0, "--make needs SOURCE CACHE"},
+      {"--list a", Verb::kWrong, 0, "STORAGE cannot be used with --list"},
+      {"--list --open a --dump-tree", Verb::kWrong, 0, "--list cannot be used with --open"},
+      {"--dump-tree", Verb::kWrong, 0, "--dump-tree and --read need --open or --make"},
+      {"--language", Verb::kWrong, 0, "--language needs N"},
+      {"--language 7", Verb::kWrong, 0, "--language takes 0 to 6, 8 or 9, not \"7\""},
+      {"--language 10", Verb::kWrong, 0, "--language takes"},
+      {"--language x", Verb::kWrong, 0, "--language takes"},
+      {"--test-mode", Verb::kWrong, 0, "--test-mode needs MAPFILE"},
+      {"--bogus", Verb::kWrong, 0, "the following argument was not expected: --bogus"},
   };
   for (const Row& row : kRows) {
     const CommandLine line = Parse(row.line);
     EXPECT_EQ(line.verb, row.verb) << row.line;
     EXPECT_EQ(line.names.size(), row.names) << row.line;
     EXPECT_EQ(line.words.empty(), row.verb != Verb::kWrong && row.verb != Verb::kTell) << row.line;
+    EXPECT_TRUE(line.words.starts_with(row.words)) << row.line << ": " << line.words;
+  }
+  // Nothing of the parser's own words, which name C++'s types.
+  const std::string help = Parse("--help").words;
+  for (const char* raw : {"TEXT", "UINT", "Excludes", "REQUIRED"}) {
+    EXPECT_EQ(help.find(raw), std::string::npos) << help;
   }
 }
 

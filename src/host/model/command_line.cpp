@@ -2,18 +2,50 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "host/model/command_line.h"
 
+#include <utility>
+
 #include <CLI/CLI.hpp>
+#include <fmt/core.h>
+
+#include "base/help_format.h"
+#include "base/printable.h"
 
 namespace larkspur::host {
 namespace {
 
 using Verb = CommandLine::Verb;
 
-constexpr unsigned kLastLanguage = 9;
+// As the catalog numbers them; there is no 7.
+constexpr std::pair<unsigned, const char*> kLanguages[] = {{0, "English"},
+                                                           {1, "Russian"},
+                                                           {2, "German"},
+                                                           {3, "Japanese"},
+                                                           {4, "Korean"},
+                                                           {5, "French"},
+                                                           {6, "Ukrainian"},
+                                                           {8, "Simplified Chinese"},
+                                                           {9, "Traditional Chinese"}};
 
 constexpr char kStatuses[] =
-    "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable\n"
-    "or missing; 130 stopped.";
+    "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable or "
+    "missing; 130 stopped.";
+
+std::string LanguageHelp() {
+  std::string help = "Language of the dialogs";
+  for (const auto& [id, name] : kLanguages) {
+    help += fmt::format("{} {} {}", id == 0 ? ":" : ",", id, name);
+  }
+  return help;
+}
+
+unsigned LanguageOf(const std::string& text) {
+  for (const auto& [id, name] : kLanguages) {
+    if (text == std::to_string(id)) return id;
+  }
+  throw CLI::ValidationError(
+      fmt::format("--language takes 0 to 6, 8 or 9, not \"{}\"", Printable(text)),
+      CLI::ExitCodes::ValidationError);
+}
 
 CommandLine Answer(Verb verb, std::string words) {
   CommandLine line;
@@ -24,28 +56,30 @@ CommandLine Answer(Verb verb, std::string words) {
 
 // The arguments as they are declared to the parser, and where it puts what they say.
 struct Arguments {
-  Arguments()
-      : app("larkspur-host: opens storages, and makes new ones with the modules beside it") {
+  Arguments() : app("Opens storages, and makes new ones with the modules beside the program.") {
     app.name("larkspur-host");
-    app.set_version_flag("--version", "larkspur-host " LARKSPUR_VERSION);
+    UseHelpFormat(&app);
+    app.set_version_flag("--version", "larkspur-host " LARKSPUR_VERSION, "Print the version");
+    app.set_help_flag("-h,--help", "Print this help");
     app.footer(kStatuses);
-    show = app.add_option("STORAGE", line.names, "show the window, with these storages open");
+    show = app.add_option("STORAGE", line.names, "Show the window, with these storages open");
     list = app.add_flag("--list", listed,
-                        "list the modules beside the program, and why other libraries are none");
+                        "List the modules beside the program, and why other libraries are none");
     open =
-        app.add_option("--open", opened, "open an image, a cache or a drive")->type_name("STORAGE");
-    make = app.add_option("--make", made, "make a read-once storage with the module's own dialog")
+        app.add_option("--open", opened, "Open an image, a cache or a drive")->type_name("STORAGE");
+    make = app.add_option("--make", made, "Make a read-once storage with the module's own dialog")
                ->type_name("SOURCE CACHE")
                ->expected(2);
-    app.add_flag("--dump-tree", line.dumpTree, "show the partitions of what was opened or made");
-    app.add_flag("--read", line.readAll, "read all of it");
+    app.add_flag("--dump-tree", line.dumpTree, "Print the partitions of what was opened or made");
+    app.add_flag("--read", line.readAll, "Read all of it");
     app.add_option("--test-mode", line.testMapfile,
-                   "make every sector of a source fail that this GNU ddrescue mapfile does not "
-                   "mark +")
+                   "Make every sector of a source fail that this GNU ddrescue mapfile does not "
+                   "mark +, to practise")
         ->type_name("MAPFILE");
-    app.add_option("--language", line.language, "the language of the dialogs, 0 (English) to 9")
-        ->type_name("N")
-        ->check(CLI::Range(0u, kLastLanguage));
+    app.add_option_function<std::string>(
+           "--language", [this](const std::string& text) { line.language = LanguageOf(text); },
+           LanguageHelp())
+        ->type_name("N");
     list->excludes(open)->excludes(make)->excludes(show);
     open->excludes(make)->excludes(show);
     make->excludes(show);
@@ -57,6 +91,13 @@ struct Arguments {
     if (isAsked && !*open && !*make) return "--dump-tree and --read need --open or --make";
     if (*open && !isAsked) return "--open needs --dump-tree or --read";
     return {};
+  }
+
+  // What the parser says of an option whose value is missing, as people say it.
+  std::string MissingValue(const std::string& words) const {
+    const std::string name = words.substr(0, words.find(':'));
+    const CLI::Option* const option = app.get_option_no_throw(name);
+    return option ? name + " needs " + option->get_type_name() : words;
   }
 
   CommandLine Line() {
@@ -78,17 +119,29 @@ struct Arguments {
 
 CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
   Arguments known;
+  const auto wrong = [](const std::string& fault) {
+    return Answer(Verb::kWrong, InSentence(fault) + "; see 'larkspur-host --help'");
+  };
   try {
     known.app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::CallForHelp&) {
     return Answer(Verb::kTell, known.app.help());
   } catch (const CLI::CallForVersion& version) {
     return Answer(Verb::kTell, std::string(version.what()) + "\n");
+  } catch (const CLI::ArgumentMismatch& fault) {
+    return wrong(known.MissingValue(fault.what()));
+  } catch (const CLI::ExcludesError& fault) {
+    std::string words = fault.what();
+    const std::string excludes = " excludes ";
+    if (const size_t at = words.find(excludes); at != std::string::npos) {
+      words.replace(at, excludes.size(), " cannot be used with ");
+    }
+    return wrong(words);
   } catch (const CLI::ParseError& fault) {
-    return Answer(Verb::kWrong, fault.what());
+    return wrong(fault.what());
   }
   const std::string fault = known.Fault();
-  return fault.empty() ? known.Line() : Answer(Verb::kWrong, fault);
+  return fault.empty() ? known.Line() : wrong(fault);
 }
 
 }  // namespace larkspur::host
