@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "imaging/cache.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "base/path_text.h"
@@ -40,6 +42,17 @@ std::optional<CacheFaultKind> FaultOf(platform::PathKind kind) {
       break;
   }
   return CacheFaultKind::kCannotOpen;
+}
+
+// "DISK.KVRSP" too: names come from systems that tell no case.
+bool HasNameOfCache(const std::u16string& path) {
+  constexpr std::u16string_view kEnding = u".kvrsp";
+  if (path.size() < kEnding.size()) return false;
+  const auto isLetter = [](char16_t unit, char16_t letter) {
+    return unit == letter || unit + (u'a' - u'A') == letter;
+  };
+  return std::equal(kEnding.begin(), kEnding.end(), path.end() - kEnding.size(),
+                    [&](char16_t letter, char16_t unit) { return isLetter(unit, letter); });
 }
 
 // What the header says of a cache.
@@ -103,7 +116,11 @@ Result<Cache, CacheFault> OpenFile(const std::u16string& path, CacheAccess acces
   Owned<cFlatIO> file(new cFlatIO);
   if (!file->OpenPath(path, true)) return FailedAs(CacheFaultKind::kCannotOpen);
   const auto layout = ReadLayout(file.get());
-  if (!layout) return FailedAs(layout.error());
+  if (!layout) {
+    const bool wasCache =
+        look && layout.error() == CacheFaultKind::kForeign && HasNameOfCache(path);
+    return FailedAs(wasCache ? CacheFaultKind::kDamagedHeader : layout.error());
+  }
   Cache cache;
   if (!look) {
     auto lock = LockCache(path);

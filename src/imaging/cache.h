@@ -23,7 +23,7 @@ enum class CacheFaultKind {
   kSameAsSource,
   kOnSourceDisk,     // what is written there may fall on what is to be saved
   kForeign,          // a file or device, but not a cache: never touched
-  kDamagedHeader,    // it was a cache, but its header makes no sense
+  kDamagedHeader,    // its header makes no sense, though it, or the file's name, is a cache's
   kIncomplete,       // the file ends before its index, or before records that the index names
   kSharedRecord,     // two blocks name one record: what one of them reads is the other's data
   kUnreadable,       // part of its index cannot be read: systemError
@@ -62,7 +62,8 @@ Result<Cache, CacheFault> OpenCache(const std::u16string& path, CacheAccess acce
                                     std::optional<u64> expectedSectors = std::nullopt);
 
 // Opens what may be a cache or a source, to look at it; none when it is not a cache. One whose
-// header is damaged fails, since a cache is not to be shown as if it were a source.
+// header is damaged, or a file of a cache's name (*.kvrsp) without such a header, fails: a cache is
+// not to be shown as if it were a source.
 std::optional<Result<Cache, CacheFault>> OpenIfCache(const std::u16string& path);
 
 // Opens the cache of the source at `sourcePath` for resuming, or makes one where there is no file

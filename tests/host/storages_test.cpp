@@ -106,25 +106,6 @@ TEST_F(StoragesTest, ADriveIsReadWhenTheUserSaysSo) {
   }
 }
 
-TEST_F(StoragesTest, WhatDoesNotOpenSaysWhy) {
-  struct Row {
-    std::u16string path;
-    const char16_t* words;
-  };
-  const Row rows[] = {
-      {folder.File(u"absent"), u"cannot be opened for reading"},
-      {MakeDisk(u"empty", 0), u"is empty"},
-      {MakeDisk(u"small", 511), u"is empty"},
-      {folder.Path().u16string(), u"is a folder"},
-  };
-  for (const Row& row : rows) {
-    const auto opened = OpenStorage(row.path, {});
-    ASSERT_FALSE(opened);
-    EXPECT_NE(opened.error().find(row.words), std::u16string::npos) << Utf8FromWide(opened.error());
-  }
-  EXPECT_FALSE(OpenStorage(MakeDisk(u"odd", 1000), {})->notice.empty());
-}
-
 TEST_F(StoragesTest, WhatAModuleMadeHasAMapAndKnowsItsSource) {
   const size_t disk = Open(MakeDisk(u"disk"));
   MakeReadOnce(storages.At(disk), folder.File(u"c.kvrsp"));
@@ -163,12 +144,35 @@ TEST_F(StoragesTest, ACacheAloneIsAStorage) {
   ASSERT_EQ(cache, 2u);
   EXPECT_EQ(storages.At(cache).kind, StorageKind::kCache);
   EXPECT_TRUE(storages.At(cache).map);
-  // With a header that makes no sense it is still no raw image.
+}
+
+TEST_F(StoragesTest, WhatDoesNotOpenIsNamedWithTheReason) {
+  const std::u16string disk = MakeDisk(u"disk"), zeros = MakeDisk(u"zeros.kvrsp");
+  Open(disk);
+  MakeReadOnce(storages.At(0), folder.File(u"c.kvrsp"));
   std::vector<u8> bytes = fakes::ReadWholeFile(folder.File(u"c.kvrsp"));
   std::fill(bytes.begin() + 8, bytes.begin() + 48, u8{0xFF});
-  ASSERT_TRUE(fakes::WriteWholeFile(folder.File(u"damaged.kvrsp"), bytes));
-  EXPECT_NE(OpenStorage(folder.File(u"damaged.kvrsp"), {}).error().find(u"header is damaged"),
-            std::u16string::npos);
+  ASSERT_TRUE(fakes::WriteWholeFile(folder.File(u"damaged"), bytes));
+  const struct {
+    std::u16string path, mapfile, named, reason;
+  } rows[] = {
+      {zeros, {}, zeros, u"no cache, or its header is damaged; \"larkspur check\""},
+      {folder.File(u"damaged"), {}, folder.File(u"damaged"), u"header is damaged"},
+      {folder.File(u"absent"), {}, folder.File(u"absent"), u"cannot be opened for reading:\n"},
+      {MakeDisk(u"empty", 0), {}, folder.File(u"empty"), u"no whole sector"},
+      {MakeDisk(u"small", 511), {}, folder.File(u"small"), u"no whole sector"},
+      {folder.Path().u16string(), {}, folder.Path().u16string(), u"is a folder"},
+      {disk, folder.File(u"no.map"), folder.File(u"no.map"), u"The mapfile cannot be read:\n"},
+      {disk, zeros, zeros, u"The mapfile is wrong in line 1"},
+  };
+  for (const auto& row : rows) {
+    const auto opened = OpenStorage(row.path, row.mapfile);
+    ASSERT_FALSE(opened) << Utf8FromWide(row.path);
+    EXPECT_TRUE(opened.error().starts_with(row.named + u"\n")) << Utf8FromWide(opened.error());
+    EXPECT_NE(opened.error().find(row.reason), std::u16string::npos)
+        << Utf8FromWide(opened.error());
+  }
+  EXPECT_FALSE(OpenStorage(MakeDisk(u"odd", 1000), {})->notice.empty());
 }
 
 }  // namespace

@@ -46,9 +46,21 @@ TEST(Cache, IsToldFromASource) {
   bytes[16] = bytes[17] = 0;  // blocks without sectors
   ASSERT_TRUE(fakes::WriteWholeFile(path, bytes));
   EXPECT_EQ(OpenIfCache(path)->error().kind, CacheFaultKind::kDamagedHeader);
+  // Without a cache's magic the name tells; only where a cache is looked at.
   bytes[0] = 'x';
-  ASSERT_TRUE(fakes::WriteWholeFile(path, bytes));
-  EXPECT_FALSE(OpenIfCache(path));
+  struct Row {
+    const char16_t* name;
+    bool isNamedAsCache;
+  };
+  for (const auto& [name, isNamedAsCache] :
+       {Row{u"disk.kvrsp", true}, {u"DISK.KVRSP", true}, {u"disk.img", false}, {u"kvrsp", false}}) {
+    const std::u16string file = folder.File(name);
+    ASSERT_TRUE(fakes::WriteWholeFile(file, bytes));
+    const auto opened = OpenIfCache(file);
+    EXPECT_EQ(opened && opened->error().kind == CacheFaultKind::kDamagedHeader, isNamedAsCache)
+        << testing::PrintToString(name);
+    EXPECT_EQ(OpenCache(file, CacheAccess::kResume).error().kind, CacheFaultKind::kForeign);
+  }
 }
 
 }  // namespace
