@@ -286,7 +286,7 @@ void cFileChooseDialog::Complain(std::u16string_view text, const std::u16string&
 bool cFileChooseDialog::AskAbout(FileChooseText text, const std::u16string& path) {
   std::u16string question = TextOf(text) + u"\n" + path;
   if (text == FileChooseText::kFileExists) question += u"\n" + TextOf(FileNote::kReplaceIt);
-  return AskToConfirm(Handle(), question);
+  return AskToConfirm(Handle(), question, kMessageDefaultNo);
 }
 
 // ---- What the drives and servers answer ----

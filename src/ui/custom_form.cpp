@@ -3,6 +3,7 @@
 #include "ui/custom_form.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <commctrl.h>
 
@@ -197,11 +198,19 @@ void cCustomForm::Run() {
 }
 
 bool cCustomForm::TakesKey(const MSG& message) {
+  if (message.wParam == VK_MENU &&
+      (message.message == WM_SYSKEYUP || message.message == WM_KEYUP)) {
+    return std::exchange(m_takesAltUp, false);
+  }
   if (message.message != WM_KEYDOWN && message.message != WM_SYSKEYDOWN) return false;
   if (!IsOpen() || (message.hwnd != Handle() && !IsChild(Handle(), message.hwnd))) return false;
   const Shortcut pressed{static_cast<u32>(message.wParam), IsDown(VK_CONTROL), IsDown(VK_SHIFT),
                          IsDown(VK_MENU)};
-  if (m_actions.Run(pressed)) return true;
+  if (m_actions.Run(pressed)) {
+    // The system has seen Alt go down and nothing since: let alone, it would go to the window menu.
+    m_takesAltUp = pressed.alt;
+    return true;
+  }
   // F10 alone would leave the keyboard with the window's menu, which a form does not have.
   return pressed == Shortcut{VK_F10, false, false, false};
 }

@@ -110,6 +110,7 @@ class cCustomForm : public cWindow {
   FormLook m_look;
   u32 m_result = 0;
   bool m_closing = false;
+  bool m_takesAltUp = false;  // Alt was part of a shortcut, and is still down
   std::unique_ptr<cTheme> m_theme;
   cHints m_hints;
   cActionList m_actions;

@@ -17,7 +17,7 @@ constexpr DWORD kExtended = LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_
 // Units.
 constexpr i32 kAroundText = 16, kBesideIcon = 6, kSortArrow = 14, kLeastGrowing = 120;
 constexpr u32 kMostMeasured = 200;  // rows; the others count when they are shown
-constexpr UINT kFitColumns = WM_APP + 1;
+constexpr UINT kFitColumns = WM_APP + 1, kChoice = WM_APP + 2;
 
 bool StartsWith(const std::u16string& text, const wchar_t* start) {
   const int length = lstrlenW(start);
@@ -169,6 +169,7 @@ u32 cListViewChild::Value() const {
 
 void cListViewChild::SetValue(u32 row) {
   if (row >= m_rows.Count()) return;
+  m_choice = row;
   m_setting = true;
   const u32 position = m_rows.PositionOf(row);
   LVITEMW item{};
@@ -184,7 +185,7 @@ MessageAnswer cListViewChild::OnMessage(const WindowMessage& message) {
   static constexpr MessageRow<cListViewChild> kMessages[] = {
       {WM_SIZE, &cListViewChild::OnSize},           {kFitColumns, &cListViewChild::OnSize},
       {WM_NOTIFY, &cListViewChild::OnHeaderNotify}, {WM_GETDLGCODE, &cListViewChild::OnKeyCode},
-      {WM_CONTEXTMENU, &cListViewChild::OnMenu},
+      {WM_CONTEXTMENU, &cListViewChild::OnMenu},    {kChoice, &cListViewChild::OnChoice},
   };
   if (const MessageAnswer answer = HandledBy(*this, kMessages, message)) return answer;
   return cValueChild::OnMessage(message);
@@ -229,6 +230,7 @@ MessageAnswer cListViewChild::OnNotify(NMHDR& header) {
       {LVN_ITEMCHANGED, &cListViewChild::OnRowChanged},
       {LVN_ITEMACTIVATE, &cListViewChild::OnActivated},
       {LVN_ODFINDITEMW, &cListViewChild::OnTextTyped},
+      {NM_CUSTOMDRAW, &cListViewChild::OnRowDrawn},
   };
   for (const Row& row : kRows) {
     if (row.code == header.code) return (this->*row.handle)(header);
@@ -258,8 +260,40 @@ MessageAnswer cListViewChild::OnTitleClicked(NMHDR& header) {
 MessageAnswer cListViewChild::OnRowChanged(NMHDR& header) {
   const NMLISTVIEW& change = reinterpret_cast<NMLISTVIEW&>(header);
   const UINT before = change.uOldState & LVIS_SELECTED, after = change.uNewState & LVIS_SELECTED;
-  if (!m_setting && before != after) TellChange();
+  if (m_setting || before == after) return 0;
+  if (m_keepsChoice) {
+    PostMessageW(Handle(), kChoice, 0, 0);  // a row loses the selection before another has it
+  } else {
+    TellChange();
+  }
   return 0;
+}
+
+MessageAnswer cListViewChild::OnChoice(const WindowMessage&) {
+  const u32 row = Value();
+  if (row == kNoRow) {
+    SetValue(m_choice);
+  } else if (row != m_choice) {
+    m_choice = row;
+    TellChange();
+  }
+  return 0;
+}
+
+// While the keyboard is elsewhere, the system draws the selected row in next to the colour of the
+// others.
+MessageAnswer cListViewChild::OnRowDrawn(NMHDR& header) {
+  NMLVCUSTOMDRAW& draw = reinterpret_cast<NMLVCUSTOMDRAW&>(header);
+  if (draw.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
+  const WPARAM row = draw.nmcd.dwItemSpec;
+  // The state in `draw` is not to be relied on for lists that always show their selection.
+  const bool isSelected = Send(LVM_GETITEMSTATE, row, LVIS_SELECTED) & LVIS_SELECTED;
+  if (draw.nmcd.dwDrawStage != CDDS_ITEMPREPAINT || !isSelected || HasFocus())
+    return CDRF_DODEFAULT;
+  draw.nmcd.uItemState &= ~static_cast<UINT>(CDIS_SELECTED);
+  draw.clrTextBk = GetSysColor(IsHighContrast() ? COLOR_HIGHLIGHT : COLOR_BTNSHADOW);
+  draw.clrText = GetSysColor(IsHighContrast() ? COLOR_HIGHLIGHTTEXT : COLOR_WINDOWTEXT);
+  return CDRF_NEWFONT;
 }
 
 MessageAnswer cListViewChild::OnActivated(NMHDR&) {

@@ -65,6 +65,9 @@ class cListViewChild : public cValueChild {
   u32 Value() const;
   // Selects a row and scrolls to it; `onChange` is not called.
   void SetValue(u32 row);
+  // From now on the user can choose another row, but not none; `onChange` is called, once for each
+  // choice, by a posted message.
+  void KeepChoice() { m_keepsChoice = true; }
 
   const cHeaderChild& Header() const { return m_header; }
   // The list's width, in pixels, at which no text is cut.
@@ -95,6 +98,8 @@ class cListViewChild : public cValueChild {
   MessageAnswer OnCellWanted(NMHDR& header);
   MessageAnswer OnTitleClicked(NMHDR& header);
   MessageAnswer OnRowChanged(NMHDR& header);
+  MessageAnswer OnChoice(const WindowMessage& message);
+  MessageAnswer OnRowDrawn(NMHDR& header);
   MessageAnswer OnActivated(NMHDR& header);
   MessageAnswer OnTextTyped(NMHDR& header);
 
@@ -108,6 +113,8 @@ class cListViewChild : public cValueChild {
   u32 m_sortColumn = kNoRow;
   bool m_descending = false;
   bool m_setting = false;
+  bool m_keepsChoice = false;
+  u32 m_choice = kNoRow;  // the row that is kept
   std::u16string m_cell;  // the text that the control was given last
 };
 

@@ -74,6 +74,8 @@ void cProgressView::End() {
   m_fake.reset();
   m_job = nullptr;
   m_stop.Enable(false);
+  m_text.SetText({});
+  m_bar.SetShare(0);
 }
 
 void cProgressView::Update() {
@@ -93,7 +95,8 @@ void cProgressView::Show() {
   const std::u16string known = TextOf(kTextKey, kKnownItem);
   const std::u16string unknown = TextOf(kTextKey, kUnknownItem);
   const std::u16string operation = TextOf(kTextKey, kOperationItem);
-  const ProgressState state{m_feed->Share(), platform::MonotonicSeconds() - m_start};
+  const ProgressState state{m_feed->Share(), platform::MonotonicSeconds() - m_start,
+                            m_feed->ShareAtStart()};
   const std::u16string line = ProgressText({starting, known, unknown, operation}, m_name, state);
   // The same text again would only flicker.
   if (line != m_text.Text()) m_text.SetText(line);

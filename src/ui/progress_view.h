@@ -37,9 +37,10 @@ class cProgressView final : private cJobOwner {
   // At height `y` of the form, over its whole width but for `margin`; `stopId` is the button's.
   void Create(cCustomForm& form, i32 y, i32 margin, u32 stopId);
 
-  // Starts `job` and shows what `feed` says of it, under this name, until it has ended; then calls
-  // onEnd from the form's thread. A job that cannot say how far it is may leave the feed alone.
-  // False when there is no thread to be had. REQUIRES: job and feed outlive the view or Leave.
+  // Starts `job` and shows what `feed` says of it, under this name, until it has ended; then shows
+  // nothing and calls onEnd from the form's thread. A job that cannot say how far it is may leave
+  // the feed alone. False when there is no thread to be had. REQUIRES: job and feed outlive the
+  // view or Leave.
   bool Watch(cJob& job, cProgressFeed& feed, std::u16string name);
 
   // Asks the job to stop; it is shown until it has.

@@ -22,8 +22,9 @@ void AppendTime(std::vector<TemplateArgument>& arguments, double seconds) {
 }  // namespace
 
 double SecondsLeft(const ProgressState& state) {
-  if (state.share <= 0) return -1;
-  return state.elapsedSeconds * (1 - std::min(state.share, 1.0)) / state.share;
+  const double done = state.share - state.shareAtStart;
+  if (done <= 0) return -1;
+  return state.elapsedSeconds * (1 - std::min(state.share, 1.0)) / done;
 }
 
 std::u16string ProgressText(const ProgressTexts& texts, std::u16string_view name,
