@@ -20,6 +20,11 @@ namespace {
 
 constexpr u32 kNapMilliseconds = 20;
 
+// Of a cache alone.
+constexpr char kHowToResume[] =
+    "there is no source to read what is missing from: make a storage of the source with this cache "
+    "(--make SOURCE CACHE --read)";
+
 // The modules of a command, in the language that was asked for, and the storages that it opens.
 // The storages end first.
 struct Session {
@@ -63,10 +68,12 @@ ExitStatus Fail(const std::string& message) {
   return kExitFailed;
 }
 
-// A message of several lines as one.
+// A message of several lines as one: sentences follow each other, and a path has a colon.
 std::string OneLine(const std::u16string& text) {
   std::string line = Utf8(text);
-  for (size_t at; (at = line.find('\n')) != std::string::npos;) line.replace(at, 1, ": ");
+  for (size_t at; (at = line.find('\n')) != std::string::npos;) {
+    line.replace(at, 1, at > 0 && (line[at - 1] == '.' || line[at - 1] == '?') ? " " : ": ");
+  }
   return line;
 }
 
@@ -86,18 +93,18 @@ size_t OpenOrTell(const std::string& name, const CommandLine& line, cStorages* s
 ExitStatus ReadAll(const Storage& storage) {
   const std::atomic<bool>& interrupted = platform::InterruptFlag();
   cReadEverythingJob job({});
-  if (!job.Prepare(storage)) return Fail("the storage cannot be opened a second time");
+  if (!job.Prepare(storage)) return Fail(OneLine(NoCloneWords(storage)));
   if (!job.Start()) return Fail("no thread can be started");
   while (job.IsRunning()) {
     if (interrupted) job.RequestStop();
     platform::SleepMilliseconds(kNapMilliseconds);
   }
-  const ReadingEnd end = job.State().end;
-  const u64 unreadable = job.State().unreadable;
-  Tell(OneLine(EndWords(end, unreadable)));
-  if (end == ReadingEnd::kStopped) return kExitInterrupted;
-  if (end != ReadingEnd::kDone) return kExitFailed;
-  return unreadable > 0 ? kExitSomeUnreadable : kExitDone;
+  const ReadingReport& ended = job.Ended();
+  Tell(OneLine(EndWords(ended)));
+  if (ended.missing > 0 && storage.kind == StorageKind::kCache) Tell(kHowToResume);
+  if (ended.end == ReadingEnd::kStopped) return kExitInterrupted;
+  if (ended.end != ReadingEnd::kDone) return kExitFailed;
+  return ended.unreadable + ended.missing > 0 ? kExitSomeUnreadable : kExitDone;
 }
 
 ExitStatus DoAsAsked(const CommandLine& line, const Storage& storage) {

@@ -65,17 +65,16 @@ int cMainForm::Present() {
 
 void cMainForm::OnCreate() {
   AddActions();
-  CreateTools();
   CreateLists();
   CreatePages();
   m_progress.Create(*this, -kBelow, kMargin, kStopId);
   m_progress.onEnd = [this](bool) { EndReading(); };
   m_status.Create(*this, {});
+  CreateTools();  // Tab begins with the lists
   TakeLanguage();
   ShowPage(0);
   SetDefaultCommand(kGoToSector);
   ShowChosen();
-  Say(texts::kReady);
 }
 
 void cMainForm::CreateTools() {
@@ -114,6 +113,7 @@ void cMainForm::CreateLists() {
   m_storageList.SetColumns({{texts::kName, false, true}, {texts::kKind}, {texts::kSize, true}});
   m_storageList.SetIcons(&m_icons);
   m_storageList.SetModel(&m_storageRows);
+  m_storageList.KeepChoice();
   m_storageList.onChange = [this] { ShowChosen(); };
   m_storageList.onContextMenu = [this](u32, POINT where) {
     ShowMenu({kReadEverything, kStopReading, kReadDirectly, kSaveMap, kCopyText, kCloseStorage},
@@ -243,13 +243,27 @@ void cMainForm::ShowStorages(size_t chosen) {
 }
 
 void cMainForm::ShowChosen() {
-  for (cPage* page : m_pages) page->ShowStorage(Chosen());
+  const Storage* const chosen = Chosen();
+  for (cPage* page : m_pages) page->ShowStorage(chosen);
   ShowState();
+  const bool isCache = chosen && chosen->kind == StorageKind::kCache;
+  Say(!chosen ? texts::kReady : isCache ? texts::kCacheAlone : u"");
+  KeepKeyboard();
 }
 
 void cMainForm::ShowPage(u32 page) {
   m_tabs.SetValue(page);
   for (size_t i = 0; i < m_pages.size(); ++i) m_pages[i]->Show(i == page);
+  KeepKeyboard();
+}
+
+// A control that is no longer seen, or is disabled, would keep the keyboard or leave it to the
+// form.
+void cMainForm::KeepKeyboard() {
+  const HWND focus = GetFocus();
+  const bool isLost = IsChild(Handle(), focus) ? !IsWindowVisible(focus) || !IsWindowEnabled(focus)
+                                               : focus == Handle();
+  if (focus && isLost) m_tabs.Focus();
 }
 
 void cMainForm::ShowState() {
@@ -259,7 +273,7 @@ void cMainForm::ShowState() {
   actions.SetEnabled(kCloseStorage, chosen);
   actions.SetEnabled(kCopyText, mayBeRead);
   actions.SetEnabled(kReadDirectly, chosen && !mayBeRead);
-  actions.SetEnabled(kReadEverything, mayBeRead && !isReading);
+  actions.SetEnabled(kReadEverything, chosen && chosen->CanBeReadWhole() && !isReading);
   actions.SetEnabled(kStopReading, isReading);
   actions.SetEnabled(kSaveMap, m_mapPage.HasMap());
   actions.SetEnabled(kShowSector, mayBeRead && m_partitionPage.Chosen());

@@ -93,6 +93,7 @@ class cMainForm final : public cCustomForm {
   void ShowStorages(size_t chosen);
   void ShowChosen();
   void ShowPage(u32 page);
+  void KeepKeyboard();
   void ShowState();
   void Say(std::u16string_view text);
   void ShowMenu(const std::vector<u32>& ids, POINT where);
@@ -118,7 +119,7 @@ class cMainForm final : public cCustomForm {
   std::vector<ModuleFile> m_modules;
   cStorages m_storages;  // ends before the modules that made some of them
   cProgressFeed m_feed;
-  cReadEverythingJob m_job{[this](double share) { m_feed.Report(share); }};
+  cReadEverythingJob m_job{[this](double share, double atStart) { m_feed.Report(share, atStart); }};
 
   cStorageRows m_storageRows{m_storages};
   cModuleRows m_moduleRows{m_modules};

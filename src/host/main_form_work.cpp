@@ -13,6 +13,7 @@
 #include "host/model/words.h"
 #include "host/texts.h"
 #include "imaging/text_file.h"
+#include "platform/system_error.h"
 #include "platform/windows/win32.h"
 #include "ui/wait_cursor.h"
 
@@ -54,6 +55,11 @@ std::u16string PathOfDevice(const std::u16string& typed) {
   return typed;
 }
 
+std::u16string NotSavedWords(const std::u16string& path, u32 systemError) {
+  return Words("{}\nThe picture cannot be written{}{}\nSave it to another place.", Utf8(path),
+               systemError ? ":\n" : ".", systemError ? platform::FailureText(systemError) : "");
+}
+
 }  // namespace
 
 void cMainForm::AddActions() {
@@ -92,7 +98,7 @@ void cMainForm::AddActions() {
        {'G', kControl},
        [this] {
          ShowPage(1);
-         m_sectorPage.FocusNumber();
+         if (m_sectorPage.HasSectors()) m_sectorPage.FocusNumber();
        }},
       {kPartitions, texts::kPartitions, 0, {'1', kControl}, page(0)},
       {kSectors, texts::kSectors, 0, {'2', kControl}, page(1)},
@@ -139,10 +145,13 @@ void cMainForm::OpenPath(const std::u16string& path) {
     notice = opened->notice;
     adding = m_storages.Add(std::move(*opened), &index);
   }
-  if (adding == cStorages::Adding::kNoMemory) return ShowError(Handle(), texts::kNoMemory);
+  if (adding == cStorages::Adding::kNoMemory) {
+    return ShowError(Handle(), path + u"\n" + texts::kNoMemory);
+  }
   ShowStorages(index);
+  m_storageList.Focus();
   if (adding == cStorages::Adding::kOpenAlready) ShowNotice(Handle(), texts::kOpenAlready);
-  Say(notice);
+  if (!notice.empty()) Say(notice);
 }
 
 void cMainForm::MakeStorage() {
@@ -160,8 +169,8 @@ void cMainForm::TakeMade(const MadeFrom& from) {
   size_t index = 0;
   const bool isNew = m_storages.TakeMade(from, &index);
   ShowStorages(index);
+  m_storageList.Focus();
   if (!isNew) ShowNotice(Handle(), texts::kMadeAlready);
-  Say({});
 }
 
 void cMainForm::CloseChosen() {
@@ -191,8 +200,8 @@ void cMainForm::ReadDirectly() {
 
 void cMainForm::StartReading() {
   Storage* const storage = Chosen();
-  if (!storage || !storage->mayBeRead || m_progress.IsWatching()) return;
-  if (!m_job.Prepare(*storage)) return ShowError(Handle(), texts::kNoClone);
+  if (!storage || !storage->CanBeReadWhole() || m_progress.IsWatching()) return;
+  if (!m_job.Prepare(*storage)) return ShowError(Handle(), NoCloneWords(*storage));
   if (!m_progress.Watch(m_job, m_feed, storage->title)) {
     return ShowError(Handle(), texts::kNoMemory);
   }
@@ -201,10 +210,10 @@ void cMainForm::StartReading() {
 }
 
 void cMainForm::EndReading() {
-  const ReadingEnd end = m_job.State().end;
   m_job.Release();
   ShowState();
-  const std::u16string words = EndWords(end, m_job.State().unreadable);
+  const ReadingEnd end = m_job.Ended().end;
+  const std::u16string words = EndWords(m_job.Ended());
   Say(words.substr(0, words.find(u'\n')));
   if (end != ReadingEnd::kDone && end != ReadingEnd::kStopped) ShowError(Handle(), words);
 }
@@ -217,22 +226,24 @@ void cMainForm::SaveMap() {
   choice.filters = {{texts::kPictures, u"*.png", u"png"}};
   if (!ChooseFile(Handle(), choice)) return;
   const cWaitCursor wait;
+  platform::SetLastFailure(0);
   const std::string picture = m_mapPage.Picture();
   if (picture.empty() || !WriteWholeFile(choice.path, picture)) {
-    return ShowError(Handle(), texts::kPictureFailed);
+    return ShowError(Handle(), NotSavedWords(choice.path, platform::LastFailure()));
   }
-  Say(choice.path);
+  Say(texts::kMapSaved + choice.path);
 }
 
 void cMainForm::CopyText() {
   const std::u16string text = m_pages[m_tabs.Value()]->Text();
   const Storage* const storage = Chosen();
   if (!storage) return;
-  if (CopyToClipboard(Handle(), storage->title + u"\r\n" + text)) Say(texts::kCopied);
+  const bool isCopied = CopyToClipboard(Handle(), storage->title + u"\r\n" + text);
+  Say(isCopied ? texts::kCopied : texts::kNotCopied);
 }
 
 void cMainForm::GoToTyped() {
-  if (m_tabs.Value() == 1 && !m_sectorPage.GoToTyped()) Say(texts::kNotASector);
+  if (m_tabs.Value() == 1) m_sectorPage.GoToTyped();
 }
 
 void cMainForm::ShowRowsSector() {

@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "host/map_child.h"
 
+#include <algorithm>
+
 #include "host/menu_place.h"
 #include "host/model/map_words.h"
 #include "imaging/map_picture.h"
@@ -35,7 +37,8 @@ MessageAnswer cMapChild::OnMessage(const WindowMessage& message) {
       {WM_PAINT, &cMapChild::OnPaint},           {WM_CONTEXTMENU, &cMapChild::OnMenu},
       {WM_LBUTTONDOWN, &cMapChild::OnPress},     {WM_SETFOCUS, &cMapChild::OnFocusChange},
       {WM_KILLFOCUS, &cMapChild::OnFocusChange}, {WM_MOUSEMOVE, &cMapChild::OnMove},
-      {WM_MOUSELEAVE, &cMapChild::OnLeave},
+      {WM_MOUSELEAVE, &cMapChild::OnLeave},      {WM_GETDLGCODE, &cMapChild::OnKeyCode},
+      {WM_KEYDOWN, &cMapChild::OnKey},
   };
   if (const MessageAnswer answer = HandledBy(*this, kMessages, message)) return answer;
   return cChild::OnMessage(message);
@@ -55,28 +58,74 @@ std::optional<size_t> cMapChild::CellUnder(const WindowMessage& message) const {
                 static_cast<short>(HIWORD(message.lParam)));
 }
 
-void cMapChild::Hover(std::optional<size_t> cell) {
-  if (cell == m_hovered) return;
-  m_hovered = cell;
-  if (onHover) onHover(cell);
+void cMapChild::Point(std::optional<size_t> cell) {
+  if (cell == m_pointed) return;
+  m_pointed = cell;
+  if (onPoint) onPoint(cell);
+}
+
+// A new count may have fewer squares.
+size_t cMapChild::Marked() const {
+  return std::min(m_marked, m_grid->cells.size() - 1);
+}
+
+void cMapChild::Mark(size_t cell) {
+  m_marked = cell;
+  Repaint();
+  Point(cell);
+}
+
+// Enter is the default button's where there is no square.
+MessageAnswer cMapChild::OnKeyCode(const WindowMessage& message) {
+  const MSG* key = reinterpret_cast<const MSG*>(message.lParam);
+  const bool isEnter = key && key->message == WM_KEYDOWN && key->wParam == VK_RETURN;
+  return isEnter && m_grid ? DLGC_WANTMESSAGE : DLGC_WANTARROWS;
+}
+
+MessageAnswer cMapChild::OnKey(const WindowMessage& message) {
+  if (!m_grid || m_grid->cells.empty()) return std::nullopt;
+  struct Row {
+    WPARAM key;
+    i32 cells, rows;
+  };
+  static constexpr Row kMoves[] = {
+      {VK_LEFT, -1, 0}, {VK_RIGHT, 1, 0}, {VK_UP, 0, -1}, {VK_DOWN, 0, 1}};
+  const Size size = ClientSize();
+  const size_t count = m_grid->cells.size();
+  const MapField field = FieldOf(count, size.width, size.height);
+  for (const Row& move : kMoves) {
+    if (move.key != message.wParam) continue;
+    Mark(CellFrom(field, count, Marked(), move.cells, move.rows));
+    return 0;
+  }
+  if (message.wParam == VK_HOME || message.wParam == VK_END) {
+    Mark(message.wParam == VK_HOME ? 0 : count - 1);
+  } else if (message.wParam == VK_RETURN) {
+    if (onChoose) onChoose(Marked());
+  } else {
+    return std::nullopt;
+  }
+  return 0;
 }
 
 MessageAnswer cMapChild::OnMove(const WindowMessage& message) {
   TRACKMOUSEEVENT leaving{sizeof leaving, TME_LEAVE, Handle(), 0};
   TrackMouseEvent(&leaving);
-  Hover(CellUnder(message));
+  Point(CellUnder(message));
   return 0;
 }
 
 MessageAnswer cMapChild::OnLeave(const WindowMessage&) {
-  Hover(std::nullopt);
+  Point(std::nullopt);
   return 0;
 }
 
 MessageAnswer cMapChild::OnPress(const WindowMessage& message) {
   Focus();
   const std::optional<size_t> cell = CellUnder(message);
-  if (cell && onClick) onClick(*cell);
+  if (!cell) return 0;
+  m_marked = *cell;
+  if (onChoose) onChoose(*cell);
   return 0;
 }
 
@@ -115,7 +164,22 @@ void cMapChild::Draw(HDC dc, Size size) const {
       }
     }
   }
-  if (HasFocus()) DrawFocusRect(dc, &all);
+  if (HasFocus()) DrawFocus(dc, size);
+}
+
+// A frame around all, and one around the marked square that is seen on every colour.
+void cMapChild::DrawFocus(HDC dc, Size size) const {
+  const RECT all{0, 0, size.width, size.height};
+  DrawFocusRect(dc, &all);
+  if (!m_grid || m_grid->cells.empty()) return;
+  const MapField field = FieldOf(m_grid->cells.size(), size.width, size.height);
+  const i32 x = static_cast<i32>(Marked()) % field.columns * field.cell;
+  const i32 y = static_cast<i32>(Marked()) / field.columns * field.cell;
+  RECT frame{x - 2, y - 2, x + field.cell + 2, y + field.cell + 2};
+  for (const int colour : {COLOR_WINDOWTEXT, COLOR_WINDOWTEXT, COLOR_WINDOW}) {
+    FrameRect(dc, &frame, GetSysColorBrush(colour));
+    InflateRect(&frame, -1, -1);
+  }
 }
 
 }  // namespace larkspur::host

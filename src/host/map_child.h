@@ -21,9 +21,10 @@ class cMapChild final : public cChild {
   void SetGrid(std::shared_ptr<const MapGrid> grid);
 
   std::function<void(POINT where)> onContextMenu;
-  // The pointer came to another square, or left them all.
-  std::function<void(std::optional<size_t> cell)> onHover;
-  std::function<void(size_t cell)> onClick;
+  // The pointer or the arrow keys came to another square, or left them all.
+  std::function<void(std::optional<size_t> cell)> onPoint;
+  // A square was clicked, or Enter pressed on the one that the arrow keys came to.
+  std::function<void(size_t cell)> onChoose;
 
  private:
   MessageAnswer OnMessage(const WindowMessage& message) override;
@@ -33,12 +34,18 @@ class cMapChild final : public cChild {
   MessageAnswer OnFocusChange(const WindowMessage& message);
   MessageAnswer OnMove(const WindowMessage& message);
   MessageAnswer OnLeave(const WindowMessage& message);
+  MessageAnswer OnKeyCode(const WindowMessage& message);
+  MessageAnswer OnKey(const WindowMessage& message);
   void Draw(HDC dc, Size size) const;
+  void DrawFocus(HDC dc, Size size) const;
   std::optional<size_t> CellUnder(const WindowMessage& message) const;
-  void Hover(std::optional<size_t> cell);
+  void Point(std::optional<size_t> cell);
+  void Mark(size_t cell);
+  size_t Marked() const;
 
   std::shared_ptr<const MapGrid> m_grid;
-  std::optional<size_t> m_hovered;
+  std::optional<size_t> m_pointed;
+  size_t m_marked = 0;  // where the arrow keys are; seen while the keyboard is here
 };
 
 }  // namespace larkspur::host

@@ -11,7 +11,8 @@
 namespace larkspur::host {
 namespace {
 
-constexpr i32 kLine = 20;  // units
+// Units; on less the counts take two lines.
+constexpr i32 kLine = 20, kCountsWidth = 480;
 
 }  // namespace
 
@@ -24,11 +25,11 @@ void cMapPage::Create(cCustomForm& form) {
   m_map.onContextMenu = [this](POINT where) {
     if (onContextMenu) onContextMenu(where);
   };
-  m_map.onHover = [this](std::optional<size_t> cell) {
-    m_hovered = cell;
+  m_map.onPoint = [this](std::optional<size_t> cell) {
+    m_pointed = cell;
     TellCell();
   };
-  m_map.onClick = [this](size_t cell) {
+  m_map.onChoose = [this](size_t cell) {
     if (onGoTo) onGoTo(cell * m_grid->sectorsPerCell);
   };
   m_scale.Create(form, kPlacedByForm, u"");
@@ -38,8 +39,9 @@ void cMapPage::Create(cCustomForm& form) {
 void cMapPage::Layout(const Box& box) {
   const i32 line = Scaled(kLine, m_map.Dpi());
   m_note.MoveTo(box);
-  m_counts.MoveTo({box.x, box.y, box.width, line});
-  m_map.MoveTo({box.x, box.y + line, box.width, std::max(0, box.height - 3 * line)});
+  const i32 counts = box.width < Scaled(kCountsWidth, m_map.Dpi()) ? 2 * line : line;
+  m_counts.MoveTo({box.x, box.y, box.width, counts});
+  m_map.MoveTo({box.x, box.y + counts, box.width, std::max(0, box.height - counts - 2 * line)});
   m_scale.MoveTo({box.x, box.y + box.height - 2 * line, box.width, line});
   m_legend.MoveTo({box.x, box.y + box.height - line, box.width, line});
 }
@@ -78,10 +80,10 @@ void cMapPage::Tell() {
 }
 
 void cMapPage::TellCell() {
-  const bool isOverCell = m_grid && m_hovered && *m_hovered < m_grid->cells.size();
-  m_scale.SetText(isOverCell ? MapCell(*m_grid, *m_hovered)
-                  : m_grid   ? MapScale(*m_grid)
-                             : std::u16string());
+  const bool isAtCell = m_grid && m_pointed && *m_pointed < m_grid->cells.size();
+  m_scale.SetText(isAtCell ? MapCell(*m_grid, *m_pointed)
+                  : m_grid ? MapScale(*m_grid)
+                           : std::u16string());
 }
 
 std::u16string cMapPage::Text() const {

@@ -62,11 +62,15 @@ class cPartitionPage final : public cPage, private cListModel {
   std::u16string CellText(u32 row, u32 column) const override;
   int RowIcon(u32 row) const override { return m_rows[row].level == 0 ? 0 : 1; }
 
+  void Place();
+
   std::vector<TreeRow> m_rows;
   bool m_shown = false;
+  Box m_box;
   cIconList m_icons{{kIconStorage, kIconPartition}};
   cListViewChild m_list;
-  cLabelChild m_note{cLabelChild::Lines::Wrapped};  // in place of the list, while that is empty
+  // In place of the list, while that is empty, and below the storage's own row.
+  cLabelChild m_note{cLabelChild::Lines::Wrapped};
 };
 
 class cSectorPage final : public cPage {
@@ -87,10 +91,10 @@ class cSectorPage final : public cPage {
   void ShowStorage(const Storage* storage) override;
   std::u16string Text() const override;
 
-  // Shows that sector, cut at the storage's last one.
+  // Shows that sector; past the storage's end its last one, and says so.
   void GoTo(u64 sector);
-  // The sector typed; false, and nothing happens, when it is no number.
-  bool GoToTyped();
+  // The sector typed; the one that is shown stays when it is no number.
+  void GoToTyped();
   void GoToPrevious() { GoTo(m_sector > 0 ? m_sector - 1 : 0); }
   void GoToNext() { GoTo(m_sector + 1); }
   bool HasSectors() const { return m_storage && m_storage->mayBeRead && m_storage->sectors > 0; }
@@ -104,12 +108,13 @@ class cSectorPage final : public cPage {
 
  private:
   void Look();
-  void Tell(std::u16string_view heading, std::u16string_view body);
+  std::u16string Note();
 
   Commands m_commands;
   cCustomForm* m_form = nullptr;
   const Storage* m_storage = nullptr;
   u64 m_sector = 0;
+  std::u16string m_remark;  // on it, behind its heading
   std::optional<SectorView> m_view;
   bool m_shown = false;
   cSectorReader m_reader{[this] { PostMessageW(m_form->Handle(), kNews, 0, 0); }};
@@ -119,6 +124,7 @@ class cSectorPage final : public cPage {
   cIconButtonChild m_goTo, m_previous, m_next;
   cLabelChild m_heading;
   cTextViewChild m_text;
+  cLabelChild m_note{cLabelChild::Lines::Wrapped};  // in place of all else, without a sector
 };
 
 class cMapPage final : public cPage {
@@ -137,7 +143,7 @@ class cMapPage final : public cPage {
   bool HasMap() const { return m_storage && m_storage->map; }
   // The map as a PNG file's bytes; empty without a map.
   std::string Picture() const;
-  // A square was clicked: its first sector.
+  // A square was chosen, by a click or Enter: its first sector.
   std::function<void(u64 sector)> onGoTo;
 
  private:
@@ -147,12 +153,12 @@ class cMapPage final : public cPage {
 
   const Storage* m_storage = nullptr;
   std::shared_ptr<const MapGrid> m_grid;
-  std::optional<size_t> m_hovered;  // the square under the pointer
+  std::optional<size_t> m_pointed;  // the square that the pointer or the keyboard is at
   bool m_shown = false;
   HWND m_formWindow = nullptr;
 
   cLabelChild m_note{cLabelChild::Lines::Wrapped};  // in place of all else, without a map
-  cLabelChild m_counts;
+  cLabelChild m_counts{cLabelChild::Lines::Wrapped};
   cMapChild m_map;
   cLabelChild m_scale;
   cLegendChild m_legend;

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+#include <algorithm>
+
 #include "host/model/words.h"
 #include "host/pages.h"
 #include "host/texts.h"
@@ -10,7 +12,8 @@ namespace larkspur::host {
 namespace {
 
 enum Columns : u32 { kNameColumn, kStartColumn, kLengthColumn, kSizeColumn, kTypeColumn };
-constexpr size_t kIndent = 4;  // blanks a level
+constexpr size_t kIndent = 4;            // blanks a level
+constexpr i32 kBareList = 66, kGap = 6;  // units; the list of one row
 
 // A type by its name; by its number where it has none. The storage itself is of no type.
 std::u16string TypeText(u16 type) {
@@ -32,6 +35,7 @@ void cPartitionPage::Create(cCustomForm& form) {
                      {texts::kFacts, false, true}});
   m_list.SetIcons(&m_icons);
   m_list.SetModel(this);
+  m_list.KeepChoice();
   m_list.onActivate = [this](u32) {
     if (onActivate) onActivate();
   };
@@ -45,14 +49,26 @@ void cPartitionPage::Create(cCustomForm& form) {
 }
 
 void cPartitionPage::Layout(const Box& box) {
-  m_list.MoveTo(box);
-  m_note.MoveTo(box);
+  m_box = box;
+  Place();
+}
+
+void cPartitionPage::Place() {
+  const bool hasNote = !IsAnythingKnown(m_rows);
+  const i32 list = m_rows.empty() ? 0
+                   : hasNote      ? std::min(m_box.height, Scaled(kBareList, m_list.Dpi()))
+                                  : m_box.height;
+  m_list.MoveTo({m_box.x, m_box.y, m_box.width, list});
+  const i32 gap = m_rows.empty() ? 0 : Scaled(kGap, m_list.Dpi());
+  m_note.MoveTo(
+      {m_box.x, m_box.y + list + gap, m_box.width, std::max(0, m_box.height - list - gap)});
+  m_list.Show(m_shown && !m_rows.empty());
+  m_note.Show(m_shown && hasNote);
 }
 
 void cPartitionPage::Show(bool shown) {
   m_shown = shown;
-  m_list.Show(shown && !m_rows.empty());
-  m_note.Show(shown && m_rows.empty());
+  Place();
 }
 
 void cPartitionPage::ShowStorage(const Storage* storage) {

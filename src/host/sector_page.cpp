@@ -32,9 +32,11 @@ void cSectorPage::Create(cCustomForm& form) {
   m_text.onContextMenu = [this](POINT where) {
     if (onContextMenu) onContextMenu(where);
   };
+  m_note.Create(form, kPlacedByForm, texts::kNoStorage);
 }
 
 void cSectorPage::Layout(const Box& box) {
+  m_note.MoveTo(box);
   cTheme& theme = m_form->Theme();
   const i32 line = theme.Pixels(kLine), gap = theme.Pixels(kGap), button = theme.Pixels(kButton);
   i32 x = box.x;
@@ -54,10 +56,6 @@ void cSectorPage::Layout(const Box& box) {
 
 void cSectorPage::Show(bool shown) {
   m_shown = shown;
-  for (cChild* child : std::initializer_list<cChild*>{&m_numberLabel, &m_number, &m_goTo,
-                                                      &m_previous, &m_next, &m_heading, &m_text}) {
-    child->Show(shown);
-  }
   Look();
 }
 
@@ -65,45 +63,58 @@ void cSectorPage::ShowStorage(const Storage* storage) {
   m_reader.Leave();
   m_storage = storage;
   m_sector = 0;
+  m_remark.clear();
   Look();
 }
 
 void cSectorPage::GoTo(u64 sector) {
-  if (!m_storage || m_storage->sectors == 0) return;
+  if (!HasSectors()) return;
   m_sector = std::min(sector, m_storage->sectors - 1);
+  m_remark = m_sector < sector ? Words("; it is the last one: there is no sector {}", sector)
+                               : std::u16string();
   Look();
 }
 
-bool cSectorPage::GoToTyped() {
+void cSectorPage::GoToTyped() {
   const std::optional<u64> sector = SectorFromText(m_number.Value());
-  if (sector) GoTo(*sector);
-  return sector.has_value();
+  if (sector) return GoTo(*sector);
+  m_heading.SetText(
+      Words("\"{}\" is not the number of a sector: type 63 or 0x3f. Below is sector {}",
+            Utf8(m_number.Value()), m_sector));
 }
 
 // A sector is read when it is seen, and not before.
 void cSectorPage::Look() {
   m_view.reset();
+  const std::u16string note = Note();
+  for (cChild* child : std::initializer_list<cChild*>{&m_numberLabel, &m_number, &m_goTo,
+                                                      &m_previous, &m_next, &m_heading, &m_text}) {
+    child->Show(m_shown && note.empty());
+  }
+  m_note.SetText(note);
+  m_note.Show(m_shown && !note.empty());
   if (!m_shown) return;
-  m_number.Enable(HasSectors());
   if (onMove) onMove();
-  if (!m_storage) return Tell({}, texts::kNoStorage);
-  if (!m_storage->mayBeRead) return Tell({}, texts::kNotRead);
+  if (!note.empty()) return;
   m_number.SetValue(Words("{}", m_sector));
-  if (!m_reader.IsWatching() && !m_reader.Watch(*m_storage)) return Tell(texts::kNoClone, {});
   m_heading.SetText(Words("Sector {} is being read...", m_sector));
   m_reader.Ask(m_sector);
+}
+
+// What is said in place of a sector; empty when one can be read.
+std::u16string cSectorPage::Note() {
+  if (!m_storage) return texts::kNoStorage;
+  if (!m_storage->mayBeRead) return texts::kNotRead;
+  if (!m_shown || m_reader.IsWatching() || m_reader.Watch(*m_storage)) return {};
+  return NoCloneWords(*m_storage);
 }
 
 void cSectorPage::OnNews() {
   std::optional<SectorView> read = m_reader.Take();
   if (!read || !m_storage) return;
   m_view = std::move(read);
-  Tell(SectorHeading(*m_view, m_storage->sectors), SectorBody(*m_view));
-}
-
-void cSectorPage::Tell(std::u16string_view heading, std::u16string_view body) {
-  m_heading.SetText(heading);
-  m_text.SetValue(body);
+  m_heading.SetText(SectorHeading(*m_view, m_storage->sectors) + m_remark);
+  m_text.SetValue(SectorBody(*m_view));
 }
 
 std::u16string cSectorPage::Text() const {

@@ -74,16 +74,20 @@ inline constexpr char16_t kReadWithoutCache[] =
     u"failing "
     u"drive\nmay give each sector only once more. \"New storage...\" is the safe way.";
 inline constexpr char16_t kCounting[] = u"Counting...";
-inline constexpr char16_t kNotASector[] = u"This is not the number of a sector.";
 inline constexpr char16_t kOpenAlready[] = u"This storage is already open.";
 inline constexpr char16_t kMadeAlready[] =
     u"This storage, or one with the same cache, is already open.\nThe new one was closed again.";
 inline constexpr char16_t kNothingMade[] = u"No storage was made.";
 inline constexpr char16_t kNoModule[] = u"There is no module beside the program.";
 inline constexpr char16_t kNoMemory[] = u"There is not enough memory.";
-inline constexpr char16_t kNoClone[] = u"The storage cannot be opened a second time.";
-inline constexpr char16_t kPictureFailed[] = u"The picture cannot be written.";
+inline constexpr char16_t kMapSaved[] = u"The map was saved as ";
 inline constexpr char16_t kCopied[] = u"Copied.";
+inline constexpr char16_t kNotCopied[] =
+    u"Nothing was copied: another program is using the clipboard. Try again.";
+inline constexpr char16_t kCacheAlone[] =
+    u"A cache alone. To read what is missing, open its drive or image, press \"New storage...\" "
+    u"and "
+    u"choose this cache.";
 inline constexpr char16_t kReady[] = u"Open a storage, or make one from a failing disk.";
 
 }  // namespace larkspur::host::texts

@@ -40,6 +40,20 @@ TEST(MapFieldTest, APixelTellsItsCell) {
   }
 }
 
+TEST(MapFieldTest, KeysMoveFromCellToCellAndStayInside) {
+  const MapField field{10, 4};
+  constexpr struct {
+    size_t from;
+    i32 cells, rows;
+    size_t to;
+  } kRows[] = {{0, 1, 0, 1}, {3, 1, 0, 4}, {4, -1, 0, 3}, {0, -1, 0, 0}, {9, 1, 0, 9},
+               {1, 0, 1, 5}, {5, 0, 1, 9}, {6, 0, 1, 6},  {2, 0, -1, 2}, {9, 0, -1, 5}};
+  for (const auto& row : kRows) {
+    EXPECT_EQ(CellFrom(field, 10, row.from, row.cells, row.rows), row.to)
+        << row.from << " by " << row.cells << ", " << row.rows;
+  }
+}
+
 TEST(MapWordsTest, CellsAndColoursAreTold) {
   MapGrid grid;
   grid.sectors = 10;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/path_text.h"
 #include "fakes/dying_disk.h"
 #include "host/storage_rig.h"
 #include "imaging/summary.h"
@@ -23,9 +24,14 @@ struct Reading {
   }
 
   bool ready = false;
-  double lastShare = 0;
+  double firstShare = -1, lastShare = -1, shareAtStart = -1;
   fakes::FakeClock clock;  // a busy machine must not look like a slow disk
-  cReadEverythingJob job{[this](double share) { lastShare = share; }, &clock};
+  cReadEverythingJob job{[this](double share, double atStart) {
+                           if (firstShare < 0) firstShare = share;
+                           lastShare = share;
+                           shareAtStart = atStart;
+                         },
+                         &clock};
 };
 
 StatusCounts Counts(StorageRig& rig) {
@@ -36,8 +42,8 @@ TEST(ReadEverythingTest, AHealthyReadOnceStorageIsReadWholeAndOnce) {
   StorageRig rig(kSectors);
   const Storage storage = rig.ReadOnce();
   const Reading run(storage);
-  EXPECT_EQ(run.job.State().end, ReadingEnd::kDone);
-  EXPECT_EQ(run.job.State().unreadable, 0u);
+  EXPECT_EQ(run.job.Ended().end, ReadingEnd::kDone);
+  EXPECT_EQ(run.job.Ended().unreadable, 0u);
   EXPECT_EQ(run.lastShare, 1.0);
   EXPECT_EQ(Counts(rig).present, kSectors);
   EXPECT_EQ(rig.script->AskedMoreThan(1), "");
@@ -49,8 +55,8 @@ TEST(ReadEverythingTest, UnreadableSectorsAreCountedAndDoNotEndIt) {
     rig.script->failing = {0, 127, 128, 500, 501, kSectors - 1};
     const Storage storage = isReadOnce ? rig.ReadOnce() : rig.Image();
     const Reading run(storage);
-    EXPECT_EQ(run.job.State().end, ReadingEnd::kDone);
-    EXPECT_EQ(run.job.State().unreadable, 6u);
+    EXPECT_EQ(run.job.Ended().end, ReadingEnd::kDone);
+    EXPECT_EQ(run.job.Ended().unreadable, 6u);
     EXPECT_EQ(rig.script->AskedMoreThan(2), "");
     EXPECT_EQ(Counts(rig).unreadable, isReadOnce ? 6u : 0u);
   }
@@ -66,11 +72,13 @@ TEST(ReadEverythingTest, AStoppedRunIsResumed) {
   };
   ASSERT_TRUE(job.Start());
   while (job.IsRunning()) platform::SleepMilliseconds(1);
-  EXPECT_EQ(job.State().end, ReadingEnd::kStopped);
+  EXPECT_EQ(job.Ended().end, ReadingEnd::kStopped);
   EXPECT_EQ(Counts(rig).missing, kSectors - 384);
   rig.script->onRequest = nullptr;
   const Reading rest(storage);
-  EXPECT_EQ(rest.job.State().end, ReadingEnd::kDone);
+  EXPECT_EQ(rest.job.Ended().end, ReadingEnd::kDone);
+  EXPECT_DOUBLE_EQ(rest.shareAtStart, 0.384);
+  EXPECT_GT(rest.firstShare, 0.384);
   EXPECT_EQ(Counts(rig).present, kSectors);
   EXPECT_EQ(rig.script->AskedMoreThan(1), "");
 }
@@ -83,7 +91,7 @@ TEST(ReadEverythingTest, ASourceThatShrinksEndsItBeforeAnythingIsMarked) {
     if (sector == 128) rig.script->liveSectors = 300;
   };
   const Reading run(storage);
-  EXPECT_EQ(run.job.State().end, ReadingEnd::kSourceGone);
+  EXPECT_EQ(run.job.Ended().end, ReadingEnd::kSourceGone);
   EXPECT_EQ(Counts(rig).unreadable, 0u);
   EXPECT_EQ(Counts(rig).present, 256u);
 }
@@ -93,7 +101,7 @@ TEST(ReadEverythingTest, ACacheThatKeepsNothingSparesTheSource) {
   rig.store->limitBytes = rig.store->bytes.size() + 100 * 1024;  // a full disk
   const Storage storage = rig.ReadOnce();
   const Reading run(storage);
-  EXPECT_EQ(run.job.State().end, ReadingEnd::kNotKept);
+  EXPECT_EQ(run.job.Ended().end, ReadingEnd::kNotKept);
   EXPECT_LT(rig.script->AskedInAll(), kSectors / 2);
 }
 
@@ -103,37 +111,87 @@ TEST(ReadEverythingTest, ACacheThatCannotBeReadEndsIt) {
   rig.store->failAt = rig.store->operations + 1;
   rig.store->failForGood = true;
   const Reading run(storage);
-  EXPECT_TRUE(!run.ready || run.job.State().end == ReadingEnd::kNotKept ||
-              run.job.State().end == ReadingEnd::kCacheFailed);
+  EXPECT_TRUE(!run.ready || run.job.Ended().end == ReadingEnd::kNotKept ||
+              run.job.Ended().end == ReadingEnd::kCacheFailed);
   EXPECT_LE(rig.script->AskedInAll(), 2 * AskedSource::kMaxAskSectors);
 }
 
-TEST(ReadEverythingTest, ACacheAloneIsReadWithWhatItLacks) {
+TEST(ReadEverythingTest, OfACacheAloneItIsToldWhatIsMissing) {
   StorageRig rig(kSectors);
   rig.script->failing = {100, 101};
   Storage made = rig.ReadOnce();
   made.sectors = 256;
-  EXPECT_EQ(Reading(made).job.State().end, ReadingEnd::kDone);
+  EXPECT_EQ(Reading(made).job.Ended().end, ReadingEnd::kDone);
   const auto cache = fakes::OpenImage(rig.store, true);
   HostStorageNode node{cache.get(), nullptr, nullptr};
   Storage alone;
   alone.node = &node;
+  alone.kind = StorageKind::kCache;
   alone.sectors = kSectors;
   alone.map = fakes::OpenImage(rig.store, true);
   const Reading run(alone);
-  EXPECT_EQ(run.job.State().end, ReadingEnd::kDone);
-  EXPECT_EQ(run.job.State().unreadable, 2u);
+  EXPECT_EQ(run.job.Ended().end, ReadingEnd::kDone);
+  EXPECT_EQ(run.job.Ended().unreadable, 2u);
+  EXPECT_EQ(run.job.Ended().missing, kSectors - 256);
   EXPECT_EQ(Counts(rig).missing, kSectors - 256);
 }
 
-TEST(ReadEverythingTest, EveryEndHasWords) {
-  for (const ReadingEnd end :
-       {ReadingEnd::kDone, ReadingEnd::kStopped, ReadingEnd::kSourceGone, ReadingEnd::kNotKept,
-        ReadingEnd::kNotAnswering, ReadingEnd::kCacheFailed, ReadingEnd::kAborted}) {
-    EXPECT_FALSE(EndWords(end, 0).empty());
+// Disks that fail from some request on.
+TEST(ReadEverythingTest, ASilentDiskIsToldFromALargeBadArea) {
+  constexpr u64 kDisk = 16384, kFirstBad = 4096;
+  const struct {
+    const char* what;
+    bool isSilent, isSourceKnown;
+    ReadingEnd end;
+  } rows[] = {{"a bad area", false, true, ReadingEnd::kDone},
+              {"silent", true, true, ReadingEnd::kNotAnswering},
+              {"silent, and unknown to the host", true, false, ReadingEnd::kNotAnswering}};
+  for (const auto& row : rows) {
+    StorageRig rig(kDisk);
+    for (u64 sector = kFirstBad; sector < kDisk; ++sector) rig.script->failing.insert(sector);
+    rig.script->onRequest = [&](u64 sector, u32) {
+      if (!row.isSilent || sector < kFirstBad || rig.script->failing.contains(0)) return;
+      for (u64 each = 0; each < kFirstBad; ++each) rig.script->failing.insert(each);
+    };
+    Storage storage = rig.ReadOnce();
+    if (!row.isSourceKnown) storage.source = {};
+    const Reading run(storage);
+    EXPECT_EQ(run.job.Ended().end, row.end) << row.what;
+    const u64 unreadable = CountStatuses(rig.view.Image(), 0, kDisk).unreadable;
+    EXPECT_EQ(run.job.Ended().unreadable, unreadable) << row.what;
+    if (row.isSilent) {
+      EXPECT_LT(unreadable, 20 * AskedSource::kMaxAskSectors) << row.what;
+    } else {
+      EXPECT_EQ(unreadable, kDisk - kFirstBad) << row.what;
+      EXPECT_EQ(rig.script->AskedMoreThan(2), "") << row.what;
+    }
+    const double settled = static_cast<double>(kDisk - run.job.Ended().missing);
+    EXPECT_DOUBLE_EQ(run.lastShare, settled / kDisk) << row.what;
   }
-  EXPECT_EQ(EndWords(ReadingEnd::kDone, 1), u"Everything was read; 1 sector is unreadable.");
-  EXPECT_EQ(EndWords(ReadingEnd::kDone, 2), u"Everything was read; 2 sectors are unreadable.");
+}
+
+TEST(ReadEverythingTest, EveryEndHasWords) {
+  using End = ReadingEnd;
+  const struct {
+    ReadingReport ended;
+    const char16_t* words;
+  } rows[] = {
+      {{End::kDone, 0, 0, {}, {}}, u"Everything was read."},
+      {{End::kDone, 1, 0, {}, {}}, u"Everything was read; 1 sector is unreadable."},
+      {{End::kDone, 2, 0, {}, {}}, u"Everything was read; 2 sectors are unreadable."},
+      {{End::kDone, 2, 1, {}, {}},
+       u"What can be read here was read; 1 sector is missing; 2 sectors are unreadable."},
+      {{End::kStopped, 0, 9, {}, {}}, u"Stopped."},
+      {{End::kSourceGone, 0, 9, u"a.kvrsp", u"a.img"},
+       u"The source has become shorter or is gone.\na.img\n"},
+      {{End::kNotAnswering, 0, 9, u"a.kvrsp", {}}, u"The disk has stopped answering.\nSwitch"},
+      {{End::kNotKept, 0, 9, u"a.kvrsp", u"a.img"}, u"The cache could not be written.\na.kvrsp\n"},
+      {{End::kCacheFailed, 0, 9, u"a.kvrsp", {}}, u"The cache cannot be read.\na.kvrsp\n"},
+      {{End::kAborted, 0, 9, {}, {}}, u"Reading was ended by force."},
+  };
+  for (const auto& row : rows) {
+    EXPECT_TRUE(EndWords(row.ended).starts_with(row.words)) << Utf8FromWide(EndWords(row.ended));
+  }
 }
 
 }  // namespace

@@ -28,14 +28,14 @@ struct StorageRig {
   Storage Image() {
     Storage storage = Over(source.get());
     storage.kind = StorageKind::kImage;
-    storage.source = {Owned<cBaseIO>(source->Clone()), nullptr, script->sectors};
+    storage.source = {Owned<cBaseIO>(source->Clone()), nullptr, script->sectors, {}};
     return storage;
   }
 
   // The read-once storage, with the host's look at its cache.
   Storage ReadOnce() {
     Storage storage = Over(&view);
-    storage.source = {Owned<cBaseIO>(source->Clone()), nullptr, script->sectors};
+    storage.source = {Owned<cBaseIO>(source->Clone()), nullptr, script->sectors, {}};
     storage.map = fakes::OpenImage(store, true);
     return storage;
   }

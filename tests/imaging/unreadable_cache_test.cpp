@@ -133,7 +133,7 @@ bool HostReading(Rig& rig) {
   host::cReadEverythingJob job({}, &rig.clock);
   if (!job.Prepare(storage.ReadOnce())) return false;
   job.Run();
-  return job.State().end == host::ReadingEnd::kDone;
+  return job.Ended().end == host::ReadingEnd::kDone;
 }
 
 bool Disbelieve(Rig& rig) {

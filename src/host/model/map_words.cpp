@@ -50,6 +50,11 @@ MapField FieldOf(size_t count, i32 width, i32 height) {
   return {cell, std::max(1, width / cell)};
 }
 
+size_t CellFrom(const MapField& field, size_t count, size_t cell, i32 cells, i32 rows) {
+  const i64 other = static_cast<i64>(cell) + cells + i64{rows} * field.columns;
+  return other >= 0 && other < static_cast<i64>(count) ? static_cast<size_t>(other) : cell;
+}
+
 std::optional<size_t> CellAt(const MapField& field, size_t count, i32 x, i32 y) {
   if (x < 0 || y < 0 || x / field.cell >= field.columns) return std::nullopt;
   const i64 cell = i64{y / field.cell} * field.columns + x / field.cell;

@@ -35,6 +35,9 @@ struct MapField {
 };
 // The largest cells of which `count` fit into width by height pixels; of one pixel when none do.
 MapField FieldOf(size_t count, i32 width, i32 height);
+// The cell that is `cells` and `rows` away, or the one at hand when there is none.
+// REQUIRES: cell < count
+size_t CellFrom(const MapField& field, size_t count, size_t cell, i32 cells, i32 rows);
 // The one of `count` cells at a pixel; nothing beside them.
 std::optional<size_t> CellAt(const MapField& field, size_t count, i32 x, i32 y);
 

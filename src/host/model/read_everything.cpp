@@ -52,36 +52,65 @@ class cReadEverythingJob::StorageSource final : public AskedSource {
   }
 
   AskOutcome Ask(u64 sector, void* buffer, u32 count) override {
-    AskOutcome outcome;
-    // Asked before each request: a read-once storage would note as unreadable, for good, what a
-    // source that is gone does not deliver.
-    if (!m_job->m_source.IsThere()) {
-      outcome.kind = FailureKind::kGone;
-      return outcome;
-    }
-    m_job->m_io->SetPosition(sector);
-    const u32 got = m_job->m_io->Read(buffer, count, nullptr);
-    const StatusCounts kept =
-        m_job->m_map ? CountStatuses(m_job->m_map.get(), sector, count) : StatusCounts();
-    // What the cache did not keep is found out when it is stored, and ends the run.
-    const bool isLost = m_job->m_isReadOnce && kept.missing + kept.unknown > 0;
-    if (got < count && m_job->m_isReadOnce) {
-      m_job->m_cacheFailed = true;
-      outcome.kind = FailureKind::kGone;
-    } else if (!isLost && (got < count || kept.unreadable > 0)) {
-      // Without a cache nothing is marked, so nothing needs proof.
-      outcome.kind = m_job->m_isReadOnce ? FailureKind::kUnclear : FailureKind::kMedium;
-    } else {
-      outcome.delivered = count;
-    }
-    return outcome;
+    // Before each request: a read-once storage would note as unreadable, for good, what a source
+    // that is gone does not deliver.
+    if (!m_job->m_source.IsThere()) return Refused(FailureKind::kGone);
+    const bool isRefused = m_refused.Contains(sector);
+    const bool isProof = HasMarks() && !isRefused && !m_job->m_left.Contains(sector);
+    return isProof ? AskSource(sector, buffer, count)
+                   : AskStorage(sector, buffer, count, isRefused);
   }
   const SourceIdentity& Identity() const override { return m_identity; }
   bool Reconnect(double) override { return false; }
 
  private:
+  static AskOutcome Refused(FailureKind kind) {
+    AskOutcome outcome;
+    outcome.kind = kind;
+    return outcome;
+  }
+  static AskOutcome Delivered(u32 count) {
+    AskOutcome outcome;
+    outcome.delivered = count;
+    return outcome;
+  }
+  // Whether the storage marks what fails.
+  bool HasMarks() const { return m_job->m_isReadOnce && m_job->m_map; }
+
+  // For a sector that the cache has, to see whether the disk still answers: of a silent disk the
+  // storage would answer from its cache. A source that the host does not know proves nothing.
+  AskOutcome AskSource(u64 sector, void* buffer, u32 count) {
+    cBaseIO* const source = m_job->m_source.io.get();
+    if (!source) return Refused(FailureKind::kUnclear);
+    source->SetPosition(sector);
+    const bool isThere = source->Read(buffer, count, nullptr) == count;
+    return isThere ? Delivered(count) : Refused(FailureKind::kUnclear);
+  }
+
+  // `isRefused`: asked before, with others, so that the storage has settled each of them.
+  AskOutcome AskStorage(u64 sector, void* buffer, u32 count, bool isRefused) {
+    m_job->m_io->SetPosition(sector);
+    const u32 got = m_job->m_io->Read(buffer, count, nullptr);
+    if (got < count && m_job->m_isReadOnce) {
+      m_job->m_cacheFailed = true;
+      return Refused(FailureKind::kGone);
+    }
+    const StatusCounts kept =
+        m_job->m_map ? CountStatuses(m_job->m_map.get(), sector, count) : StatusCounts();
+    // What the cache did not keep is found out when it is stored, and ends the run.
+    const bool isLost = m_job->m_isReadOnce && kept.missing + kept.unknown > 0;
+    const bool isGood = isLost || (got == count && kept.unreadable == 0);
+    if (isGood || count == 1 || HasMarks()) m_job->m_left.Remove({sector, count});
+    if (isGood) return Delivered(count);
+    // What is not marked, or is marked already, needs no proof.
+    if (!HasMarks() || isRefused) return Refused(FailureKind::kMedium);
+    m_refused.Add({sector, count});
+    return Refused(FailureKind::kUnclear);
+  }
+
   cReadEverythingJob* m_job;
   SourceIdentity m_identity;
+  ExtentSet m_refused;  // of requests that failed in this run, where the storage marks
 };
 
 // What was read, as far as this run knows. A read-once storage keeps it in its cache by itself.
@@ -124,8 +153,9 @@ bool cReadEverythingJob::Prepare(const Storage& storage) {
   m_original = storage.IO();
   m_sectors = storage.sectors;
   m_cacheFailed = false;
-  m_state.unreadable = 0;
-  m_state.end = ReadingEnd::kNone;
+  m_ended = {};
+  m_ended.storagePath = storage.path;
+  m_ended.sourcePath = m_source.path;
   return true;
 }
 
@@ -137,57 +167,88 @@ void cReadEverythingJob::Release() {
 }
 
 u32 cReadEverythingJob::Run() {
-  m_state.end = ReadAll();
+  m_ended.end = ReadAll();
   return 0;
 }
 
 ReadingEnd cReadEverythingJob::ReadAll() {
   StorageSource source(this);
   StorageStore store(this);
+  m_left.Clear();
+  store.Visit({0, m_sectors}, [this](u64 start, u64 sectors, SectorStatus status) {
+    if (status == kMissing) m_left.Add({start, sectors});
+    return true;
+  });
+  m_shareAtStart = Share();
   NoLog log;
   EngineOptions options;
   options.maxFailures = kMaxFailures;
   options.inThread = false;  // this is the thread
   Engine engine(&source, &store, &log, m_clock, &StopFlag(), options);
-  engine.OnProgress([this](const RescueProgress& progress) { Tell(progress); });
+  engine.OnProgress([this](const RescueProgress&) { Tell(); });
   if (!engine.Want(ExtentSet({0, m_sectors}))) return ReadingEnd::kCacheFailed;
-  m_work = engine.Progress().domain.missing;
   engine.Image();
   const ReadingEnd end = EndOf(engine.Finish());
+  const StatusCounts kept = m_map ? CountStatuses(m_map.get(), 0, m_sectors) : StatusCounts();
+  m_ended.unreadable = m_map ? kept.unreadable : engine.Progress().all.unreadable;
+  m_ended.missing = kept.missing + kept.unknown;
   return m_cacheFailed ? ReadingEnd::kCacheFailed : end;
 }
 
-void cReadEverythingJob::Tell(const RescueProgress& progress) {
-  m_state.unreadable = progress.all.unreadable;
-  const u64 left = progress.domain.missing;
-  if (!m_report || m_work == 0) return;
-  m_report(static_cast<double>(m_work - left) / static_cast<double>(m_work));
+double cReadEverythingJob::Share() const {
+  if (m_sectors == 0) return 1;
+  return static_cast<double>(m_sectors - m_left.Sectors()) / static_cast<double>(m_sectors);
 }
 
-std::u16string EndWords(ReadingEnd end, u64 unreadable) {
-  switch (end) {
+void cReadEverythingJob::Tell() {
+  if (m_report) m_report(Share(), m_shareAtStart);
+}
+
+namespace {
+
+// "3 sectors are unreadable"
+std::string CountWords(u64 count, const char* what) {
+  return fmt::format("{} {} {}", count, count == 1 ? "sector is" : "sectors are", what);
+}
+
+std::u16string DoneWords(const ReadingReport& ended) {
+  std::string words = ended.missing == 0 ? "Everything was read" : "What can be read here was read";
+  if (ended.missing > 0) words += "; " + CountWords(ended.missing, "missing");
+  if (ended.unreadable > 0) words += "; " + CountWords(ended.unreadable, "unreadable");
+  return Words("{}.", words);
+}
+
+// Three lines: what happened, to which file, what to do.
+std::u16string FaultWords(const char* what, const std::u16string& path, const char* advice) {
+  return Words("{}\n{}{}{}", what, Utf8(path), path.empty() ? "" : "\n", advice);
+}
+
+}  // namespace
+
+std::u16string EndWords(const ReadingReport& ended) {
+  switch (ended.end) {
     case ReadingEnd::kNone:
       return {};
     case ReadingEnd::kDone:
-      if (unreadable == 0) return Words("Everything was read.");
-      return Words("Everything was read; {} {} unreadable.", unreadable,
-                   unreadable == 1 ? "sector is" : "sectors are");
+      return DoneWords(ended);
     case ReadingEnd::kStopped:
       return Words("Stopped. \"Read everything\" resumes from there.");
     case ReadingEnd::kSourceGone:
-      return Words(
-          "The source has become shorter or is gone.\nWhat was read is kept. Close it, open "
-          "it again when it is back, and resume.");
+      return FaultWords("The source has become shorter or is gone.", ended.sourcePath,
+                        "What was read is kept. Close it, open it again when it is back, and "
+                        "resume.");
     case ReadingEnd::kNotAnswering:
-      return Words(
-          "The disk has stopped answering.\nSwitch its power off and on, check the cable, let "
-          "it cool down, then read again.");
+      return FaultWords("The disk has stopped answering.", ended.sourcePath,
+                        "Switch its power off and on, check the cable, let it cool down, then read "
+                        "again.");
     case ReadingEnd::kNotKept:
-      return Words(
-          "The cache could not be written.\nIs its disk full, or gone? Nothing more is read from "
-          "the source.");
+      return FaultWords("The cache could not be written.", ended.storagePath,
+                        "Is its disk full, or gone? Make room or bring it back, then read again. "
+                        "Nothing more is read from the source.");
     case ReadingEnd::kCacheFailed:
-      return Words("The cache cannot be read.\nNothing more is read from the source.");
+      return FaultWords("The cache cannot be read.", ended.storagePath,
+                        "Copy the file to a healthy disk, and work on the copy. Nothing more is "
+                        "read from the source.");
     case ReadingEnd::kAborted:
       return Words("Reading was ended by force.");
   }

@@ -5,9 +5,8 @@
 // Reading a whole storage on a thread of its own, through a clone of it, so that pages which
 // show the storage meanwhile are not in the way. Knows the storage by its operations only, and
 // reads it in the engine's order: what reads well first. A read-once storage reads single sectors
-// where a request fails, and marks them itself; that cannot be put off from here.
+// where a request fails, and marks them itself, at once: that cannot be put off from here.
 
-#include <atomic>
 #include <functional>
 #include <string>
 
@@ -15,6 +14,7 @@
 #include "base/owned.h"
 #include "host/model/storages.h"
 #include "rescue/engine.h"
+#include "rescue/extent_set.h"
 
 namespace larkspur::host {
 
@@ -29,18 +29,22 @@ enum class ReadingEnd {
   kAborted,       // the thread had to be ended by force
 };
 
-// How far it is; written by the job's thread, read by any.
-struct ReadingState {
-  std::atomic<u64> unreadable{0};  // sectors: of the storage where there is a map, else of this run
-  std::atomic<ReadingEnd> end{ReadingEnd::kNone};
+// How a run ended, and what of the storage it leaves.
+struct ReadingReport {
+  ReadingEnd end = ReadingEnd::kNone;
+  u64 unreadable = 0;  // sectors: of the storage where there is a map, else of this run
+  u64 missing = 0;     // of the storage; 0 where there is no map
+  std::u16string storagePath, sourcePath;  // empty when not known
 };
 
 class cReadEverythingJob final : public cJob {
  public:
-  // `report` gets the share of this run's work that is done, on the job's thread; it may be empty.
-  // `clock` outlives the job; null: the system's.
-  explicit cReadEverythingJob(std::function<void(double share)> report,
-                              RescueClock* clock = nullptr)
+  // What of the storage's sectors is settled, 0 to 1: now, and when the run began.
+  using Report = std::function<void(double share, double shareAtStart)>;
+
+  // `report` is called on the job's thread; it may be empty. `clock` outlives the job; null: the
+  // system's.
+  explicit cReadEverythingJob(Report report, RescueClock* clock = nullptr)
       : cJob(nullptr), m_report(std::move(report)), m_clock(clock ? clock : &m_systemClock) {}
   ~cReadEverythingJob() { Stop(kPatienceMilliseconds); }
 
@@ -50,12 +54,13 @@ class cReadEverythingJob final : public cJob {
   // Gives the clones back. REQUIRES: not running
   void Release();
 
-  const ReadingState& State() const { return m_state; }
+  // REQUIRES: not running
+  const ReadingReport& Ended() const { return m_ended; }
   // The storage that is being read, to be compared only; null after Release.
   const cBaseIO* Original() const { return m_original; }
 
   u32 Run() override;
-  void OnAborted() override { m_state.end = ReadingEnd::kAborted; }
+  void OnAborted() override { m_ended.end = ReadingEnd::kAborted; }
   void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
 
  private:
@@ -63,9 +68,10 @@ class cReadEverythingJob final : public cJob {
   class StorageStore;
 
   ReadingEnd ReadAll();
-  void Tell(const RescueProgress& progress);
+  double Share() const;
+  void Tell();
 
-  std::function<void(double)> m_report;
+  Report m_report;
   RescueClock m_systemClock;
   RescueClock* m_clock;
   const cBaseIO* m_original = nullptr;
@@ -75,11 +81,12 @@ class cReadEverythingJob final : public cJob {
   bool m_isReadOnce = false;
   bool m_cacheFailed = false;  // a read-once storage did not deliver what it has
   u64 m_sectors = 0;
-  u64 m_work = 0;  // sectors to be read in this run
-  ReadingState m_state;
+  ExtentSet m_left;  // what this run has yet to settle
+  double m_shareAtStart = 0;
+  ReadingReport m_ended;
 };
 
-// What is said when the reading of a storage has ended.
-std::u16string EndWords(ReadingEnd end, u64 unreadable);
+// What is said when the reading of a storage has ended; the first line says what happened.
+std::u16string EndWords(const ReadingReport& ended);
 
 }  // namespace larkspur::host

@@ -53,7 +53,15 @@ bool Watched::IsThere() const {
 }
 
 Watched Watched::Clone() const {
-  return {Owned<cBaseIO>(io ? io->Clone() : nullptr), traffic, sectors};
+  return {Owned<cBaseIO>(io ? io->Clone() : nullptr), traffic, sectors, path};
+}
+
+std::u16string NoCloneWords(const Storage& storage) {
+  const std::u16string& name = storage.path.empty() ? storage.title : storage.path;
+  return Words(
+      "{}\nIt cannot be opened again for reading.\nIts file or drive may be gone: close it, "
+      "and open it again when that is back.",
+      Utf8(name));
 }
 
 cStorages::cStorages() {
@@ -118,7 +126,8 @@ cStorages::Adding cStorages::Add(OpenedStorage opened, size_t* index) {
   if (storage.kind == StorageKind::kCache) {
     storage.map = LookAt(storage.path, storage.sectors);
   } else {
-    storage.source = {Owned<cBaseIO>(storage.IO()->Clone()), opened.traffic, storage.sectors};
+    storage.source = {Owned<cBaseIO>(storage.IO()->Clone()), opened.traffic, storage.sectors,
+                      storage.path};
   }
   return Adding::kAdded;
 }

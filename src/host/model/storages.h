@@ -28,6 +28,7 @@ struct Watched {
   Owned<cBaseIO> io;
   std::shared_ptr<SourceTraffic> traffic;
   u64 sectors = 0;  // when it was opened
+  std::u16string path;
 
   // Whether it is as large as it was. It asks its file; of a drive it is known after a failed read.
   bool IsThere() const;
@@ -47,7 +48,12 @@ struct Storage {
   bool mayBeRead = true;    // false of a drive that the user has not said this of
 
   cBaseIO* IO() const { return node->storage; }
+  // A cache alone has no source to read what it lacks from.
+  bool CanBeReadWhole() const { return mayBeRead && kind != StorageKind::kCache; }
 };
+
+// What is said when a clone of the storage, just asked for, was not to be had.
+std::u16string NoCloneWords(const Storage& storage);
 
 class cStorages final : public HostStorageList {
  public:

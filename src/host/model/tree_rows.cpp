@@ -68,6 +68,10 @@ std::vector<TreeRow> TreeRows(const cTreeItem* head, const TreeNotes& notes) {
   return rows;
 }
 
+bool IsAnythingKnown(const std::vector<TreeRow>& rows) {
+  return rows.size() > 1 || (rows.size() == 1 && !rows[0].facts.empty());
+}
+
 std::string TreeText(const std::vector<TreeRow>& rows) {
   std::string text =
       fmt::format("{:>12} {:>12} {:>10} {:>6}  {}\n", "start", "sectors", "size", "type", "what");

@@ -27,6 +27,9 @@ struct TreeRow {
 // one, or one that leads back into itself, is cut. `notes` are those of a tree of our own.
 std::vector<TreeRow> TreeRows(const cTreeItem* head, const TreeNotes& notes = {});
 
+// Whether there is more than the storage itself, of which nothing is known.
+bool IsAnythingKnown(const std::vector<TreeRow>& rows);
+
 // The rows as a table, for people; lines end in "\n".
 std::string TreeText(const std::vector<TreeRow>& rows);
 

@@ -252,7 +252,7 @@ TEST_F(HostTest, TheMapIsSavedWhereTheUserSays) {
   SendDlgItemMessageW(chooser, 102, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(picture.c_str()));
   PostMessageW(GetDlgItem(chooser, 1), BM_CLICK, 0, 0);
   ASSERT_TRUE(host.WaitForNoForm());
-  EXPECT_TRUE(WaitForStatus(host, picture));
+  EXPECT_TRUE(WaitForStatus(host, u"The map was saved as " + picture));
   const std::vector<u8> bytes = fakes::ReadWholeFile(picture);
   ASSERT_GT(bytes.size(), 100u);
   EXPECT_EQ(std::string(bytes.begin() + 1, bytes.begin() + 4), "PNG");
@@ -276,6 +276,33 @@ TEST_F(HostTest, AFileThatShrinksIsToldAndNothingIsLost) {
   EXPECT_EQ(CacheCounts().present, present);
   EXPECT_EQ(CacheCounts().unreadable, 0u);
   EXPECT_EQ(host.Close(), 0u);
+}
+
+TEST_F(HostTest, OfACacheAloneNothingIsRead) {
+  ASSERT_TRUE(OpenOrCreateCache(cache, disk, kSectors));
+  cHostDriver host({cache, disk});
+  ASSERT_TRUE(cHostDriver::Wait([&] { return StorageCount(host) == 2; }));
+  EXPECT_FALSE(host.Status().starts_with(u"A cache alone."));
+  // The keyboard is where the storage that was just opened is.
+  SetForegroundWindow(host.Window());
+  PressKeys({VK_UP});
+  EXPECT_TRUE(WaitForStatus(host, u"A cache alone."));
+  host.Command(cMainForm::kReadEverything);
+  // A click beside the rows chooses none of them, and leaves the chosen one.
+  const HWND list = GetDlgItem(host.Window(), cMainForm::kStoragesId);
+  for (const UINT message : {WM_LBUTTONDOWN, WM_LBUTTONUP}) {
+    PostMessageW(list, message, 0, MAKELPARAM(20, 200));
+  }
+  EXPECT_TRUE(WaitForCopy(host, u"disk.kvrsp"));
+  EXPECT_EQ(host.Close(), 0u);
+
+  EXPECT_EQ(
+      RunToFiles(u"\"" + ProgramFolder() + u"larkspur-host.exe\" --open \"" + cache + u"\" --read",
+                 folder.File(u"out"), folder.File(u"err")),
+      3u);
+  const std::vector<u8> err = fakes::ReadWholeFile(folder.File(u"err"));
+  EXPECT_NE(std::string(err.begin(), err.end()).find("8192 sectors are missing"),
+            std::string::npos);
 }
 
 TEST_F(HostTest, WhatDoesNotOpenIsTold) {
