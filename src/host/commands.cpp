@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <cstring>
+
 #include "host/console.h"
 #include "host/dialog_driver.h"
 #include "host/dialog_watch.h"
@@ -72,7 +74,8 @@ ExitStatus Fail(const std::string& message) {
 std::string OneLine(const std::u16string& text) {
   std::string line = Utf8(text);
   for (size_t at; (at = line.find('\n')) != std::string::npos;) {
-    line.replace(at, 1, at > 0 && (line[at - 1] == '.' || line[at - 1] == '?') ? " " : ": ");
+    const bool isEnded = at > 0 && std::strchr(".?:", line[at - 1]);
+    line.replace(at, 1, isEnded ? " " : ": ");
   }
   return line;
 }

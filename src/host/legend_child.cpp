@@ -7,7 +7,7 @@
 namespace larkspur::host {
 namespace {
 
-constexpr i32 kSwatch = 12, kBesideSwatch = 5, kBetween = 16;  // units
+constexpr i32 kSwatch = 12, kBesideSwatch = 5, kBetween = 16, kLine = 20;  // units
 
 }  // namespace
 
@@ -37,14 +37,20 @@ void cLegendChild::Draw(HDC dc) {
   const cSelected font(dc, Font());
   SetTextColor(dc, TextColour(kLabelColour));
   SetBkMode(dc, TRANSPARENT);
-  const i32 swatch = Theme().Pixels(kSwatch), top = (size.height - swatch) / 2;
+  const i32 swatch = Theme().Pixels(kSwatch), line = Theme().Pixels(kLine);
+  box.bottom = line;
   for (const LegendEntry& entry : m_entries) {
+    const i32 words = TextSize(Font(), entry.words).width;
+    if (box.left + swatch + Theme().Pixels(kBesideSwatch) + words > size.width) {
+      box = {0, box.bottom, size.width, box.bottom + line};
+    }
+    const i32 top = box.top + (line - swatch) / 2;
     const RECT sample{box.left, top, box.left + swatch, top + swatch};
     SetDCBrushColor(dc, RGB(entry.colour.red, entry.colour.green, entry.colour.blue));
     FillRect(dc, &sample, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
     box.left += swatch + Theme().Pixels(kBesideSwatch);
     DrawTextW(dc, Wide(entry.words), -1, &box, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX);
-    box.left += TextSize(Font(), entry.words).width + Theme().Pixels(kBetween);
+    box.left += words + Theme().Pixels(kBetween);
   }
 }
 

@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// One line that says what the colours of a map mean.
+// What the colours of a map mean, in as many lines as that takes.
 
 #include <vector>
 

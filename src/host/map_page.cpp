@@ -11,8 +11,8 @@
 namespace larkspur::host {
 namespace {
 
-// Units; on less the counts take two lines.
-constexpr i32 kLine = 20, kCountsWidth = 480;
+// Units; on less the counts and the legend take two lines.
+constexpr i32 kLine = 20, kOneLineWidth = 480;
 
 }  // namespace
 
@@ -39,11 +39,12 @@ void cMapPage::Create(cCustomForm& form) {
 void cMapPage::Layout(const Box& box) {
   const i32 line = Scaled(kLine, m_map.Dpi());
   m_note.MoveTo(box);
-  const i32 counts = box.width < Scaled(kCountsWidth, m_map.Dpi()) ? 2 * line : line;
-  m_counts.MoveTo({box.x, box.y, box.width, counts});
-  m_map.MoveTo({box.x, box.y + counts, box.width, std::max(0, box.height - counts - 2 * line)});
-  m_scale.MoveTo({box.x, box.y + box.height - 2 * line, box.width, line});
-  m_legend.MoveTo({box.x, box.y + box.height - line, box.width, line});
+  const i32 lines = box.width < Scaled(kOneLineWidth, m_map.Dpi()) ? 2 * line : line;
+  const i32 map = std::max(0, box.height - 2 * lines - line);
+  m_counts.MoveTo({box.x, box.y, box.width, lines});
+  m_map.MoveTo({box.x, box.y + lines, box.width, map});
+  m_scale.MoveTo({box.x, box.y + lines + map, box.width, line});
+  m_legend.MoveTo({box.x, box.y + lines + map + line, box.width, lines});
 }
 
 void cMapPage::Show(bool shown) {

@@ -6,6 +6,8 @@
 
 #include "base/path_text.h"
 #include "fakes/dying_disk.h"
+#include "fakes/listed_sectors.h"
+#include "host/model/sector_reader.h"
 #include "host/storage_rig.h"
 #include "imaging/summary.h"
 #include "platform/clock.h"
@@ -114,6 +116,17 @@ TEST(ReadEverythingTest, ACacheThatCannotBeReadEndsIt) {
   EXPECT_TRUE(!run.ready || run.job.Ended().end == ReadingEnd::kNotKept ||
               run.job.Ended().end == ReadingEnd::kCacheFailed);
   EXPECT_LE(rig.script->AskedInAll(), 2 * AskedSource::kMaxAskSectors);
+}
+
+TEST(ReadEverythingTest, WhatCannotBeOpenedAgainIsNotTakenForUnknown) {
+  StorageRig rig(kSectors);
+  Storage storage = rig.ReadOnce();
+  static constexpr u8 kHeader[fakes::cListedSectors::kHeaderBytes] = {};
+  storage.source.io.reset(new fakes::cListedSectors(kHeader));  // which has no clones
+  EXPECT_FALSE(cReadEverythingJob({}).Prepare(storage));
+  EXPECT_FALSE(cSectorReader([] {}).Watch(storage));
+  EXPECT_TRUE(NoCloneWords(storage).find(u"cannot be opened again for reading") !=
+              std::u16string::npos);
 }
 
 TEST(ReadEverythingTest, OfACacheAloneItIsToldWhatIsMissing) {

@@ -62,7 +62,8 @@ struct Arguments {
     app.set_version_flag("--version", "larkspur-host " LARKSPUR_VERSION, "Print the version");
     app.set_help_flag("-h,--help", "Print this help");
     app.footer(kStatuses);
-    show = app.add_option("STORAGE", line.names, "Show the window, with these storages open");
+    show = app.add_option("STORAGE", line.names, "Show the window, with these storages open")
+               ->type_name("[STORAGE...]");
     list = app.add_flag("--list", listed,
                         "List the modules beside the program, and why other libraries are none");
     open =

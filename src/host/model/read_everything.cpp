@@ -145,11 +145,13 @@ class cReadEverythingJob::StorageStore final : public RescueStore {
 
 bool cReadEverythingJob::Prepare(const Storage& storage) {
   Release();
-  m_io.reset(storage.IO()->Clone());
+  m_io = CloneOf(storage);
   if (!m_io) return false;
   m_isReadOnce = storage.IO()->GetTypeId() == kTypeReadOnce;
   m_source = storage.source.Clone();
   if (storage.map) m_map.reset(static_cast<cKVRSparseIO*>(storage.map->Clone()));
+  // What is gone is not to pass for what is not known.
+  if ((storage.source.io && !m_source.io) || (storage.map && !m_map)) return false;
   m_original = storage.IO();
   m_sectors = storage.sectors;
   m_cacheFailed = false;

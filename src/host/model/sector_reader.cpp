@@ -8,12 +8,14 @@ namespace larkspur::host {
 
 bool cSectorReader::Watch(const Storage& storage) {
   Leave();
-  m_io.reset(storage.IO()->Clone());
-  if (!m_io) return false;
+  m_io = CloneOf(storage);
+  Watched source = storage.source.Clone();
+  // A source that is gone is not to pass for one that is not known.
+  if (!m_io || (storage.source.io && !source.io)) return false;
   m_node.storage = m_io.get();
   m_storage.node = &m_node;
   m_storage.sectors = storage.sectors;
-  m_storage.source = storage.source.Clone();
+  m_storage.source = std::move(source);
   if (storage.map) m_storage.map.reset(static_cast<cKVRSparseIO*>(storage.map->Clone()));
   return true;
 }

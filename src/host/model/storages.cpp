@@ -11,6 +11,7 @@
 #include "imaging/cache.h"
 #include "partitions/detection.h"
 #include "platform/file.h"
+#include "platform/system_error.h"
 
 namespace larkspur::host {
 namespace {
@@ -56,12 +57,18 @@ Watched Watched::Clone() const {
   return {Owned<cBaseIO>(io ? io->Clone() : nullptr), traffic, sectors, path};
 }
 
+Owned<cBaseIO> CloneOf(const Storage& storage) {
+  platform::SetLastFailure(0);
+  return Owned<cBaseIO>(storage.IO()->Clone());
+}
+
 std::u16string NoCloneWords(const Storage& storage) {
-  const std::u16string& name = storage.path.empty() ? storage.title : storage.path;
+  const u32 systemError = platform::LastFailure();
   return Words(
-      "{}\nIt cannot be opened again for reading.\nIts file or drive may be gone: close it, "
-      "and open it again when that is back.",
-      Utf8(name));
+      "{}\nIt cannot be opened again for reading{}\nIf its file or drive is gone, close it "
+      "here, and open it again when that is back.",
+      Utf8(storage.path.empty() ? storage.title : storage.path),
+      systemError ? ":\n" + platform::FailureText(systemError) : ".");
 }
 
 cStorages::cStorages() {

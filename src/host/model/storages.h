@@ -52,7 +52,9 @@ struct Storage {
   bool CanBeReadWhole() const { return mayBeRead && kind != StorageKind::kCache; }
 };
 
-// What is said when a clone of the storage, just asked for, was not to be had.
+// The storage once more, for another thread; null when it cannot be opened again.
+Owned<cBaseIO> CloneOf(const Storage& storage);
+// What is said when CloneOf has just answered null on this thread.
 std::u16string NoCloneWords(const Storage& storage);
 
 class cStorages final : public HostStorageList {
