@@ -260,6 +260,17 @@ class FilesTest(program.ProgramTest):
         self.assertEqual({f["state"] for p, f in files.items() if p.startswith("/many/")}, {"complete"})
         self.assertEqual(files["/folder/deep/er/big.bin"]["state"], "incomplete")
 
+    def test_little_is_read_where_no_file_system_is_known(self):
+        for size in (100, 3 * MIB, 300 * MIB):
+            for name, piece in (("random", random.Random(size).randbytes(MIB * SECTOR)), ("blank", b"")):
+                with self.subTest(size=size, name=name):
+                    for left in ("disk.kvrsp", "disk.kvrsp.log"):
+                        pathlib.Path(left).unlink(missing_ok=True)
+                    blank("fs.img", size, *((at, piece[:(size - at) * SECTOR])
+                                            for at in range(0, size if piece else 0, MIB)))
+                    self.refused("no file system is recognised", "files", "fs.img", "disk.kvrsp")
+                    self.assertLessEqual(self.document("info", "disk.kvrsp")["present"], 1024)
+
     # What is in use
 
     def image_used(self, source, *options, status=0):

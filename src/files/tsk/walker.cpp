@@ -350,13 +350,12 @@ std::string Label(TSK_FS_INFO* fs) {
   return {};
 }
 
-// libtsk's own detection tries all kinds even when it has found one, and YAFFS2 alone reads
-// megabytes from all over the storage for that: so it comes last.
+// libtsk's own detection tries all kinds, YAFFS2 among them, which reads all over the storage to
+// find out. That one lies on bare flash memory, never on what looks like a disk: it is left out.
 TSK_FS_INFO* Open(TSK_IMG_INFO* image) {
-  constexpr TSK_FS_TYPE_ENUM kKinds[] = {TSK_FS_TYPE_NTFS_DETECT,  TSK_FS_TYPE_FAT_DETECT,
-                                         TSK_FS_TYPE_EXT_DETECT,   TSK_FS_TYPE_HFS_DETECT,
-                                         TSK_FS_TYPE_FFS_DETECT,   TSK_FS_TYPE_ISO9660_DETECT,
-                                         TSK_FS_TYPE_YAFFS2_DETECT};
+  constexpr TSK_FS_TYPE_ENUM kKinds[] = {TSK_FS_TYPE_NTFS_DETECT, TSK_FS_TYPE_FAT_DETECT,
+                                         TSK_FS_TYPE_EXT_DETECT,  TSK_FS_TYPE_HFS_DETECT,
+                                         TSK_FS_TYPE_FFS_DETECT,  TSK_FS_TYPE_ISO9660_DETECT};
   for (const TSK_FS_TYPE_ENUM kind : kKinds) {
     if (TSK_FS_INFO* fs = tsk_fs_open_img(image, 0, kind)) return fs;
     tsk_error_reset();
