@@ -138,7 +138,10 @@ std::vector<std::string> Parameters(const ServeOptions& options) {
 
 std::vector<std::string> Command(const ServeOptions& options, const std::string& nbdkit,
                                  const std::string& plugin) {
-  std::vector<std::string> command = {nbdkit, "--foreground", "--readonly", "--exit-with-parent"};
+  // One thread a connection: with more, nbdkit up to 1.32 ends for everyone when a client vanishes
+  // while several of its requests are under way.
+  std::vector<std::string> command = {nbdkit, "--foreground",      "--readonly", "--threads",
+                                      "1",    "--exit-with-parent"};
   if (options.port) {
     const std::string port = std::to_string(*options.port);
     command.insert(command.end(), {"--ipaddr", options.address, "--port", port});

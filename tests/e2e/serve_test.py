@@ -200,6 +200,18 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
                 self.assertEqual((run.returncode == 0, run.stdout), (words is None, "" if words else "51200\n"))
                 self.assertIn(words or "", run.stderr)
 
+    def test_a_client_that_vanishes_amid_its_reads_ends_nothing(self):
+        self.make_cache(16 << 11)
+        uri, _ = self.serve("--socket", "s")
+        vanish = """
+for i in range(16):
+    h.aio_pread(nbd.Buffer(1 << 20), i % 12 << 20)
+h.poll(0)
+"""
+        for _ in range(10):
+            self.client(uri, vanish)
+        self.assertEqual(self.client(uri, "print(try_read(0, 4096))"), ".\n")
+
     def test_it_ends_within_seconds_with_clients_connected(self):
         self.make_cache(4096)
         uri, process = self.serve("--socket", "s")
