@@ -69,7 +69,7 @@ Result<void, SessionFault> RescueSession::Open(EngineOptions options, bool other
     history.triedAlone.Clear();
   }
   const std::string boot = platform::BootId();
-  const bool wasCut = !history.ended && history.boot != boot;
+  const bool wasCut = !history.storing.IsEmpty() && history.boot != boot;
   if (history.syncFailed) {
     if (!m_cache->lock->Sync()) return FailedAs(SessionFaultKind::kCacheNotFlushed);
     platform::DropCachedPages(m_cachePath.c_str());

@@ -61,6 +61,8 @@ Engine::Engine(AskedSource* source, RescueStore* store, RescueLog* log, RescueCl
 }
 
 void Engine::Resume(RescueHistory* history) {
+  // What an earlier run stored and did not flush to disk is to be flushed even if nothing is added.
+  m_isDirty = !history->storing.IsEmpty();
   m_triedTogether = std::move(history->triedTogether);
   m_triedAlone = std::move(history->triedAlone);
 }

@@ -74,7 +74,8 @@ class Engine {
   Engine(AskedSource* source, RescueStore* store, RescueLog* log, RescueClock* clock,
          const std::atomic<bool>* stop, EngineOptions options);
 
-  // Takes over what the log says was tried. Before the first request.
+  // Takes over what the log says was tried, and what was stored without being flushed to disk.
+  // Before the first request.
   void Resume(RescueHistory* history);
   void OnProgress(Monitor monitor) { m_monitor = std::move(monitor); }
 

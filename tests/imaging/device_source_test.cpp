@@ -107,6 +107,33 @@ TEST_F(DeviceSource, ADeviceMayVanishAtAnyMoment) {
   }
 }
 
+// The run after one that was killed had nothing to read, and flushed nothing: an end in the log is
+// no proof that the data reached the disk.
+TEST_F(DeviceSource, WhatWasNeverFlushedIsDisbelievedAfterAPowerCut) {
+  fakes::SimulatedDrive* drive = MakeDrive(512, 400);
+  EXPECT_EQ(Image(*drive), StopReason::kDone);
+  {
+    const auto cache = OpenCache(m_cachePath, CacheAccess::kResume);
+    const std::vector<u8> zeros(100 * 512);
+    ASSERT_TRUE(CacheStore(cache->image.get(), nullptr).Store(50, zeros.data(), 100, true));
+  }
+  const std::u16string logPath = LogPathOf(m_cachePath);
+  const auto log = fakes::ReadWholeFile(logPath);
+  const std::string text(log.begin(), log.end());
+  const auto replaced = [&](std::string in, const std::string& what, const std::string& by) {
+    in.replace(in.find(what), what.size(), by);
+    return in;
+  };
+  const std::string cut = replaced(text, R"("boot":")", R"("boot":"another )");
+  for (const auto& [now, isRead] : {std::pair{cut, false},
+                                    {replaced(text, "synced", "later!"), false},
+                                    {replaced(cut, "synced", "later!"), true}}) {
+    ASSERT_TRUE(fakes::WriteWholeFile(logPath, {now.begin(), now.end()}));
+    EXPECT_EQ(Image(*drive), StopReason::kDone);
+    EXPECT_EQ(HoldsPattern(0, 400), isRead);
+  }
+}
+
 TEST_F(DeviceSource, ADeviceThatShrinksHasGone) {
   fakes::SimulatedDrive* drive = MakeDrive(512, 4000);
   const auto source = OpenSource(drive->path, {});

@@ -406,6 +406,17 @@ TEST_F(EngineTest, ItSyncsEveryThirtySecondsAlsoOverBadAreas) {
   EXPECT_EQ(m_log.Events("synced"), m_store.syncs);
 }
 
+TEST_F(EngineTest, WhatAKilledRunDidNotFlushTheNextOneDoes) {
+  EXPECT_EQ(Run(), StopReason::kDone);
+  m_log.text.erase(m_log.text.find(R"({"t")", m_log.text.find("storing")));
+  const u64 before = m_store.syncs;
+  EXPECT_EQ(Run(), StopReason::kDone);
+  EXPECT_EQ(m_store.syncs, before + 1);
+  EXPECT_EQ(m_log.Events("synced"), 1u);
+  EXPECT_EQ(Run(), StopReason::kDone);
+  EXPECT_EQ(m_store.syncs, before + 1) << "nothing is left to flush";
+}
+
 // Random disks, hanging now and then, each killed at a random event of its log or stopped, and
 // resumed, again and again.
 TEST_F(EngineTest, WhateverHappensTheRulesHold) {
