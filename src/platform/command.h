@@ -9,7 +9,8 @@
 namespace larkspur::platform {
 
 // Runs a line of the system's shell to its end, with these variables (UTF-8) added to the
-// environment, and answers its exit status; below 0 when it could not be run.
+// environment, and answers its exit status; below 0 when it could not be run. What it prints goes
+// to standard error: standard output is for our results.
 int RunCommand(const std::string& line,
                const std::vector<std::pair<std::string, std::string>>& environment);
 

@@ -13,6 +13,11 @@ TEST(Command, EndsByABrokenPipeThoughWeDoNot) {
   const auto before = signal(SIGPIPE, SIG_IGN);
   EXPECT_EQ(platform::RunCommand("exit $ANSWER", {{"ANSWER", "7"}}), 7);
   EXPECT_EQ(platform::RunCommand("kill -PIPE $$; exit 7", {}), -1);
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  platform::RunCommand("echo said", {});
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "said\n");
   signal(SIGPIPE, before);
 }
 

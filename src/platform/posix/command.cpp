@@ -31,9 +31,13 @@ int RunCommand(const std::string& line,
   posix_spawnattr_init(&attributes);
   posix_spawnattr_setsigdefault(&attributes, &restored);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+  posix_spawn_file_actions_t streams;
+  posix_spawn_file_actions_init(&streams);
+  posix_spawn_file_actions_adddup2(&streams, STDERR_FILENO, STDOUT_FILENO);
   pid_t child = 0;
-  const int error = posix_spawn(&child, "/bin/sh", nullptr, &attributes,
+  const int error = posix_spawn(&child, "/bin/sh", &streams, &attributes,
                                 const_cast<char* const*>(arguments), words.data());
+  posix_spawn_file_actions_destroy(&streams);
   posix_spawnattr_destroy(&attributes);
   if (error != 0) {
     SetLastFailure(static_cast<unsigned>(error));
