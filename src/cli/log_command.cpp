@@ -113,7 +113,10 @@ ExitStatus RunLog(const std::string& path, bool json) {
   if (history.systemError != 0) {
     return Fail(Failure(logPath, "the log cannot be read", history.systemError));
   }
-  if (history.lines == 0) Tell(logPath + ": there is no log, or it is empty");
+  if (history.lines == 0) {
+    Tell(logPath + ": there is no log, or it is empty");
+    if (!json) return kExitDone;
+  }
   if (history.wrongLines > 0) {
     Tell(fmt::format("{}: {} lines cannot be understood and are ignored; the first is line {}",
                      logPath, history.wrongLines, history.firstWrongLine));

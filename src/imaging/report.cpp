@@ -81,8 +81,12 @@ class ReportPage {
     Add("<div class=\"bar\"><i class=\"present\" style=\"width:{:.3f}%\"></i>"
         "<i class=\"unreadable\" style=\"width:{:.3f}%\"></i></div>\n",
         width(m_counts.present), width(m_counts.unreadable));
-    Add("<p>The disk could not read {}; {} was not read yet.</p>\n",
-        SectorsText(m_counts.unreadable), SectorsText(m_counts.missing));
+    if (m_counts.unreadable > 0) {
+      Add("<p>The disk could not read {}.</p>\n", SectorsText(m_counts.unreadable));
+    }
+    if (m_counts.missing > 0) {
+      Add("<p>{} was not read yet.</p>\n", SectorsText(m_counts.missing));
+    }
   }
 
   void Disk() {
@@ -160,7 +164,7 @@ class ReportPage {
     m_html += "<h2>Files</h2>\n";
     for (const std::string& obstacle : files.obstacles) Add("<p>{}</p>\n", Markup(obstacle));
     if (files.complete + files.damaged + files.incomplete == 0) {
-      m_html += "<p>No files were found yet.</p>\n";
+      if (files.obstacles.empty()) m_html += "<p>No files were found yet.</p>\n";
       return;
     }
     Add("<p>{} files are saved whole. {} are damaged: parts of them could not be read. {} are not "
