@@ -46,6 +46,8 @@ class FilesRun {
   }
 
   u32 Volumes() const { return m_volumes; }
+  // Whether this build reads file systems at all, as far as is known.
+  bool CanWalk() const { return m_canWalk; }
   u64 Matched() const { return m_matched; }
 
   // A domain: '+' where something that fits the globs lacks its data.
@@ -94,6 +96,7 @@ class FilesRun {
                     ": the file system is too damaged to be read to its end; what was found until "
                     "there is listed");
       case WalkEnd::kUnavailable:
+        m_canWalk = false;
         return Fail(Failure("files", "this build of larkspur cannot read file systems",
                             platform::LastFailure()));
     }
@@ -106,6 +109,7 @@ class FilesRun {
   std::vector<Glob> m_globs;
   ExtentSet m_needed;
   u32 m_volumes = 0;
+  bool m_canWalk = true;
   u64 m_matched = 0;
 };
 
@@ -173,7 +177,7 @@ ExitStatus RunFiles(const FilesOptions& options) {
   for (const PlacedVolume& volume : *volumes) {
     const ExitStatus walked = run.Walk(&storage, volume);
     status = std::max(status, walked);
-    if (walked == kExitInterrupted) break;
+    if (walked == kExitInterrupted || !run.CanWalk()) break;
   }
   output->End();
   return Finish(options, &run, status);
