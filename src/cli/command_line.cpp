@@ -3,6 +3,7 @@
 #include "cli/command_line.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "base/help_format.h"
 #include "base/printable.h"
@@ -391,7 +392,9 @@ Action ParseCommandLine(std::vector<std::string> arguments) {
     app.parse(arguments);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {
-      app.exit(error);
+      std::ostringstream text;
+      app.exit(error, text);
+      Print(text.str());
       return [] { return kExitDone; };
     }
     return WrongUsage(command, InSentence(error.what()));

@@ -20,9 +20,7 @@ namespace {
 // For pipes: everything is written, zeros too.
 class StandardOutputSink final : public ExportSink {
  public:
-  bool Put(const u8* bytes, u64 count) override {
-    return std::fwrite(bytes, 1, count, stdout) == count || Refused();
-  }
+  bool Put(const u8* bytes, u64 count) override { return PrintBytes(bytes, count); }
   bool PutZeros(u64 count) override {
     static constexpr u8 kZeros[65536] = {};
     for (u64 done = 0; done < count;) {
@@ -32,18 +30,11 @@ class StandardOutputSink final : public ExportSink {
     }
     return true;
   }
-  bool Finish() override { return std::fflush(stdout) == 0 || Refused(); }
-
- private:
-  bool Refused() {
-    platform::SetLastFailure(static_cast<u32>(errno));
-    return false;
-  }
+  bool Finish() override { return FlushOutput(); }
 };
 
 std::string UnwrittenWords(const std::string& output, u32 systemError) {
-  return Failure(output == "-" ? "standard output" : output,
-                 "the image could not be written and is not complete", systemError);
+  return Failure(output, "the image could not be written and is not complete", systemError);
 }
 
 // The end of an export as words, and its exit status.
@@ -55,6 +46,7 @@ ExitStatus TellEnd(const ExportResult& result, const ExportOptions& options) {
       Tell(options.output + ": stopped; the image is not complete");
       return kExitInterrupted;
     case ExportEnd::kWriteFailed:
+      if (options.output == "-") return kExitFailed;  // FinishOutput tells
       return Fail(UnwrittenWords(options.output, result.systemError));
     case ExportEnd::kCacheFailed:
       return Fail(Failure(options.cache, "the cache cannot be read; try 'larkspur check'",
@@ -101,8 +93,10 @@ Result<std::unique_ptr<ExportSink>, ExitStatus> OpenTarget(const ExportOptions& 
   if (options.output == "-") return std::make_unique<StandardOutputSink>();
   const std::u16string output = WideFromUtf8(options.output);
   const std::u16string cache = WideFromUtf8(options.cache);
-  if (platform::AreSameFile(output.c_str(), cache.c_str())) {
-    return Failed(Fail(options.output + ": this is the cache itself; choose another name"));
+  for (const std::u16string& file : FilesOf(options.cache)) {
+    if (!platform::AreSameFile(output.c_str(), file.c_str())) continue;
+    return Failed(
+        Fail(options.output + ": this is the cache itself or its log; choose another name"));
   }
   auto sink = OpenExportTarget(output, bytes, options.force, cache);
   if (!sink) return Failed(Fail(TargetWords(options.output, sink.error())));

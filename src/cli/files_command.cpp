@@ -134,8 +134,9 @@ ExitStatus Finish(const FilesOptions& options, FilesRun* run, ExitStatus status)
                 (options.paths.size() > 1 ? " or the other globs" : ""));
   }
   if (options.mapfile.empty()) return status;
-  const ExitStatus written = WriteFileOrTell(options.mapfile, options.force, options.cache,
-                                             [run] { return run->Mapfile(); });
+  const ExitStatus written = WriteFileOrTell(
+      options.mapfile, options.force, FilesOf(options.cache, {options.source, options.testMode}),
+      [run] { return run->Mapfile(); });
   return written == kExitDone ? status : written;
 }
 

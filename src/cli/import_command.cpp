@@ -50,8 +50,6 @@ ExitStatus TellEnd(const ImportResult& result, const ImportPlan& plan,
       return kExitInterrupted;
     case ImportEnd::kCacheExists:
       return Fail(options.cache + ": this already exists; choose another name");
-    case ImportEnd::kLockedElsewhere:
-      return Fail(options.cache + ": another run is making this cache; wait until it ends");
     case ImportEnd::kCannotCreate:
       return Fail(Failure(options.cache, "the cache cannot be created", result.systemError));
     case ImportEnd::kImageUnopened:
@@ -88,31 +86,36 @@ void PrintCounts(const ImportPlan& plan, const StatusCounts& counts, bool json) 
   line("missing", counts.missing);
 }
 
+std::vector<std::u16string> UsedBy(const ImportOptions& options) {
+  return {WideFromUtf8(options.image), WideFromUtf8(options.mapfile), WideFromUtf8(options.cache)};
+}
+
 // What ddrescue read in vain, and not sector by sector: the log remembers that it was tried.
-void NoteTried(const ImportOptions& options, const ImportPlan& plan) {
+ExitStatus NoteTried(const ImportOptions& options, const ImportPlan& plan) {
   const auto cache = OpenCache(WideFromUtf8(options.cache), CacheAccess::kLook, plan.sectors);
-  if (!cache) return;
+  if (!cache) return Fail(CacheWords(options.cache, cache.error()));
   SourceIdentity source;
   source.path = options.image;
   source.sectors = plan.sectors;
-  FileLog log(LogPathOf(WideFromUtf8(options.cache)));
-  log.Write(LogEvent("open")
-                .Add("version", LARKSPUR_VERSION)
-                .Add("source", source)
-                .Add("stamp", u64{cache->image->Layout().stamp}));
+  const auto log = FileLog::Open(LogPathOf(WideFromUtf8(options.cache)), UsedBy(options));
+  if (!log) return Fail(LogWords(options.cache, log.error()));
+  (*log)->Write(LogEvent("open")
+                    .Add("version", LARKSPUR_VERSION)
+                    .Add("source", source)
+                    .Add("stamp", u64{cache->image->Layout().stamp}));
   for (const SectorRange& range : plan.tried) {
-    log.Write(LogEvent("failed")
-                  .Add(range)
-                  .Add("alone", false)
-                  .Add("kind", FailureKindName(FailureKind::kUnclear)));
+    (*log)->Write(LogEvent("failed")
+                      .Add(range)
+                      .Add("alone", false)
+                      .Add("kind", FailureKindName(FailureKind::kUnclear)));
   }
-  log.Write(LogEvent("end").Add("how", "done"));
-  log.Sync();
-  if (log.Failure()) {
+  (*log)->Write(LogEvent("end").Add("how", "done"));
+  (*log)->Sync();
+  if (const u32 code = (*log)->Failure()) {
     Tell(Failure(options.cache + ".log",
-                 "the log cannot be written; what ddrescue tried will be read again",
-                 log.Failure()));
+                 "the log cannot be written; what ddrescue tried will be read again", code));
   }
+  return kExitDone;
 }
 
 }  // namespace
@@ -126,6 +129,9 @@ ExitStatus RunImport(const ImportOptions& options) {
     Tell(fmt::format("{}: the last {} bytes are not a whole sector and are left out",
                      options.mapfile, plan.trailingBytes));
   }
+  if (const auto fault = FaultOfLog(LogPathOf(WideFromUtf8(options.cache)), UsedBy(options))) {
+    return Fail(LogWords(options.cache, *fault));
+  }
   u64 all = 0;
   for (const SectorRange& range : plan.present) all += range.count;
   ProgressLine line;
@@ -135,9 +141,9 @@ ExitStatus RunImport(const ImportOptions& options) {
                                            });
   line.Finish();
   if (result.end != ImportEnd::kDone) return TellEnd(result, plan, options);
-  NoteTried(options, plan);
+  const ExitStatus noted = NoteTried(options, plan);
   PrintCounts(plan, result.counts, options.json);
-  return kExitDone;
+  return noted;
 }
 
 }  // namespace larkspur::cli

@@ -31,15 +31,10 @@ bool IsReport(const std::u16string& path) {
 ExitStatus LiveReport::Open() {
   if (m_options.report.empty()) return kExitDone;
   const std::u16string path = WideFromUtf8(m_options.report);
-  const std::u16string unfinished = UnfinishedName(path);
-  // A killed run may have left its own.
-  if (platform::KindOfPath(unfinished.c_str()) != platform::PathKind::kAbsent &&
-      !IsReport(unfinished)) {
-    return Fail(OutputWords(Utf8FromWide(unfinished), {OutputFaultKind::kExists}));
-  }
   // The command that resumes a rescue replaces its own page.
-  const auto file = OpenOutputFile(path, m_options.force || IsReport(path),
-                                   {WideFromUtf8(m_options.cache), WideFromUtf8(m_options.source)});
+  const auto file = OpenOutputFile(
+      path, m_options.force || IsReport(path),
+      FilesOf(m_options.cache, {m_options.source, m_options.testMode, m_options.domain}));
   return file ? kExitDone : Fail(OutputWords(m_options.report, file.error()));
 }
 
@@ -62,8 +57,12 @@ ExitStatus LiveReport::Finish(cKVRSparseIO* image, ExitStatus status) {
   ReportFacts facts = GatherFacts(m_options.cache, image);
   GatherFiles(image, &facts.files.emplace());
   if (Write(image, facts)) return status;
-  const ExitStatus failed =
-      Fail(Failure(m_options.report, "the report cannot be written", platform::LastFailure()));
+  const u32 error = platform::LastFailure();
+  // The empty file that Open made is in the way of the next run.
+  if (!IsReport(WideFromUtf8(m_options.report))) {
+    platform::RemoveFile(WideFromUtf8(m_options.report).c_str());
+  }
+  const ExitStatus failed = Fail(Failure(m_options.report, "the report cannot be written", error));
   return status == kExitDone ? failed : status;
 }
 

@@ -114,7 +114,7 @@ std::string MapfileOf(cKVRSparseIO* image, const std::string& path) {
 ExitStatus WriteOrTell(const std::string& path, const MapOptions& options,
                        const std::function<std::string()>& draw) {
   if (path.empty()) return kExitDone;
-  return WriteFileOrTell(path, options.force, options.cache, draw);
+  return WriteFileOrTell(path, options.force, FilesOf(options.cache), draw);
 }
 
 }  // namespace

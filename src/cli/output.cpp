@@ -31,13 +31,25 @@ std::string Dump(const Json& value, int indent) {
 
 void Print(const std::string& text) {
   const std::string shown = Printable(text, "\n\t");
+  PrintBytes(shown.data(), shown.size());
+}
+
+bool PrintBytes(const void* bytes, size_t count) {
   errno = 0;
-  if (std::fwrite(shown.data(), 1, shown.size(), stdout) != shown.size()) NoteOutputError();
+  if (std::fwrite(bytes, 1, count, stdout) == count) return true;
+  NoteOutputError();
+  return false;
+}
+
+bool FlushOutput() {
+  errno = 0;
+  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return true;
+  NoteOutputError();
+  return false;
 }
 
 ExitStatus FinishOutput(ExitStatus status) {
-  errno = 0;
-  if (std::fflush(stdout) != 0 || std::ferror(stdout)) NoteOutputError();
+  FlushOutput();
   if (g_outputError == 0) return status;
   Tell("standard output: the results could not be written: " +
        std::generic_category().message(g_outputError));
@@ -57,7 +69,7 @@ void AppendRight(std::string* row, std::string_view text, size_t width) {
 }
 
 void Tell(const std::string& message) {
-  std::fflush(stdout);
+  FlushOutput();
   std::fprintf(stderr, "larkspur: %s\n", Printable(message).c_str());
 }
 

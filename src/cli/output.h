@@ -19,7 +19,12 @@ namespace larkspur::cli {
 using Json = nlohmann::ordered_json;
 
 void Print(const std::string& text);
+// Bytes as they are. False when standard output does not take them; FinishOutput tells.
+bool PrintBytes(const void* bytes, size_t count);
 void PrintJson(const Json& document);
+
+// The same for what stdout still held back.
+bool FlushOutput();
 
 // For the program's end: `status`, or kExitFailed, and the user is told, when standard output did
 // not take all of the results.

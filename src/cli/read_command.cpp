@@ -23,7 +23,7 @@ class Output {
   bool Open(const ReadOptions& options) {
     if (options.output.empty()) return true;
     auto file = OpenOutputFile(WideFromUtf8(options.output), options.force,
-                               {WideFromUtf8(options.source), WideFromUtf8(options.cache)});
+                               FilesOf(options.cache, {options.source, options.testMode}));
     if (!file) {
       Tell(OutputWords(options.output, file.error()));
       return false;
@@ -33,29 +33,35 @@ class Output {
   }
 
   bool Write(const u8* bytes, u32 count) {
-    if (!m_file.IsOpen()) return std::fwrite(bytes, 1, count, stdout) == count;
-    const bool written = platform::WriteFileAt(m_file.Handle(), bytes, count, m_position) == count;
+    if (!m_file.IsOpen()) return PrintBytes(bytes, count);
+    const auto handle = m_file.File().Handle();
+    if (platform::WriteFileAt(handle, bytes, count, m_position) != count) return false;
     m_position += count;
-    return written;
+    return true;
   }
 
-  bool Finish() { return m_file.IsOpen() || std::fflush(stdout) == 0; }
+  // After a failure: leaves no file, and tells, but of standard output, which is told of at the
+  // end.
+  ExitStatus TellFailure(const std::string& name) {
+    if (!m_file.IsOpen()) return kExitFailed;
+    m_file.Discard();
+    return Fail(Failure(name, "the sectors cannot be written", platform::LastFailure()));
+  }
 
  private:
-  platform::OwnedFile m_file;
+  OutputFile m_file;
   u64 m_position = 0;
 };
 
 ExitStatus CopyRange(Rescue* rescue, Output* output, const ReadOptions& options) {
   const auto buffer = std::make_unique<u8[]>(u64{kRequestSectors} * kSectorBytes);
-  const std::string target = options.output.empty() ? "standard output" : options.output;
   const SectorRange range = rescue->Range();
   for (u64 at = range.first; at < range.End();) {
     const u64 boundary = (at / kRequestSectors + 1) * kRequestSectors;
     const u64 count = std::min(boundary, range.End()) - at;
     const u64 settled = rescue->engine().Fetch({at, count}, buffer.get());
     if (!output->Write(buffer.get(), static_cast<u32>(settled * kSectorBytes))) {
-      return Fail(Failure(target, "the sectors cannot be written", platform::LastFailure()));
+      return output->TellFailure(options.output);
     }
     if (settled < count) {
       if (rescue->engine().Reason() != StopReason::kNone) return kExitFailed;
@@ -66,7 +72,6 @@ ExitStatus CopyRange(Rescue* rescue, Output* output, const ReadOptions& options)
     }
     at += count;
   }
-  if (!output->Finish()) return Fail(Failure(target, "the sectors cannot be written", 0));
   return kExitDone;
 }
 

@@ -14,7 +14,7 @@ ExitStatus RunReport(const ReportOptions& options) {
   ReportFacts facts = GatherFacts(options.cache, cache->image.get());
   GatherFiles(cache->image.get(), &facts.files.emplace());
   if (platform::InterruptFlag()) return kExitInterrupted;
-  return WriteFileOrTell(options.output, options.force, options.cache,
+  return WriteFileOrTell(options.output, options.force, FilesOf(options.cache),
                          [&] { return WriteReport(cache->image.get(), facts); });
 }
 

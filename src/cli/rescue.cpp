@@ -73,8 +73,14 @@ ExitStatus Rescue::Open(const StorageOptions& options, EngineOptions engine) {
   }
   m_range = {options.start, std::min(options.sectors.value_or(m_source.sectors),
                                      m_source.sectors - options.start)};
-  auto cache = OpenOrCreateCache(WideFromUtf8(options.cache), WideFromUtf8(options.source),
-                                 m_source.sectors);
+  // Before a cache is made for nothing.
+  const std::u16string cachePath = WideFromUtf8(options.cache);
+  if (const auto fault =
+          FaultOfLog(LogPathOf(cachePath),
+                     {WideFromUtf8(options.source), WideFromUtf8(options.testMode), cachePath})) {
+    return Fail(LogWords(options.cache, *fault));
+  }
+  auto cache = OpenOrCreateCache(cachePath, WideFromUtf8(options.source), m_source.sectors);
   if (!cache) return Fail(CacheWords(options.cache, cache.error(), m_source.sectors));
   m_cache = std::move(*cache);
   return OpenSession(std::move(engine));
@@ -107,6 +113,8 @@ ExitStatus Rescue::OpenSession(EngineOptions engine) {
     case SessionFaultKind::kCacheUnreadable:
       return Fail(Failure(m_options.cache, "the cache cannot be read; try 'larkspur check'",
                           opened.error().systemError));
+    case SessionFaultKind::kLog:
+      return Fail(LogWords(m_options.cache, opened.error().logFault));
   }
   return kExitFailed;
 }

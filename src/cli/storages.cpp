@@ -60,7 +60,28 @@ std::string MapfileWords(const std::string& name, const MapfileFault& fault) {
     return fmt::format("{}: this is not a mapfile: it is larger than {}", name,
                        SizeText(kMaxMapfileBytes));
   }
+  if (fault.line == 0) return name + ": the mapfile is empty";
   return fmt::format("{}: line {}: {}", name, fault.line, fault.detail);
+}
+
+std::string LogWords(const std::string& cache, LogFault fault) {
+  const auto words = [&cache](const char* what) {
+    return fmt::format(
+        "{0}.log: the log of {0} goes to a file of this name, but {1}; it is left as it is. Choose "
+        "another name for the cache",
+        cache, what);
+  };
+  switch (fault) {
+    case LogFault::kUsed:
+      return words("this is the source, the cache or a mapfile of this very command");
+    case LogFault::kForeign:
+      return words("this one holds something else");
+    case LogFault::kFolder:
+      return words("this is a folder");
+    case LogFault::kNoFile:
+      return words("this is a device or a pipe");
+  }
+  return {};
 }
 
 std::string OutputWords(const std::string& name, const OutputFault& fault) {
@@ -68,7 +89,9 @@ std::string OutputWords(const std::string& name, const OutputFault& fault) {
     case OutputFaultKind::kExists:
       return name + ": this already exists; choose another name, or replace it with --force";
     case OutputFaultKind::kInput:
-      return name + ": this would overwrite the source or the cache; choose another name";
+      return name +
+             ": this would overwrite what the command itself uses: the source, the cache, the "
+             "cache's log or a mapfile; choose another name";
     case OutputFaultKind::kInUse:
       return name + ": another run is using this file; choose another name";
     case OutputFaultKind::kOnSourceDisk:
@@ -87,6 +110,9 @@ std::string OutputWords(const std::string& name, const OutputFault& fault) {
 
 Result<Cache, ExitStatus> OpenCacheToLook(const std::string& path) {
   auto cache = OpenCache(WideFromUtf8(path), CacheAccess::kLook);
+  if (!cache && cache.error().kind == CacheFaultKind::kForeign) {
+    return Failed(Fail(path + ": this is not a cache"));
+  }
   if (!cache) return Failed(Fail(CacheWords(path, cache.error())));
   return std::move(*cache);
 }
@@ -146,11 +172,20 @@ ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, 
       name, unknown));
 }
 
-ExitStatus WriteFileOrTell(const std::string& path, bool force, const std::string& input,
+std::vector<std::u16string> FilesOf(const std::string& cache,
+                                    std::initializer_list<std::string> others) {
+  std::vector<std::u16string> files = {WideFromUtf8(cache), LogPathOf(WideFromUtf8(cache))};
+  for (const std::string& other : others) files.push_back(WideFromUtf8(other));
+  return files;
+}
+
+ExitStatus WriteFileOrTell(const std::string& path, bool force,
+                           const std::vector<std::u16string>& inputs,
                            const std::function<std::string()>& make) {
-  const auto file = OpenOutputFile(WideFromUtf8(path), force, {WideFromUtf8(input)});
+  auto file = OpenOutputFile(WideFromUtf8(path), force, inputs);
   if (!file) return Fail(OutputWords(path, file.error()));
-  if (WriteOutput(*file, make())) return kExitDone;
+  if (WriteOutput(file->File(), make())) return kExitDone;
+  file->Discard();
   return Fail(Failure(path, "the file could not be written", platform::LastFailure()));
 }
 

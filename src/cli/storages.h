@@ -10,6 +10,7 @@
 #include "imaging/cache.h"
 #include "imaging/output_file.h"
 #include "imaging/source.h"
+#include "rescue/rescue_log.h"
 
 namespace larkspur::cli {
 
@@ -27,13 +28,22 @@ ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, 
 // What is wrong with the cache `name`, of a source of so many sectors where there is one.
 std::string CacheWords(const std::string& name, const CacheFault& fault, u64 sourceSectors = 0);
 
-// Makes the file at `path`, or with `force` replaces it, and writes what `make` answers; `input` is
-// what the run works on. The user is told when that fails.
-ExitStatus WriteFileOrTell(const std::string& path, bool force, const std::string& input,
+// What no output of a run may overwrite: the cache with its log, and others, of which some may be
+// empty.
+std::vector<std::u16string> FilesOf(const std::string& cache,
+                                    std::initializer_list<std::string> others = {});
+
+// Makes the file at `path`, or with `force` replaces it, and writes what `make` answers; `inputs`
+// are what the run works on. The user is told when that fails.
+ExitStatus WriteFileOrTell(const std::string& path, bool force,
+                           const std::vector<std::u16string>& inputs,
                            const std::function<std::string()>& make);
 
 // What is wrong with the mapfile `name`.
 std::string MapfileWords(const std::string& name, const MapfileFault& fault);
+
+// Why nothing is logged for the cache `cache`.
+std::string LogWords(const std::string& cache, LogFault fault);
 
 // Why nothing is written to `name`.
 std::string OutputWords(const std::string& name, const OutputFault& fault);

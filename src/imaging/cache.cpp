@@ -4,11 +4,8 @@
 
 #include <algorithm>
 
-#include <fmt/format.h>
-
-#include "base/path_text.h"
+#include "imaging/output_file.h"
 #include "io/flat_io.h"
-#include "platform/clock.h"
 #include "platform/disk_use.h"
 #include "platform/system_error.h"
 
@@ -18,8 +15,6 @@ namespace {
 using platform::OwnedFile;
 
 constexpr u32 kReadWrite = platform::kOpenRead | platform::kOpenWrite;
-
-constexpr u32 kNameTries = 16;
 
 tl::unexpected<CacheFault> FailedAs(CacheFaultKind kind) {
   return Failed(CacheFault{kind, platform::LastFailure()});
@@ -93,17 +88,6 @@ bool LayImage(const std::u16string& path, const OwnedFile& made, u64 sectors) {
   cKVRSparseIO image;
   return sectors > 0 && image.Create(&resource, sectors, false) == sectors &&
          platform::SyncFile(made.Handle());
-}
-
-// Makes a file beside `path` under a name that nothing had; `unfinished` learns the name.
-OwnedFile MakeUnfinished(const std::u16string& path, std::u16string* unfinished) {
-  OwnedFile made;
-  for (u32 tries = 0; tries < kNameTries && !made.IsOpen(); ++tries) {
-    const u32 number = platform::TickCount() + tries;
-    *unfinished = path + WideFromUtf8(fmt::format(".larkspur-new-{:08x}", number));
-    made = OwnedFile(platform::CreateNewFile(unfinished->c_str()));
-  }
-  return made;
 }
 
 // `fresh`: the file was made a moment ago, so its index need not be looked through.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 
+#include "imaging/output_file.h"
 #include "io/sparse_writer.h"
 #include "platform/disk_use.h"
 #include "platform/owned_file.h"
@@ -30,20 +31,25 @@ bool EachZeros(u64 count, Put put) {
 // A new file has its size from the beginning, so nothing needs to be written for zeros.
 class FileSink final : public ExportSink {
  public:
-  explicit FileSink(platform::OwnedFile file) : m_file(std::move(file)) {}
+  explicit FileSink(OutputFile file) : m_file(std::move(file)) {}
 
   bool Put(const u8* bytes, u64 count) override {
     m_position += count;
-    return WriteSkippingZeros(m_file.Handle(), bytes, count, m_position - count);
+    return Kept(WriteSkippingZeros(m_file.File().Handle(), bytes, count, m_position - count));
   }
   bool PutZeros(u64 count) override {
     m_position += count;
     return true;
   }
-  bool Finish() override { return platform::SyncFile(m_file.Handle()); }
+  bool Finish() override { return Kept(platform::SyncFile(m_file.File().Handle())); }
 
  private:
-  platform::OwnedFile m_file;
+  bool Kept(bool isWritten) {
+    if (!isWritten) m_file.Discard();
+    return isWritten;
+  }
+
+  OutputFile m_file;
   u64 m_position = 0;
 };
 
@@ -90,12 +96,16 @@ Target OpenDevice(const std::u16string& path, u64 bytes, const std::u16string& c
 }
 
 Target CreateFileSink(const std::u16string& path, u64 bytes) {
+  const bool isNew = platform::KindOfPath(path.c_str()) == platform::PathKind::kAbsent;
   platform::SetLastFailure(0);
   platform::OwnedFile file(platform::CreateEmptyFile(path.c_str()));
   if (!file.IsOpen()) return FailedAs(TargetFaultKind::kCannotOpen);
   platform::MakeSparse(file.Handle());
-  if (!platform::SetFileSize(file.Handle(), bytes)) return FailedAs(TargetFaultKind::kCannotSize);
-  return std::make_unique<FileSink>(std::move(file));
+  const bool hasSize = platform::SetFileSize(file.Handle(), bytes);
+  OutputFile output(std::move(file), isNew ? path : std::u16string());
+  if (hasSize) return std::make_unique<FileSink>(std::move(output));
+  output.Discard();
+  return FailedAs(TargetFaultKind::kCannotSize);
 }
 
 class Exporter {

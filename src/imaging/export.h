@@ -78,8 +78,9 @@ class HashingSink final : public ExportSink {
 // Told how many of the sectors are done.
 using ExportMonitor = std::function<void(u64 sectorsDone)>;
 
-// Writes [first, first+count) of the image; unreadable and missing sectors are zeros. What was not
-// finished stays. REQUIRES: the range lies inside the image.
+// Writes [first, first+count) of the image; unreadable and missing sectors are zeros. What was
+// stopped stays; of what the system refused no new file is left. REQUIRES: the range lies inside
+// the image.
 ExportResult ExportRaw(cKVRSparseIO* image, u64 first, u64 count, ExportSink* sink,
                        const std::atomic<bool>& stop, const ExportMonitor& monitor);
 

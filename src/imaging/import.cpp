@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "imaging/output_file.h"
 #include "io/sparse_writer.h"
 #include "platform/clock.h"
 #include "platform/owned_file.h"
@@ -14,9 +15,6 @@ namespace larkspur {
 namespace {
 
 using platform::OwnedFile;
-
-// What the cache is called until it is whole.
-constexpr std::u16string_view kUnfinishedSuffix = u".larkspur-new";
 
 u64 EndOf(const std::vector<SectorRange>& ranges) {
   return ranges.empty() ? 0 : ranges.back().first + ranges.back().count;
@@ -167,24 +165,25 @@ ImportEnd CheckSize(const std::u16string& path, u64 bytes, const ImportPlan& pla
   return isFile && bytes > covered ? ImportEnd::kImageLonger : ImportEnd::kDone;
 }
 
-// Fills the file at `path` and flushes it to disk.
-ImportResult Fill(const std::u16string& path, const ImportPlan& plan, platform::FileHandle image,
+// Fills the new file and flushes it to disk.
+ImportResult Fill(const OwnedFile& made, const ImportPlan& plan, platform::FileHandle image,
                   const std::atomic<bool>& stop, const ImportMonitor& monitor) {
-  // Locked before it is emptied: another run may be making the same cache.
-  constexpr u32 kReadWrite = platform::kOpenRead | platform::kOpenWrite;
-  OwnedFile made(platform::OpenExistingFile(path.c_str(), kReadWrite));
-  if (!made.IsOpen()) made = OwnedFile(platform::CreateEmptyFile(path.c_str()));
-  if (!made.IsOpen()) return Failed(ImportEnd::kCannotCreate);
-  if (platform::LockFileAlone(made.Handle()) == platform::LockOutcome::kLockedElsewhere) {
-    return Failed(ImportEnd::kLockedElsewhere);
-  }
-  platform::SetLastFailure(0);
-  if (!platform::SetFileSize(made.Handle(), 0)) return Failed(ImportEnd::kWriteFailed);
   platform::MakeSparse(made.Handle());
   const auto layout = SparseLayout::ForNew(plan.sectors, platform::TickCount());
   ImportResult result = Importer(plan, image, *layout, made.Handle()).Run(stop, monitor);
   const bool synced = result.end != ImportEnd::kDone || platform::SyncFile(made.Handle());
   return synced ? result : Failed(ImportEnd::kWriteFailed);
+}
+
+// The name may have been taken meanwhile, by another run that imports the same.
+ImportEnd TakeName(const std::u16string& unfinished, const std::u16string& cache) {
+  if (platform::RenameToUnused(unfinished.c_str(), cache.c_str())) {
+    return platform::SyncFolderOf(cache.c_str()) ? ImportEnd::kDone : ImportEnd::kCannotCreate;
+  }
+  const u32 error = platform::LastFailure();
+  const bool isTaken = platform::KindOfPath(cache.c_str()) != platform::PathKind::kAbsent;
+  platform::SetLastFailure(error);
+  return isTaken ? ImportEnd::kCacheExists : ImportEnd::kCannotCreate;
 }
 
 }  // namespace
@@ -215,14 +214,14 @@ ImportResult ImportRescue(const std::u16string& image, const ImportPlan& plan,
   result.imageBytes = bytes;
   result.end = CheckSize(image, bytes, plan);
   if (result.end != ImportEnd::kDone) return result;
-  const std::u16string unfinished = cache + std::u16string(kUnfinishedSuffix);
   platform::SetLastFailure(0);
-  result = Fill(unfinished, plan, file.Handle(), stop, monitor);
-  if (result.end == ImportEnd::kLockedElsewhere) return result;
-  if (result.end == ImportEnd::kDone &&
-      !platform::RenameToUnused(unfinished.c_str(), cache.c_str())) {
-    result = Failed(ImportEnd::kCannotCreate);
-  }
+  std::u16string unfinished;
+  OwnedFile made = MakeUnfinished(cache, &unfinished);
+  if (!made.IsOpen()) return Failed(ImportEnd::kCannotCreate);
+  result = Fill(made, plan, file.Handle(), stop, monitor);
+  made.Close();
+  if (result.end == ImportEnd::kDone) result.end = TakeName(unfinished, cache);
+  if (result.end == ImportEnd::kCannotCreate) result.systemError = platform::LastFailure();
   if (result.end != ImportEnd::kDone) platform::RemoveFile(unfinished.c_str());
   return result;
 }

@@ -30,13 +30,12 @@ enum class ImportEnd {
   kDone,
   kStopped,
   kCacheExists,
-  kLockedElsewhere,  // another run is making the same cache
-  kCannotCreate,     // systemError
-  kImageUnopened,    // systemError
-  kImageLonger,      // than what the mapfile covers: imageBytes
-  kImageShorter,     // than what the mapfile calls read: imageBytes
-  kImageFailed,      // the image cannot be read at failedSector: systemError
-  kWriteFailed,      // systemError
+  kCannotCreate,   // systemError
+  kImageUnopened,  // systemError
+  kImageLonger,    // than what the mapfile covers: imageBytes
+  kImageShorter,   // than what the mapfile calls read: imageBytes
+  kImageFailed,    // the image cannot be read at failedSector: systemError
+  kWriteFailed,    // systemError
 };
 
 struct ImportResult {

@@ -4,6 +4,10 @@
 
 #include <algorithm>
 
+#include <fmt/format.h>
+
+#include "base/path_text.h"
+#include "platform/clock.h"
 #include "platform/disk_use.h"
 #include "platform/system_error.h"
 
@@ -14,15 +18,17 @@ using platform::OwnedFile;
 using platform::PathKind;
 
 constexpr size_t kTransferBytes = 1 << 20;
+constexpr u32 kNameTries = 16;
 
-using Opening = Result<OwnedFile, OutputFault>;
+using Opening = Result<OutputFile, OutputFault>;
 
 Opening FailedAs(OutputFaultKind kind) {
   return Failed(OutputFault{kind, platform::LastFailure()});
 }
 
-Opening Opened(OwnedFile file) {
-  return file.IsOpen() ? Opening(std::move(file)) : FailedAs(OutputFaultKind::kCannotMake);
+Opening Opened(OwnedFile file, const std::u16string& madeAt) {
+  if (!file.IsOpen()) return FailedAs(OutputFaultKind::kCannotMake);
+  return OutputFile(std::move(file), madeAt);
 }
 
 // The existing file, emptied; a cache that a run is working on is locked and stays as it is.
@@ -35,13 +41,20 @@ Opening Replace(const std::u16string& path) {
   }
   platform::SetLastFailure(0);
   if (!platform::SetFileSize(file.Handle(), 0)) return FailedAs(OutputFaultKind::kCannotMake);
-  return Opened(std::move(file));
+  return Opened(std::move(file), {});
 }
 
 }  // namespace
 
+void OutputFile::Discard() {
+  const u32 error = platform::LastFailure();
+  m_file.Close();
+  if (!m_madeAt.empty()) platform::RemoveFile(m_madeAt.c_str());
+  platform::SetLastFailure(error);
+}
+
 Opening OpenOutputFile(const std::u16string& path, bool replace,
-                       std::initializer_list<std::u16string> inputs) {
+                       const std::vector<std::u16string>& inputs) {
   platform::SetLastFailure(0);
   const PathKind kind = platform::KindOfPath(path.c_str());
   if (kind == PathKind::kFolder) return FailedAs(OutputFaultKind::kFolder);
@@ -51,7 +64,10 @@ Opening OpenOutputFile(const std::u16string& path, bool replace,
   if (kind == PathKind::kUnknown) return FailedAs(OutputFaultKind::kCannotMake);
   for (const std::u16string& input : inputs) {
     if (input.empty()) continue;
-    if (kind == PathKind::kFile && platform::AreSameFile(path.c_str(), input.c_str())) {
+    const bool isSame = kind == PathKind::kFile
+                            ? platform::AreSameFile(path.c_str(), input.c_str())
+                            : platform::FullPath(path.c_str()) == platform::FullPath(input.c_str());
+    if (isSame) {
       return FailedAs(OutputFaultKind::kInput);
     }
     if (platform::IsFileOnDisk(path.c_str(), input.c_str())) {
@@ -59,7 +75,9 @@ Opening OpenOutputFile(const std::u16string& path, bool replace,
     }
   }
   platform::SetLastFailure(0);
-  if (kind == PathKind::kAbsent) return Opened(OwnedFile(platform::CreateNewFile(path.c_str())));
+  if (kind == PathKind::kAbsent) {
+    return Opened(OwnedFile(platform::CreateNewFile(path.c_str())), path);
+  }
   return replace ? Replace(path) : FailedAs(OutputFaultKind::kExists);
 }
 
@@ -73,14 +91,19 @@ bool WriteOutput(const OwnedFile& file, std::string_view bytes) {
   return platform::SyncFile(file.Handle());
 }
 
-std::u16string UnfinishedName(const std::u16string& path) {
-  return path + u".part";
+OwnedFile MakeUnfinished(const std::u16string& path, std::u16string* unfinished) {
+  OwnedFile made;
+  for (u32 tries = 0; tries < kNameTries && !made.IsOpen(); ++tries) {
+    const u32 number = platform::TickCount() + tries;
+    *unfinished = path + WideFromUtf8(fmt::format(".larkspur-new-{:08x}", number));
+    made = OwnedFile(platform::CreateNewFile(unfinished->c_str()));
+  }
+  return made;
 }
 
 bool ReplaceOutput(const std::u16string& path, std::string_view bytes) {
-  const std::u16string unfinished = UnfinishedName(path);
-  platform::RemoveFile(unfinished.c_str());  // a killed run left it
-  OwnedFile file(platform::CreateNewFile(unfinished.c_str()));
+  std::u16string unfinished;
+  OwnedFile file = MakeUnfinished(path, &unfinished);
   if (!file.IsOpen()) return false;
   bool isDone = WriteOutput(file, bytes);
   file = OwnedFile();

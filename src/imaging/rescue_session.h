@@ -20,11 +20,13 @@ enum class SessionFaultKind {
   kOtherSource,      // the cache was made of another disk of the same size: Before() says which
   kCacheNotFlushed,  // an earlier flush to disk failed, and this one, too: systemError
   kCacheUnreadable,  // systemError
+  kLog,              // nothing can be logged: logFault
 };
 
 struct SessionFault {
   SessionFaultKind kind;
   u32 systemError = 0;
+  LogFault logFault{};
 };
 
 // What the log says of the source's identity.

@@ -382,7 +382,9 @@ bool Engine::PrepareStore(SectorRange range) {
       room.count = std::clamp<u64>(wanted->End() - range.first, range.count, kRoomSectors);
     }
   }
-  if (!m_store->MakeRoom(room)) return StopForStore();
+  // On a disk that is nearly full, there may still be room for the one piece.
+  if (room != range && !m_store->MakeRoom(room)) room = range;
+  if (room == range && !m_store->MakeRoom(room)) return StopForStore();
   m_roomMade = room;
   return true;
 }

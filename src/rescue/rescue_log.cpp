@@ -2,6 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "rescue/rescue_log.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include <fmt/core.h>
@@ -13,6 +14,8 @@ namespace larkspur {
 namespace {
 
 constexpr std::u16string_view kLogSuffix = u".log";
+constexpr std::string_view kEventStart = R"({"t":")";
+constexpr size_t kHeadBytes = 1 << 16;
 
 // "2026-11-21T19:00:00.123Z"
 std::string UtcNow() {
@@ -26,9 +29,26 @@ std::string UtcNow() {
                      time.minutes().count(), time.seconds().count(), time.subseconds().count());
 }
 
-bool MayWriteTo(const char16_t* path) {
-  const platform::PathKind kind = platform::KindOfPath(path);
-  return kind == platform::PathKind::kFile || kind == platform::PathKind::kAbsent;
+// Whether a file that begins like this is a log: any of these lines begins an event. A power cut
+// may have made zeros of some of it, or cut it within its first line.
+bool HasEvents(std::string_view head, bool isWhole) {
+  const size_t firstText = head.find_first_not_of('\0');
+  if (firstText == head.npos) return isWhole;
+  head.remove_prefix(firstText);
+  for (size_t end; (end = head.find_first_of(std::string_view("\n\0", 2))) != head.npos;) {
+    if (head.starts_with(kEventStart)) return true;
+    head.remove_prefix(end + 1);
+  }
+  const size_t count = std::min(head.size(), kEventStart.size());
+  return count > 0 && head.substr(0, count) == kEventStart.substr(0, count);
+}
+
+bool IsLog(const std::u16string& path) {
+  const platform::OwnedFile file(platform::OpenExistingFile(path.c_str(), platform::kOpenRead));
+  if (!file.IsOpen()) return true;  // then nothing is written to it either
+  std::string head(kHeadBytes, '\0');
+  head.resize(platform::ReadFileAt(file.Handle(), head.data(), kHeadBytes, 0));
+  return HasEvents(head, platform::FileSize(file.Handle()) <= kHeadBytes);
 }
 
 }  // namespace
@@ -87,13 +107,40 @@ LogEvent& LogEvent::Add(const StatusTotals& totals) {
       .Add("missing", totals.missing);
 }
 
-FileLog::FileLog(const std::u16string& path) {
-  platform::SetLastFailure(0);
-  if (MayWriteTo(path.c_str())) {
-    m_file = platform::OwnedFile(
-        platform::OpenExistingFile(path.c_str(), platform::kOpenRead | platform::kOpenWrite));
-    if (!m_file.IsOpen()) m_file = platform::OwnedFile(platform::CreateEmptyFile(path.c_str()));
+std::optional<LogFault> FaultOfLog(const std::u16string& path,
+                                   const std::vector<std::u16string>& used) {
+  switch (platform::KindOfPath(path.c_str())) {
+    case platform::PathKind::kAbsent:
+    case platform::PathKind::kUnknown:  // opening it will say why
+      return std::nullopt;
+    case platform::PathKind::kFolder:
+      return LogFault::kFolder;
+    case platform::PathKind::kDevice:
+    case platform::PathKind::kOther:
+      return LogFault::kNoFile;
+    case platform::PathKind::kFile:
+      break;
   }
+  const auto isSame = [&path](const std::u16string& other) {
+    return platform::AreSameFile(path.c_str(), other.c_str());
+  };
+  if (std::any_of(used.begin(), used.end(), isSame)) return LogFault::kUsed;
+  return IsLog(path) ? std::nullopt : std::optional(LogFault::kForeign);
+}
+
+Result<std::unique_ptr<FileLog>, LogFault> FileLog::Open(const std::u16string& path,
+                                                         const std::vector<std::u16string>& used) {
+  if (const auto fault = FaultOfLog(path, used)) return Failed(*fault);
+  platform::SetLastFailure(0);
+  const bool isNew = platform::KindOfPath(path.c_str()) == platform::PathKind::kAbsent;
+  constexpr u32 kReadWrite = platform::kOpenRead | platform::kOpenWrite;
+  platform::SetLastFailure(0);
+  return std::unique_ptr<FileLog>(new FileLog(
+      platform::OwnedFile(isNew ? platform::CreateNewFile(path.c_str())
+                                : platform::OpenExistingFile(path.c_str(), kReadWrite))));
+}
+
+FileLog::FileLog(platform::OwnedFile file) : m_file(std::move(file)) {
   if (!m_file.IsOpen()) {
     Fail();
     return;

@@ -7,9 +7,13 @@
 // appended to. docs/rescue-log.md has the events. The cache is complete without it: what cannot be
 // written here is told of once, and costs at worst that something is asked again.
 
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "base/result.h"
 #include "io/sector_range.h"
 #include "platform/owned_file.h"
 #include "rescue/asked_source.h"
@@ -57,11 +61,25 @@ class RescueLog {
   virtual void Sync() = 0;
 };
 
+// Why nothing is logged to the file that has the log's name.
+enum class LogFault {
+  kUsed,     // the run itself reads or writes it
+  kForeign,  // it holds something else
+  kFolder,
+  kNoFile,  // a device, a pipe
+};
+
+// Asks before anything is opened for writing. None when there is no such file, an empty one, a log,
+// or what a power cut left of one. `used` are the paths that the run works on.
+std::optional<LogFault> FaultOfLog(const std::u16string& path,
+                                   const std::vector<std::u16string>& used);
+
 // The log in its file. Does nothing where it could not be opened.
 class FileLog final : public RescueLog {
  public:
-  // Opens or makes the file; only an ordinary file is written to.
-  explicit FileLog(const std::u16string& path);
+  // Opens or makes the file, after FaultOfLog. Where the system refuses that, Failure() says why.
+  static Result<std::unique_ptr<FileLog>, LogFault> Open(const std::u16string& path,
+                                                         const std::vector<std::u16string>& used);
 
   void Write(const LogEvent& event) override;
   void Sync() override;
@@ -69,6 +87,7 @@ class FileLog final : public RescueLog {
   u32 Failure() const { return m_failure; }
 
  private:
+  explicit FileLog(platform::OwnedFile file);
   void Fail();
 
   platform::OwnedFile m_file;

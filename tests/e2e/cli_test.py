@@ -299,8 +299,16 @@ class CliTest(program.ProgramTest):
                     "disk.kvrsp", "image", "source.img", "disk.kvrsp",
                     preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
                 self.assertRegex(result.stderr, b"No space left|File too large")
+                if limit > 512 * 1000:  # all but what no whole block fits in
+                    self.assertGreater(os.path.getsize("disk.kvrsp"), limit - 512 * 2 * 129)
                 self.image()
                 self.assertEqual(self.export(), data)
+        # Nor does an output that cannot be written stand in the way of the next try.
+        for command in (["map", "disk.kvrsp", "--mapfile", "new"], ["report", "disk.kvrsp", "new"],
+                        ["export", "disk.kvrsp", "new"], ["image", "source.img", "disk.kvrsp", "--report", "new"],
+                        ["read", "source.img", "disk.kvrsp", "--start", "0", "--sectors", "9", "-o", "new"]):
+            self.refused("new: ", *command, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100)))
+            self.assertFalse(os.path.exists("new"), command)
 
     def test_a_new_cache_leaves_every_other_file_alone(self):
         data = self.make_source(3000)
@@ -313,6 +321,48 @@ class CliTest(program.ProgramTest):
         self.assertEqual(pathlib.Path("source.img").read_bytes(), data)
         self.assertEqual(pathlib.Path("disk.kvrsp.larkspur-new").read_bytes(), b"somebody's")
         self.assertEqual(sorted(os.listdir()), sorted([*before, "disk.kvrsp", "disk.kvrsp.log", "out.img"]))
+
+    def test_the_log_spoils_no_other_file(self):
+        for name, contents in (("disk.kvrsp.log", os.urandom(51200)), ("disk.kvrsp.log", bytes(51200))):
+            pathlib.Path(name).write_bytes(contents)
+            self.refused("the source", "image", name, "disk.kvrsp")
+            self.assert_file(name, contents)
+            self.assertFalse(os.path.exists("disk.kvrsp"))
+        pathlib.Path("disk.kvrsp.log").write_text("mine\n")
+        data = self.make_source(100)
+        for command in (["image", "source.img", "disk.kvrsp"],
+                        ["read", "source.img", "disk.kvrsp", "--start", "0", "--sectors", "1"]):
+            self.refused("something else", *command)
+        self.assert_file("disk.kvrsp.log", b"mine\n")
+        os.unlink("disk.kvrsp.log")
+        os.mkdir("disk.kvrsp.log")
+        self.refused("folder", "image", "source.img", "disk.kvrsp")
+        self.assertEqual(sorted(os.listdir()), ["disk.kvrsp.log", "source.img"])
+        # Nor is the log, or anything else that a run uses, an output; not even before it is made.
+        os.rmdir("disk.kvrsp.log")
+        pathlib.Path("all.map").write_text(mapfile_text(100, []))
+        self.image()
+        log = pathlib.Path("disk.kvrsp.log").read_bytes()
+        for made in (True, False):
+            if not made:
+                os.unlink("disk.kvrsp.log")
+            for output in ("disk.kvrsp.log", "./disk.kvrsp.log", "source.img", "all.map", "disk.kvrsp"):
+                commands = [["image", "source.img", "disk.kvrsp", "--domain", "all.map", "--report", output],
+                            ["files", "source.img", "disk.kvrsp", "--test-mode", "all.map", "--path", "*",
+                             "--mapfile", output],
+                            ["read", "source.img", "disk.kvrsp", "--test-mode", "all.map", "--start", "0",
+                             "--sectors", "1", "-o", output]]
+                if "log" in output:
+                    commands = [["map", "disk.kvrsp", "--mapfile", output],
+                                ["report", "disk.kvrsp", output]] + (commands if made else [])
+                for command in commands:
+                    with self.subTest(command=command):
+                        self.call(*command, "--force", status=1)
+            if made:
+                self.assertTrue(pathlib.Path("disk.kvrsp.log").read_bytes().startswith(log))
+                self.refused("its log", "export", "disk.kvrsp", "disk.kvrsp.log", "--force")
+        self.assert_file("source.img", data)
+        self.assertEqual(pathlib.Path("all.map").read_text(), mapfile_text(100, []))
 
     def test_outputs_overwrite_nothing_unasked(self):
         self.make_source(1000)
@@ -366,12 +416,14 @@ class CliTest(program.ProgramTest):
         self.image()
         for command in (["info", "disk.kvrsp"], ["map", "disk.kvrsp", "--json"], ["--version"],
                         ["check", "disk.kvrsp"], ["tree", "disk.kvrsp"], ["devices"], ["export", "disk.kvrsp", "-"],
+                        ["read", "source.img", "disk.kvrsp", "--start", "0", "--sectors", "100"],
                         ["image", "source.img", "disk.kvrsp"]):
             with open("/dev/full", "wb") as full:
                 result = subprocess.run([*PROGRAM, *command], stdout=full, stderr=subprocess.PIPE,
                                         timeout=60, check=False)
             self.assertEqual(result.returncode, 1, command)
-            self.assertIn(b"standard output", result.stderr)
+            self.assertRegex(result.stderr, b"standard output: .*No space left on device\n$", command)
+            self.assertEqual(result.stderr.count(b"standard output"), 1, result.stderr)
 
     @native_only
     def test_signals_that_were_ignored_stay_so(self):
@@ -463,7 +515,8 @@ class CliTest(program.ProgramTest):
             (("frobnicate",), 2, 'there is no command "frobnicate"'),
             ((), 2, "--help"),
             (("info", "absent"), 1, "absent"),
-            (("info", "foreign"), 1, "not a cache"),
+            (("info", "foreign"), 1, "foreign: this is not a cache\n"),
+            (("image", "source.img", "c", "--test-mode", "empty"), 1, "empty: the mapfile is empty"),
             (("map", "folder"), 1, "folder"),
             (("map", "disk.kvrsp", "--png", "disk.kvrsp"), 1, "overwrite"),
             (("map", "disk.kvrsp", "--png", "nowhere/x.png"), 1, "nowhere"),

@@ -96,7 +96,8 @@ class ExchangeTest(program.ProgramTest):
         self.make_source(100, "rescue.img")
         whole = f"0 +\n0 {100 * SECTOR} +\n"
         cases = [
-            ("no status line", "", "status line"),
+            ("empty", "", "the mapfile is empty"),
+            ("no status line", "# x\n", "status line"),
             ("garbage", "\x00\xff\x01\n", "line 1"),
             ("an unknown status", "0 +\n0 512 x\n", "line 2"),
             ("an overlap", "0 +\n0 1024 +\n512 512 -\n", "line 3"),
@@ -135,10 +136,23 @@ class ExchangeTest(program.ProgramTest):
         blank("rescue.img", 1 << 31)
         pathlib.Path("rescue.map").write_text(f"0 +\n0 {1 << 40} +\n")
         process = program.start("import", "rescue.img", "rescue.map", "disk.kvrsp")
-        wait_until(lambda: pathlib.Path("disk.kvrsp.larkspur-new").exists())
+        wait_until(lambda: list(pathlib.Path(".").glob("disk.kvrsp.larkspur-new-*")))
         process.send_signal(signal.SIGINT)
         self.assertEqual(process.wait(10), 130)
         self.assertEqual(list(pathlib.Path(".").glob("disk*")), [])
+
+    def test_no_other_file_is_written_to(self):
+        data = self.make_source(100, "rescue.img")
+        text = f"0 +\n0 {100 * SECTOR} +\n"
+        # The name that ddrescue's own mapfile often has.
+        pathlib.Path("disk.kvrsp.log").write_text(text)
+        self.refused("a mapfile of this very command", "import", "rescue.img", "disk.kvrsp.log", "disk.kvrsp")
+        self.assertEqual(pathlib.Path("disk.kvrsp.log").read_text(), text)
+        pathlib.Path("disk.kvrsp.log").unlink()
+        pathlib.Path("disk.kvrsp.larkspur-new").write_bytes(b"mine")
+        self.import_map(text)
+        self.assert_file("rescue.img", data)
+        self.assert_file("disk.kvrsp.larkspur-new", b"mine")
 
     # Export
 

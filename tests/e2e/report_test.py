@@ -97,7 +97,7 @@ class ReportTest(program.ProgramTest):
         words = Page().words
         self.assertIn("99.9 %", words)
         self.assertNotIn("refresh", words)
-        self.assertEqual([p.name for p in pathlib.Path().glob("*.part")], [])
+        self.assertEqual([p.name for p in pathlib.Path().glob("*.larkspur-new-*")], [])
         self.image("--report", "mine.html", "--force")
         Page("mine.html")
         self.image("--partition", "7", "--report", "new.html", status=1)

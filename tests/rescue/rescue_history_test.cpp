@@ -150,7 +150,9 @@ TEST(RescueLogTest, IsAppendedToAndSurvivesACutLine) {
   EXPECT_EQ(ReadHistory(path, 10000).lines, 0u);
   EXPECT_EQ(ReadHistory(path, 10000).systemError, 0u);
   for (u64 run = 1; run <= 3; ++run) {
-    FileLog log(path);
+    const auto opened = FileLog::Open(path, {});
+    ASSERT_TRUE(opened);
+    FileLog& log = **opened;
     for (const LogEvent& event : WholeRun()) log.Write(event);
     log.Sync();
     EXPECT_EQ(log.Failure(), 0u);
@@ -160,7 +162,40 @@ TEST(RescueLogTest, IsAppendedToAndSurvivesACutLine) {
     ASSERT_TRUE(platform::SetFileSize(file.Handle(), platform::FileSize(file.Handle()) - 4));
   }
   EXPECT_EQ(ReadHistory(path, 10000).wrongLines, 2u);
-  EXPECT_NE(FileLog(folder.File(u"")).Failure(), 0u) << "a folder";
+}
+
+TEST(RescueLogTest, NoOtherFileIsAppendedTo) {
+  const fakes::TempFolder folder;
+  const std::u16string path = folder.File(u"disk.kvrsp.log");
+  const std::string event = R"({"t":"2026-11-22T13:42:36.302Z","event":"phase"})";
+  const struct {
+    std::string text;
+    bool isLog;
+  } cases[] = {
+      {"", true},
+      {event + "\n", true},
+      {event, true},
+      {event.substr(0, 3), true},
+      {event.substr(7) + "\n" + event, true},
+      {std::string(512, '\0'), true},
+      {std::string(512, '\0') + event.substr(9) + "\n" + event, true},
+      {std::string(512, '\0') + event, true},
+      {"0 +\n0 512 +\n", false},
+      {"\n", false},
+      {"{\n  \"t\": 1\n}\n", false},
+      {std::string(100000, '\0'), false},
+      {std::string(100000, '\0') + event + "\n", false},
+      {std::string(512, '\0') + "KVRSparF", false},
+  };
+  for (const auto& c : cases) {
+    ASSERT_TRUE(fakes::WriteWholeFile(path, {c.text.begin(), c.text.end()}));
+    const auto fault = FaultOfLog(path, {});
+    EXPECT_EQ(fault, c.isLog ? std::nullopt : std::optional(LogFault::kForeign)) << c.text;
+    EXPECT_EQ(FaultOfLog(path, {path}), LogFault::kUsed);
+    EXPECT_EQ(FileLog::Open(path, {}).has_value(), c.isLog);
+  }
+  EXPECT_EQ(FaultOfLog(folder.File(u""), {}), LogFault::kFolder);
+  EXPECT_EQ(FaultOfLog(folder.File(u"none"), {path, u""}), std::nullopt);
 }
 
 }  // namespace
