@@ -21,20 +21,6 @@
 namespace larkspur::cli {
 namespace {
 
-const char* StatusName(SectorStatus status) {
-  switch (status) {
-    case kMissing:
-      return "missing";
-    case kPresent:
-      return "present";
-    case kUnreadable:
-      return "unreadable";
-    case kUnknown:
-      return "unknown";
-  }
-  return "";
-}
-
 char MapfileStatus(SectorStatus status) {
   return status == kPresent ? '+' : status == kUnreadable ? '-' : '?';
 }

@@ -133,10 +133,10 @@ std::string KindOf(const cPartTreeItem& node, const TreeNotes& notes) {
   return node.Parent() ? Utf8FromWide(node.m_name.View()) : "";
 }
 
-std::vector<ReportPartition> PartitionsOf(cBaseIO* image) {
+std::vector<ReportPartition> PartitionsOf(cKVRSparseIO* image) {
   PartitionTree tree;
   TreeNotes notes;
-  BuildPartitionTree(tree.Head(), image, {.notes = &notes, .forPeople = true});
+  BuildPartitionTree(tree.Head(), image, {.notes = &notes, .forPeople = true, .cache = image});
   std::vector<ReportPartition> partitions;
   for (const PlacedVolume& volume : VolumesOf(image)) {
     const cPartTreeItem* node =

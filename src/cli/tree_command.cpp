@@ -10,19 +10,13 @@
 #include "cli/tree_text.h"
 #include "imaging/size_text.h"
 #include "imaging/summary.h"
+#include "imaging/tree_words.h"
 #include "partitions/detection.h"
 #include "platform/system_error.h"
 #include "rescue/rescue_io.h"
 
 namespace larkspur::cli {
 namespace {
-
-// What detection met on its way.
-struct Obstacles {
-  u64 unreadable = 0;  // sectors
-  u64 missing = 0;     // sectors that the cache does not have
-  u64 unknown = 0;     // sectors of which the cache cannot be read
-};
 
 std::string Asker(const ScanRequest& request) {
   return fmt::format("{:>12} {:>6}  {}{}\n", request.sector, request.count, request.asker,
@@ -40,18 +34,22 @@ Json TraceJson(const ScanTrace& trace) {
   return list;
 }
 
-void TellObstacles(const std::string& name, bool understood, const Obstacles& obstacles) {
-  if (obstacles.missing > 0) {
-    Tell(
-        fmt::format("{}: {} of the sectors looked at are not in the cache and count as zeros; "
-                    "the tree may be incomplete",
-                    name, obstacles.missing));
+StatusCounts CountUnread(const Obstacles& met) {
+  StatusCounts counts;
+  for (const UnreadNote& unread : met.unread) counts.Add(unread.status, unread.sectors);
+  return counts;
+}
+
+void TellObstacles(const std::string& name, bool understood, const Obstacles& met) {
+  const StatusCounts unread = CountUnread(met);
+  for (const auto& [sectors, why] : {std::pair(unread.missing, "are not in the cache yet"),
+                                     std::pair(unread.unreadable, "are unreadable")}) {
+    if (sectors == 0) continue;
+    Tell(fmt::format("{}: {} of the sectors that were needed {}; the tree may be incomplete", name,
+                     sectors, why));
   }
-  if (obstacles.unreadable > 0) {
-    Tell(fmt::format("{}: {} of the sectors looked at are unreadable; the tree may be incomplete",
-                     name, obstacles.unreadable));
-  }
-  if (!understood && obstacles.unreadable == 0) {
+  for (const LimitNote& limit : met.limits) Tell(name + ": " + NoteText(limit));
+  if (!understood && met.unread.empty()) {
     Tell(name + ": some of it could not be read or understood; the tree shows what was found");
   }
 }
@@ -73,36 +71,31 @@ void PrintTree(const TreeOptions& options, const cPartTreeItem& root, const Tree
   for (const ScanRequest& request : trace) Print(Asker(request));
 }
 
-// Builds and shows the tree of `io`. With a cache, the sectors that were looked at are looked up
-// in it afterwards.
+// Builds and shows the tree of `io`, which reads from the cache if there is one.
 ExitStatus ShowTree(const TreeOptions& options, cBaseIO* io, Cache* cache) {
   PartitionTree tree;
   ScanTrace trace;
   TreeNotes notes;
+  Obstacles met;
   const ScanOptions scan{.trace = &trace,
                          .notes = options.noNotes ? nullptr : &notes,
                          .forPeople = true,
-                         .fromBackupGpt = options.backupGpt};
+                         .fromBackupGpt = options.backupGpt,
+                         .cache = cache ? cache->image.get() : nullptr,
+                         .obstacles = &met};
   const bool understood = BuildPartitionTree(tree.Head(), io, scan);
   if (!tree.Root()) return Fail(options.source + ": the storage has no sectors");
   if (options.backupGpt && !understood) {
-    return Fail(options.source + ": there is no intact backup GUID table at its end");
-  }
-  Obstacles obstacles;
-  for (const ScanRequest& request : trace) {
-    obstacles.unreadable += request.delivered < request.count;
-    if (!cache) continue;
-    const StatusCounts counts = CountStatuses(cache->image.get(), request.sector, request.count);
-    obstacles.unreadable += counts.unreadable;
-    obstacles.missing += counts.missing;
-    obstacles.unknown += counts.unknown;
+    return Fail(options.source +
+                ": there is no intact backup GUID table, neither at its end nor where its primary "
+                "table says");
   }
   PrintTree(options, *tree.Root(), notes, understood, trace);
-  TellObstacles(options.source, understood, obstacles);
-  const ExitStatus status = obstacles.unreadable > 0 ? kExitSomeUnreadable : kExitDone;
+  TellObstacles(options.source, understood, met);
+  const ExitStatus status = met.unread.empty() ? kExitDone : kExitSomeUnreadable;
   if (!cache) return status;
   const std::string& name = options.cache.empty() ? options.source : options.cache;
-  return TellDamage(name, *cache, obstacles.unknown, status);
+  return TellDamage(name, *cache, CountUnread(met).unknown, status);
 }
 
 ExitStatus ShowThroughCache(const TreeOptions& options) {

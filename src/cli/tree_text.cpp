@@ -8,6 +8,7 @@
 #include "base/printable.h"
 #include "cli/output.h"
 #include "imaging/size_text.h"
+#include "imaging/summary.h"
 #include "imaging/tree_words.h"
 #include "partitions/detection.h"
 #include "partitions/format.h"
@@ -66,9 +67,10 @@ void AppendLine(const cPartTreeItem& node, const std::string& place, size_t leve
 void AppendLines(const cPartTreeItem& node, const TreeNotes& notes, const std::string& place,
                  size_t level, std::string* text) {
   AppendLine(node, place, level, text);
-  for (const Note& note : notes.Of(node)) {
-    if (!IsWorthALine(note)) continue;
-    *text += fmt::format("{:>36}  {:{}}- {}\n", "", "", level * 2, NoteText(note));
+  std::vector<Note> told = notes.Of(node);
+  std::erase_if(told, [](const Note& note) { return !IsWorthALine(note); });
+  for (const std::string& line : NoteLines(told)) {
+    *text += fmt::format("{:>36}  {:{}}- {}\n", "", "", level * 2, line);
   }
   size_t number = 0;
   for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
@@ -133,7 +135,8 @@ void AddFacts(const GptNote& note, Json* json) {
 void AddFacts(const GptTableNote& note, Json* json) {
   (*json)["primary"] = GptStateName(note.primary);
   (*json)["backup"] = GptStateName(note.backup);
-  (*json)["used"] = note.isFromBackup ? "backup" : "primary";
+  constexpr const char* kUsed[] = {"primary", "backup", "none"};
+  (*json)["used"] = kUsed[static_cast<size_t>(note.shown)];
   (*json)["diskGuid"] = note.diskGuid;
 }
 
@@ -145,6 +148,7 @@ void AddFacts(const LimitNote& note, Json* json) {
 void AddFacts(const UnreadNote& note, Json* json) {
   (*json)["start"] = note.start;
   (*json)["sectors"] = note.sectors;
+  (*json)["status"] = StatusName(note.status);
 }
 
 void AddFacts(const TypeNote& note, Json* json) {

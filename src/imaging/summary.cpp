@@ -4,6 +4,20 @@
 
 namespace larkspur {
 
+const char* StatusName(SectorStatus status) {
+  switch (status) {
+    case kMissing:
+      return "missing";
+    case kPresent:
+      return "present";
+    case kUnreadable:
+      return "unreadable";
+    case kUnknown:
+      return "unknown";
+  }
+  return "";
+}
+
 StatusCounts CountStatuses(cKVRSparseIO* image, u64 first, u64 count) {
   StatusCounts counts;
   image->VisitExtents(first, count, [&counts](u64, u64 sectors, SectorStatus status) {

@@ -31,6 +31,9 @@ struct StatusCounts {
   }
 };
 
+// The word for a status, for programs and people.
+const char* StatusName(SectorStatus status);
+
 // Counts [first, first+count) of the image.
 StatusCounts CountStatuses(cKVRSparseIO* image, u64 first, u64 count);
 

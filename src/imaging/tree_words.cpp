@@ -26,21 +26,26 @@ std::string Words(const GptNote& note) {
   std::string text(note.type.empty() ? "type " + note.typeGuid : std::string(note.type));
   if (!note.name.empty()) text += fmt::format(" \"{}\"", note.name);
   if (note.attributes != 0) text += fmt::format(", attributes {:#x}", note.attributes);
-  return text + fmt::format(", last sector {}", note.lastSector);
+  return text + fmt::format(", last sector {}{}", note.lastSector,
+                            note.isReversed ? ", before its first" : "");
+}
+
+std::string_view StateWords(GptState state) {
+  return state == GptState::kNotInCache ? "not in the cache yet" : GptStateName(state);
 }
 
 std::string Words(const GptTableNote& note) {
-  if (note.isFromBackup) {
-    return fmt::format("from the backup table; the primary table is {}",
-                       GptStateName(note.primary));
+  if (note.shown == GptTableNote::Shown::kBackup) {
+    return fmt::format("from the backup table; the primary table is {}", StateWords(note.primary));
   }
-  if (note.primary == GptState::kIntact && note.backup == GptState::kIntact) {
+  const bool isShown = note.shown == GptTableNote::Shown::kPrimary;
+  if (isShown && note.primary == GptState::kIntact && note.backup == GptState::kIntact) {
     return "primary and backup table are intact";
   }
-  std::string text = fmt::format("primary table {}, backup table {}", GptStateName(note.primary),
-                                 GptStateName(note.backup));
-  if (note.backup == GptState::kIntact) text += ": --backup-gpt builds the tree from the backup";
-  return text;
+  return fmt::format("{}primary table {}, backup table {}{}",
+                     isShown ? "" : "a GUID table that this tree does not show: ",
+                     StateWords(note.primary), StateWords(note.backup),
+                     note.backupHelps ? "; --backup-gpt builds the tree from the backup" : "");
 }
 
 std::string_view BudgetWords(Budget budget) {
@@ -59,6 +64,8 @@ std::string_view BudgetWords(Budget budget) {
       return "pieces of volumes";
     case Budget::kDepth:
       return "levels";
+    case Budget::kEntries:
+      return "entries of a GUID table";
   }
   return {};
 }
@@ -68,10 +75,24 @@ std::string Words(const LimitNote& note) {
                      BudgetWords(note.budget));
 }
 
+std::string_view WhyUnread(SectorStatus status) {
+  if (status == kMissing) return "not in the cache yet";
+  return status == kUnknown ? "in a part of the cache that cannot be read" : "unreadable";
+}
+
 std::string Words(const UnreadNote& note) {
-  if (note.sectors == 1) return fmt::format("sector {} was needed and is unreadable", note.start);
-  return fmt::format("sectors {} to {} were needed and are unreadable", note.start,
-                     note.start + note.sectors - 1);
+  const std::string_view why = WhyUnread(note.status);
+  if (note.sectors == 1) return fmt::format("sector {} was needed and is {}", note.start, why);
+  return fmt::format("sectors {} to {} were needed and are {}", note.start,
+                     note.start + note.sectors - 1, why);
+}
+
+std::string Words(const std::vector<UnreadNote>& notes) {
+  if (notes.size() == 1) return Words(notes[0]);
+  u64 sectors = 0;
+  for (const UnreadNote& note : notes) sectors += note.sectors;
+  return fmt::format("{} sectors from {} to {} were needed and are {}", sectors, notes[0].start,
+                     notes.back().start + notes.back().sectors - 1, WhyUnread(notes[0].status));
 }
 
 std::string Words(const TypeNote& note) {
@@ -133,6 +154,23 @@ std::string NoteText(const Note& note) {
   return std::visit([](const auto& item) { return Words(item); }, note);
 }
 
+std::vector<std::string> NoteLines(const std::vector<Note>& notes) {
+  constexpr SectorStatus kReasons[] = {kUnreadable, kMissing, kUnknown};
+  std::vector<std::string> lines;
+  for (const Note& note : notes) {
+    if (!std::holds_alternative<UnreadNote>(note)) lines.push_back(NoteText(note));
+  }
+  for (const SectorStatus reason : kReasons) {
+    std::vector<UnreadNote> unread;
+    for (const Note& note : notes) {
+      const auto* item = std::get_if<UnreadNote>(&note);
+      if (item && item->status == reason) unread.push_back(*item);
+    }
+    if (!unread.empty()) lines.push_back(Words(unread));
+  }
+  return lines;
+}
+
 std::string_view NoteKind(const Note& note) {
   if (const auto* type = std::get_if<TypeNote>(&note)) {
     return type->isConfirmed ? "confirmed" : "doubtful";
@@ -152,13 +190,15 @@ std::string_view GptStateName(GptState state) {
       return "missing";
     case GptState::kUnreadable:
       return "unreadable";
+    case GptState::kNotInCache:
+      return "notInCache";
   }
   return {};
 }
 
 std::string_view BudgetName(Budget budget) {
   constexpr std::string_view kNames[] = {"nodes", "sectors", "textBytes", "items",
-                                         "looks", "pieces",  "depth"};
+                                         "looks", "pieces",  "depth",     "entries"};
   return kNames[static_cast<size_t>(budget)];
 }
 

@@ -6,6 +6,7 @@
 // and the notes beside the tree.
 
 #include <string>
+#include <vector>
 
 #include "partitions/notes.h"
 #include "partitions/part_records.h"
@@ -14,6 +15,9 @@ namespace larkspur {
 
 // `ext4 "backup", 0a3d5f2c-...`; `EFI system partition "boot"`; one phrase without a stop.
 std::string NoteText(const Note& note);
+
+// The words of a node's notes, a line each; what is unread in many places is one line.
+std::vector<std::string> NoteLines(const std::vector<Note>& notes);
 
 // What kind of note it is, in one word for programs.
 std::string_view NoteKind(const Note& note);

@@ -79,14 +79,23 @@ void LookForIntelMatrix(Scan& scan, cPartTreeItem& root) {
   if (ParseIntelMatrix(scan, root)) AddExtension(root, kIntelMatrixFormat.makeParser());
 }
 
+// Reads the front of a node and runs the first of the formats that matches it, but `leftOut`. To
+// people one with holes is shown as far as it goes.
+bool DetectByFront(Scan& scan, cPartTreeItem& node, std::span<const Format* const> formats,
+                   const Format* leftOut) {
+  auto front = std::make_unique_for_overwrite<FrontBytes>();
+  const bool isWhole = scan.ReadFront(node.m_start, kFrontSectors, front->data()) == kFrontSectors;
+  if (!isWhole && (!scan.IsForPeople() || node.m_start >= scan.SectorCount())) return false;
+  for (const Format* format : formats) {
+    if (format == leftOut || !Matches(scan, node, *format, *front)) continue;
+    return RunFormat(scan, node, *format) && isWhole;
+  }
+  return isWhole;
+}
+
 bool DetectWhole(Scan& scan, cPartTreeItem& root) {
   LookForIntelMatrix(scan, root);
-  auto front = std::make_unique_for_overwrite<FrontBytes>();
-  if (scan.Read(0, kFrontSectors, front->data()) != kFrontSectors) return false;
-  for (const Format* format : kWholeDeviceFormats) {
-    if (Matches(scan, root, *format, *front)) return RunFormat(scan, root, *format);
-  }
-  return true;
+  return DetectByFront(scan, root, kWholeDeviceFormats, nullptr);
 }
 
 bool ReadFromBackup(Scan& scan, cPartTreeItem& root) {
@@ -121,6 +130,7 @@ bool BuildPartitionTree(cTreeItem** tree, cBaseIO* io, const ScanOptions& option
   const bool understood =
       options.fromBackupGpt ? ReadFromBackup(scan, *root) : DetectWhole(scan, *root);
   if (options.notes) TakeNotes(scan, *root, *options.notes);
+  if (options.obstacles) *options.obstacles = scan.MetObstacles();
   return understood;
 }
 
@@ -133,13 +143,7 @@ bool DetectPartitionContents(cPartTreeItem* node, bool allowMbr) {
 bool DetectContents(Scan& scan, cPartTreeItem& node, bool allowMbr) {
   ScanAsker asker(scan, kDetection);
   ReadNodeAhead(scan, node, scan.TakesNotes());
-  auto front = std::make_unique_for_overwrite<FrontBytes>();
-  if (scan.Read(node.m_start, kFrontSectors, front->data()) != kFrontSectors) return false;
-  for (const Format* format : kNodeFormats) {
-    if (format == &kMbrFormat && !allowMbr) continue;
-    if (Matches(scan, node, *format, *front)) return RunFormat(scan, node, *format);
-  }
-  return true;
+  return DetectByFront(scan, node, kNodeFormats, allowMbr ? nullptr : &kMbrFormat);
 }
 
 void ReadNodeAhead(Scan& scan, const cPartTreeItem& node, bool forContent) {

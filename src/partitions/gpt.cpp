@@ -71,7 +71,7 @@ bool ProbeGpt(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
 
 bool ParseGpt(Scan& scan, cPartTreeItem& node) {
   u8 front[kGptFrontSectors * kSectorBytes] = {};
-  if (scan.Read(node.m_start, kGptFrontSectors, front) == 0) return false;
+  if (scan.ReadFront(node.m_start, kGptFrontSectors, front) == 0) return false;
   const auto place = FindGptHeader(front);
   if (!place) return false;
   auto table = ReadGptTable(scan, node.m_start + place->sector, place->factor);

@@ -50,8 +50,24 @@ std::optional<GptPlace> FindGptHeader(std::span<const u8> front) {
   return std::nullopt;
 }
 
-std::optional<GptTable> ReadGptTable(Scan& scan, u64 sector, u32 factor) {
-  GptTable table{sector, factor, 0, 0, {}, {}, false};
+namespace {
+
+GptState WhyUnread(const Scan& scan, u64 first, u64 count) {
+  return scan.LacksFirstMissed(first, count) ? GptState::kNotInCache : GptState::kUnreadable;
+}
+
+GptState Judge(const Scan& scan, const GptTable& table, u64 first, u32 sectors) {
+  const bool isInside = first < scan.SectorCount() && sectors <= scan.SectorCount() - first;
+  if (!isInside || !HeaderSumHolds(table.header)) return GptState::kDamaged;
+  if (table.came < sectors) return WhyUnread(scan, first, sectors);
+  const bool isCut = table.EntryCount() < LoadLe32(&table.header[kEntryCount]);
+  const bool holds = isCut || Sum(table.array) == LoadLe32(&table.header[kArraySum]);
+  return holds ? GptState::kIntact : GptState::kDamaged;
+}
+
+// The table, though none of its entries should come.
+std::optional<GptTable> ReadHeaderAndArray(Scan& scan, u64 sector, u32 factor) {
+  GptTable table{sector, factor, 0, 0, {}, {}, 0, GptState::kDamaged};
   if (!scan.ReadSector(sector, &table.header) || !IsHeader(table.header)) return std::nullopt;
   table.ownLba = LoadLe64(&table.header[kOwnLba]);
   table.otherLba = LoadLe64(&table.header[kOtherLba]);
@@ -60,19 +76,41 @@ std::optional<GptTable> ReadGptTable(Scan& scan, u64 sector, u32 factor) {
   const u32 sectors = (entries * GptTable::kEntryBytes + kSectorBytes - 1) / kSectorBytes;
   table.array.resize(size_t{sectors} * kSectorBytes);
   const u64 first = table.SectorOf(LoadLe64(&table.header[kArrayLba]));
-  const u32 came = scan.ReadAround(first, sectors, table.array.data());
-  if (came == 0) return std::nullopt;
+  table.came = scan.ReadAround(first, sectors, table.array.data());
   table.array.resize(size_t{entries} * GptTable::kEntryBytes);
-  table.isIntact = came == sectors && entries == count && HeaderSumHolds(table.header) &&
-                   Sum(table.array) == LoadLe32(&table.header[kArraySum]);
+  if (entries < count) scan.Refuse(Budget::kEntries);
+  table.state = Judge(scan, table, first, sectors);
   return table;
+}
+
+// The place of the copy, as the primary header says, whatever else is wrong with that header.
+std::optional<u64> CopyByPrimary(Scan& scan, u32 factor) {
+  SectorBytes header;
+  if (!scan.ReadSector(factor, &header) || !IsHeader(header)) return std::nullopt;
+  const u64 lba = LoadLe64(&header[kOtherLba]);
+  if (lba <= 1 || lba >= scan.SectorCount() / factor) return std::nullopt;
+  return lba * factor;
+}
+
+}  // namespace
+
+std::optional<GptTable> ReadGptTable(Scan& scan, u64 sector, u32 factor) {
+  auto table = ReadHeaderAndArray(scan, sector, factor);
+  return table && table->came > 0 ? std::move(table) : std::nullopt;
 }
 
 std::optional<GptTable> FindBackupGpt(Scan& scan) {
   for (const u32 factor : {1u, 8u}) {
     if (scan.SectorCount() < factor) continue;
     auto table = ReadGptTable(scan, scan.SectorCount() - factor, factor);
-    if (table && table->isIntact) return table;
+    if (table && table->state == GptState::kIntact) return table;
+  }
+  for (const u32 factor : {1u, 8u}) {
+    const auto sector = CopyByPrimary(scan, factor);
+    if (!sector) continue;
+    auto table = ReadGptTable(scan, *sector, factor);
+    const bool isCopy = table && table->ownLba * factor == *sector;
+    if (isCopy && table->state == GptState::kIntact) return table;
   }
   return std::nullopt;
 }
@@ -80,11 +118,9 @@ std::optional<GptTable> FindBackupGpt(Scan& scan) {
 GptState JudgeGpt(Scan& scan, u64 sector, u32 factor) {
   SectorBytes header;
   if (sector >= scan.SectorCount()) return GptState::kMissing;
-  if (!scan.ReadSector(sector, &header)) return GptState::kUnreadable;
-  if (!IsHeader(header)) return GptState::kMissing;
-  const auto table = ReadGptTable(scan, sector, factor);
-  if (!table) return GptState::kUnreadable;
-  return table->isIntact ? GptState::kIntact : GptState::kDamaged;
+  if (!scan.ReadSector(sector, &header)) return WhyUnread(scan, sector, 1);
+  const auto table = ReadHeaderAndArray(scan, sector, factor);
+  return table ? table->state : GptState::kMissing;
 }
 
 bool IsUsedGptEntry(std::span<const u8> entry) {

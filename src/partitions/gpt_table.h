@@ -25,7 +25,8 @@ struct GptTable {
   u64 otherLba;  // of the other copy's header
   SectorBytes header;
   std::vector<u8> array;
-  bool isIntact;  // by the checksums of header and array
+  u32 came;        // sectors of the array
+  GptState state;  // by the checksums; of a longer table than is read, by the header's alone
 
   u64 SectorOf(u64 lba) const { return (lba - ownLba) * factor + origin; }
   u32 EntryCount() const { return static_cast<u32>(array.size() / kEntryBytes); }
@@ -47,7 +48,8 @@ std::optional<GptPlace> FindGptHeader(std::span<const u8> front);
 // or none of the entries can be read.
 std::optional<GptTable> ReadGptTable(Scan& scan, u64 sector, u32 factor);
 
-// An intact table at the storage's end; none when there is none.
+// An intact table at the storage's end or, should the storage have grown, where the header of the
+// primary table says; none when there is none.
 std::optional<GptTable> FindBackupGpt(Scan& scan);
 
 // What stands in that sector of a table's copy.

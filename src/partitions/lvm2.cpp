@@ -87,7 +87,8 @@ std::optional<PhysicalVolume> ReadHeader(std::span<const u8> label) {
 // The first label that belongs where it is or, without one, the first at all.
 std::optional<PhysicalVolume> FindHeader(Scan& scan, const cPartTreeItem& node) {
   u8 front[kLabelSectors * kSectorBytes];
-  if (scan.Read(node.m_start, kLabelSectors, front) != kLabelSectors) return std::nullopt;
+  const bool isWhole = scan.ReadFront(node.m_start, kLabelSectors, front) == kLabelSectors;
+  if (!isWhole && !scan.IsForPeople()) return std::nullopt;
   std::span<const u8> first;
   for (u32 i = 0; i < kLabelSectors; ++i) {
     const auto sector = std::span<const u8>(front).subspan(i * kSectorBytes, kSectorBytes);

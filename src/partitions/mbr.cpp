@@ -260,10 +260,12 @@ bool ParseMbr(Scan& scan, cPartTreeItem& node) {
   if (IsDynamicDisk(scan, node)) return RunFormat(scan, node, kLdmFormat);
   if (scan.IsForPeople()) ChooseFactor(scan, node, sector);
   TableReader reader(scan, node);
-  for (size_t i = 0; i < kEntries; ++i) {
-    if (!reader.ReadEntry(EntryAt(sector.data(), i))) return false;
+  bool isWhole = true;
+  // A host relies on the table's ending with an entry whose chain breaks.
+  for (size_t i = 0; i < kEntries && (isWhole || scan.IsForPeople()); ++i) {
+    isWhole = reader.ReadEntry(EntryAt(sector.data(), i)) && isWhole;
   }
-  return true;
+  return isWhole;
 }
 
 }  // namespace larkspur

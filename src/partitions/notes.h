@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "base/types.h"
+#include "io/sparse_layout.h"
 
 namespace larkspur {
 
@@ -34,15 +35,20 @@ struct GptNote {
   std::string typeGuid;
   std::string guid;
   u64 attributes;
-  u64 lastSector;  // the last that belongs to it; the node ends before
+  u64 lastSector;   // the last that belongs to it; the node ends before
+  bool isReversed;  // the last lies before the first
 };
 
 // A GUID table and its copy at the other end of the disk.
-enum class GptState : u8 { kIntact, kDamaged, kMissing, kUnreadable };
+enum class GptState : u8 { kIntact, kDamaged, kMissing, kUnreadable, kNotInCache };
 struct GptTableNote {
+  // What the tree has of it.
+  enum class Shown : u8 { kPrimary, kBackup, kNothing };
+
   GptState primary;
   GptState backup;
-  bool isFromBackup;  // whether the nodes are made from the backup
+  Shown shown;
+  bool backupHelps;  // a tree from the backup would show what this one does not, or not for certain
   std::string diskGuid;
 };
 
@@ -56,6 +62,8 @@ struct LimitNote {
 struct UnreadNote {
   u64 start;
   u64 sectors;
+  // In the cache that the storage is read from, kPresent excluded; kUnreadable without one.
+  SectorStatus status;
 };
 
 // Whether what the node's type promises was found in it.

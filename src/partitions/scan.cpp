@@ -6,8 +6,9 @@
 #include <cstring>
 #include <limits>
 
-#include "io/base_io.h"
+#include "io/kvr_sparse_io.h"
 #include "partitions/detection.h"
+#include "partitions/gpt_table.h"
 
 namespace larkspur {
 namespace {
@@ -21,7 +22,8 @@ constexpr u32 kMaxGaps = 8;
 
 // By budget.
 constexpr std::array<u64, kBudgets> kLimits = {
-    Scan::kMaxNodes, Scan::kMaxSectorsRead, u64{8} << 20, 1 << 17, 1 << 20, 8192, Scan::kMaxDepth,
+    Scan::kMaxNodes, Scan::kMaxSectorsRead, u64{8} << 20, 1 << 17, 1 << 20, 8192,
+    Scan::kMaxDepth, GptTable::kMaxEntries,
 };
 
 u32 Depth(const cPartTreeItem& node) {
@@ -51,9 +53,10 @@ bool Scan::Refuse(Budget budget) {
 }
 
 u32 Scan::Read(u64 sector, u32 count, u8* buffer) {
-  if (sector >= m_sectorCount) return 0;
-  count = static_cast<u32>(std::min<u64>(count, m_sectorCount - sector));
-  if (!Spend(Budget::kSectors, count)) return 0;
+  const u64 left = m_sectorCount - std::min(sector, m_sectorCount);
+  if (count > left) ++m_misses;
+  count = static_cast<u32>(std::min<u64>(count, left));
+  if (count == 0 || !Spend(Budget::kSectors, count)) return 0;
   u32 done = 0;
   while (done < count) {
     u8* to = buffer + size_t{done} * kSectorBytes;
@@ -62,16 +65,11 @@ u32 Scan::Read(u64 sector, u32 count, u8* buffer) {
       continue;
     }
     const u32 run = UnknownRun(sector + done, count - done);
-    if (run == 0) {  // it failed before
-      m_missed.insert(sector + done);
-      break;
-    }
-    const u32 got = ReadUnknown(sector + done, run, to);
+    const u32 got = run > 0 ? Ask(sector + done, run, to, run <= kMaxKeptRun) : 0;
     done += got;
-    if (got < run) {
-      m_missed.insert(sector + done);
-      break;
-    }
+    if (got == run && run > 0) continue;
+    Miss(sector + done, sector + count);
+    break;
   }
   return done;
 }
@@ -82,10 +80,19 @@ u32 Scan::ReadAround(u64 sector, u32 count, u8* buffer) {
   count = static_cast<u32>(std::min<u64>(count, m_sectorCount - sector));
   u32 came = 0;
   u32 at = 0;
-  for (u32 gaps = 0; at < count && gaps < kMaxGaps; ++gaps) {
-    const u32 got = Read(sector + at, count - at, buffer + size_t{at} * kSectorBytes);
+  for (u32 gaps = 0; at < count && gaps < kMaxGaps;) {
+    u32 run = count - at;
+    if (const auto hole = m_failed.lower_bound(sector + at);
+        IsForPeople() && hole != m_failed.end()) {
+      run = static_cast<u32>(std::min<u64>(run, *hole - sector - at));
+    }
+    const u32 got = run > 0 ? Read(sector + at, run, buffer + size_t{at} * kSectorBytes) : 0;
     came += got;
-    at += got + 1;  // after the sector that did not come
+    at += got;
+    if (got == run && run > 0) continue;
+    if (run == 0) Miss(sector + at, sector + at + 1);
+    gaps += run > 0;  // what is known to fail costs nothing
+    ++at;
   }
   return came;
 }
@@ -100,10 +107,7 @@ void Scan::ReadAhead(u64 sector, u32 count) {
   if (count == 0 || UnknownRun(sector, count) != count) return;
   m_ahead.resize(std::max(m_ahead.size(), size_t{count} * kSectorBytes));  // zeroed once
   // A failure is met, and reported, by the caller that needs the sector.
-  const u32 got = m_io->SetPosition(sector) == sector ? m_io->Read(m_ahead.data(), count) : 0;
-  if (m_options.trace) m_options.trace->push_back({sector, count, std::min(got, count), m_asker});
-  Keep(sector, std::min(got, count), m_ahead.data());
-  if (got < count) m_failed.insert(sector + got);
+  Ask(sector, count, m_ahead.data(), true);
 }
 
 u64 Scan::CountKept(u64 sector, std::span<const u8>* bytes) const {
@@ -141,13 +145,78 @@ u32 Scan::UnknownRun(u64 sector, u32 count) const {
   return static_cast<u32>(end - sector);
 }
 
-u32 Scan::ReadUnknown(u64 sector, u32 count, u8* buffer) {
+std::vector<SectorRange> Scan::NotInCache(u64 sector, u32 count) const {
+  std::vector<SectorRange> ranges;
+  if (!m_options.cache) return ranges;
+  m_options.cache->VisitExtents(sector, count, [&](u64 start, u64 sectors, SectorStatus status) {
+    if (status != kPresent) ranges.push_back({start, sectors});
+    return true;
+  });
+  return ranges;
+}
+
+u32 Scan::Ask(u64 sector, u32 count, u8* buffer, bool keeps) {
+  std::vector<SectorRange> holes;
+  // Asked before where reading fetches nothing: another run may store what is being read.
+  if (m_io == m_options.cache) holes = NotInCache(sector, count);
   u32 got = m_io->SetPosition(sector) == sector ? m_io->Read(buffer, count) : 0;
   got = std::min(got, count);
   if (m_options.trace) m_options.trace->push_back({sector, count, got, m_asker});
-  if (got < count) m_failed.insert(sector + got);
-  if (count <= kMaxKeptRun) Keep(sector, got, buffer);
-  return got;
+  if (m_io != m_options.cache) holes = NotInCache(sector, got);
+  const u64 end = sector + got;
+  std::erase_if(holes, [end](const SectorRange& hole) { return hole.first >= end; });
+  if (got < count) holes.push_back({end, 1});
+  u64 at = sector;
+  for (const SectorRange& hole : holes) {
+    for (u64 i = 0; i < hole.count; ++i) m_failed.insert(hole.first + i);
+    if (keeps) Keep(at, static_cast<u32>(hole.first - at), buffer + (at - sector) * kSectorBytes);
+    at = hole.End();
+  }
+  if (keeps && at < end) {
+    Keep(at, static_cast<u32>(end - at), buffer + (at - sector) * kSectorBytes);
+  }
+  return holes.empty() ? got : static_cast<u32>(holes[0].first - sector);
+}
+
+void Scan::Miss(u64 sector, u64 end) {
+  ++m_misses;
+  for (auto at = m_failed.lower_bound(sector); at != m_failed.end() && *at < end; ++at) {
+    m_missed.insert(*at);
+  }
+}
+
+bool Scan::LacksFirstMissed(u64 first, u64 count) const {
+  const auto missed = m_missed.lower_bound(first);
+  if (missed == m_missed.end() || *missed - first >= count || !m_options.cache) return false;
+  bool lacks = false;
+  m_options.cache->VisitExtents(*missed, 1, [&lacks](u64, u64, SectorStatus status) {
+    lacks = status == kMissing;
+    return true;
+  });
+  return lacks;
+}
+
+Obstacles Scan::MetObstacles() const {
+  Obstacles met;
+  const auto add = [&met](u64 start, u64 sectors, SectorStatus status) {
+    met.unread.push_back({start, sectors, status == kPresent ? kUnreadable : status});
+    return true;
+  };
+  for (auto at = m_missed.begin(); at != m_missed.end();) {
+    const u64 start = *at;
+    u64 sectors = 0;
+    for (; at != m_missed.end() && *at == start + sectors; ++at) ++sectors;
+    if (m_options.cache) {
+      m_options.cache->VisitExtents(start, sectors, add);
+    } else {
+      add(start, sectors, kUnreadable);
+    }
+  }
+  for (size_t i = 0; i < kBudgets; ++i) {
+    const auto budget = static_cast<Budget>(i);
+    if (IsReached(budget)) met.limits.push_back({budget, LimitOf(budget)});
+  }
+  return met;
 }
 
 void Scan::Keep(u64 sector, u32 count, const u8* bytes) {

@@ -17,10 +17,13 @@
 #include <vector>
 
 #include "base/types.h"
+#include "io/sector_range.h"
 #include "partitions/notes.h"
 #include "partitions/part_tree_item.h"
 
 namespace larkspur {
+
+class cKVRSparseIO;
 
 using SectorBytes = std::array<u8, kSectorBytes>;
 
@@ -34,6 +37,12 @@ struct ScanRequest {
 inline constexpr char kDetection[] = "detection";
 using ScanTrace = std::vector<ScanRequest>;
 
+// What stood in the way of a run.
+struct Obstacles {
+  std::vector<UnreadNote> unread;  // sectors that were needed and did not come, in order
+  std::vector<LimitNote> limits;   // that were reached
+};
+
 // What a run is asked for beside the tree.
 struct ScanOptions {
   ScanTrace* trace = nullptr;  // where given, what was asked of the storage
@@ -42,8 +51,12 @@ struct ScanOptions {
   // A run for people reads what lies close together at once, and chooses the sectors that a table
   // counts in by what lies where the table leads.
   bool forPeople = false;
-  // Build the tree from the backup of a GUID table at the storage's end.
+  // Build the tree from the backup of a GUID table.
   bool fromBackupGpt = false;
+  // In a run for people, the cache that the storage is read from: what it lacks or has as
+  // unreadable counts as not having come, though the storage gives zeros for it.
+  cKVRSparseIO* cache = nullptr;
+  Obstacles* obstacles = nullptr;  // where given, what stood in the way
 };
 
 // What a run may use up.
@@ -54,9 +67,11 @@ enum class Budget : u8 {
   kItems,      // of such texts, or records of a dynamic disk's database, that are filed
   kLooks,      // at filed items, each time a volume is put together from them
   kPieces,     // of logical volumes
-  kDepth,      // of the tree, which has no count
+  // These have no count.
+  kDepth,    // of the tree
+  kEntries,  // of a GUID table
 };
-inline constexpr size_t kBudgets = 7;
+inline constexpr size_t kBudgets = 8;
 
 // Metadata that several nodes may share (lvm2.cpp).
 struct Lvm2Area;
@@ -79,8 +94,12 @@ class Scan {
   // that did not, or before the storage's end.
   u32 Read(u64 sector, u32 count, u8* buffer);
   // Reads what it can of [sector, sector+count): sectors that do not come are zero in the buffer,
-  // and after a few of them it gives up. Answers how many came.
+  // and after a few that were asked for in vain it gives up. Answers how many came.
   u32 ReadAround(u64 sector, u32 count, u8* buffer);
+  // Reads what is of use with holes, too: in a run for people ReadAround, else Read.
+  u32 ReadFront(u64 sector, u32 count, u8* buffer) {
+    return IsForPeople() ? ReadAround(sector, count, buffer) : Read(sector, count, buffer);
+  }
   bool ReadSector(u64 sector, SectorBytes* bytes) { return Read(sector, 1, bytes->data()) == 1; }
 
   bool IsForPeople() const { return m_options.forPeople || TakesNotes(); }
@@ -118,8 +137,12 @@ class Scan {
   static u64 LimitOf(Budget budget);
   u64 Left(Budget budget) const { return m_left[static_cast<size_t>(budget)]; }
   bool IsReached(Budget budget) const { return m_reached[static_cast<size_t>(budget)]; }
-  // Sectors that were needed and did not come, though the storage has them.
-  const std::set<u64>& Unread() const { return m_missed; }
+  // How often sectors were needed and did not come, those past the storage's end included.
+  u64 Misses() const { return m_misses; }
+  // Whether the first of [first, first+count) that was needed and did not come is one that the
+  // cache lacks.
+  bool LacksFirstMissed(u64 first, u64 count) const;
+  Obstacles MetObstacles() const;
 
   // The metadata area of LVM2 that begins at that sector, empty before it was first looked at.
   std::shared_ptr<const Lvm2Area>& Lvm2AreaAt(u64 sector) { return m_lvm2Areas[sector]; }
@@ -149,7 +172,12 @@ class Scan {
   // How many sectors from `sector` on, of `count`, are neither kept nor known to fail.
   u32 UnknownRun(u64 sector, u32 count) const;
   void Keep(u64 sector, u32 count, const u8* bytes);
-  u32 ReadUnknown(u64 sector, u32 count, u8* buffer);
+  // Those of [sector, sector+count) that are not in the cache, or unreadable there.
+  std::vector<SectorRange> NotInCache(u64 sector, u32 count) const;
+  // Asks the storage, and answers how many sectors came before the first that did not.
+  u32 Ask(u64 sector, u32 count, u8* buffer, bool keeps);
+  // Those of [sector, end) that are known to fail were needed.
+  void Miss(u64 sector, u64 end);
 
   cBaseIO* m_io;
   const cPartTreeItem* m_top = nullptr;
@@ -165,6 +193,7 @@ class Scan {
   std::vector<u8> m_ahead;
   std::set<u64> m_failed;
   std::set<u64> m_missed;  // of these, those that were needed
+  u64 m_misses = 0;
   std::map<u64, std::shared_ptr<const Lvm2Area>> m_lvm2Areas;
 };
 

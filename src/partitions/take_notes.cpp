@@ -17,6 +17,7 @@ namespace {
 
 constexpr size_t kDiskGuid = 56;
 constexpr size_t kPartitionGuid = 16;
+constexpr size_t kFirstLba = 32;
 constexpr size_t kLastLba = 40;
 constexpr size_t kAttributes = 48;
 constexpr size_t kName = 56;
@@ -42,6 +43,8 @@ bool IsMember(const cPartTreeItem& node) {
 }
 
 class NoteTaker {
+  using Shown = GptTableNote::Shown;
+
  public:
   NoteTaker(Scan& scan, const cPartTreeItem& root, TreeNotes& notes)
       : m_scan(scan), m_root(root), m_notes(notes) {}
@@ -52,19 +55,18 @@ class NoteTaker {
     }
     if (!m_foundTable) LookForLostTable();
     for (const cPartTreeItem* node = &m_root; node; node = NextInOrder(node)) TellContent(*node);
-    TellUnread();
-    TellLimits();
+    TellObstacles();
   }
 
  private:
   void TellTable(const cPartTreeItem& node);
   void TellPartitions(const cPartTreeItem& node, const GptTable& table);
   void LookForLostTable();
+  void AddTableNote(const cPartTreeItem& node, const GptTable& table, GptTableNote note);
   void TellContent(const cPartTreeItem& node);
-  void TellType(const cPartTreeItem& node, std::string_view found);
+  void TellType(const cPartTreeItem& node, std::string_view found, bool isAllSeen);
   std::string TypeGuidOf(const cPartTreeItem& node) const;
-  void TellUnread();
-  void TellLimits();
+  void TellObstacles();
 
   Scan& m_scan;
   const cPartTreeItem& m_root;
@@ -84,6 +86,7 @@ void NoteTaker::TellPartitions(const cPartTreeItem& node, const GptTable& table)
     note.guid = FieldGuid(entry.subspan(kPartitionGuid, kGuidBytes));
     note.attributes = LoadLe64(&entry[kAttributes]);
     note.lastSector = table.SectorOf(LoadLe64(&entry[kLastLba])) + table.factor - 1;
+    note.isReversed = LoadLe64(&entry[kLastLba]) < LoadLe64(&entry[kFirstLba]);
     m_notes.Add(*child, std::move(note));
     child = child->Next();
   }
@@ -92,40 +95,56 @@ void NoteTaker::TellPartitions(const cPartTreeItem& node, const GptTable& table)
 // The table that the node was made from, and its other copy.
 void NoteTaker::TellTable(const cPartTreeItem& node) {
   ScanAsker asker(m_scan, "notes");
-  m_foundTable = true;
   const bool isFromBackup = m_scan.Options().fromBackupGpt && &node == &m_root;
   std::optional<GptTable> table;
   if (isFromBackup) {
     table = FindBackupGpt(m_scan);
   } else {
     u8 front[kGptFrontSectors * kSectorBytes] = {};
-    m_scan.Read(node.m_start, kGptFrontSectors, front);
+    m_scan.ReadFront(node.m_start, kGptFrontSectors, front);
     const auto place = FindGptHeader(front);
     if (place) table = ReadGptTable(m_scan, node.m_start + place->sector, place->factor);
   }
   if (!table) return;
+  if (isFromBackup || table->origin == table->factor) m_foundTable = true;
   TellPartitions(node, *table);
   const u64 other = table->SectorOf(table->otherLba);
   const u32 arraySectors = static_cast<u32>(table->array.size() / kSectorBytes);
   if (!isFromBackup && other > arraySectors) {
     m_scan.ReadAhead(other - arraySectors, arraySectors + 1);
   }
-  const GptState own = table->isIntact ? GptState::kIntact : GptState::kDamaged;
   const GptState others = JudgeGpt(m_scan, other, table->factor);
-  m_notes.Add(node,
-              GptTableNote{isFromBackup ? others : own, isFromBackup ? own : others, isFromBackup,
-                           FieldGuid(std::span(table->header).subspan(kDiskGuid, kGuidBytes))});
+  if (isFromBackup) {
+    AddTableNote(node, *table, {others, table->state, Shown::kBackup, false, {}});
+    return;
+  }
+  // Only the copy of the storage's own table can be used.
+  const auto usable = table->state == GptState::kIntact ? std::nullopt : FindBackupGpt(m_scan);
+  const bool helps = usable && usable->origin == other;
+  AddTableNote(node, *table, {table->state, others, Shown::kPrimary, helps, {}});
 }
 
-// A table whose front is gone may be whole at the end.
+// A table may be whole at the storage's end though its front is gone, or at the front though
+// nothing leads to it any more.
 void NoteTaker::LookForLostTable() {
   ScanAsker asker(m_scan, "notes");
-  const auto backup = FindBackupGpt(m_scan);
-  if (!backup) return;
-  const GptState primary = JudgeGpt(m_scan, backup->SectorOf(backup->otherLba), backup->factor);
-  m_notes.Add(m_root,
-              GptTableNote{primary, GptState::kIntact, false,
-                           FieldGuid(std::span(backup->header).subspan(kDiskGuid, kGuidBytes))});
+  if (const auto backup = FindBackupGpt(m_scan)) {
+    const GptState primary = JudgeGpt(m_scan, backup->SectorOf(backup->otherLba), backup->factor);
+    AddTableNote(m_root, *backup, {primary, backup->state, Shown::kNothing, true, {}});
+    return;
+  }
+  for (const u32 factor : {1u, 8u}) {
+    const auto primary = ReadGptTable(m_scan, factor, factor);
+    if (!primary || primary->state != GptState::kIntact) continue;
+    const GptState backup = JudgeGpt(m_scan, primary->SectorOf(primary->otherLba), factor);
+    AddTableNote(m_root, *primary, {primary->state, backup, Shown::kNothing, false, {}});
+    return;
+  }
+}
+
+void NoteTaker::AddTableNote(const cPartTreeItem& node, const GptTable& table, GptTableNote note) {
+  note.diskGuid = FieldGuid(std::span(table.header).subspan(kDiskGuid, kGuidBytes));
+  m_notes.Add(node, std::move(note));
 }
 
 std::string NoteTaker::TypeGuidOf(const cPartTreeItem& node) const {
@@ -153,35 +172,36 @@ void NoteTaker::TellContent(const cPartTreeItem& node) {
   ScanAsker asker(m_scan, "notes");
   const bool mayHoldVmfs =
       node.m_type == kTypeVmfs || GptTypeWords(TypeGuidOf(node)) == "VMware VMFS";
-  const size_t unread = m_scan.Unread().size();
+  const u64 misses = m_scan.Misses();
   const auto content =
       FindContent(m_scan, node, mayHoldVmfs ? ContentReach::kFar : ContentReach::kUsual);
   if (content) m_notes.Add(node, *content);
-  const bool isKnown = content || m_scan.Unread().size() == unread;
-  const bool reachesPastEnd = node.m_start >= m_scan.SectorCount();
-  if (isKnown && !reachesPastEnd && !m_scan.IsReached(Budget::kSectors)) {
-    TellType(node, content ? content->name : std::string_view());
-  }
+  const bool isAllSeen = m_scan.Misses() == misses && !m_scan.IsReached(Budget::kSectors);
+  TellType(node, content ? content->name : std::string_view(), isAllSeen);
 }
 
-void NoteTaker::TellType(const cPartTreeItem& node, std::string_view found) {
+// What was not all seen may still hold what was not found.
+void NoteTaker::TellType(const cPartTreeItem& node, std::string_view found, bool isAllSeen) {
   if (node.Parent() && IsMember(*node.Parent())) return;  // no table gave the type
+  const auto add = [&](bool isKept, std::string_view expected) {
+    if (isKept || isAllSeen) m_notes.Add(node, TypeNote{isKept, expected});
+  };
   const std::string guid = TypeGuidOf(node);
   if (!guid.empty()) {
     const GptPromise promise = PromiseOfGptType(guid);
     if (promise.first.empty()) return;
     const bool isKept = !found.empty() && (found == promise.first || found == promise.second);
-    m_notes.Add(node, TypeNote{isKept, promise.first});
+    add(isKept, promise.first);
     return;
   }
   const u16 type = static_cast<const cScannedItem&>(node).m_tableType;
   if (const auto expected = ExpectedContent(type); !expected.empty()) {
-    m_notes.Add(node, TypeNote{KeepsPromise(type, found), expected});
+    add(KeepsPromise(type, found), expected);
   }
 }
 
-// Each at the innermost node that has the sector, or all at the storage when they are very many.
-void NoteTaker::TellUnread() {
+// What is unread stands at the innermost node that has it, or at the storage when it is very much.
+void NoteTaker::TellObstacles() {
   const auto nodeOf = [&](u64 sector) {
     const cPartTreeItem* node = &m_root;
     for (const cPartTreeItem* child = node->FirstChild(); child;) {
@@ -193,21 +213,12 @@ void NoteTaker::TellUnread() {
     return node;
   };
   constexpr size_t kMostPlaced = 4096;
-  const auto& unread = m_scan.Unread();
-  const bool isPlaced = unread.size() <= kMostPlaced;
-  for (auto at = unread.begin(); at != unread.end();) {
-    const u64 start = *at;
-    u64 sectors = 0;
-    for (; at != unread.end() && *at == start + sectors; ++at) ++sectors;
-    m_notes.Add(isPlaced ? *nodeOf(start) : m_root, UnreadNote{start, sectors});
+  const Obstacles met = m_scan.MetObstacles();
+  const bool isPlaced = met.unread.size() <= kMostPlaced;
+  for (const UnreadNote& unread : met.unread) {
+    m_notes.Add(isPlaced ? *nodeOf(unread.start) : m_root, unread);
   }
-}
-
-void NoteTaker::TellLimits() {
-  for (size_t i = 0; i < kBudgets; ++i) {
-    const auto budget = static_cast<Budget>(i);
-    if (m_scan.IsReached(budget)) m_notes.Add(m_root, LimitNote{budget, Scan::LimitOf(budget)});
-  }
+  for (const LimitNote& limit : met.limits) m_notes.Add(m_root, limit);
 }
 
 }  // namespace

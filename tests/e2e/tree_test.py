@@ -300,10 +300,27 @@ class TreeTest(program.ProgramTest):
         document = self.tree("disk.img", "--test-mode", "bad.map", "--cache", "c.kvrsp", status=3)
         self.assertEqual(len(document["tree"][0]["children"][0]["children"]), 8)
 
-    def test_a_cache_that_lacks_sectors_says_so(self):
-        self.make_source(1000)
-        run("image", "source.img", "part.kvrsp", "--start", 0, "--sectors", 16)
-        self.assertIn(b"not in the cache", self.call("tree", "part.kvrsp").stderr)
+    @needs("sfdisk")
+    def test_what_a_cache_lacks_is_neither_missing_nor_doubtful(self):
+        blank("disk.img", 40000)
+        self.sfdisk("disk.img", "label: gpt\nsize=2048,type=0657FD6D-A4AB-43C4-84E5-0933C84B4F4F\n")
+        run("image", "disk.img", "part.kvrsp", "--sectors", 64)
+        pathlib.Path("bad.map").write_text(mapfile_text(40000, [(2055, 1), (39999, 1)]))
+        run("image", "disk.img", "bad.kvrsp", "--test-mode", "bad.map")
+        for status, state, arguments in (("missing", "notInCache", ["part.kvrsp"]),
+                                         ("unreadable", "unreadable", ["bad.kvrsp"]),
+                                         ("unreadable", "unreadable", ["disk.img", "--test-mode", "bad.map"])):
+            with self.subTest(arguments):
+                table, = self.tree(*arguments, status=3)["tree"][0]["children"]
+                backup, = self.notes(table, "backup")
+                self.assertEqual((backup["primary"], backup["backup"]), ("intact", state))
+                swap, = table["children"]
+                self.assertEqual(self.notes(swap, "doubtful"), [])
+                self.assertEqual({note["status"] for node in (table, swap)
+                                  for note in self.notes(node, "unread")}, {status})
+                result = self.call("tree", *arguments, status=3)
+                self.assertIn(b"cache yet" if status == "missing" else b"are unreadable", result.stderr)
+                self.assertLess(len(result.stdout.splitlines()), 12)
 
     def test_what_is_no_storage_is_told(self):
         pathlib.Path("short.img").write_bytes(b"x" * 100)

@@ -11,6 +11,7 @@
 #include "base/endian.h"
 #include "base/owned.h"
 #include "fakes/disk_builder.h"
+#include "fakes/images.h"
 #include "fakes/recording_source.h"
 #include "fakes/tree_text.h"
 #include "io/base_io.h"
@@ -61,6 +62,25 @@ TEST(Scan, AFailedSectorIsNotAskedAgain) {
   EXPECT_TRUE(fakes::IsPattern(119, &buffer[19 * kSectorBytes]));
   EXPECT_TRUE(fakes::IsZero(&buffer[5 * kSectorBytes], kSectorBytes));
   EXPECT_LE(script->Asked(105), 1u);
+}
+
+TEST(Scan, WhatTheCacheLacksDidNotCome) {
+  const auto image = fakes::CreateImage(fakes::MakeStore(), 1000);
+  for (u64 sector = 0; sector < 1000; sector += 2) fakes::WritePattern(image.get(), sector, 1);
+  image->MarkSectorBad(3);
+  std::vector<u8> buffer(100 * kSectorBytes);
+  ScanTrace trace;
+  Scan scan(image.get(), {.trace = &trace, .forPeople = true, .cache = image.get()});
+  EXPECT_EQ(scan.Read(0, 10, buffer.data()), 1u);
+  EXPECT_EQ(scan.ReadAround(0, 100, buffer.data()), 50u);  // what is known to fail costs nothing
+  EXPECT_TRUE(fakes::IsPattern(98, &buffer[98 * kSectorBytes]));
+  EXPECT_EQ(trace.size(), 2u);
+  const auto unread = scan.MetObstacles().unread;
+  ASSERT_EQ(unread.size(), 50u);
+  EXPECT_EQ(unread[0].status, kMissing);
+  EXPECT_EQ(unread[1].start, 3u);
+  EXPECT_EQ(unread[1].status, kUnreadable);
+  EXPECT_EQ(Scan(image.get()).Read(0, 10, buffer.data()), 10u);  // a host sees zeros
 }
 
 // What people wait for costs few requests, also where nothing lies and all has to be tried.

@@ -129,13 +129,13 @@ cStorages::Adding cStorages::Add(OpenedStorage opened, size_t* index) {
   storage.path = opened.path;
   storage.title = TitleOf(storage);
   storage.mayBeRead = false;
-  if (storage.kind != StorageKind::kDrive) LetRead(*index);
   if (storage.kind == StorageKind::kCache) {
     storage.map = LookAt(storage.path, storage.sectors);
   } else {
     storage.source = {Owned<cBaseIO>(storage.IO()->Clone()), opened.traffic, storage.sectors,
                       storage.path};
   }
+  if (storage.kind != StorageKind::kDrive) LetRead(*index);
   return Adding::kAdded;
 }
 
@@ -144,7 +144,8 @@ void cStorages::LetRead(size_t index) {
   if (storage.mayBeRead) return;
   storage.mayBeRead = true;
   TreeNotes notes;
-  BuildPartitionTree(&storage.node->tree, storage.IO(), {.notes = &notes});
+  BuildPartitionTree(&storage.node->tree, storage.IO(),
+                     {.notes = &notes, .cache = storage.map.get()});
   storage.tree = TreeRows(storage.node->tree, notes);
 }
 

@@ -46,7 +46,9 @@ std::string FactsOf(const cPartTreeItem& node, const TreeNotes& notes) {
     const std::string words = RecordText(item->m_record, Records::kAnyModules);
     if (!words.empty()) facts += (facts.empty() ? "" : "; ") + words;
   }
-  for (const Note& note : notes.Of(node)) facts += (facts.empty() ? "" : "; ") + NoteText(note);
+  for (const std::string& line : NoteLines(notes.Of(node))) {
+    facts += (facts.empty() ? "" : "; ") + line;
+  }
   return facts;
 }
 
