@@ -7,6 +7,7 @@ import json
 import pathlib
 import re
 import shutil
+import struct
 import subprocess
 
 import program
@@ -270,6 +271,12 @@ class TreeTest(program.ProgramTest):
         first, second = self.tree("disk.img", "--test-mode", "bad.map", status=3)["tree"][0]["children"]
         self.assertEqual([(n["start"], n["sectors"]) for n in self.notes(first, "unread")], [(2050, 1)])
         self.assertEqual(self.notes(second, "unread"), [])
+
+    def test_a_limit_is_told_without_notes_too(self):
+        header = b"EFI PART" + bytes(16) + struct.pack("<Q40xQII", 1, 2, 16385, 128)
+        blank("gpt.img", 8192, (1, header), (2, b"\1" * 128))
+        for arguments in ([], ["--no-notes"]):
+            self.assertIn(b"the limit of 16384 entries", self.call("tree", "gpt.img", *arguments).stderr)
 
     # Through caches
 
