@@ -164,7 +164,7 @@ bool IsChainLink(const SectorBytes& sector) {
 // bytes.
 bool LeadsToGpt(Scan& scan, u64 start, u64 factor) {
   u8 front[kGptFrontSectors * kSectorBytes] = {};
-  return factor == 1 && scan.Read(start, kGptFrontSectors, front) > 0 && FindGptHeader(front);
+  return factor == 1 && scan.ReadFront(start, kGptFrontSectors, front) > 0 && FindGptHeader(front);
 }
 
 Evidence EvidenceOf(Scan& scan, const cPartTreeItem& node, const Entry& entry, u64 factor) {
@@ -220,8 +220,11 @@ SectorFactor FactorOf(Scan& scan, const cPartTreeItem& node, const SectorBytes& 
   constexpr u64 kLargeFactor = 4096 / kSectorBytes;
   const u64 told = scan.TableFactor();
   const u64 other = told == 1 ? kLargeFactor : 1;
+  const u64 misses = scan.Misses();
   const Evidence evidence = EvidenceOf(scan, node, sector, told);
   if (evidence == Evidence::kContent) return {told, true};
+  // What did not come may speak for the storage's word.
+  if (scan.Misses() > misses) return {told, false};
   const Evidence others = EvidenceOf(scan, node, sector, other);
   const bool isDoubtful = others > evidence || !AllEndInside(sector, told, scan.SectorCount());
   const bool isOther = others == Evidence::kContent || (told != 1 && isDoubtful);

@@ -53,10 +53,9 @@ bool Scan::Refuse(Budget budget) {
 }
 
 u32 Scan::Read(u64 sector, u32 count, u8* buffer) {
-  const u64 left = m_sectorCount - std::min(sector, m_sectorCount);
-  if (count > left) ++m_misses;
-  count = static_cast<u32>(std::min<u64>(count, left));
-  if (count == 0 || !Spend(Budget::kSectors, count)) return 0;
+  if (sector >= m_sectorCount) return 0;
+  count = static_cast<u32>(std::min<u64>(count, m_sectorCount - sector));
+  if (!Spend(Budget::kSectors, count)) return 0;
   u32 done = 0;
   while (done < count) {
     u8* to = buffer + size_t{done} * kSectorBytes;

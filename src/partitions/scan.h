@@ -137,7 +137,7 @@ class Scan {
   static u64 LimitOf(Budget budget);
   u64 Left(Budget budget) const { return m_left[static_cast<size_t>(budget)]; }
   bool IsReached(Budget budget) const { return m_reached[static_cast<size_t>(budget)]; }
-  // How often sectors were needed and did not come, those past the storage's end included.
+  // How often sectors that the storage has were needed and did not come.
   u64 Misses() const { return m_misses; }
   // Whether the first of [first, first+count) that was needed and did not come is one that the
   // cache lacks.

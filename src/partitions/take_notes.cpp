@@ -176,7 +176,10 @@ void NoteTaker::TellContent(const cPartTreeItem& node) {
   const auto content =
       FindContent(m_scan, node, mayHoldVmfs ? ContentReach::kFar : ContentReach::kUsual);
   if (content) m_notes.Add(node, *content);
-  const bool isAllSeen = m_scan.Misses() == misses && !m_scan.IsReached(Budget::kSectors);
+  const u64 end = m_scan.SectorCount();
+  const bool isInside = node.m_start < end && m_scan.TableLength(node) <= end - node.m_start;
+  const bool isAllSeen =
+      isInside && m_scan.Misses() == misses && !m_scan.IsReached(Budget::kSectors);
   TellType(node, content ? content->name : std::string_view(), isAllSeen);
 }
 

@@ -181,6 +181,15 @@ TEST(Notes, APartitionThatEndsBeforeItStartsIsTold) {
   EXPECT_TRUE(Has(Told(disk), "last sector 400, before its first")) << Told(disk);
 }
 
+// Where the entries lead when they count in 512 bytes may lie what speaks for that.
+TEST(Notes, WhatDidNotComeMovesNoPartition) {
+  DiskBuilder disk = DiskBuilder(kSectors).MbrEntry(0, 0, 7, 256, 400);
+  disk.Text(2048, 3, "NTFS    ").Le(2048, 510, 2, 0xAA55);
+  EXPECT_TRUE(Has(Told(disk), "2048+3200 7"));
+  EXPECT_TRUE(Has(Told(Failing(disk, 256).get()), "256+400 7"));
+  EXPECT_TRUE(Has(ToldFromCache(disk, 256, true), "256+400 7"));
+}
+
 // What a bad sector hides from a host, people see.
 TEST(Notes, PeopleSeeATableAroundABadSector) {
   const DiskBuilder disk = DiskBuilder(kSectors)
