@@ -86,9 +86,10 @@ ExitStatus ShowTree(const TreeOptions& options, cBaseIO* io, Cache* cache) {
   const bool understood = BuildPartitionTree(tree.Head(), io, scan);
   if (!tree.Root()) return Fail(options.source + ": the storage has no sectors");
   if (options.backupGpt && !understood) {
+    TellObstacles(options.source, true, met);
     return Fail(options.source +
-                ": there is no intact backup GUID table, neither at its end nor where its primary "
-                "table says");
+                ": no intact backup GUID table was found at its end, nor where its primary table "
+                "says");
   }
   PrintTree(options, *tree.Root(), notes, understood, trace);
   TellObstacles(options.source, understood, met);

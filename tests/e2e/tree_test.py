@@ -312,6 +312,8 @@ class TreeTest(program.ProgramTest):
         blank("disk.img", 40000)
         self.sfdisk("disk.img", "label: gpt\nsize=2048,type=0657FD6D-A4AB-43C4-84E5-0933C84B4F4F\n")
         run("image", "disk.img", "part.kvrsp", "--sectors", 64)
+        failed = self.call("tree", "part.kvrsp", "--backup-gpt", status=1).stderr
+        self.assertIn(b"sectors that were needed are not in the cache yet", failed)
         pathlib.Path("bad.map").write_text(mapfile_text(40000, [(2055, 1), (39999, 1)]))
         run("image", "disk.img", "bad.kvrsp", "--test-mode", "bad.map")
         for status, state, arguments in (("missing", "notInCache", ["part.kvrsp"]),

@@ -144,6 +144,7 @@ TEST_F(StoragesTest, ACacheAloneIsAStorage) {
   ASSERT_EQ(cache, 2u);
   EXPECT_EQ(storages.At(cache).kind, StorageKind::kCache);
   EXPECT_TRUE(storages.At(cache).map);
+  EXPECT_NE(storages.At(cache).tree[0].facts.find(u"not in the cache yet"), std::u16string::npos);
 }
 
 TEST_F(StoragesTest, WhatDoesNotOpenIsNamedWithTheReason) {
