@@ -51,9 +51,14 @@ TEST(Report, SaysWhatItKnowsAndLeavesOutTheRest) {
   EXPECT_TRUE(Has(page, "not read yet"));
   EXPECT_FALSE(Has(page, "a laboratory"));
   for (const char* absent :
-       {"The disk</h2>", "How it went", "Where reading failed", "Partitions"}) {
-    EXPECT_FALSE(Has(page, absent));
+       {"The disk</h2>", "How it went", "Where reading failed", "Partitions", "could not read"}) {
+    EXPECT_FALSE(Has(page, absent)) << absent;
   }
+  fakes::WritePattern(image.get(), 250, 750);
+  facts.files->AddObstacle("This build cannot list files.");
+  const std::string whole = WriteReport(image.get(), facts);
+  EXPECT_FALSE(Has(whole, "No files were found yet"));
+  EXPECT_FALSE(Has(whole, "bytes was not read yet"));
 }
 
 }  // namespace
