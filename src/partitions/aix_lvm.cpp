@@ -57,7 +57,7 @@ struct Run {
 
 std::optional<Group> ReadGroup(Scan& scan, const cPartTreeItem& node) {
   u8 bytes[8 * kSectorBytes];
-  if (scan.Read(node.m_start, 8, bytes) != 8) return std::nullopt;
+  if (!scan.ReadUsable(node.m_start, 8, bytes)) return std::nullopt;
   ByteReader record(bytes);
   const u32 shift = record.Be16(kPartitionSize);
   if (record.Be16(kVersion) != 1 || shift < kSectorShift || shift > kMaxPartitionShift) {

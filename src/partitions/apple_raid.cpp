@@ -101,9 +101,7 @@ bool ProbeAppleRaid(Scan& scan, const cPartTreeItem& node, NodeFront /*front*/) 
 bool ParseAppleRaid(Scan& scan, cPartTreeItem& node) {
   const auto place = FindHeader(scan, node);
   u8 header[kHeaderSectors * kSectorBytes];
-  if (!place || scan.Read(node.m_start + *place, kHeaderSectors, header) != kHeaderSectors) {
-    return false;
-  }
+  if (!place || !scan.ReadUsable(node.m_start + *place, kHeaderSectors, header)) return false;
   const PropertyList properties(std::span<const u8>(header).subspan(kProperties));
   const auto sectors = DataSectors(properties, header, *place);
   if (properties.IsEmpty() || !sectors) return false;

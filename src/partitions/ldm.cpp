@@ -132,7 +132,7 @@ bool ReadDatabase(Scan& scan, const PrivateHeader& header, LdmDatabase* database
   std::array<u8, kSectorsAtOnce * kSectorBytes> buffer;
   for (u64 sector = range->first; sector < range->last; sector += kSectorsAtOnce) {
     const u32 count = static_cast<u32>(std::min<u64>(kSectorsAtOnce, range->last - sector));
-    if (scan.Read(start + sector, count, buffer.data()) != count) return false;
+    if (!scan.ReadUsable(start + sector, count, buffer.data())) return false;
     const auto bytes = std::span<const u8>(buffer).first(size_t{count} * kSectorBytes);
     if (!AddRecords(scan, bytes, range->recordBytes, database)) return false;
   }

@@ -147,7 +147,7 @@ std::optional<Member> ReadMember(Scan& scan, const cPartTreeItem& node) {
     const u64 sector = node.m_start + place.sector;
     SuperBytes bytes;
     if (scan.Read(sector, 1, bytes.data()) != 1 || !HasMagic(bytes)) continue;
-    if (scan.Read(sector, kSuperSectors, bytes.data()) != kSuperSectors) continue;
+    if (!scan.ReadUsable(sector, kSuperSectors, bytes.data())) continue;
     auto member = place.major == 1 ? ReadSuper1(place, bytes) : ReadSuper0(place, bytes);
     if (member && DataAreaIsApart(place, *member)) return member;
   }

@@ -100,6 +100,11 @@ class Scan {
   u32 ReadFront(u64 sector, u32 count, u8* buffer) {
     return IsForPeople() ? ReadAround(sector, count, buffer) : Read(sector, count, buffer);
   }
+  // The same for those who need nothing to be there in particular: false when too little came.
+  bool ReadUsable(u64 sector, u32 count, u8* buffer) {
+    const u32 came = ReadFront(sector, count, buffer);
+    return came == count || (came > 0 && IsForPeople());
+  }
   bool ReadSector(u64 sector, SectorBytes* bytes) { return Read(sector, 1, bytes->data()) == 1; }
 
   bool IsForPeople() const { return m_options.forPeople || TakesNotes(); }

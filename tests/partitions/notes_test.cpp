@@ -220,6 +220,12 @@ TEST(Notes, PeopleSeeATableAroundABadSector) {
     EXPECT_TRUE(Has(told, fmt::format("sector {} was needed and is unreadable\n", test.bad)));
     EXPECT_TRUE(told.ends_with("(false)\n")) << told;
   }
+  // A member's superblock of eight sectors, one of them bad.
+  DiskBuilder member(kSectors);
+  member.Le(3968, 0, 4, 0xA92B4EFC).Le(3968, 40, 4, 2).Le(3968, 28, 4, 1).Le(3968, 32, 4, 1000);
+  const auto failing = Failing(member, 3973);
+  EXPECT_FALSE(Has(fakes::TreeText(failing.get()), "raid1"));
+  EXPECT_TRUE(Has(Told(failing.get()), "raid1")) << Told(failing.get());
 }
 
 }  // namespace
