@@ -78,10 +78,14 @@ SectorRange Engine::Widened(SectorRange range) const {
   return {first, end - first};
 }
 
+bool Engine::CountAll() {
+  StatusTotals& all = m_progress.all;
+  const bool isCounted = all.present + all.unreadable + all.missing > 0;
+  return isCounted || m_store->Count({0, m_sectors}, &all);
+}
+
 bool Engine::Want(const ExtentSet& domain) {
-  if (m_progress.all.present + m_progress.all.unreadable + m_progress.all.missing == 0 &&
-      !m_store->Count({0, m_sectors}, &m_progress.all))
-    return StopForUnreadableCache();
+  if (!CountAll()) return StopForUnreadableCache();
   ExtentSet wanted;
   domain.Visit({0, m_sectors}, [&](SectorRange part) { wanted.Add(Widened(part)); });
   wanted.Remove(m_planned);
@@ -355,6 +359,7 @@ u64 Engine::Fetch(SectorRange range, u8* out) {
 }
 
 StopReason Engine::Finish() {
+  CountAll();  // nothing may have been wanted; the log tells the storage's counts all the same
   const bool isProofWanted = m_reason == StopReason::kNone && !m_ledger.refused.IsEmpty();
   // Whoever stops a run may do so because the disk hangs.
   if (isProofWanted && !Prove()) m_unprovedAtEnd += m_ledger.TakeBack();

@@ -114,6 +114,7 @@ class Engine {
   // The order of work.
   void Begin(Phase phase);
   void SetWitnessesAside();
+  bool CountAll();
   enum class Skip { kNothing, kFailures, kFailuresAndSlowness };
   void Scan(Phase phase, bool forward, Skip skip, SectorRange within);
   void Trim();
