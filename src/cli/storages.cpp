@@ -134,7 +134,7 @@ std::string CacheWords(const std::string& name, const CacheFault& fault, u64 sou
     case CacheFaultKind::kForeign:
       return name + ": this file is not a cache and is left as it is; choose another name";
     case CacheFaultKind::kDamagedHeader:
-      return name + ": this is no cache, or its header is damaged; 'larkspur check' says more";
+      return name + ": this is not a cache, or its header is damaged; 'larkspur check' says more";
     case CacheFaultKind::kIncomplete:
       return name +
              ": the cache ends too early; 'larkspur check --repair' repairs what can be repaired";

@@ -76,7 +76,7 @@ inline constexpr char16_t kReadWithoutCache[] =
 inline constexpr char16_t kCounting[] = u"Counting...";
 inline constexpr char16_t kOpenAlready[] = u"This storage is already open.";
 inline constexpr char16_t kMadeAlready[] =
-    u"This storage, or one with the same cache, is already open.\nThe new one was closed again.";
+    u"This storage, or one with the same cache, is already open.\nThe one opened now was closed.";
 inline constexpr char16_t kNothingMade[] = u"No storage was made.";
 inline constexpr char16_t kNoModule[] = u"There is no module beside the program.";
 inline constexpr char16_t kNoMemory[] = u"There is not enough memory.";

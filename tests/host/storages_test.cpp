@@ -157,7 +157,7 @@ TEST_F(StoragesTest, WhatDoesNotOpenIsNamedWithTheReason) {
   const struct {
     std::u16string path, mapfile, named, reason;
   } rows[] = {
-      {zeros, {}, zeros, u"no cache, or its header is damaged; \"larkspur check\""},
+      {zeros, {}, zeros, u"not a cache, or its header is damaged; \"larkspur check\""},
       {folder.File(u"damaged"), {}, folder.File(u"damaged"), u"header is damaged"},
       {folder.File(u"absent"), {}, folder.File(u"absent"), u"cannot be opened for reading:\n"},
       {MakeDisk(u"empty", 0), {}, folder.File(u"empty"), u"no whole sector"},

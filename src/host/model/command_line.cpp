@@ -64,8 +64,9 @@ struct Arguments {
     app.footer(kStatuses);
     show = app.add_option("STORAGE", line.names, "Show the window, with these storages open")
                ->type_name("[STORAGE...]");
-    list = app.add_flag("--list", listed,
-                        "List the modules beside the program, and why other libraries are none");
+    list = app.add_flag(
+        "--list", listed,
+        "List the modules beside the program, and why other libraries are not modules");
     open =
         app.add_option("--open", opened, "Open an image, a cache or a drive")->type_name("STORAGE");
     make = app.add_option("--make", made, "Make a read-once storage with the module's own dialog")

@@ -87,7 +87,7 @@ Opening OpenStorage(const std::u16string& path, const std::u16string& testMapfil
   if (!cache) return OpenSourceOf(std::move(storage), testMapfile);
   if (!*cache) {
     return Refused(storage.path,
-                   "This is no cache, or its header is damaged; \"larkspur check\" says more.");
+                   "This is not a cache, or its header is damaged; \"larkspur check\" says more.");
   }
   storage.kind = StorageKind::kCache;
   if ((*cache)->damage) {

@@ -237,8 +237,8 @@ std::u16string EndWords(const ReadingReport& ended) {
       return Words("Stopped. \"Read everything\" resumes from there.");
     case ReadingEnd::kSourceGone:
       return FaultWords("The source has become shorter or is gone.", ended.sourcePath,
-                        "What was read is kept. Close it, open it again when it is back, and "
-                        "resume.");
+                        "What was read is kept. When it is back, close the storage, open it "
+                        "again, and resume.");
     case ReadingEnd::kNotAnswering:
       return FaultWords("The disk has stopped answering.", ended.sourcePath,
                         "Switch its power off and on, check the cable, let it cool down, then read "
