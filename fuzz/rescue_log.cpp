@@ -13,7 +13,7 @@ namespace {
 constexpr larkspur::u64 kSectors = 100000;
 
 larkspur::RescueHistory Read(std::string_view text, size_t piece) {
-  larkspur::HistoryReader reader(kSectors);
+  larkspur::HistoryReader reader(kSectors, "boot");
   for (; text.size() > piece; text.remove_prefix(piece)) reader.Feed(text.substr(0, piece));
   reader.Feed(text);
   return reader.Finish();

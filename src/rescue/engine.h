@@ -129,6 +129,7 @@ class Engine {
   // One stream of requests: what `next` gives is asked in order; `settled` hears of each answer.
   void Stream(const Next& next, const Settled& settled);
   bool TakeAnswers(const Settled& settled);
+  void StopWhileWaiting();
   bool IsAwaited() { return !m_isServing && m_options.isAwaited && m_options.isAwaited(); }
   void GiveWay(const Settled& settled);
   bool StoreAnswers(const Asked* first, u32 count);
@@ -197,6 +198,7 @@ class Engine {
   ExtentSet m_knownGoodAsked;
   u64 m_picks = 0;
   size_t m_unprovedAtEnd = 0;
+  size_t m_unprovedTold = 0;  // as it was last told while a request hung
 
   SectorRange m_roomMade;
   ExtentSet m_storing;

@@ -99,7 +99,7 @@ bool Engine::TakeAnswers(const Settled& settled) {
   const u32 count = m_queue.Wait(kTickSeconds, AskQueue::kSlots, &first);
   if (count == 0) {
     m_progress.isWaiting = m_clock->Seconds() - m_askStarted > kHangSeconds;
-    if (*m_stop) m_queue.Drop();
+    if (*m_stop) StopWhileWaiting();
   } else {
     m_progress.isWaiting = false;
     m_askStarted = m_clock->Seconds();
@@ -113,6 +113,16 @@ bool Engine::TakeAnswers(const Settled& settled) {
   SyncWhenDue();
   Tell();
   return count > 0;
+}
+
+// A request hangs, and the run is to stop. Who wishes so again ends it without a word, so that the
+// log must know by then what is not to count.
+void Engine::StopWhileWaiting() {
+  m_queue.Drop();
+  if (!m_progress.isWaiting || m_ledger.Recent() == m_unprovedTold) return;
+  m_unprovedTold = m_ledger.Recent();
+  m_log->Write(LogEvent("unproved").Add("count", u64{m_unprovedTold}));
+  m_log->Sync();
 }
 
 // Neighbours are stored at once.

@@ -46,6 +46,8 @@ class Ledger {
   // A piece that had failed was asked again as a whole, and refused again.
   void Spend(SectorRange range);
 
+  // How many refusals there were since the last sign of life.
+  size_t Recent() const { return m_recent.size(); }
   bool HasUnproved() const { return !m_recent.empty() || !refused.IsEmpty(); }
   // The disk is alive: marks what was refused. *marked grows by the sectors marked. False when the
   // cache does not take it.

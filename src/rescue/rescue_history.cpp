@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "platform/boot.h"
 #include "platform/owned_file.h"
 #include "platform/system_error.h"
 
@@ -113,7 +114,8 @@ std::optional<SectorRange> HistoryReader::RangeOf(const JsonLine& event) const {
 }
 
 void HistoryReader::TakeOpen(const JsonLine& event) {
-  if (!m_history.ended) GiveUpUnproved();
+  const std::string boot = event.Text("boot").value_or("");
+  GiveUpUnproved(boot);
   Settle(0);
   SourceIdentity source = SourceIn(event);
   const u32 stamp = static_cast<u32>(event.Number("stamp").value_or(0));
@@ -126,7 +128,7 @@ void HistoryReader::TakeOpen(const JsonLine& event) {
   if (m_history.stamp != stamp) m_history.storing.Clear();
   m_history.source = std::move(source);
   m_history.stamp = stamp;
-  m_history.boot = event.Text("boot").value_or("");
+  m_history.boot = boot;
   m_history.ended = false;
   if (m_history.runs.size() == RescueHistory::kMaxRuns) {
     m_history.runs.erase(m_history.runs.begin());
@@ -176,9 +178,10 @@ void HistoryReader::TakeBack(u64 count) {
   m_recent.clear();
 }
 
-// A run that was killed, or whose machine was switched off, may have been ended because the disk
-// hung. What it refused alone since it was last known to be alive is asked alone once more.
-void HistoryReader::GiveUpUnproved() {
+// A machine that was switched off during a run may have been so because the disk hung. What that
+// refused alone since it was last known to be alive is asked alone once more.
+void HistoryReader::GiveUpUnproved(const std::string& bootAfter) {
+  if (m_history.ended || m_history.boot == bootAfter) return;
   for (Failed& failed : m_recent) failed.alone = failed.alone && failed.isByMedium;
 }
 
@@ -204,13 +207,13 @@ void HistoryReader::AddPoint(const JsonLine& event) {
 }
 
 RescueHistory HistoryReader::Finish() {
-  if (!m_history.ended) GiveUpUnproved();
+  GiveUpUnproved(m_boot);
   Settle(0);
   return std::move(m_history);
 }
 
 RescueHistory ReadHistory(const std::u16string& path, u64 sectorLimit) {
-  HistoryReader reader(sectorLimit);
+  HistoryReader reader(sectorLimit, platform::BootId());
   if (platform::KindOfPath(path.c_str()) != platform::PathKind::kFile) return reader.Finish();
   platform::SetLastFailure(0);
   const platform::OwnedFile file(platform::OpenExistingFile(path.c_str(), platform::kOpenRead));

@@ -76,7 +76,9 @@ std::string_view FailureKindName(FailureKind kind);
 // not exist.
 class HistoryReader {
  public:
-  explicit HistoryReader(u64 sectorLimit) : m_limit(sectorLimit) {}
+  // `boot` names the time since this machine last started (platform/boot.h).
+  HistoryReader(u64 sectorLimit, std::string boot)
+      : m_limit(sectorLimit), m_boot(std::move(boot)) {}
 
   void Feed(std::string_view bytes);
   // A last line without its end was cut off by a crash and does not count.
@@ -98,12 +100,13 @@ class HistoryReader {
   // Commits what was tried, but for the last `unproved` failures.
   void Settle(size_t unproved);
   void TakeBack(u64 count);
-  void GiveUpUnproved();
+  void GiveUpUnproved(const std::string& bootAfter);
   void KeepSlow(const SlowArea& area);
   std::optional<SectorRange> RangeOf(const JsonLine& event) const;
   HistoryRun& Run();
 
   u64 m_limit;
+  std::string m_boot;
   std::string m_partial;
   bool m_overlong = false;
   std::vector<Failed> m_recent;  // the last failures, which an end may take back

@@ -126,7 +126,7 @@ u64 MemoryRescueStore::Count(SectorStatus status) const {
 }
 
 RescueHistory MemoryLog::History(u64 sectors) const {
-  HistoryReader reader(sectors);
+  HistoryReader reader(sectors, boot);
   reader.Feed(text);
   return reader.Finish();
 }

@@ -99,6 +99,7 @@ class MemoryLog final : public RescueLog {
   }
   void Sync() override {}
   // What a new run would read.
+  std::string boot = "1";  // of the machine, now
   RescueHistory History(u64 sectors) const;
   u64 Events(const std::string& name) const;
 

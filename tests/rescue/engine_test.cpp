@@ -39,7 +39,7 @@ class EngineTest : public testing::Test {
   }
   StopReason RunOn(const std::function<void(Engine&)>& work) {
     RescueHistory history = m_log.History(m_store.Sectors());
-    m_log.Write(LogEvent("open").Add("source", m_disk.identity));
+    m_log.Write(LogEvent("open").Add("source", m_disk.identity).Add("boot", m_log.boot));
     Engine engine(&m_disk, &m_store, &m_log, &m_clock, &m_stop, m_options);
     engine.Resume(&history);
     work(engine);
@@ -193,7 +193,10 @@ TEST_F(EngineTest, AHungDiskLosesNothingWhateverEndsTheRun) {
       m_disk.bad.Add({3000, 200});
       m_disk.bad.Add({20000, 5});
       m_disk.misfortune = [&](u64 ask, u64, u32) {
-        if (ask == dies + 10 && !isStopped) throw Killed();
+        if (ask == dies + 10 && !isStopped) {
+          m_log.boot += "1";
+          throw Killed();
+        }
         if (ask == dies + 10) m_stop = true;
         return ask >= dies ? FailureKind::kUnclear : FailureKind::kNone;
       };
@@ -448,7 +451,9 @@ TEST_F(EngineTest, WhateverHappensTheRulesHold) {
       const u64 stopAt = isLast ? kNowhere : random.Below(800);
       m_stop = false;
       m_log.onWrite = [&] {
-        if (killAt-- == 0) throw Killed();
+        if (killAt-- > 0) return;
+        if (dieAt != kNowhere) m_log.boot += "1";  // the machine is switched off
+        throw Killed();
       };
       m_options.onSilent = nullptr;
       if (random.Below(2)) {
