@@ -372,7 +372,7 @@ void RunWalker(platform::HelperLine& line, u64 sectors, WalkTask task) {
     image.Tell(WalkMessage::kNothing, {});
   } else {
     const std::string kind = tsk_fs_type_toname(fs->ftype);
-    image.Tell(WalkMessage::kOpened, {kind, std::string_view("", 1), Label(fs)});
+    image.Tell(WalkMessage::kOpened, {kind, std::string_view("\0", 1), Label(fs)});
     Walker(&image, fs).Run(sectors, task);
   }
   image.Tell(WalkMessage::kEnd, {});

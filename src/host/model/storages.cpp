@@ -124,7 +124,7 @@ cStorages::Adding cStorages::Add(OpenedStorage opened, size_t* index) {
   }
   if (!AppendNode(opened.io.get())) return Adding::kNoMemory;
   Storage& storage = At(*index);
-  opened.io.release();  // the list's from now on
+  static_cast<void>(opened.io.release());  // the list's from now on
   storage.kind = opened.kind;
   storage.path = opened.path;
   storage.title = TitleOf(storage);
