@@ -54,11 +54,6 @@ RescueSession::RescueSession(Source* source, Cache* cache, const std::u16string&
 
 Result<void, SessionFault> RescueSession::Open(EngineOptions options, bool otherSource) {
   const std::u16string logPath = LogPathOf(m_cachePath);
-  const std::vector<std::u16string> used = {WideFromUtf8(m_source->asked->Identity().path),
-                                            m_cachePath};
-  if (const auto fault = FaultOfLog(logPath, used)) {
-    return Failed(SessionFault{SessionFaultKind::kLog, 0, *fault});
-  }
   RescueHistory history = ReadHistory(logPath, m_source->sectors);
   m_wrongLogLine = history.firstWrongLine;
   // A log of another cache of the same name says nothing of this one.
@@ -85,7 +80,7 @@ Result<void, SessionFault> RescueSession::Open(EngineOptions options, bool other
     if (!disbelieved) return FailedAs(SessionFaultKind::kCacheUnreadable);
     m_disbelieved = *disbelieved;
   }
-  auto log = FileLog::Open(logPath, used);
+  auto log = FileLog::Open(logPath, {WideFromUtf8(m_source->asked->Identity().path), m_cachePath});
   if (!log) return Failed(SessionFault{SessionFaultKind::kLog, 0, log.error()});
   m_log = std::move(*log);
   m_log->Write(LogEvent("open")

@@ -131,7 +131,6 @@ std::optional<LogFault> FaultOfLog(const std::u16string& path,
 Result<std::unique_ptr<FileLog>, LogFault> FileLog::Open(const std::u16string& path,
                                                          const std::vector<std::u16string>& used) {
   if (const auto fault = FaultOfLog(path, used)) return Failed(*fault);
-  platform::SetLastFailure(0);
   const bool isNew = platform::KindOfPath(path.c_str()) == platform::PathKind::kAbsent;
   constexpr u32 kReadWrite = platform::kOpenRead | platform::kOpenWrite;
   platform::SetLastFailure(0);
