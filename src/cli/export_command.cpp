@@ -77,7 +77,8 @@ std::string TargetWords(const std::string& output, const TargetFault& fault) {
 
 // What is to be written, in sectors.
 Result<SectorRange, ExitStatus> FindRange(const ExportOptions& options, cKVRSparseIO* image) {
-  if (!options.partition.empty()) return FindPartition(image, options.cache, options.partition);
+  if (!options.partition.empty())
+    return FindPartition(image, image, options.cache, options.partition);
   const u64 sectors = image->GetSectorCount();
   if (options.start >= sectors) {
     Tell(fmt::format("--start {} lies past the end: the cache has {} sectors", options.start,

@@ -115,10 +115,14 @@ class FilesRun {
 
 // `engine` as FindPartition has it.
 Result<std::vector<PlacedVolume>, ExitStatus> FindVolumes(const FilesOptions& options,
-                                                          cBaseIO* storage,
+                                                          cBaseIO* storage, cKVRSparseIO* cache,
                                                           const Engine* engine = nullptr) {
-  if (options.partition.empty()) return VolumesOf(storage);
-  const auto range = FindPartition(storage, options.cache, options.partition, engine);
+  if (options.partition.empty()) {
+    VolumeLayout layout = LayoutOf(storage, cache);
+    TellObstacles(options.cache, true, layout.met);
+    return std::move(layout.volumes);
+  }
+  const auto range = FindPartition(storage, cache, options.cache, options.partition, engine);
   if (!range) return Failed(range.error());
   return std::vector<PlacedVolume>{{options.partition, *range}};
 }
@@ -147,7 +151,7 @@ ExitStatus FetchMetadata(const FilesOptions& options) {
   RescueProgressLine line(false);
   rescue.engine().OnProgress([&line](const RescueProgress& progress) { line.Show(progress); });
   cRescueIO io(&rescue.engine());
-  const auto volumes = FindVolumes(options, &io, &rescue.engine());
+  const auto volumes = FindVolumes(options, &io, rescue.Image(), &rescue.engine());
   RescuedStorage storage(&rescue);
   for (const PlacedVolume& volume : volumes.value_or(std::vector<PlacedVolume>())) {
     if (rescue.engine().Reason() != StopReason::kNone) break;
@@ -169,7 +173,7 @@ ExitStatus RunFiles(const FilesOptions& options) {
   auto cache = OpenCacheToLook(options.cache);
   if (!cache) return cache.error();
   StatusMap map(cache->image.get());
-  const auto volumes = FindVolumes(options, cache->image.get());
+  const auto volumes = FindVolumes(options, cache->image.get(), cache->image.get());
   if (!volumes) return volumes.error();
   CacheStorage storage(cache->image.get(), map);
   const auto output = MakeFilesOutput(options.cache, options.json);

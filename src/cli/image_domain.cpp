@@ -18,26 +18,19 @@ namespace {
 
 Result<ExtentSet, ExitStatus> InPartition(Rescue* rescue, const ImageOptions& options) {
   cRescueIO storage(&rescue->engine());
-  const auto range = FindPartition(&storage, options.source, options.partition, &rescue->engine());
+  const auto range = FindPartition(&storage, rescue->Image(), options.source, options.partition,
+                                   &rescue->engine());
   if (!range) return Failed(rescue->Finish(range.error()));
   return ExtentSet(*range);
-}
-
-bool HasUnreadable(Rescue* rescue, const ExtentSet& sectors) {
-  bool has = false;
-  sectors.Visit([&](SectorRange range) {
-    has = has || CountStatuses(rescue->Image(), range.first, range.count).unreadable > 0;
-  });
-  return has || rescue->engine().Unproved() > 0;
 }
 
 // What is used of `domain`.
 Result<ExtentSet, ExitStatus> UsedOf(const ExtentSet& domain, Rescue* rescue) {
   cRescueIO io(&rescue->engine());
-  const VolumeLayout layout = LayoutOf(&io);
+  const VolumeLayout layout = LayoutOf(&io, rescue->Image());
   ExtentSet used = layout.unknown;
-  // A table that lies in unreadable sectors may have named more partitions.
-  if (HasUnreadable(rescue, layout.free)) used.Add(layout.free);
+  // A table that could not be read may have named more partitions.
+  if (!layout.met.unread.empty()) used.Add(layout.free);
   RescuedStorage storage(rescue);
   for (const PlacedVolume& volume : layout.volumes) {
     if (rescue->engine().Reason() != StopReason::kNone) break;

@@ -3,6 +3,7 @@
 #include "cli/partition.h"
 
 #include "cli/output.h"
+#include "imaging/tree_words.h"
 #include "io/base_io.h"
 #include "partitions/detection.h"
 #include "partitions/place.h"
@@ -10,12 +11,37 @@
 
 namespace larkspur::cli {
 
-Result<SectorRange, ExitStatus> FindPartition(cBaseIO* storage, const std::string& name,
-                                              const std::string& place, const Engine* engine) {
+StatusCounts CountUnread(const Obstacles& met) {
+  StatusCounts counts;
+  for (const UnreadNote& unread : met.unread) counts.Add(unread.status, unread.sectors);
+  return counts;
+}
+
+void TellObstacles(const std::string& name, bool isUnderstood, const Obstacles& met) {
+  const StatusCounts unread = CountUnread(met);
+  for (const auto& [sectors, why] : {std::pair(unread.missing, "are not in the cache yet"),
+                                     std::pair(unread.unreadable, "are unreadable")}) {
+    if (sectors == 0) continue;
+    Tell(fmt::format(
+        "{}: {} of the sectors that were needed {}; partitions may be missing or have other places",
+        name, sectors, why));
+  }
+  for (const LimitNote& limit : met.limits) Tell(name + ": " + NoteText(limit));
+  if (!isUnderstood && met.unread.empty()) {
+    Tell(name + ": some of what tells where partitions lie could not be read or understood");
+  }
+}
+
+Result<SectorRange, ExitStatus> FindPartition(cBaseIO* storage, cKVRSparseIO* cache,
+                                              const std::string& name, const std::string& place,
+                                              const Engine* engine) {
   PartitionTree tree;
-  BuildPartitionTree(tree.Head(), storage, {.forPeople = true});
+  Obstacles met;
+  const bool isUnderstood = BuildPartitionTree(
+      tree.Head(), storage, {.forPeople = true, .cache = cache, .obstacles = &met});
   if (engine && engine->Reason() != StopReason::kNone) return Failed(kExitFailed);
   if (!tree.Root()) return Failed(Fail(name + ": the storage has no sectors"));
+  TellObstacles(name, isUnderstood, met);
   const auto found = FindPlace(*tree.Root(), place);
   const u64 sectors = storage->GetSectorCount();
   if (!found || found->start >= sectors) {

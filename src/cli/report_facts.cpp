@@ -138,9 +138,9 @@ std::vector<ReportPartition> PartitionsOf(cKVRSparseIO* image) {
   TreeNotes notes;
   BuildPartitionTree(tree.Head(), image, {.notes = &notes, .forPeople = true, .cache = image});
   std::vector<ReportPartition> partitions;
-  for (const PlacedVolume& volume : VolumesOf(image)) {
-    const cPartTreeItem* node =
-        volume.place.empty() ? tree.Root() : FindNode(*tree.Root(), volume.place);
+  if (!tree.Root()) return partitions;
+  for (const PlacedVolume& volume : VolumesOf(*tree.Root())) {
+    const cPartTreeItem* node = FindNode(*tree.Root(), volume.place);
     partitions.push_back({volume.place.empty() ? "whole disk" : volume.place,
                           node ? KindOf(*node, notes) : "", volume.sectors.first,
                           volume.sectors.count});
@@ -180,7 +180,13 @@ ReportFacts GatherFacts(const std::string& cache, cKVRSparseIO* image) {
 void GatherFiles(cKVRSparseIO* image, ReportFiles* files) {
   StatusMap map(image);
   CacheStorage storage(image, map);
-  for (const PlacedVolume& volume : VolumesOf(image)) WalkVolume(volume, &storage, map, files);
+  const VolumeLayout layout = LayoutOf(image, image);
+  if (!layout.met.unread.empty()) {
+    files->AddObstacle(
+        "Sectors that tell where partitions lie are missing or unreadable: there may be files that "
+        "are not listed.");
+  }
+  for (const PlacedVolume& volume : layout.volumes) WalkVolume(volume, &storage, map, files);
 }
 
 }  // namespace larkspur::cli

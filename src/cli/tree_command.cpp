@@ -5,12 +5,11 @@
 #include "base/path_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
+#include "cli/partition.h"
 #include "cli/rescue.h"
 #include "cli/storages.h"
 #include "cli/tree_text.h"
 #include "imaging/size_text.h"
-#include "imaging/summary.h"
-#include "imaging/tree_words.h"
 #include "partitions/detection.h"
 #include "platform/system_error.h"
 #include "rescue/rescue_io.h"
@@ -32,26 +31,6 @@ Json TraceJson(const ScanTrace& trace) {
                     {"asker", request.asker}});
   }
   return list;
-}
-
-StatusCounts CountUnread(const Obstacles& met) {
-  StatusCounts counts;
-  for (const UnreadNote& unread : met.unread) counts.Add(unread.status, unread.sectors);
-  return counts;
-}
-
-void TellObstacles(const std::string& name, bool understood, const Obstacles& met) {
-  const StatusCounts unread = CountUnread(met);
-  for (const auto& [sectors, why] : {std::pair(unread.missing, "are not in the cache yet"),
-                                     std::pair(unread.unreadable, "are unreadable")}) {
-    if (sectors == 0) continue;
-    Tell(fmt::format("{}: {} of the sectors that were needed {}; the tree may be incomplete", name,
-                     sectors, why));
-  }
-  for (const LimitNote& limit : met.limits) Tell(name + ": " + NoteText(limit));
-  if (!understood && met.unread.empty()) {
-    Tell(name + ": some of it could not be read or understood; the tree shows what was found");
-  }
 }
 
 void PrintTree(const TreeOptions& options, const cPartTreeItem& root, const TreeNotes& notes,

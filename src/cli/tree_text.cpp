@@ -136,7 +136,7 @@ void AddFacts(const GptTableNote& note, Json* json) {
   (*json)["primary"] = GptStateName(note.primary);
   (*json)["backup"] = GptStateName(note.backup);
   constexpr const char* kUsed[] = {"primary", "backup", "none"};
-  (*json)["used"] = kUsed[static_cast<size_t>(note.shown)];
+  (*json)["used"] = note.isCompleted ? "backup" : kUsed[static_cast<size_t>(note.shown)];
   (*json)["diskGuid"] = note.diskGuid;
 }
 

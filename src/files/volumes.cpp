@@ -54,17 +54,20 @@ void SortRest(const cPartTreeItem& node, bool isInPlainTable, VolumeLayout* layo
 
 }  // namespace
 
-std::vector<PlacedVolume> VolumesOf(cBaseIO* storage) {
-  return LayoutOf(storage).volumes;
+std::vector<PlacedVolume> VolumesOf(const cPartTreeItem& root) {
+  std::vector<PlacedVolume> volumes;
+  AddLeaves(root, root, "", root.m_length, &volumes);
+  return volumes;
 }
 
-VolumeLayout LayoutOf(cBaseIO* storage) {
+VolumeLayout LayoutOf(cBaseIO* storage, cKVRSparseIO* cache) {
   PartitionTree tree;
-  const bool isWhole = BuildPartitionTree(tree.Head(), storage, {.forPeople = true});
   VolumeLayout layout;
+  const bool isWhole = BuildPartitionTree(
+      tree.Head(), storage, {.forPeople = true, .cache = cache, .obstacles = &layout.met});
   if (!tree.Root()) return layout;
   const u64 sectors = storage->GetSectorCount();
-  AddLeaves(*tree.Root(), *tree.Root(), "", sectors, &layout.volumes);
+  layout.volumes = VolumesOf(*tree.Root());
   SortRest(*tree.Root(), false, &layout);
   const u64 atEnd = std::min(kEndSectors, sectors);
   layout.unknown.Add({sectors - atEnd, atEnd});

@@ -8,27 +8,29 @@
 #include <vector>
 
 #include "io/sector_range.h"
+#include "partitions/scan.h"
 #include "rescue/extent_set.h"
 
 namespace larkspur {
-
-class cBaseIO;
 
 struct PlacedVolume {
   std::string place;  // in the partition tree; empty: the whole storage
   SectorRange sectors;
 };
 
-// The partitions that have none inside, in the tree's order; the whole storage when it has none.
-std::vector<PlacedVolume> VolumesOf(cBaseIO* storage);
+// The partitions that have none inside, in the tree's order, cut at the storage's end; the whole
+// storage when it has none. `root` is the whole storage of a tree that BuildPartitionTree built.
+std::vector<PlacedVolume> VolumesOf(const cPartTreeItem& root);
 
 struct VolumeLayout {
   std::vector<PlacedVolume> volumes;
+  Obstacles met;  // in finding them
   // What lies in none of them: where a partition table leaves it free, and where a volume manager
   // may use it, or a table was not read to its end.
   ExtentSet free;
   ExtentSet unknown;
 };
-VolumeLayout LayoutOf(cBaseIO* storage);
+// `cache` is the one that the storage is read from, if any.
+VolumeLayout LayoutOf(cBaseIO* storage, cKVRSparseIO* cache = nullptr);
 
 }  // namespace larkspur

@@ -42,10 +42,11 @@ std::string Words(const GptTableNote& note) {
   if (isShown && note.primary == GptState::kIntact && note.backup == GptState::kIntact) {
     return "primary and backup table are intact";
   }
-  return fmt::format("{}primary table {}, backup table {}{}",
+  return fmt::format("{}primary table {}, backup table {}{}{}",
                      isShown ? "" : "a GUID table that this tree does not show: ",
                      StateWords(note.primary), StateWords(note.backup),
-                     note.backupHelps ? "; --backup-gpt builds the tree from the backup" : "");
+                     note.backupHelps ? "; --backup-gpt builds the tree from the backup" : "",
+                     note.isCompleted ? "; all entries are shown as the backup has them" : "");
 }
 
 std::string_view BudgetWords(Budget budget) {

@@ -35,16 +35,16 @@ class RescueRuns final : public EngineRuns {
 
 // What is served. Where that fails, the user has been told.
 Result<SectorRange, ExitStatus> FindRange(const ServedOptions& options, cBaseIO* storage,
-                                          const Engine* engine = nullptr) {
+                                          cKVRSparseIO* cache, const Engine* engine = nullptr) {
   if (options.partition.empty()) return SectorRange{0, storage->GetSectorCount()};
   const std::string& name = options.source.empty() ? options.cache : options.source;
-  return cli::FindPartition(storage, name, options.partition, engine);
+  return cli::FindPartition(storage, cache, name, options.partition, engine);
 }
 
 ServedStorage OpenCacheAlone(const ServedOptions& options) {
   const auto cache = cli::OpenCacheToLook(options.cache);
   if (!cache) return {};
-  const auto range = FindRange(options, cache->image.get());
+  const auto range = FindRange(options, cache->image.get(), cache->image.get());
   if (!range) return {};
   return {OpenCachedBlocks(WideFromUtf8(options.cache)), *range};
 }
@@ -56,7 +56,7 @@ ServedStorage OpenWithSource(const ServedOptions& options) {
   Engine* const engine = blocks->Begin();
   if (!engine || !engine->Want({})) return {};
   cRescueIO rescued(engine);
-  const auto range = FindRange(options, &rescued, engine);
+  const auto range = FindRange(options, &rescued, nullptr, engine);
   if (!range) return {};
   auto cached = OpenCachedBlocks(WideFromUtf8(options.cache));
   if (!cached) return {};

@@ -67,7 +67,7 @@ GptState Judge(const Scan& scan, const GptTable& table, u64 first, u32 sectors) 
 
 // The table, though none of its entries should come.
 std::optional<GptTable> ReadHeaderAndArray(Scan& scan, u64 sector, u32 factor) {
-  GptTable table{sector, factor, 0, 0, {}, {}, 0, GptState::kDamaged};
+  GptTable table{sector, factor, 0, 0, {}, {}, 0, GptState::kDamaged, false};
   if (!scan.ReadSector(sector, &table.header) || !IsHeader(table.header)) return std::nullopt;
   table.ownLba = LoadLe64(&table.header[kOwnLba]);
   table.otherLba = LoadLe64(&table.header[kOtherLba]);
@@ -92,25 +92,45 @@ std::optional<u64> CopyByPrimary(Scan& scan, u32 factor) {
   return lba * factor;
 }
 
+// The array's checksum is part of what the header's own checksum covers.
+bool HaveSameEntries(const GptTable& one, const GptTable& other) {
+  return HeaderSumHolds(one.header) && one.array.size() == other.array.size() &&
+         LoadLe32(&one.header[kEntryCount]) == LoadLe32(&other.header[kEntryCount]) &&
+         LoadLe32(&one.header[kArraySum]) == LoadLe32(&other.header[kArraySum]);
+}
+
+void CompleteFromCopy(Scan& scan, GptTable* table) {
+  auto copy = ReadHeaderAndArray(scan, table->SectorOf(table->otherLba), table->factor);
+  if (!copy || copy->state != GptState::kIntact || !HaveSameEntries(*table, *copy)) return;
+  table->array = std::move(copy->array);
+  table->isFromCopy = true;
+}
+
+std::optional<GptTable> ReadIntact(Scan& scan, u64 sector, u32 factor) {
+  auto table = ReadHeaderAndArray(scan, sector, factor);
+  return table && table->state == GptState::kIntact ? std::move(table) : std::nullopt;
+}
+
 }  // namespace
 
 std::optional<GptTable> ReadGptTable(Scan& scan, u64 sector, u32 factor) {
   auto table = ReadHeaderAndArray(scan, sector, factor);
-  return table && table->came > 0 ? std::move(table) : std::nullopt;
+  if (!table) return std::nullopt;
+  const bool isCut = u64{table->came} * kSectorBytes < table->array.size();
+  if (isCut && scan.IsForPeople()) CompleteFromCopy(scan, &*table);
+  return table->came > 0 || table->isFromCopy ? std::move(table) : std::nullopt;
 }
 
 std::optional<GptTable> FindBackupGpt(Scan& scan) {
   for (const u32 factor : {1u, 8u}) {
     if (scan.SectorCount() < factor) continue;
-    auto table = ReadGptTable(scan, scan.SectorCount() - factor, factor);
-    if (table && table->state == GptState::kIntact) return table;
+    if (auto table = ReadIntact(scan, scan.SectorCount() - factor, factor)) return table;
   }
   for (const u32 factor : {1u, 8u}) {
     const auto sector = CopyByPrimary(scan, factor);
     if (!sector) continue;
-    auto table = ReadGptTable(scan, *sector, factor);
-    const bool isCopy = table && table->ownLba * factor == *sector;
-    if (isCopy && table->state == GptState::kIntact) return table;
+    auto table = ReadIntact(scan, *sector, factor);
+    if (table && table->ownLba * factor == *sector) return table;
   }
   return std::nullopt;
 }

@@ -27,6 +27,8 @@ struct GptTable {
   std::vector<u8> array;
   u32 came;        // sectors of the array
   GptState state;  // by the checksums; of a longer table than is read, by the header's alone
+  // The array did not all come, and stands here as the other copy has it.
+  bool isFromCopy;
 
   u64 SectorOf(u64 lba) const { return (lba - ownLba) * factor + origin; }
   u32 EntryCount() const { return static_cast<u32>(array.size() / kEntryBytes); }
@@ -45,7 +47,8 @@ inline constexpr u32 kGptFrontSectors = 9;
 std::optional<GptPlace> FindGptHeader(std::span<const u8> front);
 
 // The table whose header is in that sector; none when there is no header with entries of 128 bytes,
-// or none of the entries can be read.
+// or none of the entries can be read. In a run for people, entries that do not all come are those
+// of the other copy, where that is intact and the checksums say that both are the same.
 std::optional<GptTable> ReadGptTable(Scan& scan, u64 sector, u32 factor);
 
 // An intact table at the storage's end or, should the storage have grown, where the header of the

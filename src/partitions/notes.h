@@ -49,6 +49,7 @@ struct GptTableNote {
   GptState backup;
   Shown shown;
   bool backupHelps;  // a tree from the backup would show what this one does not, or not for certain
+  bool isCompleted;  // entries that did not come stand in the tree as the backup has them
   std::string diskGuid;
 };
 

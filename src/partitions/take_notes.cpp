@@ -115,13 +115,14 @@ void NoteTaker::TellTable(const cPartTreeItem& node) {
   }
   const GptState others = JudgeGpt(m_scan, other, table->factor);
   if (isFromBackup) {
-    AddTableNote(node, *table, {others, table->state, Shown::kBackup, false, {}});
+    AddTableNote(node, *table, {others, table->state, Shown::kBackup, false, false, {}});
     return;
   }
   // Only the copy of the storage's own table can be used.
-  const auto usable = table->state == GptState::kIntact ? std::nullopt : FindBackupGpt(m_scan);
+  const bool isAllShown = table->state == GptState::kIntact || table->isFromCopy;
+  const auto usable = isAllShown ? std::nullopt : FindBackupGpt(m_scan);
   const bool helps = usable && usable->origin == other;
-  AddTableNote(node, *table, {table->state, others, Shown::kPrimary, helps, {}});
+  AddTableNote(node, *table, {table->state, others, Shown::kPrimary, helps, table->isFromCopy, {}});
 }
 
 // A table may be whole at the storage's end though its front is gone, or at the front though
@@ -130,14 +131,14 @@ void NoteTaker::LookForLostTable() {
   ScanAsker asker(m_scan, "notes");
   if (const auto backup = FindBackupGpt(m_scan)) {
     const GptState primary = JudgeGpt(m_scan, backup->SectorOf(backup->otherLba), backup->factor);
-    AddTableNote(m_root, *backup, {primary, backup->state, Shown::kNothing, true, {}});
+    AddTableNote(m_root, *backup, {primary, backup->state, Shown::kNothing, true, false, {}});
     return;
   }
   for (const u32 factor : {1u, 8u}) {
     const auto primary = ReadGptTable(m_scan, factor, factor);
     if (!primary || primary->state != GptState::kIntact) continue;
     const GptState backup = JudgeGpt(m_scan, primary->SectorOf(primary->otherLba), factor);
-    AddTableNote(m_root, *primary, {primary->state, backup, Shown::kNothing, false, {}});
+    AddTableNote(m_root, *primary, {primary->state, backup, Shown::kNothing, false, false, {}});
     return;
   }
 }

@@ -6,6 +6,7 @@
 
 #include "fakes/disk_builder.h"
 #include "fakes/dying_disk.h"
+#include "fakes/images.h"
 #include "fakes/memory_disk.h"
 #include "files/volumes.h"
 #include "rescue/engine.h"
@@ -22,10 +23,10 @@ TEST(Partition, IsTheOneThatTheTreeShows) {
                         .Text(2048, 3, "NTFS    ")
                         .Le(2048, 510, 2, 0xAA55)
                         .Disk();
-  EXPECT_EQ(FindPartition(disk.get(), "d", "1"), (SectorRange{2048, 8000}));
+  EXPECT_EQ(FindPartition(disk.get(), nullptr, "d", "1"), (SectorRange{2048, 8000}));
   testing::internal::CaptureStderr();
-  EXPECT_EQ(FindPartition(disk.get(), "d", "2"), (SectorRange{16000, 49536}));
-  EXPECT_EQ(FindPartition(disk.get(), "d", "3"), Failed(kExitFailed));
+  EXPECT_EQ(FindPartition(disk.get(), nullptr, "d", "2"), (SectorRange{16000, 49536}));
+  EXPECT_EQ(FindPartition(disk.get(), nullptr, "d", "3"), Failed(kExitFailed));
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "larkspur: d: partition 2 reaches 22464 sectors past the end\n"
             "larkspur: d: there is no partition 3; 'larkspur tree' shows their places\n");
@@ -33,6 +34,17 @@ TEST(Partition, IsTheOneThatTheTreeShows) {
   ASSERT_EQ(layout.volumes.size(), 2u);
   EXPECT_EQ(layout.volumes[0].sectors, (SectorRange{2048, 8000}));
   EXPECT_EQ(layout.free.NextFrom(0), (SectorRange{0, 2048}));
+}
+
+TEST(Partition, WhatTheCacheLacksIsTold) {
+  const auto image = fakes::CreateImage(fakes::MakeStore(), 4096);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(FindPartition(image.get(), image.get(), "c", "1"), Failed(kExitFailed));
+  EXPECT_TRUE(testing::internal::GetCapturedStderr().find(
+                  "of the sectors that were needed are not in the cache yet") != std::string::npos);
+  const VolumeLayout layout = LayoutOf(image.get(), image.get());
+  ASSERT_FALSE(layout.met.unread.empty());
+  EXPECT_EQ(layout.met.unread.front().status, kMissing);
 }
 
 TEST(Partition, IsNotCalledAbsentWhenTheSourceIs) {
@@ -46,7 +58,7 @@ TEST(Partition, IsNotCalledAbsentWhenTheSourceIs) {
   ASSERT_TRUE(engine.Want({}));
   cRescueIO storage(&engine);
   testing::internal::CaptureStderr();
-  EXPECT_EQ(FindPartition(&storage, "d", "1", &engine), Failed(kExitFailed));
+  EXPECT_EQ(FindPartition(&storage, nullptr, "d", "1", &engine), Failed(kExitFailed));
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_EQ(engine.Reason(), StopReason::kGone);
 }

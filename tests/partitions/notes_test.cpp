@@ -95,7 +95,10 @@ TEST(Notes, WhatDidNotComeIsNeitherMissingNorDamagedNorDoubtful) {
   } kCases[] = {
       {GptDisk(), kSectors - 1, "primary table intact, backup table WHY\n", "100+99 130"},
       {GptDisk(), kSectors - 2, "primary table intact, backup table WHY\n", "100+99 130"},
-      {GptDisk(), 3, "primary table WHY, backup table intact; --backup-gpt", "100+99 130"},
+      {GptDisk(), 2, "primary table WHY, backup table intact; all entries are shown", "100+99 130"},
+      {GptDisk(), 3, "primary table WHY, backup table intact; all entries are shown", "100+99 130"},
+      {GptDisk().Le(kSectors - 1, 88, 4, 1), 2, "primary table WHY, backup table damaged\n",
+       "1+4095"},
       {GptDisk(), 9, "primary and backup table are intact", "100+99 130"},
       {GptDisk(), 107, "primary and backup table are intact", "100+99 130"},
       {swap, 9, "as its type says", "100+2000 130"},
