@@ -142,6 +142,7 @@ TEST(NationalText, ReadsOtherFormsAndDamage) {
       {50221, "cut escape", "a\x1B$", u"a\x1B$"},
       {50221, "undefined cell", "\x1B$B)!\x1B(B", u"\uFFFD"},
       {50227, "high byte", "\xD6", u"\uFFFD"},
+      {50227, "lowest high byte", "\x80", u"\uFFFD"},
       {51932, "kana cut", "\x8E", u"\uFFFD"},
       {51932, "third set", "\x8F\xB0\xA1", u"\uFFFD\u4E9C"},
       {51936, "cut pair", "\xD6", u"\uFFFD"},

@@ -6,6 +6,8 @@
 
 #include "imaging/check.h"
 
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 #include "base/endian.h"
@@ -125,6 +127,8 @@ TEST_F(CheckRepair, LeavesWhatItDoesNotUnderstand) {
       {"two blocks with one record", 512 + 4 * 7, 1, ProblemKind::kSharedRecord},
       {"a status without meaning", 4 * 512 + 5, 77, ProblemKind::kStatus},
       {"an entry after the last block's", 512 + 4 * 300, 0, ProblemKind::kHeader},
+      {"a record far past the end", 512 + 4 * 8 + 2, 1, ProblemKind::kRecordBeyond},
+      {"something past a status map", 4 * 512 + 200, 1, ProblemKind::kRecordCut},
   };
   for (const auto& c : cases) {
     std::vector<u8> bytes = SomeCache(false);
@@ -137,6 +141,14 @@ TEST_F(CheckRepair, LeavesWhatItDoesNotUnderstand) {
                             [&c](const Problem& problem) { return problem.kind == c.kind; }))
         << c.name;
     EXPECT_EQ(fakes::ReadWholeFile(m_path), bytes) << c.name;
+  }
+}
+
+TEST_F(CheckRepair, BelievesNoHeaderThatMostRecordsAreTooManyFor) {
+  for (const u64 records : {u64{300}, 2 * 300 + u64{4200}}) {
+    ASSERT_TRUE(fakes::WriteWholeFile(m_path, SomeCache(false)));
+    std::filesystem::resize_file(m_path, 4 * kSectorBytes + records * kRecordBytes + 700);
+    EXPECT_EQ(CheckCache(m_path, false)->repairableCount, records == 300 ? 1u : 0u);
   }
 }
 
