@@ -2,11 +2,14 @@
 # SPDX-License-Identifier: MIT
 """Runs the built command line as a user would. Usage: cli_test.py ARGUMENTS, as program.py takes them."""
 
+import contextlib
 import fcntl
 import itertools
 import json
 import os
 import pathlib
+import pty
+import re
 import resource
 import shlex
 import shutil
@@ -31,6 +34,34 @@ class CliTest(program.ProgramTest):
         return pathlib.Path("out.img").read_bytes()
 
     # What it is for
+
+    @native_only
+    def test_a_terminal_sees_how_far_it_is(self):
+        self.make_source(8192)
+        process, terminal = pty.fork()
+        if process == 0:
+            os.execv(PROGRAM[0], ["larkspur", "image", "source.img", "disk.kvrsp", "--max-rate", "1M"])
+        said = b""
+        with contextlib.suppress(OSError):  # how a terminal ends
+            while more := os.read(terminal, 65536):
+                said += more
+        os.close(terminal)
+        self.assertEqual(os.waitpid(process, 0)[1], 0)
+        shown, result = said.decode().replace("\r\n", "\n").split("\n", 1)
+        self.assertRegex(result, r"^present +8192 sectors")
+        frames = [frame.rstrip() for frame in shown.split("\r") if frame]
+        self.assertGreater(len(frames), 5)
+        mebibytes = {"KiB": 1 / 1024, "MiB": 1}
+        for frame in frames:
+            found = re.fullmatch(r"copy +([\d.]+) ?%  at [\d.]+ [KM]iB  present ([\d.]+) ([KM]iB)"
+                                 r"(?:  ([\d.]+) ([KM]iB)/s)?  0:(\d\d) left", frame)
+            self.assertTrue(found, frame)
+            present = float(found[2]) * mebibytes[found[3]]
+            self.assertAlmostEqual(float(found[1]), present * 25, delta=1.5, msg=frame)
+            self.assertGreater(int(found[6]) + 1.2, 4 - present, "no faster than the limit: " + frame)
+            if found[4]:
+                self.assertLess(float(found[4]) * mebibytes[found[5]], 1.1, frame)
+        self.assertIn("/s", frames[-1])
 
     def test_a_healthy_source_comes_out_unchanged(self):
         data = self.make_source(3000)
