@@ -59,6 +59,14 @@ std::string TargetWords(const std::string& output, const TargetFault& fault) {
   switch (fault.kind) {
     case TargetFaultKind::kExists:
       return output + ": this already exists; choose another name, or overwrite it with --force";
+    case TargetFaultKind::kDevice:
+      return output +
+             ": this is a device, and what is on it would be overwritten; name a file, or add "
+             "--force if you are sure";
+    case TargetFaultKind::kIsSource:
+      return output +
+             ": the cache was made from this, and what can still be saved of it would be "
+             "overwritten; choose another target";
     case TargetFaultKind::kFolder:
       return output + ": an image cannot be written to this; name a file";
     case TargetFaultKind::kTooSmall:
@@ -97,7 +105,9 @@ Result<std::unique_ptr<ExportSink>, ExitStatus> OpenTarget(const ExportOptions& 
   for (const std::u16string& file : FilesOf(options.cache)) {
     if (!platform::AreSameFile(output.c_str(), file.c_str())) continue;
     return Failed(
-        Fail(options.output + ": this is the cache itself or its log; choose another name"));
+        Fail(options.output +
+             ": this is the cache, its log, or the file that the cache was made from; choose "
+             "another name"));
   }
   auto sink = OpenExportTarget(output, bytes, options.force, cache);
   if (!sink) return Failed(Fail(TargetWords(options.output, sink.error())));

@@ -7,6 +7,7 @@
 #include "imaging/size_text.h"
 #include "platform/device.h"
 #include "platform/system_error.h"
+#include "rescue/rescue_history.h"
 
 namespace larkspur::cli {
 namespace {
@@ -30,6 +31,11 @@ std::string SourceWords(const SourceFault& fault, const StorageOptions& options)
 }  // namespace
 
 Result<Source, ExitStatus> OpenSourceOrTell(const StorageOptions& options) {
+  if (const auto cache = OpenIfCache(WideFromUtf8(options.source)); cache && *cache) {
+    return Failed(Fail(options.source +
+                       ": this is a cache, not a disk or an image of one; name what it was made "
+                       "from, or 'larkspur export' it first"));
+  }
   auto source =
       OpenSource(WideFromUtf8(options.source), {.testMapfile = WideFromUtf8(options.testMode),
                                                 .passThrough = options.passThrough,
@@ -175,6 +181,10 @@ ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, 
 std::vector<std::u16string> FilesOf(const std::string& cache,
                                     std::initializer_list<std::string> others) {
   std::vector<std::u16string> files = {WideFromUtf8(cache), LogPathOf(WideFromUtf8(cache))};
+  // A path of a device may name another one by now, and no output goes to a device anyway.
+  const auto source = ReadHistory(files[1], kMaxSparseSectors).source;
+  const std::u16string path = WideFromUtf8(source ? source->path : std::string());
+  if (platform::KindOfPath(path.c_str()) == platform::PathKind::kFile) files.push_back(path);
   for (const std::string& other : others) files.push_back(WideFromUtf8(other));
   return files;
 }

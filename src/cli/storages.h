@@ -28,8 +28,8 @@ ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, 
 // What is wrong with the cache `name`, of a source of so many sectors where there is one.
 std::string CacheWords(const std::string& name, const CacheFault& fault, u64 sourceSectors = 0);
 
-// What no output of a run may overwrite: the cache with its log, and others, of which some may be
-// empty.
+// What no output of a run may overwrite: the cache with its log, the file that it was made from,
+// and others, of which some may be empty.
 std::vector<std::u16string> FilesOf(const std::string& cache,
                                     std::initializer_list<std::string> others = {});
 

@@ -5,11 +5,15 @@
 #include <algorithm>
 #include <array>
 
+#include "base/path_text.h"
 #include "imaging/output_file.h"
+#include "imaging/source.h"
 #include "io/sparse_writer.h"
 #include "platform/disk_use.h"
 #include "platform/owned_file.h"
 #include "platform/system_error.h"
+#include "rescue/rescue_history.h"
+#include "rescue/rescue_log.h"
 
 namespace larkspur {
 namespace {
@@ -77,6 +81,19 @@ using Target = Result<std::unique_ptr<ExportSink>, TargetFault>;
 
 Target FailedAs(TargetFaultKind kind) {
   return Failed(TargetFault{kind, platform::LastFailure()});
+}
+
+// A disk is known by its serial number, at whatever path; where one of them has none, by its path.
+bool IsSourceOf(const std::u16string& cache, const std::u16string& path) {
+  const auto source = ReadHistory(LogPathOf(cache), kMaxSparseSectors).source;
+  if (!source) return false;
+  if (platform::AreSameFile(path.c_str(), WideFromUtf8(source->path).c_str())) return true;
+  if (source->serial.empty() || platform::KindOfPath(path.c_str()) != platform::PathKind::kDevice) {
+    return false;
+  }
+  const auto target = OpenSource(path, {});
+  return target && target->asked->Identity().serial == source->serial &&
+         target->asked->Identity().model == source->model;
 }
 
 Target OpenDevice(const std::u16string& path, u64 bytes, const std::u16string& cache) {
@@ -178,18 +195,15 @@ class Exporter {
 
 Target OpenExportTarget(const std::u16string& path, u64 bytes, bool force,
                         const std::u16string& cache) {
-  switch (platform::KindOfPath(path.c_str())) {
-    case platform::PathKind::kAbsent:
-      return CreateFileSink(path, bytes);
-    case platform::PathKind::kFile:
-      return force ? CreateFileSink(path, bytes) : FailedAs(TargetFaultKind::kExists);
-    case platform::PathKind::kDevice:
-      return force ? OpenDevice(path, bytes, cache) : FailedAs(TargetFaultKind::kExists);
-    case platform::PathKind::kUnknown:
-      return FailedAs(TargetFaultKind::kCannotOpen);
-    default:
-      return FailedAs(TargetFaultKind::kFolder);
-  }
+  using platform::PathKind;
+  const PathKind kind = platform::KindOfPath(path.c_str());
+  if (kind == PathKind::kAbsent) return CreateFileSink(path, bytes);
+  if (kind == PathKind::kUnknown) return FailedAs(TargetFaultKind::kCannotOpen);
+  const bool isDevice = kind == PathKind::kDevice;
+  if (!isDevice && kind != PathKind::kFile) return FailedAs(TargetFaultKind::kFolder);
+  if (IsSourceOf(cache, path)) return FailedAs(TargetFaultKind::kIsSource);
+  if (!force) return FailedAs(isDevice ? TargetFaultKind::kDevice : TargetFaultKind::kExists);
+  return isDevice ? OpenDevice(path, bytes, cache) : CreateFileSink(path, bytes);
 }
 
 bool HashingSink::Put(const u8* bytes, u64 count) {

@@ -41,6 +41,8 @@ class ExportSink {
 
 enum class TargetFaultKind {
   kExists,      // and may not be replaced
+  kDevice,      // and may not be overwritten
+  kIsSource,    // the disk or file that the cache was made from, as far as its log tells
   kFolder,      // or nothing that an image can be written to
   kTooSmall,    // the device
   kMounted,     // something on the device is in use
@@ -55,8 +57,8 @@ struct TargetFault {
 };
 
 // Opens a file or block device for an export of `bytes` bytes. A new file is made; one that exists
-// is replaced, and a device written to, only with `force`, and never a device that is in use or has
-// `cache` on it. In files, zeros stay holes.
+// is replaced, and a device written to, only with `force`, and never what `cache` was made from,
+// nor a device that is in use or has `cache` on it. In files, zeros stay holes.
 Result<std::unique_ptr<ExportSink>, TargetFault> OpenExportTarget(const std::u16string& path,
                                                                   u64 bytes, bool force,
                                                                   const std::u16string& cache);

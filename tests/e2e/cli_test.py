@@ -212,10 +212,33 @@ class CliTest(program.ProgramTest):
         if subprocess.run(["mount", device, "mounted"], stderr=subprocess.DEVNULL).returncode:
             self.skipTest("this machine does not mount")
         self.addCleanup(subprocess.run, ["umount", "mounted"], check=True)
-        self.refused("mounted/disk.kvrsp: this is on the very disk", "image", device, "mounted/disk.kvrsp")
-        self.assertFalse(os.path.exists("mounted/disk.kvrsp"))
-        result = self.call("image", device, "disk.kvrsp")
-        self.assertIn(f"{device}: something on this disk is mounted".encode(), result.stderr)
+        # Also through a device that is made of the disk, and through the file that the disk is made of.
+        for source in (device, loop_device(self, device), "source.img"):
+            with self.subTest(source=source):
+                self.refused("mounted/disk.kvrsp: this is on the", "image", source, "mounted/disk.kvrsp")
+                self.assertFalse(os.path.exists("mounted/disk.kvrsp"))
+                result = self.call("image", source, f"{os.path.basename(source)}.kvrsp")
+                self.assertIn(f"{source}: something on this disk is mounted".encode(), result.stderr)
+
+    @native_only
+    def test_what_a_cache_was_made_from_is_never_overwritten(self):
+        data = self.make_source(4096)
+        device = loop_device(self, "source.img")
+        self.call("image", device, "disk.kvrsp", "--sectors", "9")
+        pathlib.Path("all.map").write_text(mapfile_text(4096, []))
+        self.call("import", "source.img", "all.map", "file.kvrsp")
+        self.refused(f"{device}: the cache was made from this", "export", "disk.kvrsp", device, "--force")
+        for arguments in (("export", "file.kvrsp", "source.img"), ("map", "file.kvrsp", "--mapfile", "source.img"),
+                          ("report", "file.kvrsp", "source.img")):
+            self.refused("source.img: this", *arguments, "--force")
+        self.refused("disk.kvrsp: this is a cache, not a disk", "image", "disk.kvrsp", "other.kvrsp")
+        self.refused("disk.kvrsp: this is a cache, not a disk", "tree", "disk.kvrsp", "--cache", "other.kvrsp")
+        self.assertFalse(os.path.exists("other.kvrsp"))
+        self.assertEqual(pathlib.Path("source.img").read_bytes(), data)
+        pathlib.Path("other.img").write_bytes(bytes(4096 * SECTOR))
+        other = loop_device(self, "other.img")
+        self.refused(f"{other}: this is a device, and what is on it", "export", "disk.kvrsp", other)
+        self.call("export", "disk.kvrsp", other, "--force", status=3)
 
     @native_only
     def test_a_device_is_read_past_the_page_cache(self):
@@ -553,7 +576,7 @@ class CliTest(program.ProgramTest):
             (("map", "disk.kvrsp", "--png", "nowhere/x.png"), 1, "nowhere"),
             (("check", "absent"), 1, "absent"),
             (("export", "disk.kvrsp", "foreign"), 1, "exists"),
-            (("export", "disk.kvrsp", "disk.kvrsp"), 1, "itself"),
+            (("export", "disk.kvrsp", "disk.kvrsp"), 1, "this is the cache"),
             (("read", "source.img", "disk.kvrsp", "--start", "0", "--sectors", "1", "-o",
               "source.img"), 1, "overwrite"),
         ]

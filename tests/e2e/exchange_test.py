@@ -201,7 +201,7 @@ class ExchangeTest(program.ProgramTest):
         data = self.cache(1000, [(300, 5)])
         pathlib.Path("target").write_bytes(b"\xaa" * SECTOR * 1000)
         device = loop_device(self, "target")
-        self.refused("already exists", "export", "disk.kvrsp", device)
+        self.refused("this is a device", "export", "disk.kvrsp", device)
         self.call("export", "disk.kvrsp", device, "--force", status=3)
         self.assertEqual(pathlib.Path("target").read_bytes(), data)
         pathlib.Path("small").write_bytes(bytes(SECTOR * 999))

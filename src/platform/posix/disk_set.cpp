@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <fmt/core.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
@@ -17,21 +18,6 @@ namespace {
 
 constexpr size_t kTableLimit = 1 << 20;
 constexpr int kMaxLayers = 8;  // of devices built on devices
-
-void Add(const SysBlock& block, int layers, DiskSet* disks) {
-  if (!block.Exists() || layers == 0) return;
-  disks->insert(block.DiskFolder());
-  for (const std::string& name : NamesIn(block.DiskFolder() + "/slaves")) {
-    Add(SysBlock(name), layers - 1, disks);
-  }
-}
-
-void AddNode(const std::string& node, DiskSet* disks) {
-  struct stat status;
-  if (stat(node.c_str(), &status) == 0 && S_ISBLK(status.st_mode)) {
-    Add(SysBlock(status.st_rdev), kMaxLayers, disks);
-  }
-}
 
 struct Mount {
   u64 id;
@@ -58,38 +44,71 @@ std::vector<Mount> Mounts() {
   return mounts;
 }
 
-void AddMount(const Mount& mount, DiskSet* disks) {
-  Add(SysBlock(mount.device), kMaxLayers, disks);
-  AddNode(mount.source, disks);
-}
+// Goes down from devices to what they are built on.
+class Descent {
+ public:
+  // With `withHolders`, a file leads to the disks that hold it.
+  explicit Descent(bool withHolders) : m_withHolders(withHolders) {}
+
+  DiskSet Take() { return std::move(m_disks); }
+
+  void AddNode(const std::string& node, int layers = kMaxLayers) {
+    struct stat status;
+    if (layers == 0 || stat(node.c_str(), &status) != 0) return;
+    if (S_ISBLK(status.st_mode)) AddBlock(SysBlock(status.st_rdev), layers);
+    if (!S_ISREG(status.st_mode)) return;
+    m_disks.insert(fmt::format("file {} {}", status.st_dev, status.st_ino));
+    if (m_withHolders) AddHolder(node, layers - 1);
+  }
+
+  void AddMount(const Mount& mount, int layers = kMaxLayers) {
+    AddBlock(SysBlock(mount.device), layers);
+    if (mount.source.starts_with("/")) AddNode(mount.source, layers);
+  }
+
+  // The disks below the file system that holds `path`.
+  void AddHolder(const std::string& path, int layers = kMaxLayers) {
+    struct statx status;
+    if (layers == 0 || statx(AT_FDCWD, path.c_str(), 0, STATX_MNT_ID, &status) != 0) return;
+    AddBlock(SysBlock(makedev(status.stx_dev_major, status.stx_dev_minor)), layers);
+    if (!(status.stx_mask & STATX_MNT_ID)) return;
+    for (const Mount& mount : Mounts()) {
+      if (mount.id == status.stx_mnt_id) AddMount(mount, layers);
+    }
+  }
+
+ private:
+  void AddBlock(const SysBlock& block, int layers) {
+    if (!block.Exists() || layers == 0 || !m_disks.insert(block.DiskFolder()).second) return;
+    for (const SysBlock& lower : block.Lower()) AddBlock(lower, layers - 1);
+    if (const auto file = block.Disk("loop/backing_file")) AddNode(*file, layers - 1);
+  }
+
+  const bool m_withHolders;
+  DiskSet m_disks;
+};
 
 }  // namespace
 
 DiskSet DisksOfDevice(const std::string& node) {
-  DiskSet disks;
-  AddNode(node, &disks);
-  return disks;
+  Descent descent(false);
+  descent.AddNode(node);
+  return descent.Take();
 }
 
 DiskSet DisksOfFile(const std::string& path) {
-  DiskSet disks;
-  struct statx status;
-  if (statx(AT_FDCWD, path.c_str(), 0, STATX_MNT_ID, &status) != 0) return disks;
-  Add(SysBlock(makedev(status.stx_dev_major, status.stx_dev_minor)), kMaxLayers, &disks);
-  if (!(status.stx_mask & STATX_MNT_ID)) return disks;
-  for (const Mount& mount : Mounts()) {
-    if (mount.id == status.stx_mnt_id) AddMount(mount, &disks);
-  }
-  return disks;
+  Descent descent(true);
+  descent.AddHolder(path);
+  return descent.Take();
 }
 
 DiskSet DisksInUse() {
-  DiskSet disks;
-  for (const Mount& mount : Mounts()) AddMount(mount, &disks);
+  Descent descent(true);
+  for (const Mount& mount : Mounts()) descent.AddMount(mount);
   std::istringstream swaps(ReadSmallFile("/proc/swaps", kTableLimit).value_or(""));
   std::string line;
-  while (std::getline(swaps, line)) AddNode(line.substr(0, line.find(' ')), &disks);
-  return disks;
+  while (std::getline(swaps, line)) descent.AddNode(line.substr(0, line.find(' ')));
+  return descent.Take();
 }
 
 }  // namespace larkspur::platform

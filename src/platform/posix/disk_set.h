@@ -3,7 +3,8 @@
 #pragma once
 
 // The whole disks that something lies on, named by their folders in /sys. Devices that are built on
-// others (mapped ones, RAID sets) stand together with those.
+// others (mapped ones, RAID sets, loop devices) stand together with those, and with the files that
+// loop devices are made of.
 
 #include <set>
 #include <string>
@@ -12,9 +13,10 @@ namespace larkspur::platform {
 
 using DiskSet = std::set<std::string>;
 
-// Of the block device at `node`; empty when that is none.
+// What the block device at `node` is made of, or the file if it is one. A disk that merely holds
+// such a file is not in it.
 DiskSet DisksOfDevice(const std::string& node);
-// Of the file system that holds `path`, which exists.
+// All that lies below the file system that holds `path`, which exists.
 DiskSet DisksOfFile(const std::string& path);
 // Of all that is mounted or swapped to.
 DiskSet DisksInUse();
