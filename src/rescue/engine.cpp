@@ -130,8 +130,10 @@ void Engine::Image() {
   Scan(Phase::kBack, !forward, Skip::kFailuresAndSlowness, all);
   // What was skipped for being slow, or lies between bad areas, comes before those areas.
   Scan(Phase::kSweep, forward, Skip::kFailures, all);
-  // What failed without the medium's doing is asked again, as long as that gets anywhere.
+  // What failed without the medium's doing is asked again, as long as that gets anywhere; and what a
+  // disk refused that then had to be woken, which is done a few times without a success.
   u64 before = 0;
+  bool isWoken = false;
   do {
     before = m_ledger.Left();
     Scan(Phase::kSweep, forward, Skip::kNothing, all);
@@ -140,7 +142,9 @@ void Engine::Image() {
       Scrape();
     }
     AskWitnesses();
-  } while (!IsStopping() && m_ledger.Left() > 0 && m_ledger.Left() < before && m_options.scrape);
+    isWoken = !IsStopping() && !m_ledger.refused.IsEmpty() && !Prove();
+  } while (!IsStopping() && m_ledger.Left() > 0 &&
+           (isWoken || (m_options.scrape && m_ledger.Left() < before)));
 }
 
 void Engine::SetWitnessesAside() {
@@ -269,11 +273,15 @@ bool Engine::AskAlone(SectorRange area, bool forward) {
 void Engine::AskBeforeNamed(SectorRange area) {
   const auto begin =
       std::lower_bound(m_named.begin(), m_named.end(), std::pair{area.first, u64{0}});
-  auto named = begin;
-  for (; named != m_named.end() && named->first < area.End() && !IsStopping(); ++named) {
-    const SectorRange unit = UnitAround(named->second);
-    const SectorRange before{named->first, unit.first - std::min(unit.first, named->first)};
-    if (before.count <= m_unit || named->first < area.first) continue;
+  const auto end = std::lower_bound(begin, m_named.end(), std::pair{area.End(), u64{0}});
+  const std::vector<std::pair<u64, u64>> named(begin, end);
+  m_named.erase(begin, end);  // asking may add others
+  for (const auto& [first, bad] : named) {
+    const SectorRange before{first, UnitAround(bad).first - std::min(UnitAround(bad).first, first)};
+    // Somebody who waited may have had part of it asked for alone.
+    const auto open = m_ledger.failed.NextFrom(first);
+    const bool isOpen = open && open->first == first && open->count >= before.count;
+    if (before.count <= m_unit || !isOpen || IsStopping()) continue;
     bool isAsked = false;
     Stream(
         [&]() -> std::optional<SectorRange> {
@@ -281,7 +289,6 @@ void Engine::AskBeforeNamed(SectorRange area) {
         },
         [](const Asked&) {});
   }
-  m_named.erase(begin, named);
 }
 
 void Engine::Retry(const ExtentSet& domain) {

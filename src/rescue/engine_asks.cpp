@@ -63,6 +63,7 @@ void Engine::Stream(const Next& next, const Settled& settled) {
       const auto range = next();
       if (!range) break;
       if (!PrepareStore(*range)) break;
+      if (m_queue.IsEmpty()) m_askStarted = m_clock->Seconds();
       m_queue.Push(*range);
     }
     if (m_queue.IsEmpty()) return;
@@ -252,9 +253,7 @@ void Engine::AliveNow() {
   u64 marked = 0;
   const u64 planned = m_ledger.refused.Intersection(m_planned).Sectors();
   m_isDirty = true;
-  if (!m_ledger.Prove(&marked)) {
-    StopWith(StopReason::kStoreFailed, platform::LastFailure());
-  }
+  if (!m_ledger.Prove(&marked)) StopForStore();
   m_progress.all.unreadable += marked;
   m_progress.all.missing -= marked;
   m_progress.domain.unreadable += std::min(marked, planned);

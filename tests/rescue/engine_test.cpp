@@ -377,8 +377,9 @@ TEST_F(EngineTest, NothingIsAskedMoreOftenWhereManyWaitMeanwhile) {
     engine->ReadMissing({random.Below(kSectors - 500), random.Below(500)}, random.Below(2) == 0);
     isAwaited = false;
   };
-  for (const bool inThread : {false, true}) {
+  for (const auto& [inThread, names] : {std::pair(false, false), {false, true}, {true, true}}) {
     m_options.inThread = inThread;
+    m_disk.namesBadSector = names;
     ForgetAll();
     EXPECT_EQ(RunOn([&](Engine& one) {
                 engine = &one;
