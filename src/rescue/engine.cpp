@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 
-// The order of work. How one request is asked, judged and kept is in engine_asks.cpp.
+// The order of work. How one request is asked, judged and kept is in engine_asks.cpp, and what a
+// refusal proves in engine_proof.cpp.
 
 #include "rescue/engine.h"
 
@@ -17,11 +18,14 @@ constexpr u32 kPiece = AskedSource::kMaxAskSectors;
 constexpr const char* kPhaseNames[] = {"idle", "copy",   "back",  "sweep",
                                        "trim", "scrape", "retry", "fetch"};
 
-// Witnesses are spread evenly: a few on a small disk, one for every 4 GiB on a large one.
-constexpr u64 kSectorsPerFirstWitness = u64{2} << 20 >> kSectorShift;
-constexpr u64 kFirstWitnesses = 8;
-constexpr u64 kSectorsPerWitness = u64{4} << 30 >> kSectorShift;
-constexpr u64 kMostWitnesses = 256;
+// Witnesses are spread evenly, more on a larger disk. Each costs a request of its own at the end.
+constexpr u64 kSectorsPerFirstWitness = u64{1} << 20 >> kSectorShift;
+constexpr u64 kFirstWitnesses = 128;
+constexpr u64 kSectorsPerWitness = u64{1} << 30 >> kSectorShift;
+constexpr u64 kMostWitnesses = 1024;
+
+// How often what fails without the medium's doing is asked again in vain.
+constexpr u32 kMostIdlePasses = 2;
 
 u64 WitnessCount(u64 sectors) {
   return std::min({sectors / kSectorsPerFirstWitness,
@@ -63,6 +67,7 @@ Engine::Engine(AskedSource* source, RescueStore* store, RescueLog* log, RescueCl
 void Engine::Resume(RescueHistory* history) {
   // What an earlier run stored and did not flush to disk is to be flushed even if nothing is added.
   m_isDirty = !history->storing.IsEmpty();
+  m_beganSilence = std::move(history->beganSilence);
   m_triedTogether = std::move(history->triedTogether);
   m_triedAlone = std::move(history->triedAlone);
 }
@@ -130,12 +135,13 @@ void Engine::Image() {
   Scan(Phase::kBack, !forward, Skip::kFailuresAndSlowness, all);
   // What was skipped for being slow, or lies between bad areas, comes before those areas.
   Scan(Phase::kSweep, forward, Skip::kFailures, all);
-  // What failed without the medium's doing is asked again, as long as that gets anywhere; and what a
-  // disk refused that then had to be woken, which is done a few times without a success.
-  u64 before = 0;
+  Scan(Phase::kSweep, forward, Skip::kOnePiece, all);
+  // What failed without the medium's doing is asked again, as long as that gets anywhere; and what
+  // a disk refused that then had to be woken, which is done a few times without a success.
+  u32 idlePasses = 0;
   bool isWoken = false;
   do {
-    before = m_ledger.Left();
+    const u64 before = m_ledger.Left();
     Scan(Phase::kSweep, forward, Skip::kNothing, all);
     if (m_options.scrape) {
       Trim();
@@ -143,8 +149,9 @@ void Engine::Image() {
     }
     AskWitnesses();
     isWoken = !IsStopping() && !m_ledger.refused.IsEmpty() && !Prove();
+    idlePasses = m_ledger.Left() < before ? 0 : idlePasses + 1;
   } while (!IsStopping() && m_ledger.Left() > 0 &&
-           (isWoken || (m_options.scrape && m_ledger.Left() < before)));
+           (isWoken || (m_options.scrape && idlePasses < kMostIdlePasses)));
 }
 
 void Engine::SetWitnessesAside() {
@@ -158,13 +165,16 @@ void Engine::SetWitnessesAside() {
     m_ledger.untried.Remove(unit);
     m_ledger.witnesses.Add(unit);
   }
+  m_witnessesAside = m_ledger.witnesses.Sectors();
 }
 
 void Engine::Scan(Phase phase, bool forward, Skip skip, SectorRange within) {
   if (!m_ledger.untried.NextFrom(within.first)) return;
   Begin(phase);
   m_queue.JudgeSlowness(skip == Skip::kFailuresAndSlowness);
-  SkipPolicy policy = skip == Skip::kNothing ? SkipPolicy() : SkipPolicy(m_sectors);
+  SkipPolicy policy = skip == Skip::kNothing    ? SkipPolicy()
+                      : skip == Skip::kOnePiece ? SkipPolicy::OnePiece()
+                                                : SkipPolicy(m_sectors);
   u64 cursor = forward ? within.first : within.End();
   const auto next = [&]() -> std::optional<SectorRange> {
     const auto part =
@@ -184,7 +194,7 @@ void Engine::Scan(Phase phase, bool forward, Skip skip, SectorRange within) {
       cursor = forward ? range.first : range.End();
       return;
     }
-    const u64 distance = policy.Next(asked.wentBadly);
+    const u64 distance = policy.Next(asked.wentBadly, range.count);
     if (!asked.wentBadly) return;
     cursor = forward ? range.End() + distance : range.first - std::min(range.first, distance);
   });
@@ -367,9 +377,11 @@ u64 Engine::Fetch(SectorRange range, u8* out) {
 
 StopReason Engine::Finish() {
   CountAll();  // nothing may have been wanted; the log tells the storage's counts all the same
-  const bool isProofWanted = m_reason == StopReason::kNone && !m_ledger.refused.IsEmpty();
-  // Whoever stops a run may do so because the disk hangs.
-  if (isProofWanted && !Prove()) m_unprovedAtEnd += m_ledger.TakeBack();
+  // Those who stop a run may do so because the disk hangs.
+  const bool isStopped = *m_stop && m_failuresInRow > 0;
+  const bool isProofWanted =
+      m_reason == StopReason::kNone && (isStopped || !m_ledger.refused.IsEmpty());
+  if (isProofWanted && !Prove()) m_unprovedAtEnd += TakeBackSilence();
   const bool kept = Sync();
   if (m_reason == StopReason::kNone) {
     m_reason = *m_stop ? StopReason::kStopped : StopReason::kDone;
@@ -383,7 +395,9 @@ StopReason Engine::Finish() {
   LogEvent end("end");
   end.Add("how", kHow[static_cast<size_t>(m_reason)]).Add(m_progress.all);
   end.Add("asked", m_progress.asked).Add("seconds", m_clock->Seconds() - m_started);
-  if (m_unprovedAtEnd > 0) end.Add("unproved", u64{m_unprovedAtEnd});
+  if (m_unprovedAtEnd > 0 || m_reason == StopReason::kNotAnswering) {
+    end.Add("unproved", u64{m_unprovedAtEnd});
+  }
   m_log->Write(end);
   m_log->Sync();
   Tell();

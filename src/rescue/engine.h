@@ -115,7 +115,7 @@ class Engine {
   void Begin(Phase phase);
   void SetWitnessesAside();
   bool CountAll();
-  enum class Skip { kNothing, kFailures, kFailuresAndSlowness };
+  enum class Skip { kNothing, kOnePiece, kFailures, kFailuresAndSlowness };
   void Scan(Phase phase, bool forward, Skip skip, SectorRange within);
   void Trim();
   void Scrape();
@@ -136,6 +136,7 @@ class Engine {
   bool StoreRun(SectorRange run, const u8* data);
   void Settle(const Asked& asked);
   void SettleFailure(const Asked& asked);
+  void SettleSlip(SectorRange range);
   void LogFailure(const Asked& asked);
   void AliveNow();
   void CountAsked(SectorRange range);
@@ -144,6 +145,14 @@ class Engine {
   // Proof of life.
   bool NeedsProof();
   bool Prove();
+  bool ProveByTwo();
+  u32 ProbeAfter() const;
+  bool NeedsProbe();
+  void Probe();
+  bool MayAskKnownGood() const;
+  void GreetWoken();
+  size_t TakeBackSilence();
+  void EndSilence();
   bool ProveBy(SectorRange witness, bool isKnownGood);
   std::optional<SectorRange> PickWitness(u64 farFrom);
   std::optional<SectorRange> PickKnownGood();
@@ -184,18 +193,27 @@ class Engine {
   ExtentSet m_planned;        // what was wanted so far
   ExtentSet m_triedTogether;  // by earlier runs, where nothing was planned yet
   ExtentSet m_triedAlone;
+  ExtentSet m_beganSilence;  // the disk fell silent when it was asked for these alone
+  ExtentSet m_slipped;       // came to nothing once without the medium's doing
   ExtentSet m_triedEarlier;  // asked by earlier runs, so that this one counts them once
   std::vector<std::pair<u64, u64>> m_named;  // bad sectors that the drive named: in which piece
   bool m_isRetrying = false;
   bool m_isServing = false;
 
   u32 m_failuresInRow = 0;
+  u64 m_witnessesAside = 0;  // sectors of them, at first
+  bool m_isSilent = false;   // nothing that fails counts until the disk answers again
+  bool m_wasSilent = false;  // at any time
+  bool m_isWoken = false;    // and was not asked since
   double m_firstFailure = 0;
   u32 m_systemFailures = 0;
   u32 m_wakings = 0;  // without a success since
   double m_lastSuccess;
   double m_askStarted = 0;
   ExtentSet m_knownGoodAsked;
+  ExtentSet m_witnessesInVain;
+  u64 m_knownGoodAsks = 0;
+  u64 m_failures = 0;
   u64 m_picks = 0;
   size_t m_unprovedAtEnd = 0;
   size_t m_unprovedTold = 0;  // as it was last told while a request hung

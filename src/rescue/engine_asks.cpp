@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 
-// How the engine asks, what a failure means, and when a disk counts as dead.
+// How the engine asks, what a failure means, and how the store is kept.
 
 #include <algorithm>
 #include <cstdio>
@@ -14,10 +14,8 @@ namespace {
 
 constexpr double kTickSeconds = 0.2;
 constexpr double kHangSeconds = 1;
-constexpr double kMostUnclearSeconds = 120;
 constexpr u32 kMostSystemFailures = 8;
 constexpr double kSystemPause = 0.25;  // seconds, longer with each failure in a row
-constexpr u32 kMostWakings = 3;
 constexpr size_t kMostNamed = 1 << 16;
 // Room is made for that much at once where reading goes on in order.
 constexpr u64 kRoomSectors = 8192;
@@ -55,6 +53,7 @@ bool Engine::StopForUnreadableCache() {
 
 void Engine::Stream(const Next& next, const Settled& settled) {
   while (!IsStopping()) {
+    if (m_isWoken && m_queue.IsEmpty()) GreetWoken();
     if (IsAwaited()) {
       GiveWay(settled);
       continue;
@@ -68,7 +67,11 @@ void Engine::Stream(const Next& next, const Settled& settled) {
     }
     if (m_queue.IsEmpty()) return;
     TakeAnswers(settled);
-    if (NeedsProof()) Prove();
+    if (NeedsProof()) {
+      Prove();
+    } else if (NeedsProbe()) {
+      Probe();
+    }
   }
   m_queue.Drop();
   // What is under way is still answered, and kept.
@@ -114,16 +117,6 @@ bool Engine::TakeAnswers(const Settled& settled) {
   SyncWhenDue();
   Tell();
   return count > 0;
-}
-
-// A request hangs, and the run is to stop. Who wishes so again ends it without a word, so that the
-// log must know by then what is not to count.
-void Engine::StopWhileWaiting() {
-  m_queue.Drop();
-  if (!m_progress.isWaiting || m_ledger.Recent() == m_unprovedTold) return;
-  m_unprovedTold = m_ledger.Recent();
-  m_log->Write(LogEvent("unproved").Add("count", u64{m_unprovedTold}));
-  m_log->Sync();
 }
 
 // Neighbours are stored at once.
@@ -174,6 +167,7 @@ void Engine::Settle(const Asked& asked) {
   Learn(asked);
   m_progress.position = asked.range.first;
   const SectorRange got{asked.range.first, asked.outcome.delivered};
+  if (got.count > 0 || asked.outcome.kind == FailureKind::kMedium) EndSilence();
   if (got.count > 0) {
     m_ledger.Stored(got);
     const bool isPlanned = m_planned.Contains(got.first);
@@ -207,6 +201,7 @@ void Engine::SettleFailure(const Asked& asked) {
   const AskOutcome& outcome = asked.outcome;
   const bool alone = IsAlone(asked.range);
   LogFailure(asked);
+  ++m_failures;
   if (m_failuresInRow++ == 0) m_firstFailure = m_clock->Seconds() - asked.seconds;
   const SectorRange rest{asked.range.first + outcome.delivered,
                          asked.range.count - outcome.delivered};
@@ -219,11 +214,11 @@ void Engine::SettleFailure(const Asked& asked) {
       }
       m_clock->Sleep(kSystemPause * m_systemFailures);
       return;
-    case FailureKind::kMedium:
-    case FailureKind::kUnclear:
-      break;
-    default:
+    case FailureKind::kTransport:
+      if (!alone) SettleSlip(rest);
       return;
+    default:
+      break;
   }
   if (m_isRetrying) {
     // It is marked already.
@@ -244,142 +239,12 @@ void Engine::SettleFailure(const Asked& asked) {
   if (outcome.kind == FailureKind::kMedium) AliveNow();
 }
 
-void Engine::AliveNow() {
-  m_failuresInRow = 0;
-  m_systemFailures = 0;
-  m_wakings = 0;
-  m_lastSuccess = m_clock->Seconds();
-  if (!m_ledger.HasUnproved()) return;
-  u64 marked = 0;
-  const u64 planned = m_ledger.refused.Intersection(m_planned).Sectors();
-  m_isDirty = true;
-  if (!m_ledger.Prove(&marked)) StopForStore();
-  m_progress.all.unreadable += marked;
-  m_progress.all.missing -= marked;
-  m_progress.domain.unreadable += std::min(marked, planned);
-  m_progress.domain.missing -= std::min(marked, planned);
-}
-
-bool Engine::NeedsProof() {
-  if (m_failuresInRow == 0 || IsStopping() || !m_queue.IsEmpty()) return false;
-  return m_failuresInRow >= m_options.maxFailures ||
-         m_clock->Seconds() - m_firstFailure >= kMostUnclearSeconds;
-}
-
-// Asks a witness, then another elsewhere. False when the disk proved to be dead.
-bool Engine::Prove() {
-  u64 farFrom = m_progress.position;
-  for (int tries = 0; tries < 2; ++tries) {
-    auto witness = PickWitness(farFrom);
-    const bool isKnownGood = !witness && (witness = PickKnownGood());
-    // Who retries has not asked for sectors that are missing.
-    if (!witness && !m_isRetrying) witness = PickUntried(tries == 0);
-    if (!witness && !m_isRetrying) witness = PickUnwanted();
-    if (!witness) break;
-    if (ProveBy(*witness, isKnownGood)) return true;
-    if (IsStopping()) return false;
-    farFrom = witness->first;
-  }
-  EndOrWake(StopReason::kNotAnswering, 0);
-  return false;
-}
-
-bool Engine::ProveBy(SectorRange witness, bool isKnownGood) {
-  if (isKnownGood) m_log->Write(LogEvent("witness").Add(witness));
-  if (!isKnownGood && !PrepareStore(witness)) return false;
-  m_queue.JudgeSlowness(false);
-  m_queue.Push(witness);
-  Asked* asked = nullptr;
-  while (m_queue.Wait(kTickSeconds, 1, &asked) == 0) Tell();
-  const bool isAlive = asked->outcome.delivered > 0 || asked->outcome.kind == FailureKind::kMedium;
-  if (isKnownGood) {
-    m_progress.asked += witness.count;
-    if (isAlive) AliveNow();
-    if (asked->outcome.kind == FailureKind::kGone) {
-      EndOrWake(StopReason::kGone, asked->outcome.code);
-    }
-  } else if (StoreAnswers(asked, 1)) {
-    Settle(*asked);
-  }
-  m_queue.Pop(1);
-  return isAlive;
-}
-
-// One of those that were left out on purpose, as far away as there is. Only where the disk reads
-// well around it: else its failure would say nothing.
-std::optional<SectorRange> Engine::PickWitness(u64 farFrom) {
-  std::optional<SectorRange> best;
-  u64 bestDistance = 0;
-  m_ledger.witnesses.Visit([&](SectorRange witness) {
-    const u64 distance =
-        witness.first > farFrom ? witness.first - farFrom : farFrom - witness.first;
-    if (best && distance <= bestDistance) return;
-    StatusTotals before;
-    m_store->Count({witness.first - 1, 1}, &before);
-    if (before.present == 0) return;
-    best = UnitAround(witness.first);
-    bestDistance = distance;
-  });
-  return best;
-}
-
-// A physical sector that the cache has. Never the same one twice in a run.
-std::optional<SectorRange> Engine::PickKnownGood() {
-  const auto picked = PickUnit(kPresent, m_knownGoodAsked);
-  if (picked) m_knownGoodAsked.Add(*picked);
-  return picked;
-}
-
-// One that is wanted and was never asked: in the middle of what lies last, or first.
-std::optional<SectorRange> Engine::PickUntried(bool last) {
-  const auto area = last ? m_ledger.untried.LastBefore(kNowhere) : m_ledger.untried.NextFrom(0);
-  if (!area) return std::nullopt;
-  const SectorRange unit = UnitAround(area->first + area->count / 2);
-  const u64 first = std::max(unit.first, area->first);
-  return SectorRange{first, std::min(unit.End(), area->End()) - first};
-}
-
-// One that was never asked, and that is not wanted in this run.
-std::optional<SectorRange> Engine::PickUnwanted() {
-  ExtentSet known = m_planned;
-  known.Add(m_triedTogether);
-  known.Add(m_triedAlone);
-  return PickUnit(kMissing, known);
-}
-
-// A physical sector all of which has that status and none of which is in `except`, from one of a
-// few places all over the storage.
-std::optional<SectorRange> Engine::PickUnit(SectorStatus wanted, const ExtentSet& except) {
-  constexpr u64 kPlaces = 16;
-  constexpr u64 kLookedAt = u64{1} << 24;  // sectors, at each place
-  std::optional<SectorRange> found;
-  for (u64 i = 0; i < kPlaces && !found; ++i) {
-    const u64 from = m_sectors / kPlaces * (m_picks++ * 7 % kPlaces);
-    m_store->Visit({from, std::min(kLookedAt, m_sectors - from)},
-                   [&](u64 start, u64 sectors, SectorStatus status) {
-                     if (status != wanted) return true;
-                     ExtentSet free(SectorRange{start, sectors});
-                     free.Remove(except);
-                     free.Visit([&](SectorRange part) {
-                       const SectorRange unit = UnitAround(part.first + m_unit - 1);
-                       if (!found && unit.End() <= part.End()) found = unit;
-                     });
-                     return !found;
-                   });
-  }
-  return found;
-}
-
-void Engine::EndOrWake(StopReason reason, u32 systemError) {
-  // A device that vanished was alive until then; one that does not answer was not.
-  const size_t unproved = reason == StopReason::kNotAnswering ? m_ledger.TakeBack() : 0;
-  if (m_options.onSilent && m_wakings++ < kMostWakings && m_options.onSilent(reason)) {
-    m_failuresInRow = 0;
-    if (unproved > 0) m_log->Write(LogEvent("unproved").Add("count", u64{unproved}));
-    return;
-  }
-  m_unprovedAtEnd = unproved;
-  StopWith(reason, systemError);
+// No refusal. But what comes to nothing twice while the disk answers before is slow or bad there
+// itself: its sectors are asked alone then, as those of what was refused.
+void Engine::SettleSlip(SectorRange range) {
+  if (m_failuresInRow > 1) return;
+  if (m_slipped.Contains(range.first)) m_ledger.Slipped(range);
+  m_slipped.Add(range);
 }
 
 bool Engine::PrepareStore(SectorRange range) {

@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "rescue/ledger.h"
 
+#include <algorithm>
+
 namespace larkspur {
 namespace {
 
@@ -28,9 +30,10 @@ void Ledger::Stored(SectorRange range) {
 }
 
 void Ledger::Refused(SectorRange range, bool alone) {
-  const auto from = trimmed.Contains(range.first)  ? &Ledger::trimmed
-                    : failed.Contains(range.first) ? &Ledger::failed
-                                                   : &Ledger::untried;
+  const auto from = trimmed.Contains(range.first)     ? &Ledger::trimmed
+                    : failed.Contains(range.first)    ? &Ledger::failed
+                    : witnesses.Contains(range.first) ? &Ledger::witnesses
+                                                      : &Ledger::untried;
   const auto to = alone ? &Ledger::refused : &Ledger::failed;
   m_recent.push_back({range, from, to});
   for (ExtentSet* set : {&untried, &failed, &trimmed, &witnesses}) set->Remove(range);
@@ -41,6 +44,11 @@ void Ledger::Spend(SectorRange range) {
   m_recent.push_back({range, &Ledger::failed, &Ledger::spent});
   failed.Remove(range);
   spent.Add(range);
+}
+
+void Ledger::Slipped(SectorRange range) {
+  untried.Remove(range);
+  failed.Add(range);
 }
 
 bool Ledger::IsOpen(SectorRange range) const {
@@ -71,10 +79,14 @@ bool Ledger::Prove(u64* marked) {
   return kept;
 }
 
-size_t Ledger::TakeBack() {
-  const size_t count = m_recent.size();
+std::optional<SectorRange> Ledger::FirstRecent() const {
+  return m_recent.empty() ? std::nullopt : std::optional(m_recent.front().range);
+}
+
+size_t Ledger::TakeBack(size_t kept) {
+  const size_t count = m_recent.size() - std::min(kept, m_recent.size());
   // The last first: a sector may have been refused together with others and then alone.
-  for (; !m_recent.empty(); m_recent.pop_back()) {
+  for (; m_recent.size() > kept; m_recent.pop_back()) {
     const Refusal& refusal = m_recent.back();
     // It may have been trimmed since.
     for (ExtentSet* set : {&failed, &trimmed, &refused, &spent}) set->Remove(refusal.range);

@@ -8,6 +8,7 @@
 // after it: a disk that hangs answers like one that is bad. Until then it stands here and in the
 // log.
 
+#include <optional>
 #include <vector>
 
 #include "rescue/extent_set.h"
@@ -37,7 +38,9 @@ class Ledger {
   void GiveUpWitnesses(SectorRange range);
 
   // Sectors that are still to be asked for.
-  u64 Left() const { return untried.Sectors() + failed.Sectors() + trimmed.Sectors(); }
+  u64 Left() const {
+    return untried.Sectors() + failed.Sectors() + trimmed.Sectors() + witnesses.Sectors();
+  }
 
   // The range was read and stored.
   void Stored(SectorRange range);
@@ -45,6 +48,8 @@ class Ledger {
   void Refused(SectorRange range, bool alone);
   // A piece that had failed was asked again as a whole, and refused again.
   void Spend(SectorRange range);
+  // The range came to nothing without being refused, and is asked for alone all the same.
+  void Slipped(SectorRange range);
 
   // How many refusals there were since the last sign of life.
   size_t Recent() const { return m_recent.size(); }
@@ -52,9 +57,11 @@ class Ledger {
   // The disk is alive: marks what was refused. *marked grows by the sectors marked. False when the
   // cache does not take it.
   bool Prove(u64* marked);
-  // The disk was dead: what it refused since it was last known to be alive was not refused. Answers
-  // how many refusals that were.
-  size_t TakeBack();
+  // The first refusal since the last sign of life.
+  std::optional<SectorRange> FirstRecent() const;
+  // The disk was dead: what it refused since it was last known to be alive was not refused, but for
+  // the first `kept` of them. Answers how many refusals that were.
+  size_t TakeBack(size_t kept);
 
  private:
   struct Refusal {

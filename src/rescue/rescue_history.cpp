@@ -100,7 +100,8 @@ bool HistoryReader::Take(const JsonLine& event) {
   } else if (*name == "sync-failed") {
     m_history.syncFailed = true;
   } else if (*name == "unproved") {
-    TakeBack(event.Number("count").value_or(0));
+    const u64 count = event.Number("count").value_or(0);
+    event.Bool("untilEnd").value_or(false) ? void(m_untilEnd = count) : TakeBack(count);
   } else if (*name == "end") {
     TakeEnd(event);
   }
@@ -143,6 +144,7 @@ bool HistoryReader::TakeFailed(const JsonLine& event) {
   ++m_history.failures[static_cast<size_t>(kind)];
   KeepSlow({*range, event.Decimal("ms").value_or(0) / 1000, kind});
   if (!IsRefusal(kind)) return true;
+  if (m_untilEnd) ++*m_untilEnd;
   if (m_recent.size() == 2 * kMaxRecent) Settle(kMaxRecent);
   m_recent.push_back({*range, event.Bool("alone").value_or(false), kind == FailureKind::kMedium});
   return true;
@@ -168,12 +170,18 @@ void HistoryReader::TakeEnd(const JsonLine& event) {
   run.missing = event.Number("missing").value_or(0);
   m_history.ended = true;
   AddPoint(event);
+  m_untilEnd.reset();
   const u64 all = run.how == "not-answering" ? m_recent.size() : 0;
   TakeBack(event.Number("unproved").value_or(all));
 }
 
 // The disk was dead when it refused the last `count`: they were not asked for.
 void HistoryReader::TakeBack(u64 count) {
+  if (count > 0 && !m_recent.empty()) {
+    const size_t taken = static_cast<size_t>(std::min<u64>(count, m_recent.size()));
+    const Failed& first = m_recent[m_recent.size() - taken];
+    if (first.alone) m_history.beganSilence.Add(first.range);
+  }
   Settle(static_cast<size_t>(std::min<u64>(count, m_recent.size())));
   m_recent.clear();
 }
@@ -181,6 +189,8 @@ void HistoryReader::TakeBack(u64 count) {
 // A machine that was switched off during a run may have been so because the disk hung. What that
 // refused alone since it was last known to be alive is asked alone once more.
 void HistoryReader::GiveUpUnproved(const std::string& bootAfter) {
+  if (m_untilEnd) TakeBack(*m_untilEnd);
+  m_untilEnd.reset();
   if (m_history.ended || m_history.boot == bootAfter) return;
   for (Failed& failed : m_recent) failed.alone = failed.alone && failed.isByMedium;
 }

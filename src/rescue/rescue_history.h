@@ -52,6 +52,8 @@ struct RescueHistory {
   // later: the cache says which.
   ExtentSet triedTogether;
   ExtentSet triedAlone;
+  // The disk fell silent when it was asked for these alone.
+  ExtentSet beganSilence;
   // Where sectors were stored since the last time that all was flushed to disk.
   ExtentSet storing;
 
@@ -110,6 +112,8 @@ class HistoryReader {
   std::string m_partial;
   bool m_overlong = false;
   std::vector<Failed> m_recent;  // the last failures, which an end may take back
+  // So many of these do not count unless an end follows.
+  std::optional<u64> m_untilEnd;
   JsonLine m_event;
   u64 m_pointEvery = 1;  // every how manieth point is kept
   u64 m_points = 0;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "base/types.h"
 
@@ -56,28 +57,54 @@ class SlowRequests {
   u32 m_slowInRow = 0;
 };
 
-// How far to skip after a request that failed or was slow: a mebibyte first, twice as far each time
-// until one goes well, at most a thirty-second of the disk.
+// How far to skip after a request that failed or was slow. A bad area ends where as much has been
+// read well as was skipped last; until then each skip is longer than the one before. The next area
+// begins with a skip that would have crossed the last one, or half of that where it was too long:
+// what is usual on this disk is found by itself, single spots or bands of many mebibytes. At most a
+// thirty-second of the disk is skipped at once.
 class SkipPolicy {
  public:
   // Never skips.
   SkipPolicy() = default;
   explicit SkipPolicy(u64 sourceSectors)
       : m_largest(std::max(kFirstSkip, sourceSectors / kLargestPart)) {}
+  // Skips as far as a request reaches, each time.
+  static SkipPolicy OnePiece() {
+    SkipPolicy policy;
+    policy.m_largest = kLeastSkip;
+    return policy;
+  }
 
-  // The sectors to skip after a request.
-  u64 Next(bool wentBadly) {
+  // The sectors to skip after a request for `sectors`.
+  u64 Next(bool wentBadly, u64 sectors) {
     if (m_largest == 0) return 0;
-    m_skip = !wentBadly ? 0 : m_skip == 0 ? kFirstSkip : std::min(m_skip * 2, m_largest);
+    m_readWell += sectors;
+    if (!wentBadly) return 0;
+    m_readWell -= sectors;
+    m_skip = m_readWell < m_skip ? Grown() : FirstOfArea();
+    m_readWell = 0;
     return m_skip;
   }
 
  private:
-  static constexpr u64 kFirstSkip = 2048;
+  static constexpr u64 kFirstSkip = 512;
+  static constexpr u64 kLeastSkip = 128;
+  static constexpr u64 kLargeSkip = 2048;
   static constexpr u64 kLargestPart = 32;
+
+  u64 Grown() {
+    m_hasGrown = true;
+    return std::min(m_skip * (m_skip < kLargeSkip ? 2 : 4), m_largest);
+  }
+  u64 FirstOfArea() {
+    if (m_skip == 0) return std::min(kFirstSkip, m_largest);
+    return std::exchange(m_hasGrown, false) ? m_skip : std::max(m_skip / 2, kLeastSkip);
+  }
 
   u64 m_largest = 0;
   u64 m_skip = 0;
+  u64 m_readWell = 0;       // since the last skip
+  bool m_hasGrown = false;  // within this area
 };
 
 }  // namespace larkspur
