@@ -318,6 +318,7 @@ void Engine::Retry(const ExtentSet& domain) {
   if (unreadable.IsEmpty()) return;
   Begin(Phase::kRetry);
   m_isRetrying = true;
+  m_retryLeft = unreadable.Sectors();
   unreadable.Visit([&](SectorRange area) {
     if (IsStopping()) return;
     m_log->Write(LogEvent("retry").Add(area));
@@ -325,10 +326,12 @@ void Engine::Retry(const ExtentSet& domain) {
       const SectorRange unit = UnitAround(cursor);
       const u64 end = std::min(unit.End(), area.End());
       AskAlone({cursor, end - cursor}, true);
+      m_retryLeft -= end - cursor;
       cursor = end;
     }
   });
   m_isRetrying = false;
+  m_retryLeft = 0;
 }
 
 void Engine::ReadMissing(SectorRange range, bool untilRefused) {

@@ -223,7 +223,10 @@ class Engine {
   double m_started;
   double m_lastSync;
   bool m_isDirty = false;
-  u64 m_unflushed = 0;        // sectors stored since the last flush began
+  u64 m_unflushed = 0;  // sectors stored since the last flush began
+  u64 m_storedSectors = 0;
+  double m_storeSeconds = 0;  // all that these took, flushed to disk
+  u64 m_retryLeft = 0;        // sectors that are to be retried
   double m_groupSeconds = 0;  // usual, of one sector
   double m_aloneSeconds = 0;  // usual, of one request
 

@@ -137,13 +137,17 @@ bool Engine::StoreAnswers(const Asked* first, u32 count) {
 bool Engine::StoreRun(SectorRange run, const u8* data) {
   m_isDirty = true;
   NoteStoring(run);
+  const double started = m_clock->Seconds();
   if (!m_store->Store(run.first, data, static_cast<u32>(run.count), m_isRetrying)) {
     return StopForStore();
   }
   m_unflushed += run.count;
-  if (m_unflushed < kFlushSectors) return true;
-  m_unflushed = 0;
-  m_store->BeginFlush();
+  if (m_unflushed >= kFlushSectors) {
+    m_unflushed = 0;
+    m_store->BeginFlush();
+  }
+  m_storedSectors += run.count;
+  m_storeSeconds += m_clock->Seconds() - started;
   return true;
 }
 
@@ -286,7 +290,9 @@ bool Engine::Sync() {
   m_lastSync = m_clock->Seconds();
   if (!m_isDirty) return true;
   m_isDirty = false;
-  if (m_store->Sync()) {
+  const bool isFlushed = m_store->Sync();
+  m_storeSeconds += m_clock->Seconds() - m_lastSync;
+  if (isFlushed) {
     m_log->Write(LogEvent("synced").Add(m_progress.all));
     m_storing.Clear();
     return true;
@@ -299,17 +305,23 @@ bool Engine::Sync() {
 }
 
 double Engine::SecondsLeft() const {
+  // What is fetched on demand grows with each demand.
+  if (m_progress.phase == Phase::kFetch) return -1;
+  if (m_groupSeconds == 0 && m_aloneSeconds == 0) return -1;
   const double allowed = m_options.maxBytesPerSecond == 0
                              ? 0
                              : kSectorBytes / static_cast<double>(m_options.maxBytesPerSecond);
+  // One sector is stored while the next is read.
+  const double stored =
+      m_storedSectors == 0 ? 0 : m_storeSeconds / static_cast<double>(m_storedSectors);
   const double together =
-      std::max(m_groupSeconds, allowed) * static_cast<double>(m_ledger.untried.Sectors());
-  const u64 single = m_ledger.failed.Sectors() + m_ledger.trimmed.Sectors();
-  if (m_groupSeconds == 0 && m_aloneSeconds == 0) return -1;
-  const double requests = m_options.scrape ? static_cast<double>(single) / m_unit : 0;
+      std::max({m_groupSeconds, stored, allowed}) * static_cast<double>(m_ledger.untried.Sectors());
+  u64 single = m_ledger.witnesses.Sectors() + m_retryLeft;
+  if (m_options.scrape) single += m_ledger.failed.Sectors() + m_ledger.trimmed.Sectors();
   // Until one was asked alone: as long as a request took, at the least.
-  const double each = m_aloneSeconds > 0 ? m_aloneSeconds : m_groupSeconds;
-  return together + requests * each;
+  const double each =
+      m_aloneSeconds > 0 ? m_aloneSeconds : m_groupSeconds * AskedSource::kMaxAskSectors;
+  return together + each * static_cast<double>(single) / m_unit;
 }
 
 void Engine::Tell() {

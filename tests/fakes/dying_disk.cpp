@@ -96,6 +96,7 @@ bool MemoryRescueStore::Store(u64 first, const u8* data, u32 count, bool evenUnr
     return false;
   }
   --storesLeft;
+  if (onStore) onStore(count);
   for (u32 i = 0; i < count; ++i) {
     wrongData += !IsPattern(first + i, data + u64{i} * kSectorBytes);
     SectorStatus& status = statuses[first + i];

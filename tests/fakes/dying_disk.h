@@ -85,6 +85,7 @@ class MemoryRescueStore final : public RescueStore {
   std::vector<SectorStatus> statuses;
   u64 wrongData = 0;  // sectors that were stored with another sector's data
   u64 storesLeft = kNowhere;
+  std::function<void(u32 count)> onStore;
   bool syncFails = false;
   u64 syncs = 0;
   u64 flushesBegun = 0;

@@ -486,6 +486,36 @@ TEST_F(EngineTest, ItSyncsEveryThirtySecondsAlsoOverBadAreas) {
   EXPECT_EQ(m_log.Events("synced"), m_store.syncs);
 }
 
+TEST_F(EngineTest, TheTimeLeftIsTheSlowestPartnersTime) {
+  struct Case {
+    double storeSeconds;  // a sector
+    u64 rate;
+    u64 badSectors;
+    bool retry;
+  };
+  for (const Case& c : {Case{0, 0, 0, false}, Case{1e-3, 0, 0, false}, Case{0, 512000, 0, false},
+                        Case{0, 0, 4000, true}}) {
+    ForgetAll();
+    m_options.maxBytesPerSecond = c.rate;
+    m_disk.badKind = FailureKind::kMedium;
+    m_disk.bad.Add({1000, c.badSectors});
+    std::fill_n(m_store.statuses.begin() + 1000, c.badSectors, kUnreadable);
+    m_store.onStore = [&](u32 count) { m_clock.now += c.storeSeconds * count; };
+    std::vector<std::pair<double, double>> told;
+    const auto watch = [&](const RescueProgress& progress) {
+      told.emplace_back(m_clock.now, progress.secondsLeft);
+    };
+    RunOn([&](Engine& engine) {
+      engine.Want(ExtentSet({0, kNowhere}));
+      engine.OnProgress(watch);
+      c.retry ? engine.Retry(ExtentSet({0, kNowhere})) : engine.Image();
+    });
+    const auto [half, left] = told[told.size() / 2];
+    EXPECT_NEAR(left, m_clock.now - half, (m_clock.now - half) / 8)
+        << c.storeSeconds << " " << c.rate << " " << c.retry;
+  }
+}
+
 TEST_F(EngineTest, WhatAKilledRunDidNotFlushTheNextOneDoes) {
   EXPECT_EQ(Run(), StopReason::kDone);
   m_log.text.erase(m_log.text.find(R"({"t")", m_log.text.find("storing")));
