@@ -147,7 +147,6 @@ ExitStatus RunExport(const ExportOptions& options) {
       ExportRaw(cache->image.get(), range->first, range->count, sink, stop, [&](u64 done) {
         line.Show({range->count, done}, done, range->count - done);
       });
-  line.Finish();
   if (result.end != ExportEnd::kDone) return TellEnd(result, options);
   const StatusCounts& counts = result.counts;
   Tell(fmt::format("{}: {} written; {} unreadable and {} missing sectors read as zeros",

@@ -157,9 +157,7 @@ ExitStatus FetchMetadata(const FilesOptions& options) {
     if (rescue.engine().Reason() != StopReason::kNone) break;
     WalkFiles(&storage, volume.sectors.first, volume.sectors.count, {}, platform::InterruptFlag());
   }
-  const ExitStatus end = rescue.Finish(volumes ? kExitDone : volumes.error());
-  line.Finish();
-  return end;
+  return rescue.Finish(volumes ? kExitDone : volumes.error());
 }
 
 }  // namespace

@@ -78,7 +78,6 @@ ExitStatus RunImage(const ImageOptions& options) {
     options.retry ? rescue.engine().Retry(*domain) : rescue.engine().Image();
   }
   const ExitStatus early = rescue.Finish();
-  line.Finish();
   PrintResult(rescue.engine().Progress(), line.Seconds(), options);
   const ExitStatus end = Rescue::StatusOf(rescue.engine().Progress().domain);
   return report.Finish(rescue.Image(), early != kExitDone ? early : end);

@@ -139,7 +139,6 @@ ExitStatus RunImport(const ImportOptions& options) {
                                            WideFromUtf8(options.cache), stop, [&](u64 present) {
                                              line.Show({all, present}, present, all - present);
                                            });
-  line.Finish();
   if (result.end != ImportEnd::kDone) return TellEnd(result, plan, options);
   const ExitStatus noted = NoteTried(options, plan);
   PrintCounts(plan, result.counts, options.json);

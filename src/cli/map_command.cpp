@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+#include <algorithm>
 #include <functional>
 #include <sstream>
 
@@ -41,7 +42,7 @@ void PrintExtentsJson(cKVRSparseIO* image, const std::string& path) {
 
 // One line of the terminal's width: '!' where anything is unreadable, else how much is there.
 void PrintBar(cKVRSparseIO* image) {
-  const u32 width = platform::TerminalColumns() - 2;
+  const u32 width = std::max(platform::TerminalColumns(), 3u) - 2;
   const MapGrid grid = MakeMapGrid(image, width);
   std::string bar;
   for (const StatusCounts& cell : grid.cells) {

@@ -18,9 +18,16 @@ namespace {
 
 // The first error of standard output; 0: none.
 int g_outputError = 0;
+// The terminal's cursor stands in a line of progress.
+bool g_isProgressOpen = false;
 
 void NoteOutputError() {
   if (g_outputError == 0) g_outputError = errno ? errno : EIO;
+}
+
+void EndProgress() {
+  if (g_isProgressOpen) std::fputc('\n', stderr);
+  g_isProgressOpen = false;
 }
 
 std::string Dump(const Json& value, int indent) {
@@ -30,6 +37,7 @@ std::string Dump(const Json& value, int indent) {
 }  // namespace
 
 void Print(const std::string& text) {
+  EndProgress();
   const std::string shown = Printable(text, "\n\t");
   PrintBytes(shown.data(), shown.size());
 }
@@ -49,6 +57,7 @@ bool FlushOutput() {
 }
 
 ExitStatus FinishOutput(ExitStatus status) {
+  EndProgress();
   FlushOutput();
   if (g_outputError == 0) return status;
   Tell("standard output: the results could not be written: " +
@@ -68,8 +77,15 @@ void AppendRight(std::string* row, std::string_view text, size_t width) {
   row->append(width - std::min(width, text.size()), ' ').append(text);
 }
 
+void ShowProgress(const std::string& line, size_t width) {
+  std::fprintf(stderr, "\r%-*s", static_cast<int>(width), line.c_str());
+  std::fflush(stderr);
+  g_isProgressOpen = true;
+}
+
 void Tell(const std::string& message) {
   FlushOutput();
+  EndProgress();
   std::fprintf(stderr, "larkspur: %s\n", Printable(message).c_str());
 }
 

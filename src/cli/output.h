@@ -37,6 +37,10 @@ std::string CompactJson(const Json& value);
 // takes what it needs. For tables of thousands of rows: the formatter takes several times as long.
 void AppendRight(std::string* row, std::string_view text, size_t width);
 
+// Shows `line` on the terminal, in `width` columns and in place of the last one that was shown so.
+// Whatever is printed or told next comes below it.
+void ShowProgress(const std::string& line, size_t width);
+
 // A line "larkspur: ..." for the user, beside the results.
 void Tell(const std::string& message);
 

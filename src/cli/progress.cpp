@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <vector>
 
 #include <fmt/core.h>
 
+#include "cli/output.h"
 #include "imaging/size_text.h"
 #include "platform/clock.h"
 #include "platform/terminal.h"
@@ -22,6 +24,41 @@ constexpr double kJsonSeconds = 1;
 constexpr double kSilenceShown = 2;  // seconds without an answer that are worth telling
 constexpr double kLongestShown = 99 * 24 * 3600.0;
 
+constexpr size_t kBetween = 2;  // blanks
+
+// A part of the line; those of little importance make room for the others.
+struct Part {
+  int importance;
+  std::string text;
+};
+
+// In the order in which they are shown.
+std::vector<Part> PartsOf(const ProgressText& text) {
+  const bool hasPhase = !text.phase.empty();
+  std::vector<Part> parts;
+  if (hasPhase) parts.push_back({8, fmt::format("{:<6}", text.phase)});
+  if (text.sectors > 0) parts.push_back({7, PercentText(text.done, text.sectors)});
+  if (hasPhase) parts.push_back({1, "at " + SizeText(text.position << kSectorShift)});
+  parts.push_back({2, "present " + SizeText((text.done - text.unreadable) << kSectorShift)});
+  if (text.unreadable > 0) {
+    parts.push_back({5, fmt::format("unreadable {} sectors", text.unreadable)});
+  }
+  if (text.bytesPerSecond >= 0) {
+    parts.push_back({3, SizeText(static_cast<u64>(text.bytesPerSecond)) + "/s"});
+  }
+  if (hasPhase && text.sinceSuccess >= kSilenceShown) {
+    parts.push_back({6, "no answer for " + FormatDuration(text.sinceSuccess)});
+  }
+  if (text.secondsLeft >= 0) parts.push_back({4, FormatDuration(text.secondsLeft) + " left"});
+  return parts;
+}
+
+size_t WidthOf(const std::vector<Part>& parts) {
+  size_t width = 0;
+  for (const Part& part : parts) width += part.text.size() + (width > 0 ? kBetween : 0);
+  return width;
+}
+
 }  // namespace
 
 std::string FormatDuration(double seconds) {
@@ -30,20 +67,15 @@ std::string FormatDuration(double seconds) {
   return fmt::format("{}:{:02}:{:02}", all / 3600, all / 60 % 60, all % 60);
 }
 
-std::string FormatProgress(const ProgressText& text) {
-  const bool hasPhase = !text.phase.empty();
-  std::string line = hasPhase ? fmt::format("{:<6}  ", text.phase) : "";
-  if (text.sectors > 0) line += PercentText(text.done, text.sectors) + "  ";
-  if (hasPhase) line += fmt::format("at {}  ", SizeText(text.position << kSectorShift));
-  line += fmt::format("present {}", SizeText((text.done - text.unreadable) << kSectorShift));
-  if (text.unreadable > 0) line += fmt::format("  unreadable {} sectors", text.unreadable);
-  if (text.bytesPerSecond >= 0) {
-    line += fmt::format("  {}/s", SizeText(static_cast<u64>(text.bytesPerSecond)));
+std::string FormatProgress(const ProgressText& text, size_t width) {
+  std::vector<Part> parts = PartsOf(text);
+  while (WidthOf(parts) > width) {
+    parts.erase(std::max_element(parts.begin(), parts.end(), [](const Part& a, const Part& b) {
+      return a.importance > b.importance;
+    }));
   }
-  if (hasPhase && text.sinceSuccess >= kSilenceShown) {
-    line += fmt::format("  no answer for {}", FormatDuration(text.sinceSuccess));
-  }
-  if (text.secondsLeft >= 0) line += fmt::format("  {} left", FormatDuration(text.secondsLeft));
+  std::string line;
+  for (const Part& part : parts) line += std::string(line.empty() ? 0 : kBetween, ' ') + part.text;
   return line;
 }
 
@@ -87,20 +119,12 @@ void ProgressLine::Show(const ProgressText& progress, u64 fresh, u64 left) {
 
 void ProgressLine::ShowNow(const ProgressText& text) {
   m_lastShown = platform::MonotonicSeconds();
-  const std::string line = FormatProgress(text);
   if (!m_terminal) {
-    std::fprintf(stderr, "%s\n", line.c_str());
+    std::fprintf(stderr, "%s\n", FormatProgress(text).c_str());
     return;
   }
-  const int columns = static_cast<int>(platform::TerminalColumns()) - 1;
-  std::fprintf(stderr, "\r%-*.*s", columns, columns, line.c_str());
-  std::fflush(stderr);
-  m_lineOpen = true;
-}
-
-void ProgressLine::Finish() {
-  if (m_lineOpen) std::fputc('\n', stderr);
-  m_lineOpen = false;
+  const u32 width = platform::TerminalColumns() - 1;
+  ShowProgress(FormatProgress(text, width), width);
 }
 
 void RescueProgressLine::Show(const RescueProgress& progress) {
@@ -108,25 +132,27 @@ void RescueProgressLine::Show(const RescueProgress& progress) {
   const double now = platform::MonotonicSeconds();
   const StatusTotals& domain = progress.domain;
   const double rate = m_rate.Add(domain.present, now);
+  // From the first few requests nothing can be told.
+  const double secondsLeft = rate < 0 ? -1 : progress.secondsLeft;
   if (m_json) {
     if (now - m_lastJson < kJsonSeconds) return;
     m_lastJson = now;
-    return PrintJsonLine(progress, rate);
+    return PrintJsonLine(progress, rate, secondsLeft);
   }
   if (!m_line.IsDue()) return;
-  // What is fetched on demand grows with each demand.
-  const bool hasEnd = progress.phase != Phase::kFetch;
-  m_line.ShowNow({.sectors = hasEnd ? progress.domainSectors : 0,
+  // How much is fetched on demand is not known.
+  m_line.ShowNow({.sectors = progress.phase == Phase::kFetch ? 0 : progress.domainSectors,
                   .done = domain.present + domain.unreadable,
                   .unreadable = domain.unreadable,
                   .bytesPerSecond = rate < 0 ? -1 : rate * kSectorBytes,
-                  .secondsLeft = hasEnd ? progress.secondsLeft : -1,
+                  .secondsLeft = secondsLeft,
                   .phase = PhaseName(progress.phase),
                   .position = progress.position,
                   .sinceSuccess = progress.secondsSinceSuccess});
 }
 
-void RescueProgressLine::PrintJsonLine(const RescueProgress& progress, double rate) {
+void RescueProgressLine::PrintJsonLine(const RescueProgress& progress, double rate,
+                                       double secondsLeft) {
   const StatusTotals& domain = progress.domain;
   const double done = static_cast<double>(domain.present + domain.unreadable);
   const double all = static_cast<double>(progress.domainSectors);
@@ -139,7 +165,7 @@ void RescueProgressLine::PrintJsonLine(const RescueProgress& progress, double ra
                   R"("bytesPerSecond":{},"secondsLeft":{},"sinceSuccess":{:.1f}}})",
                   PhaseName(progress.phase), all > 0 ? done * 100 / all : 100.0, domain.present,
                   domain.unreadable, domain.missing, orNull(rate < 0 ? rate : rate * kSectorBytes),
-                  orNull(progress.secondsLeft), progress.secondsSinceSuccess)
+                  orNull(secondsLeft), progress.secondsSinceSuccess)
           .c_str());
 }
 

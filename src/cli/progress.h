@@ -23,8 +23,9 @@ struct ProgressText {
 };
 
 // "42.0 %  present 1.2 GiB  unreadable 12 sectors  35.2 MiB/s  12:33 left", with a phase as
-// "copy  42.0 %  at 2.1 GiB  present ...  no answer for 0:12  12:33 left"
-std::string FormatProgress(const ProgressText& text);
+// "copy  42.0 %  at 2.1 GiB  present ...  no answer for 0:12  12:33 left". What does not fit into
+// `width` characters is left out, whole parts at a time: first the place, last the phase.
+std::string FormatProgress(const ProgressText& text, size_t width = ~size_t{0});
 
 // Hours, minutes and seconds: "0:07", "12:33", "3:05:00".
 std::string FormatDuration(double seconds);
@@ -50,9 +51,6 @@ class ProgressLine {
   // Whether it is time to.
   bool IsDue() const;
   void ShowNow(const ProgressText& text);
-  // Leaves the terminal's cursor below the line.
-  void Finish();
-
   double Seconds() const;
 
  private:
@@ -60,7 +58,6 @@ class ProgressLine {
   double m_started;
   double m_lastShown;
   SmoothRate m_rate;
-  bool m_lineOpen = false;
 };
 
 // The line of a rescue, or its progress as JSON Lines.
@@ -69,11 +66,10 @@ class RescueProgressLine {
   explicit RescueProgressLine(bool json) : m_json(json) {}
 
   void Show(const RescueProgress& progress);
-  void Finish() { m_line.Finish(); }
   double Seconds() const { return m_line.Seconds(); }
 
  private:
-  void PrintJsonLine(const RescueProgress& progress, double rate);
+  void PrintJsonLine(const RescueProgress& progress, double rate, double secondsLeft);
 
   bool m_json;
   ProgressLine m_line;

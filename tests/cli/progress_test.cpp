@@ -26,6 +26,29 @@ TEST(Progress, SaysWhatIsKnown) {
   for (const auto& c : cases) EXPECT_EQ(FormatProgress(c.progress), c.text);
 }
 
+TEST(Progress, LeavesOutWhatDoesNotFit) {
+  const ProgressText all = {4096, 2048, 8, 22544384, 753, "copy", 250675, 12};
+  const struct {
+    size_t width;
+    const char* text;
+  } cases[] = {
+      {200,
+       "copy    50.0 %  at 122.4 MiB  present 1020.0 KiB  unreadable 8 sectors  21.5 MiB/s  "
+       "no answer for 0:12  12:33 left"},
+      {100,
+       "copy    50.0 %  present 1020.0 KiB  unreadable 8 sectors  21.5 MiB/s  no answer for 0:12  "
+       "12:33 left"},
+      {80, "copy    50.0 %  unreadable 8 sectors  21.5 MiB/s  no answer for 0:12  12:33 left"},
+      {79, "copy    50.0 %  unreadable 8 sectors  no answer for 0:12  12:33 left"},
+      {60, "copy    50.0 %  unreadable 8 sectors  no answer for 0:12"},
+      {55, "copy    50.0 %  no answer for 0:12"},
+      {33, "copy    50.0 %"},
+      {13, "copy  "},
+      {0, ""},
+  };
+  for (const auto& c : cases) EXPECT_EQ(FormatProgress(all, c.width), c.text) << c.width;
+}
+
 TEST(Progress, FormatsDurations) {
   const struct {
     double seconds;
