@@ -49,8 +49,23 @@ constexpr std::pair<FailureKind, const char*> kFailureWords[] = {
     {FailureKind::kUnclear, "reading failed, the system did not say why"},
     {FailureKind::kTransport, "cable, adapter or a time-out"},
     {FailureKind::kGone, "the disk was not there"},
-    {FailureKind::kSystem, "the computer could not ask the disk"},
+    {FailureKind::kSystem, "the computer could not reach the disk"},
 };
+
+// How a run ended, by the log's words; others stay as they are.
+std::string EndWords(const std::string& how) {
+  static constexpr std::pair<const char*, const char*> kWords[] = {
+      {"done", "finished"},
+      {"stopped", "stopped by the user"},
+      {"gone", "the disk was not there any more"},
+      {"not-answering", "the disk did not answer any more"},
+      {"full", "there was no room left for the copy"},
+      {"failed", "the computer had a problem"},
+  };
+  const auto* const words = std::find_if(std::begin(kWords), std::end(kWords),
+                                         [&how](const auto& row) { return how == row.first; });
+  return words == std::end(kWords) ? how : words->second;
+}
 
 // Time counts while a run was at work: what lies between two runs is left out.
 std::vector<ReportPoint> GoodData(const RescueHistory& history) {
@@ -83,7 +98,7 @@ ReportHistory HistoryOf(const std::string& cache, u64 sectors) {
     told.disk = ReportDisk{source.path, source.model, source.serial, source.firmware};
   }
   for (const HistoryRun& run : history.runs) {
-    told.runs.push_back({Readable(run.start), Readable(run.end), run.how, run.asked});
+    told.runs.push_back({Readable(run.start), Readable(run.end), EndWords(run.how), run.asked});
   }
   told.good = GoodData(history);
   ExtentSet refused = history.triedTogether;
@@ -130,7 +145,9 @@ std::string KindOf(const cPartTreeItem& node, const TreeNotes& notes) {
     const std::string name(content->name);
     return content->label.empty() ? name : fmt::format("{} \"{}\"", name, content->label);
   }
-  return node.Parent() ? Utf8FromWide(node.m_name.View()) : "";
+  if (!node.Parent()) return "";
+  const std::string name = Utf8FromWide(node.m_name.View());
+  return name == "[unknown]" ? "not recognised" : name;
 }
 
 std::vector<ReportPartition> PartitionsOf(cKVRSparseIO* image) {

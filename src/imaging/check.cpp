@@ -202,6 +202,7 @@ class Checker {
     const u32 held = static_cast<u32>(m_fileSectors - std::min(m_fileSectors, mapEnd));
     u8* lost = map + held;
     const u8* end = map + m_layout.SectorsInBlock(block);
+    m_isCut = true;
     const auto count = lost < end ? std::count(lost, const_cast<u8*>(end), kPresent) : 0;
     const bool repaired = m_repair && MakeWhole(start, map, held);
     Report(ProblemKind::kRecordCut, block,
@@ -223,6 +224,7 @@ class Checker {
   }
 
   void CheckEnd() {
+    if (m_isCut) return;  // what follows the last whole record is that one's
     const u64 bytes = m_file->GetByteSize();
     const u64 sectors = bytes >> kSectorShift;
     const u64 trailing = (sectors - m_layout.DataStart()) % m_layout.RecordSectors();
@@ -244,6 +246,7 @@ class Checker {
   SparseLayout m_layout;
   u64 m_fileSectors = 0;
   RecordSet m_used;
+  bool m_isCut = false;
   bool m_sawStatus = false;
   bool m_doubt = false;  // the header may be of another file than this one, or lie
 };

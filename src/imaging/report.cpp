@@ -85,7 +85,7 @@ class ReportPage {
       Add("<p>The disk could not read {}.</p>\n", SectorsText(m_counts.unreadable));
     }
     if (m_counts.missing > 0) {
-      Add("<p>{} was not read yet.</p>\n", SectorsText(m_counts.missing));
+      Add("<p>{} have not been read yet.</p>\n", SectorsText(m_counts.missing));
     }
   }
 
@@ -107,7 +107,7 @@ class ReportPage {
   void Map() {
     m_html +=
         "<h2>The map</h2>\n<p>The whole disk, from its first sector (top left) to its last. "
-        "Blue is saved, red could not be read, grey was not read yet.</p>\n";
+        "Blue is saved, red could not be read, grey has not been read yet.</p>\n";
     m_html += DrawMapSvg(m_image, m_facts.cache);
   }
 
@@ -126,7 +126,7 @@ class ReportPage {
     if (!history.failureKinds.empty()) {
       m_html += "<ul>\n";
       for (const auto& [kind, count] : history.failureKinds) {
-        Add("<li>{} times: {}</li>\n", count, Markup(kind));
+        Add("<li>{} time{}: {}</li>\n", count, count == 1 ? "" : "s", Markup(kind));
       }
       m_html += "</ul>\n";
     }
@@ -136,7 +136,7 @@ class ReportPage {
   void Runs() {
     m_html +=
         "<h2>Runs</h2>\n<table><tr><th>Begun</th><th>Ended</th><th>How</th>"
-        "<th class=\"n\">Asked of the disk</th></tr>\n";
+        "<th class=\"n\">Read from the disk</th></tr>\n";
     for (const ReportRun& run : m_facts.history.runs) {
       Add("<tr><td>{}</td><td>{}</td><td>{}</td><td class=\"n\">{}</td></tr>\n", Markup(run.start),
           Markup(run.end), Markup(run.how), SectorsText(run.asked));
@@ -194,7 +194,7 @@ class ReportPage {
     m_html += "<h2>What to do next</h2>\n<ul>\n";
     if (m_counts.missing > 0) {
       m_html +=
-          "<li>Parts of the disk were not read yet. The same command as before continues "
+          "<li>Parts of the disk have not been read yet. The same command as before continues "
           "where it stopped; nothing that was saved is read again.</li>\n";
     }
     if (m_counts.unreadable > 0) {
@@ -203,9 +203,10 @@ class ReportPage {
           "it, a laboratory may be able to read more: keep the disk switched off until "
           "then.</li>\n";
     }
+    Add("<li>Work on copies from now on: never write to the failing disk, do not repair its file "
+        "system, and keep the file {} as it is.</li>\n",
+        Markup(m_facts.cache));
     m_html +=
-        "<li>Work on copies from now on: never write to the failing disk, do not repair its "
-        "file system, and keep the cache as it is.</li>\n"
         "<li>Copy the files that you need to a healthy disk, and look at the important ones "
         "with the program that made them.</li>\n</ul>\n";
   }

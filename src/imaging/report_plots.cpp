@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 #include <fmt/format.h>
 
@@ -19,10 +20,19 @@ constexpr int kTicks = 4;  // steps of each scale
 constexpr size_t kMaxPoints = 1000;
 constexpr size_t kBars = 240;
 
-std::string DurationText(double seconds) {
+constexpr double kMostInSeconds = 600, kMostInMinutes = 4 * 3600.0;
+
+// The end of a scale of time up to `seconds`, each step of which is a whole number of its unit.
+double ScaleEnd(double seconds) {
+  const double unit = seconds <= kMostInSeconds ? 1 : seconds <= kMostInMinutes ? 60 : 900;
+  return std::max(1.0, std::ceil(seconds / kTicks / unit)) * kTicks * unit;
+}
+
+// A step of the scale that ends at `end`.
+std::string DurationText(double seconds, double end) {
   const u64 whole = static_cast<u64>(seconds + 0.5);
-  if (whole < 60) return fmt::format("{} s", whole);
-  if (whole < 3600) return fmt::format("{} min", (whole + 30) / 60);
+  if (end <= kMostInSeconds) return fmt::format("{} s", whole);
+  if (end <= kMostInMinutes) return fmt::format("{} min", whole / 60);
   return fmt::format("{}:{:02} h", whole / 3600, whole % 3600 / 60);
 }
 
@@ -49,10 +59,10 @@ std::string Frame(Across across, Up up) {
 }  // namespace
 
 std::string PlotGoodData(const std::vector<ReportPoint>& points, u64 sectors) {
-  const double time = std::max(points.back().seconds, 1.0);
+  const double time = ScaleEnd(points.back().seconds);
   const double most = static_cast<double>(sectors);
   std::string svg =
-      Frame([&](double share) { return DurationText(share * time); },
+      Frame([&](double share) { return DurationText(share * time, time); },
             [&](double share) { return SizeText(static_cast<u64>(share * most) << kSectorShift); });
   svg += "<polyline fill=\"none\" stroke=\"#2b6cb0\" stroke-width=\"2\" points=\"";
   const size_t step = points.size() / kMaxPoints + 1;

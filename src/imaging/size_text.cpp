@@ -20,7 +20,7 @@ std::string Tenths(double number) {
 }  // namespace
 
 std::string SizeText(u64 bytes) {
-  if (bytes < 1024) return std::to_string(bytes) + " bytes";
+  if (bytes < 1024) return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
   constexpr const char* kUnits[] = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
   double size = static_cast<double>(bytes) / 1024;
   size_t unit = 0;

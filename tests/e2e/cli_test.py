@@ -620,7 +620,7 @@ class CliTest(program.ProgramTest):
             ("status without a meaning", patch(1024 + 5, b"\x07"), "status"),
             ("a tail", lambda data: data.extend(b"tail"), "loose-end"),
             ("cut in its index", cut(1000), "short-index"),
-            ("cut in a record", cut(len(whole) - 50000), "record-cut loose-end"),
+            ("cut in a record", cut(len(whole) - 50000), "record-cut"),
         ]
         for name, change, kinds in cases:
             with self.subTest(name=name):

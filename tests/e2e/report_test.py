@@ -62,7 +62,7 @@ class ReportTest(program.ProgramTest):
         self.call("report", "disk.kvrsp", "report.html")
         words = Page().words
         for part in ("50.0 %", "source.img", "could not read 1.0 KiB", "How it went",
-                     "Where reading failed", "not read yet", "What to do next"):
+                     "Where reading failed", "not been read yet", "What to do next"):
             self.assertIn(part, words)
         self.assertNotIn("refresh", words)
         before = pathlib.Path("report.html").read_bytes()

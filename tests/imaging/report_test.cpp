@@ -2,9 +2,13 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "imaging/report.h"
 
+#include <regex>
+#include <set>
+
 #include <gtest/gtest.h>
 
 #include "fakes/images.h"
+#include "imaging/report_plots.h"
 
 namespace larkspur {
 namespace {
@@ -48,7 +52,7 @@ TEST(Report, SaysWhatItKnowsAndLeavesOutTheRest) {
   EXPECT_TRUE(Has(page, "25.0 %</span> of the disk is saved"));
   EXPECT_TRUE(Has(page, "content=\"10\""));
   EXPECT_TRUE(Has(page, "No files were found yet"));
-  EXPECT_TRUE(Has(page, "not read yet"));
+  EXPECT_TRUE(Has(page, "375.0 KiB have not been read yet"));
   EXPECT_FALSE(Has(page, "a laboratory"));
   for (const char* absent :
        {"The disk</h2>", "How it went", "Where reading failed", "Partitions", "could not read"}) {
@@ -58,7 +62,17 @@ TEST(Report, SaysWhatItKnowsAndLeavesOutTheRest) {
   facts.files->AddObstacle("This build cannot list files.");
   const std::string whole = WriteReport(image.get(), facts);
   EXPECT_FALSE(Has(whole, "No files were found yet"));
-  EXPECT_FALSE(Has(whole, "bytes was not read yet"));
+  EXPECT_FALSE(Has(whole, "have not been read yet"));
+}
+
+TEST(Report, TheStepsOfTimeDiffer) {
+  const std::regex step(">([0-9:]+ (s|min|h))<");
+  for (const double seconds : {0.0, 0.4, 5.0, 80.0, 601.0, 14399.0, 14401.0, 4e5}) {
+    const std::string svg = PlotGoodData({{0, 0}, {seconds, 1}}, 1000);
+    const std::set<std::string> steps(std::sregex_token_iterator(svg.begin(), svg.end(), step, 1),
+                                      std::sregex_token_iterator());
+    EXPECT_EQ(steps.size(), 5u) << seconds;
+  }
 }
 
 }  // namespace
