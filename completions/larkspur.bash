@@ -30,7 +30,7 @@ _larkspur() {
     *)
       if [[ $word == -* ]]; then
         COMPREPLY=($(compgen -W "${options[*]}" -- "$word"))
-      elif ((COMP_CWORD == 1)); then
+      elif ((COMP_CWORD == 1)) || [[ COMP_CWORD -eq 2 && ${command[0]} == help ]]; then
         COMPREPLY=($(compgen -W "${commands[*]} help" -- "$word"))
       fi
       ;;

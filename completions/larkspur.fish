@@ -29,5 +29,6 @@ for line in (larkspur --help 2>/dev/null)
     complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a $name -d "$text"
     __larkspur_options $name
 end
+complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -a help -d "Show how a command is used"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -l help -d "Print this help"
 complete -c larkspur -n "not __fish_seen_subcommand_from $commands" -f -l version -d "Print the version"

@@ -88,13 +88,15 @@ void AddImage(CLI::App* command, Action* chosen) {
   AddSourceAndCache(command, options.get());
   AddRange(command, options.get(), false);
   AddPartition(command, &options->partition,
-               "Read only this partition, by its place as tree shows it: 1 or 1.2");
+               "Read only this partition, by its place as tree shows it: 1 or 1.2")
+      ->excludes("--start")
+      ->excludes("--sectors");
   command
       ->add_option("--domain", options->domain, "Read only what this GNU ddrescue mapfile marks +")
       ->type_name("MAPFILE");
   command->add_flag("--used", options->used,
-                    "Read only what file systems use, and what they do not call free: partition "
-                    "tables and what tells about files first");
+                    "Read everything but free space, partition tables and file system metadata "
+                    "first; not on Windows");
   command->add_flag_callback(
       "--no-scrape", [=] { options->scrape = false; },
       "Stop before sectors that failed together are read one by one");
@@ -113,10 +115,9 @@ void AddImage(CLI::App* command, Action* chosen) {
                    "the command finds the device in LARKSPUR_DEVICE and its serial number in "
                    "LARKSPUR_SERIAL")
       ->type_name("COMMAND");
-  auto* report = command->add_option("--report", options->report,
-                                     "Keep a page for the data's owner up to date while reading");
-  report->type_name("OUT");
-  command->add_flag("--force", options->force, "Replace an existing file by that page")
+  auto* report = AddFile(command, "--report", &options->report,
+                         "Keep a page for the data's owner up to date while reading");
+  command->add_flag("--force", options->force, "Replace an existing file with that page")
       ->needs(report);
   AddReading(command, options.get());
   command->add_flag("--json-progress", options->jsonProgress,
@@ -130,8 +131,7 @@ void AddRead(CLI::App* command, Action* chosen) {
   AddSourceAndCache(command, options.get());
   AddRange(command, options.get(), true);
   AddReading(command, options.get());
-  command
-      ->add_option("-o,--output", options->output, "The file to write, instead of standard output")
+  command->add_option("-o,--output", options->output, "The file to write; - is standard output")
       ->type_name("FILE");
   command->add_flag("--force", options->force, "Replace an existing file");
   command->callback([=] { *chosen = [options] { return RunRead(*options); }; });
@@ -191,7 +191,7 @@ void AddExport(CLI::App* command, Action* chosen) {
   command->add_flag("--force", options->force, "Replace an existing file, or write to a device");
   command->add_flag(
       "--hash", options->hash,
-      "Print the SHA-256 of what was written, and for how many sectors zeros stand in; on "
+      "Print the SHA-256 of what was written, and how many sectors were replaced by zeros; on "
       "standard error when OUT is -");
   command->callback([=] { *chosen = [options] { return RunExport(*options); }; });
 }
@@ -208,22 +208,20 @@ void AddImport(CLI::App* command, Action* chosen) {
 void AddServe(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ServeOptions>();
   AddStorages(command, options.get(),
-              "A cache; or a source and its cache, into which clients' reads are kept");
+              "A cache; or a source and its cache, in which what clients read is kept");
   AddTestMode(command, options.get());
   AddReading(command, options.get());
   auto* socket = command->add_option("--socket", options->socket, "Listen on this socket");
   socket->type_name("PATH");
-  auto* port = command->add_option("--port", options->port, "Listen on this TCP port");
-  port->type_name("N")->check(CLI::Range(1, 65535))->excludes(socket);
+  auto* port = AddNumber(command, "--port", &options->port, {1, 65535}, "Listen on this TCP port");
+  port->type_name("N")->excludes(socket);
   command->add_option("--address", options->address, "The port's address; 127.0.0.1 if not given")
       ->type_name("IP")
       ->needs(port);
   AddPartition(command, &options->partition);
-  command
-      ->add_option("--unreadable", options->unreadable,
-                   "What reading an unreadable sector gives: error or zeros")
-      ->type_name("WHAT")
-      ->check(CLI::IsMember({"error", "zeros"}));
+  AddChoice<bool>(command, "--unreadable", &options->zerosForUnreadable, kUnreadableChoices,
+                  "What reading an unreadable sector gives")
+      ->default_str("error");
   command->add_flag("--fill", options->fill, "Image the source while no client waits");
   command->callback([=] { *chosen = [options] { return RunServe(*options); }; });
 }
@@ -231,20 +229,18 @@ void AddServe(CLI::App* command, Action* chosen) {
 void AddFiles(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<FilesOptions>();
   AddStorages(command, options.get(),
-              "A cache; or a source and its cache, into which what tells about files is read");
+              "A cache; or a source and its cache, into which file system metadata is read");
   AddTestMode(command, options.get());
   AddReading(command, options.get());
   AddPartition(command, &options->partition);
   command->add_flag("--damaged", options->damaged, "List only files that are not complete");
   command
       ->add_option("--path", options->paths,
-                   "List only files whose path fits: * stays within a folder, ** does not")
+                   "List only files whose path matches: * stays within a folder, ** does not")
       ->type_name("GLOB")
       ->allow_extra_args(false);
-  command
-      ->add_option("--mapfile", options->mapfile,
-                   "Write what the listed files still need, for image --domain")
-      ->type_name("FILE");
+  AddFile(command, "--mapfile", &options->mapfile,
+          "Write what the listed files still need, for image --domain");
   command->add_flag("--force", options->force, "Replace an existing mapfile");
   AddJson(command, &options->json);
   command->callback([=] { *chosen = [options] { return RunFiles(*options); }; });
@@ -253,7 +249,10 @@ void AddFiles(CLI::App* command, Action* chosen) {
 void AddReport(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ReportOptions>();
   AddCache(command, &options->cache);
-  command->add_option("OUT", options->output, "The page to write, such as report.html")->required();
+  command
+      ->add_option("OUT", options->output,
+                   "The page to write, such as report.html; - is standard output")
+      ->required();
   command->add_flag("--force", options->force, "Replace an existing file");
   command->callback([=] { *chosen = [options] { return RunReport(*options); }; });
 }
@@ -311,13 +310,13 @@ constexpr Command kCommands[] = {
     {"import", "Make a cache of a rescue that GNU ddrescue began", AddImport,
      "What the mapfile marks + becomes present, - becomes unreadable, the rest is missing."},
     {"serve", "Serve a cache, or a source through it, as NBD for other tools", AddServe,
-     "Serves read-only until Ctrl-C, with nbdkit(1), and prints the lines to type to attach it. "
-     "With "
-     "a source, what clients ask for and the cache lacks is read from it once; without, it is an "
-     "error."},
+     "Serves read-only until Ctrl-C, with nbdkit(1), and prints the lines to type to attach it; "
+     "not "
+     "on Windows. With a source, what clients ask for and the cache lacks is read from it once; "
+     "without, it is an error."},
     {"files", "List the files on a cache and how much of each is there", AddFiles,
      "A file is complete, damaged (something of it is unreadable) or incomplete (something is "
-     "missing)."},
+     "missing). Not on Windows."},
     {"report", "Write a page that tells the data's owner what was saved", AddReport},
     {"tree", "Show the partitions and volume sets of a source or a cache", AddTree},
     {"devices", "List the storage devices of this machine", AddDevices},

@@ -22,6 +22,9 @@ using Choice = std::pair<const char*, Value>;
 inline constexpr Choice<PassThrough> kPassThroughChoices[] = {
     {"auto", PassThrough::kAuto}, {"on", PassThrough::kOn}, {"off", PassThrough::kOff}};
 
+// Whether what is unreadable reads as zeros.
+inline constexpr Choice<bool> kUnreadableChoices[] = {{"error", false}, {"zeros", true}};
+
 // A source, and most often its cache.
 struct StorageOptions {
   std::string source;
@@ -86,8 +89,8 @@ struct ServeOptions : StorageOptions {
   std::string socket;  // a path, or empty
   std::optional<u16> port;
   std::string address = "127.0.0.1";
-  std::string partition;             // its place; empty: the whole storage
-  std::string unreadable = "error";  // or "zeros"
+  std::string partition;  // its place; empty: the whole storage
+  bool zerosForUnreadable = false;
   bool fill = false;
 };
 

@@ -114,17 +114,35 @@ Result<std::unique_ptr<ExportSink>, ExitStatus> OpenTarget(const ExportOptions& 
   return std::move(*sink);
 }
 
+// A name as sha256sum -c reads it: with a line's end in it, such bytes and backslashes are written
+// out, and a backslash before the line says so.
+std::string HashLine(const std::string& name, const std::string& digest) {
+  if (name.find_first_of("\r\n") == std::string::npos) {
+    return fmt::format("SHA256 ({}) = {}\n", name, digest);
+  }
+  std::string plain;
+  for (const char byte : name) {
+    plain += byte == '\n'   ? std::string("\\n")
+             : byte == '\r' ? std::string("\\r")
+             : byte == '\\' ? std::string("\\\\")
+                            : std::string(1, byte);
+  }
+  return fmt::format("\\SHA256 ({}) = {}\n", plain, digest);
+}
+
 ExitStatus TellHash(platform::Sha256* hash, const StatusCounts& counts,
                     const ExportOptions& options) {
   std::array<u8, 32> digest{};
   if (!hash->Finish(&digest)) return Fail("this system cannot compute a SHA-256");
   const std::string text =
-      fmt::format("SHA256 ({}) = {}\n# zeros stand in for {} sectors\n", options.output,
-                  HexText(digest), counts.unreadable + counts.missing);
+      HashLine(options.output, HexText(digest)) +
+      fmt::format("# zeros stand in for {} sectors\n", counts.unreadable + counts.missing);
   if (options.output == "-") {
     std::fputs(text.c_str(), stderr);
-  } else {
+  } else if (platform::IsOutputATerminal()) {
     Print(text);
+  } else {
+    PrintBytes(text.data(), text.size());  // any bytes that the name has
   }
   return kExitDone;
 }

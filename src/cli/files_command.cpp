@@ -12,6 +12,7 @@
 #include "files/glob.h"
 #include "files/volumes.h"
 #include "imaging/mapfile.h"
+#include "platform/helper_process.h"
 #include "platform/system_error.h"
 #include "platform/terminal.h"
 #include "rescue/rescue_io.h"
@@ -46,7 +47,7 @@ class FilesRun {
   }
 
   u32 Volumes() const { return m_volumes; }
-  // Whether this build reads file systems at all, as far as is known.
+  // Whether file systems can be read at all, as far as is known.
   bool CanWalk() const { return m_canWalk; }
   u64 Matched() const { return m_matched; }
 
@@ -81,13 +82,19 @@ class FilesRun {
     m_output->File(volume, file, state);
   }
 
+  bool LacksStart(const PlacedVolume& volume) {
+    constexpr u64 kStart = 1024;  // where file systems describe themselves
+    return m_map.Count(volume.sectors.first, std::min(volume.sectors.count, kStart)).missing > 0;
+  }
+
   ExitStatus TellEnd(const PlacedVolume& volume, WalkEnd end) {
     const std::string name = VolumeName(m_options.cache, volume);
     switch (end) {
       case WalkEnd::kDone:
         return kExitDone;
       case WalkEnd::kNoFileSystem:
-        Tell(name + ": no file system is recognised");
+        Tell(name + ": no file system is recognised" +
+             (LacksStart(volume) ? "; its first sectors are not all in the cache yet" : ""));
         return kExitDone;
       case WalkEnd::kStopped:
         return kExitInterrupted;
@@ -97,7 +104,7 @@ class FilesRun {
                     "there is listed");
       case WalkEnd::kUnavailable:
         m_canWalk = false;
-        return Fail(Failure("files", "this build of larkspur cannot read file systems",
+        return Fail(Failure(name, "the process that reads file systems cannot start",
                             platform::LastFailure()));
     }
     return kExitFailed;
@@ -129,12 +136,9 @@ Result<std::vector<PlacedVolume>, ExitStatus> FindVolumes(const FilesOptions& op
 
 ExitStatus Finish(const FilesOptions& options, FilesRun* run, ExitStatus status) {
   if (status == kExitInterrupted) return status;
-  if (run->Volumes() == 0 && status == kExitDone) {
-    return Fail(options.cache +
-                ": no file system was found; its first sectors may not be in the cache yet");
-  }
+  if (run->Volumes() == 0 && status == kExitDone) return kExitFailed;  // each was told of
   if (!options.paths.empty() && run->Matched() == 0) {
-    return Fail(options.cache + ": no file fits " + options.paths.front() +
+    return Fail(options.cache + ": no file matches " + options.paths.front() +
                 (options.paths.size() > 1 ? " or the other globs" : ""));
   }
   if (options.mapfile.empty()) return status;
@@ -164,6 +168,11 @@ ExitStatus FetchMetadata(const FilesOptions& options) {
 
 ExitStatus RunFiles(const FilesOptions& options) {
   platform::InterruptFlag();
+  if (!platform::HasHelpers()) {
+    return Fail(options.cache +
+                ": this build of larkspur cannot read file systems; copy the cache to a Linux "
+                "machine, and list its files there");
+  }
   if (!options.source.empty()) {
     const ExitStatus fetched = FetchMetadata(options);
     if (fetched != kExitDone) return fetched;
@@ -173,6 +182,7 @@ ExitStatus RunFiles(const FilesOptions& options) {
   StatusMap map(cache->image.get());
   const auto volumes = FindVolumes(options, cache->image.get(), cache->image.get());
   if (!volumes) return volumes.error();
+  if (volumes->empty()) Tell(options.cache + ": there is no partition that may hold files");
   CacheStorage storage(cache->image.get(), map);
   const auto output = MakeFilesOutput(options.cache, options.json);
   FilesRun run(options, map, output.get());

@@ -10,6 +10,7 @@
 #include "cli/progress.h"
 #include "cli/rescue.h"
 #include "imaging/size_text.h"
+#include "platform/helper_process.h"
 #include "platform/system_error.h"
 
 namespace larkspur::cli {
@@ -47,9 +48,26 @@ void WarnOfLittleRoom(const std::string& cache, const SparseLayout& layout, u64 
                   cache, SizeText(wanted), SizeText(*room)));
 }
 
+// What can be said before the source is opened and a cache is made.
+ExitStatus CheckOptions(const ImageOptions& options) {
+  const auto kind = platform::KindOfPath(WideFromUtf8(options.cache).c_str());
+  if (options.retry && kind == platform::PathKind::kAbsent) {
+    return Fail(options.cache +
+                ": there is no such cache, so no unreadable sector is known; is it in another "
+                "folder?");
+  }
+  if (options.used && !platform::HasHelpers()) {
+    return Fail(options.source +
+                ": --used is not in this build, which cannot read file systems; leave it out, or "
+                "attach the disk to a Linux machine");
+  }
+  return kExitDone;
+}
+
 }  // namespace
 
 ExitStatus RunImage(const ImageOptions& options) {
+  if (const ExitStatus status = CheckOptions(options); status != kExitDone) return status;
   Rescue rescue;
   AskedSource* source = nullptr;
   EngineOptions engine;

@@ -25,7 +25,8 @@ Result<ExtentSet, ExitStatus> InPartition(Rescue* rescue, const ImageOptions& op
 }
 
 // What is used of `domain`.
-Result<ExtentSet, ExitStatus> UsedOf(const ExtentSet& domain, Rescue* rescue) {
+Result<ExtentSet, ExitStatus> UsedOf(const ExtentSet& domain, Rescue* rescue,
+                                     const ImageOptions& options) {
   cRescueIO io(&rescue->engine());
   const VolumeLayout layout = LayoutOf(&io, rescue->Image());
   ExtentSet used = layout.unknown;
@@ -40,8 +41,9 @@ Result<ExtentSet, ExitStatus> UsedOf(const ExtentSet& domain, Rescue* rescue) {
         return Failed(rescue->Finish(kExitInterrupted));
       case WalkEnd::kUnavailable:
         rescue->engine().Finish();
-        return Failed(Fail(Failure("--used", "this build of larkspur cannot read file systems",
-                                   platform::LastFailure())));
+        return Failed(
+            Fail(Failure(options.source, "the process that reads file systems cannot start",
+                         platform::LastFailure())));
       default:
         break;
     }
@@ -64,7 +66,7 @@ Result<ExtentSet, ExitStatus> MakeDomain(Rescue* rescue, const ImageOptions& opt
     if (!partition) return partition;
     domain = domain.Intersection(*partition);
   }
-  if (options.used) return UsedOf(domain, rescue);
+  if (options.used) return UsedOf(domain, rescue, options);
   return domain;
 }
 

@@ -20,6 +20,15 @@ namespace {
       CLI::ExitCodes::ValidationError);
 }
 
+// "auto, on or off".
+std::string OneOf(const std::vector<std::string>& words) {
+  std::string text;
+  for (size_t i = 0; i < words.size(); ++i) {
+    text += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
+  }
+  return text;
+}
+
 // The digits that `text` begins with; *rest is what follows them.
 std::optional<u64> Digits(const std::string& text, std::string* rest) {
   u64 number = 0;
@@ -72,8 +81,21 @@ u64 ParseSize(const std::string& option, const std::string& text) {
 size_t ParseWord(const std::string& option, const std::string& text,
                  const std::vector<std::string>& words) {
   const auto found = std::find(words.begin(), words.end(), text);
-  if (found == words.end()) Refuse(option, CLI::detail::join(words, " or "), text);
+  if (found == words.end()) Refuse(option, OneOf(words), text);
   return static_cast<size_t>(found - words.begin());
+}
+
+CLI::Option* AddFile(CLI::App* command, const std::string& name, std::string* path,
+                     const char* description) {
+  return command
+      ->add_option_function<std::string>(
+          name,
+          [=](const std::string& text) {
+            if (text == "-") Refuse(name, "the name of a file", text);
+            *path = text;
+          },
+          description)
+      ->type_name("FILE");
 }
 
 CLI::Option* AddSize(CLI::App* command, const std::string& name, u64* bytes,

@@ -44,6 +44,10 @@ CLI::Option* AddNumber(CLI::App* command, const std::string& name, Value* value,
       description);
 }
 
+// A file to write beside what goes to standard output, so not "-".
+CLI::Option* AddFile(CLI::App* command, const std::string& name, std::string* path,
+                     const char* description);
+
 CLI::Option* AddSize(CLI::App* command, const std::string& name, u64* bytes,
                      const char* description);
 

@@ -19,12 +19,13 @@ StatusCounts CountUnread(const Obstacles& met) {
 
 void TellObstacles(const std::string& name, bool isUnderstood, const Obstacles& met) {
   const StatusCounts unread = CountUnread(met);
-  for (const auto& [sectors, why] : {std::pair(unread.missing, "are not in the cache yet"),
-                                     std::pair(unread.unreadable, "are unreadable")}) {
+  for (const auto& [sectors, what] : {std::pair(unread.missing, "not in the cache yet"),
+                                      std::pair(unread.unreadable, "unreadable")}) {
     if (sectors == 0) continue;
     Tell(fmt::format(
-        "{}: {} of the sectors that were needed {}; partitions may be missing or have other places",
-        name, sectors, why));
+        "{}: {} of the sectors that were needed {} {}; partitions may be missing or have other "
+        "places",
+        name, sectors, sectors == 1 ? "is" : "are", what));
   }
   for (const LimitNote& limit : met.limits) Tell(name + ": " + NoteText(limit));
   if (!isUnderstood && met.unread.empty()) {

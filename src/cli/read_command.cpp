@@ -21,7 +21,7 @@ class Output {
  public:
   // False when nothing may or can be written there; the user has been told.
   bool Open(const ReadOptions& options) {
-    if (options.output.empty()) return true;
+    if (options.output.empty() || options.output == "-") return true;
     auto file = OpenOutputFile(WideFromUtf8(options.output), options.force,
                                FilesOf(options.cache, {options.source, options.testMode}));
     if (!file) {

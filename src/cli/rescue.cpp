@@ -63,8 +63,8 @@ ExitStatus Rescue::Open(const StorageOptions& options, EngineOptions engine) {
   m_source = std::move(*source);
   if (platform::IsDiskMounted(WideFromUtf8(options.source).c_str())) {
     Tell(options.source +
-         ": something on this disk is mounted, and anything else that uses it wears it out; "
-         "unmount it first");
+         ": something on this disk is mounted: programs may write to it, which destroys what can "
+         "still be saved, or read it, which wears it out; unmount it first");
   }
   if (options.start >= m_source.sectors) {
     Tell(fmt::format("--start {} lies past the end: the source has {} sectors", options.start,

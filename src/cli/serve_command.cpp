@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <span>
 
 #include "base/path_text.h"
 #include "cli/commands.h"
@@ -53,11 +54,15 @@ ExitStatus ClearSocketPath(const std::string& path) {
                       platform::LastFailure()));
 }
 
+ExitStatus WrongUsage(const std::string& fault) {
+  Tell("serve: " + fault + "; see 'larkspur serve --help'");
+  return kExitUsage;
+}
+
 // Whether the place to listen at is free, with plain words when it is not.
 ExitStatus CheckPlace(const ServeOptions& options) {
   if (!options.port && options.socket.empty()) {
-    Tell("serve needs --socket PATH or --port N");
-    return kExitUsage;
+    return WrongUsage("it needs --socket PATH or --port N");
   }
   if (!options.port) return ClearSocketPath(options.socket);
   const std::string place = fmt::format("{}:{}", options.address, *options.port);
@@ -66,6 +71,8 @@ ExitStatus CheckPlace(const ServeOptions& options) {
       return kExitDone;
     case platform::PortOutcome::kTaken:
       return Fail(place + ": something listens there already; choose another port");
+    case platform::PortOutcome::kNotAnAddress:
+      return Fail(options.address + ": this is not an IP address");
     case platform::PortOutcome::kNoSuchAddress:
       return Fail(place + ": this machine has no such address");
     case platform::PortOutcome::kNotPermitted:
@@ -115,23 +122,28 @@ std::string AttachLines(const ServeOptions& options) {
       uri, client);
 }
 
-const char* PassThroughWord(PassThrough passThrough) {
-  for (const auto& [word, meaning] : kPassThroughChoices) {
-    if (meaning == passThrough) return word;
+template <typename Value>
+const char* WordOf(Value value, std::span<const Choice<Value>> choices) {
+  for (const auto& [word, meaning] : choices) {
+    if (meaning == value) return word;
   }
   return "";
 }
 
 // What the plugin is told.
 std::vector<std::string> Parameters(const ServeOptions& options) {
-  std::vector<std::string> words = {"cache=" + options.cache, "unreadable=" + options.unreadable};
+  std::vector<std::string> words = {
+      "cache=" + options.cache,
+      std::string("unreadable=") + WordOf<bool>(options.zerosForUnreadable, kUnreadableChoices)};
   if (!options.partition.empty()) words.push_back("partition=" + options.partition);
   if (options.source.empty()) return words;
-  words.insert(words.end(), {"source=" + options.source,
-                             fmt::format("pass-through={}", PassThroughWord(options.passThrough)),
-                             fmt::format("timeout={}", options.timeoutSeconds),
-                             fmt::format("other-source={}", options.otherSource),
-                             fmt::format("fill={}", options.fill)});
+  words.insert(
+      words.end(),
+      {"source=" + options.source,
+       fmt::format("pass-through={}",
+                   WordOf<PassThrough>(options.passThrough, kPassThroughChoices)),
+       fmt::format("timeout={}", options.timeoutSeconds),
+       fmt::format("other-source={}", options.otherSource), fmt::format("fill={}", options.fill)});
   if (!options.testMode.empty()) words.push_back("test-mode=" + options.testMode);
   return words;
 }
@@ -181,8 +193,7 @@ ExitStatus Serve(const ServeOptions& options, const std::vector<std::string>& co
 ExitStatus RunServe(ServeOptions options) {
   if (!platform::HasServers()) return Fail("serve is not in this build: nbdkit runs on Linux");
   if (options.source.empty() && (options.fill || !options.testMode.empty())) {
-    Tell("serve: --fill and --test-mode need a source beside the cache");
-    return kExitUsage;
+    return WrongUsage("--fill and --test-mode need a source beside the cache");
   }
   // The lines to type are good in any folder.
   if (!options.socket.empty()) {

@@ -18,6 +18,9 @@ std::string SourceWords(const SourceFault& fault, const StorageOptions& options)
     case SourceFaultKind::kCannotOpen:
       return CannotOpenWords(name, fault.systemError);
     case SourceFaultKind::kEmpty:
+      if (platform::KindOfPath(WideFromUtf8(name).c_str()) == platform::PathKind::kOther) {
+        return name + ": this is neither a disk nor a regular file";
+      }
       return name + ": the source is empty or has no medium: it has no whole sector of 512 bytes";
     case SourceFaultKind::kTooLarge:
       return fmt::format("{}: the source has {} sectors; a cache holds fewer than {}", name,
@@ -102,7 +105,7 @@ std::string OutputWords(const std::string& name, const OutputFault& fault) {
       return name + ": another run is using this file; choose another name";
     case OutputFaultKind::kOnSourceDisk:
       return name +
-             ": this is on the very disk that is to be read, and writing there destroys what can "
+             ": this is on the disk that is being rescued, and writing there destroys what can "
              "still be saved; choose another disk";
     case OutputFaultKind::kDevice:
       return name + ": this is a device, which would be overwritten; name a file";
@@ -135,7 +138,7 @@ std::string CacheWords(const std::string& name, const CacheFault& fault, u64 sou
       return name + ": source and cache are the same file; the cache must be another one";
     case CacheFaultKind::kOnSourceDisk:
       return name +
-             ": this is on the very disk that is to be read, and writing there destroys what can "
+             ": this is on the disk that is being rescued, and writing there destroys what can "
              "still be saved; put the cache on another disk";
     case CacheFaultKind::kForeign:
       return name + ": this file is not a cache and is left as it is; choose another name";
@@ -192,6 +195,11 @@ std::vector<std::u16string> FilesOf(const std::string& cache,
 ExitStatus WriteFileOrTell(const std::string& path, bool force,
                            const std::vector<std::u16string>& inputs,
                            const std::function<std::string()>& make) {
+  if (path == "-") {
+    const std::string bytes = make();
+    PrintBytes(bytes.data(), bytes.size());
+    return kExitDone;
+  }
   auto file = OpenOutputFile(WideFromUtf8(path), force, inputs);
   if (!file) return Fail(OutputWords(path, file.error()));
   if (WriteOutput(file->File(), make())) return kExitDone;

@@ -68,8 +68,6 @@ struct Parameter {
   bool (*take)(const char* value);
 };
 
-constexpr cli::Choice<bool> kUnreadableChoices[] = {{"error", false}, {"zeros", true}};
-
 constexpr Parameter kParameters[] = {
     {"cache", [](const char* value) { return TakePath(value, &g_options.cache); }},
     {"source", [](const char* value) { return TakePath(value, &g_options.source); }},
@@ -79,7 +77,7 @@ constexpr Parameter kParameters[] = {
     {"other-source", [](const char* value) { return TakeFlag(value, &g_options.otherSource); }},
     {"unreadable",
      [](const char* value) {
-       return TakeOneOf<bool>(value, kUnreadableChoices, &g_options.zerosForUnreadable);
+       return TakeOneOf<bool>(value, cli::kUnreadableChoices, &g_options.zerosForUnreadable);
      }},
     {"pass-through",
      [](const char* value) {

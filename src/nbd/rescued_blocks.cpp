@@ -32,16 +32,16 @@ RescuedBlocks::RescuedBlocks(std::unique_ptr<EngineRuns> runs, Options options)
     : m_runs(std::move(runs)), m_options(std::move(options)) {}
 
 RescuedBlocks::~RescuedBlocks() {
+  if (!m_thread.joinable()) {
+    if (m_engine) m_runs->End();  // never started, so this is no stop
+    return;
+  }
   {
     const std::lock_guard lock(m_mutex);
     m_stop = true;
   }
   m_changed.notify_all();
-  if (m_thread.joinable()) {
-    m_thread.join();
-  } else if (m_engine) {
-    m_runs->End();
-  }
+  m_thread.join();
 }
 
 Engine* RescuedBlocks::Begin() {

@@ -29,6 +29,9 @@ struct HelperLimits {
   const std::atomic<bool>* stop = nullptr;  // and when this is set
 };
 
+// Whether this system has them.
+bool HasHelpers();
+
 class HelperProcess {
  public:
   // Runs work(line) in a process that has no file of this program open but the line; null when the

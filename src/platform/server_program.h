@@ -25,7 +25,7 @@ std::string ProgramFolder();
 // What a program prints when it is run to its end; none when it fails.
 std::optional<std::string> OutputOf(const std::vector<std::string>& command);
 
-enum class PortOutcome { kFree, kTaken, kNoSuchAddress, kNotPermitted };
+enum class PortOutcome { kFree, kTaken, kNotAnAddress, kNoSuchAddress, kNotPermitted };
 // Whether a server could listen there now.
 PortOutcome AskPort(const std::string& address, u16 port);
 

@@ -525,6 +525,12 @@ class CliTest(program.ProgramTest):
                              "disk.kvrsp", f"{option}={number}", status=2)
         self.refused("start", "image", "source.img", "disk.kvrsp", "--start", "-1", status=2)
         self.refused("sectors", "image", "source.img", "disk.kvrsp", "--sectors", "0", status=2)
+        for words, status, *options in (
+                ("auto, on or off, not \"x\"", 2, "--pass-through=x"),
+                ("--start excludes --partition", 2, "--partition", "1", "--start", "5"),
+                ("the name of a file, not \"-\"", 2, "--report", "-"),
+                ("there is no such cache", 1, "--retry")):
+            self.refused(words, "image", "source.img", "disk.kvrsp", *options, status=status)
         self.assertFalse(os.path.exists("disk.kvrsp"))
 
     @native_only

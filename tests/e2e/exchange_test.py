@@ -194,8 +194,10 @@ class ExchangeTest(program.ProgramTest):
         self.assertEqual(piped.stdout, data)
         self.assertIn(line.format("-"), piped.stderr.decode())
         if shutil.which("sha256sum") and not program.is_emulated():
-            pathlib.Path("sums").write_bytes(to_file.stdout)
-            subprocess.run(["sha256sum", "--quiet", "-c", "sums"], check=True)
+            name = b"line\nand\\byte \xff"
+            sums = self.call("export", "disk.kvrsp", name, "--hash", status=3).stdout
+            pathlib.Path("sums").write_bytes(to_file.stdout + sums)
+            subprocess.run(["sha256sum", "--quiet", "--strict", "-c", "sums"], check=True)
 
     def test_a_device_is_written_only_when_forced_and_zeros_are_written_too(self):
         data = self.cache(1000, [(300, 5)])

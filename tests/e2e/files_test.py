@@ -240,7 +240,7 @@ class FilesTest(program.ProgramTest):
         for glob, count in (("/many/*", 60), ("/*", 2), ("/**", len(self.tree)), ("/many/file?.dat", 10),
                             ("/folder/**/*.txt", 2), ("file1*", 11)):
             self.assertEqual(len(self.files("--partition", "1", "--path", glob)[1]), count, glob)
-        for words, *options in (("no file fits", "--path", "/none*", "--mapfile", "new.map"),
+        for words, *options in (("no file matches", "--path", "/none*", "--mapfile", "new.map"),
                                 ("already exists", "--path", "*", "--mapfile", "wish.map"),
                                 ("no partition 3", "--partition", "3")):
             self.refused(words, "files", "disk.kvrsp", *options)

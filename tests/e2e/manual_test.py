@@ -80,7 +80,7 @@ class ManualTest(program.ProgramTest):
     def test_bash_completes(self):
         cases = {"larkspur ima": "image", "larkspur image --re": "--retry --reverse --report", "larkspur tree --tr": "--trace",
                  "larkspur image --pass-through = o": "on off", "larkspur map --png x": "", "larkspur image S": "",
-                 "larkspur read -o x": ""}
+                 "larkspur read -o x": "", "larkspur help ser": "serve", "larkspur serve --unreadable z": "zeros"}
         command, environment = self.shell("bash", "--norc")
         for line, expected in cases.items():
             with self.subTest(line=line):

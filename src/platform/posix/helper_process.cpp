@@ -147,6 +147,10 @@ u64 AddressSpace() {
 
 }  // namespace
 
+bool HasHelpers() {
+  return true;
+}
+
 std::unique_ptr<HelperProcess> HelperProcess::Start(const std::function<void(HelperLine&)>& work,
                                                     const HelperLimits& limits) {
   int sockets[2];

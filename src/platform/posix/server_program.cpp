@@ -145,7 +145,7 @@ std::optional<std::string> OutputOf(const std::vector<std::string>& command) {
 
 PortOutcome AskPort(const std::string& address, u16 port) {
   const Endpoint end = MakeEndpoint(address, port);
-  if (end.length == 0) return PortOutcome::kNoSuchAddress;
+  if (end.length == 0) return PortOutcome::kNotAnAddress;
   const int socket = ::socket(end.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
   const int yes = 1;
   setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);

@@ -9,6 +9,10 @@
 namespace larkspur::platform {
 
 // Windows cannot split a process in two.
+bool HasHelpers() {
+  return false;
+}
+
 std::unique_ptr<HelperProcess> HelperProcess::Start(const std::function<void(HelperLine&)>&,
                                                     const HelperLimits&) {
   SetLastFailure(ERROR_NOT_SUPPORTED);
