@@ -49,8 +49,18 @@ if(NOT WIN32)
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT cli)
   install(FILES ${CMAKE_BINARY_DIR}/debian/changelog.Debian.gz cmake/debian/copyright
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
+  # Of what the program is linked with statically, as Debian has them.
+  foreach(notice libc6:glibc nettle:nettle libtsk:sleuthkit)
+    string(REPLACE ":" ";" notice ${notice})
+    list(GET notice 0 library)
+    list(GET notice 1 name)
+    install(FILES /usr/share/doc/${library}-dev/copyright RENAME ${name}
+      DESTINATION ${CMAKE_INSTALL_DOCDIR}/notices COMPONENT docs OPTIONAL)
+  endforeach()
   install(FILES cmake/debian/larkspur.lintian-overrides RENAME larkspur
     DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT cli)
+  install(FILES cmake/debian/nbdkit-plugin-larkspur.lintian-overrides RENAME nbdkit-plugin-larkspur
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT nbdkit)
   install(FILES completions/larkspur.bash RENAME larkspur
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT cli)
   install(FILES completions/_larkspur
@@ -75,22 +85,22 @@ if(NOT WIN32)
   set(CPACK_DEBIAN_NBDKIT_PACKAGE_DEPENDS nbdkit)
   set(CPACK_DEBIAN_NBDKIT_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_NBDKIT_PACKAGE_RECOMMENDS larkspur)
-  set(CPACK_DEBIAN_NBDKIT_DESCRIPTION
+  # The first line is the synopsis.
+  string(CONCAT CPACK_DEBIAN_NBDKIT_DESCRIPTION
+    "nbdkit plugin that reads a failing disk only once\n"
     "This plugin for nbdkit shows a failing disk, or what a cache has of one, as a\n"
-    "network block device. Each sector that a client asks for is read from the disk\n"
-    "once and kept in the cache. The command 'larkspur serve' starts it.")
-  string(REPLACE ";" "" CPACK_DEBIAN_NBDKIT_DESCRIPTION "${CPACK_DEBIAN_NBDKIT_DESCRIPTION}")
+    "network block device. Each sector that a client asks for is read from the\n"
+    "disk once and kept in the cache. The command 'larkspur serve' starts it.")
   set(CPACK_PACKAGE_NAME larkspur)
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-  set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "read a failing disk only once, into a sparse cache")
-  set(CPACK_PACKAGE_DESCRIPTION
-    "Larkspur reads a failing disk once and keeps everything that it gets in a sparse\n"
-    "cache file, from which every later look is served. Interrupted work resumes\n"
-    "where it stopped. Maps, partitions and raw images come from the cache.")
-  string(REPLACE ";" "" CPACK_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
-  set(CPACK_DEBIAN_LARKSPUR_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
+  string(CONCAT CPACK_DEBIAN_LARKSPUR_DESCRIPTION
+    "read a failing disk only once, into a sparse cache\n"
+    "Larkspur reads a failing disk once and keeps everything that it gets in a\n"
+    "sparse cache file, from which every later look is served. Interrupted work\n"
+    "resumes where it stopped. Maps, partitions and raw images come from the cache.")
   set(CPACK_PACKAGE_CONTACT "The Larkspur authors <authors@larkspur-recovery.org>")
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_SOURCE_DIR}/cmake/debian/built_using.cmake)
   set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
   set(CPACK_DEBIAN_PACKAGE_SECTION admin)
   set(CPACK_STRIP_FILES ON)

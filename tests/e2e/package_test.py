@@ -37,7 +37,10 @@ class PackageTest(unittest.TestCase):
              "usr/share/doc/larkspur/README.md", "usr/share/doc/larkspur/docs/images/interrupted.png",
              "usr/share/bash-completion/completions/larkspur",
              "usr/share/fish/vendor_completions.d/larkspur.fish",
-             "usr/share/zsh/vendor-completions/_larkspur"}, names)
+             "usr/share/zsh/vendor-completions/_larkspur",
+             *(f"usr/share/doc/larkspur/notices/{name}" for name in ("glibc", "nettle", "sleuthkit"))}, names)
+        self.assertRegex(words("dpkg-deb", "-f", package, "Built-Using")[1],
+                         r"^glibc \(= .+\), nettle \(= .+\), sleuthkit \(= .+\)")
         status, said = words(self.folder / "usr/bin/larkspur", "--version")
         self.assertEqual((status, said.split()[0]), (0, "larkspur"))
         version = words("dpkg-deb", "-f", package, "Version")[1].strip()
@@ -53,6 +56,7 @@ class PackageTest(unittest.TestCase):
         depends = words("dpkg-deb", "-f", package, "Depends")[1]
         self.assertRegex(depends, r"\bnbdkit\b")
         self.assertRegex(depends, r"\blibc6\b")
+        self.assertRegex(words("dpkg-deb", "-f", package, "Static-Built-Using")[1], r"\bgcc-\d+ \(= ")
         self.assertFalse((self.folder / "usr/bin").exists())
 
     def expect_whole_links(self, folder):
