@@ -34,7 +34,7 @@ std::vector<std::u16string> FilesOf(const std::string& cache,
                                     std::initializer_list<std::string> others = {});
 
 // Makes the file at `path`, or with `force` replaces it, and writes what `make` answers; `inputs`
-// are what the run works on. The user is told when that fails.
+// are what the run works on. "-" is standard output. The user is told when that fails.
 ExitStatus WriteFileOrTell(const std::string& path, bool force,
                            const std::vector<std::u16string>& inputs,
                            const std::function<std::string()>& make);
