@@ -5,11 +5,11 @@
 #include <nlohmann/json.hpp>
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "devices/device_kind.h"
 #include "devices/device_list.h"
-#include "imaging/size_text.h"
 
 namespace larkspur::cli {
 namespace {

@@ -4,13 +4,13 @@
 
 #include "base/path_text.h"
 #include "base/printable.h"
+#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/partition.h"
 #include "cli/progress.h"
 #include "cli/storages.h"
 #include "imaging/export.h"
-#include "imaging/size_text.h"
 #include "platform/system_error.h"
 #include "platform/terminal.h"
 

@@ -9,8 +9,8 @@
 
 #include "base/json_text.h"
 #include "base/printable.h"
+#include "base/size_text.h"
 #include "cli/output.h"
-#include "imaging/size_text.h"
 
 namespace larkspur::cli {
 namespace {

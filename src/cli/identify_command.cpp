@@ -3,13 +3,13 @@
 #include <nlohmann/json.hpp>
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/storages.h"
 #include "devices/device_kind.h"
 #include "devices/open_drive.h"
 #include "devices/usb_bridge.h"
-#include "imaging/size_text.h"
 #include "platform/file.h"
 #include "platform/system_error.h"
 

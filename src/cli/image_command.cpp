@@ -3,13 +3,13 @@
 #include <nlohmann/json.hpp>
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/image_domain.h"
 #include "cli/live_report.h"
 #include "cli/output.h"
 #include "cli/progress.h"
 #include "cli/rescue.h"
-#include "imaging/size_text.h"
 #include "platform/helper_process.h"
 #include "platform/system_error.h"
 

@@ -3,13 +3,13 @@
 #include <nlohmann/json.hpp>
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/progress.h"
 #include "cli/storages.h"
 #include "imaging/cache.h"
 #include "imaging/import.h"
-#include "imaging/size_text.h"
 #include "platform/disk_use.h"
 #include "platform/system_error.h"
 #include "platform/terminal.h"

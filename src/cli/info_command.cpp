@@ -3,10 +3,10 @@
 #include <nlohmann/json.hpp>
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/storages.h"
-#include "imaging/size_text.h"
 #include "imaging/summary.h"
 
 namespace larkspur::cli {

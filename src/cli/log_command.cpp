@@ -4,10 +4,10 @@
 
 #include "base/path_text.h"
 #include "base/printable.h"
+#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/storages.h"
-#include "imaging/size_text.h"
 #include "rescue/rescue_history.h"
 #include "rescue/rescue_log.h"
 

@@ -6,6 +6,7 @@
 
 #include "base/json_text.h"
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/storages.h"
@@ -13,7 +14,6 @@
 #include "imaging/map_picture.h"
 #include "imaging/mapfile.h"
 #include "imaging/output_file.h"
-#include "imaging/size_text.h"
 #include "platform/system_error.h"
 #include "platform/terminal.h"
 #include "rescue/rescue_history.h"

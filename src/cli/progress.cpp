@@ -8,8 +8,8 @@
 
 #include <fmt/core.h>
 
+#include "base/size_text.h"
 #include "cli/output.h"
-#include "imaging/size_text.h"
 #include "platform/clock.h"
 #include "platform/terminal.h"
 

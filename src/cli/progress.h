@@ -22,8 +22,8 @@ struct ProgressText {
   double sinceSuccess = 0;     // seconds since the source last answered; with a phase
 };
 
-// "42.0 %  present 1.2 GiB  unreadable 12 sectors  35.2 MiB/s  12:33 left", with a phase as
-// "copy  42.0 %  at 2.1 GiB  present ...  no answer for 0:12  12:33 left". What does not fit into
+// "42.0%  present 1.2 GiB  unreadable 12 sectors  35.2 MiB/s  12:33 left", with a phase as
+// "copy  42.0%  at 2.1 GiB  present ...  no answer for 0:12  12:33 left". What does not fit into
 // `width` characters is left out, whole parts at a time: first the place, last the phase.
 std::string FormatProgress(const ProgressText& text, size_t width = ~size_t{0});
 

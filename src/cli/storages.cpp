@@ -3,8 +3,8 @@
 #include "cli/storages.h"
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "cli/output.h"
-#include "imaging/size_text.h"
 #include "platform/device.h"
 #include "platform/system_error.h"
 #include "rescue/rescue_history.h"

@@ -3,13 +3,13 @@
 #include <nlohmann/json.hpp>
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/partition.h"
 #include "cli/rescue.h"
 #include "cli/storages.h"
 #include "cli/tree_text.h"
-#include "imaging/size_text.h"
 #include "partitions/detection.h"
 #include "platform/system_error.h"
 #include "rescue/rescue_io.h"

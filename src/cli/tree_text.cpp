@@ -6,8 +6,8 @@
 
 #include "base/path_text.h"
 #include "base/printable.h"
+#include "base/size_text.h"
 #include "cli/output.h"
-#include "imaging/size_text.h"
 #include "imaging/summary.h"
 #include "imaging/tree_words.h"
 #include "partitions/detection.h"

@@ -2,9 +2,9 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "host/lists.h"
 
+#include "base/size_text.h"
 #include "host/model/words.h"
 #include "host/texts.h"
-#include "imaging/size_text.h"
 
 namespace larkspur::host {
 namespace {

@@ -2,10 +2,10 @@
 // Copyright (c) 2026 The Larkspur authors
 #include <algorithm>
 
+#include "base/size_text.h"
 #include "host/model/words.h"
 #include "host/pages.h"
 #include "host/texts.h"
-#include "imaging/size_text.h"
 #include "partitions/type_names.h"
 
 namespace larkspur::host {

@@ -10,7 +10,7 @@
 #include <stb/stb_easy_font.h>
 
 #include "base/printable.h"
-#include "imaging/size_text.h"
+#include "base/size_text.h"
 
 namespace larkspur {
 namespace {

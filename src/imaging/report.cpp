@@ -7,9 +7,9 @@
 #include <fmt/format.h>
 
 #include "base/printable.h"
+#include "base/size_text.h"
 #include "imaging/map_picture.h"
 #include "imaging/report_plots.h"
-#include "imaging/size_text.h"
 
 namespace larkspur {
 namespace {

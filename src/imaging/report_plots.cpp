@@ -8,7 +8,7 @@
 
 #include <fmt/format.h>
 
-#include "imaging/size_text.h"
+#include "base/size_text.h"
 
 namespace larkspur {
 namespace {

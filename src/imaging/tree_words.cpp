@@ -8,7 +8,7 @@
 
 #include "base/path_text.h"
 #include "base/printable.h"
-#include "imaging/size_text.h"
+#include "base/size_text.h"
 #include "partitions/scan.h"
 
 namespace larkspur {

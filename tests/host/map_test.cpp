@@ -69,7 +69,7 @@ TEST(MapWordsTest, CellsAndColoursAreTold) {
 
 TEST(MapWordsTest, CountsAreTold) {
   EXPECT_EQ(MapCounts({90, 2, 8}, 100),
-            u"Present 90 sectors (90.0 %), unreadable 2 (2.0 %), missing 8 (8.0 %)");
+            u"Present 90 sectors (90.0%), unreadable 2 (2.0%), missing 8 (8.0%)");
 }
 
 TEST(MapWatchTest, WhatSomebodyElseWritesIsCounted) {

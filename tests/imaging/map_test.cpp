@@ -5,10 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include "base/size_text.h"
 #include "fakes/images.h"
 #include "imaging/map_grid.h"
 #include "imaging/map_picture.h"
-#include "imaging/size_text.h"
 #include "imaging/status_map.h"
 
 namespace larkspur {
@@ -102,8 +102,13 @@ TEST(SizeText, IsReadableAndPercentRoundToNoFalseEnd) {
   };
   for (const auto& [bytes, text] : sizes) EXPECT_EQ(SizeText(bytes), text) << bytes;
   const std::tuple<u64, u64, const char*> shares[] = {
-      {0, 0, "0.0 %"},   {0, 100, "0.0 %"}, {1, 1000000, "0.1 %"}, {999999, 1000000, "99.9 %"},
-      {5, 5, "100.0 %"}, {1, 3, "33.3 %"},
+      {0, 0, "0.0%"},
+      {0, 100, "0.0%"},
+      {1, 1000000, "0.1%"},
+      {999999, 1000000, "99.9%"},
+      {~u64{0} - 1, ~u64{0}, "99.9%"},
+      {5, 5, "100.0%"},
+      {1, 3, "33.3%"},
   };
   for (const auto& [part, whole, text] : shares) EXPECT_EQ(PercentText(part, whole), text) << part;
 }

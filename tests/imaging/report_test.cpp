@@ -49,7 +49,7 @@ TEST(Report, SaysWhatItKnowsAndLeavesOutTheRest) {
   facts.refreshSeconds = 10;
   facts.files.emplace();
   const std::string page = WriteReport(image.get(), facts);
-  EXPECT_TRUE(Has(page, "25.0 %</span> of the disk is saved"));
+  EXPECT_TRUE(Has(page, "25.0%</span> of the disk is saved"));
   EXPECT_TRUE(Has(page, "content=\"10\""));
   EXPECT_TRUE(Has(page, "No files were found yet"));
   EXPECT_TRUE(Has(page, "375.0 KiB have not been read yet"));

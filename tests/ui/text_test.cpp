@@ -90,6 +90,10 @@ TEST(ProgressText, SaysWhatIsKnown) {
        u"Copy",
        {1, 61},
        "Copy progress: 100.0%. Elapsed time: 00:01:01. Estimated time left: 00:00:00."},
+      {"almost done",
+       u"Copy",
+       {0.99999, 10000},
+       "Copy progress: 99.9%. Elapsed time: 02:46:40. Estimated time left: 00:00:00."},
       {"more than all",
        u"Copy",
        {1.5, 61},
@@ -101,7 +105,7 @@ TEST(ProgressText, SaysWhatIsKnown) {
       {"longer than anyone waits",
        u"Copy",
        {1e-12, 1e6},
-       "Copy progress: 0.0%. Elapsed time: 277:46:40. Estimated time left: 999:00:00."},
+       "Copy progress: 0.1%. Elapsed time: 277:46:40. Estimated time left: 999:00:00."},
   };
   for (const ProgressCase& c : cases) {
     SCOPED_TRACE(c.name);

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
+#include "base/size_text.h"
 #include "host/model/words.h"
-#include "imaging/size_text.h"
 
 namespace larkspur::host {
 namespace {

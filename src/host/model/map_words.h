@@ -12,7 +12,7 @@
 
 namespace larkspur::host {
 
-// "Present 81920 sectors (99.9 %), unreadable 42 (0.1 %), missing 0 (0.0 %)"
+// "Present 81920 sectors (99.9%), unreadable 42 (0.1%), missing 0 (0.0%)"
 std::u16string MapCounts(const StatusCounts& totals, u64 sectors);
 
 // "Each square is 64.0 KiB (128 sectors)"

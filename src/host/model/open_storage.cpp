@@ -2,9 +2,9 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "host/model/open_storage.h"
 
+#include "base/size_text.h"
 #include "host/model/words.h"
 #include "imaging/cache.h"
-#include "imaging/size_text.h"
 #include "imaging/source.h"
 #include "platform/device.h"
 #include "platform/file.h"

@@ -4,8 +4,8 @@
 
 #include <cstddef>
 
+#include "base/size_text.h"
 #include "host/model/words.h"
-#include "imaging/size_text.h"
 #include "imaging/tree_words.h"
 #include "partitions/part_tree_item.h"
 #include "partitions/type_names.h"

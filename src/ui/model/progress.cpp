@@ -6,6 +6,7 @@
 #include <cmath>
 #include <vector>
 
+#include "base/size_text.h"
 #include "ui/model/text_template.h"
 
 namespace larkspur {
@@ -37,7 +38,7 @@ std::u16string ProgressText(const ProgressTexts& texts, std::u16string_view name
     AppendTime(arguments, state.elapsedSeconds);
     return FilledIn(texts.unknown, arguments);
   }
-  arguments.push_back(std::min(state.share, 1.0) * 100);
+  arguments.push_back(ShownPercent(state.share));
   AppendTime(arguments, state.elapsedSeconds);
   AppendTime(arguments, left);
   return FilledIn(texts.known, arguments);

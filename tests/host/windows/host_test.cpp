@@ -146,7 +146,7 @@ TEST_P(HostRoadTest, FromAFailingDiskToItsMap) {
   PressKeys({VK_F5});
   ASSERT_TRUE(WaitForStatus(host, u"Everything was read; 3 sectors are unreadable."));
   PressKeys({VK_CONTROL, '3'});
-  EXPECT_TRUE(WaitForCopy(host, u"unreadable 3 (0.1 %), missing 0 (0.0 %)"));
+  EXPECT_TRUE(WaitForCopy(host, u"unreadable 3 (0.1%), missing 0 (0.0%)"));
   EXPECT_EQ(CacheCounts().present, kSectors - kBadSectors);
 
   PressKeys({VK_CONTROL, 'G'});

@@ -13,7 +13,9 @@ namespace larkspur {
 // "512 bytes", "64.0 KiB", "3.6 TiB".
 std::string SizeText(u64 bytes);
 
-// "12.3 %"; never "100.0 %" or "0.0 %" unless that is exact.
+// "12.3%"; never "100.0%" or "0.0%" unless that is exact.
 std::string PercentText(u64 part, u64 whole);
+// The percentage of a share from 0 to 1 for texts that show one decimal, by the same rule.
+double ShownPercent(double share);
 
 }  // namespace larkspur

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "imaging/size_text.h"
+#include "base/size_text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -9,12 +9,14 @@
 namespace larkspur {
 namespace {
 
-// "12.3 ", with one decimal. The formatter takes ten times as long, and tables have thousands of
+constexpr double kLeastPercent = 0.1, kMostPercent = 99.9;  // of what is neither none nor all
+
+// "12.3", with one decimal. The formatter takes ten times as long, and tables have thousands of
 // them.
 std::string Tenths(double number) {
   char text[32];
   char* end = std::to_chars(text, std::end(text), number, std::chars_format::fixed, 1).ptr;
-  return std::string(text, end) + ' ';
+  return std::string(text, end);
 }
 
 }  // namespace
@@ -25,14 +27,19 @@ std::string SizeText(u64 bytes) {
   double size = static_cast<double>(bytes) / 1024;
   size_t unit = 0;
   for (; size >= 1023.95; ++unit) size /= 1024;
-  return Tenths(size) + kUnits[unit];
+  return Tenths(size) + ' ' + kUnits[unit];
+}
+
+double ShownPercent(double share) {
+  if (share <= 0) return 0;
+  return share >= 1 ? 100 : std::clamp(share * 100, kLeastPercent, kMostPercent);
 }
 
 std::string PercentText(u64 part, u64 whole) {
-  if (whole == 0 || part == 0) return "0.0 %";
-  if (part == whole) return "100.0 %";
-  const double percent = static_cast<double>(part) * 100 / static_cast<double>(whole);
-  return Tenths(std::clamp(percent, 0.1, 99.9)) + '%';
+  if (whole == 0) return "0.0%";
+  const double percent = ShownPercent(static_cast<double>(part) / static_cast<double>(whole));
+  // All but one of very many would round to all.
+  return Tenths(part < whole ? std::min(percent, kMostPercent) : percent) + '%';
 }
 
 }  // namespace larkspur
