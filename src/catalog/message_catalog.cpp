@@ -95,6 +95,16 @@ cMessageCatalog& Messages() {
   return *g_messages;
 }
 
+std::vector<CatalogLanguage> CatalogLanguages() {
+  std::vector<CatalogLanguage> languages;
+  for (const LanguagePack& pack : kToolkitPacks) {
+    if (const auto header = ReadPackHeader(pack.image)) {
+      languages.push_back({pack.languageId, header->name});
+    }
+  }
+  return languages;
+}
+
 void ReleaseMessages() {
   delete g_messages;
   g_messages = nullptr;

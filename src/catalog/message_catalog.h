@@ -70,6 +70,13 @@ class cMessageCatalog {
 // The catalog of this process, over the packs stored in it, made when it is first asked for.
 cMessageCatalog& Messages();
 
+struct CatalogLanguage {
+  u32 id = 0;           // as setting 16 has it
+  std::u16string name;  // its own
+};
+// The languages that this process has texts in, English first.
+std::vector<CatalogLanguage> CatalogLanguages();
+
 // Frees the catalog of this process, for a module that leaves its host.
 void ReleaseMessages();
 

@@ -97,13 +97,11 @@ void cMainForm::ShowButtonState(const Action& action) {
 
 // Every language of the catalog, by its own name.
 void cMainForm::FillLanguages() {
-  for (const LanguagePack& pack : kToolkitPacks) {
-    const auto header = ReadPackHeader(pack.image);
-    if (!header) continue;
-    const int row = m_language.Add(header->name);
+  for (const CatalogLanguage& language : CatalogLanguages()) {
+    const int row = m_language.Add(language.name);
     if (row == cDropDownListChild::kNoRow) continue;
-    m_languageIds.push_back(pack.languageId);
-    if (pack.languageId == m_settings.Language()) m_language.SetValue(row);
+    m_languageIds.push_back(language.id);
+    if (language.id == m_settings.Language()) m_language.SetValue(row);
   }
 }
 

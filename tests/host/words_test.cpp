@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/path_text.h"
+#include "catalog/message_catalog.h"
 #include "host/model/command_line.h"
 #include "host/model/hex_text.h"
 
@@ -50,7 +52,8 @@ TEST(HostCommandLineTest, EachLineMeansOneThing) {
       {"--list --open a --dump-tree", Verb::kWrong, 0, "--list cannot be used with --open"},
       {"--dump-tree", Verb::kWrong, 0, "--dump-tree and --read need --open or --make"},
       {"--language", Verb::kWrong, 0, "--language needs N"},
-      {"--language 7", Verb::kWrong, 0, "--language takes 0 to 6, 8 or 9, not \"7\""},
+      {"--language 7", Verb::kWrong, 0,
+       "--language takes one of 0, 1, 2, 3, 4, 5, 6, 8, 9, not \"7\""},
       {"--language 10", Verb::kWrong, 0, "--language takes"},
       {"--language x", Verb::kWrong, 0, "--language takes"},
       {"--test-mode", Verb::kWrong, 0, "--test-mode needs MAPFILE"},
@@ -67,6 +70,9 @@ TEST(HostCommandLineTest, EachLineMeansOneThing) {
   const std::string help = Parse("--help").words;
   for (const char* raw : {"TEXT", "UINT", "Excludes", "REQUIRED"}) {
     EXPECT_EQ(help.find(raw), std::string::npos) << help;
+  }
+  for (const CatalogLanguage& language : CatalogLanguages()) {
+    EXPECT_NE(help.find(Utf8FromWide(language.name)), std::string::npos) << help;
   }
 }
 

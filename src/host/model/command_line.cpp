@@ -2,48 +2,51 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "host/model/command_line.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <CLI/CLI.hpp>
 #include <fmt/core.h>
 
 #include "base/help_format.h"
+#include "base/path_text.h"
 #include "base/printable.h"
+#include "catalog/message_catalog.h"
 
 namespace larkspur::host {
 namespace {
 
 using Verb = CommandLine::Verb;
 
-// As the catalog numbers them; there is no 7.
-constexpr std::pair<unsigned, const char*> kLanguages[] = {{0, "English"},
-                                                           {1, "Russian"},
-                                                           {2, "German"},
-                                                           {3, "Japanese"},
-                                                           {4, "Korean"},
-                                                           {5, "French"},
-                                                           {6, "Ukrainian"},
-                                                           {8, "Simplified Chinese"},
-                                                           {9, "Traditional Chinese"}};
-
 constexpr char kStatuses[] =
     "Exit status: 0 done; 1 failed; 2 wrong usage; 3 done, but some sectors are unreadable or "
     "missing; 130 stopped.";
 
+// The catalog's languages, by their numbers.
+std::vector<CatalogLanguage> Languages() {
+  std::vector<CatalogLanguage> languages = CatalogLanguages();
+  std::sort(languages.begin(), languages.end(),
+            [](const auto& one, const auto& other) { return one.id < other.id; });
+  return languages;
+}
+
 std::string LanguageHelp() {
-  std::string help = "Language of the dialogs";
-  for (const auto& [id, name] : kLanguages) {
-    help += fmt::format("{} {} {}", id == 0 ? ":" : ",", id, name);
+  std::string help = "Language of the dialogs:";
+  for (const char* before = " "; const CatalogLanguage& language : Languages()) {
+    help += fmt::format("{}{} {}", std::exchange(before, ", "), language.id,
+                        Utf8FromWide(language.name));
   }
   return help;
 }
 
 unsigned LanguageOf(const std::string& text) {
-  for (const auto& [id, name] : kLanguages) {
-    if (text == std::to_string(id)) return id;
+  std::string known;
+  for (const CatalogLanguage& language : Languages()) {
+    if (text == std::to_string(language.id)) return language.id;
+    known += (known.empty() ? "" : ", ") + std::to_string(language.id);
   }
   throw CLI::ValidationError(
-      fmt::format("--language takes 0 to 6, 8 or 9, not \"{}\"", Printable(text)),
+      fmt::format("--language takes one of {}, not \"{}\"", known, Printable(text)),
       CLI::ExitCodes::ValidationError);
 }
 
