@@ -15,6 +15,14 @@ namespace {
 
 constexpr UINT kLetters = WM_APP + 1;
 
+// Where the last file was chosen in this run; null before the first.
+std::u16string* g_lastFolder = nullptr;
+
+void RememberFolder(const std::u16string& folder) {
+  if (!g_lastFolder) g_lastFolder = new std::u16string;
+  *g_lastFolder = folder;
+}
+
 constexpr Size kFormSize = {760, 470}, kLeastSize = {480, 300};
 constexpr AnchoredBox kBackPlace = {5, 5, 26, 24}, kUpPlace = {34, 5, 26, 24},
                       kHomePlace = {63, 5, 26, 24}, kNewFolderPlace = {92, 5, 26, 24},
@@ -79,7 +87,13 @@ bool ChooseFile(HWND parent, FileChoice& choice) {
   look.least = kLeastSize;
   if (dialog.ShowModal(parent, look) == 0) return false;
   choice = dialog.Choice();
+  RememberFolder(ParentFolder(choice.path));
   return true;
+}
+
+void ForgetChosenFolder() {
+  delete g_lastFolder;
+  g_lastFolder = nullptr;
 }
 
 cFileChooseDialog::cFileChooseDialog(const FileChoice& choice)
@@ -168,7 +182,8 @@ void cFileChooseDialog::FillFilters() {
 void cFileChooseDialog::Begin() {
   FindPlaces(m_mail);
   std::u16string folder = ParentFolder(m_choice.path);
-  if (!folder.empty()) m_name.SetValue(NamePart(m_choice.path));
+  m_name.SetValue(NamePart(m_choice.path));
+  if (folder.empty() && g_lastFolder) folder = *g_lastFolder;
   if (folder.empty()) folder = HomeFolder(platform::EnvironmentText);
   if (!folder.empty()) GoTo(folder);
   m_name.Focus();
@@ -317,7 +332,14 @@ void cFileChooseDialog::Take(const PlaceFound& letter) {
 void cFileChooseDialog::Take(const FolderRead& letter) {
   if (letter.turn != m_turn) return;
   if (letter.systemError != 0 && letter.entries.empty()) {
-    return Complain(FolderFault(letter.systemError), letter.folder);
+    const std::u16string home = HomeFolder(platform::EnvironmentText);
+    const bool beginsElsewhere = m_navigation.Current().empty() && letter.folder != home;
+    const bool isOnlyRemembered = ParentFolder(m_choice.path).empty();
+    if (!beginsElsewhere || !isOnlyRemembered) {
+      Complain(FolderFault(letter.systemError), letter.folder);
+    }
+    if (beginsElsewhere) GoTo(home);
+    return;
   }
   // Going up leads to the folder that one came from.
   const bool goesUp = letter.folder == m_navigation.Parent();

@@ -36,11 +36,15 @@ struct FileChoice {
   std::vector<FileFilter> filters;
   i32 filterIndex = 0;  // below 0: all files
   FileUse use = FileUse::kOpen;
-  std::u16string path;  // where to begin, then what was chosen
+  // Where to begin, then what was chosen. Without a folder it begins in the one that the last file
+  // was chosen in, and at home before the first.
+  std::u16string path;
 };
 
 // Shows the dialog over `parent`. False when the user cancelled it; `choice` is then as it was.
 bool ChooseFile(HWND parent, FileChoice& choice);
+// Forgets the last folder, for a module that leaves its host.
+void ForgetChosenFolder();
 
 class cFileChooseDialog final : public cCustomForm {
  public:

@@ -224,6 +224,7 @@ void cMainForm::SaveMap() {
   choice.title = texts::kSaveMapTitle;
   choice.use = FileUse::kReplace;
   choice.filters = {{texts::kPictures, u"*.png", u"png"}};
+  choice.path = Chosen()->path + u".png";  // beside the cache
   if (!ChooseFile(Handle(), choice)) return;
   const cWaitCursor wait;
   platform::SetLastFailure(0);

@@ -8,6 +8,7 @@
 #include <delayimp.h>
 
 #include "catalog/message_catalog.h"
+#include "dialogs/file_choose_dialog.h"
 #include "io/path_locks.h"
 #include "platform/windows/system_library.h"
 
@@ -32,6 +33,7 @@ FARPROC WINAPI OnDelayLoad(unsigned event, PDelayLoadInfo info) {
 
 // Leaves nothing behind when the host unloads the module while it runs on.
 void ReleaseAll() {
+  larkspur::ForgetChosenFolder();
   larkspur::ReleaseMessages();
   larkspur::ReleasePathLocks();
   __gnu_cxx::__freeres();

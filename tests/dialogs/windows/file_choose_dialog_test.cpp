@@ -5,6 +5,7 @@
 #include "catalog/message_catalog.h"
 #include "fakes/temp_folder.h"
 #include "platform/file.h"
+#include "platform/folders.h"
 #include "platform/windows/win32.h"
 #include "ui/windows/form_driver.h"
 
@@ -26,12 +27,15 @@ class FileChooseDialogTest : public FormTest {
 
   // What was chosen; empty when nothing was.
   std::u16string Show(std::vector<FormStep> steps, FileUse use = FileUse::kContinue) {
+    return ShowAt(m_base + u"\\begin", std::move(steps), use);
+  }
+  std::u16string ShowAt(const std::u16string& begin, std::vector<FormStep> steps,
+                        FileUse use = FileUse::kContinue) {
     FileChoice choice;
     choice.title = u"Choose";
     choice.filters = {{u"Caches", u"*.kvrsp", u"kvrsp"}};
     choice.use = use;
-    choice.path = m_base + u"\\";
-    choice.path += u"begin";
+    choice.path = begin;
     cFormDriver driver(std::move(steps));
     return ChooseFile(nullptr, choice) ? choice.path : std::u16string();
   }
@@ -132,6 +136,22 @@ TEST_F(FileChooseDialogTest, WalksUpAndBack) {
                 TypeName(u"here"),
             })),
             Utf8(m_base + u"\\here.kvrsp"));
+}
+
+TEST_F(FileChooseDialogTest, BeginsWhereTheLastFileWasChosen) {
+  EXPECT_EQ(Utf8(Show({TypeName(u"first")})), Utf8(m_base + u"\\first.kvrsp"));
+  EXPECT_EQ(Utf8(ShowAt(u"", {TypeName(u"second")})), Utf8(m_base + u"\\second.kvrsp"));
+  // Home takes the place of a folder that is gone; of one that was named, that is said.
+  const FormStep leave = [](HWND form) {
+    EXPECT_NE(Rows(form), 0);
+    PressKey(VK_ESCAPE);
+  };
+  EXPECT_EQ(ShowAt(m_base + u"\\gone\\file", {Key(VK_RETURN), leave}), u"");
+  const std::u16string gone = m_base + u"\\soon gone";
+  ASSERT_TRUE(platform::SystemFolders().Make(gone));
+  EXPECT_NE(ShowAt(gone + u"\\x", {TypeName(u"third")}), u"");
+  ASSERT_TRUE(RemoveDirectoryW(Wide(gone)));
+  EXPECT_EQ(ShowAt(u"", {leave}), u"");
 }
 
 TEST_F(FileChooseDialogTest, SaysWhenThereIsNoSuchFolder) {
