@@ -5,6 +5,7 @@
 #include "base/path_text.h"
 #include "cli/output.h"
 #include "cli/storages.h"
+#include "imaging/rescue_words.h"
 #include "platform/command.h"
 #include "platform/device.h"
 #include "platform/disk_use.h"
@@ -30,14 +31,12 @@ std::string StopWords(StopReason reason, const StorageOptions& options) {
     case StopReason::kStopped:
       return options.cache + ": stopped; what was read is kept, and the same command resumes";
     case StopReason::kGone:
-      return options.source + ": the source has become shorter or is gone; what was read is in " +
-             options.cache + ", and the same command resumes when the source is back";
+      return options.source + ": " + kSourceGone + "; what was read is in " + options.cache +
+             ", and the same command resumes when the source is back";
     case StopReason::kNotAnswering:
-      return options.source +
-             ": the disk is not answering, even where it should read well; nothing that "
-             "failed since its last answer is marked. Switch its power off and on, check the "
-             "cable, let it cool down, then run the same command: it resumes from " +
-             options.cache;
+      return options.source + ": " + kNotAnswering +
+             "; nothing that failed since its last answer is marked. " + kWakeTheDisk +
+             ", then run the same command: it resumes from " + options.cache;
     case StopReason::kFull:
       return options.cache +
              ": there is no room left for the cache; what was stored is kept. Make room and run "

@@ -21,6 +21,7 @@ namespace larkspur::host {
 namespace {
 
 constexpr u32 kNapMilliseconds = 20;
+constexpr double kLineSeconds = 10;  // from one line of progress to the next
 
 // Of a cache alone.
 constexpr char kHowToResume[] =
@@ -98,8 +99,13 @@ ExitStatus ReadAll(const Storage& storage) {
   cReadEverythingJob job({});
   if (!job.Prepare(storage)) return Fail(OneLine(NoCloneWords(storage)));
   if (!job.Start()) return Fail("no thread can be started");
+  double told = platform::MonotonicSeconds();
   while (job.IsRunning()) {
     if (interrupted) job.RequestStop();
+    if (platform::MonotonicSeconds() - told >= kLineSeconds) {
+      told += kLineSeconds;
+      Tell(OneLine(job.Progress()));
+    }
     platform::SleepMilliseconds(kNapMilliseconds);
   }
   const ReadingReport& ended = job.Ended();

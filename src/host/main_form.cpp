@@ -68,6 +68,7 @@ void cMainForm::OnCreate() {
   CreateLists();
   CreatePages();
   m_progress.Create(*this, -kBelow, kMargin, kStopId);
+  m_progress.onDetail = [this] { return m_job.Progress(); };
   m_progress.onEnd = [this](bool) { EndReading(); };
   m_status.Create(*this, {});
   CreateTools();  // Tab begins with the lists

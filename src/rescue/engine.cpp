@@ -125,6 +125,7 @@ void Engine::Begin(Phase phase) {
   if (phase == m_progress.phase || IsStopping()) return;
   m_progress.phase = phase;
   if (phase != Phase::kFetch) m_log->Write(LogEvent("phase").Add("name", PhaseName(phase)));
+  Tell();  // its first request may hang
 }
 
 void Engine::Image() {

@@ -15,7 +15,7 @@ constexpr size_t kStopItem = 0, kStartingItem = 1, kKnownItem = 2, kOperationIte
                  kUnknownItem = 4;
 
 // Units.
-constexpr i32 kTextHeight = 42;  // three lines
+constexpr i32 kTextHeight = 58;  // four lines
 constexpr i32 kBarHeight = 16;
 constexpr i32 kGap = 6;
 constexpr i32 kStopWidth = 110;
@@ -97,7 +97,9 @@ void cProgressView::Show() {
   const std::u16string operation = TextOf(kTextKey, kOperationItem);
   const ProgressState state{m_feed->Share(), platform::MonotonicSeconds() - m_start,
                             m_feed->ShareAtStart()};
-  const std::u16string line = ProgressText({starting, known, unknown, operation}, m_name, state);
+  std::u16string line = ProgressText({starting, known, unknown, operation}, m_name, state);
+  const std::u16string detail = onDetail ? onDetail() : std::u16string();
+  if (!detail.empty()) line += u"\n" + detail;
   // The same text again would only flicker.
   if (line != m_text.Text()) m_text.SetText(line);
   m_bar.SetShare(m_feed->Bar());

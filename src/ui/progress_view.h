@@ -32,7 +32,7 @@ class cProgressTextChild final : public cChild {
 
 class cProgressView final : private cJobOwner {
  public:
-  static constexpr i32 kHeight = 82;  // units
+  static constexpr i32 kHeight = 98;  // units
 
   // At height `y` of the form, over its whole width but for `margin`; `stopId` is the button's.
   void Create(cCustomForm& form, i32 y, i32 margin, u32 stopId);
@@ -49,6 +49,8 @@ class cProgressView final : private cJobOwner {
   void Leave();
   bool IsWatching() const { return m_job != nullptr; }
 
+  // More to say below the line; asked ten times a second while a job is shown. Empty: nothing.
+  std::function<std::u16string()> onDetail;
   // `completed`: the job ended by itself and not because it was asked to.
   std::function<void(bool completed)> onEnd;
 

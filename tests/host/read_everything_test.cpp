@@ -80,7 +80,7 @@ TEST(ReadEverythingTest, AStoppedRunIsResumed) {
   const Reading rest(storage);
   EXPECT_EQ(rest.job.Ended().end, ReadingEnd::kDone);
   EXPECT_DOUBLE_EQ(rest.shareAtStart, 0.384);
-  EXPECT_GT(rest.firstShare, 0.384);
+  EXPECT_DOUBLE_EQ(rest.firstShare, 0.384);
   EXPECT_EQ(Counts(rig).present, kSectors);
   EXPECT_EQ(rig.script->AskedMoreThan(1), "");
 }
@@ -183,6 +183,44 @@ TEST(ReadEverythingTest, ASilentDiskIsToldFromALargeBadArea) {
   }
 }
 
+TEST(ReadEverythingTest, ItTellsPhasesAndHangsAsTheCommandLineDoes) {
+  StorageRig rig(kSectors);
+  rig.script->failing = {500, 505};
+  const Storage storage = rig.ReadOnce();
+  fakes::FakeClock clock;
+  std::string phases;
+  cReadEverythingJob job(
+      [&](double, double) {
+        const std::string words = Utf8FromWide(job.Progress());
+        const std::string phase = words.substr(0, words.find(' ')) + " ";
+        if (!phases.ends_with(phase)) phases += phase;
+      },
+      &clock);
+  std::string hung;
+  rig.script->onRequest = [&](u64 sector, u32 count) {
+    if (sector != 502 || count != 1) return;
+    clock.Sleep(70);
+    hung = Utf8FromWide(job.Progress());
+  };
+  EXPECT_EQ(job.Progress(), u"");
+  ASSERT_TRUE(job.Prepare(storage) && job.Start());
+  while (job.IsRunning()) platform::SleepMilliseconds(1);
+  EXPECT_EQ(phases, "copy back trim scrape ");
+  EXPECT_NE(hung.find("no answer for 1:10\nThe disk takes long"), std::string::npos) << hung;
+
+  RescueProgress progress;
+  progress.phase = Phase::kTrim;
+  progress.domainSectors = 8192;
+  progress.domain = {4096, 2, 4094};
+  progress.position = 2048;
+  progress.secondsSinceSuccess = 1.5;
+  const char* const line = "trim    at 1.0 MiB  present 2.0 MiB  unreadable 2 sectors  512 bytes/s";
+  EXPECT_EQ(Utf8FromWide(ReadingWords(progress, 1, 0)), line);
+  EXPECT_EQ(Utf8FromWide(ReadingWords(progress, 1, 5)), line + std::string("  no answer for 0:06"));
+  const std::string hangs = Utf8FromWide(ReadingWords(progress, 1, 70));
+  EXPECT_TRUE(hangs.starts_with(line + std::string("  no answer for 1:11\nThe disk takes long")));
+}
+
 TEST(ReadEverythingTest, EveryEndHasWords) {
   using End = ReadingEnd;
   const struct {
@@ -197,7 +235,8 @@ TEST(ReadEverythingTest, EveryEndHasWords) {
       {{End::kStopped, 0, 9, {}, {}}, u"Stopped."},
       {{End::kSourceGone, 0, 9, u"a.kvrsp", u"a.img"},
        u"The source has become shorter or is gone.\na.img\n"},
-      {{End::kNotAnswering, 0, 9, u"a.kvrsp", {}}, u"The disk has stopped answering.\nSwitch"},
+      {{End::kNotAnswering, 0, 9, u"a.kvrsp", {}},
+       u"The disk is not answering, even where it should read well.\nSwitch"},
       {{End::kNotKept, 0, 9, u"a.kvrsp", u"a.img"}, u"The cache could not be written.\na.kvrsp\n"},
       {{End::kCacheFailed, 0, 9, u"a.kvrsp", {}}, u"The cache cannot be read.\na.kvrsp\n"},
       {{End::kAborted, 0, 9, {}, {}}, u"Reading was ended by force."},

@@ -3,6 +3,7 @@
 #include "host/model/read_everything.h"
 
 #include <algorithm>
+#include <cctype>
 
 #include "host/model/words.h"
 #include "imaging/summary.h"
@@ -13,6 +14,13 @@ namespace {
 
 // The storage marks what fails at once: so soon must a silent disk be noticed.
 constexpr u32 kMaxFailures = 16;
+
+// Drives and kernels take up to half a minute over a bad sector, and more over the next one.
+constexpr double kHangSeconds = 10;
+constexpr char kHangAdvice[] =
+    "\nThe disk takes long over this request. If that goes on, press Stop and resume with "
+    "'larkspur "
+    "image', which marks nothing because of a disk that hangs.";
 
 class NoLog final : public RescueLog {
  public:
@@ -152,6 +160,8 @@ bool cReadEverythingJob::Prepare(const Storage& storage) {
   if (storage.map) m_map.reset(static_cast<cKVRSparseIO*>(storage.map->Clone()));
   // What is gone is not to pass for what is not known.
   if ((storage.source.io && !m_source.io) || (storage.map && !m_map)) return false;
+  m_told = {};
+  m_rate = {};
   m_original = storage.IO();
   m_sectors = storage.sectors;
   m_cacheFailed = false;
@@ -187,7 +197,7 @@ ReadingEnd cReadEverythingJob::ReadAll() {
   options.maxFailures = kMaxFailures;
   options.inThread = false;  // this is the thread
   Engine engine(&source, &store, &log, m_clock, &StopFlag(), options);
-  engine.OnProgress([this](const RescueProgress&) { Tell(); });
+  engine.OnProgress([this](const RescueProgress& progress) { Tell(progress); });
   if (!engine.Want(ExtentSet({0, m_sectors}))) return ReadingEnd::kCacheFailed;
   engine.Image();
   const ReadingEnd end = EndOf(engine.Finish());
@@ -202,8 +212,19 @@ double cReadEverythingJob::Share() const {
   return static_cast<double>(m_sectors - m_left.Sectors()) / static_cast<double>(m_sectors);
 }
 
-void cReadEverythingJob::Tell() {
+void cReadEverythingJob::Tell(const RescueProgress& progress) {
+  {
+    const cSafeCriticalSectionAccess access(&m_section);
+    m_told = progress;
+    m_toldAt = m_clock->Seconds();
+    m_sectorsPerSecond = m_rate.Add(progress.domain.present, m_toldAt);
+  }
   if (m_report) m_report(Share(), m_shareAtStart);
+}
+
+std::u16string cReadEverythingJob::Progress() {
+  const cSafeCriticalSectionAccess access(&m_section);
+  return ReadingWords(m_told, m_sectorsPerSecond, m_clock->Seconds() - m_toldAt);
 }
 
 namespace {
@@ -221,11 +242,22 @@ std::u16string DoneWords(const ReadingReport& ended) {
 }
 
 // Three lines: what happened, to which file, what to do.
-std::u16string FaultWords(const char* what, const std::u16string& path, const char* advice) {
-  return Words("{}\n{}{}{}", what, Utf8(path), path.empty() ? "" : "\n", advice);
+std::u16string FaultWords(std::string what, const std::u16string& path, const std::string& advice) {
+  what[0] = static_cast<char>(std::toupper(what[0]));
+  return Words("{}.\n{}{}{}", what, Utf8(path), path.empty() ? "" : "\n", advice);
 }
 
 }  // namespace
+
+std::u16string ReadingWords(RescueProgress progress, double sectorsPerSecond, double secondsAgo) {
+  if (progress.phase == Phase::kIdle) return {};
+  progress.secondsSinceSuccess += secondsAgo;
+  ProgressFacts facts = FactsOf(progress, sectorsPerSecond);
+  // The line before this one says both.
+  facts.sectors = 0;
+  facts.secondsLeft = -1;
+  return Words("{}{}", FormatProgress(facts), secondsAgo < kHangSeconds ? "" : kHangAdvice);
+}
 
 std::u16string EndWords(const ReadingReport& ended) {
   switch (ended.end) {
@@ -236,19 +268,21 @@ std::u16string EndWords(const ReadingReport& ended) {
     case ReadingEnd::kStopped:
       return Words("Stopped. \"Read everything\" resumes from there.");
     case ReadingEnd::kSourceGone:
-      return FaultWords("The source has become shorter or is gone.", ended.sourcePath,
+      return FaultWords(kSourceGone, ended.sourcePath,
                         "What was read is kept. When it is back, close the storage, open it "
                         "again, and resume.");
     case ReadingEnd::kNotAnswering:
-      return FaultWords("The disk has stopped answering.", ended.sourcePath,
-                        "Switch its power off and on, check the cable, let it cool down, then read "
-                        "again.");
+      return FaultWords(kNotAnswering, ended.sourcePath,
+                        std::string(kWakeTheDisk) +
+                            ", then resume with 'larkspur image', which marks nothing because of a "
+                            "disk that is silent. With --retry it also reads again what was marked "
+                            "here since the last answer.");
     case ReadingEnd::kNotKept:
-      return FaultWords("The cache could not be written.", ended.storagePath,
+      return FaultWords("the cache could not be written", ended.storagePath,
                         "Is its disk full, or gone? Make room or bring it back, then read again. "
                         "Nothing more is read from the source.");
     case ReadingEnd::kCacheFailed:
-      return FaultWords("The cache cannot be read.", ended.storagePath,
+      return FaultWords("the cache cannot be read", ended.storagePath,
                         "Copy the file to a healthy disk, and work on the copy. Nothing more is "
                         "read from the source.");
     case ReadingEnd::kAborted:

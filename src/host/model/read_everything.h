@@ -10,10 +10,11 @@
 #include <functional>
 #include <string>
 
+#include "base/critical_section.h"
 #include "base/job.h"
 #include "base/owned.h"
 #include "host/model/storages.h"
-#include "rescue/engine.h"
+#include "imaging/rescue_words.h"
 #include "rescue/extent_set.h"
 
 namespace larkspur::host {
@@ -56,6 +57,9 @@ class cReadEverythingJob final : public cJob {
 
   // REQUIRES: not running
   const ReadingReport& Ended() const { return m_ended; }
+  // How far it is, beyond the share, as of now: the command line's words, and what to do while a
+  // request hangs. Empty before there is anything to say. Any thread may ask.
+  std::u16string Progress();
   // The storage that is being read, to be compared only; null after Release.
   const cBaseIO* Original() const { return m_original; }
 
@@ -69,7 +73,7 @@ class cReadEverythingJob final : public cJob {
 
   ReadingEnd ReadAll();
   double Share() const;
-  void Tell();
+  void Tell(const RescueProgress& progress);
 
   Report m_report;
   RescueClock m_systemClock;
@@ -84,7 +88,17 @@ class cReadEverythingJob final : public cJob {
   ExtentSet m_left;  // what this run has yet to settle
   double m_shareAtStart = 0;
   ReadingReport m_ended;
+
+  cCriticalSection m_section;  // guards what follows
+  RescueProgress m_told;
+  double m_toldAt = 0;
+  SmoothRate m_rate;
+  double m_sectorsPerSecond = -1;
 };
+
+// What is said while a reading works, of progress that is told after each request: the last one was
+// so many seconds ago.
+std::u16string ReadingWords(RescueProgress progress, double sectorsPerSecond, double secondsAgo);
 
 // What is said when the reading of a storage has ended; the first line says what happened.
 std::u16string EndWords(const ReadingReport& ended);

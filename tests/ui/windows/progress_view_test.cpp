@@ -39,6 +39,7 @@ class cViewForm final : public cCustomForm {
   void OnCreate() override {
     m_view.Create(*this, 0, 0, kStopId);
     m_view.onEnd = [this](bool completed) { Close(completed ? 1 : 0); };
+    m_view.onDetail = [] { return std::u16string(u"and more"); };
     if (!m_view.Watch(m_job, m_feed, u"Reading")) Close(0);
   }
   void OnCancel() override { m_view.RequestStop(); }
@@ -95,7 +96,7 @@ TEST_F(ProgressViewTest, ShowsWhatTheFeedSays) {
   const std::vector<FormStep> wait(20, [](HWND) {});  // the view looks ten times a second
   std::vector<FormStep> steps = {[&](HWND form) {
     EXPECT_EQ(Utf8(TextOfWindow(form)), "Reading");
-    EXPECT_EQ(LineOf(form), "Starting...");
+    EXPECT_EQ(LineOf(form), "Starting...\nand more");
   }};
   steps.insert(steps.end(), wait.begin(), wait.end());
   steps.push_back([&](HWND form) {

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "cli/progress.h"
+#include "imaging/rescue_words.h"
 
 #include <gtest/gtest.h>
 
-namespace larkspur::cli {
+namespace larkspur {
 namespace {
 
-TEST(Progress, SaysWhatIsKnown) {
+TEST(RescueWords, SaysWhatIsKnown) {
   const struct {
-    ProgressText progress;
+    ProgressFacts progress;
     const char* text;
   } cases[] = {
       {{2000, 0, 0, -1, -1}, "0.0%  present 0 bytes"},
@@ -26,8 +26,8 @@ TEST(Progress, SaysWhatIsKnown) {
   for (const auto& c : cases) EXPECT_EQ(FormatProgress(c.progress), c.text);
 }
 
-TEST(Progress, LeavesOutWhatDoesNotFit) {
-  const ProgressText all = {4096, 2048, 8, 22544384, 753, "copy", 250675, 12};
+TEST(RescueWords, LeavesOutWhatDoesNotFit) {
+  const ProgressFacts all = {4096, 2048, 8, 22544384, 753, "copy", 250675, 12};
   const struct {
     size_t width;
     const char* text;
@@ -49,7 +49,7 @@ TEST(Progress, LeavesOutWhatDoesNotFit) {
   for (const auto& c : cases) EXPECT_EQ(FormatProgress(all, c.width), c.text) << c.width;
 }
 
-TEST(Progress, FormatsDurations) {
+TEST(RescueWords, FormatsDurations) {
   const struct {
     double seconds;
     const char* text;
@@ -59,4 +59,4 @@ TEST(Progress, FormatsDurations) {
 }
 
 }  // namespace
-}  // namespace larkspur::cli
+}  // namespace larkspur
