@@ -3,34 +3,14 @@
 #include <nlohmann/json.hpp>
 
 #include "base/path_text.h"
-#include "base/printable.h"
-#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/storages.h"
-#include "rescue/rescue_history.h"
+#include "imaging/log_words.h"
 #include "rescue/rescue_log.h"
 
 namespace larkspur::cli {
 namespace {
-
-constexpr FailureKind kKinds[] = {FailureKind::kMedium, FailureKind::kUnclear,
-                                  FailureKind::kTransport, FailureKind::kGone,
-                                  FailureKind::kSystem};
-
-u64 Count(const RescueHistory& history, FailureKind kind) {
-  return history.failures[static_cast<size_t>(kind)];
-}
-
-// Sectors that failed, together with others or alone. A worn disk has millions of extents: counted
-// without a copy.
-u64 Tried(const RescueHistory& history) {
-  u64 sectors = history.triedTogether.Sectors() + history.triedAlone.Sectors();
-  history.triedAlone.Visit([&](SectorRange alone) {
-    history.triedTogether.Visit(alone, [&](SectorRange both) { sectors -= both.count; });
-  });
-  return sectors;
-}
 
 void PrintLogJson(const std::string& path, const RescueHistory& history) {
   Json runs = Json::array();
@@ -43,8 +23,8 @@ void PrintLogJson(const std::string& path, const RescueHistory& history) {
                     {"unreadable", run.unreadable}});
   }
   Json failures = Json::object();
-  for (const FailureKind kind : kKinds) {
-    failures[std::string(FailureKindName(kind))] = Count(history, kind);
+  for (const FailureKind kind : kLoggedKinds) {
+    failures[std::string(FailureKindName(kind))] = CountOf(history, kind);
   }
   Json slowest = Json::array();
   for (const SlowArea& area : history.slowest) {
@@ -66,40 +46,8 @@ void PrintLogJson(const std::string& path, const RescueHistory& history) {
              {"runs", runs},
              {"failures", failures},
              {"slowest", slowest},
-             {"tried", Tried(history)},
+             {"tried", TriedSectors(history)},
              {"wrongLines", history.wrongLines}});
-}
-
-void PrintLog(const RescueHistory& history) {
-  const auto line = [](const char* name, const std::string& text) {
-    if (!text.empty()) Print(fmt::format("{:<9} {}\n", name, text));
-  };
-  if (const auto& source = history.source) {
-    line("device", Printable(source->path));
-    line("model", Printable(source->model));
-    line("serial", Printable(source->serial));
-    line("firmware", Printable(source->firmware));
-    line("size",
-         fmt::format("{} sectors, {}", source->sectors, SizeText(source->sectors << kSectorShift)));
-  }
-  Print(fmt::format("\n{:<24}  {:<24}  {:<14} {:>12} {:>12} {:>11}\n", "run from", "to", "ended",
-                    "read", "present", "unreadable"));
-  for (const HistoryRun& run : history.runs) {
-    Print(fmt::format("{:<24}  {:<24}  {:<14} {:>12} {:>12} {:>11}\n", Printable(run.start),
-                      Printable(run.end), run.how.empty() ? "no end logged" : Printable(run.how),
-                      run.asked, run.present, run.unreadable));
-  }
-  Print("\nfailures");
-  for (const FailureKind kind : kKinds) {
-    Print(fmt::format("  {} {}", FailureKindName(kind), Count(history, kind)));
-  }
-  Print(fmt::format("\n{} sectors failed at least once\n", Tried(history)));
-  if (history.slowest.empty()) return;
-  Print(fmt::format("\n{:>14} {:>8} {:>9}  slowest failures\n", "start", "sectors", "seconds"));
-  for (const SlowArea& area : history.slowest) {
-    Print(fmt::format("{:>14} {:>8} {:>9.1f}  {}\n", area.range.first, area.range.count,
-                      area.seconds, FailureKindName(area.kind)));
-  }
 }
 
 }  // namespace
@@ -114,14 +62,13 @@ ExitStatus RunLog(const std::string& path, bool json) {
     return Fail(Failure(logPath, "the log cannot be read", history.systemError));
   }
   if (history.lines == 0) {
-    Tell(logPath + ": there is no log, or it is empty");
+    Tell(logPath + ": " + kNoLogWords);
     if (!json) return kExitDone;
   }
   if (history.wrongLines > 0) {
-    Tell(fmt::format("{}: {} lines cannot be understood and are ignored; the first is line {}",
-                     logPath, history.wrongLines, history.firstWrongLine));
+    Tell(logPath + ": " + WrongLinesText(history));
   }
-  json ? PrintLogJson(path, history) : PrintLog(history);
+  json ? PrintLogJson(path, history) : Print(HistoryText(history));
   return kExitDone;
 }
 

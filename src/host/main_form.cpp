@@ -136,7 +136,8 @@ void cMainForm::CreatePages() {
   // On a small screen the views have more use of the room.
   const i32 rest = ClientSize().width - Theme().Pixels(kPagesWidth);
   m_splitter.SetValue(std::clamp(rest, Theme().Pixels(kLeastLists), Theme().Pixels(kListsWidth)));
-  m_tabs.Create(*this, kPagesId, texts::kPages, {texts::kPartitions, texts::kSectors, texts::kMap});
+  m_tabs.Create(*this, kPagesId, texts::kPages,
+                {texts::kPartitions, texts::kSectors, texts::kMap, texts::kLog});
   m_tabs.onChange = [this] { ShowPage(m_tabs.Value()); };
   for (cPage* page : m_pages) page->Create(*this);
   m_partitionPage.onContextMenu = [this](POINT where) {
@@ -147,6 +148,7 @@ void cMainForm::CreatePages() {
     ShowMenu({kPreviousSector, kNextSector, kCopyText}, where);
   };
   m_mapPage.onContextMenu = [this](POINT where) { ShowMenu({kSaveMap, kCopyText}, where); };
+  m_logPage.onContextMenu = [this](POINT where) { ShowMenu({kCopyText}, where); };
   m_mapPage.onGoTo = [this](u64 sector) { ShowSector(sector); };
   m_partitionPage.onChange = [this] { ShowState(); };
   m_sectorPage.onMove = [this] { ShowState(); };
@@ -198,6 +200,7 @@ MessageAnswer cMainForm::OnMessage(const WindowMessage& message) {
   static constexpr MessageRow<cMainForm> kMessages[] = {
       {cMapPage::kNews, &cMainForm::OnMapNews},
       {cSectorPage::kNews, &cMainForm::OnSectorNews},
+      {cLogPage::kNews, &cMainForm::OnLogNews},
       {kOpenNamed, &cMainForm::OnOpenNamed},
   };
   if (const MessageAnswer answer = HandledBy(*this, kMessages, message)) return answer;
@@ -211,6 +214,11 @@ MessageAnswer cMainForm::OnMapNews(const WindowMessage&) {
 
 MessageAnswer cMainForm::OnSectorNews(const WindowMessage&) {
   m_sectorPage.OnNews();
+  return 0;
+}
+
+MessageAnswer cMainForm::OnLogNews(const WindowMessage&) {
+  m_logPage.OnNews();
   return 0;
 }
 

@@ -53,6 +53,7 @@ class cMainForm final : public cCustomForm {
     kPartitions = 1021,
     kSectors = 1022,
     kMap = 1023,
+    kLog = 1024,
   };
   enum ControlId : u32 {
     kStoragesId = 200,
@@ -77,6 +78,7 @@ class cMainForm final : public cCustomForm {
   MessageAnswer OnMessage(const WindowMessage& message) override;
   MessageAnswer OnMapNews(const WindowMessage& message);
   MessageAnswer OnSectorNews(const WindowMessage& message);
+  MessageAnswer OnLogNews(const WindowMessage& message);
   MessageAnswer OnOpenNamed(const WindowMessage& message);
 
   void AddActions();
@@ -138,7 +140,8 @@ class cMainForm final : public cCustomForm {
   cPartitionPage m_partitionPage;
   cSectorPage m_sectorPage{{kGoToSector, kPreviousSector, kNextSector}};
   cMapPage m_mapPage;
-  std::vector<cPage*> m_pages{&m_partitionPage, &m_sectorPage, &m_mapPage};
+  cLogPage m_logPage;
+  std::vector<cPage*> m_pages{&m_partitionPage, &m_sectorPage, &m_mapPage, &m_logPage};
   cProgressView m_progress;
   cStatusBarChild m_status;
 };

@@ -103,6 +103,7 @@ void cMainForm::AddActions() {
       {kPartitions, texts::kPartitions, 0, {'1', kControl}, page(0)},
       {kSectors, texts::kSectors, 0, {'2', kControl}, page(1)},
       {kMap, texts::kMap, 0, {'3', kControl}, page(2)},
+      {kLog, texts::kLog, 0, {'4', kControl}, page(3)},
   };
   for (const Action& action : actions) Actions().Add(action);
 }

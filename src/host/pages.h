@@ -9,12 +9,14 @@
 
 #include "host/legend_child.h"
 #include "host/map_child.h"
+#include "host/model/log_text.h"
 #include "host/model/map_watch.h"
 #include "host/model/sector_reader.h"
 #include "host/model/storages.h"
 #include "host/text_view_child.h"
 #include "ui/button_child.h"
 #include "ui/custom_form.h"
+#include "ui/detached_work.h"
 #include "ui/edit_child.h"
 #include "ui/label_child.h"
 #include "ui/list_view_child.h"
@@ -163,6 +165,42 @@ class cMapPage final : public cPage {
   cLabelChild m_scale;
   cLegendChild m_legend;
   cMapWatch m_watch{[this] { PostMessageW(m_formWindow, kNews, 0, 0); }};
+};
+
+class cLogPage final : public cPage {
+ public:
+  static constexpr u32 kTextId = 240;
+  static constexpr UINT kNews = WM_APP + 23;  // to the form, which calls OnNews
+
+  ~cLogPage() { m_mail->Close(); }
+
+  void Create(cCustomForm& form) override;
+  void Layout(const Box& box) override;
+  void Show(bool shown) override;
+  void ShowStorage(const Storage* storage) override;
+  std::u16string Text() const override { return m_said; }
+
+  // A log may have been read.
+  void OnNews();
+
+ private:
+  struct Letter {
+    u32 turn;  // which question it answers
+    Result<std::u16string, std::u16string> log;
+  };
+
+  void Look();
+  void Say(bool isLog, std::u16string_view text);
+
+  const Storage* m_storage = nullptr;
+  bool m_shown = false;
+  bool m_isLog = false;
+  u32 m_turn = 0;
+  std::u16string m_said;
+  std::shared_ptr<cMailbox<Letter>> m_mail = std::make_shared<cMailbox<Letter>>();
+
+  cTextViewChild m_text;
+  cLabelChild m_note{cLabelChild::Lines::Wrapped};  // in place of the text, without a log
 };
 
 }  // namespace larkspur::host

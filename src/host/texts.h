@@ -32,6 +32,7 @@ inline constexpr char16_t kPages[] = u"Views of the storage";
 inline constexpr char16_t kPartitions[] = u"Partitions";
 inline constexpr char16_t kSectors[] = u"Sectors";
 inline constexpr char16_t kMap[] = u"Map";
+inline constexpr char16_t kLog[] = u"Log";
 inline constexpr char16_t kSector[] = u"Sector:";
 
 inline constexpr char16_t kName[] = u"Name";
@@ -69,6 +70,10 @@ inline constexpr char16_t kNoMap[] =
     u"\"New storage...\" to make a read-once storage with a cache, or \"Open file...\" to look at "
     u"a "
     u"cache.";
+inline constexpr char16_t kNoLog[] =
+    u"There is no log: this storage has no cache, or none that the host knows of.\r\n\r\nOpen the "
+    u"cache of a rescue with \"Open file...\" to see what happened in it.";
+inline constexpr char16_t kReadingLog[] = u"Reading the log...";
 inline constexpr char16_t kReadWithoutCache[] =
     u"Read this drive without a cache?\nEverything you look at is then read from it again, and a "
     u"failing "

@@ -222,7 +222,8 @@ TEST_F(HostTest, AResizedWindowLooksAsIfDrawnAtOnce) {
   constexpr UINT kAllOfIt = RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN;
   cHostDriver host(Words(0));
   ASSERT_TRUE(cHostDriver::Wait([&] { return StorageCount(host) == 1; }));
-  for (const u32 page : {cMainForm::kPartitions, cMainForm::kSectors, cMainForm::kMap}) {
+  for (const u32 page :
+       {cMainForm::kPartitions, cMainForm::kSectors, cMainForm::kMap, cMainForm::kLog}) {
     host.Command(page);
     for (const SIZE size : {SIZE{700, 500}, {1300, 900}, {900, 640}}) {
       SetWindowPos(host.Window(), nullptr, 0, 0, size.cx, size.cy, SWP_NOZORDER | SWP_NOACTIVATE);
