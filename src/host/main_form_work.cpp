@@ -2,11 +2,10 @@
 // Copyright (c) 2026 The Larkspur authors
 // What the window's commands do.
 
-#include "catalog/message_catalog.h"
+#include "dialogs/drive_form.h"
 #include "dialogs/file_choose_dialog.h"
 #include "dialogs/message_form.h"
 #include "dialogs/model/device_path.h"
-#include "dialogs/new_folder_name_req_form.h"
 #include "host/clipboard.h"
 #include "host/dialog_watch.h"
 #include "host/main_form.h"
@@ -19,8 +18,6 @@
 
 namespace larkspur::host {
 namespace {
-
-constexpr char kDevicePathKey[] = "raid::devopen";
 
 void ShowNotice(HWND parent, std::u16string_view text) {
   constexpr u32 kInformationItem = 3;
@@ -129,10 +126,7 @@ void cMainForm::OpenFile() {
 }
 
 void cMainForm::OpenDrive() {
-  const MessageTexts* const texts = Messages().Find(kDevicePathKey);
-  if (!texts) return;
-  if (const auto typed = cNewFolderNameReqForm::Ask(Handle(), *texts))
-    OpenPath(PathOfDevice(*typed));
+  if (const auto path = cDriveForm::Ask(Handle())) OpenPath(PathOfDevice(*path));
 }
 
 void cMainForm::OpenPath(const std::u16string& path) {

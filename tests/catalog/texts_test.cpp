@@ -25,9 +25,10 @@ constexpr Shape kModuleShape[] = {{"raid::main", 2},
                                   {"raid::devopen", 4},
                                   {"raid::mkspan", 15},
                                   {"raid::cachenotes", 2}};
-constexpr Shape kToolkitShape[] = {{"ciom::filechoose", 25},  {"ciom::filenotes", 6},
-                                   {"ciom::folderchoose", 8}, {"ciom::messages", 7},
-                                   {"ciom::progress", 5},     {"ciom::propsheet", 3}};
+constexpr Shape kToolkitShape[] = {{"ciom::drives", 14},   {"ciom::filechoose", 25},
+                                   {"ciom::filenotes", 6}, {"ciom::folderchoose", 8},
+                                   {"ciom::messages", 7},  {"ciom::progress", 5},
+                                   {"ciom::propsheet", 3}};
 
 // The formatting places of a text in their order: "%s%.01f%%%02d".
 std::u16string Placeholders(std::u16string_view text) {

@@ -17,6 +17,7 @@
 #include "base/path_text.h"
 #include "catalog/message_catalog.h"
 #include "dialogs/about_plg_form.h"
+#include "dialogs/drive_form.h"
 #include "dialogs/file_choose_dialog.h"
 #include "dialogs/message_form.h"
 #include "dialogs/mk_raid_form.h"
@@ -74,6 +75,22 @@ void NewFolder() {
 }
 void DevicePath() {
   cNewFolderNameReqForm::Ask(nullptr, *Messages().Find("raid::devopen"));
+}
+
+void OpenDrive() {
+  cDriveForm::Ask(nullptr, [] {
+    std::vector<DeviceFacts> drives(3);
+    for (u32 i = 0; i < drives.size(); ++i) {
+      drives[i].path = u"\\\\.\\PhysicalDrive" + std::u16string(1, static_cast<char16_t>(u'0' + i));
+      drives[i].model = u"ACME Barracuda";
+      drives[i].serial = u"Z1E0" + std::u16string(4, static_cast<char16_t>(u'A' + i));
+      drives[i].bytes = u64{2000} << (30 - 4 * i);
+      drives[i].kind = i < 2 ? 1 : 5;
+      drives[i].isRemovable = i == 2;
+      drives[i].isMounted = i != 1;
+    }
+    return drives;
+  });
 }
 
 void About() {
@@ -219,6 +236,7 @@ constexpr Scene kScenes[] = {
     {"question", Question},
     {"new-folder", NewFolder},
     {"device-path", DevicePath},
+    {"open-drive", OpenDrive},
     {"about", About},
     {"gallery", Gallery},
     {"icons", Icons},

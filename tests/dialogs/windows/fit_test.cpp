@@ -4,6 +4,7 @@
 
 #include "catalog/message_catalog.h"
 #include "dialogs/about_plg_form.h"
+#include "dialogs/drive_form.h"
 #include "dialogs/file_choose_dialog.h"
 #include "dialogs/message_form.h"
 #include "dialogs/mk_raid_form.h"
@@ -80,7 +81,7 @@ class FitTest : public FormTest, public ::testing::WithParamInterface<u32> {
 };
 
 TEST_P(FitTest, Forms) {
-  cFormDriver driver(std::vector<FormStep>(8, CheckAtEveryScale));
+  cFormDriver driver(std::vector<FormStep>(9, CheckAtEveryScale));
   ShowError(nullptr, TextOf("raid::mkspan", 10));
   ShowError(nullptr, TextOf("ciom::filechoose", 21));
   AskToConfirm(nullptr, TextOf("ciom::filechoose", 20));
@@ -88,6 +89,7 @@ TEST_P(FitTest, Forms) {
   cNewFolderNameReqForm::Ask(nullptr, *Messages().Find("ciom::filechoose"));
   cAboutPlgForm::Present(GetDesktopWindow());
   AskForReadOnceStorage(nullptr, *Messages().Find("raid::mkspan"), {});
+  cDriveForm::Ask(nullptr, [] { return std::vector<DeviceFacts>(); });
   FileChoice choice;
   choice.title = TextOf("raid::mkspan", 6);
   ChooseFile(nullptr, choice);

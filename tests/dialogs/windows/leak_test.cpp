@@ -4,6 +4,7 @@
 
 #include "catalog/message_catalog.h"
 #include "dialogs/about_plg_form.h"
+#include "dialogs/drive_form.h"
 #include "dialogs/file_choose_dialog.h"
 #include "dialogs/message_form.h"
 #include "dialogs/mk_raid_form.h"
@@ -40,6 +41,7 @@ TEST_F(LeakTest, FormsGiveBackWhatTheyTook) {
       {"request", [] { cNewFolderNameReqForm::Ask(nullptr, *Messages().Find("raid::devopen")); }},
       {"about", [] { cAboutPlgForm::Present(GetDesktopWindow()); }},
       {"define", [] { AskForReadOnceStorage(nullptr, *Messages().Find("raid::mkspan"), {}); }},
+      {"choose a drive", [] { cDriveForm::Ask(nullptr); }},
       {"choose a file",
        [] {
          FileChoice choice;
