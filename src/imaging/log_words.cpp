@@ -24,13 +24,23 @@ std::string SourceText(const SourceIdentity& source) {
   return text;
 }
 
+// "2026-11-21 19:00:00" of "2026-11-21T19:00:00.123Z"; what has another form stays as it is.
+std::string TimeText(const std::string& logged) {
+  constexpr size_t kDate = 10, kTime = 8, kAll = 24;
+  if (logged.size() != kAll || logged[kDate] != 'T' || logged.back() != 'Z') {
+    return Printable(logged);
+  }
+  return Printable(logged.substr(0, kDate) + ' ' + logged.substr(kDate + 1, kTime));
+}
+
 std::string RunsText(const std::vector<HistoryRun>& runs) {
-  std::string text = fmt::format("\n{:<24}  {:<24}  {:<14} {:>12} {:>12} {:>11}\n", "run from",
-                                 "to", "ended", "read", "present", "unreadable");
+  static constexpr char kLine[] = "{:<19}  {:<19}  {:<14} {:>12} {:>12} {:>11}\n";
+  std::string text =
+      "\n" + fmt::format(kLine, "run from (UTC)", "to", "ended", "read", "present", "unreadable");
   for (const HistoryRun& run : runs) {
-    text += fmt::format("{:<24}  {:<24}  {:<14} {:>12} {:>12} {:>11}\n", Printable(run.start),
-                        Printable(run.end), run.how.empty() ? "no end logged" : Printable(run.how),
-                        run.asked, run.present, run.unreadable);
+    text += fmt::format(kLine, TimeText(run.start), TimeText(run.end),
+                        run.how.empty() ? "no end logged" : Printable(run.how), run.asked,
+                        run.present, run.unreadable);
   }
   return text;
 }

@@ -24,7 +24,7 @@ std::string WrongLinesText(const RescueHistory& history);
 
 // The disk, the runs, the failures and the slowest of them, in lines that end with "\n" and are at
 // most so wide, but for what the disk and the log call themselves.
-constexpr i32 kHistoryColumns = 106;
+constexpr i32 kHistoryColumns = 94;
 std::string HistoryText(const RescueHistory& history);
 
 }  // namespace larkspur

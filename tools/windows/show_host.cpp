@@ -45,6 +45,8 @@ class cShow {
     Picture(m_host.Window(), u"map");
     ShowSector();
     Picture(m_host.Window(), u"sectors");
+    m_host.Command(cMainForm::kLog);
+    Picture(m_host.Window(), u"log");
     return m_host.Close() == 0;
   }
 
