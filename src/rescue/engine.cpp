@@ -382,7 +382,7 @@ u64 Engine::Fetch(SectorRange range, u8* out) {
 StopReason Engine::Finish() {
   CountAll();  // nothing may have been wanted; the log tells the storage's counts all the same
   // Those who stop a run may do so because the disk hangs.
-  const bool isStopped = *m_stop && m_failuresInRow > 0;
+  const bool isStopped = *m_stop && m_failuresInRow > 0 && !m_ledger.witnesses.IsEmpty();
   const bool isProofWanted =
       m_reason == StopReason::kNone && (isStopped || !m_ledger.refused.IsEmpty());
   if (isProofWanted && !Prove()) m_unprovedAtEnd += TakeBackSilence();

@@ -314,9 +314,10 @@ double Engine::SecondsLeft() const {
   // One sector is stored while the next is read.
   const double stored =
       m_storedSectors == 0 ? 0 : m_storeSeconds / static_cast<double>(m_storedSectors);
+  const u64 unasked = m_ledger.untried.Sectors() + m_ledger.witnesses.Sectors();
   const double together =
-      std::max({m_groupSeconds, stored, allowed}) * static_cast<double>(m_ledger.untried.Sectors());
-  u64 single = m_ledger.witnesses.Sectors() + m_retryLeft;
+      std::max({m_groupSeconds, stored, allowed}) * static_cast<double>(unasked);
+  u64 single = m_retryLeft;
   if (m_options.scrape) single += m_ledger.failed.Sectors() + m_ledger.trimmed.Sectors();
   // Until one was asked alone: as long as a request took, at the least.
   const double each =

@@ -14,6 +14,7 @@ namespace {
 constexpr double kTickSeconds = 0.2;
 constexpr double kMostUnclearSeconds = 120;
 constexpr u32 kMostWakings = 3;
+constexpr u64 kFailuresPerKnownGood = 64;  // one is kept for the end
 constexpr double kPatientSeconds = 10;
 constexpr double kPatientPause = 0.5;
 // Refusals in a row after which a witness is asked, on a disk that answered each time so far.
@@ -112,7 +113,7 @@ void Engine::Probe() {
 // silent before: there, no other way tells what is bad.
 bool Engine::MayAskKnownGood() const {
   return m_progress.all.present > 0 &&
-         (m_wasSilent || m_knownGoodAsks * m_options.maxFailures <= m_failures);
+         (m_wasSilent || (m_knownGoodAsks + 2) * kFailuresPerKnownGood <= m_failures);
 }
 
 // A disk that was woken shows that it lives before it is asked for what may have silenced it.
