@@ -32,10 +32,20 @@ u32 Depth(const cPartTreeItem& node) {
   return depth;
 }
 
+// The storage itself where it is a cache that is looked at for what it has.
+cKVRSparseIO* AsCache(cBaseIO* io, const ScanOptions& options) {
+  const bool isCache = io && options.cache && io->GetTypeId() == kTypeKVRSparse;
+  return isCache ? static_cast<cKVRSparseIO*>(io) : nullptr;
+}
+
 }  // namespace
 
 Scan::Scan(cBaseIO* io, const ScanOptions& options)
-    : m_io(io), m_options(options), m_sectorCount(io ? io->GetSectorCount() : 0), m_left(kLimits) {}
+    : m_io(io),
+      m_image(AsCache(io, options)),
+      m_options(options),
+      m_sectorCount(io ? io->GetSectorCount() : 0),
+      m_left(kLimits) {}
 
 bool Scan::Spend(Budget budget, u64 amount) {
   if (amount > Left(budget)) return Refuse(budget);
@@ -154,16 +164,23 @@ std::vector<SectorRange> Scan::NotInCache(u64 sector, u32 count) const {
   return ranges;
 }
 
+// A cache is asked for what it has: that part of it cannot be read is not to pass for zeros.
+u32 Scan::ReadStorage(u64 sector, u32 count, u8* buffer) {
+  if (m_io->SetPosition(sector) != sector) return 0;
+  const u32 got = m_image ? m_image->ReadStored(buffer, count, nullptr) : m_io->Read(buffer, count);
+  return std::min(got, count);
+}
+
 u32 Scan::Ask(u64 sector, u32 count, u8* buffer, bool keeps) {
   std::vector<SectorRange> holes;
   // Asked before where reading fetches nothing: another run may store what is being read.
-  if (m_io == m_options.cache) holes = NotInCache(sector, count);
-  u32 got = m_io->SetPosition(sector) == sector ? m_io->Read(buffer, count) : 0;
-  got = std::min(got, count);
+  if (m_image) holes = NotInCache(sector, count);
+  const u32 got = ReadStorage(sector, count, buffer);
   if (m_options.trace) m_options.trace->push_back({sector, count, got, m_asker});
-  if (m_io != m_options.cache) holes = NotInCache(sector, got);
+  if (!m_image) holes = NotInCache(sector, got);
   const u64 end = sector + got;
   std::erase_if(holes, [end](const SectorRange& hole) { return hole.first >= end; });
+  if (!holes.empty()) holes.back().count = std::min(holes.back().End(), end) - holes.back().first;
   if (got < count) holes.push_back({end, 1});
   u64 at = sector;
   for (const SectorRange& hole : holes) {
@@ -197,8 +214,10 @@ bool Scan::LacksFirstMissed(u64 first, u64 count) const {
 
 Obstacles Scan::MetObstacles() const {
   Obstacles met;
-  const auto add = [&met](u64 start, u64 sectors, SectorStatus status) {
-    met.unread.push_back({start, sectors, status == kPresent ? kUnreadable : status});
+  // What is there and did not come.
+  const SectorStatus failed = m_image ? kUnknown : kUnreadable;
+  const auto add = [&met, failed](u64 start, u64 sectors, SectorStatus status) {
+    met.unread.push_back({start, sectors, status == kPresent ? failed : status});
     return true;
   };
   for (auto at = m_missed.begin(); at != m_missed.end();) {

@@ -179,12 +179,14 @@ class Scan {
   void Keep(u64 sector, u32 count, const u8* bytes);
   // Those of [sector, sector+count) that are not in the cache, or unreadable there.
   std::vector<SectorRange> NotInCache(u64 sector, u32 count) const;
+  u32 ReadStorage(u64 sector, u32 count, u8* buffer);
   // Asks the storage, and answers how many sectors came before the first that did not.
   u32 Ask(u64 sector, u32 count, u8* buffer, bool keeps);
   // Those of [sector, end) that are known to fail were needed.
   void Miss(u64 sector, u64 end);
 
   cBaseIO* m_io;
+  cKVRSparseIO* m_image;  // m_io where it is a cache, else null
   const cPartTreeItem* m_top = nullptr;
   ScanOptions m_options;
   u64 m_sectorCount;

@@ -64,6 +64,49 @@ TEST(Scan, AFailedSectorIsNotAskedAgain) {
   EXPECT_LE(script->Asked(105), 1u);
 }
 
+// The read ends amid a hole: of what lies past it nothing is kept, and nothing came.
+TEST(Scan, ACutCacheEndsWhereItDoes) {
+  const auto store = fakes::MakeStore();
+  const auto image = fakes::CreateImage(store, 8192);
+  fakes::WritePattern(image.get(), 0, 2);
+  store->bytes.resize(4096);
+  std::vector<u8> buffer(256 * kSectorBytes);
+  for (const bool isClone : {false, true}) {
+    const auto reader = fakes::OpenImage(store, true);
+    Scan scan(isClone ? reader.get() : image.get(), {.forPeople = true, .cache = image.get()});
+    EXPECT_EQ(scan.Read(0, 256, buffer.data()), 2u);
+    EXPECT_EQ(scan.Read(0, 2, buffer.data()), 2u);
+    EXPECT_EQ(scan.Read(2, 200, buffer.data()), 0u);
+  }
+}
+
+// A map that cannot be read once, whichever: its sectors count as not having come, and why.
+TEST(Scan, WhatCannotBeReadOfTheCacheIsNotZero) {
+  const auto store = fakes::MakeStore();
+  const auto image = fakes::CreateImage(store, 1000);
+  fakes::WritePattern(image.get(), 0, 200);
+  std::vector<u8> buffer(200 * kSectorBytes);
+  u64 reads = 0;
+  for (u64 failing = 1; reads + 1 >= failing; ++failing) {
+    reads = 0;
+    store->refusesRead = [&](u64, u64) { return ++reads == failing; };
+    const auto reader = fakes::OpenImage(store, true);
+    if (!reader) continue;
+    Scan scan(reader.get(), {.forPeople = true, .cache = reader.get()});
+    const u32 came = scan.ReadAround(0, 200, buffer.data());
+    const auto unread = scan.MetObstacles().unread;
+    for (u64 s = 0; s < 200; ++s) {
+      const bool isUnread = std::any_of(unread.begin(), unread.end(), [s](const UnreadNote& note) {
+        return s >= note.start && s - note.start < note.sectors;
+      });
+      ASSERT_TRUE(isUnread || fakes::IsPattern(s, &buffer[s * kSectorBytes]))
+          << failing << " " << s;
+    }
+    EXPECT_TRUE(came == 200 || (!unread.empty() && unread[0].status == kUnknown)) << failing;
+  }
+  EXPECT_GT(reads, 3u);
+}
+
 TEST(Scan, WhatTheCacheLacksDidNotCome) {
   const auto image = fakes::CreateImage(fakes::MakeStore(), 1000);
   for (u64 sector = 0; sector < 1000; sector += 2) fakes::WritePattern(image.get(), sector, 1);
