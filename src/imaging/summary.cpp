@@ -13,6 +13,7 @@ const char* StatusName(SectorStatus status) {
     case kUnreadable:
       return "unreadable";
     case kUnknown:
+    case kMeaningless:
       return "unknown";
   }
   return "";

@@ -12,7 +12,7 @@ struct StatusCounts {
   u64 present = 0;
   u64 unreadable = 0;
   u64 missing = 0;
-  u64 unknown = 0;  // the cache itself cannot be read there
+  u64 unknown = 0;  // the cache itself cannot be read there, or makes no sense
 
   void Add(SectorStatus status, u64 sectors) {
     switch (status) {
@@ -26,6 +26,7 @@ struct StatusCounts {
         unreadable += sectors;
         break;
       case kUnknown:
+      case kMeaningless:
         unknown += sectors;
     }
   }

@@ -199,8 +199,10 @@ u32 cKVRSparseIO::ReadRange(u8* buffer, u32 count, cBitMap* presence, Absent abs
   count = static_cast<u32>(std::min<u64>(count, m_layout.sectorCount - first));
   if (count == 0) return 0;
   RegisterPath();
-  if (m_seenDemotions != m_file->demotions) m_complete.Forget();
-  m_seenDemotions = m_file->demotions;
+  // Loaded once: what another thread adds in between must be seen by the next call.
+  const u64 demotions = m_file->demotions;
+  if (m_seenDemotions != demotions) m_complete.Forget();
+  m_seenDemotions = demotions;
   const u64 lastBlock = (first + count - 1) / m_layout.blockSize;
   u64 windowFirst = 0;
   u32 windowCount = 0;

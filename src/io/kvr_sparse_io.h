@@ -74,13 +74,14 @@ class cKVRSparseIO final : public cSparseIO {
   bool MarkUnreadable(u64 first, u64 count);
   // Present sectors become missing; unreadable ones stay.
   bool MarkMissing(u64 first, u64 count);
-  // Write that makes sectors present also where they were unreadable; the sectors stored.
+  // Write that makes sectors present also where they were unreadable, or had a status without
+  // meaning; the sectors stored.
   u32 StoreOver(u64 sector, const void* buffer, u32 count);
 
   // Calls visit(start, sectors, status) for the neighbouring runs of equal status that make up
   // [first, first+count), cut at the image's end, until it answers false. Where an index entry or a
-  // map cannot be read the status is kUnknown. False when it was ended by `visit`, which may use
-  // other objects on the same file, but not this one.
+  // map cannot be read the status is kUnknown, where the map makes no sense kMeaningless. False
+  // when it was ended by `visit`, which may use other objects on the same file, but not this one.
   using ExtentVisitor = std::function<bool(u64 start, u64 sectors, SectorStatus status)>;
   bool VisitExtents(u64 first, u64 count, const ExtentVisitor& visit);
 

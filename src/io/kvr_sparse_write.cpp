@@ -129,7 +129,7 @@ u32 cKVRSparseIO::StoreChunk(const Chunk& chunk, const u8* buffer, Over over) {
   const u32 written = m_backing->Write(data + chunk.first, buffer, chunk.count);
   bool changes = false;
   for (u32 i = chunk.first; i < chunk.first + written; ++i) {
-    const bool replaces = over == Over::kReplaceUnreadable && m_map[i] == kUnreadable;
+    const bool replaces = over == Over::kReplaceUnreadable && m_map[i] != kPresent;
     if (m_map[i] != kMissing && !replaces) continue;
     m_map[i] = kPresent;
     changes = true;

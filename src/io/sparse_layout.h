@@ -31,16 +31,19 @@ constexpr u32 kMaxSparseBlock = 512;
 constexpr u64 kMaxSparseSectors = u64{1} << 41;  // not reached: an image holds fewer sectors
 constexpr u32 kNoRecord = 0xFFFFFFFF;
 
-// What an image knows of a sector. Other values of a damaged map count as present.
+// What an image knows of a sector. Where a damaged map holds another value, Read takes the sector
+// for present, as every reader of the format does; those who ask for its status are told.
 enum SectorStatus : u8 {
   kMissing = 0,
   kPresent = 1,
   kUnreadable = 2,
-  kUnknown = 3,  // the image's own file cannot be read there; never in a map
+  // Never in a map:
+  kUnknown = 3,      // the image's own file cannot be read there
+  kMeaningless = 4,  // the map holds a value that is no status
 };
 
 inline SectorStatus StatusOf(u8 mapByte) {
-  return mapByte == kMissing ? kMissing : mapByte == kUnreadable ? kUnreadable : kPresent;
+  return mapByte <= kUnreadable ? static_cast<SectorStatus>(mapByte) : kMeaningless;
 }
 
 struct SparseLayout {

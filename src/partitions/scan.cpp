@@ -32,17 +32,11 @@ u32 Depth(const cPartTreeItem& node) {
   return depth;
 }
 
-// The storage itself where it is a cache that is looked at for what it has.
-cKVRSparseIO* AsCache(cBaseIO* io, const ScanOptions& options) {
-  const bool isCache = io && options.cache && io->GetTypeId() == kTypeKVRSparse;
-  return isCache ? static_cast<cKVRSparseIO*>(io) : nullptr;
-}
-
 }  // namespace
 
 Scan::Scan(cBaseIO* io, const ScanOptions& options)
     : m_io(io),
-      m_image(AsCache(io, options)),
+      m_image(io == options.cache ? options.cache : nullptr),
       m_options(options),
       m_sectorCount(io ? io->GetSectorCount() : 0),
       m_left(kLimits) {}
@@ -217,6 +211,7 @@ Obstacles Scan::MetObstacles() const {
   // What is there and did not come.
   const SectorStatus failed = m_image ? kUnknown : kUnreadable;
   const auto add = [&met, failed](u64 start, u64 sectors, SectorStatus status) {
+    if (status == kMeaningless) status = kUnknown;
     met.unread.push_back({start, sectors, status == kPresent ? failed : status});
     return true;
   };

@@ -8,6 +8,9 @@ bool CacheStore::Visit(SectorRange range, const ExtentVisitor& visit) {
   bool isKnown = true;
   m_image->VisitExtents(range.first, range.count, [&](u64 start, u64 sectors, SectorStatus status) {
     isKnown = status != kUnknown;
+    // The source settled it once, and one flipped bit is no reason to stop: it is asked for again
+    // only on purpose, as what is unreadable is.
+    if (status == kMeaningless) status = kUnreadable;
     return isKnown && visit(start, sectors, status);
   });
   return isKnown;

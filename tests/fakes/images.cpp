@@ -32,7 +32,8 @@ std::shared_ptr<MemoryStore> StoreWithImage(u64 sectors, u32 blockSize, u32 stam
 }
 
 std::string Extents(cKVRSparseIO* image) {
-  static const char* const kNames[] = {"missing", "present", "unreadable", "unknown"};
+  static const char* const kNames[] = {"missing", "present", "unreadable", "unknown",
+                                       "meaningless"};
   std::string text;
   image->VisitExtents(0, image->GetSectorCount(), [&](u64 start, u64 sectors, SectorStatus status) {
     if (!text.empty()) text += ", ";
@@ -45,7 +46,7 @@ std::string Extents(cKVRSparseIO* image) {
 std::string Statuses(cKVRSparseIO* image, u64 first, u64 count) {
   std::string text;
   image->VisitExtents(first, count, [&](u64, u64 sectors, SectorStatus status) {
-    text.append(sectors, ".pu?"[status]);
+    text.append(sectors, ".pu?x"[status]);
     return true;
   });
   return text;

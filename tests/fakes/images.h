@@ -23,7 +23,8 @@ std::shared_ptr<MemoryStore> StoreWithImage(u64 sectors, u32 blockSize, u32 stam
 // Every extent of the image: "0+3 present, 3+5 missing".
 std::string Extents(cKVRSparseIO* image);
 
-// The statuses of [first, first+count), a letter each: '.' missing, 'p' present, 'u' unreadable.
+// The statuses of [first, first+count), a letter each: '.' missing, 'p' present, 'u' unreadable,
+// '?' unknown, 'x' without meaning.
 std::string Statuses(cKVRSparseIO* image, u64 first, u64 count);
 
 // The presence of [first, first+count) as Read reports it: '1' and '0'.

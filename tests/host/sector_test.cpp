@@ -73,6 +73,8 @@ TEST(SectorViewTest, ACacheAloneTellsWhatItLacks) {
     EXPECT_EQ(LookAtSector(alone, 5).state, SectorState::kData);
     EXPECT_EQ(LookAtSector(alone, 6).state, SectorState::kMissing);
   }
+  rig.store->bytes[2 * kSectorBytes + 5] = 6;  // a status that does not exist
+  EXPECT_EQ(LookAtSector(alone, 5).state, SectorState::kUnreadable);
 }
 
 // Waits for a sector; one that was never there when it does not come.

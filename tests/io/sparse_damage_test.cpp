@@ -113,9 +113,14 @@ TEST(DamagedImage, EveryByteOfAMapChanged) {
       const auto store = fakes::StoreOf(whole);
       store->bytes[at] = static_cast<u8>(value);
       const auto image = fakes::OpenImage(store);
-      const char expected = value == 0 ? '.' : value == 2 ? 'u' : 'p';
+      const char expected = value < 3 ? ".pu"[value] : 'x';
       ASSERT_EQ(fakes::Statuses(image.get(), at - 1024, 1), std::string(1, expected)) << value;
       ASSERT_EQ(fakes::Presence(image.get(), at - 1024, 1), value == 0 ? "0" : "1") << value;
+      fakes::WritePattern(image.get(), at - 1024, 1);
+      const char written = value == 0 ? 'p' : expected;
+      ASSERT_EQ(fakes::Statuses(image.get(), at - 1024, 1), std::string(1, written)) << value;
+      image->StoreOver(at - 1024, fakes::Pattern(at - 1024, 1).data(), 1);
+      ASSERT_EQ(fakes::Statuses(image.get(), at - 1024, 1), "p") << value;
     }
   }
 }

@@ -23,6 +23,7 @@ SectorStatus StatusOf(const Storage& storage, u64 sector) {
 SectorState StateOf(const Storage& storage, u64 sector, bool isPresent) {
   const SectorStatus status = StatusOf(storage, sector);
   if (status == kUnreadable) return SectorState::kKnownUnreadable;
+  if (status == kUnknown || status == kMeaningless) return SectorState::kUnreadable;
   return status == kMissing || !isPresent ? SectorState::kMissing : SectorState::kData;
 }
 

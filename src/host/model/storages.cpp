@@ -143,9 +143,12 @@ void cStorages::LetRead(size_t index) {
   Storage& storage = At(index);
   if (storage.mayBeRead) return;
   storage.mayBeRead = true;
+  // A cache, which the host opened itself, is its own.
+  cKVRSparseIO* const cache = storage.kind == StorageKind::kCache
+                                  ? static_cast<cKVRSparseIO*>(storage.IO())
+                                  : storage.map.get();
   TreeNotes notes;
-  BuildPartitionTree(&storage.node->tree, storage.IO(),
-                     {.notes = &notes, .cache = storage.map.get()});
+  BuildPartitionTree(&storage.node->tree, storage.IO(), {.notes = &notes, .cache = cache});
   storage.tree = TreeRows(storage.node->tree, notes);
 }
 
