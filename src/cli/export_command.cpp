@@ -130,13 +130,19 @@ std::string HashLine(const std::string& name, const std::string& digest) {
   return fmt::format("\\SHA256 ({}) = {}\n", plain, digest);
 }
 
+std::string UnknownWords(const ExportResult& result) {
+  if (!result.firstUnknown) return {};
+  return fmt::format(", and {} of which the cache does not give what it has, from sector {} on",
+                     result.counts.unknown, *result.firstUnknown);
+}
+
 ExitStatus TellHash(platform::Sha256* hash, const StatusCounts& counts,
                     const ExportOptions& options) {
   std::array<u8, 32> digest{};
   if (!hash->Finish(&digest)) return Fail("this system cannot compute a SHA-256");
-  const std::string text =
-      HashLine(options.output, HexText(digest)) +
-      fmt::format("# zeros stand in for {} sectors\n", counts.unreadable + counts.missing);
+  const std::string text = HashLine(options.output, HexText(digest)) +
+                           fmt::format("# zeros stand in for {} sectors\n",
+                                       counts.unreadable + counts.missing + counts.unknown);
   if (options.output == "-") {
     std::fputs(text.c_str(), stderr);
   } else if (platform::IsOutputATerminal()) {
@@ -167,9 +173,9 @@ ExitStatus RunExport(const ExportOptions& options) {
       });
   if (result.end != ExportEnd::kDone) return TellEnd(result, options);
   const StatusCounts& counts = result.counts;
-  Tell(fmt::format("{}: {} written; {} unreadable and {} missing sectors read as zeros",
+  Tell(fmt::format("{}: {} written; {} unreadable and {} missing sectors read as zeros{}",
                    options.output, SizeText(range->count << kSectorShift), counts.unreadable,
-                   counts.missing));
+                   counts.missing, UnknownWords(result)));
   if (options.hash && TellHash(&hash, counts, options) != kExitDone) return kExitFailed;
   const bool isWhole = counts.unreadable + counts.missing == 0;
   return TellDamage(options.cache, *cache, counts.unknown,

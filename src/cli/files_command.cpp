@@ -193,7 +193,7 @@ ExitStatus RunFiles(const FilesOptions& options) {
     if (walked == kExitInterrupted || !run.CanWalk()) break;
   }
   output->End();
-  return Finish(options, &run, status);
+  return TellDamage(options.cache, *cache, storage.Unknown(), Finish(options, &run, status));
 }
 
 }  // namespace larkspur::cli

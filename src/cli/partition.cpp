@@ -19,8 +19,10 @@ StatusCounts CountUnread(const Obstacles& met) {
 
 void TellObstacles(const std::string& name, bool isUnderstood, const Obstacles& met) {
   const StatusCounts unread = CountUnread(met);
-  for (const auto& [sectors, what] : {std::pair(unread.missing, "not in the cache yet"),
-                                      std::pair(unread.unreadable, "unreadable")}) {
+  for (const auto& [sectors, what] :
+       {std::pair(unread.missing, "not in the cache yet"),
+        std::pair(unread.unreadable, "unreadable"),
+        std::pair(unread.unknown, "in a part of the cache that cannot be read")}) {
     if (sectors == 0) continue;
     Tell(fmt::format(
         "{}: {} of the sectors that were needed {} {}; partitions may be missing or have other "

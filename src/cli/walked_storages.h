@@ -13,7 +13,7 @@
 
 namespace larkspur::cli {
 
-// What a cache has.
+// What a cache has, and of how much that it has it does not know, or give, what.
 class CacheStorage final : public WalkedStorage {
  public:
   // Both outlive it.
@@ -22,13 +22,17 @@ class CacheStorage final : public WalkedStorage {
   bool Read(u64 first, u32 count, u8* buffer, bool /*ahead*/) override {
     // Asked before: another run may store what is being read.
     const bool isPresent = m_map.IsPresent(first, count);
+    std::memset(buffer, 0, u64{count} * kSectorBytes);
     m_image->SetPosition(first);
-    const u32 got = m_image->Read(buffer, count);
-    std::memset(buffer + u64{got} * kSectorBytes, 0, u64{count - got} * kSectorBytes);
+    const u32 got = m_image->ReadStored(buffer, count, nullptr);
+    m_lost += count - got;
     return got == count && isPresent;
   }
 
+  u64 Unknown() const { return m_lost + m_map.Unknown(); }
+
  private:
+  u64 m_lost = 0;
   cKVRSparseIO* m_image;
   StatusMap& m_map;
 };

@@ -137,8 +137,10 @@ class Exporter {
 
   ExportResult Run(cKVRSparseIO* image, u64 first, u64 count) {
     image->VisitExtents(first, count, [&](u64 start, u64 sectors, SectorStatus status) {
+      if (status == kPresent) return Copy(start, sectors);
+      if (status == kUnknown || status == kMeaningless) NoteUnknown(start);
       m_result.counts.Add(status, sectors);
-      return status == kPresent ? Copy(start, sectors) : PutZeros(sectors);
+      return PutZeros(sectors);
     });
     if (m_result.end == ExportEnd::kDone && !m_sink->Finish()) Fail(ExportEnd::kWriteFailed);
     return m_result;
@@ -160,15 +162,44 @@ class Exporter {
   bool Copy(u64 first, u64 count) {
     for (u64 done = 0; done < count;) {
       const u32 here = static_cast<u32>(std::min<u64>(count - done, kTransferSectors));
-      m_reader->SetPosition(first + done);
-      if (m_reader->Read(m_buffer.get(), here) != here) return Fail(ExportEnd::kCacheFailed);
-      if (!m_sink->Put(m_buffer.get(), u64{here} << kSectorShift)) {
-        return Fail(ExportEnd::kWriteFailed);
+      const u32 got = Load(first + done, here);
+      if (got > 0 && !PutLoaded(got)) return false;
+      done += got;
+      if (got == here) continue;
+      const u64 atBlockEnd = BlockEnd(first + done) - first;
+      for (; done < std::min(count, atBlockEnd); ++done) {
+        if (!CopyAlone(first + done)) return false;
       }
-      done += here;
-      if (!Advance(here)) return false;
     }
     return true;
+  }
+
+  // What can be had of a block that does not come as a whole.
+  bool CopyAlone(u64 sector) {
+    if (Load(sector, 1) == 1) return PutLoaded(1);
+    NoteUnknown(sector);
+    m_result.counts.Add(kUnknown, 1);
+    return PutZeros(1);
+  }
+
+  u32 Load(u64 first, u32 count) {
+    m_reader->SetPosition(first);
+    return m_reader->ReadStored(m_buffer.get(), count, nullptr);
+  }
+
+  bool PutLoaded(u32 count) {
+    m_result.counts.Add(kPresent, count);
+    const bool isPut = m_sink->Put(m_buffer.get(), u64{count} << kSectorShift);
+    return isPut ? Advance(count) : Fail(ExportEnd::kWriteFailed);
+  }
+
+  u64 BlockEnd(u64 sector) const {
+    const u32 blockSize = m_reader->Layout().blockSize;
+    return (sector / blockSize + 1) * blockSize;
+  }
+
+  void NoteUnknown(u64 sector) {
+    m_result.firstUnknown = std::min(m_result.firstUnknown.value_or(sector), sector);
   }
 
   bool PutZeros(u64 count) {
@@ -222,7 +253,7 @@ bool HashingSink::PutZeros(u64 count) {
 ExportResult ExportRaw(cKVRSparseIO* image, u64 first, u64 count, ExportSink* sink,
                        const std::atomic<bool>& stop, const ExportMonitor& monitor) {
   const Owned<cKVRSparseIO> reader(static_cast<cKVRSparseIO*>(image->Clone()));
-  if (!reader) return {ExportEnd::kCacheFailed, platform::LastFailure(), {}};
+  if (!reader) return {ExportEnd::kCacheFailed, platform::LastFailure(), {}, {}};
   return Exporter(reader.get(), sink, stop, monitor).Run(image, first, count);
 }
 

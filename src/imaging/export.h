@@ -19,13 +19,14 @@ enum class ExportEnd {
   kDone,
   kStopped,
   kWriteFailed,  // systemError
-  kCacheFailed,  // the cache could not give what it holds
+  kCacheFailed,  // the cache could not be opened again
 };
 
 struct ExportResult {
   ExportEnd end = ExportEnd::kDone;
   u32 systemError = 0;
-  StatusCounts counts;  // of what was written
+  StatusCounts counts;              // of what was written; zeros stand for all but what was present
+  std::optional<u64> firstUnknown;  // the first sector of which the cache does not give what it has
 };
 
 // Where an export goes, front to back. False means that the system refused, and it says why.
@@ -80,9 +81,9 @@ class HashingSink final : public ExportSink {
 // Told how many of the sectors are done.
 using ExportMonitor = std::function<void(u64 sectorsDone)>;
 
-// Writes [first, first+count) of the image; unreadable and missing sectors are zeros. What was
-// stopped stays; of what the system refused no new file is left. REQUIRES: the range lies inside
-// the image.
+// Writes [first, first+count) of the image; unreadable and missing sectors are zeros, and so is
+// what the cache has but does not give, which counts as unknown and ends nothing. What was stopped
+// stays; of what the system refused no new file is left. REQUIRES: the range lies inside the image.
 ExportResult ExportRaw(cKVRSparseIO* image, u64 first, u64 count, ExportSink* sink,
                        const std::atomic<bool>& stop, const ExportMonitor& monitor);
 

@@ -10,7 +10,8 @@ const StatusMap::Part& StatusMap::PartAt(u64 sector) {
   if (!part.empty()) return part;
   const u64 first = number * kPartSectors;
   const u64 end = std::min(m_sectors, first + kPartSectors);
-  m_image->VisitExtents(first, end - first, [&part](u64 start, u64 sectors, SectorStatus status) {
+  m_image->VisitExtents(first, end - first, [&](u64 start, u64 sectors, SectorStatus status) {
+    if (status == kUnknown || status == kMeaningless) m_unknown += sectors;
     part.push_back({start + sectors, status});
     return true;
   });

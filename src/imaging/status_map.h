@@ -40,6 +40,8 @@ class StatusMap {
   }
 
   StatusCounts Count(u64 first, u64 count);
+  // Of how many sectors of the parts that were looked at nothing is known.
+  u64 Unknown() const { return m_unknown; }
   bool IsPresent(u64 first, u64 count) { return Count(first, count).present == count; }
 
  private:
@@ -56,6 +58,7 @@ class StatusMap {
 
   cKVRSparseIO* m_image;
   u64 m_sectors;
+  u64 m_unknown = 0;
   std::unordered_map<u64, Part> m_parts;
 };
 
