@@ -54,6 +54,12 @@ const char* WhatToDo(const CheckResult& result, bool repair) {
     return "left: part of the file cannot be read. Copy it to a healthy disk with a tool that "
            "skips bad sectors, and check the copy";
   }
+  if (Has(result, ProblemKind::kNotFlushed)) {
+    return "left: resume with 'larkspur image', which reads again what is in doubt";
+  }
+  if (Has(result, ProblemKind::kLog)) {
+    return "left: make the log readable, or remove it if it is lost";
+  }
   if (Has(result, ProblemKind::kHeader) || Has(result, ProblemKind::kShortIndex)) {
     return "left: the header does not match the file, so nothing is changed. Restore the file from "
            "a copy, or start a new cache and keep this file";

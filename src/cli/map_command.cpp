@@ -10,6 +10,7 @@
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/storages.h"
+#include "imaging/cache_history.h"
 #include "imaging/map_grid.h"
 #include "imaging/map_picture.h"
 #include "imaging/mapfile.h"
@@ -66,10 +67,12 @@ void PrintExtents(cKVRSparseIO* image) {
 // never marked, are '/': ddrescue resumes both as it does its own.
 std::string MapfileOf(cKVRSparseIO* image, const std::string& path) {
   const u64 sectors = image->GetSectorCount();
-  RescueHistory history = ReadHistory(LogPathOf(WideFromUtf8(path)), sectors);
-  if (history.stamp != image->Layout().stamp) history = {};
+  // That the log cannot be read is told of as damage.
+  const RescueHistory history =
+      HistoryOf(WideFromUtf8(path), image->Layout()).value_or(RescueHistory());
+  const StatusCounts counts = CountStatuses(image, 0, sectors);
   std::ostringstream out;
-  MapfileWriter writer(out, CountStatuses(image, 0, sectors).missing == 0);
+  MapfileWriter writer(out, counts.missing + counts.unknown == 0);
   image->VisitExtents(0, sectors, [&](u64 start, u64 count, SectorStatus status) {
     if (status != kMissing) {
       writer.Add(start, count, MapfileStatus(status));

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+#include <algorithm>
+
 #include "cli/commands.h"
 #include "cli/report_facts.h"
 #include "cli/storages.h"
@@ -12,10 +14,13 @@ ExitStatus RunReport(const ReportOptions& options) {
   auto cache = OpenCacheToLook(options.cache);
   if (!cache) return cache.error();
   ReportFacts facts = GatherFacts(options.cache, cache->image.get());
-  GatherFiles(cache->image.get(), &facts.files.emplace());
+  if (cache->damage) facts.damage = CacheWords(options.cache, *cache->damage);
+  const u64 lacking = GatherFiles(cache->image.get(), &facts.files.emplace());
   if (platform::InterruptFlag()) return kExitInterrupted;
-  return WriteFileOrTell(options.output, options.force, FilesOf(options.cache),
-                         [&] { return WriteReport(cache->image.get(), facts); });
+  const ExitStatus status = WriteFileOrTell(options.output, options.force, FilesOf(options.cache),
+                                            [&] { return WriteReport(cache->image.get(), facts); });
+  const u64 unknown = CountStatuses(cache->image.get(), 0, cache->image->GetSectorCount()).unknown;
+  return TellDamage(options.cache, *cache, std::max(unknown, lacking), status);
 }
 
 }  // namespace larkspur::cli

@@ -12,6 +12,7 @@
 #include "cli/walked_storages.h"
 #include "files/file_state.h"
 #include "files/volumes.h"
+#include "imaging/cache_history.h"
 #include "partitions/detection.h"
 #include "partitions/notes.h"
 #include "partitions/place.h"
@@ -89,9 +90,9 @@ std::vector<ReportPoint> GoodData(const RescueHistory& history) {
 }
 
 // What the rescue log beside the cache tells.
-ReportHistory HistoryOf(const std::string& cache, u64 sectors) {
-  // One that cannot be read tells nothing; 'larkspur log' says why.
-  const RescueHistory history = ReadHistory(LogPathOf(WideFromUtf8(cache)), sectors);
+ReportHistory ToldBy(const std::string& cache, const SparseLayout& layout) {
+  // That it cannot be read is told of as damage.
+  const RescueHistory history = HistoryOf(WideFromUtf8(cache), layout).value_or(RescueHistory());
   ReportHistory told;
   if (history.source) {
     const SourceIdentity& source = *history.source;
@@ -189,12 +190,12 @@ ReportFacts GatherFacts(const std::string& cache, cKVRSparseIO* image) {
   ReportFacts facts;
   facts.cache = cache;
   facts.made = Now();
-  facts.history = HistoryOf(cache, image->GetSectorCount());
+  facts.history = ToldBy(cache, image->Layout());
   facts.partitions = PartitionsOf(image);
   return facts;
 }
 
-void GatherFiles(cKVRSparseIO* image, ReportFiles* files) {
+u64 GatherFiles(cKVRSparseIO* image, ReportFiles* files) {
   StatusMap map(image);
   CacheStorage storage(image, map);
   const VolumeLayout layout = LayoutOf(image, image);
@@ -204,6 +205,7 @@ void GatherFiles(cKVRSparseIO* image, ReportFiles* files) {
         "are not listed.");
   }
   for (const PlacedVolume& volume : layout.volumes) WalkVolume(volume, &storage, map, files);
+  return storage.Unknown();
 }
 
 }  // namespace larkspur::cli

@@ -11,7 +11,8 @@ namespace larkspur::cli {
 // All but the files. `cache` is the image's path.
 ReportFacts GatherFacts(const std::string& cache, cKVRSparseIO* image);
 
-// The files on the image. Ends early when the user wants to stop.
-void GatherFiles(cKVRSparseIO* image, ReportFiles* files);
+// The files on the image. Ends early when the user wants to stop. Answers of how many sectors that
+// were needed nothing is known.
+u64 GatherFiles(cKVRSparseIO* image, ReportFiles* files);
 
 }  // namespace larkspur::cli

@@ -112,6 +112,9 @@ ExitStatus Rescue::OpenSession(EngineOptions engine) {
     case SessionFaultKind::kCacheUnreadable:
       return Fail(Failure(m_options.cache, "the cache cannot be read; try 'larkspur check'",
                           opened.error().systemError));
+    case SessionFaultKind::kLogUnreadable:
+      return Fail(CacheWords(m_options.cache,
+                             {CacheFaultKind::kLogUnreadable, opened.error().systemError}));
     case SessionFaultKind::kLog:
       return Fail(LogWords(m_options.cache, opened.error().logFault));
   }
@@ -144,6 +147,11 @@ ExitStatus Rescue::Finish(ExitStatus status) {
   if (const u32 code = m_session->LogFailure()) {
     Tell(Failure(m_options.cache + ".log",
                  "the log cannot be written; the cache is complete without it", code));
+  }
+  if (!m_cache.lock->HasItsName()) {
+    return Fail(m_options.cache +
+                ": the cache was deleted, renamed or replaced while it was in use, so the run "
+                "ended; if the file still exists under another name, resume with that one");
   }
   if (reason == StopReason::kDone) return status;
   const std::string words = StopWords(reason, m_options);

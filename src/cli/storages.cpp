@@ -157,6 +157,19 @@ std::string CacheWords(const std::string& name, const CacheFault& fault, u64 sou
           "part of the cache's index cannot be read; copy the file to a healthy disk, and "
           "work on the copy",
           fault.systemError);
+    case CacheFaultKind::kOtherHeader:
+      return name +
+             ": the cache's header tells another size of the disk than its index or its log, and "
+             "part of the disk may be left out; restore the file from a copy";
+    case CacheFaultKind::kNotFlushed:
+      return name +
+             ": the last run did not end properly, and some of the zeros may stand for what never "
+             "reached the disk; resume with 'larkspur image', which reads those sectors again";
+    case CacheFaultKind::kLogUnreadable:
+      return Failure(name + ".log",
+                     "the log cannot be read, so it is not known what was tried, nor whether all "
+                     "of the cache reached the disk; make it readable, or remove it if it is lost",
+                     fault.systemError);
     case CacheFaultKind::kOtherSize:
       return fmt::format(
           "{}: the cache was made from a source of {} sectors, but this one has {}; is it another "
@@ -176,8 +189,8 @@ ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, 
   if (cache.damage) return Fail(CacheWords(name, *cache.damage));
   if (unknown == 0) return status;
   return Fail(fmt::format(
-      "{}: part of the cache cannot be read, so nothing is known of {} sectors; copy the "
-      "file to a healthy disk, and work on the copy",
+      "{}: part of the cache cannot be read or makes no sense, so nothing is known of {} sectors; "
+      "copy the file to a healthy disk, and work on the copy, of which 'larkspur check' says more",
       name, unknown));
 }
 

@@ -91,6 +91,9 @@ ExitStatus ShowThroughCache(const TreeOptions& options) {
 ExitStatus RunTree(const TreeOptions& options) {
   if (!options.cache.empty()) return ShowThroughCache(options);
   if (auto cache = OpenIfCache(WideFromUtf8(options.source))) {
+    if (!*cache && cache->error().kind == CacheFaultKind::kCannotOpen) {
+      return Fail(CannotOpenWords(options.source, cache->error().systemError));
+    }
     if (!*cache) return Fail(CacheWords(options.source, cache->error()));
     return ShowTree(options, (*cache)->image.get(), &**cache);
   }

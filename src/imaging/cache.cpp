@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "imaging/cache_history.h"
 #include "imaging/output_file.h"
 #include "io/flat_io.h"
 #include "platform/disk_use.h"
@@ -63,7 +64,7 @@ Result<SparseLayout, CacheFaultKind> ReadLayout(cFlatIO* file) {
   return *layout;
 }
 
-// What is wrong with the file as a whole.
+// What is wrong with the file as a whole, so that no one may write to it.
 std::optional<CacheFault> DamageOf(cFlatIO* file, const SparseLayout& layout, cKVRSparseIO* image) {
   const cKVRSparseIO::IndexSurvey survey = image->SurveyIndex();
   // Asked after the index: beside a run that works on the file, it grows before the index says so.
@@ -77,6 +78,13 @@ std::optional<CacheFault> DamageOf(cFlatIO* file, const SparseLayout& layout, cK
   if (!endsWithRecord || survey.recordEnd > records) return CacheFault{CacheFaultKind::kIncomplete};
   if (survey.sharing) return CacheFault{CacheFaultKind::kSharedRecord};
   return std::nullopt;
+}
+
+// What those who look are told: a run asks the source how many sectors there are, and the log first
+// of all.
+std::optional<CacheFault> DoubtOf(const std::u16string& path, cFlatIO* file, cKVRSparseIO* image) {
+  if (!EndsWithLastBlock(file, image->Layout())) return CacheFault{CacheFaultKind::kOtherHeader};
+  return DamageByLog(path, image);
 }
 
 // Lays an empty image on the new file at `path`, which `made` has open.
@@ -123,6 +131,7 @@ Result<Cache, CacheFault> OpenFile(const std::u16string& path, CacheAccess acces
   cache.created = fresh && cache.fileBytes == layout->DataStart() << kSectorShift;
   if (!cache.created) cache.damage = DamageOf(backing, *layout, cache.image.get());
   if (cache.damage && !look) return Failed(*cache.damage);
+  if (look && !cache.damage) cache.damage = DoubtOf(path, backing, cache.image.get());
   return cache;
 }
 
@@ -147,11 +156,36 @@ Result<Cache, CacheFault> CreateCache(const std::u16string& path, u64 sectors) {
 
 }  // namespace
 
+bool EndsWithLastBlock(cBaseIO* file, const SparseLayout& layout) {
+  constexpr u32 kEntriesInSector = kSectorBytes / 4;
+  const u32 rest = static_cast<u32>(layout.IndexSectors() * kEntriesInSector - layout.BlockCount());
+  std::array<u8, kSectorBytes> entries;
+  if (!file->ReadBytes(entries.data(), SparseLayout::IndexByte(layout.BlockCount()), 4 * rest)) {
+    return rest == 0;
+  }
+  return std::all_of(entries.begin(), entries.begin() + 4 * rest, [](u8 b) { return b == 0xFF; });
+}
+
+std::optional<CacheFault> DamageByLog(const std::u16string& path, cKVRSparseIO* image) {
+  const auto history = HistoryOf(path, image->Layout());
+  if (!history) return CacheFault{CacheFaultKind::kLogUnreadable, history.error()};
+  const u64 sectors = history->source ? history->source->sectors : 0;
+  if (sectors != 0 && sectors != image->GetSectorCount()) {
+    return CacheFault{CacheFaultKind::kOtherHeader};
+  }
+  if (!IsStoringInDoubt(*history)) return std::nullopt;
+  const auto zeros = ZerosIn(image, history->storing);
+  if (!zeros) return CacheFault{CacheFaultKind::kUnreadable, platform::LastFailure()};
+  // After a flush that failed, memory may show what the disk lacks.
+  if (zeros->IsEmpty() && !history->syncFailed) return std::nullopt;
+  return CacheFault{CacheFaultKind::kNotFlushed};
+}
+
 Result<std::shared_ptr<CacheLock>, CacheFault> LockCache(const std::u16string& path) {
   OwnedFile file(platform::OpenExistingFile(path.c_str(), kReadWrite));
   if (!file.IsOpen()) return FailedAs(CacheFaultKind::kCannotOpen);
   if (platform::LockFileAlone(file.Handle()) != platform::LockOutcome::kLockedElsewhere) {
-    return std::make_shared<CacheLock>(std::move(file));
+    return std::make_shared<CacheLock>(std::move(file), platform::FullPath(path.c_str()));
   }
   auto shared = CacheLock::FindInProcess(file.Handle());
   if (!shared) return FailedAs(CacheFaultKind::kLockedElsewhere);
@@ -165,8 +199,15 @@ Result<Cache, CacheFault> OpenCache(const std::u16string& path, CacheAccess acce
 
 std::optional<Result<Cache, CacheFault>> OpenIfCache(const std::u16string& path) {
   auto cache = OpenCache(path, CacheAccess::kLook);
-  if (!cache && cache.error().kind != CacheFaultKind::kDamagedHeader) return std::nullopt;
-  return cache;
+  if (cache) return cache;
+  switch (cache.error().kind) {
+    case CacheFaultKind::kAbsent:
+    case CacheFaultKind::kFolder:
+    case CacheFaultKind::kForeign:
+      return std::nullopt;
+    default:
+      return cache;
+  }
 }
 
 Result<Cache, CacheFault> OpenOrCreateCache(const std::u16string& path,

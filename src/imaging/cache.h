@@ -27,6 +27,9 @@ enum class CacheFaultKind {
   kIncomplete,       // the file ends before its index, or before records that the index names
   kSharedRecord,     // two blocks name one record: what one of them reads is the other's data
   kUnreadable,       // part of its index cannot be read: systemError
+  kOtherHeader,      // its header is not the file's: the disk has more, or other, sectors
+  kNotFlushed,       // what was stored last may never have reached the disk: zeros in doubt
+  kLogUnreadable,    // its rescue log cannot be read: systemError
   kOtherSize,        // made of a storage with another sector count: cacheSectors
   kLockedElsewhere,  // another run is working on it
   kCannotCreate,     // systemError says why
@@ -43,8 +46,8 @@ struct Cache {
   std::shared_ptr<CacheLock> lock;  // writable caches only
   u64 fileBytes = 0;                // the file's size when it was opened
   bool created = false;
-  // Of a cache that was opened to be looked at nevertheless: kIncomplete, kSharedRecord or
-  // kUnreadable.
+  // Of a cache that was opened to be looked at nevertheless: kIncomplete, kSharedRecord,
+  // kUnreadable, kOtherHeader, kNotFlushed or kLogUnreadable.
   std::optional<CacheFault> damage;
 };
 
@@ -61,9 +64,17 @@ enum class CacheAccess {
 Result<Cache, CacheFault> OpenCache(const std::u16string& path, CacheAccess access,
                                     std::optional<u64> expectedSectors = std::nullopt);
 
+// Whether the index names nothing after the last block's entry: else the header says less than
+// there is. `file` is the cache's.
+bool EndsWithLastBlock(cBaseIO* file, const SparseLayout& layout);
+
+// What its log says against the cache at `path`: kOtherHeader, kNotFlushed or kLogUnreadable;
+// kUnreadable when that could not be found out.
+std::optional<CacheFault> DamageByLog(const std::u16string& path, cKVRSparseIO* image);
+
 // Opens what may be a cache or a source, to look at it; none when it is not a cache. One whose
-// header is damaged, or a file of a cache's name (*.kvrsp) without such a header, fails: a cache is
-// not to be shown as if it were a source.
+// header is damaged or cannot be read, or a file of a cache's name (*.kvrsp) without such a header,
+// fails: a cache is not to be shown as if it were a source.
 std::optional<Result<Cache, CacheFault>> OpenIfCache(const std::u16string& path);
 
 // Opens the cache of the source at `sourcePath` for resuming, or makes one where there is no file

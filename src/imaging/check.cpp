@@ -10,6 +10,7 @@
 #include <fmt/core.h>
 
 #include "base/endian.h"
+#include "imaging/cache.h"
 #include "io/flat_io.h"
 #include "io/sparse_layout.h"
 #include "platform/system_error.h"
@@ -44,8 +45,9 @@ class RecordSet {
 
 class Checker {
  public:
-  Checker(cFlatIO* file, bool repair, CheckResult* result)
-      : m_file(file), m_repair(repair), m_result(result) {}
+  // `flush` is a handle of the same file where it is to be repaired.
+  Checker(cFlatIO* file, const platform::OwnedFile* flush, CheckResult* result)
+      : m_file(file), m_flush(flush), m_repair(flush != nullptr), m_result(result) {}
 
   // Verifies the file once. True when there is something that could be repaired, and the header is
   // to be believed for it.
@@ -122,13 +124,7 @@ class Checker {
 
   // The entries after the last block's are never used, unless the header says less than there is.
   void CheckIndexEnd() {
-    const u64 end = m_layout.IndexSectors() * (kSectorBytes / 4);
-    u8 entries[kSectorBytes];
-    const u32 count = static_cast<u32>(end - m_layout.BlockCount());
-    if (count == 0) return;
-    const u64 at = SparseLayout::IndexByte(m_layout.BlockCount());
-    const bool isRead = m_file->ReadBytes(entries, at, 4 * count);
-    if (isRead && std::all_of(entries, entries + 4 * count, [](u8 b) { return b == 0xFF; })) return;
+    if (EndsWithLastBlock(m_file, m_layout)) return;
     Report(ProblemKind::kHeader, std::nullopt,
            fmt::format("the index continues past the last of {} blocks", m_layout.BlockCount()));
     m_doubt = true;
@@ -193,7 +189,7 @@ class Checker {
     if (odd == end) return;
     m_doubt = true;
     Report(ProblemKind::kStatus, block,
-           fmt::format("status {} of sector {}, taken as present", *odd,
+           fmt::format("status {} of sector {} has no meaning", *odd,
                        block * m_layout.blockSize + static_cast<u64>(odd - map)));
   }
 
@@ -213,7 +209,10 @@ class Checker {
 
   bool MakeWhole(u64 start, u8* map, u32 held) {
     std::replace(map + held, map + m_layout.blockSize, u8{kPresent}, u8{kMissing});
+    // The map reaches the disk first: with the old one, a file that has its size would give zeros
+    // for what it lost.
     return m_file->WriteBytes(map, start << kSectorShift, m_layout.blockSize) &&
+           platform::SyncFile(m_flush->Handle()) &&
            m_file->SetSectorCount(start + m_layout.RecordSectors());
   }
 
@@ -241,6 +240,7 @@ class Checker {
   static constexpr u64 kSpareRecords = 4096;
 
   cFlatIO* m_file;
+  const platform::OwnedFile* m_flush;
   bool m_repair;
   CheckResult* m_result;
   SparseLayout m_layout;
@@ -250,6 +250,27 @@ class Checker {
   bool m_sawStatus = false;
   bool m_doubt = false;  // the header may be of another file than this one, or lie
 };
+
+// What the log says against the cache; nothing where that cannot even be opened.
+std::optional<CacheFault> DoubtOf(const std::u16string& path) {
+  const auto cache = OpenCache(path, CacheAccess::kLook);
+  return cache && cache->damage ? DamageByLog(path, cache->image.get()) : std::nullopt;
+}
+
+void AddDoubt(const CacheFault& doubt, CheckResult* result) {
+  const auto add = [result](ProblemKind kind, std::string detail) {
+    ++result->problemCount;
+    result->problems.push_back({kind, std::nullopt, std::move(detail)});
+  };
+  if (doubt.kind == CacheFaultKind::kOtherHeader) {
+    add(ProblemKind::kHeader, "the log tells of a disk with another number of sectors");
+  } else if (doubt.kind == CacheFaultKind::kNotFlushed) {
+    add(ProblemKind::kNotFlushed, "some of what was stored last may never have reached the disk");
+  } else if (doubt.kind == CacheFaultKind::kLogUnreadable) {
+    add(ProblemKind::kLog,
+        "the rescue log cannot be read: " + platform::FailureText(doubt.systemError));
+  }
+}
 
 }  // namespace
 
@@ -271,6 +292,10 @@ const char* ProblemKindName(ProblemKind kind) {
       return "unreadable";
     case ProblemKind::kTrailingBytes:
       return "loose-end";
+    case ProblemKind::kNotFlushed:
+      return "not-flushed";
+    case ProblemKind::kLog:
+      return "log";
   }
   return "unknown";
 }
@@ -280,10 +305,21 @@ Result<CheckResult, u32> CheckCache(const std::u16string& path, bool repair) {
   cFlatIO file;
   if (!file.OpenPath(path, !repair)) return Failed(platform::LastFailure());
   CheckResult result;
-  if (!Checker(&file, false, &result).Run() || !repair) return result;
-  // The judgement changed nothing, and what it found is found again.
-  result = {};
-  Checker(&file, true, &result).Run();
+  bool isRepairable = Checker(&file, nullptr, &result).Run();
+  const auto doubt = DoubtOf(path);
+  if (doubt && doubt->kind == CacheFaultKind::kOtherHeader) {
+    isRepairable = false;
+    result.repairableCount = 0;
+  }
+  if (isRepairable && repair) {
+    const platform::OwnedFile flush(
+        platform::OpenExistingFile(path.c_str(), platform::kOpenRead | platform::kOpenWrite));
+    if (!flush.IsOpen()) return Failed(platform::LastFailure());
+    // The judgement changed nothing, and what it found is found again.
+    result = {};
+    Checker(&file, &flush, &result).Run();
+  }
+  if (doubt) AddDoubt(*doubt, &result);
   return result;
 }
 

@@ -23,6 +23,8 @@ enum class ProblemKind {
   kStatus,         // a status byte that has no meaning
   kUnreadableMap,  // the file cannot be read there
   kTrailingBytes,  // the file does not end where a record does
+  kNotFlushed,     // what was stored last may never have reached the disk: zeros are in doubt
+  kLog,            // the rescue log cannot be read
 };
 
 struct Problem {
@@ -50,7 +52,8 @@ const char* ProblemKindName(ProblemKind kind);
 // given up (they hold nothing), one that is cut is made whole with its lost sectors missing again,
 // and trailing bytes are filled up to a record's. But first the header is judged by the whole file:
 // when they disagree, or part of the file cannot be read, nothing can be repaired and nothing is
-// changed. A file that cannot be opened fails with the system's error.
+// changed. What was repaired is for the caller to flush to disk. A file that cannot be opened fails
+// with the system's error.
 Result<CheckResult, u32> CheckCache(const std::u16string& path, bool repair);
 
 }  // namespace larkspur

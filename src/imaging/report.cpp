@@ -72,6 +72,10 @@ class ReportPage {
   }
 
   void HowMuch() {
+    if (!m_facts.damage.empty()) {
+      Add("<p><b>The cache is damaged, so not all of this need be right.</b> {}</p>\n",
+          Markup(m_facts.damage));
+    }
     const auto width = [this](u64 sectors) {
       return static_cast<double>(sectors) * 100 / static_cast<double>(m_sectors);
     };
@@ -83,6 +87,10 @@ class ReportPage {
         width(m_counts.present), width(m_counts.unreadable));
     if (m_counts.unreadable > 0) {
       Add("<p>The disk could not read {}.</p>\n", SectorsText(m_counts.unreadable));
+    }
+    if (m_counts.unknown > 0) {
+      Add("<p>Of {} nothing is known, since the cache is damaged.</p>\n",
+          SectorsText(m_counts.unknown));
     }
     if (m_counts.missing > 0) {
       Add("<p>{} have not been read yet.</p>\n", SectorsText(m_counts.missing));

@@ -82,8 +82,9 @@ struct ReportFiles {
 };
 
 struct ReportFacts {
-  std::string cache;  // its name
-  std::string made;   // when, as people read it
+  std::string cache;   // its name
+  std::string made;    // when, as people read it
+  std::string damage;  // what is wrong with the cache; empty: nothing
   ReportHistory history;
   std::vector<ReportPartition> partitions;
   std::optional<ReportFiles> files;  // none: they were not looked at

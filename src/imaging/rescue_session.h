@@ -20,6 +20,7 @@ enum class SessionFaultKind {
   kOtherSource,      // the cache was made of another disk of the same size: Before() says which
   kCacheNotFlushed,  // an earlier flush to disk failed, and this one, too: systemError
   kCacheUnreadable,  // systemError
+  kLogUnreadable,    // systemError: what was tried, and what may be lost, is not known
   kLog,              // nothing can be logged: logFault
 };
 
@@ -31,11 +32,6 @@ struct SessionFault {
 
 // What the log says of the source's identity.
 enum class SameDisk { kNew, kSame, kUnknown, kOther };
-
-// Of what was being stored when the machine lost power, sectors that are present and nothing but
-// zeros may never have reached the disk: they become missing again. Answers how many did; none when
-// the cache cannot be read or changed.
-std::optional<u64> DisbelieveZeros(cKVRSparseIO* image, const ExtentSet& storing);
 
 class RescueSession {
  public:

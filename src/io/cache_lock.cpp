@@ -21,8 +21,8 @@ LockList& TheLocks() {
 
 }  // namespace
 
-CacheLock::CacheLock(platform::OwnedFile file)
-    : m_file(std::move(file)), m_lastSync(platform::MonotonicSeconds()) {
+CacheLock::CacheLock(platform::OwnedFile file, std::u16string path)
+    : m_file(std::move(file)), m_path(std::move(path)), m_lastSync(platform::MonotonicSeconds()) {
   LockList& locks = TheLocks();
   cSafeCriticalSectionAccess access(&locks.section);
   m_next = locks.first;
@@ -46,6 +46,13 @@ std::shared_ptr<CacheLock> CacheLock::FindInProcess(platform::FileHandle handle)
     if (auto shared = lock->weak_from_this().lock()) return shared;
   }
   return nullptr;
+}
+
+bool CacheLock::HasItsName() const {
+  const platform::OwnedFile there(platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead));
+  if (there.IsOpen()) return platform::IsSameFile(there.Handle(), Handle());
+  // What cannot be opened for another reason says nothing.
+  return platform::KindOfPath(m_path.c_str()) != platform::PathKind::kAbsent;
 }
 
 void CacheLock::NoteStored() {

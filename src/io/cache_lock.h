@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <memory>
+#include <string>
 
 #include "platform/owned_file.h"
 
@@ -16,8 +17,9 @@ class CacheLock : public std::enable_shared_from_this<CacheLock> {
  public:
   static constexpr double kSyncSeconds = 30;
 
-  // A handle that is open for writing, and locked where the file system has locks.
-  explicit CacheLock(platform::OwnedFile file);
+  // A handle that is open for writing, and locked where the file system has locks. `path` is where
+  // the file was found, from the root.
+  CacheLock(platform::OwnedFile file, std::u16string path);
   CacheLock(const CacheLock&) = delete;
   CacheLock& operator=(const CacheLock&) = delete;
   ~CacheLock();
@@ -28,6 +30,9 @@ class CacheLock : public std::enable_shared_from_this<CacheLock> {
 
   platform::FileHandle Handle() const { return m_file.Handle(); }
   bool Sync() { return platform::SyncFile(m_file.Handle()); }
+  // False once the file was deleted or renamed, or another one has its name: what is stored from
+  // then on is lost, or where no one looks for it.
+  bool HasItsName() const;
   void BeginFlush() { platform::BeginFlush(m_file.Handle()); }
 
   // For those who store as they are asked, without a run that has an end: NoteStored flushes when
@@ -38,6 +43,7 @@ class CacheLock : public std::enable_shared_from_this<CacheLock> {
 
  private:
   const platform::OwnedFile m_file;
+  const std::u16string m_path;
   std::atomic<bool> m_noted{false};
   std::atomic<double> m_lastSync;
   CacheLock* m_next;  // of this process

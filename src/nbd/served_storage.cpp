@@ -41,9 +41,17 @@ Result<SectorRange, ExitStatus> FindRange(const ServedOptions& options, cBaseIO*
   return cli::FindPartition(storage, cache, name, options.partition, engine);
 }
 
+// Whether clients would get other sectors than they ask for. What is lacking they get errors for.
+bool MisleadsClients(const CacheFault& damage) {
+  return damage.kind == CacheFaultKind::kSharedRecord ||
+         damage.kind == CacheFaultKind::kOtherHeader;
+}
+
 ServedStorage OpenCacheAlone(const ServedOptions& options) {
   const auto cache = cli::OpenCacheToLook(options.cache);
   if (!cache) return {};
+  if (cache->damage) cli::TellDamage(options.cache, *cache, 0, kExitFailed);
+  if (cache->damage && MisleadsClients(*cache->damage)) return {};
   const auto range = FindRange(options, cache->image.get(), cache->image.get());
   if (!range) return {};
   return {OpenCachedBlocks(WideFromUtf8(options.cache)), *range};

@@ -21,7 +21,8 @@ class CacheStore final : public RescueStore {
   bool Store(u64 first, const u8* data, u32 count, bool evenUnreadable) override;
   bool MarkUnreadable(SectorRange range) override;
   bool Load(u64 first, u8* data, u32 count) override;
-  bool Sync() override { return !m_lock || m_lock->Sync(); }
+  // False as well when the file has lost its name: no one would find what is stored.
+  bool Sync() override { return !m_lock || (m_lock->Sync() && m_lock->HasItsName()); }
   void BeginFlush() override {
     if (m_lock) m_lock->BeginFlush();
   }

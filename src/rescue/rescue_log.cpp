@@ -8,6 +8,7 @@
 #include <fmt/core.h>
 
 #include "base/json_text.h"
+#include "platform/links.h"
 #include "platform/system_error.h"
 
 namespace larkspur {
@@ -54,7 +55,7 @@ bool IsLog(const std::u16string& path) {
 }  // namespace
 
 std::u16string LogPathOf(const std::u16string& cachePath) {
-  return cachePath + std::u16string(kLogSuffix);
+  return platform::FollowLinks(cachePath) + std::u16string(kLogSuffix);
 }
 
 LogEvent::LogEvent(std::string_view name)

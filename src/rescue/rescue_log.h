@@ -26,7 +26,7 @@ struct StatusTotals {
   u64 missing = 0;
 };
 
-// The log's path, for the cache's.
+// The log's path, for the cache's: beside the file itself, where that is reached through a link.
 std::u16string LogPathOf(const std::u16string& cachePath);
 
 // One event, made key by key: LogEvent("failed").Add("start", 7).

@@ -20,8 +20,8 @@
 #include "fakes/recording_source.h"
 #include "fakes/temp_folder.h"
 #include "imaging/cache.h"
+#include "imaging/cache_history.h"
 #include "imaging/check.h"
-#include "imaging/rescue_session.h"
 #include "io/read_once_io.h"
 
 namespace larkspur {

@@ -11,7 +11,7 @@
 #include "fakes/dying_disk.h"
 #include "host/model/read_everything.h"
 #include "host/storage_rig.h"
-#include "imaging/rescue_session.h"
+#include "imaging/cache_history.h"
 #include "rescue/cache_store.h"
 #include "rescue/rescue_io.h"
 

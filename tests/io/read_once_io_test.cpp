@@ -143,7 +143,8 @@ TEST(ReadOnceIO, WhatItStoresIsFlushedAtTheLatestWhenItCloses) {
   const fakes::TempFolder folder;
   ASSERT_TRUE(folder.Exists());
   const auto lock = std::make_shared<CacheLock>(
-      platform::OwnedFile(platform::CreateEmptyFile(folder.File(u"disk.kvrsp").c_str())));
+      platform::OwnedFile(platform::CreateEmptyFile(folder.File(u"disk.kvrsp").c_str())),
+      folder.File(u"disk.kvrsp"));
   ReadOnceRig rig(1000);
   rig.inPieces = false;
   rig.script->failing = {500};

@@ -85,6 +85,9 @@ Opening OpenStorage(const std::u16string& path, const std::u16string& testMapfil
   if (kind == platform::PathKind::kDevice) storage.kind = StorageKind::kDrive;
   auto cache = OpenIfCache(storage.path);
   if (!cache) return OpenSourceOf(std::move(storage), testMapfile);
+  if (!*cache && cache->error().kind == CacheFaultKind::kCannotOpen) {
+    return Refused(storage.path, CannotOpenWords(cache->error().systemError));
+  }
   if (!*cache) {
     return Refused(storage.path,
                    "This is not a cache, or its header is damaged; \"larkspur check\" says more.");
