@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/printable.h"
+#include "base/text_utf8.h"
 #include "base/types.h"
 
 namespace larkspur {
@@ -26,16 +27,21 @@ std::optional<std::string> TextOfJson(std::string_view json) {
 std::string WithControlsEscaped(std::string_view json) {
   std::string out;
   out.reserve(json.size());
-  for (size_t i = 0; i < json.size(); ++i) {
-    const u8 byte = static_cast<u8>(json[i]);
-    const u8 next = i + 1 < json.size() ? static_cast<u8>(json[i + 1]) : 0xFF;
-    const bool isLead = byte == 0xC2 && next < 0xA0;  // U+0080 to U+009F
-    if (byte == 0x7F || isLead) {
-      out += fmt::format("\\u{:04x}", isLead ? next : byte);
-      i += isLead;
+  while (!json.empty()) {
+    const size_t plain = PlainLength(json);
+    out += json.substr(0, plain);
+    json.remove_prefix(plain);
+    if (json.empty()) break;
+    const u8* const first = reinterpret_cast<const u8*>(json.data());
+    const text::Utf8Character character = text::TakeUtf8(first, first + json.size());
+    const size_t length = character.isValid ? character.length : 1;
+    // Line feeds are the document's own: in texts they are escaped already.
+    if (character.isValid && json[0] != '\n' && BeginsWithControl(json)) {
+      out += fmt::format("\\u{:04x}", static_cast<u32>(character.codePoint));
     } else {
-      out += json[i];
+      out += json.substr(0, length);
     }
+    json.remove_prefix(length);
   }
   return out;
 }

@@ -17,7 +17,8 @@ std::string JsonText(std::string_view text);
 // The text that a JSON string with its quotes is; none when it is no such string.
 std::optional<std::string> TextOfJson(std::string_view json);
 
-// A JSON text with DEL and U+0080 to U+009F escaped, which the usual serializers leave as they are.
+// A JSON text with all that BeginsWithControl knows escaped, of which the usual serializers leave
+// most as it is.
 std::string WithControlsEscaped(std::string_view json);
 
 }  // namespace larkspur

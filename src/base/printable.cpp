@@ -9,6 +9,11 @@
 namespace larkspur {
 namespace {
 
+// U+061C; U+200E, U+200F; U+2028 to U+202E; U+2066 to U+2069.
+constexpr std::string_view kTurning[] = {"\u061C", "\u200E", "\u200F", "\u2028", "\u2029",
+                                         "\u202A", "\u202B", "\u202C", "\u202D", "\u202E",
+                                         "\u2066", "\u2067", "\u2068", "\u2069"};
+
 // The length of the well-formed character that the bytes begin with; 0 when there is none.
 size_t CharacterLength(std::string_view bytes) {
   const u8* const first = reinterpret_cast<const u8*>(bytes.data());
@@ -16,13 +21,15 @@ size_t CharacterLength(std::string_view bytes) {
   return character.isValid ? character.length : 0;
 }
 
-bool IsControl(std::string_view character) {
-  const u8 lead = static_cast<u8>(character[0]);
-  if (character.size() == 1) return lead < 0x20 || lead == 0x7F;
-  return lead == 0xC2 && static_cast<u8>(character[1]) < 0xA0;
-}
-
 }  // namespace
+
+bool BeginsWithControl(std::string_view text) {
+  const u8 lead = static_cast<u8>(text[0]);
+  if (lead < 0x80) return lead < 0x20 || lead == 0x7F;
+  if (lead == 0xC2) return static_cast<u8>(text[1]) < 0xA0;  // U+0080 to U+009F
+  return std::any_of(std::begin(kTurning), std::end(kTurning),
+                     [text](std::string_view turning) { return text.starts_with(turning); });
+}
 
 std::string Printable(std::string_view text, std::string_view kept) {
   std::string shown;
@@ -35,7 +42,7 @@ std::string Printable(std::string_view text, std::string_view kept) {
     const size_t length = CharacterLength(text);
     const std::string_view character = text.substr(0, length > 0 ? length : 1);
     const auto isKept = [&] { return kept.find(character[0]) != std::string_view::npos; };
-    if (length == 0 || (IsControl(character) && !isKept())) {
+    if (length == 0 || (BeginsWithControl(character) && !isKept())) {
       shown += '?';
     } else {
       shown += character;

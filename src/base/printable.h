@@ -13,8 +13,13 @@
 
 namespace larkspur {
 
-// The UTF-8 text with '?' for each control character, but for those in `kept`, and for each byte
-// that is no UTF-8.
+// Whether the character that a well-formed text begins with controls what is shown: the control
+// characters of ASCII and ISO 8859-1, and those that turn the direction of what follows or end the
+// line, so that one name reads as another.
+bool BeginsWithControl(std::string_view text);
+
+// The UTF-8 text with '?' for each such character, but for those in `kept`, and for each byte that
+// is no UTF-8.
 std::string Printable(std::string_view text, std::string_view kept = {});
 
 // The bytes as lower-case hexadecimal digits, with nothing between them.

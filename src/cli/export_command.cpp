@@ -57,8 +57,8 @@ ExitStatus TellEnd(const ExportResult& result, const ExportOptions& options) {
 
 std::string TargetWords(const std::string& output, const TargetFault& fault) {
   switch (fault.kind) {
-    case TargetFaultKind::kExists:
-      return output + ": this already exists; choose another name, or overwrite it with --force";
+    case TargetFaultKind::kNoOutput:
+      return OutputWords(output, fault.output);
     case TargetFaultKind::kDevice:
       return output +
              ": this is a device, and what is on it would be overwritten; name a file, or add "
@@ -67,8 +67,6 @@ std::string TargetWords(const std::string& output, const TargetFault& fault) {
       return output +
              ": the cache was made from this, and what can still be saved of it would be "
              "overwritten; choose another target";
-    case TargetFaultKind::kFolder:
-      return output + ": an image cannot be written to this; name a file";
     case TargetFaultKind::kTooSmall:
       return output + ": this device is smaller than what is to be written";
     case TargetFaultKind::kMounted:
@@ -102,13 +100,6 @@ Result<std::unique_ptr<ExportSink>, ExitStatus> OpenTarget(const ExportOptions& 
   if (options.output == "-") return std::make_unique<StandardOutputSink>();
   const std::u16string output = WideFromUtf8(options.output);
   const std::u16string cache = WideFromUtf8(options.cache);
-  for (const std::u16string& file : FilesOf(options.cache)) {
-    if (!platform::AreSameFile(output.c_str(), file.c_str())) continue;
-    return Failed(
-        Fail(options.output +
-             ": this is the cache, its log, or the file that the cache was made from; choose "
-             "another name"));
-  }
   auto sink = OpenExportTarget(output, bytes, options.force, cache);
   if (!sink) return Failed(Fail(TargetWords(options.output, sink.error())));
   return std::move(*sink);

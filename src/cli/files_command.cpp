@@ -134,6 +134,10 @@ Result<std::vector<PlacedVolume>, ExitStatus> FindVolumes(const FilesOptions& op
   return std::vector<PlacedVolume>{{options.partition, *range}};
 }
 
+std::vector<std::u16string> InputsOf(const FilesOptions& options) {
+  return FilesOf(options.cache, {options.source, options.testMode});
+}
+
 ExitStatus Finish(const FilesOptions& options, FilesRun* run, ExitStatus status) {
   if (status == kExitInterrupted) return status;
   if (run->Volumes() == 0 && status == kExitDone) return kExitFailed;  // each was told of
@@ -142,9 +146,8 @@ ExitStatus Finish(const FilesOptions& options, FilesRun* run, ExitStatus status)
                 (options.paths.size() > 1 ? " or the other globs" : ""));
   }
   if (options.mapfile.empty()) return status;
-  const ExitStatus written = WriteFileOrTell(
-      options.mapfile, options.force, FilesOf(options.cache, {options.source, options.testMode}),
-      [run] { return run->Mapfile(); });
+  const ExitStatus written = WriteFileOrTell(options.mapfile, options.force, InputsOf(options),
+                                             [run] { return run->Mapfile(); });
   return written == kExitDone ? status : written;
 }
 
@@ -172,6 +175,10 @@ ExitStatus RunFiles(const FilesOptions& options) {
     return Fail(options.cache +
                 ": this build of larkspur cannot read file systems; copy the cache to a Linux "
                 "machine, and list its files there");
+  }
+  if (!options.mapfile.empty()) {
+    const ExitStatus judged = JudgeOutputOrTell(options.mapfile, options.force, InputsOf(options));
+    if (judged != kExitDone) return judged;
   }
   if (!options.source.empty()) {
     const ExitStatus fetched = FetchMetadata(options);

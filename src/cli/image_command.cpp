@@ -68,6 +68,8 @@ ExitStatus CheckOptions(const ImageOptions& options) {
 
 ExitStatus RunImage(const ImageOptions& options) {
   if (const ExitStatus status = CheckOptions(options); status != kExitDone) return status;
+  LiveReport report(options);
+  if (const ExitStatus status = report.Judge(); status != kExitDone) return status;
   Rescue rescue;
   AskedSource* source = nullptr;
   EngineOptions engine;
@@ -80,7 +82,6 @@ ExitStatus RunImage(const ImageOptions& options) {
     return status;
   }
   source = rescue.Asked();
-  LiveReport report(options);
   if (const ExitStatus status = report.Open(); status != kExitDone) return status;
   report.Update(rescue.Image());
   RescueProgressLine line(options.jsonProgress);
@@ -89,7 +90,10 @@ ExitStatus RunImage(const ImageOptions& options) {
     report.Update(rescue.Image());
   });
   const auto domain = MakeDomain(&rescue, options);
-  if (!domain) return report.Finish(rescue.Image(), domain.error());
+  if (!domain) {
+    const ExitStatus end = rescue.Finish(domain.error());
+    return report.Finish(rescue.Image(), end);
+  }
   if (rescue.engine().Want(*domain)) {
     WarnOfLittleRoom(options.cache, rescue.Image()->Layout(),
                      rescue.engine().Progress().domain.missing);

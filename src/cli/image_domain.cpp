@@ -20,7 +20,7 @@ Result<ExtentSet, ExitStatus> InPartition(Rescue* rescue, const ImageOptions& op
   cRescueIO storage(&rescue->engine());
   const auto range = FindPartition(&storage, rescue->Image(), options.source, options.partition,
                                    &rescue->engine());
-  if (!range) return Failed(rescue->Finish(range.error()));
+  if (!range) return Failed(range.error());
   return ExtentSet(*range);
 }
 
@@ -38,9 +38,8 @@ Result<ExtentSet, ExitStatus> UsedOf(const ExtentSet& domain, Rescue* rescue,
     if (domain.Intersection(ExtentSet(volume.sectors)).IsEmpty()) continue;
     switch (AddUsed(&storage, volume.sectors, platform::InterruptFlag(), &used)) {
       case WalkEnd::kStopped:
-        return Failed(rescue->Finish(kExitInterrupted));
+        return Failed(kExitInterrupted);
       case WalkEnd::kUnavailable:
-        rescue->engine().Finish();
         return Failed(
             Fail(Failure(options.source, "the process that reads file systems cannot start",
                          platform::LastFailure())));
@@ -48,7 +47,7 @@ Result<ExtentSet, ExitStatus> UsedOf(const ExtentSet& domain, Rescue* rescue,
         break;
     }
   }
-  if (rescue->engine().Reason() != StopReason::kNone) return Failed(rescue->Finish());
+  if (rescue->engine().Reason() != StopReason::kNone) return Failed(kExitFailed);
   return domain.Intersection(used);
 }
 
@@ -66,8 +65,17 @@ Result<ExtentSet, ExitStatus> MakeDomain(Rescue* rescue, const ImageOptions& opt
     if (!partition) return partition;
     domain = domain.Intersection(*partition);
   }
-  if (options.used) return UsedOf(domain, rescue, options);
-  return domain;
+  if (options.used) {
+    auto used = UsedOf(domain, rescue, options);
+    if (!used) return used;
+    domain = std::move(*used);
+  }
+  if (!domain.IsEmpty()) return domain;
+  Tell(options.source +
+       ": nothing is wanted of this disk, so nothing is read: --start, --sectors, --partition, "
+       "--domain and --used have no sector in common" +
+       (options.domain.empty() ? "" : "; what is wanted is marked '+' in the mapfile"));
+  return Failed(kExitUsage);
 }
 
 }  // namespace larkspur::cli

@@ -10,7 +10,8 @@
 namespace larkspur::cli {
 
 // What is wanted by all options that limit it. Partition tables and what tells about files are read
-// through the cache. Where that fails, the run is over, and the user has been told.
+// through the cache. Where that fails, or nothing is wanted, the run is to be finished; the user
+// has been told, but for why the run itself ended, which Finish tells.
 Result<ExtentSet, ExitStatus> MakeDomain(Rescue* rescue, const ImageOptions& options);
 
 }  // namespace larkspur::cli

@@ -28,13 +28,22 @@ bool IsReport(const std::u16string& path) {
 
 }  // namespace
 
+bool LiveReport::MayReplace() const {
+  return m_options.force || IsReport(WideFromUtf8(m_options.report));
+}
+
+std::vector<std::u16string> LiveReport::Inputs() const {
+  return FilesOf(m_options.cache, {m_options.source, m_options.testMode, m_options.domain});
+}
+
+ExitStatus LiveReport::Judge() const {
+  if (m_options.report.empty()) return kExitDone;
+  return JudgeOutputOrTell(m_options.report, MayReplace(), Inputs());
+}
+
 ExitStatus LiveReport::Open() {
   if (m_options.report.empty()) return kExitDone;
-  const std::u16string path = WideFromUtf8(m_options.report);
-  // The command that resumes a rescue replaces its own page.
-  const auto file = OpenOutputFile(
-      path, m_options.force || IsReport(path),
-      FilesOf(m_options.cache, {m_options.source, m_options.testMode, m_options.domain}));
+  const auto file = OpenOutputFile(WideFromUtf8(m_options.report), MayReplace(), Inputs());
   return file ? kExitDone : Fail(OutputWords(m_options.report, file.error()));
 }
 

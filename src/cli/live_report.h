@@ -14,6 +14,9 @@ class LiveReport {
  public:
   explicit LiveReport(const ImageOptions& options) : m_options(options) {}
 
+  // Before the disk is touched: whether the page may be written where it is wanted. Otherwise than
+  // with kExitDone the user has been told.
+  ExitStatus Judge() const;
   // Makes the file, or takes the page of an earlier run; otherwise than with kExitDone the user has
   // been told. Does nothing, as what follows, where no page is wanted.
   ExitStatus Open();
@@ -24,6 +27,9 @@ class LiveReport {
   ExitStatus Finish(cKVRSparseIO* image, ExitStatus status);
 
  private:
+  // The command that resumes a rescue replaces its own page.
+  bool MayReplace() const;
+  std::vector<std::u16string> Inputs() const;
   bool Write(cKVRSparseIO* image, const ReportFacts& facts);
 
   const ImageOptions& m_options;

@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+#include <exception>
+#include <new>
+#include <string>
+
 #include "cli/command_line.h"
 #include "cli/output.h"
 #include "platform/terminal.h"
@@ -10,7 +14,9 @@ int main(int argc, char** argv) {
   try {
     const cli::Action action = cli::ParseCommandLine(platform::ProgramArguments(argc, argv));
     return cli::FinishOutput(action());
+  } catch (const std::bad_alloc&) {
+    return cli::Fail("this machine has too little memory for this; end other programs first");
   } catch (const std::exception& error) {
-    return cli::Fail(error.what());
+    return cli::Fail(std::string("this machine could not do it: ") + error.what());
   }
 }

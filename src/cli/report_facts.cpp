@@ -9,6 +9,7 @@
 
 #include "base/path_text.h"
 #include "cli/output.h"
+#include "cli/storages.h"
 #include "cli/walked_storages.h"
 #include "files/file_state.h"
 #include "files/volumes.h"
@@ -179,9 +180,9 @@ void WalkVolume(const PlacedVolume& volume, WalkedStorage* storage, StatusMap& m
   const WalkEnd end = WalkFiles(storage, volume.sectors.first, volume.sectors.count, events,
                                 platform::InterruptFlag());
   if (end == WalkEnd::kDone || end == WalkEnd::kNoFileSystem) return;
-  files->AddObstacle(VolumeWords(volume) + (end == WalkEnd::kUnavailable
-                                                ? ": this build cannot list its files."
-                                                : ": its files could not all be listed."));
+  files->AddObstacle(end == WalkEnd::kUnavailable
+                         ? CannotWalkWords(VolumeWords(volume)) + "."
+                         : VolumeWords(volume) + ": its files could not all be listed.");
 }
 
 }  // namespace

@@ -55,6 +55,12 @@ std::string StopWords(StopReason reason, const StorageOptions& options) {
 
 }  // namespace
 
+Rescue::~Rescue() {
+  if (!m_isOpen) return;
+  engine().OnProgress({});  // who was told may be gone
+  Finish();
+}
+
 ExitStatus Rescue::Open(const StorageOptions& options, EngineOptions engine) {
   m_options = options;
   auto source = OpenSourceOrTell(options);
@@ -94,6 +100,7 @@ ExitStatus Rescue::OpenSession(EngineOptions engine) {
                                               m_stop ? m_stop : &platform::InterruptFlag());
   const auto opened = m_session->Open(std::move(engine), m_options.otherSource);
   if (opened) {
+    m_isOpen = true;
     TellOfSession();
     return kExitDone;
   }
@@ -143,6 +150,7 @@ void Rescue::TellOfSession() {
 }
 
 ExitStatus Rescue::Finish(ExitStatus status) {
+  m_isOpen = false;
   const StopReason reason = engine().Finish();
   if (const u32 code = m_session->LogFailure()) {
     Tell(Failure(m_options.cache + ".log",

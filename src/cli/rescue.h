@@ -18,6 +18,10 @@ class Rescue {
   // `stop` ends what is done for this rescue, and lives as long as it; else Ctrl-C does.
   explicit Rescue(const std::atomic<bool>* stop = nullptr) : m_stop(stop) {}
 
+  Rescue(const Rescue&) = delete;
+  Rescue& operator=(const Rescue&) = delete;
+  ~Rescue();  // ends a run that is open, as Finish does
+
   // kExitDone when all is ready; otherwise the user has been told.
   ExitStatus Open(const StorageOptions& options, EngineOptions engine = {});
   // Another run after Finish, when the source is there again; else the user need not be told.
@@ -27,7 +31,6 @@ class Rescue {
   AskedSource* Asked() { return m_source.asked.get(); }
   cKVRSparseIO* Image() { return m_cache.image.get(); }
   Cache* TheCache() { return &m_cache; }
-  u64 Sectors() const { return m_source.sectors; }
   // What --start and --sectors name.
   SectorRange Range() const { return m_range; }
 
@@ -47,6 +50,7 @@ class Rescue {
   Cache m_cache;
   SectorRange m_range;
   std::unique_ptr<RescueSession> m_session;
+  bool m_isOpen = false;  // a run is
 };
 
 // The function for EngineOptions::onSilent that runs the user's command and waits for the device;

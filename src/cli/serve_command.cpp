@@ -45,7 +45,13 @@ ExitStatus ClearSocketPath(const std::string& path) {
     return Fail(fmt::format("{}: a socket's path has at most {} bytes", path, kMaxSocketPath));
   }
   const std::u16string file = WideFromUtf8(path);
-  if (platform::KindOfPath(file.c_str()) == platform::PathKind::kAbsent) return kExitDone;
+  if (platform::KindOfPath(file.c_str()) == platform::PathKind::kAbsent) {
+    const std::string folder = path.substr(0, path.rfind('/') + 1);  // the path is a full one
+    if (platform::KindOfPath(WideFromUtf8(folder).c_str()) == platform::PathKind::kFolder) {
+      return kExitDone;
+    }
+    return Fail(path + ": there is no such folder; make it first, or name another");
+  }
   if (!platform::IsAbandonedSocket(path)) {
     return Fail(path + ": this exists already; choose another path");
   }
@@ -170,11 +176,11 @@ std::vector<std::string> Command(const ServeOptions& options, const std::string&
 ExitStatus Serve(const ServeOptions& options, const std::vector<std::string>& command) {
   using State = platform::ServerProgram::State;
   const std::atomic<bool>& stop = platform::InterruptFlag();
-  auto server = platform::ServerProgram::Start(command, "ready=");
+  auto server = platform::ServerProgram::Start(command, "ready=", "until=");
   if (!server) return Fail(Failure(command[0], "it cannot be started", platform::LastFailure()));
   State state = State::kStarting;
   while (state == State::kStarting && !stop) state = server->WaitFor(State::kServing, kTickSeconds);
-  const bool served = state == State::kServing;
+  const bool served = state == State::kServing || state == State::kFinished;
   if (served && !stop) {
     Print(AttachLines(options));
     std::fflush(stdout);

@@ -6,8 +6,8 @@
 #include "base/size_text.h"
 #include "cli/output.h"
 #include "platform/device.h"
+#include "platform/helper_process.h"
 #include "platform/system_error.h"
-#include "rescue/rescue_history.h"
 
 namespace larkspur::cli {
 namespace {
@@ -63,13 +63,19 @@ std::string CannotOpenWords(const std::string& name, unsigned systemError) {
   return Failure(name, words, systemError);
 }
 
+std::string CannotWalkWords(const std::string& name) {
+  if (!platform::HasHelpers()) return name + ": this build of larkspur cannot read file systems";
+  return Failure(name, "the process that reads file systems cannot be started",
+                 platform::LastFailure());
+}
+
 std::string MapfileWords(const std::string& name, const MapfileFault& fault) {
   if (fault.systemError != 0) return Failure(name, "the mapfile cannot be read", fault.systemError);
   if (fault.detail.empty()) {
     return fmt::format("{}: this is not a mapfile: it is larger than {}", name,
                        SizeText(kMaxMapfileBytes));
   }
-  if (fault.line == 0) return name + ": the mapfile is empty";
+  if (fault.line == 0) return name + ": this is not a mapfile: " + fault.detail;
   return fmt::format("{}: line {}: {}", name, fault.line, fault.detail);
 }
 
@@ -89,6 +95,8 @@ std::string LogWords(const std::string& cache, LogFault fault) {
       return words("this is a folder");
     case LogFault::kNoFile:
       return words("this is a device or a pipe");
+    case LogFault::kDeadLink:
+      return words("this is a link to a file that is not there");
   }
   return {};
 }
@@ -108,7 +116,9 @@ std::string OutputWords(const std::string& name, const OutputFault& fault) {
              ": this is on the disk that is being rescued, and writing there destroys what can "
              "still be saved; choose another disk";
     case OutputFaultKind::kDevice:
-      return name + ": this is a device, which would be overwritten; name a file";
+      return name + ": this is a device or a pipe, not a file; name a file";
+    case OutputFaultKind::kDeadLink:
+      return name + ": this is a link to a file that is not there; choose another name";
     case OutputFaultKind::kFolder:
       return name + ": this is a folder; name a file in it";
     case OutputFaultKind::kCannotMake:
@@ -132,6 +142,8 @@ std::string CacheWords(const std::string& name, const CacheFault& fault, u64 sou
       return name + ": there is no such cache";
     case CacheFaultKind::kCannotOpen:
       return Failure(name, "the cache cannot be opened", fault.systemError);
+    case CacheFaultKind::kDeadLink:
+      return name + ": this is a link to a file that is not there; choose another name";
     case CacheFaultKind::kFolder:
       return name + ": this is a folder; name a file in it, such as disk.kvrsp";
     case CacheFaultKind::kSameAsSource:
@@ -196,13 +208,15 @@ ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, 
 
 std::vector<std::u16string> FilesOf(const std::string& cache,
                                     std::initializer_list<std::string> others) {
-  std::vector<std::u16string> files = {WideFromUtf8(cache), LogPathOf(WideFromUtf8(cache))};
-  // A path of a device may name another one by now, and no output goes to a device anyway.
-  const auto source = ReadHistory(files[1], kMaxSparseSectors).source;
-  const std::u16string path = WideFromUtf8(source ? source->path : std::string());
-  if (platform::KindOfPath(path.c_str()) == platform::PathKind::kFile) files.push_back(path);
+  std::vector<std::u16string> files = FilesOfCache(WideFromUtf8(cache));
   for (const std::string& other : others) files.push_back(WideFromUtf8(other));
   return files;
+}
+
+ExitStatus JudgeOutputOrTell(const std::string& path, bool force,
+                             const std::vector<std::u16string>& inputs) {
+  const auto fault = FaultOfOutput(WideFromUtf8(path), force, inputs);
+  return fault ? Fail(OutputWords(path, *fault)) : kExitDone;
 }
 
 ExitStatus WriteFileOrTell(const std::string& path, bool force,

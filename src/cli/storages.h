@@ -18,6 +18,9 @@ namespace larkspur::cli {
 Result<Cache, ExitStatus> OpenCacheToLook(const std::string& path);
 Result<Source, ExitStatus> OpenSourceOrTell(const StorageOptions& options);
 
+// Why no file system can be read, which `name` wanted; by the system's last failure.
+std::string CannotWalkWords(const std::string& name);
+
 // Why a device or file could not be opened for reading, with what to do about it.
 std::string CannotOpenWords(const std::string& name, unsigned systemError);
 
@@ -32,6 +35,11 @@ std::string CacheWords(const std::string& name, const CacheFault& fault, u64 sou
 // and others, of which some may be empty.
 std::vector<std::u16string> FilesOf(const std::string& cache,
                                     std::initializer_list<std::string> others = {});
+
+// Before anything is read for it: kExitDone when an output may be written there, as far as can be
+// said; otherwise the user has been told.
+ExitStatus JudgeOutputOrTell(const std::string& path, bool force,
+                             const std::vector<std::u16string>& inputs);
 
 // Makes the file at `path`, or with `force` replaces it, and writes what `make` answers; `inputs`
 // are what the run works on. "-" is standard output. The user is told when that fails.

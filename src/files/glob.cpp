@@ -15,14 +15,22 @@ Glob::Glob(std::string_view text) {
                       {{Kind::kByte, '/'}, {Kind::kMaybeFolders, 0}, {Kind::kFolders, 0}});
       left.remove_prefix(4);
     } else if (left.starts_with("**")) {
-      m_tokens.push_back({Kind::kPath, 0});
+      AddStars(Kind::kPath);
       left.remove_prefix(2);
+    } else if (left[0] == '*') {
+      AddStars(Kind::kName);
+      left.remove_prefix(1);
     } else {
-      const Kind kind = left[0] == '*' ? Kind::kName : left[0] == '?' ? Kind::kOne : Kind::kByte;
-      m_tokens.push_back({kind, left[0]});
+      m_tokens.push_back({left[0] == '?' ? Kind::kOne : Kind::kByte, left[0]});
       left.remove_prefix(1);
     }
   }
+}
+
+// Stars after stars say nothing more, and each would have to be entered with the one before it.
+void Glob::AddStars(Kind kind) {
+  const Kind last = m_tokens.empty() ? Kind::kByte : m_tokens.back().kind;
+  if (last != Kind::kPath && last != kind) m_tokens.push_back({kind, 0});
 }
 
 bool Glob::Fits(std::string_view path) const {

@@ -26,6 +26,7 @@ class Glob {
     char byte;
   };
 
+  void AddStars(Kind kind);
   // Puts token `at` among those that the next byte is held against, and what it may be left out
   // for.
   void Enter(size_t at, std::vector<bool>* states) const;

@@ -65,7 +65,7 @@ enum class WalkEnd {
   kNoFileSystem,  // none that is known; what of it is not there was told by `damaged`
   kFailed,        // the helper crashed, hung, or said nonsense: what was found until then is told
   kStopped,       // `stop` was set
-  kUnavailable,   // this system or build has no helper: systemError
+  kUnavailable,   // there is no helper: platform::LastFailure() says why
 };
 
 // Answers what a helper asks over the line until it has told everything. For tests, too.

@@ -11,7 +11,7 @@
 #include "host/main_form.h"
 #include "host/model/words.h"
 #include "host/texts.h"
-#include "imaging/text_file.h"
+#include "imaging/output_file.h"
 #include "platform/system_error.h"
 #include "platform/windows/win32.h"
 #include "ui/wait_cursor.h"
@@ -52,9 +52,21 @@ std::u16string PathOfDevice(const std::u16string& typed) {
   return typed;
 }
 
-std::u16string NotSavedWords(const std::u16string& path, u32 systemError) {
-  return Words("{}\nThe picture cannot be written{}{}\nSave it to another place.", Utf8(path),
-               systemError ? ":\n" : ".", systemError ? platform::FailureText(systemError) : "");
+std::string WhyNotSaved(const OutputFault& fault) {
+  switch (fault.kind) {
+    case OutputFaultKind::kInput:
+    case OutputFaultKind::kInUse:
+      return ": a storage that is open here, or another program, uses this file.";
+    case OutputFaultKind::kOnSourceDisk:
+      return ": writing there destroys what can still be saved of a disk that is open here.";
+    default:
+      return fault.systemError ? ":\n" + platform::FailureText(fault.systemError) : ".";
+  }
+}
+
+std::u16string NotSavedWords(const std::u16string& path, const OutputFault& fault) {
+  return Words("{}\nThe picture cannot be written{}\nSave it to another place.", Utf8(path),
+               WhyNotSaved(fault));
 }
 
 }  // namespace
@@ -224,8 +236,12 @@ void cMainForm::SaveMap() {
   const cWaitCursor wait;
   platform::SetLastFailure(0);
   const std::string picture = m_mapPage.Picture();
-  if (picture.empty() || !WriteWholeFile(choice.path, picture)) {
-    return ShowError(Handle(), NotSavedWords(choice.path, platform::LastFailure()));
+  auto file = OpenOutputFile(choice.path, true, m_storages.Files());
+  if (!file) return ShowError(Handle(), NotSavedWords(choice.path, file.error()));
+  if (picture.empty() || !WriteOutput(file->File(), picture)) {
+    file->Discard();
+    const OutputFault fault{OutputFaultKind::kCannotMake, platform::LastFailure()};
+    return ShowError(Handle(), NotSavedWords(choice.path, fault));
   }
   Say(texts::kMapSaved + choice.path);
 }

@@ -3,7 +3,6 @@
 #include "imaging/asked_device.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "base/path_text.h"
 #include "devices/descriptor_text.h"
@@ -87,7 +86,8 @@ bool cAskedDevice::OpenByPath() {
     m_identity.logicalSectorBytes = geometry->bytesPerSector;
   }
   if (IsOdd() || m_options.passThrough == PassThrough::kOn) OpenForCommands();
-  return !IsOdd() || m_commands;  // no system reads such sectors
+  if (IsOdd()) return m_commands != nullptr;  // no system reads such sectors
+  return m_reader.Allocate(kMaxAskSectors * kSectorBytes, m_identity.logicalSectorBytes);
 }
 
 void cAskedDevice::OpenForCommands() {
@@ -105,6 +105,8 @@ AskOutcome cAskedDevice::Ask(u64 sector, void* buffer, u32 count) {
   u8* into = static_cast<u8*>(buffer);
   // What is not open was not asked.
   if (!m_device || HasOtherMedium(false)) return {0, FailureKind::kGone};
+  // Nothing but commands reads such sectors, and the drive has refused one.
+  if (IsOdd() && !m_commands) return {0, FailureKind::kSystem};
   AskOutcome outcome =
       m_commands ? AskByCommand(sector, into, count) : AskThroughKernel(sector, into, count);
   if (m_commands && !m_takesCommands) {
@@ -112,7 +114,7 @@ AskOutcome cAskedDevice::Ask(u64 sector, void* buffer, u32 count) {
     if (!IsOdd()) outcome = AskThroughKernel(sector, into, count);
   }
   if (outcome.kind == FailureKind::kNone) return outcome;
-  outcome.kind = Refined(outcome.kind);
+  outcome.kind = Refined(outcome);
   const bool isAsked = outcome.kind != FailureKind::kGone && outcome.kind != FailureKind::kSystem;
   if (isAsked && m_options.passThrough == PassThrough::kAuto) OpenForCommands();
   return outcome;
@@ -127,39 +129,27 @@ AskOutcome cAskedDevice::AskByCommand(u64 sector, u8* buffer, u32 count) {
 }
 
 AskOutcome cAskedDevice::AskThroughKernel(u64 sector, u8* buffer, u32 count) {
-  SetLastFailure(0);
-  const u32 delivered = ReadAround(sector, buffer, count);
+  const auto transfer = [this](u8* into, u32 length, u64 offset) {
+    return m_device->Seek(offset) == offset ? m_device->Read(into, length) : 0;
+  };
+  const u32 delivered = m_reader.Read(sector << kSectorShift, buffer, count << kSectorShift,
+                                      m_identity.logicalSectorBytes, transfer) >>
+                        kSectorShift;
   if (delivered == count) return {count};
   const u32 code = LastFailure();
   return {delivered, code == 0 ? FailureKind::kUnclear : KindOfFailure(code), code};
 }
 
-u32 cAskedDevice::ReadAround(u64 sector, u8* buffer, u32 count) {
-  const u32 unit = m_identity.logicalSectorBytes;
-  const u64 offset = sector << kSectorShift;
-  const u32 length = count << kSectorShift;
-  const u64 first = offset / unit * unit;
-  const u32 before = static_cast<u32>(offset - first);
-  const u32 around = (before + length + unit - 1) / unit * unit;
-  const bool fits = around == length;
-  if (!fits && !m_around.Data() && !m_around.Allocate(kMaxAskSectors * kSectorBytes + 2 * unit)) {
-    return 0;
-  }
-  u8* into = fits ? buffer : m_around.Data();
-  const u32 got = m_device->Seek(first) == first ? m_device->Read(into, around) : 0;
-  const u32 delivered = std::min(got - std::min(got, before), length);
-  if (!fits) std::memcpy(buffer, into + before, delivered);
-  return delivered >> kSectorShift;
-}
-
-FailureKind cAskedDevice::Refined(FailureKind kind) {
-  if (kind == FailureKind::kGone) return kind;
+FailureKind cAskedDevice::Refined(const AskOutcome& outcome) {
+  if (outcome.kind == FailureKind::kGone && outcome.sense != 0) return outcome.kind;
   // A changed medium may well have bad sectors, too.
   if (m_isRemovable && HasOtherMedium(true)) return FailureKind::kGone;
-  if (kind == FailureKind::kMedium) return kind;
+  if (outcome.kind == FailureKind::kMedium) return outcome.kind;
   const u64 bytes = IsOdd() ? 0 : m_identity.sectors << kSectorShift;
   const FailureKind state = Devices().StateOf(m_path.c_str(), bytes);
-  return state == FailureKind::kNone ? kind : state;
+  if (state != FailureKind::kNone) return state;
+  // One request may be refused as if there were no such device, while it is there.
+  return outcome.kind == FailureKind::kGone ? FailureKind::kTransport : outcome.kind;
 }
 
 // Once it is another medium, nothing is read of it until somebody has looked who it is.

@@ -9,8 +9,8 @@
 
 #include "devices/pass_through_reader.h"
 #include "imaging/source_options.h"
+#include "imaging/unit_reader.h"
 #include "io/base_io.h"
-#include "platform/pages.h"
 #include "rescue/asked_source.h"
 
 namespace larkspur {
@@ -34,10 +34,9 @@ class cAskedDevice final : public AskedSource {
   bool IsOdd() const { return m_identity.logicalSectorBytes % kSectorBytes != 0; }
   AskOutcome AskThroughKernel(u64 sector, u8* buffer, u32 count);
   AskOutcome AskByCommand(u64 sector, u8* buffer, u32 count);
-  // One transfer of whole sectors of the drive's around the request: the sectors that came of it.
-  u32 ReadAround(u64 sector, u8* buffer, u32 count);
-  // `kind` unless the system knows that the device, or its medium, has gone.
-  FailureKind Refined(FailureKind kind);
+  // What a failure is called that the system, or the drive, called outcome.kind: whether the device
+  // has gone the system's state of it says, unless the drive itself said that it has no medium.
+  FailureKind Refined(const AskOutcome& outcome);
   bool HasOtherMedium(bool asksDrive);
 
   // Opens what is at `path` when it is the same drive as before. A drive that the system calls by
@@ -64,7 +63,7 @@ class cAskedDevice final : public AskedSource {
   std::unique_ptr<cPassThroughReader> m_commands;
   bool m_takesCommands = true;  // as far as is known
   std::optional<u64> m_medium;
-  platform::OwnedPages m_around;  // for requests that are no whole sectors of the drive's
+  UnitReader m_reader;
 };
 
 }  // namespace larkspur

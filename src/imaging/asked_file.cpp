@@ -2,9 +2,6 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "imaging/asked_file.h"
 
-#include <algorithm>
-#include <cstring>
-
 #include "base/path_text.h"
 #include "imaging/reconnect.h"
 #include "platform/file_source.h"
@@ -31,7 +28,8 @@ std::unique_ptr<cAskedFile> cAskedFile::Open(const std::u16string& path) {
   std::unique_ptr<cAskedFile> file(new cAskedFile);
   file->m_path = path;
   file->m_identity.path = Utf8FromWide(path);
-  if (!file->OpenByPath()) return nullptr;
+  const bool hasRoom = file->m_reader.Allocate(kMaxAskSectors * kSectorBytes, kLargestUnitBytes);
+  if (!hasRoom || !file->OpenByPath()) return nullptr;
   file->m_identity.sectors = platform::FileSize(file->m_file.Handle()) >> kSectorShift;
   file->m_identity.physicalSectorBytes = platform::UnitPastCache(file->m_file.Handle());
   return file;
@@ -52,10 +50,7 @@ void cAskedFile::LeaveCache() {
 
 AskOutcome cAskedFile::Ask(u64 sector, void* buffer, u32 count) {
   if (!m_file.IsOpen()) return {0, FailureKind::kGone, 0};
-  u8* into = static_cast<u8*>(buffer);
-  const bool isDirect = m_direct.IsOpen();
-  const u32 delivered =
-      isDirect ? AskPastCache(sector, into, count) : AskThroughCache(sector, into, count);
+  const u32 delivered = Read(sector, static_cast<u8*>(buffer), count);
   if (delivered == count) return {count};
   AskOutcome outcome{delivered, FailureKind::kNone, platform::LastFailure()};
   outcome.kind = platform::KindOfFileFailure(outcome.code, m_file.Handle(),
@@ -64,36 +59,19 @@ AskOutcome cAskedFile::Ask(u64 sector, void* buffer, u32 count) {
   return outcome;
 }
 
-u32 cAskedFile::AskThroughCache(u64 sector, u8* buffer, u32 count) {
-  return ReadAt(m_file.Handle(), buffer, count << kSectorShift, sector << kSectorShift) >>
-         kSectorShift;
-}
-
-u32 cAskedFile::AskPastCache(u64 sector, u8* buffer, u32 count) {
-  const u64 offset = sector << kSectorShift;
-  const u32 length = count << kSectorShift;
-  const u64 first = offset / m_unitBytes * m_unitBytes;
-  const u32 before = static_cast<u32>(offset - first);
-  const u32 around = (before + length + m_unitBytes - 1) / m_unitBytes * m_unitBytes;
-  const bool fits = around == length;
-  if (!fits && !m_around.Data() &&
-      !m_around.Allocate(kMaxAskSectors * kSectorBytes + 2 * kLargestUnitBytes)) {
-    return 0;
+u32 cAskedFile::Read(u64 sector, u8* buffer, u32 count) {
+  const bool isDirect = m_direct.IsOpen();
+  const platform::FileHandle file = isDirect ? m_direct.Handle() : m_file.Handle();
+  const u32 got = m_reader.Read(
+      sector << kSectorShift, buffer, count << kSectorShift, isDirect ? m_unitBytes : 1,
+      [file](u8* into, u32 length, u64 offset) { return ReadAt(file, into, length, offset); });
+  if (got > 0 || !isDirect || !platform::IsFormRefused(platform::LastFailure())) {
+    return got >> kSectorShift;
   }
-  u8* into = fits ? buffer : m_around.Data();
-  const u32 got = ReadAt(m_direct.Handle(), into, around, first);
-  if (got == 0 && platform::IsFormRefused(platform::LastFailure())) {
-    // Nothing was asked: the units are too small, or there is no way past the cache.
-    if (m_unitBytes >= kLargestUnitBytes) {
-      m_direct.Close();
-      return AskThroughCache(sector, buffer, count);
-    }
-    m_unitBytes = kLargestUnitBytes;
-    return AskPastCache(sector, buffer, count);
-  }
-  const u32 delivered = std::min(got - std::min(got, before), length);
-  if (!fits) std::memcpy(buffer, m_around.Data() + before, delivered);
-  return delivered >> kSectorShift;
+  // Nothing was asked: the units are too small, or there is no way past the cache.
+  if (m_unitBytes >= kLargestUnitBytes) m_direct.Close();
+  m_unitBytes = kLargestUnitBytes;
+  return Read(sector, buffer, count);
 }
 
 bool cAskedFile::Reconnect(double seconds) {

@@ -9,8 +9,8 @@
 
 #include <memory>
 
+#include "imaging/unit_reader.h"
 #include "platform/owned_file.h"
-#include "platform/pages.h"
 #include "rescue/asked_source.h"
 
 namespace larkspur {
@@ -27,9 +27,9 @@ class cAskedFile final : public AskedSource {
  private:
   cAskedFile() = default;
   bool OpenByPath();
-  u32 AskThroughCache(u64 sector, u8* buffer, u32 count);
-  // As far as the system takes requests past its cache; otherwise through it after all.
-  u32 AskPastCache(u64 sector, u8* buffer, u32 count);
+  // Past the cache once it has been left, as far as the system takes such requests; otherwise
+  // through it after all. The sectors that came.
+  u32 Read(u64 sector, u8* buffer, u32 count);
   void LeaveCache();
 
   std::u16string m_path;
@@ -38,7 +38,7 @@ class cAskedFile final : public AskedSource {
   platform::OwnedFile m_direct;  // open from the first failure on, where the system offers it
   u32 m_unitBytes = 0;           // what requests past the cache are made of
   bool m_hasFailed = false;
-  platform::OwnedPages m_around;  // for requests that do not fit those units
+  UnitReader m_reader;
 };
 
 }  // namespace larkspur

@@ -31,6 +31,8 @@ std::optional<CacheFaultKind> FaultOf(platform::PathKind kind) {
       return CacheFaultKind::kAbsent;
     case platform::PathKind::kFolder:
       return CacheFaultKind::kFolder;
+    case platform::PathKind::kDeadLink:
+      return CacheFaultKind::kDeadLink;
     case platform::PathKind::kDevice:
     case platform::PathKind::kOther:
       return CacheFaultKind::kForeign;
@@ -87,15 +89,16 @@ std::optional<CacheFault> DoubtOf(const std::u16string& path, cFlatIO* file, cKV
   return DamageByLog(path, image);
 }
 
-// Lays an empty image on the new file at `path`, which `made` has open.
-bool LayImage(const std::u16string& path, const OwnedFile& made, u64 sectors) {
+// Lays an empty image on the new file.
+bool LayImage(const UnfinishedFile& made, u64 sectors) {
   Owned<cFlatIO> file(new cFlatIO);
-  if (!file->OpenPath(path, false)) return false;
-  if (file->Identity() != platform::IdentityOf(made.Handle())) return false;  // somebody swapped it
+  if (!file->OpenPath(made.Path(), false)) return false;
+  const platform::FileHandle handle = made.File().Handle();
+  if (file->Identity() != platform::IdentityOf(handle)) return false;  // another took its place
   const cNestedIOResource resource{Owned<cBaseIO>(file.release())};
   cKVRSparseIO image;
   return sectors > 0 && image.Create(&resource, sectors, false) == sectors &&
-         platform::SyncFile(made.Handle());
+         platform::SyncFile(handle);
 }
 
 // `fresh`: the file was made a moment ago, so its index need not be looked through.
@@ -137,19 +140,13 @@ Result<Cache, CacheFault> OpenFile(const std::u16string& path, CacheAccess acces
 
 Result<Cache, CacheFault> CreateCache(const std::u16string& path, u64 sectors) {
   platform::SetLastFailure(0);
-  std::u16string unfinished;
-  OwnedFile made = MakeUnfinished(path, &unfinished);
+  UnfinishedFile made(path);
   if (!made.IsOpen()) return FailedAs(CacheFaultKind::kCannotCreate);
-  const bool isLaid = LayImage(unfinished, made, sectors);
-  made.Close();
-  if (isLaid && platform::RenameToUnused(unfinished.c_str(), path.c_str())) {
-    if (!platform::SyncFolderOf(path.c_str())) return FailedAs(CacheFaultKind::kCannotCreate);
-    return OpenFile(path, CacheAccess::kResume, sectors, true);
-  }
+  const bool isLaid = LayImage(made, sectors);
+  if (isLaid && made.TakeName(false)) return OpenFile(path, CacheAccess::kResume, sectors, true);
   const auto failed = FailedAs(CacheFaultKind::kCannotCreate);
-  platform::RemoveFile(unfinished.c_str());
   // Another run may have made the same cache meanwhile.
-  const bool isThere = platform::KindOfPath(path.c_str()) != platform::PathKind::kAbsent;
+  const bool isThere = platform::KindOfPath(path.c_str()) == platform::PathKind::kFile;
   if (isLaid && isThere) return OpenFile(path, CacheAccess::kResume, sectors, false);
   return failed;
 }

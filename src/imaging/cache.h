@@ -20,6 +20,7 @@ enum class CacheFaultKind {
   kAbsent,
   kCannotOpen,  // systemError says why
   kFolder,
+  kDeadLink,  // a link to what is not there
   kSameAsSource,
   kOnSourceDisk,     // what is written there may fall on what is to be saved
   kForeign,          // a file or device, but not a cache: never touched

@@ -6,7 +6,6 @@
 #include <array>
 
 #include "base/path_text.h"
-#include "imaging/output_file.h"
 #include "imaging/source.h"
 #include "io/sparse_writer.h"
 #include "platform/disk_use.h"
@@ -83,14 +82,13 @@ Target FailedAs(TargetFaultKind kind) {
   return Failed(TargetFault{kind, platform::LastFailure()});
 }
 
-// A disk is known by its serial number, at whatever path; where one of them has none, by its path.
+// Whether the cache was made from the device at `path`. A disk is known by its serial number, at
+// whatever path; where one of them has none, by its path.
 bool IsSourceOf(const std::u16string& cache, const std::u16string& path) {
   const auto source = ReadHistory(LogPathOf(cache), kMaxSparseSectors).source;
   if (!source) return false;
   if (platform::AreSameFile(path.c_str(), WideFromUtf8(source->path).c_str())) return true;
-  if (source->serial.empty() || platform::KindOfPath(path.c_str()) != platform::PathKind::kDevice) {
-    return false;
-  }
+  if (source->serial.empty()) return false;
   const auto target = OpenSource(path, {});
   return target && target->asked->Identity().serial == source->serial &&
          target->asked->Identity().model == source->model;
@@ -112,16 +110,14 @@ Target OpenDevice(const std::u16string& path, u64 bytes, const std::u16string& c
   return std::make_unique<DeviceSink>(std::move(device));
 }
 
-Target CreateFileSink(const std::u16string& path, u64 bytes) {
-  const bool isNew = platform::KindOfPath(path.c_str()) == platform::PathKind::kAbsent;
-  platform::SetLastFailure(0);
-  platform::OwnedFile file(platform::CreateEmptyFile(path.c_str()));
-  if (!file.IsOpen()) return FailedAs(TargetFaultKind::kCannotOpen);
-  platform::MakeSparse(file.Handle());
-  const bool hasSize = platform::SetFileSize(file.Handle(), bytes);
-  OutputFile output(std::move(file), isNew ? path : std::u16string());
-  if (hasSize) return std::make_unique<FileSink>(std::move(output));
-  output.Discard();
+Target OpenFile(const std::u16string& path, u64 bytes, bool force, const std::u16string& cache) {
+  auto output = OpenOutputFile(path, force, FilesOfCache(cache));
+  if (!output) return Failed(TargetFault{TargetFaultKind::kNoOutput, 0, output.error()});
+  platform::MakeSparse(output->File().Handle());
+  if (platform::SetFileSize(output->File().Handle(), bytes)) {
+    return std::make_unique<FileSink>(std::move(*output));
+  }
+  output->Discard();
   return FailedAs(TargetFaultKind::kCannotSize);
 }
 
@@ -226,15 +222,11 @@ class Exporter {
 
 Target OpenExportTarget(const std::u16string& path, u64 bytes, bool force,
                         const std::u16string& cache) {
-  using platform::PathKind;
-  const PathKind kind = platform::KindOfPath(path.c_str());
-  if (kind == PathKind::kAbsent) return CreateFileSink(path, bytes);
-  if (kind == PathKind::kUnknown) return FailedAs(TargetFaultKind::kCannotOpen);
-  const bool isDevice = kind == PathKind::kDevice;
-  if (!isDevice && kind != PathKind::kFile) return FailedAs(TargetFaultKind::kFolder);
+  if (platform::KindOfPath(path.c_str()) != platform::PathKind::kDevice) {
+    return OpenFile(path, bytes, force, cache);
+  }
   if (IsSourceOf(cache, path)) return FailedAs(TargetFaultKind::kIsSource);
-  if (!force) return FailedAs(isDevice ? TargetFaultKind::kDevice : TargetFaultKind::kExists);
-  return isDevice ? OpenDevice(path, bytes, cache) : CreateFileSink(path, bytes);
+  return force ? OpenDevice(path, bytes, cache) : FailedAs(TargetFaultKind::kDevice);
 }
 
 bool HashingSink::Put(const u8* bytes, u64 count) {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "base/result.h"
+#include "imaging/output_file.h"
 #include "imaging/summary.h"
 #include "platform/hash.h"
 
@@ -41,25 +42,25 @@ class ExportSink {
 };
 
 enum class TargetFaultKind {
-  kExists,      // and may not be replaced
+  kNoOutput,    // no output may go there: `output` says why
   kDevice,      // and may not be overwritten
-  kIsSource,    // the disk or file that the cache was made from, as far as its log tells
-  kFolder,      // or nothing that an image can be written to
+  kIsSource,    // the disk that the cache was made from, as far as its log tells
   kTooSmall,    // the device
   kMounted,     // something on the device is in use
   kHasCache,    // the cache lies on the device
-  kCannotOpen,  // systemError
+  kCannotOpen,  // the device: systemError
   kCannotSize,  // systemError; the file, which is made
 };
 
 struct TargetFault {
   TargetFaultKind kind;
   u32 systemError = 0;
+  OutputFault output{};
 };
 
-// Opens a file or block device for an export of `bytes` bytes. A new file is made; one that exists
-// is replaced, and a device written to, only with `force`, and never what `cache` was made from,
-// nor a device that is in use or has `cache` on it. In files, zeros stay holes.
+// Opens a file or block device for an export of `bytes` bytes. A file is what every output is, with
+// the files of `cache` as inputs. A device is written to only with `force`, and never the one that
+// `cache` was made from, nor one that is in use or has `cache` on it. In files, zeros stay holes.
 Result<std::unique_ptr<ExportSink>, TargetFault> OpenExportTarget(const std::u16string& path,
                                                                   u64 bytes, bool force,
                                                                   const std::u16string& cache);

@@ -130,12 +130,13 @@ class Importer {
     });
     bool read = true;
     m_present.EachIn(first, end, [&](u64 start, u64 count) {
+      if (!read) return;
       clearTo(start);
       m_result.failedSector = start;
       m_result.counts.present += count;
       std::memset(record + (start - first), kPresent, count);
-      read = read && m_image.Read(data + ((start - first) << kSectorShift), start << kSectorShift,
-                                  count << kSectorShift);
+      read = m_image.Read(data + ((start - first) << kSectorShift), start << kSectorShift,
+                          count << kSectorShift);
       filled = start + count;
     });
     clearTo(first + m_layout.blockSize);
@@ -176,10 +177,8 @@ ImportResult Fill(const OwnedFile& made, const ImportPlan& plan, platform::FileH
 }
 
 // The name may have been taken meanwhile, by another run that imports the same.
-ImportEnd TakeName(const std::u16string& unfinished, const std::u16string& cache) {
-  if (platform::RenameToUnused(unfinished.c_str(), cache.c_str())) {
-    return platform::SyncFolderOf(cache.c_str()) ? ImportEnd::kDone : ImportEnd::kCannotCreate;
-  }
+ImportEnd TakeName(UnfinishedFile* made, const std::u16string& cache) {
+  if (made->TakeName(false)) return ImportEnd::kDone;
   const u32 error = platform::LastFailure();
   const bool isTaken = platform::KindOfPath(cache.c_str()) != platform::PathKind::kAbsent;
   platform::SetLastFailure(error);
@@ -215,14 +214,11 @@ ImportResult ImportRescue(const std::u16string& image, const ImportPlan& plan,
   result.end = CheckSize(image, bytes, plan);
   if (result.end != ImportEnd::kDone) return result;
   platform::SetLastFailure(0);
-  std::u16string unfinished;
-  OwnedFile made = MakeUnfinished(cache, &unfinished);
+  UnfinishedFile made(cache);
   if (!made.IsOpen()) return Failed(ImportEnd::kCannotCreate);
-  result = Fill(made, plan, file.Handle(), stop, monitor);
-  made.Close();
-  if (result.end == ImportEnd::kDone) result.end = TakeName(unfinished, cache);
+  result = Fill(made.File(), plan, file.Handle(), stop, monitor);
+  if (result.end == ImportEnd::kDone) result.end = TakeName(&made, cache);
   if (result.end == ImportEnd::kCannotCreate) result.systemError = platform::LastFailure();
-  if (result.end != ImportEnd::kDone) platform::RemoveFile(unfinished.c_str());
   return result;
 }
 

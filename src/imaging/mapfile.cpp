@@ -16,7 +16,7 @@ namespace larkspur {
 namespace {
 
 constexpr std::string_view kBlockStatuses = "?*/-+";
-constexpr std::string_view kRunStatuses = "?*/-F G+";  // of the whole run, in the status line
+constexpr std::string_view kRunStatuses = "?*/-FG+";  // of the whole run, in the status line
 
 bool ParseNumber(std::string_view text, u64* value) {
   int base = 10;
@@ -43,8 +43,7 @@ const char* StatusLineFault(const std::vector<std::string>& words) {
   u64 number = 0;
   if (words.size() < 2 || words.size() > 3) return "expected the status line: position and status";
   if (!ParseNumber(words[0], &number)) return "the current position is not a number";
-  if (words[1].size() != 1 || words[1] == " " ||
-      kRunStatuses.find(words[1][0]) == std::string_view::npos) {
+  if (words[1].size() != 1 || kRunStatuses.find(words[1][0]) == std::string_view::npos) {
     return "the current status is none of ? * / - F G +";
   }
   if (words.size() == 3 && !ParseNumber(words[2], &number)) return "the pass is not a number";
@@ -85,7 +84,7 @@ Result<std::vector<MapfileBlock>, MapfileFault> ParseMapfile(std::istream& in) {
     }
     sawStatus = true;
   }
-  if (!sawStatus) return Failed(MapfileFault{"there is no status line", number});
+  if (!sawStatus) return Failed(MapfileFault{"it is empty, or has nothing but comments", 0});
   return blocks;
 }
 

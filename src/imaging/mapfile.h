@@ -28,8 +28,8 @@ struct MapfileBlock {
 constexpr u64 kMaxMapfileBytes = u64{256} << 20;
 
 struct MapfileFault {
-  std::string detail = {};  // of the first line that is wrong; empty when the file cannot be read
-  u32 line = 0;             // from 1; 0 when there is none
+  std::string detail = {};  // what is wrong with it; empty when the file cannot be read
+  u32 line = 0;             // where, from 1; 0 when it has no line that says anything
   u32 systemError = 0;      // why the file cannot be read; 0 when it is too long
 };
 

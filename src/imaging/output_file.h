@@ -5,6 +5,7 @@
 // The rule about every file that is written for the user: nothing is overwritten unasked, nothing
 // that the run itself works on is overwritten at all, and a device takes no file's contents.
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,10 +18,11 @@ namespace larkspur {
 enum class OutputFaultKind {
   kExists,        // and may not be replaced
   kInput,         // it is what the run reads, its cache or the cache's log
-  kInUse,         // another run is working on this file
+  kInUse,         // another run is working on this file: a cache, a log
   kOnSourceDisk,  // what is written there may fall on what is to be saved
   kDevice,        // or a pipe, or anything else that is no file
   kFolder,
+  kDeadLink,    // a link to what is not there
   kCannotMake,  // systemError says why
 };
 
@@ -48,8 +50,16 @@ class OutputFile {
   std::u16string m_madeAt;
 };
 
-// Makes the file at `path`, or with `replace` empties the one that is there. `inputs` are the paths
-// that the run works on, or will.
+// What no output may overwrite where a run works on the cache at that path: the cache, its log, and
+// the file that it was made from.
+std::vector<std::u16string> FilesOfCache(const std::u16string& cache);
+
+// Why nothing may be written to `path`, as far as can be said before it is opened. `inputs` are the
+// paths that the run works on, or will; empty ones are none.
+std::optional<OutputFault> FaultOfOutput(const std::u16string& path, bool replace,
+                                         const std::vector<std::u16string>& inputs);
+
+// Makes the file at `path`, or with `replace` empties the one that is there.
 Result<OutputFile, OutputFault> OpenOutputFile(const std::u16string& path, bool replace,
                                                const std::vector<std::u16string>& inputs);
 
@@ -57,12 +67,36 @@ Result<OutputFile, OutputFault> OpenOutputFile(const std::u16string& path, bool 
 // in platform::LastFailure().
 bool WriteOutput(const platform::OwnedFile& file, std::string_view bytes);
 
-// Makes a file beside `path` under a name that nothing had, for what takes the name `path` when it
-// is whole; `unfinished` learns that name. Not open when that fails, with the system's error.
-platform::OwnedFile MakeUnfinished(const std::u16string& path, std::u16string* unfinished);
+// A file that takes its name only when it is whole, so that a crash leaves nothing half-made under
+// that name. Until then it lies beside it under a name that nothing had; it goes with this object
+// if it never took its own.
+class UnfinishedFile {
+ public:
+  // Makes it; not open when that fails: platform::LastFailure() says why.
+  explicit UnfinishedFile(const std::u16string& path);
+  UnfinishedFile(const UnfinishedFile&) = delete;
+  UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+  ~UnfinishedFile();  // keeps platform::LastFailure()
+
+  const platform::OwnedFile& File() const { return m_file; }
+  bool IsOpen() const { return m_file.IsOpen(); }
+  // Where it lies until it takes its name.
+  const std::u16string& Path() const { return m_unfinished; }
+
+  // Closes it and gives it its name, flushed to disk; what was written to it is flushed by the
+  // caller. Without `replace` it fails where something has the name already. False with the
+  // system's error in platform::LastFailure(), and then nothing has changed under that name, but
+  // that with `replace` a name that cannot be flushed to disk is taken.
+  bool TakeName(bool replace);
+
+ private:
+  const std::u16string m_path;
+  std::u16string m_unfinished;  // empty once it has its name
+  platform::OwnedFile m_file;
+};
 
 // Puts a file with these bytes in the place of the one at `path`, in one step; false with the
-// system's error in platform::LastFailure(), and then the old one is there still.
+// system's error in platform::LastFailure(), as UnfinishedFile::TakeName has it.
 bool ReplaceOutput(const std::u16string& path, std::string_view bytes);
 
 }  // namespace larkspur

@@ -29,16 +29,4 @@ std::optional<std::string> ReadWholeFile(const std::u16string& path, u64 limitBy
   return bytes;
 }
 
-bool WriteWholeFile(const std::u16string& path, std::string_view bytes) {
-  const platform::OwnedFile file(platform::CreateEmptyFile(path.c_str()));
-  if (!file.IsOpen()) return false;
-  for (size_t done = 0; done < bytes.size();) {
-    const u32 wanted = static_cast<u32>(std::min(bytes.size() - done, kTransferBytes));
-    const u32 written = platform::WriteFileAt(file.Handle(), bytes.data() + done, wanted, done);
-    if (written == 0) return false;
-    done += written;
-  }
-  return true;
-}
-
 }  // namespace larkspur

@@ -77,7 +77,6 @@ u32 cPiecewiseIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
   }
   m_keptFirst = m_position;
   m_keptCount = 0;
-  m_traffic->refusedBySource = false;
   const u32 inside = SectorsInside(count);
   u32 asked = 0;
   u32 delivered = 0;
@@ -86,7 +85,6 @@ u32 cPiecewiseIO::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
     piece = FirstPiece(m_position + asked, inside - asked);
     delivered += Ask(m_position + asked, SectorAt(out, asked), piece);
     asked += piece;
-    m_traffic->asked += piece;
   }
   if (delivered < count && StartKeeping(out, delivered, count)) {
     const u32 start = asked - piece;
@@ -121,7 +119,6 @@ void cPiecewiseIO::KeepRest(u32 at, u32 count) {
   while (at < count && MayAsk()) {
     const u32 piece = FirstPiece(m_keptFirst + at, count - at);
     const u32 got = Ask(m_keptFirst + at, SectorAt(m_keptData.get(), at), piece);
-    m_traffic->asked += piece;
     Note(at, piece, got);
     at += piece;
   }
@@ -129,11 +126,7 @@ void cPiecewiseIO::KeepRest(u32 at, u32 count) {
 
 bool cPiecewiseIO::AnswerKept(u32 index, u8* buffer) {
   const Kept& state = m_keptStates[index];
-  if (IsOpen(state)) {
-    m_traffic->refusedBySource = false;
-    if (!MayAsk() || !AskAlone(index)) return false;
-  }
-  m_traffic->refusedBySource = state == Kept::kRefused;
+  if (IsOpen(state) && (!MayAsk() || !AskAlone(index))) return false;
   if (state != Kept::kDelivered) return false;
   std::memcpy(buffer, SectorAt(m_keptData.get(), index), kSectorBytes);
   return true;
@@ -148,9 +141,6 @@ bool cPiecewiseIO::AskAlone(u32 index) {
   u32 first = index, end = index + 1;
   while (first > 0 && isWithIt(first - 1)) --first;
   while (end < m_keptCount && isWithIt(end)) ++end;
-  const auto fresh = std::count(states + first, states + end, Kept::kNotAsked);
-  m_traffic->asked += static_cast<u64>(fresh);
-  m_traffic->askedAlone += end - first - static_cast<u64>(fresh);
   const u32 got = Ask(m_keptFirst + first, SectorAt(m_keptData.get(), first), end - first);
   std::fill_n(states + first, got, Kept::kDelivered);
   if (first + got < end && m_traffic->gone) return first + got > index;

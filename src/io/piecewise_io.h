@@ -19,20 +19,13 @@
 
 namespace larkspur {
 
-// What all clones of one adapter share: counts, and whether to keep asking.
+// What all clones of one adapter share.
 struct SourceTraffic {
-  std::atomic<u64> asked{0};       // sectors asked of the source, each counted once
-  std::atomic<u64> askedAlone{0};  // of these, asked a second time
-  // Set from outside (where given) to stop asking; sectors not asked yet then fail without the
-  // source's doing.
-  const std::atomic<bool>* stop = nullptr;
   // The source has ended before the sector it was asked for, or went away.
   std::atomic<bool> gone{false};
   // Asked after a request came out short, of a source that does not shrink when it goes away:
   // whether it has. Set before the first read.
   std::function<bool()> hasGone;
-  // Whether the last single sector that failed was refused by the source itself.
-  std::atomic<bool> refusedBySource{false};
 };
 
 class cPiecewiseIO final : public cBaseIO {
@@ -65,7 +58,7 @@ class cPiecewiseIO final : public cBaseIO {
   static bool IsOpen(Kept state) {
     return state == Kept::kAskedWithNeighbours || state == Kept::kNotAsked;
   }
-  bool MayAsk() const { return !m_traffic->gone && !(m_traffic->stop && *m_traffic->stop); }
+  bool MayAsk() const { return !m_traffic->gone; }
   // How many of `count` sectors at the position lie before the source's end.
   u32 SectorsInside(u32 count);
   u32 Ask(u64 sector, u8* buffer, u32 count);

@@ -25,6 +25,10 @@ class BlockSource {
 
   // A client has connected: a source that was lost may be there again.
   virtual void ClientCame() {}
+
+  // Asks no disk for anything more, and answers when all that was read is flushed to disk; clients
+  // still get what is there. To be called once.
+  virtual void End() {}
 };
 
 // A cache as it is: nothing is asked of any disk. Null when it cannot be opened as one.

@@ -8,6 +8,7 @@
 #define THREAD_MODEL NBDKIT_THREAD_MODEL_PARALLEL
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -15,9 +16,13 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <nbdkit-plugin.h>
+#include <poll.h>
+#include <unistd.h>
 
 #include "nbd/served_storage.h"
 
@@ -30,6 +35,9 @@ constexpr u32 kFetchSectors = 2048;
 ServedOptions g_options;
 std::string g_readyFile;
 ServedStorage g_served;
+std::string g_untilFile;
+std::thread g_watch;
+std::atomic<bool> g_isUnloading{false};
 
 // Each of these takes a parameter's value; false when it makes no sense.
 bool TakeText(const char* value, std::string* text) {
@@ -83,7 +91,8 @@ constexpr Parameter kParameters[] = {
      [](const char* value) {
        return TakeOneOf<PassThrough>(value, cli::kPassThroughChoices, &g_options.passThrough);
      }},
-    {"ready", [](const char* value) { return TakeText(value, &g_readyFile); }},
+    {"ready", [](const char* value) { return TakePath(value, &g_readyFile); }},
+    {"until", [](const char* value) { return TakePath(value, &g_untilFile); }},
     {"timeout",
      [](const char* value) {
        return nbdkit_parse_unsigned("timeout", value, &g_options.timeoutSeconds) == 0 &&
@@ -125,14 +134,42 @@ int Open() {
   return g_served.blocks ? 0 : -1;
 }
 
-// Tells those who started the server that it serves: it listens by now.
-int SayReady() {
-  if (g_readyFile.empty()) return 0;
-  std::FILE* const file = std::fopen(g_readyFile.c_str(), "w");
-  const bool written = file && std::fputs("ready\n", file) >= 0;
-  if (file && std::fclose(file) == 0 && written) return 0;
+// Tells those who started the server.
+bool Say(const char* line) {
+  if (g_readyFile.empty()) return true;
+  std::FILE* const file = std::fopen(g_readyFile.c_str(), "a");
+  const bool written = file && std::fputs(line, file) >= 0;
+  if (file && std::fclose(file) == 0 && written) return true;
   nbdkit_error("%s: cannot be written", g_readyFile.c_str());
+  return false;
+}
+
+// nbdkit waits for its clients before it unloads a plugin, idle ones too, and those who started it
+// do not wait as long: so what was read is flushed to disk as soon as they close their end.
+void WatchForEnd(int until) {
+  constexpr int kLookMilliseconds = 200;
+  pollfd end{until, POLLIN, 0};
+  while (!g_isUnloading && poll(&end, 1, kLookMilliseconds) <= 0) continue;
+  close(until);
+  g_served.blocks->End();
+  Say("ended\n");
+}
+
+int Watch() {
+  if (g_untilFile.empty()) return 0;
+  const int until = open(g_untilFile.c_str(), O_RDONLY | O_CLOEXEC);
+  if (until >= 0) {
+    g_watch = std::thread(WatchForEnd, until);
+    return 0;
+  }
+  nbdkit_error("%s: cannot be read", g_untilFile.c_str());
   return -1;
+}
+
+void Unload() {
+  g_isUnloading = true;
+  if (g_watch.joinable()) g_watch.join();
+  g_served = {};
 }
 
 // Threads do not survive nbdkit's way into the background, so with a source it is opened there.
@@ -141,7 +178,7 @@ int OpenInForeground() {
 }
 int OpenInBackground() {
   if (!g_options.source.empty() && Open() != 0) return -1;
-  return SayReady();
+  return Watch() == 0 && Say("ready\n") ? 0 : -1;
 }
 
 bool IsServed(SectorStatus status) {
@@ -208,13 +245,14 @@ nbdkit_plugin MakePlugin() {
   plugin.description = "Serves a failing disk through its cache, or the cache alone, read-only.";
   plugin.config_help =
       "cache=FILE (required), source=FILE, partition=PLACE, unreadable=error|zeros, fill=BOOL, "
-      "other-source=BOOL, pass-through=auto|on|off, timeout=SECONDS, test-mode=MAPFILE, ready=FILE";
+      "other-source=BOOL, pass-through=auto|on|off, timeout=SECONDS, test-mode=MAPFILE, "
+      "ready=FILE, until=FILE";
   plugin.magic_config_key = "cache";
   plugin.config = Configure;
   plugin.config_complete = CheckOptions;
   plugin.get_ready = OpenInForeground;
   plugin.after_fork = OpenInBackground;
-  plugin.unload = [] { g_served = {}; };
+  plugin.unload = Unload;
   plugin.open = OpenConnection;
   plugin.get_size = SizeInBytes;
   plugin.can_write = [](void*) { return 0; };

@@ -32,6 +32,10 @@ RescuedBlocks::RescuedBlocks(std::unique_ptr<EngineRuns> runs, Options options)
     : m_runs(std::move(runs)), m_options(std::move(options)) {}
 
 RescuedBlocks::~RescuedBlocks() {
+  if (!m_stop) End();
+}
+
+void RescuedBlocks::End() {
   if (!m_thread.joinable()) {
     if (m_engine) m_runs->End();  // never started, so this is no stop
     return;
@@ -86,7 +90,7 @@ bool RescuedBlocks::IsWorthAsking(SectorRange* range, const SectorStatus* status
 bool RescuedBlocks::Await(SectorRange range) {
   const auto request = std::make_shared<Request>(Request{range});
   std::unique_lock lock(m_mutex);
-  if (!m_hasEngine && platform::MonotonicSeconds() < m_tryAgainAt) return false;
+  if (m_stop || (!m_hasEngine && platform::MonotonicSeconds() < m_tryAgainAt)) return false;
   const auto place = m_waiting.emplace(range.first, request);
   ++m_waitingCount;
   m_changed.notify_all();

@@ -45,7 +45,7 @@ class RescuedBlocks final : public BlockSource {
   };
 
   RescuedBlocks(std::unique_ptr<EngineRuns> runs, Options options);
-  // Ends the run. REQUIRES: no call of Fetch is under way.
+  // Ends the run, if End did not. REQUIRES: no call of Fetch is under way.
   ~RescuedBlocks() override;
 
   // Begins the first run, for the caller to use until Start; null when that fails.
@@ -56,6 +56,7 @@ class RescuedBlocks final : public BlockSource {
   u64 Sectors() const override { return m_cached->Sectors(); }
   bool Fetch(u64 first, u32 count, u8* out, SectorStatus* statuses) override;
   void ClientCame() override;
+  void End() override;
 
  private:
   struct Request {

@@ -93,7 +93,8 @@ bool AreSameFile(const char16_t* one, const char16_t* other);
 // reserved name such as "NUL" stands for. The path as it is when that fails.
 std::u16string FullPath(const char16_t* path);
 
-enum class PathKind { kAbsent, kFile, kFolder, kDevice, kOther, kUnknown };
+// kDeadLink: a link to what is not there.
+enum class PathKind { kAbsent, kFile, kFolder, kDevice, kOther, kDeadLink, kUnknown };
 PathKind KindOfPath(const char16_t* path);
 
 // Gives a file another name, in the same folder; false when that name is taken.

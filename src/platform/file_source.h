@@ -17,7 +17,8 @@ FileHandle OpenPastCache(FileHandle file);
 u32 UnitPastCache(FileHandle file);
 
 // What it means that a read of the file failed with `code` (0: it came out short without one).
-// `bytes` is what the file had when it was opened. Asks the system, never the disk.
+// `bytes` is what the file had when it was opened. Asks the system, never the disk: the file has
+// gone only where that says so.
 FailureKind KindOfFileFailure(u32 code, FileHandle file, u64 bytes);
 
 }  // namespace larkspur::platform

@@ -34,14 +34,18 @@ bool IsAbandonedSocket(const std::string& path);
 
 class ServerProgram {
  public:
-  enum class State { kStarting, kServing, kEnded };
+  // kFinished: it was asked to end and has nothing left to save.
+  enum class State { kStarting, kServing, kFinished, kEnded };
 
-  // Starts command[0] with its arguments; its messages go where ours go. A last argument is
-  // `readyKey` with the path of a file into which it is to write when it serves. It ends with this
-  // program. Null on failure: platform::LastFailure() says why.
+  // Starts command[0] with its arguments; its messages go where ours go. Two last arguments are
+  // `readyKey` with the path of a file into which it is to write a line when it serves, and another
+  // when it is kFinished; and `untilKey` with that of one that ends when it is to end. It ends with
+  // this program. Null on failure: platform::LastFailure() says why.
   static std::unique_ptr<ServerProgram> Start(std::vector<std::string> command,
-                                              const std::string& readyKey);
-  // Ends it: asks it to, and makes it after some seconds.
+                                              const std::string& readyKey,
+                                              const std::string& untilKey);
+  // Ends it: asks it to, and makes it when it has finished, or after some seconds, or when a signal
+  // comes meanwhile.
   virtual ~ServerProgram() = default;
 
   // Waits up to `seconds`, or until that is its state, or a signal comes; the state then.

@@ -3,6 +3,7 @@
 #include "rescue/ask_queue.h"
 
 #include <chrono>
+#include <system_error>
 
 namespace larkspur {
 namespace {
@@ -16,7 +17,12 @@ AskQueue::AskQueue(AskedSource* source, RescueClock* clock, const std::atomic<bo
     : m_source(source), m_clock(clock), m_stop(stop), m_pages(kSlots * kSlotBytes) {
   for (u32 i = 0; i < kSlots && m_pages.Data(); ++i)
     m_slots[i].data = m_pages.Data() + i * kSlotBytes;
-  if (inThread && IsReady()) m_thread = std::thread([this] { Work(); });
+  if (!inThread || !IsReady()) return;
+  try {
+    m_thread = std::thread([this] { Work(); });
+  } catch (const std::system_error&) {
+    // The system has none to give: it is asked on the caller's thread.
+  }
 }
 
 AskQueue::~AskQueue() {

@@ -46,7 +46,8 @@ struct SourceIdentity {
   }
 };
 
-// One thread at a time, not always the same one. Nothing is asked again below this interface.
+// One thread at a time, not always the same one. Nothing that failed is asked again below this
+// interface.
 class AskedSource {
  public:
   // The largest request, in sectors: 64 KiB.

@@ -6,12 +6,6 @@
 
 namespace larkspur {
 
-u64 ExtentSet::ExtentCount() const {
-  u64 count = 0;
-  for (const Chunk& chunk : m_chunks) count += chunk.size();
-  return count;
-}
-
 void ExtentSet::Clear() {
   m_chunks.clear();
   m_sectors = 0;

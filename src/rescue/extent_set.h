@@ -20,9 +20,7 @@ class ExtentSet {
   explicit ExtentSet(SectorRange range) { Add(range); }
 
   bool IsEmpty() const { return m_chunks.empty(); }
-  // How many sectors, and in how many extents.
   u64 Sectors() const { return m_sectors; }
-  u64 ExtentCount() const;
 
   void Add(SectorRange range);
   void Remove(SectorRange range);

@@ -116,6 +116,8 @@ std::optional<LogFault> FaultOfLog(const std::u16string& path,
       return std::nullopt;
     case platform::PathKind::kFolder:
       return LogFault::kFolder;
+    case platform::PathKind::kDeadLink:
+      return LogFault::kDeadLink;
     case platform::PathKind::kDevice:
     case platform::PathKind::kOther:
       return LogFault::kNoFile;
@@ -145,6 +147,7 @@ FileLog::FileLog(platform::OwnedFile file) : m_file(std::move(file)) {
     Fail();
     return;
   }
+  platform::LockFileAlone(m_file.Handle());  // so that no other run takes it for an output
   m_end = platform::FileSize(m_file.Handle());
   // A run that was killed may have left half a line: the next event begins a line of its own.
   char last = '\n';

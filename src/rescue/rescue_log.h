@@ -66,7 +66,8 @@ enum class LogFault {
   kUsed,     // the run itself reads or writes it
   kForeign,  // it holds something else
   kFolder,
-  kNoFile,  // a device, a pipe
+  kNoFile,    // a device, a pipe
+  kDeadLink,  // a link to what is not there
 };
 
 // Asks before anything is opened for writing. None when there is no such file, an empty one, a log,

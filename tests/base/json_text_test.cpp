@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/printable.h"
+
 namespace larkspur {
 namespace {
 
@@ -34,8 +36,24 @@ TEST(JsonText, NothingElseIsAText) {
   }
 }
 
-TEST(JsonText, ALeadByteAtTheEndIsLeftAlone) {
-  EXPECT_EQ(WithControlsEscaped("\"\xC2"), "\"\xC2");
+// Names that a disk brought in: as JSON they are kept, elsewhere shown without what would make a
+// terminal, or a reader, take them for others.
+TEST(JsonText, WhatControlsAScreenDoesNotReachIt) {
+  const struct {
+    const char *text, *json, *shown;
+  } cases[] = {
+      {"a\u202Egpj.exe", "a\\u202egpj.exe", "a?gpj.exe"},
+      {"\u200Fx\u2066y\u2069", "\\u200fx\\u2066y\\u2069", "?x?y?"},
+      {"\u061C\u2028\x7F\u0085", "\\u061c\\u2028\\u007f\\u0085", "????"},
+      {"\u0627\u200D\u2027\u202F\u20AC", "\u0627\u200D\u2027\u202F\u20AC",
+       "\u0627\u200D\u2027\u202F\u20AC"},
+      {"\n\xC2", "\n\xC2", "??"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(WithControlsEscaped(c.text), c.json);
+    EXPECT_EQ(Printable(c.text), c.shown);
+    EXPECT_EQ(Markup(c.text), c.shown);
+  }
 }
 
 }  // namespace

@@ -110,6 +110,54 @@ class CliTest(program.ProgramTest):
         self.assertEqual(self.image()["readFromSource"], 4500)
         self.assertEqual(self.export(), data)
 
+    def ends(self, log="disk.kvrsp.log"):
+        """How the runs of the log ended; "open" for each without an end."""
+        events = [json.loads(line) for line in pathlib.Path(log).read_text().splitlines()]
+        told = [e.get("how", "open") for e in events if e["event"] in ("open", "end")]
+        return [how for i, how in enumerate(told) if how != "open" or told[i + 1:i + 2] in ([], ["open"])]
+
+    def test_every_run_ends_in_the_log(self):
+        self.make_source(5000)
+        for name, blocks in (("none.map", "0x0 0x1000 -\n"), ("past.map", "0x800000 0x1000 +\n")):
+            pathlib.Path(name).write_text("0x0 ? 1\n" + blocks)
+        self.refused("nosuch", "image", "source.img", "disk.kvrsp", "--domain", "nosuch")
+        self.refused("nowhere", "image", "source.img", "disk.kvrsp", "--report", "nowhere/new.html")
+        self.refused("nowhere", "read", "source.img", "disk.kvrsp", "--start", 0, "--sectors", 1, "-o", "nowhere/new")
+        # A mapfile that wants nothing is no domain that has been read.
+        for name in ("none.map", "past.map"):
+            self.refused("nothing is wanted", "image", "source.img", "disk.kvrsp", "--domain", name, status=2)
+        self.assertEqual(self.ends(), ["done"] * 5)
+        self.assertEqual(self.extents(), [(0, 5000, "missing")])
+
+    def test_outputs_are_judged_before_the_disk_is_asked(self):
+        self.make_source(100)
+        pathlib.Path("mine").write_bytes(b"precious")
+        for command in (["image", "source.img", "disk.kvrsp", "--report", "mine"],
+                        ["files", "source.img", "disk.kvrsp", "--mapfile", "mine"],
+                        ["read", "source.img", "disk.kvrsp", "--start", "0", "--sectors", "1", "-o", "mine"]):
+            self.assertEqual(self.refused("mine: this already exists", *command).stdout, b"")
+        self.assertEqual(sorted(os.listdir()), ["mine", "source.img"])
+
+    @native_only
+    def test_a_link_to_nothing_is_told_as_that(self):
+        self.make_source(100)
+        os.symlink("nowhere", "link")
+        self.refused("link: this is a link to a file that is not there", "image", "source.img", "link")
+        os.symlink("nowhere", "disk.kvrsp.log")
+        self.refused("this is a link to a file that is not there", "image", "source.img", "disk.kvrsp")
+        os.unlink("disk.kvrsp.log")
+        self.image()
+        self.refused("link: this is a link to a file that is not there", "export", "disk.kvrsp", "link", "--force")
+        self.assertFalse(os.path.exists("nowhere"))
+
+    def test_read_of_nothing_but_bad_sectors(self):
+        self.make_source(5000)
+        pathlib.Path("bad.map").write_text(mapfile_text(5000, [(1000, 64)]))
+        read = self.call("read", "source.img", "disk.kvrsp", "--test-mode", "bad.map", "--start", 1000,
+                         "--sectors", 64, "-o", "part", status=3)
+        self.assertEqual(read.stderr, b"")
+        self.assertEqual(pathlib.Path("part").read_bytes(), bytes(64 * SECTOR))
+
     def test_read_keeps_what_it_read(self):
         data = self.make_source(1000)
         self.call("read", "source.img", "disk.kvrsp", "--start", 3, "--sectors", 7, "-o", "part")
@@ -411,14 +459,13 @@ class CliTest(program.ProgramTest):
                             ["read", "source.img", "disk.kvrsp", "--test-mode", "all.map", "--start", "0",
                              "--sectors", "1", "-o", output]]
                 if "log" in output:
-                    commands = [["map", "disk.kvrsp", "--mapfile", output],
-                                ["report", "disk.kvrsp", output]] + (commands if made else [])
+                    commands = [["map", "disk.kvrsp", "--mapfile", output], ["report", "disk.kvrsp", output],
+                                ["export", "disk.kvrsp", output]] + (commands if made else [])
                 for command in commands:
                     with self.subTest(command=command):
                         self.call(*command, "--force", status=1)
             if made:
                 self.assertTrue(pathlib.Path("disk.kvrsp.log").read_bytes().startswith(log))
-                self.refused("its log", "export", "disk.kvrsp", "disk.kvrsp.log", "--force")
         self.assert_file("source.img", data)
         self.assertEqual(pathlib.Path("all.map").read_text(), mapfile_text(100, []))
 
@@ -446,14 +493,19 @@ class CliTest(program.ProgramTest):
         self.assertEqual(pathlib.Path("patient.img").read_bytes(), bytes(1 << 20))
 
     @native_only
-    def test_a_cache_that_is_worked_on_is_no_output(self):
-        self.make_source(100)
+    def test_what_another_run_works_on_is_no_output(self):
+        data = self.make_source(5000)
         self.image()
-        run("image", "source.img", "other.kvrsp")
-        with open("other.kvrsp", "rb") as cache:
-            fcntl.flock(cache, fcntl.LOCK_EX)
-            self.call("map", "disk.kvrsp", "--svg", "other.kvrsp", "--force", status=1)
-        self.call("check", "other.kvrsp")
+        other = start("image", "source.img", "other.kvrsp", "--max-rate", "1M")
+        self.addCleanup(other.kill)
+        while not os.path.exists("other.kvrsp.log"):
+            time.sleep(0.01)
+        for command in (["map", "disk.kvrsp", "--svg"], ["export", "disk.kvrsp"], ["report", "disk.kvrsp"]):
+            for output in ("other.kvrsp", "other.kvrsp.log"):
+                self.refused(f"{output}: another run is using this", *command, output, "--force")
+        self.assertEqual(other.wait(), 0)
+        self.call("export", "other.kvrsp", "other.img")
+        self.assert_file("other.img", data)
 
     # What standard streams do
 
@@ -580,13 +632,13 @@ class CliTest(program.ProgramTest):
             ((), 2, "--help"),
             (("info", "absent"), 1, "absent"),
             (("info", "foreign"), 1, "foreign: this is not a cache\n"),
-            (("image", "source.img", "c", "--test-mode", "empty"), 1, "empty: the mapfile is empty"),
+            (("image", "source.img", "c", "--test-mode", "empty"), 1, "empty: this is not a mapfile: it is empty"),
             (("map", "folder"), 1, "folder"),
             (("map", "disk.kvrsp", "--png", "disk.kvrsp"), 1, "overwrite"),
             (("map", "disk.kvrsp", "--png", "nowhere/x.png"), 1, "nowhere"),
             (("check", "absent"), 1, "absent"),
             (("export", "disk.kvrsp", "foreign"), 1, "exists"),
-            (("export", "disk.kvrsp", "disk.kvrsp"), 1, "this is the cache"),
+            (("export", "disk.kvrsp", "disk.kvrsp"), 1, "would overwrite"),
             (("read", "source.img", "disk.kvrsp", "--start", "0", "--sectors", "1", "-o",
               "source.img"), 1, "overwrite"),
         ]

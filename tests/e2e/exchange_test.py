@@ -96,8 +96,8 @@ class ExchangeTest(program.ProgramTest):
         self.make_source(100, "rescue.img")
         whole = f"0 +\n0 {100 * SECTOR} +\n"
         cases = [
-            ("empty", "", "the mapfile is empty"),
-            ("no status line", "# x\n", "status line"),
+            ("empty", "", "not a mapfile: it is empty"),
+            ("no status line", "# x\n\n", "nothing but comments"),
             ("garbage", "\x00\xff\x01\n", "line 1"),
             ("an unknown status", "0 +\n0 512 x\n", "line 2"),
             ("an overlap", "0 +\n0 1024 +\n512 512 -\n", "line 3"),

@@ -4,6 +4,7 @@
 dying, whose own log tells what it was asked. Usage: serve_test.py ARGUMENTS, as program.py takes them."""
 
 import hashlib
+import json
 import os
 import pathlib
 import re
@@ -150,6 +151,7 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
         self.cannot_serve("no partition 3", "--socket", "t", "--partition", "3")
 
     def test_what_is_in_the_way_is_said_plainly(self):
+        self.cannot_serve("no such folder", "--socket", "nowhere/s")
         self.make_cache(100)
         pathlib.Path("taken").write_text("mine")
         with socket.socket(socket.AF_UNIX) as one:
@@ -234,6 +236,18 @@ h.poll(0)
         self.assertLess(time.monotonic() - started, 5)
         busy.join()
         self.assertFalse(pathlib.Path("s").exists())
+
+    def test_what_was_read_is_flushed_though_an_idle_client_stays(self):
+        self.make_source(4096)
+        uri, process = self.serve("--socket", "s", source=("source.img",))
+        subprocess.run(["nbdcopy", uri, "null:"], check=True, timeout=60)
+        client = socket.socket(socket.AF_UNIX)
+        client.connect("s")
+        self.addCleanup(client.close)
+        self.end(process, signal.SIGINT)
+        events = [json.loads(line) for line in pathlib.Path("disk.kvrsp.log").read_text().splitlines()]
+        self.assertEqual([e["event"] for e in events][-3:], ["storing", "synced", "end"])
+        self.assertRegex(pathlib.Path("said").read_text(), "^larkspur: [^\n]*stopped; what was read is kept[^\n]*\n$")
 
     def test_without_nbdkit_the_package_is_named(self):
         self.make_cache(100)

@@ -113,6 +113,10 @@ TEST_F(StoragesTest, WhatAModuleMadeHasAMapAndKnowsItsSource) {
   ASSERT_TRUE(storages.TakeMade({folder.File(u"c.kvrsp"), storages.At(disk).IO()}, &index));
   Storage& made = storages.At(index);
   ASSERT_TRUE(made.map);
+  const auto files = storages.Files();  // no output takes their place
+  for (const char16_t* name : {u"disk", u"c.kvrsp", u"c.kvrsp.log"}) {
+    EXPECT_NE(std::find(files.begin(), files.end(), folder.File(name)), files.end());
+  }
   EXPECT_EQ(made.map->GetSectorCount(), 64u);
   EXPECT_TRUE(made.source.IsThere());
   // The disk is cut while both are shown; closing the disk does not make the storage forget it.

@@ -57,7 +57,7 @@ TEST(Mapfile, NamesTheWrongLine) {
     u32 line;
   } cases[] = {
       {"", 0},
-      {"# only a comment\n", 1},
+      {"# only a comment\n\n", 0},
       {"nonsense\n", 1},
       {"0x0 !\n", 1},
       {"0 + 1 2\n", 1},

@@ -38,12 +38,12 @@ TEST(RescueWords, LeavesOutWhatDoesNotFit) {
       {100,
        "copy    50.0%  present 1020.0 KiB  unreadable 8 sectors  21.5 MiB/s  no answer for 0:12  "
        "12:33 left"},
-      {80, "copy    50.0%  unreadable 8 sectors  21.5 MiB/s  no answer for 0:12  12:33 left"},
-      {79, "copy    50.0%  unreadable 8 sectors  no answer for 0:12  12:33 left"},
+      {79, "copy    50.0%  unreadable 8 sectors  21.5 MiB/s  no answer for 0:12  12:33 left"},
+      {78, "copy    50.0%  unreadable 8 sectors  no answer for 0:12  12:33 left"},
       {60, "copy    50.0%  unreadable 8 sectors  no answer for 0:12"},
-      {55, "copy    50.0%  no answer for 0:12"},
-      {33, "copy    50.0%"},
-      {13, "copy  "},
+      {54, "copy    50.0%  no answer for 0:12"},
+      {32, "copy    50.0%"},
+      {12, "copy  "},
       {0, ""},
   };
   for (const auto& c : cases) EXPECT_EQ(FormatProgress(all, c.width), c.text) << c.width;

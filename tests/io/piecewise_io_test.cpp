@@ -15,15 +15,12 @@ namespace {
 
 class PiecewiseIO : public testing::Test {
  protected:
-  PiecewiseIO() { m_traffic->stop = &m_stop; }
-
   u32 Read(u64 sector, u32 count) {
     m_buffer.assign(u64{count} * kSectorBytes, 0xEE);
     m_io.SetPosition(sector);
     return m_io.Read(m_buffer.data(), count);
   }
-  // Asks for [first, first+count) one by one: a letter each, '1' delivered, 'r' refused by the
-  // source, '-' not delivered for another reason.
+  // Asks for [first, first+count) one by one: a letter each, '1' delivered, '-' not.
   std::string Singly(u64 first, u32 count) {
     std::string text;
     for (u64 sector = first; sector < first + count; ++sector) {
@@ -31,13 +28,12 @@ class PiecewiseIO : public testing::Test {
       if (delivered) {
         EXPECT_TRUE(fakes::IsPattern(sector, m_buffer.data())) << sector;
       }
-      text += delivered ? '1' : m_traffic->refusedBySource ? 'r' : '-';
+      text += delivered ? '1' : '-';
     }
     return text;
   }
 
   std::shared_ptr<fakes::SourceScript> m_script = std::make_shared<fakes::SourceScript>(1000);
-  std::atomic<bool> m_stop{false};
   std::shared_ptr<SourceTraffic> m_traffic = std::make_shared<SourceTraffic>();
   cPiecewiseIO m_io{fakes::SourceOn(m_script), m_traffic};
   std::vector<u8> m_buffer;
@@ -53,8 +49,6 @@ TEST_F(PiecewiseIO, AsksInAlignedPieces) {
   for (u64 i = 0; i < 300; ++i) {
     EXPECT_TRUE(fakes::IsPattern(100 + i, &m_buffer[i * kSectorBytes]));
   }
-  EXPECT_EQ(m_traffic->asked, 300u);
-  EXPECT_EQ(m_traffic->askedAlone, 0u);
   requests.clear();
   EXPECT_EQ(Read(400, 10), 10u) << "the position is the caller's";
   EXPECT_EQ(m_io.Read(m_buffer.data(), 1), 1u);
@@ -64,14 +58,13 @@ TEST_F(PiecewiseIO, AsksInAlignedPieces) {
 TEST_F(PiecewiseIO, KeepsWhatAShortRequestDelivered) {
   m_script->failing = {300};
   EXPECT_EQ(Read(100, 600), 200u) << "up to the failing sector";
-  EXPECT_EQ(m_traffic->asked, 600u) << "and the rest is asked and kept";
+  EXPECT_EQ(m_script->Asked(699), 1u) << "and the rest is asked and kept";
   const u64 requests = m_script->requests;
   EXPECT_EQ(Singly(100, 200), std::string(200, '1'));
   EXPECT_EQ(m_script->requests, requests) << "from what was kept";
-  EXPECT_EQ(Singly(300, 400), "r" + std::string(399, '1'));
+  EXPECT_EQ(Singly(300, 400), "-" + std::string(399, '1'));
   EXPECT_EQ(m_script->requests, requests + 84) << "those of 300 to 383 were asked alone";
-  EXPECT_EQ(m_traffic->askedAlone, 84u);
-  EXPECT_EQ(Singly(300, 1), "r");
+  EXPECT_EQ(Singly(300, 1), "-");
   EXPECT_EQ(m_script->askedAlone[300], 1u) << "asked alone once";
   EXPECT_EQ(m_script->AskedMoreThan(2), "");
 }
@@ -79,10 +72,10 @@ TEST_F(PiecewiseIO, KeepsWhatAShortRequestDelivered) {
 TEST_F(PiecewiseIO, ASingleSectorIsAskedOnce) {
   m_script->failing = {5, 128};
   EXPECT_EQ(Read(5, 1), 0u);
-  EXPECT_EQ(Singly(5, 1), "r");
+  EXPECT_EQ(Singly(5, 1), "-");
   EXPECT_EQ(m_script->Asked(5), 1u);
   EXPECT_EQ(Read(127, 2), 1u);
-  EXPECT_EQ(Singly(127, 2), "1r") << "a piece of one sector was asked alone already";
+  EXPECT_EQ(Singly(127, 2), "1-") << "a piece of one sector was asked alone already";
   EXPECT_EQ(m_script->Asked(128), 1u);
 }
 
@@ -93,25 +86,7 @@ TEST_F(PiecewiseIO, NeverAsksBehindTheEnd) {
   EXPECT_EQ(Singly(999, 3).front(), '1');
   EXPECT_EQ(m_script->AskedMoreThan(1), "");
   EXPECT_EQ(m_script->requestsPastEnd, 0u);
-  EXPECT_EQ(m_traffic->asked, 50u);
   EXPECT_FALSE(m_traffic->gone);
-}
-
-TEST_F(PiecewiseIO, StopsAskingWhenToldTo) {
-  m_script->failing = {300};
-  m_script->onRequest = [this](u64 sector, u32) { m_stop = sector >= 256; };
-  EXPECT_EQ(Read(0, 600), 300u);
-  EXPECT_EQ(m_script->requests, 3u);
-  EXPECT_EQ(Singly(298, 4), "11--") << "kept sectors are given, no other is asked";
-  EXPECT_EQ(m_script->requests, 3u);
-  m_stop = false;
-  m_script->onRequest = nullptr;
-  EXPECT_EQ(Singly(298, 4), "11r1") << "asked when asking continues";
-  EXPECT_EQ(Singly(500, 1), "1");
-  EXPECT_EQ(m_script->Asked(500), 1u);
-  m_stop = true;
-  EXPECT_EQ(Read(700, 100), 0u);
-  EXPECT_EQ(m_script->Asked(700), 0u);
 }
 
 TEST_F(PiecewiseIO, ASourceThatShrinksIsGone) {
@@ -128,7 +103,6 @@ TEST_F(PiecewiseIO, ClonesShareTheirTraffic) {
   EXPECT_TRUE(m_io.IsSameAs(clone.get()));
   m_buffer.resize(kSectorBytes);
   EXPECT_EQ(clone->Read(m_buffer.data(), 1), 1u);
-  EXPECT_EQ(m_traffic->asked, 1u);
   EXPECT_TRUE(m_io.QueryCapability());
   EXPECT_EQ(m_io.GetSectorCount(), 1000u);
   EXPECT_EQ(m_io.SetPosition(1001), 1000u);

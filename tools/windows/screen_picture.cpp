@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
+#include "imaging/output_file.h"
 #include "imaging/png_writer.h"
-#include "imaging/text_file.h"
 #include "ui/handles.h"
 
 namespace larkspur {
@@ -54,7 +54,7 @@ bool SavePicture(const ScreenPixels& shown, const std::u16string& path) {
         i % columns, i / columns, 1, 1,
         {static_cast<u8>(pixel >> 16), static_cast<u8>(pixel >> 8), static_cast<u8>(pixel)});
   }
-  return WriteWholeFile(path, canvas.ToPng());
+  return ReplaceOutput(path, canvas.ToPng());
 }
 
 bool SavePicture(HWND window, const std::u16string& path) {

@@ -37,6 +37,7 @@ std::string MapfileWords(const MapfileFault& fault) {
   if (fault.detail.empty()) {
     return "This is not a mapfile: it is larger than " + SizeText(kMaxMapfileBytes) + ".";
   }
+  if (fault.line == 0) return "This is not a mapfile: " + fault.detail + ".";
   return fmt::format("The mapfile is wrong in line {}: {}", fault.line, fault.detail);
 }
 

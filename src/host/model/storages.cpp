@@ -9,6 +9,7 @@
 #include "base/heap.h"
 #include "host/model/words.h"
 #include "imaging/cache.h"
+#include "imaging/output_file.h"
 #include "partitions/detection.h"
 #include "platform/file.h"
 #include "platform/system_error.h"
@@ -137,6 +138,16 @@ cStorages::Adding cStorages::Add(OpenedStorage opened, size_t* index) {
   }
   if (storage.kind != StorageKind::kDrive) LetRead(*index);
   return Adding::kAdded;
+}
+
+std::vector<std::u16string> cStorages::Files() const {
+  std::vector<std::u16string> files;
+  for (const auto& storage : m_storages) {
+    files.insert(files.end(), {storage->path, storage->source.path});
+    if (!storage->map) continue;
+    for (std::u16string& file : FilesOfCache(storage->path)) files.push_back(std::move(file));
+  }
+  return files;
 }
 
 void cStorages::LetRead(size_t index) {

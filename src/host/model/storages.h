@@ -78,6 +78,9 @@ class cStorages final : public HostStorageList {
   // was open already included.
   Adding Add(OpenedStorage opened, size_t* index);
 
+  // What no output may overwrite: the files and devices of all that is open.
+  std::vector<std::u16string> Files() const;
+
   // Lets a drive be read as it stands, and reads its partitions.
   void LetRead(size_t index);
 

@@ -201,8 +201,10 @@ std::u16string FullPath(const char16_t* path) {
 
 PathKind KindOfPath(const char16_t* path) {
   struct stat status;
-  if (!Succeeded(stat(Utf8FromWide(path).c_str(), &status))) {
-    return errno == ENOENT ? PathKind::kAbsent : PathKind::kUnknown;
+  const std::string name = Utf8FromWide(path);
+  if (!Succeeded(stat(name.c_str(), &status))) {
+    if (errno != ENOENT) return PathKind::kUnknown;
+    return lstat(name.c_str(), &status) == 0 ? PathKind::kDeadLink : PathKind::kAbsent;
   }
   if (S_ISREG(status.st_mode)) return PathKind::kFile;
   if (S_ISDIR(status.st_mode)) return PathKind::kFolder;

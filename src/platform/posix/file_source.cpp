@@ -34,9 +34,10 @@ u32 UnitPastCache(FileHandle file) {
 
 FailureKind KindOfFileFailure(u32 code, FileHandle file, u64 bytes) {
   const FailureKind kind = code == 0 ? FailureKind::kUnclear : KindOfFailure(code);
-  if (kind == FailureKind::kMedium || kind == FailureKind::kGone) return kind;
+  if (kind == FailureKind::kMedium) return kind;
   const FailureKind state = StateOfFile(static_cast<int>(file), bytes);
-  return state == FailureKind::kNone ? kind : state;
+  if (state != FailureKind::kNone) return state;
+  return kind == FailureKind::kGone ? FailureKind::kTransport : kind;  // of this piece only
 }
 
 }  // namespace larkspur::platform

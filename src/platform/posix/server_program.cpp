@@ -24,7 +24,7 @@
 namespace larkspur::platform {
 namespace {
 
-constexpr double kGraceSeconds = 4;
+constexpr double kFinishSeconds = 10;  // what was read is flushed to disk meanwhile
 constexpr double kEndSeconds = 1;
 
 std::vector<char*> Arguments(const std::vector<std::string>& command) {
@@ -41,14 +41,23 @@ std::vector<char*> Arguments(const std::vector<std::string>& command) {
   _exit(127);
 }
 
+void CloseBoth(const int (&ends)[2]) {
+  for (const int end : ends) close(end);
+}
+
 class ForkedServer final : public ServerProgram {
  public:
-  // `ready` is the end of the pipe that tells: written to when it serves, closed when it has ended.
-  ForkedServer(pid_t process, int ready) : m_process(process), m_ready(ready) {}
+  // `ready` is the end of the pipe that tells: a line when it serves, one when it has finished, and
+  // closed when it has ended. `until` is closed to have it end.
+  ForkedServer(pid_t process, int ready, int until)
+      : m_process(process), m_ready(ready), m_until(until) {}
   ~ForkedServer() override {
+    close(m_until);
     if (m_state != State::kEnded) kill(m_process, SIGTERM);
-    // One that waits for its disk in the kernel ends when that answers.
-    if (WaitFor(State::kEnded, kGraceSeconds) != State::kEnded) {
+    // One that waits for its disk in the kernel ends when that answers; and one that has clients,
+    // when these go.
+    WaitFor(State::kFinished, kFinishSeconds);
+    if (WaitFor(State::kEnded, kEndSeconds) != State::kEnded) {
       kill(m_process, SIGKILL);
       WaitFor(State::kEnded, kEndSeconds);
     }
@@ -70,12 +79,15 @@ class ForkedServer final : public ServerProgram {
     char text[64];
     const ssize_t got = read(m_ready, text, sizeof text);
     if (got < 0) return;
-    m_state = got > 0 ? State::kServing : State::kEnded;
+    m_lines += std::count(text, text + got, '\n');
+    m_state = got == 0 ? State::kEnded : m_lines > 1 ? State::kFinished : State::kServing;
     if (got == 0) waitpid(m_process, nullptr, 0);
   }
 
   const pid_t m_process;
   const int m_ready;
+  const int m_until;
+  std::ptrdiff_t m_lines = 0;
   State m_state = State::kStarting;
 };
 
@@ -173,26 +185,33 @@ bool IsAbandonedSocket(const std::string& path) {
 }
 
 std::unique_ptr<ServerProgram> ServerProgram::Start(std::vector<std::string> command,
-                                                    const std::string& readyKey) {
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) {
+                                                    const std::string& readyKey,
+                                                    const std::string& untilKey) {
+  int ready[2], until[2];
+  const bool hasReady = pipe2(ready, O_CLOEXEC) == 0;
+  if (!hasReady || pipe2(until, O_CLOEXEC) != 0) {
     SetLastFailure(static_cast<u32>(errno));
+    if (hasReady) CloseBoth(ready);
     return nullptr;
   }
-  command.push_back(readyKey + "/proc/self/fd/" + std::to_string(ends[1]));
+  command.push_back(readyKey + "/proc/self/fd/" + std::to_string(ready[1]));
+  command.push_back(untilKey + "/proc/self/fd/" + std::to_string(until[0]));
   const std::vector<char*> arguments = Arguments(command);
   const pid_t parent = getpid();
   const pid_t process = fork();
   if (process == 0) {
-    fcntl(ends[1], F_SETFD, 0);  // stays open as long as the server runs
+    fcntl(ready[1], F_SETFD, 0);  // stays open as long as the server runs
+    fcntl(until[0], F_SETFD, 0);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent) _exit(1);
     Become(arguments, -1);
   }
   const int error = errno;
-  close(ends[1]);
-  if (process > 0) return std::make_unique<ForkedServer>(process, ends[0]);
-  close(ends[0]);
+  close(ready[1]);
+  close(until[0]);
+  if (process > 0) return std::make_unique<ForkedServer>(process, ready[0], until[1]);
+  close(ready[0]);
+  close(until[1]);
   SetLastFailure(static_cast<u32>(error));
   return nullptr;
 }

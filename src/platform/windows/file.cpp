@@ -195,7 +195,8 @@ std::u16string FullPath(const char16_t* path) {
 }
 
 PathKind KindOfPath(const char16_t* path) {
-  if (IsDevicePath(path)) return PathKind::kDevice;
+  // Some names are devices in every folder: FullPath tells.
+  if (IsDevicePath(path) || IsDevicePath(FullPath(path).c_str())) return PathKind::kDevice;
   const DWORD attributes = GetFileAttributesW(NativePath(path).c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) {
     const DWORD error = GetLastError();

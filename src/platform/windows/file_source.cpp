@@ -22,11 +22,12 @@ u32 UnitPastCache(FileHandle) {
 
 FailureKind KindOfFileFailure(u32 code, FileHandle file, u64 bytes) {
   const FailureKind kind = code == 0 ? FailureKind::kUnclear : KindOfFailure(code);
-  if (kind == FailureKind::kMedium || kind == FailureKind::kGone) return kind;
+  if (kind == FailureKind::kMedium) return kind;
   LARGE_INTEGER size;
   const bool isThere = GetFileSizeEx(reinterpret_cast<HANDLE>(file), &size) &&
                        static_cast<u64>(size.QuadPart) >= bytes;
-  return isThere ? kind : FailureKind::kGone;
+  if (!isThere) return FailureKind::kGone;
+  return kind == FailureKind::kGone ? FailureKind::kTransport : kind;  // of this piece only
 }
 
 }  // namespace larkspur::platform

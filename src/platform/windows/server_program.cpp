@@ -28,7 +28,8 @@ bool IsAbandonedSocket(const std::string&) {
   return false;
 }
 
-std::unique_ptr<ServerProgram> ServerProgram::Start(std::vector<std::string>, const std::string&) {
+std::unique_ptr<ServerProgram> ServerProgram::Start(std::vector<std::string>, const std::string&,
+                                                    const std::string&) {
   return nullptr;
 }
 
