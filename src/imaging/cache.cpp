@@ -170,7 +170,7 @@ std::optional<CacheFault> DamageByLog(const std::u16string& path, cKVRSparseIO* 
   if (sectors != 0 && sectors != image->GetSectorCount()) {
     return CacheFault{CacheFaultKind::kOtherHeader};
   }
-  if (!IsStoringInDoubt(*history)) return std::nullopt;
+  if (!IsStoringInDoubt(*history, path)) return std::nullopt;
   const auto zeros = ZerosIn(image, history->storing);
   if (!zeros) return CacheFault{CacheFaultKind::kUnreadable, platform::LastFailure()};
   // After a flush that failed, memory may show what the disk lacks.

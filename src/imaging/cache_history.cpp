@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "platform/boot.h"
+#include "platform/medium.h"
 #include "platform/system_error.h"
 #include "rescue/cache_store.h"
 #include "rescue/rescue_log.h"
@@ -47,8 +48,12 @@ Result<RescueHistory, u32> HistoryOf(const std::u16string& cachePath, const Spar
   return none;
 }
 
-bool IsStoringInDoubt(const RescueHistory& history) {
-  return history.syncFailed || (!history.storing.IsEmpty() && history.boot != platform::BootId());
+bool IsStoringInDoubt(const RescueHistory& history, const std::u16string& cachePath) {
+  if (history.syncFailed) return true;
+  if (history.storing.IsEmpty()) return false;
+  if (history.boot != platform::BootId()) return true;
+  // Logs of earlier versions do not tell.
+  return !history.medium.empty() && history.medium != platform::MediumStay(cachePath.c_str());
 }
 
 std::optional<ExtentSet> ZerosIn(cKVRSparseIO* image, const ExtentSet& areas) {

@@ -20,8 +20,8 @@ namespace larkspur {
 Result<RescueHistory, u32> HistoryOf(const std::u16string& cachePath, const SparseLayout& layout);
 
 // Whether what was being stored (history.storing) may never have reached the disk: flushing failed,
-// or the machine was switched off before it was done.
-bool IsStoringInDoubt(const RescueHistory& history);
+// or the machine was switched off, or the cache's medium was away, before it was done.
+bool IsStoringInDoubt(const RescueHistory& history, const std::u16string& cachePath);
 
 // The present sectors of `areas` that are nothing but zeros; none when the cache cannot be read.
 std::optional<ExtentSet> ZerosIn(cKVRSparseIO* image, const ExtentSet& areas);

@@ -5,6 +5,7 @@
 #include "base/path_text.h"
 #include "imaging/cache_history.h"
 #include "platform/boot.h"
+#include "platform/medium.h"
 #include "platform/page_cache.h"
 #include "platform/system_error.h"
 
@@ -54,7 +55,7 @@ Result<void, SessionFault> RescueSession::Open(EngineOptions options, bool other
     if (!m_cache->lock->Sync()) return FailedAs(SessionFaultKind::kCacheNotFlushed);
     platform::DropCachedPages(m_cachePath.c_str());
   }
-  if (IsStoringInDoubt(history)) {
+  if (IsStoringInDoubt(history, m_cachePath)) {
     const std::optional<u64> disbelieved = DisbelieveZeros(m_cache->image.get(), history.storing);
     if (!disbelieved) return FailedAs(SessionFaultKind::kCacheUnreadable);
     m_disbelieved = *disbelieved;
@@ -65,6 +66,7 @@ Result<void, SessionFault> RescueSession::Open(EngineOptions options, bool other
   m_log->Write(LogEvent("open")
                    .Add("version", LARKSPUR_VERSION)
                    .Add("boot", platform::BootId())
+                   .Add("medium", platform::MediumStay(m_cachePath.c_str()))
                    .Add("source", identity)
                    .Add("stamp", u64{m_cache->image->Layout().stamp}));
   m_engine = std::make_unique<Engine>(m_source->asked.get(), &m_store, m_log.get(), &m_clock,

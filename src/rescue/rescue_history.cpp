@@ -130,6 +130,7 @@ void HistoryReader::TakeOpen(const JsonLine& event) {
   m_history.source = std::move(source);
   m_history.stamp = stamp;
   m_history.boot = boot;
+  m_history.medium = event.Text("medium").value_or("");
   m_history.ended = false;
   if (m_history.runs.size() == RescueHistory::kMaxRuns) {
     m_history.runs.erase(m_history.runs.begin());

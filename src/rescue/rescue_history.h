@@ -45,6 +45,7 @@ struct RescueHistory {
   std::optional<SourceIdentity> source;
   u32 stamp = 0;            // of the cache that the last run worked on
   std::string boot;         // of the machine, when the last run began
+  std::string medium;       // the stay of the cache's medium in this machine, the same
   bool ended = true;        // the last run has said how it ended
   bool syncFailed = false;  // the last attempt to flush the cache to disk failed
 

@@ -10,6 +10,7 @@
 #include "fakes/temp_folder.h"
 #include "imaging/check.h"
 #include "platform/boot.h"
+#include "platform/medium.h"
 #include "rescue/cache_store.h"
 #include "rescue/rescue_log.h"
 
@@ -112,7 +113,7 @@ class DoubtfulCache : public testing::Test {
 
 TEST_F(DoubtfulCache, WhatWasNeverFlushedIsInDoubt) {
   EXPECT_EQ(Damage(), std::nullopt);
-  const std::string boot = platform::BootId();
+  const std::string boot = platform::BootId(), medium = platform::MediumStay(m_path.c_str());
   const LogEvent zeros = LogEvent("storing").Add(SectorRange{896, 512});
   const LogEvent data = LogEvent("storing").Add(SectorRange{2048, 512});
   const LogEvent synced("synced"), failed("sync-failed");
@@ -123,6 +124,8 @@ TEST_F(DoubtfulCache, WhatWasNeverFlushedIsInDoubt) {
   } rows[] = {
       {"killed", {Opened(boot), zeros}, false},
       {"switched off", {Opened("before"), zeros}, true},
+      {"its disk was away", {Opened(boot).Add("medium", "before"), zeros}, true},
+      {"its disk stayed", {Opened(boot).Add("medium", medium), zeros}, false},
       {"switched off, and nothing is zero", {Opened("before"), data}, false},
       {"flushed", {Opened("before"), zeros, synced}, false},
       {"not flushed", {Opened(boot), data, failed}, true},

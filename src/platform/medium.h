@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+#include <string>
+
+namespace larkspur::platform {
+
+// What names the stay of a file's medium in this machine: another one after the medium was away, or
+// its file system was mounted again. May also change without that, and then says less than it
+// could; empty where the system does not tell.
+std::string MediumStay(const char16_t* file);
+
+}  // namespace larkspur::platform
