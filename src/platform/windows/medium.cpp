@@ -4,7 +4,7 @@
 
 namespace larkspur::platform {
 
-// Windows has no number that a disk gets anew when it is plugged in.
+// Windows gives a disk no number of its own each time that it is plugged in.
 std::string MediumStay(const char16_t*) {
   return {};
 }
