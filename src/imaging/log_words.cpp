@@ -30,7 +30,7 @@ std::string TimeText(const std::string& logged) {
   if (logged.size() != kAll || logged[kDate] != 'T' || logged.back() != 'Z') {
     return Printable(logged);
   }
-  return Printable(logged.substr(0, kDate) + ' ' + logged.substr(kDate + 1, kTime));
+  return Printable(fmt::format("{} {}", logged.substr(0, kDate), logged.substr(kDate + 1, kTime)));
 }
 
 std::string RunsText(const std::vector<HistoryRun>& runs) {
