@@ -7,6 +7,7 @@
 #include "fakes/disk_builder.h"
 #include "fakes/dying_disk.h"
 #include "fakes/images.h"
+#include "fakes/lvm2_disk.h"
 #include "fakes/memory_disk.h"
 #include "files/volumes.h"
 #include "rescue/engine.h"
@@ -34,6 +35,18 @@ TEST(Partition, IsTheOneThatTheTreeShows) {
   ASSERT_EQ(layout.volumes.size(), 2u);
   EXPECT_EQ(layout.volumes[0].sectors, (SectorRange{2048, 8000}));
   EXPECT_EQ(layout.free.NextFrom(0), (SectorRange{0, 2048}));
+}
+
+// What a table of partitions gives to none is free; what a volume manager does may be in use.
+TEST(Partition, WhatAVolumeManagerLeavesIsNotFree) {
+  const auto disk =
+      fakes::Lvm2Disk()
+          .Label()
+          .Area({.text = fakes::Lvm2Group(fakes::Lvm2Volume("root", fakes::Lvm2Linear(0, 4)))})
+          .Disk();
+  const VolumeLayout layout = LayoutOf(disk.get());
+  EXPECT_TRUE(layout.free.IsEmpty());
+  EXPECT_TRUE(layout.unknown.Contains(600));
 }
 
 TEST(Partition, WhatTheCacheLacksIsTold) {

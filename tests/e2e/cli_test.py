@@ -577,6 +577,10 @@ class CliTest(program.ProgramTest):
                              "disk.kvrsp", f"{option}={number}", status=2)
         self.refused("start", "image", "source.img", "disk.kvrsp", "--start", "-1", status=2)
         self.refused("sectors", "image", "source.img", "disk.kvrsp", "--sectors", "0", status=2)
+        for size in ("9000000", "9000000b", "9000 k", "9MB", "9Mi", "9 MiB"):
+            self.call("image", "source.img", f"{size}.kvrsp", "--max-rate", size)
+        for size in ("9x", "9 iB", "MB", "0", "-9M"):
+            self.refused("--max-rate", "image", "source.img", "disk.kvrsp", f"--max-rate={size}", status=2)
         for words, status, *options in (
                 ("auto, on or off, not \"x\"", 2, "--pass-through=x"),
                 ("--start excludes --partition", 2, "--partition", "1", "--start", "5"),

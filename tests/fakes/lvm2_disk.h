@@ -47,6 +47,7 @@ class Lvm2Disk {
 
   u8* At(u64 position) { return m_disk.At(0, position, 1); }
   std::string Tree() const { return m_disk.Tree(); }
+  auto Disk() const { return m_disk.Disk(); }
 
  private:
   void SignLabel();

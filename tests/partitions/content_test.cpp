@@ -133,8 +133,12 @@ std::vector<Case> Crafted() {
       {"Promise", Disk().Text(kSectors - 63, 0, "Promise Technology, Inc."),
        "promise_fasttrack_raid_member"},
       {"VMFS",
-       DiskBuilder(8192).Le(4096, 0, 4, 0x2FABF15E).Le(4096, 4, 4, 5).Text(4096, 29, "datastore1"),
-       "VMFS \"datastore1\", 00000000-00000000-0000-000000000000"},
+       DiskBuilder(8192)
+           .Le(4096, 0, 4, 0x2FABF15E)
+           .Le(4096, 4, 4, 5)
+           .Le(4096, 9, 8, 0x0807060504030201)
+           .Text(4096, 29, "datastore1"),
+       "VMFS \"datastore1\", 04030201-08070605-0000-000000000000"},
       {"UDF of blocks of 4096 bytes",
        Disk().Text(64, 1, "BEA01").Text(72, 1, "NSR03").Text(80, 1, "TEA01"), "udf"},
       {"UFS of the other byte order", Disk().Be(16, 1372, 4, 0x19540119).Be(16, 48, 4, 8192),

@@ -71,7 +71,8 @@ TEST(RescueHistoryTest, TellsWhatWasWritten) {
     EXPECT_EQ(history.runs[0].how, "done");
     EXPECT_EQ(history.runs[0].asked, 9500u);
     EXPECT_EQ(history.points.size(), 2u);
-    EXPECT_EQ(history.slowest.size(), 3u);
+    ASSERT_EQ(history.slowest.size(), 3u);
+    EXPECT_EQ(history.slowest[0].seconds, 1.5);
     EXPECT_EQ(history.wrongLines, 0u);
   }
 }
