@@ -132,9 +132,11 @@ class CliTest(program.ProgramTest):
     def test_outputs_are_judged_before_the_disk_is_asked(self):
         self.make_source(100)
         pathlib.Path("mine").write_bytes(b"precious")
-        for command in (["image", "source.img", "disk.kvrsp", "--report", "mine"],
-                        ["files", "source.img", "disk.kvrsp", "--mapfile", "mine"],
-                        ["read", "source.img", "disk.kvrsp", "--start", "0", "--sectors", "1", "-o", "mine"]):
+        commands = [["image", "source.img", "disk.kvrsp", "--report", "mine"],
+                    ["read", "source.img", "disk.kvrsp", "--start", "0", "--sectors", "1", "-o", "mine"]]
+        if not program.is_emulated():  # Windows has no file systems to list
+            commands.append(["files", "source.img", "disk.kvrsp", "--mapfile", "mine"])
+        for command in commands:
             self.assertEqual(self.refused("mine: this already exists", *command).stdout, b"")
         self.assertEqual(sorted(os.listdir()), ["mine", "source.img"])
 
