@@ -61,7 +61,7 @@ Result<ExtentSet, ExitStatus> MakeDomain(Rescue* rescue, const ImageOptions& opt
     domain = domain.Intersection(*wanted);
   }
   if (!options.partition.empty()) {
-    const auto partition = InPartition(rescue, options);
+    auto partition = InPartition(rescue, options);
     if (!partition) return partition;
     domain = domain.Intersection(*partition);
   }

@@ -30,7 +30,7 @@ double ScaleEnd(double seconds) {
 
 // A step of the scale that ends at `end`.
 std::string DurationText(double seconds, double end) {
-  const u64 whole = static_cast<u64>(seconds + 0.5);
+  const u64 whole = static_cast<u64>(std::llround(seconds));
   if (end <= kMostInSeconds) return fmt::format("{} s", whole);
   if (end <= kMostInMinutes) return fmt::format("{} min", whole / 60);
   return fmt::format("{}:{:02} h", whole / 3600, whole % 3600 / 60);

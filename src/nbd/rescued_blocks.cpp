@@ -180,7 +180,7 @@ void RescuedBlocks::ServeUntilQuiet() {
 RescuedBlocks::RequestPtr RescuedBlocks::TakeNext() {
   auto next = m_waiting.lower_bound(m_position);
   if (next == m_waiting.end()) next = m_waiting.begin();
-  const RequestPtr request = next->second;
+  RequestPtr request = next->second;
   m_waiting.erase(next);
   --m_waitingCount;
   m_position = request->range.End();
