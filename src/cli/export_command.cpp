@@ -123,8 +123,9 @@ std::string HashLine(const std::string& name, const std::string& digest) {
 
 std::string UnknownWords(const ExportResult& result) {
   if (!result.firstUnknown) return {};
-  return fmt::format(", and {} of which the cache does not give what it has, from sector {} on",
-                     result.counts.unknown, *result.firstUnknown);
+  return fmt::format(
+      ", and so do {} that cannot be read from the cache, the first of them sector {}",
+      result.counts.unknown, *result.firstUnknown);
 }
 
 ExitStatus TellHash(platform::Sha256* hash, const StatusCounts& counts,

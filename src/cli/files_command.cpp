@@ -104,8 +104,7 @@ class FilesRun {
                     "there is listed");
       case WalkEnd::kUnavailable:
         m_canWalk = false;
-        return Fail(Failure(name, "the process that reads file systems cannot start",
-                            platform::LastFailure()));
+        return Fail(CannotWalkWords(name));
     }
     return kExitFailed;
   }

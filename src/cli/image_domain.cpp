@@ -40,9 +40,7 @@ Result<ExtentSet, ExitStatus> UsedOf(const ExtentSet& domain, Rescue* rescue,
       case WalkEnd::kStopped:
         return Failed(kExitInterrupted);
       case WalkEnd::kUnavailable:
-        return Failed(
-            Fail(Failure(options.source, "the process that reads file systems cannot start",
-                         platform::LastFailure())));
+        return Failed(Fail(CannotWalkWords(options.source)));
       default:
         break;
     }
@@ -72,9 +70,9 @@ Result<ExtentSet, ExitStatus> MakeDomain(Rescue* rescue, const ImageOptions& opt
   }
   if (!domain.IsEmpty()) return domain;
   Tell(options.source +
-       ": nothing is wanted of this disk, so nothing is read: --start, --sectors, --partition, "
+       ": no sector of this disk is selected, so nothing is read: --start, --sectors, --partition, "
        "--domain and --used have no sector in common" +
-       (options.domain.empty() ? "" : "; what is wanted is marked '+' in the mapfile"));
+       (options.domain.empty() ? "" : "; the mapfile selects what it marks '+'"));
   return Failed(kExitUsage);
 }
 

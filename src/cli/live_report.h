@@ -14,11 +14,11 @@ class LiveReport {
  public:
   explicit LiveReport(const ImageOptions& options) : m_options(options) {}
 
-  // Before the disk is touched: whether the page may be written where it is wanted. Otherwise than
-  // with kExitDone the user has been told.
+  // Before the disk is touched: whether the page may be written where it is wanted. On any answer
+  // but kExitDone, here and below, the user has been told.
   ExitStatus Judge() const;
-  // Makes the file, or takes the page of an earlier run; otherwise than with kExitDone the user has
-  // been told. Does nothing, as what follows, where no page is wanted.
+  // Makes the file, or takes the page of an earlier run. Does nothing, as what follows, where no
+  // page is wanted.
   ExitStatus Open();
   // Writes the page when it is time to.
   void Update(cKVRSparseIO* image);

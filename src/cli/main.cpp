@@ -15,8 +15,8 @@ int main(int argc, char** argv) {
     const cli::Action action = cli::ParseCommandLine(platform::ProgramArguments(argc, argv));
     return cli::FinishOutput(action());
   } catch (const std::bad_alloc&) {
-    return cli::Fail("this machine has too little memory for this; end other programs first");
+    return cli::Fail("not enough memory; close other programs and try again");
   } catch (const std::exception& error) {
-    return cli::Fail(std::string("this machine could not do it: ") + error.what());
+    return cli::Fail(std::string("this machine could not do what was asked: ") + error.what());
   }
 }

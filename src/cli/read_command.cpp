@@ -19,8 +19,10 @@ constexpr u32 kRequestSectors = 2048;
 // Where the sectors go: a file, or standard output.
 class Output {
  public:
-  explicit Output(const ReadOptions& options)
-      : m_options(options), m_inputs(FilesOf(options.cache, {options.source, options.testMode})) {}
+  explicit Output(const ReadOptions& options) : m_options(options) {
+    // It takes reading the log.
+    if (IsToFile()) m_inputs = FilesOf(options.cache, {options.source, options.testMode});
+  }
 
   // Before the disk is touched: whether anything may be written there. Otherwise than with
   // kExitDone, the user has been told; the same of the others.
@@ -61,7 +63,7 @@ class Output {
   bool IsToFile() const { return !m_options.output.empty() && m_options.output != "-"; }
 
   const ReadOptions& m_options;
-  const std::vector<std::u16string> m_inputs;
+  std::vector<std::u16string> m_inputs;
   OutputFile m_file;
   u64 m_position = 0;
 };

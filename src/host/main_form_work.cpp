@@ -56,7 +56,7 @@ std::string WhyNotSaved(const OutputFault& fault) {
   switch (fault.kind) {
     case OutputFaultKind::kInput:
     case OutputFaultKind::kInUse:
-      return ": a storage that is open here, or another program, uses this file.";
+      return ": the file belongs to a storage that is open here, or another program is using it.";
     case OutputFaultKind::kOnSourceDisk:
       return ": writing there destroys what can still be saved of a disk that is open here.";
     default:

@@ -73,7 +73,7 @@ class ReportPage {
 
   void HowMuch() {
     if (!m_facts.damage.empty()) {
-      Add("<p><b>The cache is damaged, so not all of this need be right.</b> {}</p>\n",
+      Add("<p><b>The cache is damaged, so some of this may be wrong.</b> {}</p>\n",
           Markup(m_facts.damage));
     }
     const auto width = [this](u64 sectors) {
@@ -89,7 +89,7 @@ class ReportPage {
       Add("<p>The disk could not read {}.</p>\n", SectorsText(m_counts.unreadable));
     }
     if (m_counts.unknown > 0) {
-      Add("<p>Of {} nothing is known, since the cache is damaged.</p>\n",
+      Add("<p>Nothing is known of {}, because the cache is damaged.</p>\n",
           SectorsText(m_counts.unknown));
     }
     if (m_counts.missing > 0) {

@@ -288,7 +288,8 @@ void Engine::AskBeforeNamed(SectorRange area) {
   const std::vector<std::pair<u64, u64>> named(begin, end);
   m_named.erase(begin, end);  // asking may add others
   for (const auto& [first, bad] : named) {
-    const SectorRange before{first, UnitAround(bad).first - std::min(UnitAround(bad).first, first)};
+    const u64 badUnit = UnitAround(bad).first;
+    const SectorRange before{first, badUnit - std::min(badUnit, first)};
     // Somebody who waited may have had part of it asked for alone.
     const auto open = m_ledger.failed.NextFrom(first);
     const bool isOpen = open && open->first == first && open->count >= before.count;

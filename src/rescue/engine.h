@@ -26,7 +26,7 @@ const char* PhaseName(Phase phase);
 enum class StopReason {
   kNone,  // it has not
   kDone,
-  kStopped,          // somebody wished so
+  kStopped,          // the user asked for it
   kGone,             // the source is no longer there
   kNotAnswering,     // the source answers nothing any more
   kFull,             // there is no room for what would be read
@@ -200,20 +200,20 @@ class Engine {
   bool m_isRetrying = false;
   bool m_isServing = false;
 
+  u64 m_failures = 0;
   u32 m_failuresInRow = 0;
-  u64 m_witnessesAside = 0;  // sectors of them, at first
-  bool m_isSilent = false;   // nothing that fails counts until the disk answers again
-  bool m_wasSilent = false;  // at any time
-  bool m_isWoken = false;    // and was not asked since
-  double m_firstFailure = 0;
-  u32 m_systemFailures = 0;
-  u32 m_wakings = 0;  // without a success since
+  double m_firstFailure = 0;  // of the row; seconds of the clock, as what follows
   double m_lastSuccess;
   double m_askStarted = 0;
+  u32 m_systemFailures = 0;  // without a success since, as m_wakings
+  u32 m_wakings = 0;
+  bool m_isWoken = false;       // and has not been asked since
+  bool m_isSilent = false;      // nothing that fails counts until the disk answers again
+  bool m_wasSilent = false;     // at any time in this run
+  u64 m_witnessesAside = 0;     // sectors set aside as witnesses when reading began
+  ExtentSet m_witnessesInVain;  // asked for proof, and failed
   ExtentSet m_knownGoodAsked;
-  ExtentSet m_witnessesInVain;
-  u64 m_knownGoodAsks = 0;
-  u64 m_failures = 0;
+  u64 m_knownGoodAsks = 0;  // also those for which none was found
   u64 m_picks = 0;
   size_t m_unprovedAtEnd = 0;
   size_t m_unprovedTold = 0;  // as it was last told while a request hung

@@ -22,8 +22,8 @@ constexpr u32 kMostUnprobed = 4;
 
 }  // namespace
 
-// A request hangs, and the run is to stop. Who wishes so again ends it without a word, so that the
-// log must know by then what is not to count.
+// A request hangs, and the run is to stop. A second interrupt ends it without a word, so the log
+// must know by then what is not to count.
 void Engine::StopWhileWaiting() {
   m_queue.Drop();
   if (!m_progress.isWaiting || m_ledger.Recent() == m_unprovedTold) return;

@@ -101,7 +101,11 @@ bool HistoryReader::Take(const JsonLine& event) {
     m_history.syncFailed = true;
   } else if (*name == "unproved") {
     const u64 count = event.Number("count").value_or(0);
-    event.Bool("untilEnd").value_or(false) ? void(m_untilEnd = count) : TakeBack(count);
+    if (event.Bool("untilEnd").value_or(false)) {
+      m_untilEnd = count;
+    } else {
+      TakeBack(count);
+    }
   } else if (*name == "end") {
     TakeEnd(event);
   }
@@ -178,12 +182,9 @@ void HistoryReader::TakeEnd(const JsonLine& event) {
 
 // The disk was dead when it refused the last `count`: they were not asked for.
 void HistoryReader::TakeBack(u64 count) {
-  if (count > 0 && !m_recent.empty()) {
-    const size_t taken = static_cast<size_t>(std::min<u64>(count, m_recent.size()));
-    const Failed& first = m_recent[m_recent.size() - taken];
-    if (first.alone) m_history.beganSilence.Add(first.range);
-  }
-  Settle(static_cast<size_t>(std::min<u64>(count, m_recent.size())));
+  const size_t taken = static_cast<size_t>(std::min<u64>(count, m_recent.size()));
+  Settle(taken);
+  if (taken > 0 && m_recent.front().alone) m_history.beganSilence.Add(m_recent.front().range);
   m_recent.clear();
 }
 

@@ -113,10 +113,10 @@ class HistoryReader {
   std::string m_partial;
   bool m_overlong = false;
   std::vector<Failed> m_recent;  // the last failures, which an end may take back
-  // So many of these do not count unless an end follows.
+  // How many of the last of these do not count unless an end follows.
   std::optional<u64> m_untilEnd;
   JsonLine m_event;
-  u64 m_pointEvery = 1;  // every how manieth point is kept
+  u64 m_pointEvery = 1;  // one of so many points is kept
   u64 m_points = 0;
   RescueHistory m_history;
 };

@@ -75,12 +75,13 @@ class SkipPolicy {
     return policy;
   }
 
-  // The sectors to skip after a request for `sectors`.
+  // The sectors to skip after a request for `sectors`, of which all came unless it went badly.
   u64 Next(bool wentBadly, u64 sectors) {
     if (m_largest == 0) return 0;
-    m_readWell += sectors;
-    if (!wentBadly) return 0;
-    m_readWell -= sectors;
+    if (!wentBadly) {
+      m_readWell += sectors;
+      return 0;
+    }
     m_skip = m_readWell < m_skip ? Grown() : FirstOfArea();
     m_readWell = 0;
     return m_skip;

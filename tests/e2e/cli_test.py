@@ -125,7 +125,7 @@ class CliTest(program.ProgramTest):
         self.refused("nowhere", "read", "source.img", "disk.kvrsp", "--start", 0, "--sectors", 1, "-o", "nowhere/new")
         # A mapfile that wants nothing is no domain that has been read.
         for name in ("none.map", "past.map"):
-            self.refused("nothing is wanted", "image", "source.img", "disk.kvrsp", "--domain", name, status=2)
+            self.refused("no sector of this disk is selected", "image", "source.img", "disk.kvrsp", "--domain", name, status=2)
         self.assertEqual(self.ends(), ["done"] * 5)
         self.assertEqual(self.extents(), [(0, 5000, "missing")])
 

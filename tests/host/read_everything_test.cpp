@@ -206,7 +206,7 @@ TEST(ReadEverythingTest, ItTellsPhasesAndHangsAsTheCommandLineDoes) {
   ASSERT_TRUE(job.Prepare(storage) && job.Start());
   while (job.IsRunning()) platform::SleepMilliseconds(1);
   EXPECT_EQ(phases, "copy back trim scrape ");
-  EXPECT_NE(hung.find("no answer for 1:10\nThe disk takes long"), std::string::npos) << hung;
+  EXPECT_NE(hung.find("no answer for 1:10\nThis request is taking"), std::string::npos) << hung;
 
   RescueProgress progress;
   progress.phase = Phase::kTrim;
@@ -218,7 +218,8 @@ TEST(ReadEverythingTest, ItTellsPhasesAndHangsAsTheCommandLineDoes) {
   EXPECT_EQ(Utf8FromWide(ReadingWords(progress, 1, 0)), line);
   EXPECT_EQ(Utf8FromWide(ReadingWords(progress, 1, 5)), line + std::string("  no answer for 0:06"));
   const std::string hangs = Utf8FromWide(ReadingWords(progress, 1, 70));
-  EXPECT_TRUE(hangs.starts_with(line + std::string("  no answer for 1:11\nThe disk takes long")));
+  EXPECT_TRUE(
+      hangs.starts_with(line + std::string("  no answer for 1:11\nThis request is taking")));
 }
 
 TEST(ReadEverythingTest, EveryEndHasWords) {

@@ -18,9 +18,8 @@ constexpr u32 kMaxFailures = 16;
 // Drives and kernels take up to half a minute over a bad sector, and more over the next one.
 constexpr double kHangSeconds = 10;
 constexpr char kHangAdvice[] =
-    "\nThe disk takes long over this request. If that goes on, press Stop and resume with "
-    "'larkspur "
-    "image', which marks nothing because of a disk that hangs.";
+    "\nThis request is taking a long time. If it does not finish, press Stop and resume with "
+    "'larkspur image', which marks nothing because of a disk that hangs.";
 
 class NoLog final : public RescueLog {
  public:
