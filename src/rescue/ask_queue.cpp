@@ -50,12 +50,13 @@ bool AskQueue::IsEmpty() const {
   return m_end == m_first;
 }
 
-void AskQueue::Push(SectorRange range) {
+void AskQueue::Push(SectorRange range, bool alone) {
   {
     const std::lock_guard lock(m_mutex);
     if (m_isHeld) return;
     Asked& slot = Slot(m_end++);
     slot.range = range;
+    slot.alone = alone;
     slot.outcome = {};
     slot.wentBadly = false;
   }

@@ -23,6 +23,7 @@ namespace larkspur {
 // A request and its answer.
 struct Asked {
   SectorRange range;
+  bool alone = false;  // what it comes to is final; else its sectors are asked for alone once more
   u8* data = nullptr;
   AskOutcome outcome;
   double seconds = 0;
@@ -52,7 +53,7 @@ class AskQueue {
   bool IsEmpty() const;
   // REQUIRES: HasRoom(), and a range as AskedSource::Ask wants it. Dropped when a request before it
   // has gone badly meanwhile.
-  void Push(SectorRange range);
+  void Push(SectorRange range, bool alone);
   // Waits up to `seconds` for the oldest answer. Gives the answers that are there, `most` at most,
   // which lie in one piece in memory; 0 when none came. They stay valid until Pop.
   u32 Wait(double seconds, u32 most, Asked** first);

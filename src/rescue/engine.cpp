@@ -68,6 +68,7 @@ void Engine::Resume(RescueHistory* history) {
   // What an earlier run stored and did not flush to disk is to be flushed even if nothing is added.
   m_isDirty = !history->storing.IsEmpty();
   m_beganSilence = std::move(history->beganSilence);
+  m_isWoken = m_wasSilentEarlier = history->wasSilent;
   m_triedTogether = std::move(history->triedTogether);
   m_triedAlone = std::move(history->triedAlone);
 }
@@ -188,7 +189,7 @@ void Engine::Scan(Phase phase, bool forward, Skip skip, SectorRange within) {
     cursor = forward ? end : first;
     return SectorRange{first, end - first};
   };
-  Stream(next, [&](const Asked& asked) {
+  Stream(phase == Phase::kFetch, next, [&](const Asked& asked) {
     const SectorRange& range = asked.range;
     const bool again = asked.outcome.kind == FailureKind::kSystem;
     if (again) {
@@ -198,6 +199,8 @@ void Engine::Scan(Phase phase, bool forward, Skip skip, SectorRange within) {
     const u64 distance = policy.Next(asked.wentBadly, range.count);
     if (!asked.wentBadly) return;
     cursor = forward ? range.End() + distance : range.first - std::min(range.first, distance);
+    // A skip that ends inside a piece would leave crumbs of it.
+    if (distance > 0) cursor = (forward ? cursor + kPiece - 1 : cursor) / kPiece * kPiece;
   });
 }
 
@@ -272,7 +275,7 @@ bool Engine::AskAlone(SectorRange area, bool forward) {
     }
     return std::nullopt;
   };
-  Stream(next, [&](const Asked& asked) {
+  Stream(true, next, [&](const Asked& asked) {
     if (!asked.wentBadly) return;
     hasFailed = asked.outcome.kind != FailureKind::kSystem;
     cursor = forward ? asked.range.first : asked.range.End();  // where the system failed, again
@@ -296,6 +299,7 @@ void Engine::AskBeforeNamed(SectorRange area) {
     if (before.count <= m_unit || !isOpen || IsStopping()) continue;
     bool isAsked = false;
     Stream(
+        false,
         [&]() -> std::optional<SectorRange> {
           return std::exchange(isAsked, true) ? std::nullopt : std::optional(before);
         },

@@ -127,7 +127,9 @@ class Engine {
   void AskBeforeNamed(SectorRange area);
 
   // One stream of requests: what `next` gives is asked in order; `settled` hears of each answer.
-  void Stream(const Next& next, const Settled& settled);
+  // `alone`: physical sectors that are asked for by themselves, and not because reading came upon
+  // what is left of a piece.
+  void Stream(bool alone, const Next& next, const Settled& settled);
   bool TakeAnswers(const Settled& settled);
   void StopWhileWaiting();
   bool IsAwaited() { return !m_isServing && m_options.isAwaited && m_options.isAwaited(); }
@@ -145,15 +147,26 @@ class Engine {
   // Proof of life.
   bool NeedsProof();
   bool Prove();
-  bool ProveByTwo();
-  u32 ProbeAfter() const;
-  bool NeedsProbe();
+  enum class Proof { kAlive, kNone, kNothingToAsk };
+  struct Witness {
+    SectorRange range;
+    bool isKnownGood;  // the cache has it: what comes is not stored
+  };
+  Proof AskForProof(bool isEarly);
+  std::optional<Witness> PickProof(u64 farFrom, bool isElsewhere, bool isEarly);
+  u32 ProbeAfter(bool alone) const;
+  bool NeedsProbe(bool alone);
   void Probe();
+  void FallSilent();
+  double RowSeconds() const { return m_clock->Seconds() - m_firstFailure; }
   bool MayAskKnownGood() const;
   void GreetWoken();
+  void ExpectKill();
   size_t TakeBackSilence();
+  void LogTakenBack(size_t count);
   void EndSilence();
-  bool ProveBy(SectorRange witness, bool isKnownGood);
+  FailureKind ProveBy(const Witness& witness);
+  std::vector<SectorRange> UsableWitnesses(bool fresh) const;
   std::optional<SectorRange> PickWitness(u64 farFrom);
   std::optional<SectorRange> PickKnownGood();
   std::optional<SectorRange> PickUntried(bool last);
@@ -207,16 +220,18 @@ class Engine {
   double m_askStarted = 0;
   u32 m_systemFailures = 0;  // without a success since, as m_wakings
   u32 m_wakings = 0;
-  bool m_isWoken = false;       // and has not been asked since
-  bool m_isSilent = false;      // nothing that fails counts until the disk answers again
-  bool m_wasSilent = false;     // at any time in this run
+  bool m_isWoken = false;    // after a silence, and has not been asked since
+  bool m_isSilent = false;   // nothing that fails counts until the disk answers again
+  bool m_wasSilent = false;  // at any time in this run
+  bool m_wasSilentEarlier = false;
+  bool m_isDoubted = false;     // it answers, and was perhaps silent until now
   u64 m_witnessesAside = 0;     // sectors set aside as witnesses when reading began
   ExtentSet m_witnessesInVain;  // asked for proof, and failed
   ExtentSet m_knownGoodAsked;
   u64 m_knownGoodAsks = 0;  // also those for which none was found
   u64 m_picks = 0;
   size_t m_unprovedAtEnd = 0;
-  size_t m_unprovedTold = 0;  // as it was last told while a request hung
+  bool m_expectsKill = false;  // and the log was told
 
   SectorRange m_roomMade;
   ExtentSet m_storing;

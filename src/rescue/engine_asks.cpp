@@ -51,9 +51,12 @@ bool Engine::StopForUnreadableCache() {
   return false;
 }
 
-void Engine::Stream(const Next& next, const Settled& settled) {
+void Engine::Stream(bool alone, const Next& next, const Settled& settled) {
   while (!IsStopping()) {
     if (m_isWoken && m_queue.IsEmpty()) GreetWoken();
+    // What is asked alone is marked when it fails: only a disk that is alive is asked for it.
+    if (alone && NeedsProbe(alone)) Probe();
+    if (IsStopping()) break;
     if (IsAwaited()) {
       GiveWay(settled);
       continue;
@@ -63,13 +66,13 @@ void Engine::Stream(const Next& next, const Settled& settled) {
       if (!range) break;
       if (!PrepareStore(*range)) break;
       if (m_queue.IsEmpty()) m_askStarted = m_clock->Seconds();
-      m_queue.Push(*range);
+      m_queue.Push(*range, alone && IsAlone(*range));
     }
     if (m_queue.IsEmpty()) return;
     TakeAnswers(settled);
     if (NeedsProof()) {
       Prove();
-    } else if (NeedsProbe()) {
+    } else if (NeedsProbe(alone)) {
       Probe();
     }
   }
@@ -188,7 +191,7 @@ void Engine::Settle(const Asked& asked) {
 void Engine::LogFailure(const Asked& asked) {
   const AskOutcome& outcome = asked.outcome;
   LogEvent event("failed");
-  event.Add(asked.range).Add("alone", IsAlone(asked.range));
+  event.Add(asked.range).Add("alone", asked.alone);
   event.Add("kind", FailureKindName(outcome.kind)).Add("code", u64{outcome.code});
   if (outcome.sense != 0) {
     // As the drives' manuals and the kernel's messages have it: key/code/qualifier.
@@ -203,7 +206,6 @@ void Engine::LogFailure(const Asked& asked) {
 
 void Engine::SettleFailure(const Asked& asked) {
   const AskOutcome& outcome = asked.outcome;
-  const bool alone = IsAlone(asked.range);
   LogFailure(asked);
   ++m_failures;
   if (m_failuresInRow++ == 0) m_firstFailure = m_clock->Seconds() - asked.seconds;
@@ -219,17 +221,17 @@ void Engine::SettleFailure(const Asked& asked) {
       m_clock->Sleep(kSystemPause * m_systemFailures);
       return;
     case FailureKind::kTransport:
-      if (!alone) SettleSlip(rest);
+      if (!asked.alone) SettleSlip(rest);
       return;
     default:
       break;
   }
   if (m_isRetrying) {
     // It is marked already.
-  } else if (!alone && m_ledger.failed.Contains(rest.first)) {
+  } else if (!asked.alone && m_ledger.failed.Contains(rest.first)) {
     m_ledger.Spend(rest);
   } else {
-    m_ledger.Refused(rest, alone);
+    m_ledger.Refused(rest, asked.alone);
     // Not so well placed, then.
     m_ledger.GiveUpWitnesses(
         {rest.first / AskedSource::kMaxAskSectors * AskedSource::kMaxAskSectors,

@@ -4,6 +4,7 @@
 // Proof of life: whether a disk that refuses is bad there, or has fallen silent.
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/system_error.h"
 #include "rescue/engine.h"
@@ -16,20 +17,33 @@ constexpr double kMostUnclearSeconds = 120;
 constexpr u32 kMostWakings = 3;
 constexpr u64 kFailuresPerKnownGood = 64;  // one is kept for the end
 constexpr double kPatientSeconds = 10;
-constexpr double kPatientPause = 0.5;
+constexpr double kFirstPatientPause = 0.25;
+// So that the failures that a silent disk is allowed are spread over ten seconds.
+constexpr double kSilentPause = 0.15;
+constexpr size_t kWitnessesKept = 4;
 // Refusals in a row after which a witness is asked, on a disk that answered each time so far.
 constexpr u32 kMostUnprobed = 4;
 
 }  // namespace
 
-// A request hangs, and the run is to stop. A second interrupt ends it without a word, so the log
-// must know by then what is not to count.
+// A request hangs, and the run is to stop. A second interrupt ends it without a word.
 void Engine::StopWhileWaiting() {
   m_queue.Drop();
-  if (!m_progress.isWaiting || m_ledger.Recent() == m_unprovedTold) return;
-  m_unprovedTold = m_ledger.Recent();
-  m_log->Write(LogEvent("unproved").Add("count", u64{m_unprovedTold}).Add("untilEnd", true));
+  if (m_progress.isWaiting) ExpectKill();
+}
+
+// The disk is silent, and people kill what hangs: the log is to know by then what does not count.
+void Engine::ExpectKill() {
+  if (m_expectsKill) return;
+  m_expectsKill = true;
+  m_log->Write(LogEvent("unproved").Add("count", u64{m_ledger.Recent()}).Add("untilEnd", true));
   m_log->Sync();
+}
+
+void Engine::LogTakenBack(size_t count) {
+  if (!m_expectsKill && count == 0) return;
+  m_expectsKill = false;
+  m_log->Write(LogEvent("unproved").Add("count", u64{count}));
 }
 
 // What failed since the disk was last known to be alive was not refused, but for what began the
@@ -37,19 +51,15 @@ void Engine::StopWhileWaiting() {
 // refusals are taken back.
 size_t Engine::TakeBackSilence() {
   m_isSilent = false;
-  const auto first = m_ledger.FirstRecent();
-  if (!first) return 0;
-  const bool isCause = !IsAlone(*first) || m_beganSilence.Contains(first->first);
+  const auto first = m_ledger.FirstRecentAlone();
+  const bool isCause = !first || m_beganSilence.Contains(first->first);
   if (!isCause) m_beganSilence.Add(*first);
   return m_ledger.TakeBack(isCause ? 1 : 0);
 }
 
 // The disk answers: was it silent before?
 void Engine::EndSilence() {
-  if (!m_isSilent) return;
-  if (const size_t count = TakeBackSilence()) {
-    m_log->Write(LogEvent("unproved").Add("count", u64{count}));
-  }
+  LogTakenBack(m_isSilent ? TakeBackSilence() : 0);
 }
 
 void Engine::AliveNow() {
@@ -57,7 +67,7 @@ void Engine::AliveNow() {
   m_systemFailures = 0;
   m_wakings = 0;
   m_lastSuccess = m_clock->Seconds();
-  if (!m_ledger.HasUnproved()) return;
+  if (m_isDoubted || !m_ledger.HasUnproved()) return;
   u64 marked = 0;
   const u64 planned = m_ledger.refused.Intersection(m_planned).Sectors();
   m_isDirty = true;
@@ -70,138 +80,171 @@ void Engine::AliveNow() {
 
 bool Engine::NeedsProof() {
   if (m_failuresInRow == 0 || IsStopping() || !m_queue.IsEmpty()) return false;
-  return m_failuresInRow >= m_options.maxFailures ||
-         m_clock->Seconds() - m_firstFailure >= kMostUnclearSeconds;
+  return m_failuresInRow >= m_options.maxFailures || RowSeconds() >= kMostUnclearSeconds;
 }
 
-// After how many failures in a row a witness is asked. What was asked alone would be marked, so as
-// long as there are many witnesses the next request but one is to be one that comes, and the very
-// next where the disk was silent before.
-u32 Engine::ProbeAfter() const {
-  if (m_ledger.refused.IsEmpty()) return kMostUnprobed;  // nothing would be marked
-  if (m_wasSilent) return 1;
-  u32 failures = 2;
-  for (u64 left = m_ledger.witnesses.Sectors();
-       left < m_witnessesAside / 2 && failures < kMostUnprobed; left = 2 * left + 1) {
-    failures *= 2;
-  }
+// After how many failures in a row a witness is asked. What was asked alone would be marked: so at
+// first, until it is known what this disk does, each failure is followed by one, as those on a disk
+// that was silent before always are. Later there may be too few of them for that.
+u32 Engine::ProbeAfter(bool alone) const {
+  if (!alone && m_ledger.refused.IsEmpty()) return kMostUnprobed;  // nothing would be marked
+  if (m_wasSilent || m_wasSilentEarlier) return 1;
+  const u64 left = m_ledger.witnesses.Sectors();
+  if (left == 0) return kMostUnprobed;
+  u32 failures = 1;
+  while (left * failures < m_witnessesAside * 3 / 4 && failures < kMostUnprobed) failures *= 2;
   return failures;
 }
 
-bool Engine::NeedsProbe() {
-  return m_failuresInRow >= ProbeAfter() && !m_isSilent && !m_isRetrying && !IsStopping() &&
-         m_queue.IsEmpty();
+bool Engine::NeedsProbe(bool alone) {
+  return m_failuresInRow >= ProbeAfter(alone) && m_systemFailures == 0 && !m_isSilent &&
+         !m_isRetrying && !IsStopping() && m_queue.IsEmpty();
 }
 
-// A disk may hang for a while and come back by itself. So a witness is asked early in a row of
-// failures; when another fails, too, nothing counts until the disk answers again.
+// A disk may hang for a while and come back by itself. So proof is asked for early in a row of
+// failures; when there is none, nothing counts until the disk answers again.
 void Engine::Probe() {
-  for (int tries = 0; tries < 2; ++tries) {
-    auto witness = PickWitness(m_progress.position);
-    const bool isKnownGood = !witness && MayAskKnownGood() && (witness = PickKnownGood());
-    if (!witness && tries == 0) return;
-    if (!witness) break;
-    const u32 before = m_failuresInRow;
-    if (ProveBy(*witness, isKnownGood)) return;
-    if (IsStopping() || m_failuresInRow < before) return;
-    if (isKnownGood) break;
-  }
+  const u32 before = m_failuresInRow;
+  const Proof proof = AskForProof(true);
+  const bool isSilent = proof == Proof::kNone && m_systemFailures == 0;
+  if (!isSilent || IsStopping() || m_failuresInRow < before) return;
+  FallSilent();
+}
+
+// It is asked for witnesses only, as long as there are enough for what follows: what is wanted is
+// not to be asked for in vain.
+void Engine::FallSilent() {
   m_isSilent = m_wasSilent = true;
+  ExpectKill();
+  while (m_isSilent && m_failuresInRow > 0 && !NeedsProof() && !IsStopping() &&
+         UsableWitnesses(true).size() > kWitnessesKept) {
+    m_clock->Sleep(kSilentPause);
+    Tell();
+    ProveBy({*PickWitness(m_progress.position), false});
+  }
 }
 
 // Sectors that are known to be good are asked again for every refusal only where the disk was
-// silent before: there, no other way tells what is bad.
+// silent in this run: there, no other way tells what is bad.
 bool Engine::MayAskKnownGood() const {
   return m_progress.all.present > 0 &&
          (m_wasSilent || (m_knownGoodAsks + 2) * kFailuresPerKnownGood <= m_failures);
 }
 
-// A disk that was woken shows that it lives before it is asked for what may have silenced it.
+// A disk that was silent shows that it lives before it is asked for what may have silenced it.
 void Engine::GreetWoken() {
   m_isWoken = false;
-  auto witness = PickWitness(m_progress.position);
-  const bool isKnownGood = !witness && (witness = PickKnownGood());
-  if (witness) ProveBy(*witness, isKnownGood);
+  const auto witness = PickProof(m_progress.position, false, !m_wasSilent);
+  if (witness && ProveBy(*witness) != FailureKind::kNone && !IsStopping()) FallSilent();
 }
 
 // Asks a witness, then another elsewhere. After few failures it does so for a while: the disk may
 // only hang. False when the disk proved to be dead.
 bool Engine::Prove() {
-  const double patient = m_firstFailure + kPatientSeconds;
-  while (!ProveByTwo()) {
+  double pause = kFirstPatientPause;
+  while (AskForProof(false) != Proof::kAlive) {
     if (IsStopping()) return false;
-    const bool isEarly = m_failuresInRow < m_options.maxFailures && m_clock->Seconds() < patient;
+    const bool isEarly = m_failuresInRow < m_options.maxFailures && RowSeconds() < kPatientSeconds;
     if (!isEarly) {
       EndOrWake(StopReason::kNotAnswering, 0);
       return false;
     }
-    m_clock->Sleep(kPatientPause);
+    m_clock->Sleep(pause);
+    pause *= 2;
     Tell();
   }
   return true;
 }
 
-bool Engine::ProveByTwo() {
-  u64 farFrom = m_progress.position;
-  for (int tries = 0; tries < 2; ++tries) {
-    auto witness = PickWitness(farFrom);
-    const bool isKnownGood = !witness && (witness = PickKnownGood());
-    // Who retries has not asked for sectors that are missing. All that is wanted may be bad, so the
-    // second comes from elsewhere.
-    if (!witness && !m_isRetrying && tries > 0) witness = PickUnwanted();
-    if (!witness && !m_isRetrying) witness = PickUntried(tries == 0);
-    if (!witness && !m_isRetrying) witness = PickUnwanted();
-    if (!witness) return false;
-    if (ProveBy(*witness, isKnownGood)) return true;
-    if (IsStopping()) return false;
-    farFrom = witness->first;
+// Asks a witness, then another elsewhere. Where only the second answers, the first may be bad, or
+// the disk was silent until then: so the first is asked again before anything is marked.
+Engine::Proof Engine::AskForProof(bool isEarly) {
+  const auto first = PickProof(m_progress.position, false, isEarly);
+  if (!first) return Proof::kNothingToAsk;
+  const FailureKind how = ProveBy(*first);
+  if (how == FailureKind::kNone) return Proof::kAlive;
+  // What was read before is not bad.
+  if (IsStopping() || first->isKnownGood) return Proof::kNone;
+  const auto second = PickProof(first->range.first, true, isEarly);
+  if (!second) return Proof::kNone;
+  m_isDoubted = how == FailureKind::kUnclear && !m_isSilent;
+  const bool isAlive = ProveBy(*second) == FailureKind::kNone;
+  if (std::exchange(m_isDoubted, false) && isAlive && !IsStopping()) {
+    m_isSilent = true;
+    const bool wasSilent = ProveBy(*first) == FailureKind::kNone;
+    m_isSilent = false;
+    m_wasSilent = m_wasSilent || wasSilent;
+    AliveNow();
   }
-  return false;
+  return isAlive ? Proof::kAlive : Proof::kNone;
 }
 
-bool Engine::ProveBy(SectorRange witness, bool isKnownGood) {
+// `isElsewhere`: one was asked in vain, and all around it may be bad. `isEarly`: sparingly.
+std::optional<Engine::Witness> Engine::PickProof(u64 farFrom, bool isElsewhere, bool isEarly) {
+  if (const auto witness = PickWitness(farFrom)) return Witness{*witness, false};
+  if (isEarly && !MayAskKnownGood()) return std::nullopt;
+  if (const auto known = PickKnownGood()) return Witness{*known, true};
+  // Who retries has not asked for sectors that are missing.
+  if (m_isRetrying) return std::nullopt;
+  // All that is wanted may be bad, so the second comes from where nothing is.
+  auto other = isElsewhere ? PickUnwanted() : PickUntried(true);
+  if (!other) other = isElsewhere ? PickUntried(false) : PickUnwanted();
+  if (!other) return std::nullopt;
+  return Witness{*other, false};
+}
+
+// kNone: the disk is alive.
+FailureKind Engine::ProveBy(const Witness& asking) {
+  const auto [witness, isKnownGood] = asking;
   if (isKnownGood) m_log->Write(LogEvent("witness").Add(witness));
-  if (!isKnownGood && !PrepareStore(witness)) return false;
+  if (!isKnownGood && !PrepareStore(witness)) return FailureKind::kSystem;
   m_queue.JudgeSlowness(false);
-  m_queue.Push(witness);
+  m_queue.Push(witness, true);
   Asked* asked = nullptr;
   while (m_queue.Wait(kTickSeconds, 1, &asked) == 0) Tell();
-  const bool isAlive = asked->outcome.delivered > 0 || asked->outcome.kind == FailureKind::kMedium;
+  const FailureKind kind = asked->outcome.kind;
+  const bool isAlive = asked->outcome.delivered > 0 || kind == FailureKind::kMedium;
   if (isKnownGood) {
     m_progress.asked += witness.count;
     if (isAlive) {
       EndSilence();
       AliveNow();
     }
-    if (asked->outcome.kind == FailureKind::kGone) {
-      EndOrWake(StopReason::kGone, asked->outcome.code);
-    }
+    if (!isAlive && m_failuresInRow++ == 0) m_firstFailure = m_clock->Seconds() - asked->seconds;
+    if (kind == FailureKind::kGone) EndOrWake(StopReason::kGone, asked->outcome.code);
   } else if (StoreAnswers(asked, 1)) {
     Settle(*asked);
   }
   m_queue.Pop(1);
   if (!isAlive) m_witnessesInVain.Add(witness);
-  return isAlive;
+  return isAlive ? FailureKind::kNone : kind;
 }
 
-// One of those that were left out on purpose, as far away as there is; one that a silent disk did
-// not give already only when there is no other. Only where the disk reads well around it: else its
-// failure would say nothing.
-std::optional<SectorRange> Engine::PickWitness(u64 farFrom) {
-  std::optional<SectorRange> best;
-  std::pair<bool, u64> merit;  // fresh, distance
+// Those that were left out on purpose; `fresh`: that were not asked in vain already. Only where the
+// disk reads well around them: else their failure would say nothing.
+std::vector<SectorRange> Engine::UsableWitnesses(bool fresh) const {
+  std::vector<SectorRange> usable;
   m_ledger.witnesses.Visit([&](SectorRange witness) {
-    const u64 distance =
-        witness.first > farFrom ? witness.first - farFrom : farFrom - witness.first;
-    const std::pair here{!m_witnessesInVain.Contains(witness.first), distance};
-    if (best && here <= merit) return;
+    if (fresh && m_witnessesInVain.Contains(witness.first)) return;
     StatusTotals before;
     m_store->Count({witness.first - 1, 1}, &before);
-    if (before.present == 0) return;
-    best = UnitAround(witness.first);
-    merit = here;
+    if (before.present > 0) usable.push_back(UnitAround(witness.first));
   });
-  return best;
+  return usable;
+}
+
+// As far away as there is; one that was asked in vain only when there is no other.
+std::optional<SectorRange> Engine::PickWitness(u64 farFrom) {
+  const auto distance = [&](SectorRange witness) {
+    return witness.first > farFrom ? witness.first - farFrom : farFrom - witness.first;
+  };
+  for (const bool fresh : {true, false}) {
+    const std::vector<SectorRange> usable = UsableWitnesses(fresh);
+    const auto best = std::max_element(usable.begin(), usable.end(),
+                                       [&](auto& a, auto& b) { return distance(a) < distance(b); });
+    if (best != usable.end()) return *best;
+  }
+  return std::nullopt;
 }
 
 // A physical sector that the cache has. Never the same one twice in a run.
@@ -226,11 +269,12 @@ std::optional<SectorRange> Engine::PickUnwanted() {
   ExtentSet known = m_planned;
   known.Add(m_triedTogether);
   known.Add(m_triedAlone);
+  if (known.Sectors() == m_sectors) return std::nullopt;
   return PickUnit(kMissing, known);
 }
 
 // A physical sector all of which has that status and none of which is in `except`, from one of a
-// few places all over the storage.
+// few places all over the storage, and there from amid its like.
 std::optional<SectorRange> Engine::PickUnit(SectorStatus wanted, const ExtentSet& except) {
   constexpr u64 kPlaces = 16;
   constexpr u64 kLookedAt = u64{1} << 24;  // sectors, at each place
@@ -243,7 +287,8 @@ std::optional<SectorRange> Engine::PickUnit(SectorStatus wanted, const ExtentSet
                      ExtentSet free(SectorRange{start, sectors});
                      free.Remove(except);
                      free.Visit([&](SectorRange part) {
-                       const SectorRange unit = UnitAround(part.first + m_unit - 1);
+                       SectorRange unit = UnitAround(part.first + part.count / 2);
+                       if (unit.first < part.first) unit = UnitAround(part.first + m_unit - 1);
                        if (!found && unit.End() <= part.End()) found = unit;
                      });
                      return !found;
@@ -259,7 +304,7 @@ void Engine::EndOrWake(StopReason reason, u32 systemError) {
   if (m_options.onSilent && m_wakings++ < kMostWakings && m_options.onSilent(reason)) {
     m_failuresInRow = 0;
     m_isWoken = m_wasSilent = true;
-    if (unproved > 0) m_log->Write(LogEvent("unproved").Add("count", u64{unproved}));
+    LogTakenBack(unproved);
     return;
   }
   m_unprovedAtEnd = unproved;

@@ -79,8 +79,9 @@ bool Ledger::Prove(u64* marked) {
   return kept;
 }
 
-std::optional<SectorRange> Ledger::FirstRecent() const {
-  return m_recent.empty() ? std::nullopt : std::optional(m_recent.front().range);
+std::optional<SectorRange> Ledger::FirstRecentAlone() const {
+  const bool isAlone = !m_recent.empty() && m_recent.front().to == &Ledger::refused;
+  return isAlone ? std::optional(m_recent.front().range) : std::nullopt;
 }
 
 size_t Ledger::TakeBack(size_t kept) {

@@ -57,8 +57,8 @@ class Ledger {
   // The disk is alive: marks what was refused. *marked grows by the sectors marked. False when the
   // cache does not take it.
   bool Prove(u64* marked);
-  // The first refusal since the last sign of life.
-  std::optional<SectorRange> FirstRecent() const;
+  // The first refusal since the last sign of life, when it was of what was asked alone.
+  std::optional<SectorRange> FirstRecentAlone() const;
   // The disk was dead: what it refused since it was last known to be alive was not refused, but for
   // the first `kept` of them. Answers how many refusals that were.
   size_t TakeBack(size_t kept);

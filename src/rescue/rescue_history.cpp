@@ -104,6 +104,7 @@ bool HistoryReader::Take(const JsonLine& event) {
     if (event.Bool("untilEnd").value_or(false)) {
       m_untilEnd = count;
     } else {
+      m_untilEnd.reset();
       TakeBack(count);
     }
   } else if (*name == "end") {
@@ -129,6 +130,8 @@ void HistoryReader::TakeOpen(const JsonLine& event) {
   if (m_history.source && (isOther || m_history.stamp != stamp)) {
     m_history.triedTogether.Clear();
     m_history.triedAlone.Clear();
+    m_history.beganSilence.Clear();
+    m_history.wasSilent = false;
   }
   if (m_history.stamp != stamp) m_history.storing.Clear();
   m_history.source = std::move(source);
@@ -184,6 +187,7 @@ void HistoryReader::TakeEnd(const JsonLine& event) {
 void HistoryReader::TakeBack(u64 count) {
   const size_t taken = static_cast<size_t>(std::min<u64>(count, m_recent.size()));
   Settle(taken);
+  m_history.wasSilent = m_history.wasSilent || taken > 0;
   if (taken > 0 && m_recent.front().alone) m_history.beganSilence.Add(m_recent.front().range);
   m_recent.clear();
 }

@@ -55,6 +55,7 @@ struct RescueHistory {
   ExtentSet triedAlone;
   // The disk fell silent when it was asked for these alone.
   ExtentSet beganSilence;
+  bool wasSilent = false;  // it refused what later did not count
   // Where sectors were stored since the last time that all was flushed to disk.
   ExtentSet storing;
 

@@ -107,6 +107,16 @@ TEST(RescueHistoryTest, WhatADeadDiskRefusedDoesNotCount) {
   const std::string woken = TextOf({LogEvent("unproved").Add("count", u64{3})});
   EXPECT_EQ(Read(killed + woken).triedTogether.Sectors(), 256u);
   EXPECT_EQ(Read(killed + woken).triedAlone.Sectors(), 1u);
+  // One that was killed while the disk was silent; then after it had answered again.
+  const std::string silent =
+      TextOf({LogEvent("unproved").Add("count", u64{1}).Add("untilEnd", true),
+              Failed({4300, 1}, true, FailureKind::kUnclear)});
+  const std::string answered = TextOf(
+      {LogEvent("unproved").Add("count", u64{2}), Failed({4400, 1}, true, FailureKind::kUnclear)});
+  EXPECT_EQ(Read(killed + silent).triedAlone.Sectors(), 2u);
+  EXPECT_EQ(Read(killed + silent + answered).triedAlone.Sectors(), 3u);
+  EXPECT_TRUE(Read(killed + silent).wasSilent);
+  EXPECT_FALSE(Read(killed).wasSilent);
 }
 
 TEST(RescueHistoryTest, AnotherDiskOrCacheForgetsWhatWasTried) {
