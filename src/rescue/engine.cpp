@@ -68,7 +68,8 @@ void Engine::Resume(RescueHistory* history) {
   // What an earlier run stored and did not flush to disk is to be flushed even if nothing is added.
   m_isDirty = !history->storing.IsEmpty();
   m_beganSilence = std::move(history->beganSilence);
-  m_isWoken = m_wasSilentEarlier = history->wasSilent;
+  m_isWoken = history->wasSilent;
+  m_wasSilent = history->cameBack;
   m_triedTogether = std::move(history->triedTogether);
   m_triedAlone = std::move(history->triedAlone);
 }

@@ -220,10 +220,9 @@ class Engine {
   double m_askStarted = 0;
   u32 m_systemFailures = 0;  // without a success since, as m_wakings
   u32 m_wakings = 0;
-  bool m_isWoken = false;    // after a silence, and has not been asked since
-  bool m_isSilent = false;   // nothing that fails counts until the disk answers again
-  bool m_wasSilent = false;  // at any time in this run
-  bool m_wasSilentEarlier = false;
+  bool m_isWoken = false;       // after a silence, and has not been asked since
+  bool m_isSilent = false;      // nothing that fails counts until the disk answers again
+  bool m_wasSilent = false;     // in this run, or in an earlier one that went on afterwards
   bool m_isDoubted = false;     // it answers, and was perhaps silent until now
   u64 m_witnessesAside = 0;     // sectors set aside as witnesses when reading began
   ExtentSet m_witnessesInVain;  // asked for proof, and failed

@@ -88,7 +88,7 @@ bool Engine::NeedsProof() {
 // that was silent before always are. Later there may be too few of them for that.
 u32 Engine::ProbeAfter(bool alone) const {
   if (!alone && m_ledger.refused.IsEmpty()) return kMostUnprobed;  // nothing would be marked
-  if (m_wasSilent || m_wasSilentEarlier) return 1;
+  if (m_wasSilent) return 1;
   const u64 left = m_ledger.witnesses.Sectors();
   if (left == 0) return kMostUnprobed;
   u32 failures = 1;
@@ -125,7 +125,7 @@ void Engine::FallSilent() {
 }
 
 // Sectors that are known to be good are asked again for every refusal only where the disk was
-// silent in this run: there, no other way tells what is bad.
+// silent and came back: there, no other way tells what is bad.
 bool Engine::MayAskKnownGood() const {
   return m_progress.all.present > 0 &&
          (m_wasSilent || (m_knownGoodAsks + 2) * kFailuresPerKnownGood <= m_failures);

@@ -105,6 +105,7 @@ bool HistoryReader::Take(const JsonLine& event) {
       m_untilEnd = count;
     } else {
       m_untilEnd.reset();
+      m_history.cameBack = m_history.cameBack || count > 0;
       TakeBack(count);
     }
   } else if (*name == "end") {
@@ -131,7 +132,7 @@ void HistoryReader::TakeOpen(const JsonLine& event) {
     m_history.triedTogether.Clear();
     m_history.triedAlone.Clear();
     m_history.beganSilence.Clear();
-    m_history.wasSilent = false;
+    m_history.wasSilent = m_history.cameBack = false;
   }
   if (m_history.stamp != stamp) m_history.storing.Clear();
   m_history.source = std::move(source);

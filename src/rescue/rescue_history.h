@@ -56,6 +56,7 @@ struct RescueHistory {
   // The disk fell silent when it was asked for these alone.
   ExtentSet beganSilence;
   bool wasSilent = false;  // it refused what later did not count
+  bool cameBack = false;   // and answered again in the same run
   // Where sectors were stored since the last time that all was flushed to disk.
   ExtentSet storing;
 

@@ -115,8 +115,10 @@ TEST(RescueHistoryTest, WhatADeadDiskRefusedDoesNotCount) {
       {LogEvent("unproved").Add("count", u64{2}), Failed({4400, 1}, true, FailureKind::kUnclear)});
   EXPECT_EQ(Read(killed + silent).triedAlone.Sectors(), 2u);
   EXPECT_EQ(Read(killed + silent + answered).triedAlone.Sectors(), 3u);
-  EXPECT_TRUE(Read(killed + silent).wasSilent);
   EXPECT_FALSE(Read(killed).wasSilent);
+  EXPECT_TRUE(Read(killed + silent).wasSilent);
+  EXPECT_FALSE(Read(killed + silent).cameBack);
+  EXPECT_TRUE(Read(killed + silent + answered).cameBack);
 }
 
 TEST(RescueHistoryTest, AnotherDiskOrCacheForgetsWhatWasTried) {
