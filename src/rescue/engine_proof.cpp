@@ -300,6 +300,7 @@ std::optional<SectorRange> Engine::PickUnit(SectorStatus wanted, const ExtentSet
 void Engine::EndOrWake(StopReason reason, u32 systemError) {
   // A device that vanished was alive until then; one that does not answer was not.
   const bool wasSilent = m_isSilent || reason == StopReason::kNotAnswering;
+  if (wasSilent) ExpectKill();  // waking it may take long
   const size_t unproved = wasSilent ? TakeBackSilence() : 0;
   if (m_options.onSilent && m_wakings++ < kMostWakings && m_options.onSilent(reason)) {
     m_failuresInRow = 0;
