@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "ui/windows/form_driver.h"
 
+#include <utility>
+
 #include "base/path_text.h"
 #include "catalog/message_catalog.h"
 #include "platform/windows/win32.h"
@@ -47,6 +49,9 @@ void cFormDriver::TakeStep() {
   const HWND form = TopForm();
   // A user waits for what a form is about to show.
   if (!form || CountDetachedWork() > 0) return;
+  // A form that has just come to the top may not have begun what the last step asks for: the one
+  // above it ends before its answer is acted upon.
+  if (std::exchange(m_top, form) != form) return;
   if (StepsLeft() > 0) {
     m_steps[m_next++](form);
   } else if (++m_idleTicks > kPatienceTicks) {

@@ -36,6 +36,7 @@ class cFormDriver {
 
   std::vector<FormStep> m_steps;
   size_t m_next = 0;
+  HWND m_top = nullptr;  // at the last tick
   u32 m_idleTicks = 0;
 };
 
