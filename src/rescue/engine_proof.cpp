@@ -15,7 +15,7 @@ namespace {
 constexpr double kTickSeconds = 0.2;
 constexpr double kMostUnclearSeconds = 120;
 constexpr u32 kMostWakings = 3;
-constexpr u64 kFailuresPerKnownGood = 64;  // one is kept for the end
+constexpr u64 kFailuresPerKnownGood = 64;  // some are kept for long rows, and for the end
 constexpr double kPatientSeconds = 10;
 constexpr double kFirstPatientPause = 0.25;
 // So that the failures that a silent disk is allowed are spread over ten seconds.
@@ -128,7 +128,7 @@ void Engine::FallSilent() {
 // silent and came back: there, no other way tells what is bad.
 bool Engine::MayAskKnownGood() const {
   return m_progress.all.present > 0 &&
-         (m_wasSilent || (m_knownGoodAsks + 2) * kFailuresPerKnownGood <= m_failures);
+         (m_wasSilent || (m_knownGoodAsks + 4) * kFailuresPerKnownGood <= m_failures);
 }
 
 // A disk that was silent shows that it lives before it is asked for what may have silenced it.
