@@ -15,7 +15,8 @@ namespace {
 constexpr double kTickSeconds = 0.2;
 constexpr double kMostUnclearSeconds = 120;
 constexpr u32 kMostWakings = 3;
-constexpr u64 kFailuresPerKnownGood = 64;  // some are kept for long rows, and for the end
+constexpr u64 kFailuresPerKnownGood = 64;
+constexpr u64 kKnownGoodKept = 4;  // for long rows of failures, and for the end
 constexpr double kPatientSeconds = 10;
 constexpr double kFirstPatientPause = 0.25;
 // So that the failures that a silent disk is allowed are spread over ten seconds.
@@ -128,7 +129,7 @@ void Engine::FallSilent() {
 // silent and came back: there, no other way tells what is bad.
 bool Engine::MayAskKnownGood() const {
   return m_progress.all.present > 0 &&
-         (m_wasSilent || (m_knownGoodAsks + 4) * kFailuresPerKnownGood <= m_failures);
+         (m_wasSilent || (m_knownGoodAsks + kKnownGoodKept) * kFailuresPerKnownGood <= m_failures);
 }
 
 // A disk that was silent shows that it lives before it is asked for what may have silenced it.
@@ -170,7 +171,7 @@ Engine::Proof Engine::AskForProof(bool isEarly) {
   m_isDoubted = how == FailureKind::kUnclear && !m_isSilent;
   const bool isAlive = ProveBy(*second) == FailureKind::kNone;
   if (std::exchange(m_isDoubted, false) && isAlive && !IsStopping()) {
-    m_isSilent = true;
+    m_isSilent = true;  // so that an answer takes back what was refused
     const bool wasSilent = ProveBy(*first) == FailureKind::kNone;
     m_isSilent = false;
     m_wasSilent = m_wasSilent || wasSilent;

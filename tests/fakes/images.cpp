@@ -75,9 +75,9 @@ std::string Presence(cKVRSparseIO* image, u64 first, u32 count) {
   return text;
 }
 
-RandomSource::RandomSource() {
+RandomSource::RandomSource(std::optional<u64> usual) {
   const char* chosen = std::getenv("LARKSPUR_SEED");
-  seed = chosen ? std::strtoull(chosen, nullptr, 10) : 1;
+  seed = chosen ? std::strtoull(chosen, nullptr, 10) : usual ? *usual : std::random_device{}();
   engine.seed(seed);
 }
 

@@ -37,10 +37,9 @@ u32 WritePattern(cBaseIO* image, u64 first, u32 count);
 std::string ChangesOf(MemoryStore* store, const std::function<void()>& work);
 
 // A generator for a random test, whose seed the test prints when it fails: LARKSPUR_SEED, else
-// always the same one, so that what lands does not hang on chance. Others are tried by hand
-// (docs/testing.md).
+// `usual`, else one that differs from run to run.
 struct RandomSource {
-  RandomSource();
+  explicit RandomSource(std::optional<u64> usual = std::nullopt);
   u64 Below(u64 limit) { return std::uniform_int_distribution<u64>(0, limit - 1)(engine); }
 
   u64 seed;
