@@ -89,7 +89,8 @@ bool Engine::NeedsProof() {
 // that was silent before always are. Later there may be too few of them for that.
 u32 Engine::ProbeAfter(bool alone) const {
   if (!alone && m_ledger.refused.IsEmpty()) return kMostUnprobed;  // nothing would be marked
-  if (m_wasSilent) return 1;
+  // Of those amid good ones, hardly any is bad.
+  if (m_wasSilent || m_ledger.LastWasWitness()) return 1;
   const u64 left = m_ledger.witnesses.Sectors();
   if (left == 0) return kMostUnprobed;
   u32 failures = 1;

@@ -59,6 +59,10 @@ class Ledger {
   bool Prove(u64* marked);
   // The first refusal since the last sign of life, when it was of what was asked alone.
   std::optional<SectorRange> FirstRecentAlone() const;
+  // Whether the last refusal since the last sign of life was of a witness.
+  bool LastWasWitness() const {
+    return !m_recent.empty() && m_recent.back().from == &Ledger::witnesses;
+  }
   // The disk was dead: what it refused since it was last known to be alive was not refused, but for
   // the first `kept` of them. Answers how many refusals that were.
   size_t TakeBack(size_t kept);
