@@ -17,7 +17,7 @@ namespace larkspur::cli {
 namespace {
 
 void PrintResult(const RescueProgress& progress, double seconds, const ImageOptions& options) {
-  const StatusTotals& all = progress.all;
+  const StatusCounts& all = progress.all;
   if (options.json) {
     PrintJson({{"sectors", progress.sectors},
                {"present", all.present},

@@ -67,7 +67,7 @@ void RescueProgressLine::Show(const RescueProgress& progress) {
 }
 
 void RescueProgressLine::PrintJsonLine(const RescueProgress& progress, const ProgressFacts& facts) {
-  const StatusTotals& domain = progress.domain;
+  const StatusCounts& domain = progress.domain;
   const double done = static_cast<double>(domain.present + domain.unreadable);
   const double all = static_cast<double>(progress.domainSectors);
   const auto orNull = [](double value) {

@@ -155,9 +155,8 @@ ExitStatus RunRead(const ReadOptions& options) {
   if (const ExitStatus status = output.Open(); status != kExitDone) return status;
   const ExitStatus status = CopyRange(&rescue, &output, options);
   if (status != kExitDone) return status;
-  StatusTotals totals;
-  if (CacheStore(rescue.Image(), nullptr).Count(rescue.Range(), &totals)) {
-    return Rescue::StatusOf(totals);
+  if (const auto counts = CacheStore(rescue.Image(), nullptr).Count(rescue.Range())) {
+    return Rescue::StatusOf(*counts);
   }
   return Fail(Failure(options.cache, "the cache cannot be read", platform::LastFailure()));
 }

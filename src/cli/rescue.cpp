@@ -168,8 +168,8 @@ ExitStatus Rescue::Finish(ExitStatus status) {
   return reason == StopReason::kStopped ? kExitInterrupted : kExitFailed;
 }
 
-ExitStatus Rescue::StatusOf(const StatusTotals& totals) {
-  return totals.unreadable + totals.missing > 0 ? kExitSomeUnreadable : kExitDone;
+ExitStatus Rescue::StatusOf(const StatusCounts& counts) {
+  return counts.unreadable + counts.missing > 0 ? kExitSomeUnreadable : kExitDone;
 }
 
 std::function<bool(StopReason)> WakeBy(const std::string& command, AskedSource* const* source) {

@@ -37,8 +37,8 @@ class Rescue {
   // Ends the run; tells why it ended early, if it did. Answers `status` when it did not, or the
   // exit status for that.
   ExitStatus Finish(ExitStatus status = kExitDone);
-  // What ends with kExitDone, or with kExitSomeUnreadable when the totals lack anything.
-  static ExitStatus StatusOf(const StatusTotals& totals);
+  // What ends with kExitDone, or with kExitSomeUnreadable when the counts lack anything.
+  static ExitStatus StatusOf(const StatusCounts& counts);
 
  private:
   ExitStatus OpenSession(EngineOptions engine);

@@ -73,7 +73,7 @@ std::string FormatProgress(const ProgressFacts& text, size_t width) {
 }
 
 ProgressFacts FactsOf(const RescueProgress& progress, double sectorsPerSecond) {
-  const StatusTotals& domain = progress.domain;
+  const StatusCounts& domain = progress.domain;
   // How much is fetched on demand is not known.
   return {.sectors = progress.phase == Phase::kFetch ? 0 : progress.domainSectors,
           .done = domain.present + domain.unreadable,

@@ -86,9 +86,11 @@ SectorRange Engine::Widened(SectorRange range) const {
 }
 
 bool Engine::CountAll() {
-  StatusTotals& all = m_progress.all;
-  const bool isCounted = all.present + all.unreadable + all.missing > 0;
-  return isCounted || m_store->Count({0, m_sectors}, &all);
+  StatusCounts& all = m_progress.all;
+  if (all.present + all.unreadable + all.missing > 0) return true;
+  const auto counted = m_store->Count({0, m_sectors});
+  if (counted) all = *counted;
+  return counted.has_value();
 }
 
 bool Engine::Want(const ExtentSet& domain) {
@@ -103,9 +105,7 @@ bool Engine::Want(const ExtentSet& domain) {
     isReadable =
         isReadable && m_store->Visit(part, [&](u64 start, u64 sectors, SectorStatus status) {
           if (status == kMissing) missing.Add({start, sectors});
-          (status == kPresent      ? m_progress.domain.present
-           : status == kUnreadable ? m_progress.domain.unreadable
-                                   : m_progress.domain.missing) += sectors;
+          m_progress.domain.Add(status, sectors);
           return true;
         });
   });

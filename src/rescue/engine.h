@@ -38,9 +38,9 @@ enum class StopReason {
 struct RescueProgress {
   Phase phase = Phase::kIdle;
   u64 sectors = 0;   // of the storage
-  StatusTotals all;  // of the storage
+  StatusCounts all;  // of the storage
   u64 domainSectors = 0;
-  StatusTotals domain;  // of what is wanted
+  StatusCounts domain;  // of what is wanted
   u64 asked = 0;        // sectors asked of the source in this run, each counted once
   u64 position = 0;     // where it reads
   double secondsSinceSuccess = 0;

@@ -178,7 +178,7 @@ void Engine::Settle(const Asked& asked) {
   if (got.count > 0) {
     m_ledger.Stored(got);
     const bool isPlanned = m_planned.Contains(got.first);
-    for (StatusTotals* totals : {&m_progress.all, isPlanned ? &m_progress.domain : nullptr}) {
+    for (StatusCounts* totals : {&m_progress.all, isPlanned ? &m_progress.domain : nullptr}) {
       if (!totals) continue;
       totals->present += got.count;
       (m_isRetrying ? totals->unreadable : totals->missing) -= got.count;

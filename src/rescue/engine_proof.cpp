@@ -228,9 +228,8 @@ std::vector<SectorRange> Engine::UsableWitnesses(bool fresh) const {
   std::vector<SectorRange> usable;
   m_ledger.witnesses.Visit([&](SectorRange witness) {
     if (fresh && m_witnessesInVain.Contains(witness.first)) return;
-    StatusTotals before;
-    m_store->Count({witness.first - 1, 1}, &before);
-    if (before.present > 0) usable.push_back(UnitAround(witness.first));
+    const auto before = m_store->Count({witness.first - 1, 1});
+    if (before && before->present > 0) usable.push_back(UnitAround(witness.first));
   });
   return usable;
 }

@@ -14,15 +14,6 @@ bool Touches(const ExtentSet& set, SectorRange range) {
 
 }  // namespace
 
-bool RescueStore::Count(SectorRange range, StatusTotals* totals) {
-  return Visit(range, [totals](u64, u64 sectors, SectorStatus status) {
-    (status == kPresent      ? totals->present
-     : status == kUnreadable ? totals->unreadable
-                             : totals->missing) += sectors;
-    return true;
-  });
-}
-
 void Ledger::Stored(SectorRange range) {
   for (ExtentSet* set : {&untried, &failed, &trimmed, &refused, &witnesses, &spent}) {
     if (!set->IsEmpty()) set->Remove(range);

@@ -102,10 +102,10 @@ LogEvent& LogEvent::Add(std::string_view key, const SourceIdentity& source) {
   return *this;
 }
 
-LogEvent& LogEvent::Add(const StatusTotals& totals) {
-  return Add("present", totals.present)
-      .Add("unreadable", totals.unreadable)
-      .Add("missing", totals.missing);
+LogEvent& LogEvent::Add(const StatusCounts& counts) {
+  return Add("present", counts.present)
+      .Add("unreadable", counts.unreadable)
+      .Add("missing", counts.missing);
 }
 
 std::optional<LogFault> FaultOfLog(const std::u16string& path,

@@ -15,16 +15,11 @@
 
 #include "base/result.h"
 #include "io/sector_range.h"
+#include "io/status_counts.h"
 #include "platform/owned_file.h"
 #include "rescue/asked_source.h"
 
 namespace larkspur {
-
-struct StatusTotals {
-  u64 present = 0;
-  u64 unreadable = 0;
-  u64 missing = 0;
-};
 
 // The log's path, for the cache's: beside the file itself, where that is reached through a link.
 std::u16string LogPathOf(const std::u16string& cachePath);
@@ -40,7 +35,7 @@ class LogEvent {
   LogEvent& Add(std::string_view key, std::string_view text);
   LogEvent& Add(std::string_view key, const SourceIdentity& source);
   LogEvent& Add(SectorRange range) { return Add("start", range.first).Add("sectors", range.count); }
-  LogEvent& Add(const StatusTotals& totals);
+  LogEvent& Add(const StatusCounts& counts);
   // A pointer would become true or false.
   LogEvent& Add(std::string_view key, const char* text) { return Add(key, std::string_view(text)); }
 

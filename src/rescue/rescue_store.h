@@ -5,10 +5,10 @@
 // Where the engine keeps what it read: a cache, by what the engine needs of one.
 
 #include <functional>
+#include <optional>
 
 #include "io/sector_range.h"
-#include "io/sparse_layout.h"
-#include "rescue/rescue_log.h"
+#include "io/status_counts.h"
 
 namespace larkspur {
 
@@ -37,8 +37,15 @@ class RescueStore {
   // while the source is read, and Sync finds little left to do.
   virtual void BeginFlush() {}
 
-  // Counts the statuses in `range`; false as Visit.
-  bool Count(SectorRange range, StatusTotals* totals);
+  // Counts the statuses in `range`; nothing where some of the store cannot be read.
+  std::optional<StatusCounts> Count(SectorRange range) {
+    StatusCounts counts;
+    const bool isReadable = Visit(range, [&](u64, u64 sectors, SectorStatus status) {
+      counts.Add(status, sectors);
+      return true;
+    });
+    return isReadable ? std::optional(counts) : std::nullopt;
+  }
 };
 
 }  // namespace larkspur

@@ -16,6 +16,7 @@
 #include "rescue/clock.h"
 #include "rescue/extent_set.h"
 #include "rescue/rescue_history.h"
+#include "rescue/rescue_log.h"
 #include "rescue/rescue_store.h"
 
 namespace larkspur::fakes {

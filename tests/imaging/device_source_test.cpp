@@ -55,7 +55,7 @@ class DeviceSource : public DeviceTest {
   fakes::TempFolder m_folder;
   std::u16string m_cachePath = m_folder.File(u"disk.kvrsp");
   std::atomic<bool> m_stop{false};
-  StatusTotals m_counts;
+  StatusCounts m_counts;
 };
 
 TEST_F(DeviceSource, ABadPhysicalSectorCostsItselfOnly) {

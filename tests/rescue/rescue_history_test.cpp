@@ -49,8 +49,8 @@ std::vector<LogEvent> WholeRun() {
       Failed({700, 1}, true, FailureKind::kMedium),
       Failed({900, 4}, false, FailureKind::kTransport),
       LogEvent("marked").Add(SectorRange{700, 1}),
-      LogEvent("synced").Add(StatusTotals{9000, 1, 999}),
-      LogEvent("end").Add("how", "done").Add(StatusTotals{9001, 1, 998}).Add("asked", u64{9500})};
+      LogEvent("synced").Add(StatusCounts{9000, 1, 999}),
+      LogEvent("end").Add("how", "done").Add(StatusCounts{9001, 1, 998}).Add("asked", u64{9500})};
 }
 
 TEST(RescueHistoryTest, TellsWhatWasWritten) {
