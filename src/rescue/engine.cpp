@@ -18,19 +18,8 @@ constexpr u32 kPiece = AskedSource::kMaxAskSectors;
 constexpr const char* kPhaseNames[] = {"idle", "copy",   "back",  "sweep",
                                        "trim", "scrape", "retry", "fetch"};
 
-// Witnesses are spread evenly, more on a larger disk. Each costs a request of its own at the end.
-constexpr u64 kSectorsPerFirstWitness = u64{1} << 20 >> kSectorShift;
-constexpr u64 kFirstWitnesses = 128;
-constexpr u64 kSectorsPerWitness = u64{1} << 30 >> kSectorShift;
-constexpr u64 kMostWitnesses = 1024;
-
 // How often what fails without the medium's doing is asked again in vain.
 constexpr u32 kMostIdlePasses = 2;
-
-u64 WitnessCount(u64 sectors) {
-  return std::min({sectors / kSectorsPerFirstWitness,
-                   kFirstWitnesses + sectors / kSectorsPerWitness, kMostWitnesses});
-}
 
 u32 PhysicalSectors(const SourceIdentity& identity) {
   const u32 sectors = identity.physicalSectorBytes / kSectorBytes;
@@ -53,20 +42,20 @@ Engine::Engine(AskedSource* source, RescueStore* store, RescueLog* log, RescueCl
       m_stop(stop),
       m_options(std::move(options)),
       m_queue(source, clock, stop, m_options.inThread),
+      m_units{store->Sectors(), PhysicalSectors(source->Identity())},
       m_ledger(store, log),
-      m_sectors(store->Sectors()),
-      m_unit(PhysicalSectors(source->Identity())),
+      m_witnesses(store, &m_ledger, m_units),
+      m_keeper(store, log, clock),
       m_lastSuccess(clock->Seconds()),
-      m_started(m_lastSuccess),
-      m_lastSync(m_lastSuccess) {
+      m_started(m_lastSuccess) {
   m_queue.LimitRate(m_options.maxBytesPerSecond);
-  m_progress.sectors = m_sectors;
+  m_progress.sectors = m_units.sectors;
   if (!m_queue.IsReady()) StopWith(StopReason::kSystemFailed, 0);
 }
 
 void Engine::Resume(RescueHistory* history) {
   // What an earlier run stored and did not flush to disk is to be flushed even if nothing is added.
-  m_isDirty = !history->storing.IsEmpty();
+  if (!history->storing.IsEmpty()) m_keeper.NoteChange();
   m_beganSilence = std::move(history->beganSilence);
   m_isWoken = history->wasSilent;
   m_wasSilent = history->cameBack;
@@ -74,21 +63,10 @@ void Engine::Resume(RescueHistory* history) {
   m_triedAlone = std::move(history->triedAlone);
 }
 
-SectorRange Engine::UnitAround(u64 sector) const {
-  const u64 first = sector / m_unit * m_unit;
-  return {first, std::min<u64>(m_unit, m_sectors - first)};
-}
-
-SectorRange Engine::Widened(SectorRange range) const {
-  const u64 first = range.first / m_unit * m_unit;
-  const u64 end = std::min((range.End() + m_unit - 1) / m_unit * m_unit, m_sectors);
-  return {first, end - first};
-}
-
 bool Engine::CountAll() {
   StatusCounts& all = m_progress.all;
   if (all.present + all.unreadable + all.missing > 0) return true;
-  const auto counted = m_store->Count({0, m_sectors});
+  const auto counted = m_store->Count({0, m_units.sectors});
   if (counted) all = *counted;
   return counted.has_value();
 }
@@ -96,7 +74,7 @@ bool Engine::CountAll() {
 bool Engine::Want(const ExtentSet& domain) {
   if (!CountAll()) return StopForUnreadableCache();
   ExtentSet wanted;
-  domain.Visit({0, m_sectors}, [&](SectorRange part) { wanted.Add(Widened(part)); });
+  domain.Visit({0, m_units.sectors}, [&](SectorRange part) { wanted.Add(m_units.Widened(part)); });
   wanted.Remove(m_planned);
   m_planned.Add(wanted);
   ExtentSet missing;
@@ -131,9 +109,9 @@ void Engine::Begin(Phase phase) {
 }
 
 void Engine::Image() {
-  SetWitnessesAside();
+  m_witnesses.SetAside();
   const bool forward = !m_options.reverse;
-  const SectorRange all{0, m_sectors};
+  const SectorRange all{0, m_units.sectors};
   Scan(Phase::kCopy, forward, Skip::kFailuresAndSlowness, all);
   Scan(Phase::kBack, !forward, Skip::kFailuresAndSlowness, all);
   // What was skipped for being slow, or lies between bad areas, comes before those areas.
@@ -157,27 +135,13 @@ void Engine::Image() {
            (isWoken || (m_options.scrape && idlePasses < kMostIdlePasses)));
 }
 
-void Engine::SetWitnessesAside() {
-  const u64 count = WitnessCount(m_sectors);
-  for (u64 i = 0; i < count; ++i) {
-    // At the end of a piece, so that what is asked around it stays one request.
-    const u64 middle = m_sectors / count * i + m_sectors / count / 2;
-    const SectorRange unit = UnitAround(middle / kPiece * kPiece + kPiece - 1);
-    const auto wanted = m_ledger.untried.NextFrom(unit.first);
-    if (!wanted || wanted->first != unit.first || wanted->count < unit.count) continue;
-    m_ledger.untried.Remove(unit);
-    m_ledger.witnesses.Add(unit);
-  }
-  m_witnessesAside = m_ledger.witnesses.Sectors();
-}
-
 void Engine::Scan(Phase phase, bool forward, Skip skip, SectorRange within) {
   if (!m_ledger.untried.NextFrom(within.first)) return;
   Begin(phase);
   m_queue.JudgeSlowness(skip == Skip::kFailuresAndSlowness);
   SkipPolicy policy = skip == Skip::kNothing    ? SkipPolicy()
                       : skip == Skip::kOnePiece ? SkipPolicy::OnePiece()
-                                                : SkipPolicy(m_sectors);
+                                                : SkipPolicy(m_units.sectors);
   u64 cursor = forward ? within.first : within.End();
   const auto next = [&]() -> std::optional<SectorRange> {
     const auto part =
@@ -265,7 +229,7 @@ bool Engine::AskAlone(SectorRange area, bool forward) {
   bool hasFailed = false;
   const auto next = [&]() -> std::optional<SectorRange> {
     while (!hasFailed && (forward ? cursor < area.End() : cursor > area.first)) {
-      const SectorRange unit = UnitAround(forward ? cursor : cursor - 1);
+      const SectorRange unit = m_units.Around(forward ? cursor : cursor - 1);
       const u64 first = std::max(unit.first, area.first);
       const u64 end = std::min(unit.End(), area.End());
       cursor = forward ? end : first;
@@ -292,12 +256,12 @@ void Engine::AskBeforeNamed(SectorRange area) {
   const std::vector<std::pair<u64, u64>> named(begin, end);
   m_named.erase(begin, end);  // asking may add others
   for (const auto& [first, bad] : named) {
-    const u64 badUnit = UnitAround(bad).first;
+    const u64 badUnit = m_units.Around(bad).first;
     const SectorRange before{first, badUnit - std::min(badUnit, first)};
     // Somebody who waited may have had part of it asked for alone.
     const auto open = m_ledger.failed.NextFrom(first);
     const bool isOpen = open && open->first == first && open->count >= before.count;
-    if (before.count <= m_unit || !isOpen || IsStopping()) continue;
+    if (before.count <= m_units.unit || !isOpen || IsStopping()) continue;
     bool isAsked = false;
     Stream(
         false,
@@ -311,7 +275,7 @@ void Engine::AskBeforeNamed(SectorRange area) {
 void Engine::Retry(const ExtentSet& domain) {
   ExtentSet unreadable;
   bool isReadable = true;
-  domain.Visit({0, m_sectors}, [&](SectorRange part) {
+  domain.Visit({0, m_units.sectors}, [&](SectorRange part) {
     isReadable =
         isReadable && m_store->Visit(part, [&](u64 start, u64 sectors, SectorStatus status) {
           if (status == kUnreadable) unreadable.Add({start, sectors});
@@ -330,7 +294,7 @@ void Engine::Retry(const ExtentSet& domain) {
     if (IsStopping()) return;
     m_log->Write(LogEvent("retry").Add(area));
     for (u64 cursor = area.first; cursor < area.End() && !IsStopping();) {
-      const SectorRange unit = UnitAround(cursor);
+      const SectorRange unit = m_units.Around(cursor);
       const u64 end = std::min(unit.End(), area.End());
       AskAlone({cursor, end - cursor}, true);
       m_retryLeft -= end - cursor;
@@ -343,7 +307,7 @@ void Engine::Retry(const ExtentSet& domain) {
 
 void Engine::ReadMissing(SectorRange range, bool untilRefused) {
   if (IsStopping() || !Want(ExtentSet(range))) return;
-  const SectorRange wide = Widened(range);
+  const SectorRange wide = m_units.Widened(range);
   if (untilRefused && m_ledger.HasRefused(range)) return;
   Begin(Phase::kFetch);
   m_ledger.GiveUpWitnesses(wide);

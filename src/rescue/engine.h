@@ -15,6 +15,9 @@
 #include "rescue/ask_queue.h"
 #include "rescue/ledger.h"
 #include "rescue/rescue_history.h"
+#include "rescue/store_keeper.h"
+#include "rescue/time_left.h"
+#include "rescue/witnesses.h"
 
 namespace larkspur {
 
@@ -66,7 +69,6 @@ struct EngineOptions {
 
 class Engine {
  public:
-  static constexpr double kSyncSeconds = 30;
   // Told often, also while a request hangs: the receiver limits how often it is shown.
   using Monitor = std::function<void(const RescueProgress&)>;
 
@@ -113,7 +115,6 @@ class Engine {
 
   // The order of work.
   void Begin(Phase phase);
-  void SetWitnessesAside();
   bool CountAll();
   enum class Skip { kNothing, kOnePiece, kFailures, kFailuresAndSlowness };
   void Scan(Phase phase, bool forward, Skip skip, SectorRange within);
@@ -135,14 +136,12 @@ class Engine {
   bool IsAwaited() { return !m_isServing && m_options.isAwaited && m_options.isAwaited(); }
   void GiveWay(const Settled& settled);
   bool StoreAnswers(const Asked* first, u32 count);
-  bool StoreRun(SectorRange run, const u8* data);
   void Settle(const Asked& asked);
   void SettleFailure(const Asked& asked);
   void SettleSlip(SectorRange range);
   void LogFailure(const Asked& asked);
   void AliveNow();
   void CountAsked(SectorRange range);
-  void Learn(const Asked& asked);
 
   // Proof of life.
   bool NeedsProof();
@@ -166,16 +165,9 @@ class Engine {
   void LogTakenBack(size_t count);
   void EndSilence();
   FailureKind ProveBy(const Witness& witness);
-  std::vector<SectorRange> UsableWitnesses(bool fresh) const;
-  std::optional<SectorRange> PickWitness(u64 farFrom);
-  std::optional<SectorRange> PickKnownGood();
-  std::optional<SectorRange> PickUntried(bool last);
   std::optional<SectorRange> PickUnwanted();
-  std::optional<SectorRange> PickUnit(SectorStatus wanted, const ExtentSet& except);
 
-  // The store.
   bool PrepareStore(SectorRange range);
-  void NoteStoring(SectorRange range);
   void SyncWhenDue();
   bool Sync();
 
@@ -188,10 +180,6 @@ class Engine {
   void Tell();
   double SecondsLeft() const;
 
-  SectorRange UnitAround(u64 sector) const;
-  SectorRange Widened(SectorRange range) const;
-  bool IsAlone(SectorRange range) const { return range.count <= m_unit; }
-
   AskedSource* m_source;
   RescueStore* m_store;
   RescueLog* m_log;
@@ -199,9 +187,11 @@ class Engine {
   const std::atomic<bool>* m_stop;
   EngineOptions m_options;
   AskQueue m_queue;
+  SectorUnits m_units;
   Ledger m_ledger;
-  u64 m_sectors;
-  u32 m_unit;  // sectors in one physical sector
+  Witnesses m_witnesses;
+  StoreKeeper m_keeper;
+  TimeLeft m_timeLeft;
 
   ExtentSet m_planned;        // what was wanted so far
   ExtentSet m_triedTogether;  // by earlier runs, where nothing was planned yet
@@ -220,29 +210,15 @@ class Engine {
   double m_askStarted = 0;
   u32 m_systemFailures = 0;  // without a success since, as m_wakings
   u32 m_wakings = 0;
-  bool m_isWoken = false;       // after a silence, and has not been asked since
-  bool m_isSilent = false;      // nothing that fails counts until the disk answers again
-  bool m_wasSilent = false;     // in this run, or in an earlier one that went on afterwards
-  bool m_isDoubted = false;     // it answers, and was perhaps silent until now
-  u64 m_witnessesAside = 0;     // sectors set aside as witnesses when reading began
-  ExtentSet m_witnessesInVain;  // asked for proof, and failed
-  ExtentSet m_knownGoodAsked;
-  u64 m_knownGoodAsks = 0;  // also those for which none was found
-  u64 m_picks = 0;
+  bool m_isWoken = false;    // after a silence, and has not been asked since
+  bool m_isSilent = false;   // nothing that fails counts until the disk answers again
+  bool m_wasSilent = false;  // in this run, or in an earlier one that went on afterwards
+  bool m_isDoubted = false;  // it answers, and was perhaps silent until now
   size_t m_unprovedAtEnd = 0;
   bool m_expectsKill = false;  // and the log was told
 
-  SectorRange m_roomMade;
-  ExtentSet m_storing;
   double m_started;
-  double m_lastSync;
-  bool m_isDirty = false;
-  u64 m_unflushed = 0;  // sectors stored since the last flush began
-  u64 m_storedSectors = 0;
-  double m_storeSeconds = 0;  // all that these took, flushed to disk
-  u64 m_retryLeft = 0;        // sectors that are to be retried
-  double m_groupSeconds = 0;  // usual, of one sector
-  double m_aloneSeconds = 0;  // usual, of one request
+  u64 m_retryLeft = 0;  // sectors that are to be retried
 
   Monitor m_monitor;
   RescueProgress m_progress;

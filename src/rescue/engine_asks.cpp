@@ -17,16 +17,6 @@ constexpr double kHangSeconds = 1;
 constexpr u32 kMostSystemFailures = 8;
 constexpr double kSystemPause = 0.25;  // seconds, longer with each failure in a row
 constexpr size_t kMostNamed = 1 << 16;
-// Room is made for that much at once where reading goes on in order.
-constexpr u64 kRoomSectors = 8192;
-// So much is stored before the store's disk is to begin writing it.
-constexpr u64 kFlushSectors = 16384;
-// What a power cut may have left undone is looked for by areas of 1 GiB.
-constexpr u64 kStoringArea = u64{1} << 21;
-
-double Follow(double usual, double now) {
-  return usual == 0 ? now : usual + 0.1 * (now - usual);
-}
 
 }  // namespace
 
@@ -66,7 +56,7 @@ void Engine::Stream(bool alone, const Next& next, const Settled& settled) {
       if (!range) break;
       if (!PrepareStore(*range)) break;
       if (m_queue.IsEmpty()) m_askStarted = m_clock->Seconds();
-      m_queue.Push(*range, alone && IsAlone(*range));
+      m_queue.Push(*range, alone && m_units.IsOne(*range));
     }
     if (m_queue.IsEmpty()) return;
     TakeAnswers(settled);
@@ -131,26 +121,9 @@ bool Engine::StoreAnswers(const Asked* first, u32 count) {
            first[end].range.first == run.End()) {
       run.count += first[end++].outcome.delivered;
     }
-    if (run.count > 0 && !StoreRun(run, first[i].data)) return false;
+    if (run.count > 0 && !m_keeper.Store(run, first[i].data, m_isRetrying)) return StopForStore();
     i = end;
   }
-  return true;
-}
-
-bool Engine::StoreRun(SectorRange run, const u8* data) {
-  m_isDirty = true;
-  NoteStoring(run);
-  const double started = m_clock->Seconds();
-  if (!m_store->Store(run.first, data, static_cast<u32>(run.count), m_isRetrying)) {
-    return StopForStore();
-  }
-  m_unflushed += run.count;
-  if (m_unflushed >= kFlushSectors) {
-    m_unflushed = 0;
-    m_store->BeginFlush();
-  }
-  m_storedSectors += run.count;
-  m_storeSeconds += m_clock->Seconds() - started;
   return true;
 }
 
@@ -161,17 +134,9 @@ void Engine::CountAsked(SectorRange range) {
   if (!isSecond || m_triedEarlier.Contains(range.first)) m_progress.asked += range.count;
 }
 
-void Engine::Learn(const Asked& asked) {
-  if (IsAlone(asked.range)) {
-    m_aloneSeconds = Follow(m_aloneSeconds, asked.seconds);
-  } else {
-    m_groupSeconds = Follow(m_groupSeconds, asked.seconds / static_cast<double>(asked.range.count));
-  }
-}
-
 void Engine::Settle(const Asked& asked) {
   CountAsked(asked.range);
-  Learn(asked);
+  m_timeLeft.Learn(asked.range.count, asked.seconds, m_units.IsOne(asked.range));
   m_progress.position = asked.range.first;
   const SectorRange got{asked.range.first, asked.outcome.delivered};
   if (got.count > 0 || asked.outcome.kind == FailureKind::kMedium) EndSilence();
@@ -254,77 +219,31 @@ void Engine::SettleSlip(SectorRange range) {
 }
 
 bool Engine::PrepareStore(SectorRange range) {
-  if (range.first >= m_roomMade.first && range.End() <= m_roomMade.End()) return true;
-  // Ahead only where reading goes on in order: elsewhere it would be room for nothing.
-  SectorRange room = range;
-  if (range.first == m_roomMade.End()) {
-    if (const auto wanted = m_ledger.untried.NextFrom(range.first)) {
-      room.count = std::clamp<u64>(wanted->End() - range.first, range.count, kRoomSectors);
-    }
-  }
-  // On a disk that is nearly full, there may still be room for the one piece.
-  if (room != range && !m_store->MakeRoom(room)) room = range;
-  if (room == range && !m_store->MakeRoom(room)) return StopForStore();
-  m_roomMade = room;
-  return true;
-}
-
-// After a power cut, what was being stored is looked at again: the log must know before the cache
-// does.
-void Engine::NoteStoring(SectorRange range) {
-  const u64 first = range.first / kStoringArea * kStoringArea;
-  bool isNew = false;
-  for (u64 at = first; at < range.End(); at += kStoringArea) {
-    if (m_storing.Contains(at)) continue;
-    const SectorRange area{at, std::min(kStoringArea, m_sectors - at)};
-    m_storing.Add(area);
-    m_log->Write(LogEvent("storing").Add(area));
-    isNew = true;
-  }
-  if (isNew) m_log->Sync();
+  return m_keeper.Prepare(range, m_ledger.untried) || StopForStore();
 }
 
 void Engine::SyncWhenDue() {
-  if (m_isDirty && m_clock->Seconds() - m_lastSync >= kSyncSeconds) Sync();
+  if (m_keeper.IsSyncDue()) Sync();
 }
 
 bool Engine::Sync() {
-  m_lastSync = m_clock->Seconds();
-  if (!m_isDirty) return true;
-  m_isDirty = false;
-  const bool isFlushed = m_store->Sync();
-  m_storeSeconds += m_clock->Seconds() - m_lastSync;
-  if (isFlushed) {
-    m_log->Write(LogEvent("synced").Add(m_progress.all));
-    m_storing.Clear();
-    return true;
-  }
-  const u32 code = platform::LastFailure();
-  m_log->Write(LogEvent("sync-failed").Add("code", u64{code}));
-  m_log->Sync();
-  StopWith(StopReason::kStoreFailed, code);
+  if (m_keeper.Sync(m_progress.all)) return true;
+  StopWith(StopReason::kStoreFailed, platform::LastFailure());
   return false;
 }
 
 double Engine::SecondsLeft() const {
   // What is fetched on demand grows with each demand.
   if (m_progress.phase == Phase::kFetch) return -1;
-  if (m_groupSeconds == 0 && m_aloneSeconds == 0) return -1;
   const double allowed = m_options.maxBytesPerSecond == 0
                              ? 0
                              : kSectorBytes / static_cast<double>(m_options.maxBytesPerSecond);
+  const u64 together = m_ledger.untried.Sectors() + m_ledger.witnesses.Sectors();
+  u64 alone = m_retryLeft;
+  if (m_options.scrape) alone += m_ledger.failed.Sectors() + m_ledger.trimmed.Sectors();
   // One sector is stored while the next is read.
-  const double stored =
-      m_storedSectors == 0 ? 0 : m_storeSeconds / static_cast<double>(m_storedSectors);
-  const u64 unasked = m_ledger.untried.Sectors() + m_ledger.witnesses.Sectors();
-  const double together =
-      std::max({m_groupSeconds, stored, allowed}) * static_cast<double>(unasked);
-  u64 single = m_retryLeft;
-  if (m_options.scrape) single += m_ledger.failed.Sectors() + m_ledger.trimmed.Sectors();
-  // Until one was asked alone: as long as a request took, at the least.
-  const double each =
-      m_aloneSeconds > 0 ? m_aloneSeconds : m_groupSeconds * AskedSource::kMaxAskSectors;
-  return together + each * static_cast<double>(single) / m_unit;
+  return m_timeLeft.Seconds(together, static_cast<double>(alone) / m_units.unit,
+                            std::max(m_keeper.SecondsPerSector(), allowed));
 }
 
 void Engine::Tell() {

@@ -71,7 +71,7 @@ void Engine::AliveNow() {
   if (m_isDoubted || !m_ledger.HasUnproved()) return;
   u64 marked = 0;
   const u64 planned = m_ledger.refused.Intersection(m_planned).Sectors();
-  m_isDirty = true;
+  m_keeper.NoteChange();
   if (!m_ledger.Prove(&marked)) StopForStore();
   m_progress.all.unreadable += marked;
   m_progress.all.missing -= marked;
@@ -91,11 +91,7 @@ u32 Engine::ProbeAfter(bool alone) const {
   if (!alone && m_ledger.refused.IsEmpty()) return kMostUnprobed;  // nothing would be marked
   // Of those amid good ones, hardly any is bad.
   if (m_wasSilent || m_ledger.LastWasWitness()) return 1;
-  const u64 left = m_ledger.witnesses.Sectors();
-  if (left == 0) return kMostUnprobed;
-  u32 failures = 1;
-  while (left * failures < m_witnessesAside * 3 / 4 && failures < kMostUnprobed) failures *= 2;
-  return failures;
+  return m_witnesses.FailuresForEach();
 }
 
 bool Engine::NeedsProbe(bool alone) {
@@ -119,10 +115,10 @@ void Engine::FallSilent() {
   m_isSilent = m_wasSilent = true;
   ExpectKill();
   while (m_isSilent && m_failuresInRow > 0 && !NeedsProof() && !IsStopping() &&
-         UsableWitnesses(true).size() > kWitnessesKept) {
+         m_witnesses.Fresh() > kWitnessesKept) {
     m_clock->Sleep(kSilentPause);
     Tell();
-    ProveBy({*PickWitness(m_progress.position), false});
+    ProveBy({*m_witnesses.Pick(m_progress.position), false});
   }
 }
 
@@ -130,7 +126,8 @@ void Engine::FallSilent() {
 // silent and came back: there, no other way tells what is bad.
 bool Engine::MayAskKnownGood() const {
   return m_progress.all.present > 0 &&
-         (m_wasSilent || (m_knownGoodAsks + kKnownGoodKept) * kFailuresPerKnownGood <= m_failures);
+         (m_wasSilent ||
+          (m_witnesses.KnownGoodPicked() + kKnownGoodKept) * kFailuresPerKnownGood <= m_failures);
 }
 
 // A disk that was silent shows that it lives before it is asked for what may have silenced it.
@@ -183,14 +180,14 @@ Engine::Proof Engine::AskForProof(bool isEarly) {
 
 // `isElsewhere`: one was asked in vain, and all around it may be bad. `isEarly`: sparingly.
 std::optional<Engine::Witness> Engine::PickProof(u64 farFrom, bool isElsewhere, bool isEarly) {
-  if (const auto witness = PickWitness(farFrom)) return Witness{*witness, false};
+  if (const auto witness = m_witnesses.Pick(farFrom)) return Witness{*witness, false};
   if (isEarly && !MayAskKnownGood()) return std::nullopt;
-  if (const auto known = PickKnownGood()) return Witness{*known, true};
+  if (const auto known = m_witnesses.PickKnownGood()) return Witness{*known, true};
   // Who retries has not asked for sectors that are missing.
   if (m_isRetrying) return std::nullopt;
   // All that is wanted may be bad, so the second comes from where nothing is.
-  auto other = isElsewhere ? PickUnwanted() : PickUntried(true);
-  if (!other) other = isElsewhere ? PickUntried(false) : PickUnwanted();
+  auto other = isElsewhere ? PickUnwanted() : m_witnesses.PickUntried(true);
+  if (!other) other = isElsewhere ? m_witnesses.PickUntried(false) : PickUnwanted();
   if (!other) return std::nullopt;
   return Witness{*other, false};
 }
@@ -218,51 +215,8 @@ FailureKind Engine::ProveBy(const Witness& asking) {
     Settle(*asked);
   }
   m_queue.Pop(1);
-  if (!isAlive) m_witnessesInVain.Add(witness);
+  if (!isAlive) m_witnesses.AskedInVain(witness);
   return isAlive ? FailureKind::kNone : kind;
-}
-
-// Those that were left out on purpose; `fresh`: that were not asked in vain already. Only where the
-// disk reads well around them: else their failure would say nothing.
-std::vector<SectorRange> Engine::UsableWitnesses(bool fresh) const {
-  std::vector<SectorRange> usable;
-  m_ledger.witnesses.Visit([&](SectorRange witness) {
-    if (fresh && m_witnessesInVain.Contains(witness.first)) return;
-    const auto before = m_store->Count({witness.first - 1, 1});
-    if (before && before->present > 0) usable.push_back(UnitAround(witness.first));
-  });
-  return usable;
-}
-
-// As far away as there is; one that was asked in vain only when there is no other.
-std::optional<SectorRange> Engine::PickWitness(u64 farFrom) {
-  const auto distance = [&](SectorRange witness) {
-    return witness.first > farFrom ? witness.first - farFrom : farFrom - witness.first;
-  };
-  for (const bool fresh : {true, false}) {
-    const std::vector<SectorRange> usable = UsableWitnesses(fresh);
-    const auto best = std::max_element(usable.begin(), usable.end(),
-                                       [&](auto& a, auto& b) { return distance(a) < distance(b); });
-    if (best != usable.end()) return *best;
-  }
-  return std::nullopt;
-}
-
-// A physical sector that the cache has. Never the same one twice in a run.
-std::optional<SectorRange> Engine::PickKnownGood() {
-  const auto picked = PickUnit(kPresent, m_knownGoodAsked);
-  if (picked) m_knownGoodAsked.Add(*picked);
-  ++m_knownGoodAsks;
-  return picked;
-}
-
-// One that is wanted and was never asked: in the middle of what lies last, or first.
-std::optional<SectorRange> Engine::PickUntried(bool last) {
-  const auto area = last ? m_ledger.untried.LastBefore(kNowhere) : m_ledger.untried.NextFrom(0);
-  if (!area) return std::nullopt;
-  const SectorRange unit = UnitAround(area->first + area->count / 2);
-  const u64 first = std::max(unit.first, area->first);
-  return SectorRange{first, std::min(unit.End(), area->End()) - first};
 }
 
 // One that was never asked, and that is not wanted in this run.
@@ -270,32 +224,7 @@ std::optional<SectorRange> Engine::PickUnwanted() {
   ExtentSet known = m_planned;
   known.Add(m_triedTogether);
   known.Add(m_triedAlone);
-  if (known.Sectors() == m_sectors) return std::nullopt;
-  return PickUnit(kMissing, known);
-}
-
-// A physical sector all of which has that status and none of which is in `except`, from one of a
-// few places all over the storage, and there from amid its like.
-std::optional<SectorRange> Engine::PickUnit(SectorStatus wanted, const ExtentSet& except) {
-  constexpr u64 kPlaces = 16;
-  constexpr u64 kLookedAt = u64{1} << 24;  // sectors, at each place
-  std::optional<SectorRange> found;
-  for (u64 i = 0; i < kPlaces && !found; ++i) {
-    const u64 from = m_sectors / kPlaces * (m_picks++ * 7 % kPlaces);
-    m_store->Visit({from, std::min(kLookedAt, m_sectors - from)},
-                   [&](u64 start, u64 sectors, SectorStatus status) {
-                     if (status != wanted) return true;
-                     ExtentSet free(SectorRange{start, sectors});
-                     free.Remove(except);
-                     free.Visit([&](SectorRange part) {
-                       SectorRange unit = UnitAround(part.first + part.count / 2);
-                       if (unit.first < part.first) unit = UnitAround(part.first + m_unit - 1);
-                       if (!found && unit.End() <= part.End()) found = unit;
-                     });
-                     return !found;
-                   });
-  }
-  return found;
+  return m_witnesses.PickMissing(known);
 }
 
 void Engine::EndOrWake(StopReason reason, u32 systemError) {

@@ -494,7 +494,7 @@ TEST_F(EngineTest, ItSyncsEveryThirtySecondsAlsoOverBadAreas) {
   m_disk.badKind = FailureKind::kMedium;
   m_disk.failureSeconds = 3;
   EXPECT_EQ(Run(), StopReason::kDone);
-  EXPECT_GE(static_cast<double>(m_store.syncs), m_clock.now / Engine::kSyncSeconds * 0.8);
+  EXPECT_GE(static_cast<double>(m_store.syncs), m_clock.now / StoreKeeper::kSyncSeconds * 0.8);
   EXPECT_EQ(m_log.Events("synced"), m_store.syncs);
 }
 

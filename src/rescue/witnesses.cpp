@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "rescue/witnesses.h"
+
+#include <algorithm>
+
+#include "rescue/asked_source.h"
+
+namespace larkspur {
+namespace {
+
+// Each costs a request of its own at the end.
+constexpr u64 kSectorsPerFirstWitness = u64{1} << 20 >> kSectorShift;
+constexpr u64 kFirstWitnesses = 128;
+constexpr u64 kSectorsPerWitness = u64{1} << 30 >> kSectorShift;
+constexpr u64 kMostWitnesses = 1024;
+constexpr u32 kMostFailuresForEach = 4;
+
+u64 WitnessCount(u64 sectors) {
+  return std::min({sectors / kSectorsPerFirstWitness,
+                   kFirstWitnesses + sectors / kSectorsPerWitness, kMostWitnesses});
+}
+
+}  // namespace
+
+void Witnesses::SetAside() {
+  constexpr u64 kPiece = AskedSource::kMaxAskSectors;
+  const u64 count = WitnessCount(m_units.sectors);
+  for (u64 i = 0; i < count; ++i) {
+    // At the end of a piece, so that what is asked around it stays one request.
+    const u64 middle = m_units.sectors / count * i + m_units.sectors / count / 2;
+    const SectorRange unit = m_units.Around(middle / kPiece * kPiece + kPiece - 1);
+    const auto wanted = m_ledger->untried.NextFrom(unit.first);
+    if (!wanted || wanted->first != unit.first || wanted->count < unit.count) continue;
+    m_ledger->untried.Remove(unit);
+    m_ledger->witnesses.Add(unit);
+  }
+  m_aside = m_ledger->witnesses.Sectors();
+}
+
+u32 Witnesses::FailuresForEach() const {
+  const u64 left = m_ledger->witnesses.Sectors();
+  if (left == 0) return kMostFailuresForEach;
+  u32 failures = 1;
+  while (left * failures < m_aside * 3 / 4 && failures < kMostFailuresForEach) failures *= 2;
+  return failures;
+}
+
+// Only where the disk reads well around them: else their failure would say nothing.
+std::vector<SectorRange> Witnesses::Usable(bool fresh) const {
+  std::vector<SectorRange> usable;
+  m_ledger->witnesses.Visit([&](SectorRange witness) {
+    if (fresh && m_inVain.Contains(witness.first)) return;
+    const auto before = m_store->Count({witness.first - 1, 1});
+    if (before && before->present > 0) usable.push_back(m_units.Around(witness.first));
+  });
+  return usable;
+}
+
+std::optional<SectorRange> Witnesses::Pick(u64 farFrom) const {
+  const auto distance = [&](SectorRange witness) {
+    return witness.first > farFrom ? witness.first - farFrom : farFrom - witness.first;
+  };
+  for (const bool fresh : {true, false}) {
+    const std::vector<SectorRange> usable = Usable(fresh);
+    const auto best = std::max_element(usable.begin(), usable.end(),
+                                       [&](auto& a, auto& b) { return distance(a) < distance(b); });
+    if (best != usable.end()) return *best;
+  }
+  return std::nullopt;
+}
+
+std::optional<SectorRange> Witnesses::PickKnownGood() {
+  const auto picked = PickUnit(kPresent, m_knownGood);
+  if (picked) m_knownGood.Add(*picked);
+  ++m_knownGoodPicked;
+  return picked;
+}
+
+std::optional<SectorRange> Witnesses::PickUntried(bool last) const {
+  const auto area = last ? m_ledger->untried.LastBefore(kNowhere) : m_ledger->untried.NextFrom(0);
+  if (!area) return std::nullopt;
+  const SectorRange unit = m_units.Around(area->first + area->count / 2);
+  const u64 first = std::max(unit.first, area->first);
+  return SectorRange{first, std::min(unit.End(), area->End()) - first};
+}
+
+std::optional<SectorRange> Witnesses::PickMissing(const ExtentSet& known) {
+  if (known.Sectors() == m_units.sectors) return std::nullopt;
+  return PickUnit(kMissing, known);
+}
+
+// A physical sector all of which has that status and none of which is in `except`, from one of a
+// few places all over the storage, and there from amid its like.
+std::optional<SectorRange> Witnesses::PickUnit(SectorStatus wanted, const ExtentSet& except) {
+  constexpr u64 kPlaces = 16;
+  constexpr u64 kLookedAt = u64{1} << 24;  // sectors, at each place
+  std::optional<SectorRange> found;
+  for (u64 i = 0; i < kPlaces && !found; ++i) {
+    const u64 from = m_units.sectors / kPlaces * (m_picks++ * 7 % kPlaces);
+    m_store->Visit({from, std::min(kLookedAt, m_units.sectors - from)},
+                   [&](u64 start, u64 sectors, SectorStatus status) {
+                     if (status != wanted) return true;
+                     ExtentSet free(SectorRange{start, sectors});
+                     free.Remove(except);
+                     free.Visit([&](SectorRange part) {
+                       SectorRange unit = m_units.Around(part.first + part.count / 2);
+                       if (unit.first < part.first) {
+                         unit = m_units.Around(part.first + m_units.unit - 1);
+                       }
+                       if (!found && unit.End() <= part.End()) found = unit;
+                     });
+                     return !found;
+                   });
+  }
+  return found;
+}
+
+}  // namespace larkspur

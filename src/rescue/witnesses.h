@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#pragma once
+
+// What can be asked for to prove that a disk is alive. Best are the witnesses, sectors in good
+// areas that were left out for that purpose; then sectors that the cache has, and which are
+// therefore good; then those that nothing is known of.
+
+#include <optional>
+#include <vector>
+
+#include "rescue/ledger.h"
+#include "rescue/sector_units.h"
+
+namespace larkspur {
+
+class Witnesses {
+ public:
+  // Neither is owned; both outlive this.
+  Witnesses(RescueStore* store, Ledger* ledger, SectorUnits units)
+      : m_store(store), m_ledger(ledger), m_units(units) {}
+
+  // Leaves out some of what is wanted, spread evenly, more on a larger disk.
+  void SetAside();
+  // For how many failures in a row one can be spent: 1 while most are left, then 2 and 4.
+  u32 FailuresForEach() const;
+
+  // A witness as far away as there is; one that was asked in vain only when there is no other.
+  std::optional<SectorRange> Pick(u64 farFrom) const;
+  // How many there are that were not asked in vain.
+  size_t Fresh() const { return Usable(true).size(); }
+  void AskedInVain(SectorRange witness) { m_inVain.Add(witness); }
+
+  // A physical sector that the cache has. Never the same one twice.
+  std::optional<SectorRange> PickKnownGood();
+  // How many were picked, also in vain.
+  u64 KnownGoodPicked() const { return m_knownGoodPicked; }
+  // One that is wanted and was never asked for: in the middle of what lies last, or first.
+  std::optional<SectorRange> PickUntried(bool last) const;
+  // One that the cache lacks and that is not in `known`.
+  std::optional<SectorRange> PickMissing(const ExtentSet& known);
+
+ private:
+  std::vector<SectorRange> Usable(bool fresh) const;
+  std::optional<SectorRange> PickUnit(SectorStatus wanted, const ExtentSet& except);
+
+  RescueStore* m_store;
+  Ledger* m_ledger;
+  SectorUnits m_units;
+  u64 m_aside = 0;  // sectors set aside when reading began
+  ExtentSet m_inVain;
+  ExtentSet m_knownGood;  // that were picked
+  u64 m_knownGoodPicked = 0;
+  u64 m_picks = 0;
+};
+
+}  // namespace larkspur
