@@ -10,6 +10,31 @@
 #include "base/types.h"
 
 namespace larkspur {
+namespace {
+
+// The UTF-8 text with all that BeginsWithControl knows escaped, of which the serializer leaves most
+// as it is.
+std::string WithControlsEscaped(std::string_view json) {
+  std::string out;
+  out.reserve(json.size());
+  while (!json.empty()) {
+    const size_t plain = PlainLength(json);
+    out += json.substr(0, plain);
+    json.remove_prefix(plain);
+    if (json.empty()) break;
+    const u8* const first = reinterpret_cast<const u8*>(json.data());
+    const text::Utf8Character character = text::TakeUtf8(first, first + json.size());
+    if (BeginsWithControl(json)) {
+      out += fmt::format("\\u{:04x}", static_cast<u32>(character.codePoint));
+    } else {
+      out += json.substr(0, character.length);
+    }
+    json.remove_prefix(character.length);
+  }
+  return out;
+}
+
+}  // namespace
 
 std::string JsonText(std::string_view text) {
   using nlohmann::json;
@@ -24,26 +49,8 @@ std::optional<std::string> TextOfJson(std::string_view json) {
   return value.is_string() ? std::optional(value.get<std::string>()) : std::nullopt;
 }
 
-std::string WithControlsEscaped(std::string_view json) {
-  std::string out;
-  out.reserve(json.size());
-  while (!json.empty()) {
-    const size_t plain = PlainLength(json);
-    out += json.substr(0, plain);
-    json.remove_prefix(plain);
-    if (json.empty()) break;
-    const u8* const first = reinterpret_cast<const u8*>(json.data());
-    const text::Utf8Character character = text::TakeUtf8(first, first + json.size());
-    const size_t length = character.isValid ? character.length : 1;
-    // Line feeds are the document's own: in texts they are escaped already.
-    if (character.isValid && json[0] != '\n' && BeginsWithControl(json)) {
-      out += fmt::format("\\u{:04x}", static_cast<u32>(character.codePoint));
-    } else {
-      out += json.substr(0, length);
-    }
-    json.remove_prefix(length);
-  }
-  return out;
+std::string JsonNumber(double value) {
+  return nlohmann::json(value).dump();
 }
 
 }  // namespace larkspur

@@ -17,8 +17,7 @@ std::string JsonText(std::string_view text);
 // The text that a JSON string with its quotes is; none when it is no such string.
 std::optional<std::string> TextOfJson(std::string_view json);
 
-// A JSON text with all that BeginsWithControl knows escaped, of which the usual serializers leave
-// most as it is.
-std::string WithControlsEscaped(std::string_view json);
+// The number as JSON has it, in as many digits as tell it from all others; null if it is none.
+std::string JsonNumber(double value);
 
 }  // namespace larkspur

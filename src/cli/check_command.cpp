@@ -2,8 +2,6 @@
 // Copyright (c) 2026 The Larkspur authors
 #include <algorithm>
 
-#include <nlohmann/json.hpp>
-
 #include "base/path_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
@@ -27,12 +25,12 @@ void PrintProblems(const std::string& path, const CheckResult& result) {
 }
 
 void PrintProblemsJson(const std::string& path, const CheckResult& result) {
-  Json problems = Json::array();
+  Json problems = Json::Array();
   for (const Problem& problem : result.problems) {
-    problems.push_back({{"kind", ProblemKindName(problem.kind)},
-                        {"block", problem.block ? Json(*problem.block) : Json(nullptr)},
-                        {"detail", problem.detail},
-                        {"repaired", problem.repaired}});
+    problems.Add({{"kind", ProblemKindName(problem.kind)},
+                  {"block", problem.block ? Json(*problem.block) : Json(nullptr)},
+                  {"detail", problem.detail},
+                  {"repaired", problem.repaired}});
   }
   PrintJson({{"path", path},
              {"problems", problems},

@@ -2,8 +2,6 @@
 // Copyright (c) 2026 The Larkspur authors
 #include <algorithm>
 
-#include <nlohmann/json.hpp>
-
 #include "base/path_text.h"
 #include "base/size_text.h"
 #include "cli/commands.h"
@@ -64,8 +62,8 @@ void PrintTable(const std::vector<std::vector<std::string>>& lines) {
 ExitStatus RunDevices(bool json) {
   const auto devices = FindDevices();
   if (json) {
-    Json list = Json::array();
-    for (const DeviceFacts& device : devices) list.push_back(JsonOf(device));
+    Json list = Json::Array();
+    for (const DeviceFacts& device : devices) list.Add(JsonOf(device));
     PrintJson({{"devices", list}});
     return kExitDone;
   }

@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <array>
 
-#include <nlohmann/json.hpp>
-
 #include "base/json_text.h"
 #include "base/printable.h"
 #include "base/size_text.h"
@@ -90,11 +88,11 @@ class JsonOutput final : public FilesOutput {
   }
 
   void BeginVolume(const FoundVolume& found) override {
-    m_volumes.push_back({{"partition", found.volume.place},
-                         {"fileSystem", found.fileSystem},
-                         {"label", found.label},
-                         {"start", found.volume.sectors.first},
-                         {"sectors", found.volume.sectors.count}});
+    m_volumes.Add({{"partition", found.volume.place},
+                   {"fileSystem", found.fileSystem},
+                   {"label", found.label},
+                   {"start", found.volume.sectors.first},
+                   {"sectors", found.volume.sectors.count}});
   }
 
   void Count(FileCondition) override {}
@@ -112,15 +110,15 @@ class JsonOutput final : public FilesOutput {
   void Damaged(const PlacedVolume& volume, const std::string& path,
                const FileState& state) override {
     Tell(DamageWords(VolumeName(m_cache, volume), path, state));
-    m_damaged.push_back({{"volume", volume.place},
-                         {"path", path},
-                         {"unreadable", state.unreadable},
-                         {"missing", state.missing}});
+    m_damaged.Add({{"volume", volume.place},
+                   {"path", path},
+                   {"unreadable", state.unreadable},
+                   {"missing", state.missing}});
   }
 
   void End() override {
-    Print("\n],\"volumes\":" + CompactJson(m_volumes) +
-          ",\"damagedFolders\":" + CompactJson(m_damaged) + "}\n");
+    Print("\n],\"volumes\":" + m_volumes.Compact() + ",\"damagedFolders\":" + m_damaged.Compact() +
+          "}\n");
   }
 
  private:
@@ -132,8 +130,8 @@ class JsonOutput final : public FilesOutput {
 
   const std::string m_cache;
   const char* m_separator = "\n";
-  Json m_volumes = Json::array();
-  Json m_damaged = Json::array();
+  Json m_volumes = Json::Array();
+  Json m_damaged = Json::Array();
 };
 
 }  // namespace

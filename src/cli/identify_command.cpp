@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include <nlohmann/json.hpp>
-
 #include "base/path_text.h"
 #include "base/size_text.h"
 #include "cli/commands.h"
@@ -40,7 +38,7 @@ Json JsonOf(const Found& found) {
           {"logicalSectorSize", identity.logicalSectorBytes},
           {"physicalSectorSize", identity.physicalSectorBytes},
           {"sectors", found.sectors},
-          {"geometry", {found.geometry[0], found.geometry[1], found.geometry[2]}}};
+          {"geometry", Json::Array({found.geometry[0], found.geometry[1], found.geometry[2]})}};
 }
 
 void PrintText(const Found& found) {

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include <nlohmann/json.hpp>
-
 #include "base/path_text.h"
 #include "base/size_text.h"
 #include "cli/commands.h"

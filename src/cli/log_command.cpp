@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include <nlohmann/json.hpp>
-
 #include "base/path_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
@@ -13,25 +11,25 @@ namespace larkspur::cli {
 namespace {
 
 void PrintLogJson(const std::string& path, const RescueHistory& history) {
-  Json runs = Json::array();
+  Json runs = Json::Array();
   for (const HistoryRun& run : history.runs) {
-    runs.push_back({{"start", run.start},
-                    {"end", run.end.empty() ? Json(nullptr) : Json(run.end)},
-                    {"how", run.how.empty() ? Json(nullptr) : Json(run.how)},
-                    {"asked", run.asked},
-                    {"present", run.present},
-                    {"unreadable", run.unreadable}});
+    runs.Add({{"start", run.start},
+              {"end", run.end.empty() ? Json(nullptr) : Json(run.end)},
+              {"how", run.how.empty() ? Json(nullptr) : Json(run.how)},
+              {"asked", run.asked},
+              {"present", run.present},
+              {"unreadable", run.unreadable}});
   }
-  Json failures = Json::object();
+  Json failures = Json::Object();
   for (const FailureKind kind : kLoggedKinds) {
-    failures[std::string(FailureKindName(kind))] = CountOf(history, kind);
+    failures[FailureKindName(kind)] = CountOf(history, kind);
   }
-  Json slowest = Json::array();
+  Json slowest = Json::Array();
   for (const SlowArea& area : history.slowest) {
-    slowest.push_back({{"start", area.range.first},
-                       {"sectors", area.range.count},
-                       {"seconds", area.seconds},
-                       {"kind", FailureKindName(area.kind)}});
+    slowest.Add({{"start", area.range.first},
+                 {"sectors", area.range.count},
+                 {"seconds", area.seconds},
+                 {"kind", FailureKindName(area.kind)}});
   }
   const SourceIdentity source = history.source.value_or(SourceIdentity());
   PrintJson({{"path", path},

@@ -7,9 +7,6 @@
 #include <cstdio>
 #include <system_error>
 
-#include <nlohmann/json.hpp>
-
-#include "base/json_text.h"
 #include "base/printable.h"
 #include "platform/system_error.h"
 
@@ -28,10 +25,6 @@ void NoteOutputError() {
 void EndProgress() {
   if (g_isProgressOpen) std::fputc('\n', stderr);
   g_isProgressOpen = false;
-}
-
-std::string Dump(const Json& value, int indent) {
-  return WithControlsEscaped(value.dump(indent, ' ', false, Json::error_handler_t::replace));
 }
 
 }  // namespace
@@ -66,11 +59,7 @@ ExitStatus FinishOutput(ExitStatus status) {
 }
 
 void PrintJson(const Json& document) {
-  Print(Dump(document, 2) + "\n");
-}
-
-std::string CompactJson(const Json& value) {
-  return Dump(value, -1);
+  Print(document.Pretty() + "\n");
 }
 
 void AppendRight(std::string* row, std::string_view text, size_t width) {

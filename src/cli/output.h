@@ -9,14 +9,11 @@
 #include <string_view>
 
 #include <fmt/core.h>
-#include <nlohmann/json_fwd.hpp>
 
 #include "base/exit_status.h"
+#include "cli/json.h"
 
 namespace larkspur::cli {
-
-// Who makes a document includes <nlohmann/json.hpp>; it takes long to compile.
-using Json = nlohmann::ordered_json;
 
 void Print(const std::string& text);
 // Bytes as they are. False when standard output does not take them; FinishOutput tells.
@@ -29,9 +26,6 @@ bool FlushOutput();
 // For the program's end: `status`, or kExitFailed, and the user is told, when standard output did
 // not take all of the results.
 ExitStatus FinishOutput(ExitStatus status);
-
-// One JSON value on one line, for documents that are written piece by piece.
-std::string CompactJson(const Json& value);
 
 // Appends `text`, which is ASCII, at the right of a column of `width` characters; a longer one
 // takes what it needs. For tables of thousands of rows: the formatter takes several times as long.

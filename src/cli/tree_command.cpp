@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include <nlohmann/json.hpp>
-
 #include "base/path_text.h"
 #include "base/size_text.h"
 #include "cli/commands.h"
@@ -23,12 +21,12 @@ std::string Asker(const ScanRequest& request) {
 }
 
 Json TraceJson(const ScanTrace& trace) {
-  Json list = Json::array();
+  Json list = Json::Array();
   for (const ScanRequest& request : trace) {
-    list.push_back({{"start", request.sector},
-                    {"sectors", request.count},
-                    {"delivered", request.delivered},
-                    {"asker", request.asker}});
+    list.Add({{"start", request.sector},
+              {"sectors", request.count},
+              {"delivered", request.delivered},
+              {"asker", request.asker}});
   }
   return list;
 }
@@ -39,7 +37,8 @@ void PrintTree(const TreeOptions& options, const cPartTreeItem& root, const Tree
     Json document = {{"path", options.source},
                      {"sectors", root.m_length},
                      {"ok", understood},
-                     {"tree", Json::array({TreeJson(root, notes)})}};
+                     {"tree", Json::Array()}};
+    document["tree"].Add(TreeJson(root, notes));
     if (options.trace) document["trace"] = TraceJson(trace);
     PrintJson(document);
     return;

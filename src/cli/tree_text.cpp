@@ -2,8 +2,6 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "cli/tree_text.h"
 
-#include <nlohmann/json.hpp>
-
 #include "base/path_text.h"
 #include "base/printable.h"
 #include "base/size_text.h"
@@ -195,19 +193,19 @@ std::string TreeTable(const cPartTreeItem& root, const TreeNotes& notes) {
 Json TreeJson(const cPartTreeItem& node, const TreeNotes& notes, const std::string& place) {
   Json json = {{"start", node.m_start},  {"sectors", node.m_length},  {"place", place},
                {"type", node.m_type},    {"name", Utf8(node.m_name)}, {"parser", nullptr},
-               {"parserClass", nullptr}, {"records", Json::array()},  {"children", Json::array()}};
+               {"parserClass", nullptr}, {"records", Json::Array()},  {"children", Json::Array()}};
   if (const Format* format = FormatOfNode(node)) {
     json["parser"] = format->parserId;
     json["parserClass"] = format->className;
   }
   for (const cPartExtensionItem* item = node.m_firstExtension; item; item = item->m_next) {
     if (item->m_record->GetKind() == kKindParser) continue;
-    json["records"].push_back(RecordJson(item->m_record));
+    json["records"].Add(RecordJson(item->m_record));
   }
-  for (const Note& note : notes.Of(node)) json["notes"].push_back(NoteJson(note));
+  for (const Note& note : notes.Of(node)) json["notes"].Add(NoteJson(note));
   size_t number = 0;
   for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
-    json["children"].push_back(TreeJson(*child, notes, ChildPlace(place, ++number)));
+    json["children"].Add(TreeJson(*child, notes, ChildPlace(place, ++number)));
   }
   return json;
 }

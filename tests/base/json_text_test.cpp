@@ -47,13 +47,21 @@ TEST(JsonText, WhatControlsAScreenDoesNotReachIt) {
       {"\u061C\u2028\x7F\u0085", "\\u061c\\u2028\\u007f\\u0085", "????"},
       {"\u0627\u200D\u2027\u202F\u20AC", "\u0627\u200D\u2027\u202F\u20AC",
        "\u0627\u200D\u2027\u202F\u20AC"},
-      {"\n\xC2", "\n\xC2", "??"},
+      {"\n\xC2", "\\n\uFFFD", "??"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(WithControlsEscaped(c.text), c.json);
+    EXPECT_EQ(JsonText(c.text), '"' + std::string(c.json) + '"');
     EXPECT_EQ(Printable(c.text), c.shown);
     EXPECT_EQ(Markup(c.text), c.shown);
   }
+}
+
+TEST(JsonNumber, HasWhatTellsItFromAllOthers) {
+  EXPECT_EQ(JsonNumber(0), "0.0");
+  EXPECT_EQ(JsonNumber(12.5), "12.5");
+  EXPECT_EQ(JsonNumber(0.1), "0.1");
+  EXPECT_EQ(JsonNumber(1e300), "1e+300");
+  EXPECT_EQ(JsonNumber(1 / 0.0), "null");
 }
 
 }  // namespace
