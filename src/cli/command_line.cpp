@@ -3,7 +3,13 @@
 #include "cli/command_line.h"
 
 #include <algorithm>
+#include <functional>
+#include <memory>
+#include <span>
 #include <sstream>
+
+#include <CLI/CLI.hpp>
+#include <fmt/core.h>
 
 #include "base/help_format.h"
 #include "base/printable.h"
@@ -14,30 +20,89 @@
 namespace larkspur::cli {
 namespace {
 
+// Options by the type of their values. Only the first two call the library's templates: these take
+// long to compile for each type, and again for each call.
+using TakeText = std::function<void(const std::string& text)>;
+
+CLI::Option* AddOption(CLI::App* command, const std::string& name, const TakeText& take,
+                       const char* description) {
+  return command->add_option_function<std::string>(name, take, description);
+}
+
+CLI::Option* AddTexts(CLI::App* command, const std::string& name,
+                      const std::function<void(const std::vector<std::string>& texts)>& take,
+                      const char* description) {
+  return command->add_option_function<std::vector<std::string>>(name, take, description);
+}
+
+CLI::Option* AddFlag(CLI::App* command, const std::string& name, bool* flag,
+                     const char* description) {
+  return command->add_flag_callback(
+      name, [=] { *flag = true; }, description);
+}
+
+CLI::Option* AddText(CLI::App* command, const std::string& name, std::string* value,
+                     const char* description) {
+  return AddOption(
+      command, name, [=](const std::string& text) { *value = text; }, description);
+}
+
+// A file to write beside what goes to standard output.
+CLI::Option* AddFile(CLI::App* command, const std::string& name, std::string* path,
+                     const char* description) {
+  const auto take = [=](const std::string& text) { *path = ParseFile(name, text); };
+  return AddOption(command, name, take, description)->type_name("FILE");
+}
+
+CLI::Option* AddSize(CLI::App* command, const std::string& name, u64* bytes,
+                     const char* description) {
+  const auto take = [=](const std::string& text) { *bytes = ParseSize(name, text); };
+  return AddOption(command, name, take, description)->type_name("SIZE");
+}
+
+template <typename Value>
+CLI::Option* AddNumber(CLI::App* command, const std::string& name, Value* value, Bounds bounds,
+                       const char* description) {
+  const auto take = [=](const std::string& text) {
+    *value = static_cast<Value>(ParseNumber(name, text, bounds));
+  };
+  return AddOption(command, name, take, description);
+}
+
+// An option whose value is one of a few words. The choices live as long as the command.
+template <typename Value>
+CLI::Option* AddChoice(CLI::App* command, const std::string& name, Value* value,
+                       std::span<const Choice<Value>> choices, const char* description) {
+  std::vector<std::string> words;
+  words.reserve(choices.size());
+  for (const auto& [word, meaning] : choices) words.push_back(word);
+  const auto take = [=](const std::string& text) {
+    *value = choices[ParseWord(name, text, words)].second;
+  };
+  return AddOption(command, name, take, description)->type_name(CLI::detail::join(words, "|"));
+}
+
 void AddTestMode(CLI::App* command, StorageOptions* options) {
-  command
-      ->add_option(
-          "--test-mode", options->testMode,
+  AddText(command, "--test-mode", &options->testMode,
           "Make every sector fail that this GNU ddrescue mapfile does not mark +, to practise")
       ->type_name("MAPFILE");
 }
 
 void AddSourceAndCache(CLI::App* command, StorageOptions* options) {
-  command->add_option("SOURCE", options->source, "What is read: a file or a device")->required();
-  command->add_option("CACHE", options->cache, "The cache file, such as disk.kvrsp")->required();
+  AddText(command, "SOURCE", &options->source, "What is read: a file or a device")->required();
+  AddText(command, "CACHE", &options->cache, "The cache file, such as disk.kvrsp")->required();
   AddTestMode(command, options);
 }
 
 // A cache, or a source before it.
 void AddStorages(CLI::App* command, StorageOptions* options, const char* description) {
-  command
-      ->add_option_function<std::vector<std::string>>(
-          "STORAGES",
-          [options](const std::vector<std::string>& paths) {
-            options->cache = paths.back();
-            if (paths.size() > 1) options->source = paths.front();
-          },
-          description)
+  AddTexts(
+      command, "STORAGES",
+      [options](const std::vector<std::string>& paths) {
+        options->cache = paths.back();
+        if (paths.size() > 1) options->source = paths.front();
+      },
+      description)
       ->type_name("[SOURCE] CACHE")
       ->required()
       ->expected(1, 2);
@@ -45,8 +110,8 @@ void AddStorages(CLI::App* command, StorageOptions* options, const char* descrip
 
 // How a source is read once.
 void AddReading(CLI::App* command, StorageOptions* options) {
-  command->add_flag("--other-source", options->otherSource,
-                    "Read into a cache that was made from another disk of the same size");
+  AddFlag(command, "--other-source", &options->otherSource,
+          "Read into a cache that was made from another disk of the same size");
   AddChoice<PassThrough>(command, "--pass-through", &options->passThrough, kPassThroughChoices,
                          "Read by SCSI commands instead of through the kernel, which retries on "
                          "its own: auto from the first failure on, on from the start, off never")
@@ -59,11 +124,11 @@ void AddReading(CLI::App* command, StorageOptions* options) {
 }
 
 void AddCache(CLI::App* command, std::string* cache) {
-  command->add_option("CACHE", *cache, "The cache file, such as disk.kvrsp")->required();
+  AddText(command, "CACHE", cache, "The cache file, such as disk.kvrsp")->required();
 }
 
 void AddJson(CLI::App* command, bool* json) {
-  command->add_flag("--json", *json, "Print one JSON document instead of text");
+  AddFlag(command, "--json", json, "Print one JSON document instead of text");
 }
 
 template <typename Options>
@@ -79,7 +144,7 @@ void AddRange(CLI::App* command, Options* options, bool required) {
 CLI::Option* AddPartition(
     CLI::App* command, std::string* place,
     const char* description = "A partition by its place, as tree shows it: 1 or 1.2") {
-  return command->add_option("--partition", *place, description)->type_name("P");
+  return AddText(command, "--partition", place, description)->type_name("P");
 }
 
 // Each of these gives a command its options; `chosen` becomes what to run when it is the one.
@@ -91,37 +156,35 @@ void AddImage(CLI::App* command, Action* chosen) {
                "Read only this partition, by its place as tree shows it: 1 or 1.2")
       ->excludes("--start")
       ->excludes("--sectors");
-  command
-      ->add_option("--domain", options->domain, "Read only what this GNU ddrescue mapfile marks +")
+  AddText(command, "--domain", &options->domain, "Read only what this GNU ddrescue mapfile marks +")
       ->type_name("MAPFILE");
-  command->add_flag("--used", options->used,
-                    "Read everything but free space, partition tables and file system metadata "
-                    "first; not on Windows");
+  AddFlag(command, "--used", &options->used,
+          "Read everything but free space, partition tables and file system metadata "
+          "first; not on Windows");
   command->add_flag_callback(
       "--no-scrape", [=] { options->scrape = false; },
       "Stop before sectors that failed together are read one by one");
-  command->add_flag("--retry", options->retry,
-                    "Read the unreadable sectors, and only those, once more, one by one");
-  command->add_flag("--reverse", options->reverse, "Read from the end to the start");
+  AddFlag(command, "--retry", &options->retry,
+          "Read the unreadable sectors, and only those, once more, one by one");
+  AddFlag(command, "--reverse", &options->reverse, "Read from the end to the start");
   AddNumber(command, "--max-failures", &options->maxFailures, {1, 1'000'000'000},
             "Failures in a row after which the disk must prove that it still answers")
       ->default_str("64")
       ->type_name("N");
   AddSize(command, "--max-rate", &options->maxRate,
           "Read at most this much in a second, such as 10M");
-  command
-      ->add_option("--when-silent", options->whenSilent,
-                   "Run this command when the disk stops answering, wait for the disk, and resume; "
-                   "the command finds the device in LARKSPUR_DEVICE and its serial number in "
-                   "LARKSPUR_SERIAL")
+  AddText(command, "--when-silent", &options->whenSilent,
+          "Run this command when the disk stops answering, wait for the disk, and resume; "
+          "the command finds the device in LARKSPUR_DEVICE and its serial number in "
+          "LARKSPUR_SERIAL")
       ->type_name("COMMAND");
   auto* report = AddFile(command, "--report", &options->report,
                          "Keep a page for the data's owner up to date while reading");
-  command->add_flag("--force", options->force, "Replace an existing file with that page")
+  AddFlag(command, "--force", &options->force, "Replace an existing file with that page")
       ->needs(report);
   AddReading(command, options.get());
-  command->add_flag("--json-progress", options->jsonProgress,
-                    "Write progress as JSON Lines to standard error");
+  AddFlag(command, "--json-progress", &options->jsonProgress,
+          "Write progress as JSON Lines to standard error");
   AddJson(command, &options->json);
   command->callback([=] { *chosen = [options] { return RunImage(*options); }; });
 }
@@ -131,9 +194,9 @@ void AddRead(CLI::App* command, Action* chosen) {
   AddSourceAndCache(command, options.get());
   AddRange(command, options.get(), true);
   AddReading(command, options.get());
-  command->add_option("-o,--output", options->output, "The file to write; - is standard output")
+  AddText(command, "-o,--output", &options->output, "The file to write; - is standard output")
       ->type_name("FILE");
-  command->add_flag("--force", options->force, "Replace an existing file");
+  AddFlag(command, "--force", &options->force, "Replace an existing file");
   command->callback([=] { *chosen = [options] { return RunRead(*options); }; });
 }
 
@@ -156,12 +219,12 @@ void AddInfo(CLI::App* command, Action* chosen) {
 void AddMap(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<MapOptions>();
   AddCache(command, &options->cache);
-  command->add_option("--png", options->png, "Draw the map as a PNG picture")->type_name("FILE");
-  command->add_option("--svg", options->svg, "Draw the map as an SVG picture")->type_name("FILE");
-  command->add_option("--mapfile", options->mapfile, "Write a GNU ddrescue mapfile")
+  AddText(command, "--png", &options->png, "Draw the map as a PNG picture")->type_name("FILE");
+  AddText(command, "--svg", &options->svg, "Draw the map as an SVG picture")->type_name("FILE");
+  AddText(command, "--mapfile", &options->mapfile, "Write a GNU ddrescue mapfile")
       ->type_name("FILE");
-  command->add_flag("--force", options->force,
-                    "Replace existing files, but never the cache itself or a device");
+  AddFlag(command, "--force", &options->force,
+          "Replace existing files, but never the cache itself or a device");
   AddJson(command, &options->json);
   command->callback([=] { *chosen = [options] { return RunMap(*options); }; });
 }
@@ -171,10 +234,9 @@ void AddCheck(CLI::App* command, Action* chosen) {
   auto repair = std::make_shared<bool>(false);
   auto json = std::make_shared<bool>(false);
   AddCache(command, cache.get());
-  command->add_flag(
-      "--repair", *repair,
-      "Repair what can be repaired without losing a sector; when the header does not match "
-      "the file, or part of the file cannot be read, nothing is changed");
+  AddFlag(command, "--repair", repair.get(),
+          "Repair what can be repaired without losing a sector; when the header does not match "
+          "the file, or part of the file cannot be read, nothing is changed");
   AddJson(command, json.get());
   command->callback([=] { *chosen = [=] { return RunCheck(*cache, *repair, *json); }; });
 }
@@ -182,25 +244,23 @@ void AddCheck(CLI::App* command, Action* chosen) {
 void AddExport(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ExportOptions>();
   AddCache(command, &options->cache);
-  command
-      ->add_option("OUT", options->output,
-                   "The raw image to make; - is standard output, and a block device needs --force")
+  AddText(command, "OUT", &options->output,
+          "The raw image to make; - is standard output, and a block device needs --force")
       ->required();
   AddRange(command, options.get(), false);
   AddPartition(command, &options->partition)->excludes("--start")->excludes("--sectors");
-  command->add_flag("--force", options->force, "Replace an existing file, or write to a device");
-  command->add_flag(
-      "--hash", options->hash,
-      "Print the SHA-256 of what was written, and how many sectors were replaced by zeros; on "
-      "standard error when OUT is -");
+  AddFlag(command, "--force", &options->force, "Replace an existing file, or write to a device");
+  AddFlag(command, "--hash", &options->hash,
+          "Print the SHA-256 of what was written, and how many sectors were replaced by zeros; on "
+          "standard error when OUT is -");
   command->callback([=] { *chosen = [options] { return RunExport(*options); }; });
 }
 
 void AddImport(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ImportOptions>();
-  command->add_option("IMAGE", options->image, "The image that GNU ddrescue wrote")->required();
-  command->add_option("MAPFILE", options->mapfile, "Its mapfile")->required();
-  command->add_option("CACHE", options->cache, "The cache file to make")->required();
+  AddText(command, "IMAGE", &options->image, "The image that GNU ddrescue wrote")->required();
+  AddText(command, "MAPFILE", &options->mapfile, "Its mapfile")->required();
+  AddText(command, "CACHE", &options->cache, "The cache file to make")->required();
   AddJson(command, &options->json);
   command->callback([=] { *chosen = [options] { return RunImport(*options); }; });
 }
@@ -211,18 +271,18 @@ void AddServe(CLI::App* command, Action* chosen) {
               "A cache; or a source and its cache, in which what clients read is kept");
   AddTestMode(command, options.get());
   AddReading(command, options.get());
-  auto* socket = command->add_option("--socket", options->socket, "Listen on this socket");
+  auto* socket = AddText(command, "--socket", &options->socket, "Listen on this socket");
   socket->type_name("PATH");
   auto* port = AddNumber(command, "--port", &options->port, {1, 65535}, "Listen on this TCP port");
   port->type_name("N")->excludes(socket);
-  command->add_option("--address", options->address, "The port's address; 127.0.0.1 if not given")
+  AddText(command, "--address", &options->address, "The port's address; 127.0.0.1 if not given")
       ->type_name("IP")
       ->needs(port);
   AddPartition(command, &options->partition);
   AddChoice<bool>(command, "--unreadable", &options->zerosForUnreadable, kUnreadableChoices,
                   "What reading an unreadable sector gives")
       ->default_str("error");
-  command->add_flag("--fill", options->fill, "Image the source while no client waits");
+  AddFlag(command, "--fill", &options->fill, "Image the source while no client waits");
   command->callback([=] { *chosen = [options] { return RunServe(*options); }; });
 }
 
@@ -233,15 +293,16 @@ void AddFiles(CLI::App* command, Action* chosen) {
   AddTestMode(command, options.get());
   AddReading(command, options.get());
   AddPartition(command, &options->partition);
-  command->add_flag("--damaged", options->damaged, "List only files that are not complete");
-  command
-      ->add_option("--path", options->paths,
-                   "List only files whose path matches: * stays within a folder, ** does not")
+  AddFlag(command, "--damaged", &options->damaged, "List only files that are not complete");
+  AddTexts(
+      command, "--path",
+      [options](const std::vector<std::string>& globs) { options->paths = globs; },
+      "List only files whose path matches: * stays within a folder, ** does not")
       ->type_name("GLOB")
       ->allow_extra_args(false);
   AddFile(command, "--mapfile", &options->mapfile,
           "Write what the listed files still need, for image --domain");
-  command->add_flag("--force", options->force, "Replace an existing mapfile");
+  AddFlag(command, "--force", &options->force, "Replace an existing mapfile");
   AddJson(command, &options->json);
   command->callback([=] { *chosen = [options] { return RunFiles(*options); }; });
 }
@@ -249,27 +310,26 @@ void AddFiles(CLI::App* command, Action* chosen) {
 void AddReport(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<ReportOptions>();
   AddCache(command, &options->cache);
-  command
-      ->add_option("OUT", options->output,
-                   "The page to write, such as report.html; - is standard output")
+  AddText(command, "OUT", &options->output,
+          "The page to write, such as report.html; - is standard output")
       ->required();
-  command->add_flag("--force", options->force, "Replace an existing file");
+  AddFlag(command, "--force", &options->force, "Replace an existing file");
   command->callback([=] { *chosen = [options] { return RunReport(*options); }; });
 }
 
 void AddTree(CLI::App* command, Action* chosen) {
   auto options = std::make_shared<TreeOptions>();
-  command->add_option("STORAGE", options->source, "A file, a device or a cache")->required();
-  auto* cache = command->add_option("--cache", options->cache,
-                                    "Look at the source through this cache, so that each sector "
-                                    "is read from it once");
+  AddText(command, "STORAGE", &options->source, "A file, a device or a cache")->required();
+  auto* cache = AddText(command, "--cache", &options->cache,
+                        "Look at the source through this cache, so that each sector "
+                        "is read from it once");
   cache->type_name("CACHE");
   AddTestMode(command, options.get());
-  command->add_flag("--trace", options->trace, "List the sectors that were read, and what for");
-  command->add_flag("--no-notes", options->noNotes,
-                    "Only the tree: do not look for what lies in the partitions");
-  command->add_flag("--backup-gpt", options->backupGpt,
-                    "Build the tree from the backup of a GUID table at the storage's end");
+  AddFlag(command, "--trace", &options->trace, "List the sectors that were read, and what for");
+  AddFlag(command, "--no-notes", &options->noNotes,
+          "Only the tree: do not look for what lies in the partitions");
+  AddFlag(command, "--backup-gpt", &options->backupGpt,
+          "Build the tree from the backup of a GUID table at the storage's end");
   AddJson(command, &options->json);
   command->callback([=] { *chosen = [options] { return RunTree(*options); }; });
 }
@@ -283,7 +343,7 @@ void AddDevices(CLI::App* command, Action* chosen) {
 void AddIdentify(CLI::App* command, Action* chosen) {
   auto device = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
-  command->add_option("DEVICE", *device, "The device, such as /dev/sdb or \\\\.\\PhysicalDrive1")
+  AddText(command, "DEVICE", device.get(), "The device, such as /dev/sdb or \\\\.\\PhysicalDrive1")
       ->required();
   AddJson(command, json.get());
   command->callback([=] { *chosen = [=] { return RunIdentify(*device, *json); }; });

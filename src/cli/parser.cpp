@@ -6,6 +6,7 @@
 #include <charconv>
 #include <optional>
 
+#include <CLI/Error.hpp>
 #include <fmt/core.h>
 
 #include "base/printable.h"
@@ -85,25 +86,9 @@ size_t ParseWord(const std::string& option, const std::string& text,
   return static_cast<size_t>(found - words.begin());
 }
 
-CLI::Option* AddFile(CLI::App* command, const std::string& name, std::string* path,
-                     const char* description) {
-  return command
-      ->add_option_function<std::string>(
-          name,
-          [=](const std::string& text) {
-            if (text == "-") Refuse(name, "the name of a file", text);
-            *path = text;
-          },
-          description)
-      ->type_name("FILE");
-}
-
-CLI::Option* AddSize(CLI::App* command, const std::string& name, u64* bytes,
-                     const char* description) {
-  return command
-      ->add_option_function<std::string>(
-          name, [=](const std::string& text) { *bytes = ParseSize(name, text); }, description)
-      ->type_name("SIZE");
+std::string ParseFile(const std::string& option, const std::string& text) {
+  if (text == "-") Refuse(option, "the name of a file", text);
+  return text;
 }
 
 }  // namespace larkspur::cli
