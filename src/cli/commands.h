@@ -8,10 +8,11 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "base/exit_status.h"
 #include "base/types.h"
-#include "imaging/source.h"
+#include "imaging/source_options.h"
 
 namespace larkspur::cli {
 
