@@ -156,6 +156,7 @@ class Engine {
   u32 ProbeAfter(bool alone) const;
   bool NeedsProbe(bool alone);
   void Probe();
+  void NoteSilence();
   void FallSilent();
   double RowSeconds() const { return m_clock->Seconds() - m_firstFailure; }
   bool MayAskKnownGood() const;

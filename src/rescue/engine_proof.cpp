@@ -109,11 +109,15 @@ void Engine::Probe() {
   FallSilent();
 }
 
+void Engine::NoteSilence() {
+  m_isSilent = m_wasSilent = true;
+  ExpectKill();
+}
+
 // It is asked for witnesses only, as long as there are enough for what follows: what is wanted is
 // not to be asked for in vain.
 void Engine::FallSilent() {
-  m_isSilent = m_wasSilent = true;
-  ExpectKill();
+  NoteSilence();
   while (m_isSilent && m_failuresInRow > 0 && !NeedsProof() && !IsStopping() &&
          m_witnesses.Fresh() > kWitnessesKept) {
     m_clock->Sleep(kSilentPause);
@@ -141,8 +145,9 @@ void Engine::GreetWoken() {
 // only hang. False when the disk proved to be dead.
 bool Engine::Prove() {
   double pause = kFirstPatientPause;
-  while (AskForProof(false) != Proof::kAlive) {
+  for (Proof proof; (proof = AskForProof(false)) != Proof::kAlive;) {
     if (IsStopping()) return false;
+    if (proof == Proof::kNone && m_systemFailures == 0 && !m_isRetrying) NoteSilence();
     const bool isEarly = m_failuresInRow < m_options.maxFailures && RowSeconds() < kPatientSeconds;
     if (!isEarly) {
       EndOrWake(StopReason::kNotAnswering, 0);

@@ -210,5 +210,23 @@ TEST_F(EngineProofTest, TheLastRefusalNeedsProof) {
   EXPECT_EQ(Marked().Sectors(), 0u);
 }
 
+// There are few or no other witnesses left, and those known to be good fail as well, for a while.
+TEST_F(EngineProofTest, ASilenceAmongTheLastRequestsMarksNothing) {
+  for (const u64 left : {1, 2, 4}) {
+    for (const double seconds : {0.5, 4.0}) {
+      SCOPED_TRACE(testing::Message() << left << " left, " << seconds << " s");
+      StartOver();
+      double silentUntil = -1;
+      m_disk.misfortune = [&](u64, u64, u32) {
+        if (silentUntil < 0 && m_store.Count(kMissing) == left) silentUntil = m_clock.now + seconds;
+        return m_clock.now < silentUntil ? FailureKind::kUnclear : FailureKind::kNone;
+      };
+      EXPECT_EQ(Run(), StopReason::kDone);
+      EXPECT_GT(silentUntil, 0);
+      ExpectOnlyBadMissing();
+    }
+  }
+}
+
 }  // namespace
 }  // namespace larkspur
