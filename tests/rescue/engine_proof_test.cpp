@@ -213,7 +213,7 @@ TEST_F(EngineProofTest, TheLastRefusalNeedsProof) {
 // There are few or no other witnesses left, and those known to be good fail as well, for a while.
 TEST_F(EngineProofTest, ASilenceAmongTheLastRequestsMarksNothing) {
   for (const u64 left : {1, 2, 4}) {
-    for (const double seconds : {0.5, 4.0}) {
+    for (const double seconds : {0.3, 4.0}) {
       SCOPED_TRACE(testing::Message() << left << " left, " << seconds << " s");
       StartOver();
       double silentUntil = -1;
