@@ -158,7 +158,7 @@ std::vector<ReportPartition> PartitionsOf(cKVRSparseIO* image) {
   BuildPartitionTree(tree.Head(), image, {.notes = &notes, .forPeople = true, .cache = image});
   std::vector<ReportPartition> partitions;
   if (!tree.Root()) return partitions;
-  for (const PlacedVolume& volume : VolumesOf(*tree.Root())) {
+  for (const PlacedVolume& volume : VolumesOf(*tree.Root(), notes)) {
     const cPartTreeItem* node = FindNode(*tree.Root(), volume.place);
     partitions.push_back({volume.place.empty() ? "whole disk" : volume.place,
                           node ? KindOf(*node, notes) : "", volume.sectors.first,

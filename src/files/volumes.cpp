@@ -16,20 +16,6 @@ namespace {
 // nothing in its tables need speak of them.
 constexpr u64 kEndSectors = 64;
 
-void AddLeaves(const cPartTreeItem& root, const cPartTreeItem& node, const std::string& place,
-               u64 sectors, std::vector<PlacedVolume>* volumes) {
-  if (!node.FirstChild()) {
-    const auto found = FindPlace(root, place);
-    if (!found || found->start >= sectors) return;
-    volumes->push_back({place, {found->start, std::min(found->sectors, sectors - found->start)}});
-    return;
-  }
-  size_t number = 0;
-  for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
-    AddLeaves(root, *child, ChildPlace(place, ++number), sectors, volumes);
-  }
-}
-
 // Whether the node holds a table of partitions and nothing else: then what it gives to none is
 // free.
 bool IsPlainTable(const cPartTreeItem& node) {
@@ -37,6 +23,29 @@ bool IsPlainTable(const cPartTreeItem& node) {
                                  kParserGPT, kParserSol,   kParserXUnix};
   auto* parser = static_cast<cPartParser*>(FindExtension(node, kKindParser));
   return parser && std::count(std::begin(kPlain), std::end(kPlain), parser->GetParserId()) > 0;
+}
+
+// A file system may have a table in its first sector: one that was there before it, or that makes
+// it bootable. Then both may be true.
+bool IsVolume(const cPartTreeItem& node, const TreeNotes& notes) {
+  if (!node.FirstChild()) return true;
+  const std::vector<Note>& told = notes.Of(node);
+  return IsPlainTable(node) && std::any_of(told.begin(), told.end(), [](const Note& note) {
+           return std::holds_alternative<ContentNote>(note);
+         });
+}
+
+void AddVolumes(const cPartTreeItem& root, const cPartTreeItem& node, const std::string& place,
+                const TreeNotes& notes, std::vector<PlacedVolume>* volumes) {
+  const auto found = IsVolume(node, notes) ? FindPlace(root, place) : std::nullopt;
+  if (found && found->start < root.m_length) {
+    volumes->push_back(
+        {place, {found->start, std::min(found->sectors, root.m_length - found->start)}});
+  }
+  size_t number = 0;
+  for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
+    AddVolumes(root, *child, ChildPlace(place, ++number), notes, volumes);
+  }
 }
 
 // Sorts the sectors of a node that are in none of its children; those of the children are sorted by
@@ -54,20 +63,22 @@ void SortRest(const cPartTreeItem& node, bool isInPlainTable, VolumeLayout* layo
 
 }  // namespace
 
-std::vector<PlacedVolume> VolumesOf(const cPartTreeItem& root) {
+std::vector<PlacedVolume> VolumesOf(const cPartTreeItem& root, const TreeNotes& notes) {
   std::vector<PlacedVolume> volumes;
-  AddLeaves(root, root, "", root.m_length, &volumes);
+  AddVolumes(root, root, "", notes, &volumes);
   return volumes;
 }
 
 VolumeLayout LayoutOf(cBaseIO* storage, cKVRSparseIO* cache) {
   PartitionTree tree;
+  TreeNotes notes;
   VolumeLayout layout;
   const bool isWhole = BuildPartitionTree(
-      tree.Head(), storage, {.forPeople = true, .cache = cache, .obstacles = &layout.met});
+      tree.Head(), storage,
+      {.notes = &notes, .forPeople = true, .cache = cache, .obstacles = &layout.met});
   if (!tree.Root()) return layout;
   const u64 sectors = storage->GetSectorCount();
-  layout.volumes = VolumesOf(*tree.Root());
+  layout.volumes = VolumesOf(*tree.Root(), notes);
   SortRest(*tree.Root(), false, &layout);
   const u64 atEnd = std::min(kEndSectors, sectors);
   layout.unknown.Add({sectors - atEnd, atEnd});

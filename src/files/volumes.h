@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "io/sector_range.h"
+#include "partitions/notes.h"
 #include "partitions/scan.h"
 #include "rescue/extent_set.h"
 
@@ -19,8 +20,10 @@ struct PlacedVolume {
 };
 
 // The partitions that have none inside, in the tree's order, cut at the storage's end; the whole
-// storage when it has none. `root` is the whole storage of a tree that BuildPartitionTree built.
-std::vector<PlacedVolume> VolumesOf(const cPartTreeItem& root);
+// storage when it has none. Before its partitions, what has a plain table of them and content of
+// its own as well: the table may be an older one, or make a file system bootable. `root` is the
+// whole storage of a tree that BuildPartitionTree built, `notes` are those of that run.
+std::vector<PlacedVolume> VolumesOf(const cPartTreeItem& root, const TreeNotes& notes);
 
 struct VolumeLayout {
   std::vector<PlacedVolume> volumes;

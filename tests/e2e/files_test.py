@@ -317,6 +317,14 @@ class FilesTest(program.ProgramTest):
         self.assertLessEqual(len(read), 1.1 * (len(used) + other))
         read, _ = self.image_used("whole.img", "--partition", "2")
         self.assertFalse(read & {MIB + s for s in used if s > 100 * MIB})
+        # A table that an older use of the disk left in a file system's first sector.
+        tool("sfdisk", "-q", "--wipe-partitions", "never", "fs.img", feed=f"{size // 2},{MIB},L\n".encode())
+        read, _ = self.image_used("fs.img")
+        self.assertEqual(sorted(used - read), [])
+        document, files = self.files()
+        self.assertEqual([v["partition"] for v in document["volumes"]], [""])
+        self.assertEqual({path: file["state"] for path, file in files.items()},
+                         dict.fromkeys(self.tree, "complete"))
 
     @needs("mkfs.ext4", "dumpe2fs")
     def test_what_a_map_of_free_blocks_cannot_tell_is_read(self):
