@@ -179,6 +179,10 @@ Engine::Proof Engine::AskForProof(bool isEarly) {
     m_isSilent = false;
     m_wasSilent = m_wasSilent || wasSilent;
     AliveNow();
+    if (!wasSilent) {  // it is bad, and has perhaps silenced the disk once more
+      m_failuresInRow = 1;
+      m_firstFailure = m_clock->Seconds();
+    }
   }
   return isAlive ? Proof::kAlive : Proof::kNone;
 }
