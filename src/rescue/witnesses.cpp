@@ -47,10 +47,10 @@ u32 Witnesses::FailuresForEach() const {
 }
 
 // Only where the disk reads well around them: else their failure would say nothing.
-std::vector<SectorRange> Witnesses::Usable(bool fresh) const {
+std::vector<SectorRange> Witnesses::Usable(const ExtentSet& except) const {
   std::vector<SectorRange> usable;
   m_ledger->witnesses.Visit([&](SectorRange witness) {
-    if (fresh && m_inVain.Contains(witness.first)) return;
+    if (except.Contains(witness.first)) return;
     const auto before = m_store->Count({witness.first - 1, 1});
     if (before && before->present > 0) usable.push_back(m_units.Around(witness.first));
   });
@@ -61,13 +61,17 @@ std::optional<SectorRange> Witnesses::Pick(u64 farFrom) const {
   const auto distance = [&](SectorRange witness) {
     return witness.first > farFrom ? witness.first - farFrom : farFrom - witness.first;
   };
-  for (const bool fresh : {true, false}) {
-    const std::vector<SectorRange> usable = Usable(fresh);
+  for (const ExtentSet* except : {&m_inVain, &m_inVainTwice}) {
+    const std::vector<SectorRange> usable = Usable(*except);
     const auto best = std::max_element(usable.begin(), usable.end(),
                                        [&](auto& a, auto& b) { return distance(a) < distance(b); });
     if (best != usable.end()) return *best;
   }
   return std::nullopt;
+}
+
+void Witnesses::AskedInVain(SectorRange witness) {
+  (m_inVain.Contains(witness.first) ? m_inVainTwice : m_inVain).Add(witness);
 }
 
 std::optional<SectorRange> Witnesses::PickKnownGood() {

@@ -25,11 +25,12 @@ class Witnesses {
   // For how many failures in a row one can be spent: 1 while most are left, then 2 and 4.
   u32 FailuresForEach() const;
 
-  // A witness as far away as there is; one that was asked in vain only when there is no other.
+  // A witness as far away as there is; one that was asked in vain only when there is no other, and
+  // none that was twice: it may well be bad.
   std::optional<SectorRange> Pick(u64 farFrom) const;
   // How many there are that were not asked in vain.
-  size_t Fresh() const { return Usable(true).size(); }
-  void AskedInVain(SectorRange witness) { m_inVain.Add(witness); }
+  size_t Fresh() const { return Usable(m_inVain).size(); }
+  void AskedInVain(SectorRange witness);
 
   // A physical sector that the cache has. Never the same one twice.
   std::optional<SectorRange> PickKnownGood();
@@ -41,7 +42,7 @@ class Witnesses {
   std::optional<SectorRange> PickMissing(const ExtentSet& known);
 
  private:
-  std::vector<SectorRange> Usable(bool fresh) const;
+  std::vector<SectorRange> Usable(const ExtentSet& except) const;
   std::optional<SectorRange> PickUnit(SectorStatus wanted, const ExtentSet& except);
 
   RescueStore* m_store;
@@ -49,6 +50,7 @@ class Witnesses {
   SectorUnits m_units;
   u64 m_aside = 0;  // sectors set aside when reading began
   ExtentSet m_inVain;
+  ExtentSet m_inVainTwice;
   ExtentSet m_knownGood;  // that were picked
   u64 m_knownGoodPicked = 0;
   u64 m_picks = 0;

@@ -28,7 +28,7 @@ TEST_F(EngineProofTest, ADiskThatHangsLosesNothing) {
     std::fill(m_disk.asked.begin(), m_disk.asked.end(), u8{0});
     EXPECT_EQ(Run(), StopReason::kDone);
     ExpectOnlyBadMissing();
-    EXPECT_EQ(m_disk.AskedMoreThan(2), "") << dies;
+    EXPECT_EQ(m_disk.AskedMoreThan(4), "") << dies;
   }
 }
 
@@ -184,7 +184,7 @@ TEST_F(EngineProofTest, ACableThatFailsNowAndThenCostsNothing) {
     m_disk.misfortune = [&](u64 ask, u64, u32) { return ask % 5 == 3 ? kind : FailureKind::kNone; };
     EXPECT_EQ(Run(), StopReason::kDone);
     ExpectOnlyBadMissing();
-    EXPECT_EQ(m_disk.AskedMoreThan(2), "");
+    EXPECT_EQ(m_disk.AskedMoreThan(4), "");
   }
 }
 
@@ -211,6 +211,19 @@ TEST_F(EngineProofTest, TheLastRefusalNeedsProof) {
   ForgetAll();
   EXPECT_EQ(run(), StopReason::kNotAnswering);
   EXPECT_EQ(Marked().Sectors(), 0u);
+}
+
+// Bad witnesses that fail one after the other look like silence, and are not to do so again and
+// again.
+TEST_F(EngineProofTest, BadWitnessesAreAskedAFewTimes) {
+  StartOver(9000);  // with four witnesses
+  for (u64 at : {1151, 3455, 5631, 7935}) {
+    if (at != 3455) m_disk.bad.Add({at, 1});
+  }
+  for (u64 at = 2000; at < 8900; at += 500) m_disk.bad.Add({at, 3});
+  EXPECT_EQ(Run(), StopReason::kDone);
+  ExpectOnlyBadMissing();
+  EXPECT_EQ(m_disk.AskedMoreThan(4), "");
 }
 
 // There are few or no other witnesses left, and those known to be good fail as well, for a while.
