@@ -450,6 +450,7 @@ def main():
         return 0
 
     signal.signal(signal.SIGTERM, signal.default_int_handler)  # what runs ends with us
+    signal.signal(signal.SIGINT, signal.default_int_handler)  # in the background it is ignored, by what runs as well
     tests = Tests()
     tests.measure(sources)
     how = Sources()
