@@ -193,6 +193,11 @@ class FilesTest(program.ProgramTest):
             self.assertEqual(set(files), set(self.tree))
             for path in self.tree:
                 self.assertEqual(files[path]["state"] == state, inode_sector(path) == sector, path)
+        # That of a folder: below it nothing is found, which is told.
+        import_with("fs.img", bad=[inode_sector("/folder/deep")])
+        document, files = self.files()
+        self.assertIn("/folder/deep", [d["path"] for d in document["damagedFolders"]])
+        self.assertNotIn("/folder/deep", files)
         # The block that tells where most of a large file lies.
         indirect = int(re.search(r"\(IND\):(\d+)", self.debugfs("stat /folder/deep/er/big.bin"))[1])
         import_with("fs.img", missing=[indirect * 2])

@@ -55,8 +55,7 @@ bool IsFolder(TSK_FS_META_TYPE_ENUM type) {
 
 // Devices, pipes and what libtsk made up have no data that anybody could want.
 bool HasContent(TSK_FS_META_TYPE_ENUM type) {
-  return type == TSK_FS_META_TYPE_REG || type == TSK_FS_META_TYPE_LNK ||
-         type == TSK_FS_META_TYPE_UNDEF;
+  return type == TSK_FS_META_TYPE_REG || type == TSK_FS_META_TYPE_LNK;
 }
 
 bool HoldsData(TSK_FS_ATTR_TYPE_ENUM type) {
@@ -172,6 +171,8 @@ class Walker {
     const bool deleted = name.flags & TSK_FS_NAME_FLAG_UNALLOC;
     const OpenFile file(tsk_fs_file_open_meta(m_fs, nullptr, name.meta_addr));
     const TSK_FS_META* meta = file ? file->meta : nullptr;
+    // libtsk makes up metadata of no type where there is nothing that can be read.
+    if (meta && meta->type == TSK_FS_META_TYPE_UNDEF) meta = nullptr;
     // A deleted name whose metadata belongs to another file by now says nothing.
     if (meta && deleted && meta->flags & TSK_FS_META_FLAG_ALLOC) meta = nullptr;
     if (meta && IsFolder(meta->type)) {
@@ -201,7 +202,7 @@ class Walker {
     }
     tsk_error_reset();
     const u64 size = static_cast<u64>(std::max<TSK_OFF_T>(file->meta->size, 0));
-    known = known && areas.Known() && file->meta->type != TSK_FS_META_TYPE_UNDEF;
+    known = known && areas.Known();
     // Deleting may clear what told where the data was.
     if (deleted && areas.Areas().empty() && !HasResidentData(file)) known = false;
     TellRanges(WalkMessage::kAreas, areas.Areas());
