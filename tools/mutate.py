@@ -323,7 +323,7 @@ class Tests:
 
     @staticmethod
     def program(name):
-        return [sys.executable, str(TREE / f"tests/e2e/{name}_test.py"), str(FAULTY / "larkspur")]
+        return [sys.executable, str(TREE / f"tests/e2e/{name}_test.py"), "-f", str(FAULTY / "larkspur")]
 
     @staticmethod
     def suites(folder):

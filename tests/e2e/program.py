@@ -2,7 +2,7 @@
 """What the tests of the built program share: running it, the files that it works on, block devices, and
 what other tools make and say. A test ends with main(), which takes the arguments `[--peer PROGRAM]
 PROGRAM...`: the program to test, with an emulator before it where one is needed; --peer names a native
-build whose caches must be the same."""
+build whose caches must be the same. -f ends at the first failure, -v names each test."""
 
 import functools
 import json
@@ -163,9 +163,9 @@ class ProgramTest(unittest.TestCase):
 
 
 def main():
-    arguments = sys.argv[1:]
+    arguments = [word for word in sys.argv[1:] if word not in ("-f", "-v")]
     if arguments[0] == "--peer":
         PEER.extend([os.path.abspath(arguments[1])] if os.path.exists(arguments[1]) else [])
         arguments = arguments[2:]
     PROGRAM.extend(os.path.abspath(word) if os.path.exists(word) else word for word in arguments)
-    unittest.main(argv=sys.argv[:1], verbosity=2 if "-v" in sys.argv else 1)
+    unittest.main(argv=sys.argv[:1], failfast="-f" in sys.argv, verbosity=2 if "-v" in sys.argv else 1)
