@@ -187,13 +187,18 @@ TEST_F(WinHDIORead, AFailureEndsTheReadWhereItIs) {
 }
 
 TEST_F(WinHDIORead, PositionsAreCutAtTheEnd) {
-  MakeDrive(4096, 100);
+  fakes::SimulatedDrive* drive = MakeDrive(4096, 100);
   ASSERT_TRUE(Open(&m_io));
   EXPECT_EQ(m_io.SetPosition(803), 800u);
   EXPECT_EQ(m_io.SetPosition(kNowhere), 800u);
   EXPECT_EQ(m_io.SetPosition(13), 13u);
   EXPECT_EQ(Read(&m_io, 800, 1), 0u);
   EXPECT_EQ(Read(&m_io, 795, 100), 5u);
+  drive->seeksLandAt = 24 * 512;
+  EXPECT_EQ(m_io.SetPosition(13), 24u) << "where the drive stands";
+  drive->TakeLog();
+  EXPECT_EQ(m_io.Read(m_buffer.data(), 8), 8u);
+  EXPECT_EQ(drive->TakeLog(), "read 12288+4096");
 }
 
 }  // namespace

@@ -25,10 +25,7 @@ class SimulatedDevice final : public Device {
   SimulatedDevice(std::shared_ptr<SimulatedDrive> drive, u32 access)
       : m_drive(std::move(drive)), m_access(access) {}
 
-  u64 Seek(u64 offset) override {
-    m_position = offset;
-    return offset;
-  }
+  u64 Seek(u64 offset) override { return m_position = m_drive->seeksLandAt.value_or(offset); }
   u32 Read(void* buffer, u32 length) override;
   u32 Write(const void* buffer, u32 length) override;
   bool Control(u32 code, std::span<const u8> in, std::span<u8> out, u32* returned) override;

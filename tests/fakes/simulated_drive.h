@@ -66,6 +66,7 @@ struct SimulatedDrive {
   std::optional<u32> openError;  // the device is there and cannot be opened
   std::map<u64, u32> slow;       // seconds that a sector takes
   bool deliversPrefix = false;
+  std::optional<u64> seeksLandAt;  // bytes: where it stands after any of them
   bool isPresent = true;
   std::optional<u64> vanishesAfterReads;
 

@@ -305,6 +305,7 @@ TEST(AixLvm, KeepsToWhatItKnows) {
   const auto disk = [] { return AixDisk({{1, 1}}); };
   const std::string root = "0+40960 32764 \"[unknown]\"";
   EXPECT_EQ(disk().Be(7, 46, 2, 8).Tree(), root + "\n");
+  EXPECT_NE(disk().Be(7, 46, 2, 9).Tree().find(" aixlvm\n  4352+1 "), std::string::npos);
   EXPECT_EQ(disk().Be(7, 46, 2, 63).Tree(), root + " aixlvm\n");
   EXPECT_EQ(disk().Be(7, 60, 2, 5).Tree(), root + " aixlvm\n");
   EXPECT_EQ(disk().Be(7, 24, 4, 40).Tree(), root + " aixlvm\n");
