@@ -174,37 +174,6 @@ class ScsiRequest : public DeviceTest {
   }
 };
 
-TEST_F(ScsiRequest, TheDirectFormByteByByte) {
-  u8 data[512];
-  Reply({});
-  EXPECT_TRUE(Inquiry(*m_device, data));
-  std::string expected =
-      "38 00 00 00 00 00 06 40 01 00 00 00 00 02 00 00 14 00 00 00 00 00 00 00 "
-      "00 00 00 00 00 00 00 00 3C 00 00 00 12 00 00 02 00 00 00 00 00 00 00 00 "
-      "00 00 00 00";
-  for (int i = 52; i < 128; ++i) expected += " 00";
-  EXPECT_EQ(fakes::Hex(m_drive->lastRequest), expected);
-}
-
-TEST_F(ScsiRequest, TheBufferedFormByteByByte) {
-  u8 byte = 0;
-  m_command.cdb = {0xDF, 0x10, 0, 0, 1, 0, 0x72, 0x0F, 0, 0, 0, 0xFD, 0x06, 0x7B};
-  m_command.cdbLength = 12;
-  m_command.direction = kDataIn;
-  m_command.buffer = &byte;
-  m_command.length = 1;
-  Reply({.data = {0x40}});
-  EXPECT_TRUE(ExecuteScsi(*m_device, m_command));
-  EXPECT_EQ(byte, 0x40);
-  std::string expected =
-      "38 00 00 00 00 00 0C 20 01 00 00 00 01 00 00 00 0A 00 00 00 00 00 00 00 "
-      "5C 00 00 00 00 00 00 00 3C 00 00 00 DF 10 00 00 01 00 72 0F 00 00 00 FD 06 7B 00 00 "
-      "00 00 00 00";
-  // What came back is at its end; nothing else stands after the command.
-  for (int i = 52 + 4; i < 608 + 4; ++i) expected += " 00";
-  EXPECT_EQ(fakes::Hex(m_drive->lastRequest), expected.substr(0, 608 * 3 - 1));
-}
-
 TEST_F(ScsiRequest, CommandsByteByByte) {
   u8 data[1200] = {};
   m_drive->inquiry = fakes::MakeInquiry("V", "P", "R");

@@ -321,13 +321,6 @@ TEST(IdentityText, SerialNumbersOfDescriptors) {
   EXPECT_EQ(Serial(""), "");
 }
 
-TEST(IdentityText, Models) {
-  EXPECT_EQ(ModelText(u"v", u"p"), u"v p");
-  EXPECT_EQ(ModelText(u"", u"p"), u"p");
-  EXPECT_EQ(ModelText(u"v", u""), u"v");
-  EXPECT_EQ(ModelText(u"", u""), u"");
-}
-
 std::string SystemWords(const fakes::SimulatedDrive& drive, fakes::SimulatedDevices* devices,
                         DescriptorTexts* texts) {
   const auto device = devices->Open(drive.path.c_str(), platform::kAccessRead);
@@ -387,20 +380,6 @@ TEST_F(DeviceIdentityTest, DescriptorsWhoseOffsetsPointAnywhere) {
       drive->usbParent = u"USB\\VID_1234&PID_5678";
       Probe(*drive);
     }
-  }
-}
-
-TEST(UsbBridge, TheTable) {
-  const struct {
-    u16 vendor, product;
-    u32 bridge;
-  } cases[] = {{0x0350, 0x0038, 3}, {0x18A5, 0x0237, 3}, {0x043E, 0x70F1, 4}, {0x4971, 0x1011, 4},
-               {0x067B, 0x3507, 5}, {0x059F, 0x101D, 6}, {0x4971, 0xCE17, 6}, {0x0480, 0xA004, 7},
-               {0x1BCF, 0x0C31, 7}, {0x04B4, 0x6830, 8}, {0x125F, 0xA94A, 8}, {0x067B, 0x2571, 9},
-               {0x067B, 0x2775, 9}, {0x152D, 0x2338, 4}, {0x152D, 0x2339, 6}, {0x152D, 0x2340, 2},
-               {0, 0, 2},           {0xFFFF, 0xFFFF, 2}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(BridgeOf(c.vendor, c.product), c.bridge) << c.vendor << ":" << c.product;
   }
 }
 
