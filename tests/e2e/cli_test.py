@@ -161,10 +161,10 @@ class CliTest(program.ProgramTest):
         self.assertEqual(pathlib.Path("part").read_bytes(), bytes(64 * SECTOR))
 
     def test_read_keeps_what_it_read(self):
-        data = self.make_source(1000)
-        self.call("read", "source.img", "disk.kvrsp", "--start", 3, "--sectors", 7, "-o", "part")
-        self.assertEqual(pathlib.Path("part").read_bytes(), data[3 * SECTOR:10 * SECTOR])
-        self.assertEqual(self.extents(), [(0, 3, "missing"), (3, 7, "present"), (10, 990, "missing")])
+        data = self.make_source(5000)
+        self.call("read", "source.img", "disk.kvrsp", "--start", 1000, "--sectors", 3000, "-o", "part")
+        self.assertEqual(pathlib.Path("part").read_bytes(), data[1000 * SECTOR:4000 * SECTOR])
+        self.assertEqual(self.extents(), [(0, 1000, "missing"), (1000, 3000, "present"), (4000, 1000, "missing")])
 
     def test_map_writes_pictures_and_a_mapfile(self):
         self.make_source(5000)
@@ -630,6 +630,8 @@ class CliTest(program.ProgramTest):
             (("image", "source.img", "c", "--start", "100"), 2, "100"),
             (("image", "source.img", "c", "--start", "-1"), 2, "start"),
             (("image", "source.img"), 2, "CACHE"),
+            (("read", "source.img", "disk.kvrsp", "--start", "0"), 2, "--sectors"),
+            (("read", "source.img", "disk.kvrsp", "--sectors", "1"), 2, "--start"),
             (("identify", "absent"), 1, "no such device"),
             (("identify", "source.img"), 1, "not a device"),
             (("identify", "folder"), 1, "not a device"),

@@ -208,6 +208,10 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
                                      capture_output=True, text=True, timeout=60)
                 self.assertEqual((run.returncode == 0, run.stdout), (words is None, "" if words else "51200\n"))
                 self.assertIn(words or "", run.stderr)
+        # Who waits for this word would wait for ever.
+        run = subprocess.run(["nbdkit", "-f", "-U", "s", plugin, "cache=disk.kvrsp", "ready=nowhere/file"],
+                             capture_output=True, text=True, timeout=20)
+        self.assertIn("nowhere/file: cannot be written", run.stderr)
 
     def test_a_client_that_vanishes_amid_its_reads_ends_nothing(self):
         self.make_cache(16 << 11)

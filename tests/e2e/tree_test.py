@@ -90,6 +90,7 @@ class TreeTest(program.ProgramTest):
             places([first, container, *drives]),
             [(p["start"], p["size"], int(p["type"], 16)) for p in said])
         self.assertEqual(len(drives), 55)
+        self.assertEqual([n["place"] for n in (first, container, drives[54])], ["1", "2", "2.55"])
         self.assertEqual({r["kind"] for d in drives for r in d["records"]}, {12})
         self.assertEqual(drives[0]["records"][0]["offset"], 2048)
 

@@ -123,6 +123,9 @@ TEST(Snap, ReadsEntriesThatTheChecksumConfirms) {
             "0+4096 32764 \"[unknown]\" snap\n"
             "  200+100 24579 \"SnapOS UFS\"\n"
             "  400+300 24580 \"SnapOS Slice\"\n");
+  EXPECT_EQ(disk.Le(0, 280, 4, 3797).XorSum(0, 248, 260 + 2 * 16).Tree(),
+            "0+4096 32764 \"[unknown]\" snap\n")
+      << "of which one ends past the disk";
 }
 
 DiskBuilder X86Table() {

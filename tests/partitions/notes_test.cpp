@@ -181,7 +181,10 @@ TEST(Notes, ATableThatIsTooLongIsIntactAndLimited) {
 TEST(Notes, APartitionThatEndsBeforeItStartsIsTold) {
   DiskBuilder disk = DiskBuilder(kSectors).Gpt(1, 1, 4);
   disk.GptEntry(1, 0, "0FC63DAF-8483-4772-8E79-3D69D8477DE4", 500, 400);
-  EXPECT_TRUE(Has(Told(disk), "last sector 400, before its first")) << Told(disk);
+  EXPECT_TRUE(Has(Told(disk), "\nLinux filesystem, last sector 400, before its first\n"))
+      << Told(disk);
+  disk.Le(2, 48, 8, 4);
+  EXPECT_TRUE(Has(Told(disk), "\nLinux filesystem, attributes 0x4, last sector 400")) << Told(disk);
 }
 
 // Where the entries lead when they count in 512 bytes may lie what speaks for that.
