@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 
-// The packs in this program: every language against English, and English against its words.
+// The packs in this program: every language against English.
 
 #include <set>
 #include <string>
@@ -82,18 +82,6 @@ TEST_F(Texts, EveryLanguageHasTheShapeOfEnglish) {
   CompareAll(kToolkitPacks, kToolkitShape);
 }
 
-TEST_F(Texts, TablesAreInTheirOrder) {
-  std::string order;
-  for (const LanguagePack& pack : kModulePacks) {
-    order += std::to_string(pack.languageId) + Code(pack) + ' ';
-  }
-  order += '|';
-  for (const LanguagePack& pack : kToolkitPacks) {
-    order += ' ' + std::to_string(pack.languageId) + Code(pack);
-  }
-  EXPECT_EQ(order, "0ENG 2DEU 1RUS | 0ENG 1RUS 6UKR 2DEU 5FRA 3JPN 4KOR 8CHI 9TWN");
-}
-
 TEST_F(Texts, NamesOfLanguagesAreByTheirIds) {
   EXPECT_EQ(ReadPackHeader(kLanguageNamesPack)->name, u"Langnames");
   cMessageCatalog catalog({}, {}, {});
@@ -145,46 +133,6 @@ TEST_F(Texts, AboutTellsVersionAndRightsOnEightLines) {
       shape += text.substr(0, end).empty() ? u'.' : u'x';
     }
     EXPECT_EQ(shape, u".xx.x.xx") << Code(pack);
-  }
-}
-
-TEST_F(Texts, EnglishWords) {
-  cMessageCatalog& catalog = Messages();
-  catalog.SelectLanguage(nullptr);
-  EXPECT_EQ(&catalog, &Messages());
-  const struct {
-    const char* key;
-    size_t item;
-    const char16_t* text;
-  } cases[] = {
-      {"raid::main", 0, u"Create read-once storage"},
-      {"raid::main", 1, u"Larkspur Plugin"},
-      {"raid::about", 0, u"About Larkspur I/O module"},
-      {"raid::about", 4, u"The software is free to use"},
-      {"raid::devopen", 3, u"Specify the device full path"},
-      {"raid::mkspan", 4, u"- Select one -"},
-      {"raid::mkspan", 8,
-       u"Local cache file may take even more disk space than source disk!\nNEVER save local cache "
-       u"to "
-       u"file system you are recovering to prevent permananent data loss.\nIt's not recommended to "
-       u"save cache to FAT/FAT32-formatted storages because of file size limits on these file "
-       u"systems."},
-      {"raid::mkspan", 13, u"Bad block filler pattern (default - zeros):"},
-      {"raid::mkspan", 14, u"Storage chache files/KVR sparse"},
-      {"ciom::filechoose", 20, u"Folder already exists.\nDo you want to navigate this folder?"},
-      {"ciom::folderchoose", 2,
-       u"Folder already exists.\nIf you can not see this folder, this means it is hidden."},
-      {"ciom::messages", 0, u"Ok"},
-      {"ciom::progress", 2,
-       u"%s progress: %.01f%%. Elapsed time: %02d:%02d:%02d. Estimated time left: "
-       u"%02d:%02d:%02d."},
-      {"ciom::propsheet", 2, u"Change value"},
-      {"lnames", 9, u"繁體中文"},
-  };
-  for (const auto& c : cases) {
-    const char16_t* const text = catalog.Text(c.key, c.item);
-    ASSERT_TRUE(text) << c.key << ' ' << c.item;
-    EXPECT_EQ(std::u16string(text), c.text) << c.key << ' ' << c.item;
   }
 }
 

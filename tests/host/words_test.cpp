@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 
-// Words of the host: its command line, and bytes in hexadecimal.
+// Words of the host: its command line, bytes in hexadecimal, the log, and trees.
 
 #include <algorithm>
 #include <array>
@@ -11,8 +11,16 @@
 
 #include "base/path_text.h"
 #include "catalog/message_catalog.h"
+#include "fakes/disk_builder.h"
+#include "fakes/temp_folder.h"
 #include "host/model/command_line.h"
 #include "host/model/hex_text.h"
+#include "host/model/log_text.h"
+#include "host/model/tree_rows.h"
+#include "imaging/log_words.h"
+#include "partitions/detection.h"
+#include "partitions/part_records.h"
+#include "partitions/type_names.h"
 
 namespace larkspur::host {
 namespace {
@@ -129,6 +137,96 @@ TEST(HexTextTest, SectorsAreReadAsPeopleTypeThem) {
   for (const Row& row : kRows) {
     EXPECT_EQ(SectorFromText(row.text), row.sector) << testing::PrintToString(row.text);
   }
+}
+
+TEST(LogTextTest, ALogIsToldAsTheCommandLineDoesAndItsAbsenceSaysWhatToDo) {
+  const fakes::TempFolder folder;
+  const std::u16string cache = folder.File(u"disk.kvrsp"), path = cache + u".log";
+  const auto said = [&] {
+    const auto log = ReadLogText({cache, 8192});
+    return (log ? "" : "no log: ") + Utf8FromWide(log ? *log : log.error());
+  };
+  const std::string name = Utf8FromWide(path);
+  EXPECT_TRUE(said().starts_with("no log: " + name + "\r\nNothing is known")) << said();
+
+  const std::string lines =
+      R"({"t":"2026-11-21T19:00:00.123Z","event":"open","source":{"model":"ACME","sectors":8192}})"
+      "\n{\"event\":\n"
+      R"({"t":"2026-11-21T19:01:00.000Z","event":"end","how":"done","present":8190,"unreadable":2})"
+      "\n";
+  ASSERT_TRUE(fakes::WriteWholeFile(path, {lines.begin(), lines.end()}));
+  std::string wanted = "line 2 cannot be understood and is ignored\n\n";
+  wanted += HistoryText(ReadHistory(path, 8192));
+  EXPECT_NE(wanted.find("model     ACME\n"), std::string::npos) << wanted;
+  EXPECT_NE(wanted.find("2026-11-21 19:00:00  2026-11-21 19:01:00  done "), std::string::npos)
+      << wanted;
+  for (size_t at = 0; (at = wanted.find('\n', at)) != std::string::npos; at += 2) {
+    wanted.insert(at, 1, '\r');
+  }
+  EXPECT_EQ(said(), wanted);
+}
+
+cPartTreeItem* Node(u64 start, u64 length, u16 type) {
+  auto* node = new cPartTreeItem;
+  SetNode(*node, nullptr, start, length, type);
+  return node;
+}
+
+TEST(TreeRowsTest, NoTreeHasNoRows) {
+  EXPECT_TRUE(TreeRows(nullptr).empty());
+}
+
+TEST(TreeRowsTest, ATreeIsReadFromTheTopDown) {
+  const auto disk =
+      fakes::DiskBuilder(64).MbrEntry(0, 0, 0x0C, 8, 16).MbrEntry(0, 1, 0x83, 24, 32).Disk();
+  PartitionTree tree;
+  ASSERT_TRUE(BuildPartitionTree(tree.Head(), disk.get()));
+  EXPECT_EQ(TreeText(TreeRows(*tree.Head())),
+            "       start      sectors       size   type  what\n"
+            "           0           64   32.0 KiB  32764  whole storage\n"
+            "           8           16    8.0 KiB     12    FAT32 LBA\n"
+            "          24           32   16.0 KiB    131    Linux native (unclassified)\n");
+}
+
+TEST(TreeRowsTest, RecordsAreToldInWords) {
+  PartitionTree tree;
+  cPartTreeItem* const node = Node(8, 16, kTypeLinuxRaid);
+  AppendToTree(tree.Head(), node);
+  auto* const raid = new cPartSoftRAIDInfo;
+  const u8 set[] = {0x01, 0xAB};
+  raid->SetIdentifier(set);
+  raid->m_name.Assign(u"data");
+  raid->m_layout = kLayoutMirror;
+  raid->m_blockBytes = 65536;
+  raid->m_columns = 2;
+  raid->m_index = 1;
+  AddExtension(*node, raid);
+  AddExtension(*node, new cSBRLegacyOffset(63));
+  const auto rows = TreeRows(*tree.Head());
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0].facts,
+            u"piece 1 of 2 of a mirror \"data\", blocks of 64.0 KiB, set 01ab; offset 63");
+}
+
+TEST(TreeRowsTest, NotesAreToldInWords) {
+  const auto disk = fakes::DiskBuilder(64).Text(0, 3, "-FVE-FS-").Disk();
+  PartitionTree tree;
+  TreeNotes notes;
+  ASSERT_TRUE(BuildPartitionTree(tree.Head(), disk.get(), {.notes = &notes}));
+  EXPECT_EQ(TreeRows(*tree.Head(), notes)[0].facts, u"BitLocker");
+}
+
+// What a careless module may hand over.
+TEST(TreeRowsTest, ATreeThatLeadsBackIntoItselfEnds) {
+  PartitionTree tree;
+  cPartTreeItem* const node = Node(0, 8, kTypeWholeDevice);
+  AppendToTree(tree.Head(), node);
+  node->m_next = node;
+  EXPECT_LE(TreeRows(*tree.Head()).size(), 65536u);
+  node->m_next = nullptr;
+  node->m_firstChild = node;
+  EXPECT_LE(TreeRows(*tree.Head()).size(), 128u);
+  node->m_firstChild = nullptr;
 }
 
 }  // namespace

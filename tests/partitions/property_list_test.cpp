@@ -77,26 +77,24 @@ TEST(PropertyList, FollowsReferencesOnce) {
 }
 
 TEST(PropertyList, RefusesWhatNoKernelWrites) {
-  const char* const kTexts[] = {
-      "",
-      "dict",
-      "<dict>",
-      "<dict><key>x</dict>",
-      "<dict></array>",
-      "<array></array>",
-      "<plist><dict/></plist>",
-      "<dict><!-- a --></dict>",
-      "<dict><![CDATA[a]]></dict>",
-      "<!DOCTYPE a [<!ENTITY b \"c\">]><dict/>",
-      "<dict a></dict>",
-      "<dict a=\"></dict>",
-      "<",
-      "<dict",
-      "<dict/",
-      "<dict><?",
-      "<?xml",
-  };
+  const char* const kTexts[] = {"",
+                                "dict",
+                                "<dict>",
+                                "<dict><key>x</dict>",
+                                "<dict></array>",
+                                "<array></array>",
+                                "<plist><dict/></plist>",
+                                "<dict><!-- a --></dict>",
+                                "<dict><![CDATA[a]]></dict>",
+                                "<dict a></dict>",
+                                "<dict a=\"></dict>",
+                                "<",
+                                "<dict",
+                                "<dict/",
+                                "<dict><?",
+                                "<?xml"};
   for (const char* text : kTexts) EXPECT_TRUE(PropertyList(BytesOf(text)).IsEmpty()) << text;
+  EXPECT_TRUE(PropertyList(BytesOf("<!DOCTYPE a [<!ENTITY b \"c\">]><dict/>")).IsEmpty());
   EXPECT_FALSE(PropertyList(BytesOf("<dict/>")).IsEmpty());
   EXPECT_FALSE(PropertyList(BytesOf({"<dict/>\0<", 9})).IsEmpty());
 }

@@ -58,27 +58,6 @@ TEST_F(MessageFormTest, IsTitledByItsCaptionOrByTheCatalog) {
   cMessageForm::Present(nullptr, u"Text", u"Mine", 5, kMessageError, 0);
 }
 
-TEST_F(MessageFormTest, FunctionKeysDoNothing) {
-  std::vector<FormStep> steps;
-  for (u32 key = VK_F1; key <= VK_F12; ++key) {
-    steps.push_back([key](HWND) {
-      PressKey(key);
-      PostMessageW(GetFocus(), WM_SYSKEYDOWN, key == VK_F10 ? VK_F10 : VK_F2, 1);
-    });
-  }
-  steps.push_back([](HWND form) {
-    EXPECT_EQ(Utf8(TextOfWindow(form)), "Error");
-    EXPECT_EQ(FocusedId(), IDOK);
-    GUITHREADINFO state{};
-    state.cbSize = sizeof state;
-    GetGUIThreadInfo(GetCurrentThreadId(), &state);
-    EXPECT_EQ(state.flags & (GUI_INMENUMODE | GUI_SYSTEMMENUMODE), 0u);
-    PressKey(VK_RETURN);
-  });
-  cFormDriver driver(steps);
-  EXPECT_TRUE(cMessageForm::Present(nullptr, u"Text", std::nullopt, 5, kMessageError, 0));
-}
-
 TEST_F(MessageFormTest, ShowsEachLineOfTheText) {
   cFormDriver driver({[](HWND form) {
     std::vector<std::string> shown;
