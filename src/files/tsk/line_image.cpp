@@ -47,9 +47,8 @@ void LineImage::Flush() {
 // read-ahead over something that is not there is refused; what was really wanted is then asked for
 // by itself.
 bool LineImage::IsReadAhead(u64 offset, size_t count) const {
-  if (m_refused != kNowhere && offset >= m_refused) {
-    if (offset - m_refused < TSK_IMG_INFO_CACHE_LEN) return false;
-  }
+  // What lies before it wraps to more than that.
+  if (m_refused != kNowhere && offset - m_refused < TSK_IMG_INFO_CACHE_LEN) return false;
   const u64 left = static_cast<u64>(m_image->info.size) - offset;
   return count == std::min<u64>(TSK_IMG_INFO_CACHE_LEN, left);
 }
