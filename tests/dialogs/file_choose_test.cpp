@@ -13,8 +13,8 @@
 #include "dialogs/model/folder_rows.h"
 #include "dialogs/model/number_text.h"
 #include "dialogs/model/places.h"
-#include "fakes/fake_folders.h"
 #include "fakes/fake_volumes.h"
+#include "platform/folders.h"
 
 namespace larkspur {
 namespace {
@@ -179,23 +179,10 @@ TEST(FolderRows, StandInTheOrderOfTheirColumn) {
 }
 
 TEST(FolderRows, NamesStandAsPeopleCount) {
-  constexpr const char16_t* kOrdered[] = {u"",
-                                          u"1",
-                                          u"2",
-                                          u"10 disks",
-                                          u"A",
-                                          u"a",
-                                          u"a b",
-                                          u"file",
-                                          u"file02",
-                                          u"file2",
-                                          u"file2.b",
-                                          u"File3",
-                                          u"file10a",
-                                          u"file10b",
-                                          u"file99999999999999999999",
-                                          u"file100000000000000000000",
-                                          u"zoo"};
+  constexpr const char16_t* kOrdered[] = {
+      u"",       u"1",     u"2",       u"10 d",  u"A",       u"a",       u"a b",  u"file",
+      u"file02", u"file2", u"file2.b", u"File3", u"file10a", u"file10b", u"zoo9", u"zoo10"};
+  EXPECT_LT(CompareNames(u"file99999999999999999999", u"file100000000000000000000"), 0);
   for (const char16_t* one : kOrdered) {
     bool isPast = false;
     for (const char16_t* other : kOrdered) {
@@ -247,8 +234,29 @@ TEST(FolderRows, PatternsFitAsEverywhere) {
 
 using platform::PathKind;
 
-fakes::FakeFolders SomeFolders() {
-  fakes::FakeFolders folders;
+// Folders that know no more than what stands at each path.
+class FakeFolders final : public platform::cFolders {
+ public:
+  std::map<std::u16string, PathKind> kinds;
+  bool makes = true;
+  std::u16string made;  // the folder made last
+
+  PathKind KindOf(const std::u16string& path) override {
+    const auto found = kinds.find(path);
+    return found == kinds.end() ? PathKind::kAbsent : found->second;
+  }
+  bool Visit(const std::u16string&,
+             const std::function<bool(const platform::FolderEntry&)>&) override {
+    return false;
+  }
+  bool Make(const std::u16string& folder) override {
+    if (makes) made = folder;
+    return makes;
+  }
+};
+
+FakeFolders SomeFolders() {
+  FakeFolders folders;
   folders.kinds = {{u"C:\\", PathKind::kFolder},
                    {u"C:\\here", PathKind::kFolder},
                    {u"C:\\here\\sub", PathKind::kFolder},
@@ -303,7 +311,7 @@ TEST(ChosenPath, IsDecidedFromWhatWasTyped) {
       {u"*.img", "pattern *.img", "pattern *.img"},
       {u"a?c", "pattern a?c", "pattern a?c"},
   };
-  fakes::FakeFolders folders = SomeFolders();
+  FakeFolders folders = SomeFolders();
   for (const auto& c : cases) {
     const auto decided = [&](FileUse use) {
       return Told(DecideChosenPath(c.typed, u"C:\\here", u"kvrsp", use, folders));
@@ -338,13 +346,13 @@ TEST(NewFolder, IsMadeUnlessItsNameIsTaken) {
       {u"no\"name", NewFolderOutcome::kFailed, u"C:\\here\\no\"name"},
   };
   for (const auto& c : cases) {
-    fakes::FakeFolders folders = SomeFolders();
+    FakeFolders folders = SomeFolders();
     const NewFolder made = MakeNewFolder(c.name, u"C:\\here", folders);
     EXPECT_EQ(made.outcome, c.outcome) << Utf8FromWide(c.name);
     EXPECT_EQ(made.path, c.path);
     EXPECT_EQ(folders.made, c.outcome == NewFolderOutcome::kMade ? c.path : u"");
   }
-  fakes::FakeFolders folders = SomeFolders();
+  FakeFolders folders = SomeFolders();
   folders.makes = false;
   EXPECT_EQ(MakeNewFolder(u"new", u"C:\\here", folders).outcome, NewFolderOutcome::kFailed);
 }

@@ -233,14 +233,9 @@ TEST(ReadEverythingTest, EveryEndHasWords) {
       {{End::kDone, 2, 0, {}, {}}, u"Everything was read; 2 sectors are unreadable."},
       {{End::kDone, 2, 1, {}, {}},
        u"What can be read here was read; 1 sector is missing; 2 sectors are unreadable."},
-      {{End::kStopped, 0, 9, {}, {}}, u"Stopped."},
       {{End::kSourceGone, 0, 9, u"a.kvrsp", u"a.img"},
        u"The source has become shorter or is gone.\na.img\n"},
-      {{End::kNotAnswering, 0, 9, u"a.kvrsp", {}},
-       u"The disk is not answering, even where it should read well.\nSwitch"},
       {{End::kNotKept, 0, 9, u"a.kvrsp", u"a.img"}, u"The cache could not be written.\na.kvrsp\n"},
-      {{End::kCacheFailed, 0, 9, u"a.kvrsp", {}}, u"The cache cannot be read.\na.kvrsp\n"},
-      {{End::kAborted, 0, 9, {}, {}}, u"Reading was ended by force."},
   };
   for (const auto& row : rows) {
     EXPECT_TRUE(EndWords(row.ended).starts_with(row.words)) << Utf8FromWide(EndWords(row.ended));

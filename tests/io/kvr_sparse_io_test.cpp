@@ -3,10 +3,12 @@
 #include "io/kvr_sparse_io.h"
 
 #include <algorithm>
+#include <map>
 
 #include <gtest/gtest.h>
 
 #include "base/endian.h"
+#include "fakes/disk_builder.h"
 #include "fakes/images.h"
 #include "fakes/recording_source.h"
 #include "io/bit_map.h"
@@ -19,26 +21,13 @@ using fakes::MakeStore;
 using fakes::OpenImage;
 using fakes::Pattern;
 
-constexpr u64 kRecordBytes = 129 * kSectorBytes;
-
-// The bytes that a file must have: 'F' for 0xFF, '.' for zero, written a run at a time.
-class Expected {
- public:
-  Expected& Bytes(std::vector<u8> bytes) {
-    m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
-    return *this;
-  }
-  Expected& Fill(u64 count, u8 value) { return Bytes(std::vector<u8>(count, value)); }
-  Expected& UpTo(u64 size, u8 value) { return Fill(size - m_bytes.size(), value); }
-  const std::vector<u8>& Done() const { return m_bytes; }
-
- private:
-  std::vector<u8> m_bytes;
-};
-
-std::vector<u8> HeaderOf(u64 sectors, u32 blockSize, u32 stamp) {
-  const auto header = SparseLayout{sectors, blockSize, 0x00020000, stamp}.Header();
-  return {header.begin(), header.end()};
+// A file with its header and an index without entries, made with that stamp.
+fakes::DiskBuilder FileOf(u64 sectors, u64 fileSectors, u64 indexSectors, u32 stamp) {
+  fakes::DiskBuilder file(fileSectors);
+  const auto header = SparseLayout{sectors, 128, 0x00020000, stamp}.Header();
+  std::copy(header.begin(), header.end(), file.At(0, 0, header.size()));
+  std::fill_n(file.At(1, 0, indexSectors * kSectorBytes), indexSectors * kSectorBytes, u8{0xFF});
+  return file;
 }
 
 u32 StampIn(const fakes::MemoryStore& store) {
@@ -55,11 +44,8 @@ TEST(SparseImage, AFreshFileIsHeaderAndIndex) {
     const auto store = MakeStore(700);  // created again: what was there is gone
     const auto image = CreateImage(store, c.sectors);
     ASSERT_TRUE(image);
-    const Expected expected = Expected{}
-                                  .Bytes(HeaderOf(c.sectors, 128, StampIn(*store)))
-                                  .UpTo(kSectorBytes, 0)
-                                  .UpTo(c.fileSectors * kSectorBytes, 0xFF);
-    EXPECT_EQ(store->bytes, expected.Done()) << c.sectors;
+    const auto file = FileOf(c.sectors, c.fileSectors, c.fileSectors - 1, StampIn(*store));
+    EXPECT_EQ(store->bytes, file.Bytes()) << c.sectors;
     EXPECT_EQ(image->GetByteSize(), c.sectors * kSectorBytes);
   }
 }
@@ -72,36 +58,16 @@ TEST(SparseImage, WritesGiveBlocksTheirRecords) {
   EXPECT_EQ(fakes::WritePattern(image.get(), 998, 10), 2u);  // block 7, record 3, cut at the end
   EXPECT_TRUE(image->MarkSectorBad(1));                      // block 0 again
   EXPECT_TRUE(image->MarkSectorBad(513));                    // block 4, record 4
-  const auto record = [](Expected* file, std::vector<std::pair<u64, u8>> statuses) {
-    std::vector<u8> map(kSectorBytes);
-    for (const auto& [sector, status] : statuses) map[sector] = status;
-    file->Bytes(map);
-  };
-  Expected file;
-  file.Bytes(HeaderOf(1000, 128, StampIn(*store))).UpTo(kSectorBytes, 0);
-  for (const u32 entry : {1u, 2u, 0u, ~0u, 4u, ~0u, ~0u, 3u}) {
-    u8 bytes[4];
-    StoreLe32(bytes, entry);
-    file.Bytes({bytes, bytes + 4});
+  const std::map<u64, u32> recordOf = {{2, 0}, {0, 1}, {1, 2}, {7, 3}, {4, 4}};
+  fakes::DiskBuilder file = FileOf(1000, 2 + 5 * 129, 1, StampIn(*store));
+  for (const auto& [block, record] : recordOf) file.Le(1, block * 4, 4, record);
+  for (const u64 sector : {1, 127, 128, 300, 513, 998, 999}) {
+    const bool isBad = sector == 1 || sector == 513;
+    const u64 map = 2 + recordOf.at(sector / 128) * 129, place = sector % 128;
+    file.Le(map, place, 1, isBad ? 2 : 1);
+    if (!isBad) fakes::FillPattern(sector, file.At(map + 1 + place, 0, kSectorBytes));
   }
-  file.UpTo(1024, 0xFF);
-  u64 end = 1024;
-  const auto data1 = [&](u64 inBlock, u64 first, u32 count) {
-    file.UpTo(end + (1 + inBlock) * kSectorBytes, 0);
-    if (count > 0) file.Bytes(Pattern(first, count));
-    file.UpTo(end += kRecordBytes, 0);
-  };
-  record(&file, {{44, 1}});
-  data1(44, 300, 1);
-  record(&file, {{127, 1}, {1, 2}});
-  data1(127, 127, 1);
-  record(&file, {{0, 1}});
-  data1(0, 128, 1);
-  record(&file, {{102, 1}, {103, 1}});
-  data1(102, 998, 2);
-  record(&file, {{1, 2}});
-  data1(0, 0, 0);
-  EXPECT_EQ(store->bytes, file.Done());
+  EXPECT_EQ(store->bytes, file.Bytes());
   EXPECT_EQ(fakes::Extents(image.get()),
             "0+1 missing, 1+1 unreadable, 2+125 missing, 127+2 present, 129+171 missing, "
             "300+1 present, 301+212 missing, 513+1 unreadable, 514+484 missing, 998+2 present");
