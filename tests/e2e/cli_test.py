@@ -266,11 +266,18 @@ class CliTest(program.ProgramTest):
         if subprocess.run(["mount", device, "mounted"], stderr=subprocess.DEVNULL).returncode:
             self.skipTest("this machine does not mount")
         self.addCleanup(subprocess.run, ["umount", "mounted"], check=True)
+        # And a file system in a file on it.
+        os.mkdir("inner")
+        blank("mounted/inner.img", 2048)
+        subprocess.run(["mkfs.ext4", "-q", "mounted/inner.img"], check=True)
+        subprocess.run(["mount", "-o", "loop", "mounted/inner.img", "inner"], check=True)
+        self.addCleanup(subprocess.run, ["umount", "inner"], check=True)
         # Also through a device that is made of the disk, and through the file that the disk is made of.
         for source in (device, loop_device(self, device), "source.img"):
             with self.subTest(source=source):
-                self.refused("mounted/disk.kvrsp: this is on the", "image", source, "mounted/disk.kvrsp")
-                self.assertFalse(os.path.exists("mounted/disk.kvrsp"))
+                for cache in ("mounted/disk.kvrsp", "inner/disk.kvrsp"):
+                    self.refused(f"{cache}: this is on the", "image", source, cache)
+                    self.assertFalse(os.path.exists(cache))
                 result = self.call("image", source, f"{os.path.basename(source)}.kvrsp")
                 self.assertIn(f"{source}: something on this disk is mounted".encode(), result.stderr)
 

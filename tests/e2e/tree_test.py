@@ -175,33 +175,11 @@ class TreeTest(program.ProgramTest):
         for name, (size, command) in FILE_SYSTEMS.items():
             with self.subTest(name):
                 self.make_file_system("fs.img", size, command)
-                self.compare_with_blkid("fs.img")
-
-    def compare_with_blkid(self, image):
-        said = dict(line.replace("\\", "").split("=", 1) for line in
-                    tool("blkid", "-p", "-o", "export", image).splitlines())
-        found, = self.notes(self.document("tree", image)["tree"][0], "content")
-        self.assertEqual([found.get(key) for key in ("name", "label", "uuid", "version")],
-                         [said.get(key) for key in ("TYPE", "LABEL", "UUID", "VERSION")])
-        return found
-
-    @needs("blkid", "hformat")
-    def test_identifiers_of_hfs_as_blkid_tells_them(self):
-        number = bytes.fromhex("0123456789abcdef")
-        plus = b"H+" + bytes(38) + (4096).to_bytes(4, "big") + bytes(60) + number
-        wrapper = (b"BD" + bytes(18) + (4096).to_bytes(4, "big") + bytes(4) + (16).to_bytes(2, "big") +
-                   bytes(94) + b"H+" + (3).to_bytes(2, "big"))
-        for name, pieces in {"hfs": {1024 + 116: number}, "hfs+": {1024: plus},
-                             "hfsx": {1024: b"HX" + plus[2:]},
-                             "wrapped": {1024: wrapper, 16 * 512 + 3 * 4096 + 1024: plus}}.items():
-            with self.subTest(name):
-                self.make_file_system("fs.img", 8, FILE_SYSTEMS["hfs"][1])
-                with open("fs.img", "r+b") as image:
-                    for place, piece in pieces.items():
-                        image.seek(place)
-                        image.write(piece)
-                self.assertEqual(self.compare_with_blkid("fs.img")["uuid"],
-                                 "de53349f-21ad-3c08-9044-ae10cd9587d3")
+                said = dict(line.replace("\\", "").split("=", 1) for line in
+                            tool("blkid", "-p", "-o", "export", "fs.img").splitlines())
+                found, = self.notes(self.document("tree", "fs.img")["tree"][0], "content")
+                self.assertEqual([found.get(key) for key in ("name", "label", "uuid", "version")],
+                                 [said.get(key) for key in ("TYPE", "LABEL", "UUID", "VERSION")])
 
     @needs("mkfs.ext4")
     def test_no_notes_leaves_the_tree_alone(self):
@@ -316,21 +294,16 @@ class TreeTest(program.ProgramTest):
         failed = self.call("tree", "part.kvrsp", "--backup-gpt", status=1).stderr
         self.assertIn(b"sectors that were needed are not in the cache yet", failed)
         pathlib.Path("bad.map").write_text(mapfile_text(40000, [(2055, 1), (39999, 1)]))
-        run("image", "disk.img", "bad.kvrsp", "--test-mode", "bad.map")
         for status, state, arguments in (("missing", "notInCache", ["part.kvrsp"]),
-                                         ("unreadable", "unreadable", ["bad.kvrsp"]),
                                          ("unreadable", "unreadable", ["disk.img", "--test-mode", "bad.map"])):
             with self.subTest(arguments):
                 table, = self.tree(*arguments, status=3)["tree"][0]["children"]
                 backup, = self.notes(table, "backup")
                 self.assertEqual((backup["primary"], backup["backup"]), ("intact", state))
-                swap, = table["children"]
-                self.assertEqual(self.notes(swap, "doubtful"), [])
-                self.assertEqual({note["status"] for node in (table, swap)
+                self.assertEqual({note["status"] for node in (table, *table["children"])
                                   for note in self.notes(node, "unread")}, {status})
                 result = self.call("tree", *arguments, status=3)
                 self.assertIn(b"cache yet" if status == "missing" else b"are unreadable", result.stderr)
-                self.assertLess(len(result.stdout.splitlines()), 12)
 
     def test_what_is_no_storage_is_told(self):
         pathlib.Path("short.img").write_bytes(b"x" * 100)

@@ -103,6 +103,8 @@ std::vector<Case> Crafted() {
       {"APFS",
        Disk().Le(0, 24, 4, 0x80000001).Text(0, 32, "NXSB").Le(0, 36, 4, 4096).Text(0, 72, kUuid),
        std::string("apfs, ") + kUuidText},
+      {"HFS", Disk().Text(2, 0, "BD").Be(2, 20, 4, 4096).Be(2, 116, 8, 0x0123456789abcdef),
+       "hfs, de53349f-21ad-3c08-9044-ae10cd9587d3"},
       {"HFS+", HfsPlus(), "hfsplus \"Mac\", de53349f-21ad-3c08-9044-ae10cd9587d3"},
       {"HFSX without an identifier", HfsPlus().Text(2, 0, "HX").Be(2, 104, 8, 0),
        "hfsplus \"Mac\""},
