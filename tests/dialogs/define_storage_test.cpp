@@ -61,30 +61,27 @@ TEST_F(DefineStorageTest, MakesACacheAndGoesOnWithIt) {
   EXPECT_EQ(script->AskedInAll(), 100u);
 }
 
-TEST_F(DefineStorageTest, RefusesTheCacheOfAStorageOfAnotherSize) {
+TEST_F(DefineStorageTest, LeavesAndNamesWhatItCannotUse) {
   ASSERT_FALSE(Define(kSectors));
-  const std::vector<u8> before = fakes::ReadWholeFile(m_path);
+  const std::vector<u8> cache = fakes::ReadWholeFile(m_path);
   EXPECT_EQ(Define(kSectors + 1), DefineFault::kWrongSize);
   EXPECT_EQ(Define(0), DefineFault::kWrongSize);
-  EXPECT_EQ(fakes::ReadWholeFile(m_path), before);
-}
-
-TEST_F(DefineStorageTest, LeavesOtherFilesAlone) {
-  const std::vector<u8> texts[] = {{}, {'K', 'V', 'R'}, std::vector<u8>(5000, 'x')};
-  for (const std::vector<u8>& bytes : texts) {
-    ASSERT_TRUE(fakes::WriteWholeFile(m_path, bytes));
-    EXPECT_EQ(Define(kSectors), DefineFault::kCacheFailed);
-    EXPECT_EQ(fakes::ReadWholeFile(m_path), bytes);
+  {
+    const platform::OwnedFile locked(
+        platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
+    ASSERT_EQ(platform::LockFileAlone(locked.Handle()), platform::LockOutcome::kLocked);
+    EXPECT_EQ(Define(kSectors), DefineFault::kLockedElsewhere);
   }
-}
-
-TEST_F(DefineStorageTest, RefusesFoldersAndPathsBelowNothing) {
-  m_path = m_folder.Path().u16string();
+  EXPECT_EQ(fakes::ReadWholeFile(m_path), cache);
+  const std::vector<u8> other(5000, 'x');
+  ASSERT_TRUE(fakes::WriteWholeFile(m_path, other));
   EXPECT_EQ(Define(kSectors), DefineFault::kCacheFailed);
-  m_path = m_folder.File(u"missing") + u"/disk.kvrsp";
-  EXPECT_EQ(Define(kSectors), DefineFault::kCacheFailed);
-  m_path = std::u16string(16384, u'x');
-  EXPECT_EQ(Define(kSectors), DefineFault::kCacheFailed);
+  EXPECT_EQ(fakes::ReadWholeFile(m_path), other);
+  for (const auto& path : {m_folder.Path().u16string(), m_folder.File(u"missing/disk.kvrsp"),
+                           std::u16string(16384, u'x')}) {
+    m_path = path;
+    EXPECT_EQ(Define(kSectors), DefineFault::kCacheFailed);
+  }
 }
 
 TEST_F(DefineStorageTest, RemovesWhatCannotBecomeACache) {
@@ -103,14 +100,6 @@ TEST_F(DefineStorageTest, RemovesANewCacheWhoseSourceGivesNoClone) {
   ASSERT_FALSE(Define(kSectors));
   EXPECT_EQ(DefineStorage(&source, m_path).error(), DefineFault::kNotAttached);
   EXPECT_TRUE(FileExists());
-}
-
-TEST_F(DefineStorageTest, RefusesACacheOnWhichAnotherRunIsWorking) {
-  ASSERT_FALSE(Define(kSectors));
-  const platform::OwnedFile locked(
-      platform::OpenExistingFile(m_path.c_str(), platform::kOpenRead | platform::kOpenWrite));
-  ASSERT_EQ(platform::LockFileAlone(locked.Handle()), platform::LockOutcome::kLocked);
-  EXPECT_EQ(Define(kSectors), DefineFault::kLockedElsewhere);
 }
 
 TEST_F(DefineStorageTest, LocksTheCacheUntilTheLastCloneIsGone) {

@@ -4,9 +4,7 @@
 asked is taken from the disk's own log. Usage: dying_disk_test.py DYING_DISK PROGRAM; ends with 77 where
 there can be no such disk."""
 
-import errno
 import json
-import mmap
 import os
 import pathlib
 import random
@@ -139,33 +137,6 @@ class Rescue:
 
 
 class DyingDisk(program.ProgramTest):
-    def test_it_answers_as_planned(self):
-        """A request of 64 KiB arrives as one, and its error comes back."""
-        for refusal in ("EIO", "ENODATA", "ETIMEDOUT"):
-            plan = disk.Plan(disk.MIB, [(1000, 1)], seed=3,
-                             lines=[f"refusal {refusal}", "failed 1 1", "dead ENODEV 1"])
-            with self.subTest(refusal=refusal), disk.Disk(DYING_DISK, plan, 4096) as dying, \
-                    open(dying.device, "rb", buffering=0,
-                         opener=lambda path, flags: os.open(path, flags | os.O_DIRECT)) as source:
-                buffer = mmap.mmap(-1, PIECE * disk.SECTOR)
-
-                def read(first, source=source, buffer=buffer):
-                    try:
-                        return os.preadv(source.fileno(), [buffer], first * disk.SECTOR)
-                    except OSError as error:
-                        return errno.errorcode[error.errno]
-
-                self.assertEqual(read(0), PIECE * disk.SECTOR)
-                self.assertEqual(buffer[:], plan.contents(0, PIECE))
-                self.assertEqual(read(896), refusal)
-                dying.kill()
-                self.assertEqual(read(1024), "ENODEV")
-                dying.revive()
-                self.assertEqual(read(1024), PIECE * disk.SECTOR)
-                self.assertEqual([(a.first, a.count, a.error) for a in dying.asks()],
-                                 [(0, PIECE, "0"), (896, PIECE, refusal), (1024, PIECE, "dead"),
-                                  (1024, PIECE, "0")])
-
     def each_rescue(self, check, *lines):
         """Checks disks with sectors of 512 and of 4096 bytes."""
         seed = random.randrange(10000)
