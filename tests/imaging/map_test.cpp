@@ -3,8 +3,13 @@
 
 // What maps show: statuses by ranges and by cells, and sizes in words.
 
+#include <algorithm>
+#include <array>
+#include <regex>
+
 #include <gtest/gtest.h>
 
+#include "base/endian.h"
 #include "base/size_text.h"
 #include "fakes/images.h"
 #include "imaging/map_grid.h"
@@ -83,15 +88,38 @@ TEST(MapGrid, OneUnreadableSectorIsAlwaysSeen) {
   EXPECT_EQ(LookOf({0, 0, 0}).shade, 0);
 }
 
+// x, y, width and height of each rectangle: the picture, cells, and last the legend's three.
+std::vector<std::array<u32, 4>> RectsOf(const std::string& svg) {
+  const std::regex pattern("<rect x=\"(\\d+)\" y=\"(\\d+)\" width=\"(\\d+)\" height=\"(\\d+)\"");
+  std::vector<std::array<u32, 4>> rects;
+  for (std::sregex_iterator at(svg.begin(), svg.end(), pattern), end; at != end; ++at) {
+    auto& rect = rects.emplace_back();
+    for (size_t i = 0; i < 4; ++i) rect[i] = static_cast<u32>(std::stoul((*at)[i + 1]));
+  }
+  return rects;
+}
+
 TEST(MapPicture, IsDrawnForAnySize) {
   for (const u64 sectors : {u64{1}, u64{127}, u64{32768}, u64{32769}, u64{1} << 24}) {
     const auto store = std::make_shared<fakes::MemoryStore>();
     const Owned<cKVRSparseIO> image = fakes::CreateImage(store, sectors);
     ASSERT_TRUE(image->MarkSectorBad(sectors - 1));
-    EXPECT_EQ(DrawMapPng(image.get(), "a title").substr(1, 3), "PNG") << sectors;
+    const std::string png = DrawMapPng(image.get(), "a title");
+    EXPECT_EQ(png.substr(1, 3), "PNG") << sectors;
     const std::string svg = DrawMapSvg(image.get(), "<&>");
     EXPECT_NE(svg.find("&lt;&amp;&gt;"), std::string::npos);
     EXPECT_NE(svg.find("unreadable: 1 ("), std::string::npos);
+    const auto rects = RectsOf(svg);
+    EXPECT_EQ(LoadBe32(reinterpret_cast<const u8*>(&png[20])), rects[0][3]) << "as high";
+    u32 mapEnd = 0;
+    for (size_t i = 1; i < rects.size(); ++i) {
+      const auto& [x, y, width, height] = rects[i];
+      EXPECT_LE(x + width, rects[0][2]);
+      EXPECT_LE(y + height, rects[0][3]);
+      const bool isLegend = i + 3 >= rects.size();
+      EXPECT_TRUE(!isLegend || y > mapEnd) << "the legend is below the map";
+      if (!isLegend) mapEnd = std::max(mapEnd, y + height);
+    }
   }
 }
 
