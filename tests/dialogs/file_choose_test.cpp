@@ -31,11 +31,12 @@ AskEnvironment EnvironmentOf(const Variables& variables) {
   };
 }
 
-// A line for each place: text, path, and "offline" where it is.
+// A line for each place: a letter for its kind, text, path, and "offline" where it is.
 std::string ListOf(const Variables& variables, fakes::FakeVolumes& volumes) {
   std::string list;
   VisitPlaces(EnvironmentOf(variables), volumes, [&](const FilePlace& place) {
-    list += Utf8FromWide(place.text) + " -> " + Utf8FromWide(place.path);
+    list += "HDCN"[static_cast<size_t>(place.kind)];
+    list += " " + Utf8FromWide(place.text) + " -> " + Utf8FromWide(place.path);
     list += place.isOffline ? " offline\n" : "\n";
     return true;
   });
@@ -83,16 +84,16 @@ TEST(Places, NameEachKindOfDrive) {
                     {u"R:\\", {platform::kDriveRamDisk}},
                     {u"Z:\\", {42}}};
   EXPECT_EQ(ListOf({{u"USERPROFILE", u"C:\\Ann"}}, volumes),
-            "Home folder -> C:\\Ann\n"
-            "Disk A: -> A:\n"
-            "Fixed disk C: (1.00GB) -> C:\n"
-            "Data (D:, 3.00GB fixed drive) -> D:\n"
-            "CD/DVD drive E: -> E:\n"
-            "Fixed disk F: (0.00GB) -> F:\n"
-            "Network disk N: (1.00GB) -> N:\n"
-            "Pool (O:, 1.00GB network drive) -> O:\n"
-            "RAM drive R: -> R:\n"
-            "Disk Z: -> Z:\n");
+            "H Home folder -> C:\\Ann\n"
+            "D Disk A: -> A:\n"
+            "D Fixed disk C: (1.00GB) -> C:\n"
+            "D Data (D:, 3.00GB fixed drive) -> D:\n"
+            "C CD/DVD drive E: -> E:\n"
+            "D Fixed disk F: (0.00GB) -> F:\n"
+            "N Network disk N: (1.00GB) -> N:\n"
+            "N Pool (O:, 1.00GB network drive) -> O:\n"
+            "D RAM drive R: -> R:\n"
+            "D Disk Z: -> Z:\n");
 }
 
 TEST(Places, ShowNetworkConnectionsOnceAndLast) {
@@ -107,13 +108,13 @@ TEST(Places, ShowNetworkConnectionsOnceAndLast) {
                          {u"Q:", u"\\\\old\\data", false}, {u"", u"", true}};
   volumes.drives[u"n:\\"] = volumes.drives[u"N:\\"];
   EXPECT_EQ(ListOf({}, volumes),
-            "Fixed disk C: (1.00GB) -> C:\n"
-            "Network disk P: (1.00GB) -> P:\n"
-            "Team (n:, 2.00GB on \\\\nas\\team) -> n:\n"
-            "gone (O: on \\\\nas\\gone - Offline) -> O: offline\n"
-            "open (1.00GB on \\\\nas\\open) -> \\\\nas\\open\n"
-            "share (\\\\old\\share\\ - Offline) -> \\\\old\\share\\ offline\n"
-            "data (Q: on \\\\old\\data - Offline) -> Q: offline\n");
+            "D Fixed disk C: (1.00GB) -> C:\n"
+            "N Network disk P: (1.00GB) -> P:\n"
+            "N Team (n:, 2.00GB on \\\\nas\\team) -> n:\n"
+            "N gone (O: on \\\\nas\\gone - Offline) -> O: offline\n"
+            "N open (1.00GB on \\\\nas\\open) -> \\\\nas\\open\n"
+            "N share (\\\\old\\share\\ - Offline) -> \\\\old\\share\\ offline\n"
+            "N data (Q: on \\\\old\\data - Offline) -> Q: offline\n");
 }
 
 TEST(Places, AreThereWithoutANetworkAndStopWhenAsked) {
