@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include "fakes/temp_folder.h"
+#include "platform/system_error.h"
+
 namespace larkspur {
 namespace {
 
@@ -89,6 +92,15 @@ TEST(Mapfile, ReadsWhatItWrites) {
   const auto blocks = ParseMapfile(in);
   ASSERT_TRUE(blocks) << blocks.error().detail;
   EXPECT_EQ(Dump(FinishedSectors(*blocks)), "0+10 4294967306+5 ");
+}
+
+// Nor does a failure of earlier pass for its own.
+TEST(Mapfile, ThatIsTooLargeIsNoFailureOfTheSystem) {
+  const fakes::TempFolder folder;
+  ASSERT_TRUE(fakes::WriteWholeFile(folder.File(u"large.map"), {}));
+  std::filesystem::resize_file(folder.Path() / "large.map", kMaxMapfileBytes + 1);
+  platform::SetLastFailure(5);
+  EXPECT_EQ(ReadMapfile(folder.File(u"large.map")).error().systemError, 0u);
 }
 
 }  // namespace
