@@ -242,7 +242,7 @@ class Sources:
         elif f"lib/lib{library}.a" in command:
             command.insert(command.index(f"lib/lib{library}.a"), str(OBJECT))
         else:
-            program.symlink_to(BUILD / "bin" / name)
+            program.hardlink_to(BUILD / "bin" / name)
             return
         command[command.index("-o") + 1] = str(program)
         run_or_end(command, folder=BUILD)
@@ -338,7 +338,7 @@ class Tests:
         shutil.rmtree(FAULTY, ignore_errors=True)
         FAULTY.mkdir()
         for program in (BUILD / "bin").iterdir():
-            (FAULTY / program.name).symlink_to(program)
+            (FAULTY / program.name).hardlink_to(program)  # beside which a program finds the others
         self.unit = times_of_unit_tests()
         for name in {name for folder in folders for name in PROGRAM_TESTS.get(folder, "").split()}:
             begin = time.monotonic()
