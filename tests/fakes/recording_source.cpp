@@ -68,6 +68,12 @@ u32 cRecordingSource::Read(void* buffer, u32 count, cBitMap* /*presence*/) {
   return delivered;
 }
 
+bool cRecordingSource::GetGeometry(u32* three) {
+  const bool isKnown = cBaseIO::GetGeometry(three);
+  three[0] = m_script->sectorBytes;
+  return isKnown;
+}
+
 bool cRecordingSource::GetDescription(char16_t* buffer, i32 capacity) {
   return CopyText(u"Recorder", buffer, capacity);
 }

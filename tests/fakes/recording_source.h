@@ -24,8 +24,9 @@ struct SourceScript {
         askedTogether(sectorCount),
         askedAlone(sectorCount) {}
 
-  u64 sectors;      // what GetSectorCount keeps answering
-  u64 liveSectors;  // what is really there: less once the source has shrunk
+  u64 sectors;            // what GetSectorCount keeps answering
+  u64 liveSectors;        // what is really there: less once the source has shrunk
+  u32 sectorBytes = 512;  // that the source says it has
   std::set<u64> failing;
   bool deliversPrefix = true;  // false: a request with a failing sector delivers nothing
   // Called before each request is answered.
@@ -59,6 +60,7 @@ class cRecordingSource final : public cBaseIO {
   u64 GetByteSize() override { return m_script->liveSectors * kSectorBytes; }
   u32 GetTypeId() override { return kTypeId; }
   void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
+  bool GetGeometry(u32* three) override;
   bool GetDescription(char16_t* buffer, i32 capacity) override;
 
  private:

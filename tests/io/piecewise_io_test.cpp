@@ -79,6 +79,20 @@ TEST_F(PiecewiseIO, ASingleSectorIsAskedOnce) {
   EXPECT_EQ(m_script->Asked(128), 1u);
 }
 
+TEST_F(PiecewiseIO, AsksForPhysicalSectorsUnlessTheyAreOdd) {
+  m_script->failing = {4};
+  for (const auto& [sectorBytes, alone] : {std::pair{520u, 1u}, {1024u, 0u}, {512u, 1u}}) {
+    m_script->Forget();
+    m_script->sectorBytes = sectorBytes;
+    cPiecewiseIO io(fakes::SourceOn(m_script), m_traffic);
+    m_buffer.resize(8 * kSectorBytes);
+    EXPECT_EQ(io.Read(m_buffer.data(), 8), 4u);
+    io.SetPosition(4);
+    EXPECT_EQ(io.Read(m_buffer.data(), 1), 0u);
+    EXPECT_EQ(m_script->askedAlone[4], alone) << sectorBytes;
+  }
+}
+
 TEST_F(PiecewiseIO, NeverAsksBehindTheEnd) {
   m_script->deliversPrefix = false;
   EXPECT_EQ(Read(950, 200), 50u);
