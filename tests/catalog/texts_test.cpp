@@ -120,21 +120,5 @@ TEST_F(Texts, FitTheirCodePages) {
   }
 }
 
-TEST_F(Texts, AboutTellsVersionAndRightsOnEightLines) {
-  for (const LanguagePack& pack : kModulePacks) {
-    cMessageCatalog catalog({}, {}, {});
-    catalog.LoadPack(pack.image);
-    std::u16string shape;  // of the lines: empty, or not
-    std::u16string_view text = catalog.Text("raid::about", 3);
-    EXPECT_NE(text.find(u": 5-CI\n"), text.npos) << Code(pack);
-    EXPECT_NE(text.find(u": 05.09.2011\n"), text.npos) << Code(pack);
-    for (size_t end = 0; end != text.npos; text.remove_prefix(end == text.npos ? 0 : end + 1)) {
-      end = text.find(u'\n');
-      shape += text.substr(0, end).empty() ? u'.' : u'x';
-    }
-    EXPECT_EQ(shape, u".xx.x.xx") << Code(pack);
-  }
-}
-
 }  // namespace
 }  // namespace larkspur

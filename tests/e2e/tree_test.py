@@ -94,28 +94,6 @@ class TreeTest(program.ProgramTest):
         self.assertEqual({r["kind"] for d in drives for r in d["records"]}, {12})
         self.assertEqual(drives[0]["records"][0]["offset"], 2048)
 
-    @needs("sfdisk", "mkfs.fat")
-    def test_a_boot_sector_is_no_table(self):
-        blank("fat.img", 200000)
-        self.sfdisk("fat.img", "label: dos\nstart=2048,type=83\n")
-        tool("mkfs.fat", "-F", "32", "--offset", "2048", "fat.img", "98976")
-        partition, = self.children("fat.img")
-        self.assertEqual((partition["type"], partition["parserClass"]), (11, "cMbrPartParser"))
-        lines = run("tree", "fat.img").stdout.decode().splitlines()
-        self.assertTrue(lines[1].endswith("  whole storage: MBR partition table"), lines)
-        self.assertTrue(lines[2].endswith("  FAT32 (11)"), lines)
-
-    @needs("sfdisk")
-    def test_gpt_of_sfdisk(self):
-        blank("gpt.img", 400000)
-        said = self.sfdisk("gpt.img", "label: gpt\n" + "size=2048\n" * 127 +
-                           "type=EBD0A0A2-B9E5-4433-87C0-68B6B72699C7\n")
-        protective, = self.children("gpt.img")
-        self.assertEqual((protective["start"], protective["type"], protective["parser"]), (1, 238, 5))
-        self.assertEqual(
-            places(protective["children"]),
-            [(p["start"], p["size"] - 1, 32767 if p["type"] == LINUX_GUID else 24451) for p in said])
-
     @needs("parted")
     def test_labels_of_parted(self):
         kinds = {"mac": ("cApplePartParser", 1), "sun": ("cSolPartParser", 0)}
@@ -241,15 +219,6 @@ class TreeTest(program.ProgramTest):
         state, = self.notes(self.children("gpt.img")[0], "backup")
         self.assertEqual((state["primary"], state["backup"]), ("intact", "missing"))
         self.refused("no intact backup", "tree", "gpt.img", "--backup-gpt")
-
-    @needs("sfdisk")
-    def test_what_was_needed_and_unreadable_is_told(self):
-        blank("disk.img", 100000)
-        self.sfdisk("disk.img", "label: dos\nstart=2048,size=4096,type=83\nstart=8192,type=83\n")
-        pathlib.Path("bad.map").write_text(mapfile_text(100000, [(2050, 1)]))
-        first, second = self.tree("disk.img", "--test-mode", "bad.map", status=3)["tree"][0]["children"]
-        self.assertEqual([(n["start"], n["sectors"]) for n in self.notes(first, "unread")], [(2050, 1)])
-        self.assertEqual(self.notes(second, "unread"), [])
 
     def test_a_limit_is_told_without_notes_too(self):
         header = b"EFI PART" + bytes(16) + struct.pack("<Q40xQII", 1, 2, 16385, 128)
