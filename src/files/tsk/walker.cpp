@@ -226,7 +226,6 @@ class Walker {
 
   // All but what the file system says is free.
   void TellUsed(u64 sectors) {
-    m_image->SetMode(ReadMode::kExact);
     if (!SaysWhatIsFree()) return TellRanges(WalkMessage::kUsed, {{0, sectors}});
     u64 told = 0;  // sectors
     for (TSK_DADDR_T block = m_fs->first_block; block <= m_fs->last_block;) {
