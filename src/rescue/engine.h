@@ -211,10 +211,11 @@ class Engine {
   double m_askStarted = 0;
   u32 m_systemFailures = 0;  // without a success since, as m_wakings
   u32 m_wakings = 0;
-  bool m_isWoken = false;    // after a silence, and has not been asked since
-  bool m_isSilent = false;   // nothing that fails counts until the disk answers again
-  bool m_wasSilent = false;  // in this run, or in an earlier one that went on afterwards
-  bool m_isDoubted = false;  // it answers, and was perhaps silent until now
+  bool m_isWoken = false;     // after a silence, and has not been asked since
+  bool m_isSilent = false;    // nothing that fails counts until the disk answers again
+  bool m_isUncaused = false;  // it was silent before it refused anything that is not proved
+  bool m_wasSilent = false;   // in this run, or in an earlier one that went on afterwards
+  bool m_isDoubted = false;   // it answers, and was perhaps silent until now
   size_t m_unprovedAtEnd = 0;
   bool m_expectsKill = false;  // and the log was told
 

@@ -52,6 +52,7 @@ void Engine::LogTakenBack(size_t count) {
 // refusals are taken back.
 size_t Engine::TakeBackSilence() {
   m_isSilent = false;
+  if (std::exchange(m_isUncaused, false)) return m_ledger.TakeBack(0);
   const auto first = m_ledger.FirstRecentAlone();
   const bool isCause = !first || m_beganSilence.Contains(first->first);
   if (!isCause) m_beganSilence.Add(*first);
@@ -110,6 +111,7 @@ void Engine::Probe() {
 }
 
 void Engine::NoteSilence() {
+  if (!m_isSilent) m_isUncaused = m_ledger.Recent() == 0;
   m_isSilent = m_wasSilent = true;
   ExpectKill();
 }

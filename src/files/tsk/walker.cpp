@@ -303,7 +303,8 @@ class Walker {
     // Further records of a large file have no name of their own.
     const TSK_FS_META_NAME_LIST* name = file->meta->name2;
     if (TSK_FS_TYPE_ISNTFS(m_fs->ftype) && !name) return;
-    std::string path = std::string(kOrphans) + "/OrphanFile-" + std::to_string(address);
+    std::string path(kOrphans);
+    path += "/OrphanFile-" + std::to_string(address);
     if (name && name->name[0] != '\0') path += std::string(" ") + name->name;
     m_image->SetMode(ReadMode::kExact);
     TellFile(file, path, deleted);
