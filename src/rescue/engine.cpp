@@ -356,13 +356,9 @@ StopReason Engine::Finish() {
   const bool isProofWanted =
       m_reason == StopReason::kNone && (isStopped || !m_ledger.refused.IsEmpty());
   if (isProofWanted && !Prove()) m_unprovedAtEnd += TakeBackSilence();
-  const bool kept = Sync();
+  Sync();  // a failure is the run's reason unless it has one
   if (m_reason == StopReason::kNone) {
     m_reason = *m_stop ? StopReason::kStopped : StopReason::kDone;
-  }
-  if (!kept && (m_reason == StopReason::kDone || m_reason == StopReason::kStopped)) {
-    m_reason = StopReason::kStoreFailed;
-    m_systemError = platform::LastFailure();
   }
   static constexpr const char* kHow[] = {"done", "done",   "stopped", "gone",  "not-answering",
                                          "full", "failed", "failed",  "failed"};

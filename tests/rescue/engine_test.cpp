@@ -216,6 +216,14 @@ TEST_F(EngineTest, AFullOrFailingCacheSparesTheDisk) {
   m_store.syncFails = true;
   EXPECT_EQ(Run(), StopReason::kStoreFailed);
   EXPECT_EQ(m_log.Events("sync-failed"), 1u);
+  // What ended the run before is told rather than that.
+  StartOver();
+  m_store.syncFails = true;
+  m_disk.misfortune = [](u64 ask, u64, u32) {
+    return ask == 50 ? FailureKind::kGone : FailureKind::kNone;
+  };
+  EXPECT_EQ(Run(), StopReason::kGone);
+  EXPECT_EQ(m_log.Events("sync-failed"), 1u);
 }
 
 TEST_F(EngineTest, ItSyncsEveryThirtySecondsAlsoOverBadAreas) {
