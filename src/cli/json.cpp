@@ -13,8 +13,14 @@ Json::Json() : Json(Written(), "null") {}
 Json::Json(bool value) : Json(Written(), value ? "true" : "false") {}
 Json::Json(double value) : Json(Written(), JsonNumber(value)) {}
 Json::Json(std::string_view text) : Json(Written(), JsonText(text)) {}
-Json::Json(std::initializer_list<Member> members) : m_kind(Kind::kObject), m_members(members) {}
 Json::Json(Written, std::string text) : m_text(std::move(text)) {}
+
+Json::Json(std::initializer_list<Member> members) : m_kind(Kind::kObject) {
+  for (const Member& member : members) {
+    m_names.push_back(member.name);
+    m_values.push_back(member.value);
+  }
+}
 
 Json Json::Array(std::initializer_list<Json> items) {
   Json array;
@@ -25,15 +31,15 @@ Json Json::Array(std::initializer_list<Json> items) {
 
 void Json::Add(Json item) {
   if (m_kind == Kind::kScalar) m_kind = Kind::kArray;
-  m_members.push_back({{}, std::move(item)});
+  m_values.push_back(std::move(item));
 }
 
 Json& Json::operator[](std::string_view name) {
   if (m_kind == Kind::kScalar) m_kind = Kind::kObject;
-  const auto found = std::find_if(m_members.begin(), m_members.end(),
-                                  [name](const Member& member) { return member.name == name; });
-  if (found != m_members.end()) return found->value;
-  return m_members.emplace_back(Member{std::string(name), nullptr}).value;
+  const auto found = std::find(m_names.begin(), m_names.end(), name);
+  if (found != m_names.end()) return m_values[static_cast<size_t>(found - m_names.begin())];
+  m_names.emplace_back(name);
+  return m_values.emplace_back();
 }
 
 std::string Json::Compact() const {
@@ -59,13 +65,13 @@ void Json::Write(std::string* out, const std::string* lineBreak) const {
   const std::string inner = lineBreak ? *lineBreak + "  " : "";
   const char* separator = "";
   *out += isObject ? '{' : '[';
-  for (const Member& member : m_members) {
+  for (size_t i = 0; i < m_values.size(); ++i) {
     *out += std::exchange(separator, ",");
     *out += inner;
-    if (isObject) *out += JsonText(member.name) + (lineBreak ? ": " : ":");
-    member.value.Write(out, lineBreak ? &inner : nullptr);
+    if (isObject) *out += JsonText(m_names[i]) + (lineBreak ? ": " : ":");
+    m_values[i].Write(out, lineBreak ? &inner : nullptr);
   }
-  if (lineBreak && !m_members.empty()) *out += *lineBreak;
+  if (lineBreak && !m_values.empty()) *out += *lineBreak;
   *out += isObject ? '}' : ']';
 }
 

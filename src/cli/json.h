@@ -52,8 +52,9 @@ class Json {
   void Write(std::string* out, const std::string* lineBreak) const;
 
   Kind m_kind = Kind::kScalar;
-  std::string m_text;             // a scalar as it is written
-  std::vector<Member> m_members;  // of an array without names
+  std::string m_text;                // a scalar as it is written
+  std::vector<std::string> m_names;  // of an object's values
+  std::vector<Json> m_values;
 };
 
 struct Json::Member {
