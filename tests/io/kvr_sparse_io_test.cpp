@@ -61,7 +61,7 @@ TEST(SparseImage, WritesGiveBlocksTheirRecords) {
   const std::map<u64, u32> recordOf = {{2, 0}, {0, 1}, {1, 2}, {7, 3}, {4, 4}};
   fakes::DiskBuilder file = FileOf(1000, 2 + 5 * 129, 1, StampIn(*store));
   for (const auto& [block, record] : recordOf) file.Le(1, block * 4, 4, record);
-  for (const u64 sector : {1, 127, 128, 300, 513, 998, 999}) {
+  for (const u64 sector : {1u, 127u, 128u, 300u, 513u, 998u, 999u}) {
     const bool isBad = sector == 1 || sector == 513;
     const u64 map = 2 + recordOf.at(sector / 128) * 129, place = sector % 128;
     file.Le(map, place, 1, isBad ? 2 : 1);

@@ -217,7 +217,7 @@ TEST_F(EngineProofTest, TheLastRefusalNeedsProof) {
 // again.
 TEST_F(EngineProofTest, BadWitnessesAreAskedAFewTimes) {
   StartOver(9000);  // with four witnesses
-  for (u64 at : {1151, 3455, 5631, 7935}) {
+  for (const u64 at : {1151u, 3455u, 5631u, 7935u}) {
     if (at != 3455) m_disk.bad.Add({at, 1});
   }
   for (u64 at = 2000; at < 8900; at += 500) m_disk.bad.Add({at, 3});
@@ -228,7 +228,7 @@ TEST_F(EngineProofTest, BadWitnessesAreAskedAFewTimes) {
 
 // There are few or no other witnesses left, and those known to be good fail as well, for a while.
 TEST_F(EngineProofTest, ASilenceAmongTheLastRequestsMarksNothing) {
-  for (const u64 left : {1, 2, 4}) {
+  for (const u64 left : {1u, 2u, 4u}) {
     for (const double seconds : {0.3, 4.0}) {
       SCOPED_TRACE(testing::Message() << left << " left, " << seconds << " s");
       StartOver();
