@@ -78,9 +78,12 @@ u32 Scan::Read(u64 sector, u32 count, u8* buffer) {
 }
 
 u32 Scan::ReadAround(u64 sector, u32 count, u8* buffer) {
-  std::fill_n(buffer, size_t{count} * kSectorBytes, u8{0});
-  if (sector >= m_sectorCount) return 0;
-  count = static_cast<u32>(std::min<u64>(count, m_sectorCount - sector));
+  const u32 wanted = count;
+  const u64 left = m_sectorCount - std::min(sector, m_sectorCount);
+  count = static_cast<u32>(std::min<u64>(count, left));
+  const auto blank = [buffer](u32 first, u32 end) {
+    std::fill(buffer + size_t{first} * kSectorBytes, buffer + size_t{end} * kSectorBytes, u8{0});
+  };
   u32 came = 0;
   u32 at = 0;
   for (u32 gaps = 0; at < count && gaps < kMaxGaps;) {
@@ -95,8 +98,10 @@ u32 Scan::ReadAround(u64 sector, u32 count, u8* buffer) {
     if (got == run && run > 0) continue;
     if (run == 0) Miss(sector + at, sector + at + 1);
     gaps += run > 0;  // what is known to fail costs nothing
+    blank(at, at + 1);
     ++at;
   }
+  blank(at, wanted);
   return came;
 }
 
