@@ -42,7 +42,8 @@ struct SourceIdentity {
     const auto differ = [](const std::string& one, const std::string& two) {
       return one != two && !one.empty() && !two.empty();
     };
-    return differ(serial, other.serial) || differ(model, other.model) || sectors != other.sectors;
+    const bool isOtherSize = sectors != other.sectors && sectors > 0 && other.sectors > 0;
+    return differ(serial, other.serial) || differ(model, other.model) || isOtherSize;
   }
 };
 

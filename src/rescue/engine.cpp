@@ -61,6 +61,8 @@ void Engine::Resume(RescueHistory* history) {
   m_wasSilent = history->cameBack;
   m_triedTogether = std::move(history->triedTogether);
   m_triedAlone = std::move(history->triedAlone);
+  m_witnesses.Exclude(m_triedTogether);
+  m_witnesses.Exclude(m_triedAlone);
 }
 
 bool Engine::CountAll() {
@@ -77,6 +79,7 @@ bool Engine::Want(const ExtentSet& domain) {
   domain.Visit({0, m_units.sectors}, [&](SectorRange part) { wanted.Add(m_units.Widened(part)); });
   wanted.Remove(m_planned);
   m_planned.Add(wanted);
+  m_witnesses.Exclude(wanted);
   ExtentSet missing;
   bool isReadable = true;
   wanted.Visit([&](SectorRange part) {
@@ -133,6 +136,9 @@ void Engine::Image() {
     idlePasses = m_ledger.Left() < before ? 0 : idlePasses + 1;
   } while (!IsStopping() && m_ledger.Left() > 0 &&
            (isWoken || (m_options.scrape && idlePasses < kMostIdlePasses)));
+  // What is left failed without the medium's doing: does the disk still answer at all?
+  const bool isDoubtful = m_options.scrape && m_ledger.Left() > 0 && m_failuresInRow > 0;
+  if (isDoubtful && !IsStopping()) Prove();
 }
 
 void Engine::Scan(Phase phase, bool forward, Skip skip, SectorRange within) {
@@ -355,7 +361,8 @@ StopReason Engine::Finish() {
   const bool isStopped = *m_stop && m_failuresInRow > 0 && !m_ledger.witnesses.IsEmpty();
   const bool isProofWanted =
       m_reason == StopReason::kNone && (isStopped || !m_ledger.refused.IsEmpty());
-  if (isProofWanted && !Prove()) m_unprovedAtEnd += TakeBackSilence();
+  const bool isUnproved = isProofWanted && !Prove();
+  if (isUnproved && m_unprovedAtEnd.count == 0) m_unprovedAtEnd = TakeBackSilence();
   Sync();  // a failure is the run's reason unless it has one
   if (m_reason == StopReason::kNone) {
     m_reason = *m_stop ? StopReason::kStopped : StopReason::kDone;
@@ -365,8 +372,8 @@ StopReason Engine::Finish() {
   LogEvent end("end");
   end.Add("how", kHow[static_cast<size_t>(m_reason)]).Add(m_progress.all);
   end.Add("asked", m_progress.asked).Add("seconds", m_clock->Seconds() - m_started);
-  if (m_unprovedAtEnd > 0 || m_reason == StopReason::kNotAnswering) {
-    end.Add("unproved", u64{m_unprovedAtEnd});
+  if (m_unprovedAtEnd.count > 0 || m_reason == StopReason::kNotAnswering) {
+    end.Add("unproved", u64{m_unprovedAtEnd.count}).Add("began", m_unprovedAtEnd.began);
   }
   m_log->Write(end);
   m_log->Sync();

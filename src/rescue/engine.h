@@ -156,17 +156,25 @@ class Engine {
   u32 ProbeAfter(bool alone) const;
   bool NeedsProbe(bool alone);
   void Probe();
-  void NoteSilence();
-  void FallSilent();
+  void NoteSilence(bool isOld);
+  void FallSilent(bool isOld);
   double RowSeconds() const { return m_clock->Seconds() - m_firstFailure; }
   bool MayAskKnownGood() const;
   void GreetWoken();
+  // Refusals that do not count; the first of them may have begun the silence, for the first time.
+  struct TakenBack {
+    size_t count = 0;
+    bool began = false;
+
+    LogEvent& AddTo(LogEvent&& event) const {
+      return event.Add("count", u64{count}).Add("began", began);
+    }
+  };
   void ExpectKill();
-  size_t TakeBackSilence();
-  void LogTakenBack(size_t count);
+  TakenBack TakeBackSilence();
+  void LogTakenBack(const TakenBack& refusals);
   void EndSilence();
   FailureKind ProveBy(const Witness& witness);
-  std::optional<SectorRange> PickUnwanted();
 
   bool PrepareStore(SectorRange range);
   void SyncWhenDue();
@@ -211,12 +219,13 @@ class Engine {
   double m_askStarted = 0;
   u32 m_systemFailures = 0;  // without a success since, as m_wakings
   u32 m_wakings = 0;
-  bool m_isWoken = false;     // after a silence, and has not been asked since
-  bool m_isSilent = false;    // nothing that fails counts until the disk answers again
-  bool m_isUncaused = false;  // it was silent before it refused anything that is not proved
-  bool m_wasSilent = false;   // in this run, or in an earlier one that went on afterwards
-  bool m_isDoubted = false;   // it answers, and was perhaps silent until now
-  size_t m_unprovedAtEnd = 0;
+  bool m_isWoken = false;        // after a silence, and has not been asked since
+  bool m_isSilent = false;       // nothing that fails counts until the disk answers again
+  bool m_isUncaused = false;     // it was silent before it refused anything that is not proved
+  bool m_wasSilent = false;      // in this run, or in an earlier one that went on afterwards
+  bool m_isDoubted = false;      // it answers, and was perhaps silent until now
+  bool m_wasMediumLast = false;  // the last sign of life was that the drive reported a bad sector
+  TakenBack m_unprovedAtEnd;
   bool m_expectsKill = false;  // and the log was told
 
   double m_started;

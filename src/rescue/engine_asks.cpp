@@ -139,9 +139,14 @@ void Engine::Settle(const Asked& asked) {
   m_timeLeft.Learn(asked.range.count, asked.seconds, m_units.IsOne(asked.range));
   m_progress.position = asked.range.first;
   const SectorRange got{asked.range.first, asked.outcome.delivered};
-  if (got.count > 0 || asked.outcome.kind == FailureKind::kMedium) EndSilence();
+  const bool isMedium = asked.outcome.kind == FailureKind::kMedium;
+  if (got.count > 0 || isMedium) {
+    EndSilence();
+    m_wasMediumLast = isMedium;
+  }
   if (got.count > 0) {
     m_ledger.Stored(got);
+    m_witnesses.NoteRead(got);
     const bool isPlanned = m_planned.Contains(got.first);
     for (StatusCounts* totals : {&m_progress.all, isPlanned ? &m_progress.domain : nullptr}) {
       if (!totals) continue;

@@ -37,31 +37,32 @@ void Engine::StopWhileWaiting() {
 void Engine::ExpectKill() {
   if (m_expectsKill) return;
   m_expectsKill = true;
-  m_log->Write(LogEvent("unproved").Add("count", u64{m_ledger.Recent()}).Add("untilEnd", true));
+  const TakenBack refusals{m_ledger.Recent(),
+                           !m_isUncaused && m_ledger.FirstRecentAlone().has_value()};
+  m_log->Write(refusals.AddTo(LogEvent("unproved")).Add("untilEnd", true));
   m_log->Sync();
 }
 
-void Engine::LogTakenBack(size_t count) {
-  if (!m_expectsKill && count == 0) return;
+void Engine::LogTakenBack(const TakenBack& refusals) {
+  if (!m_expectsKill && refusals.count == 0) return;
   m_expectsKill = false;
-  m_log->Write(LogEvent("unproved").Add("count", u64{count}));
+  m_log->Write(refusals.AddTo(LogEvent("unproved")));
 }
 
 // What failed since the disk was last known to be alive was not refused, but for what began the
-// silence: a piece, which nothing marks, and what has begun one alone before. Answers how many
-// refusals are taken back.
-size_t Engine::TakeBackSilence() {
+// silence: a piece, which nothing marks, and what has begun one alone before.
+Engine::TakenBack Engine::TakeBackSilence() {
   m_isSilent = false;
-  if (std::exchange(m_isUncaused, false)) return m_ledger.TakeBack(0);
+  if (std::exchange(m_isUncaused, false)) return {m_ledger.TakeBack(0), false};
   const auto first = m_ledger.FirstRecentAlone();
   const bool isCause = !first || m_beganSilence.Contains(first->first);
   if (!isCause) m_beganSilence.Add(*first);
-  return m_ledger.TakeBack(isCause ? 1 : 0);
+  return {m_ledger.TakeBack(isCause ? 1 : 0), !isCause};
 }
 
 // The disk answers: was it silent before?
 void Engine::EndSilence() {
-  LogTakenBack(m_isSilent ? TakeBackSilence() : 0);
+  LogTakenBack(m_isSilent ? TakeBackSilence() : TakenBack());
 }
 
 void Engine::AliveNow() {
@@ -107,19 +108,21 @@ void Engine::Probe() {
   const Proof proof = AskForProof(true);
   const bool isSilent = proof == Proof::kNone && m_systemFailures == 0;
   if (!isSilent || IsStopping() || m_failuresInRow < before) return;
-  FallSilent();
+  FallSilent(false);
 }
 
-void Engine::NoteSilence() {
-  if (!m_isSilent) m_isUncaused = m_ledger.Recent() == 0;
+// `isOld`: it was silent before anything was refused. Nor is what was refused the cause when the
+// drive had reported a bad sector just before: that did it.
+void Engine::NoteSilence(bool isOld) {
+  if (!m_isSilent) m_isUncaused = isOld || m_ledger.Recent() == 0 || m_wasMediumLast;
   m_isSilent = m_wasSilent = true;
   ExpectKill();
 }
 
 // It is asked for witnesses only, as long as there are enough for what follows: what is wanted is
 // not to be asked for in vain.
-void Engine::FallSilent() {
-  NoteSilence();
+void Engine::FallSilent(bool isOld) {
+  NoteSilence(isOld);
   while (m_isSilent && m_failuresInRow > 0 && !NeedsProof() && !IsStopping() &&
          m_witnesses.Fresh() > kWitnessesKept) {
     m_clock->Sleep(kSilentPause);
@@ -139,8 +142,9 @@ bool Engine::MayAskKnownGood() const {
 // A disk that was silent shows that it lives before it is asked for what may have silenced it.
 void Engine::GreetWoken() {
   m_isWoken = false;
+  const bool isOld = m_ledger.Recent() == 0;
   const auto witness = PickProof(m_progress.position, false, !m_wasSilent);
-  if (witness && ProveBy(*witness) != FailureKind::kNone && !IsStopping()) FallSilent();
+  if (witness && ProveBy(*witness) != FailureKind::kNone && !IsStopping()) FallSilent(isOld);
 }
 
 // Asks a witness, then another elsewhere. After few failures it does so for a while: the disk may
@@ -149,7 +153,7 @@ bool Engine::Prove() {
   double pause = kFirstPatientPause;
   for (Proof proof; (proof = AskForProof(false)) != Proof::kAlive;) {
     if (IsStopping()) return false;
-    if (proof == Proof::kNone && m_systemFailures == 0 && !m_isRetrying) NoteSilence();
+    if (proof == Proof::kNone && m_systemFailures == 0 && !m_isRetrying) NoteSilence(false);
     const bool isEarly = m_failuresInRow < m_options.maxFailures && RowSeconds() < kPatientSeconds;
     if (!isEarly) {
       EndOrWake(StopReason::kNotAnswering, 0);
@@ -177,7 +181,8 @@ Engine::Proof Engine::AskForProof(bool isEarly) {
   const bool isAlive = ProveBy(*second) == FailureKind::kNone;
   if (std::exchange(m_isDoubted, false) && isAlive && !IsStopping()) {
     m_isSilent = true;  // so that an answer takes back what was refused
-    const bool wasSilent = ProveBy(*first) == FailureKind::kNone;
+    const bool isSame = second->range.first == first->range.first;  // there was no other
+    const bool wasSilent = isSame || ProveBy(*first) == FailureKind::kNone;
     m_isSilent = false;
     m_wasSilent = m_wasSilent || wasSilent;
     AliveNow();
@@ -192,13 +197,15 @@ Engine::Proof Engine::AskForProof(bool isEarly) {
 // `isElsewhere`: one was asked in vain, and all around it may be bad. `isEarly`: sparingly.
 std::optional<Engine::Witness> Engine::PickProof(u64 farFrom, bool isElsewhere, bool isEarly) {
   if (const auto witness = m_witnesses.Pick(farFrom)) return Witness{*witness, false};
-  if (isEarly && !MayAskKnownGood()) return std::nullopt;
-  if (const auto known = m_witnesses.PickKnownGood()) return Witness{*known, true};
+  if (!isEarly || MayAskKnownGood()) {
+    if (const auto known = m_witnesses.PickKnownGood()) return Witness{*known, true};
+  }
   // Who retries has not asked for sectors that are missing.
   if (m_isRetrying) return std::nullopt;
   // All that is wanted may be bad, so the second comes from where nothing is.
-  auto other = isElsewhere ? PickUnwanted() : m_witnesses.PickUntried(true);
-  if (!other) other = isElsewhere ? m_witnesses.PickUntried(false) : PickUnwanted();
+  const auto untried = isEarly ? std::nullopt : m_witnesses.PickUntried(!isElsewhere);
+  const auto unwanted = isElsewhere || !untried ? m_witnesses.PickMissing() : std::nullopt;
+  const auto other = unwanted ? unwanted : untried;
   if (!other) return std::nullopt;
   return Witness{*other, false};
 }
@@ -217,6 +224,7 @@ FailureKind Engine::ProveBy(const Witness& asking) {
   if (isKnownGood) {
     m_progress.asked += witness.count;
     if (isAlive) {
+      m_wasMediumLast = kind == FailureKind::kMedium;
       EndSilence();
       AliveNow();
     }
@@ -230,19 +238,11 @@ FailureKind Engine::ProveBy(const Witness& asking) {
   return isAlive ? FailureKind::kNone : kind;
 }
 
-// One that was never asked, and that is not wanted in this run.
-std::optional<SectorRange> Engine::PickUnwanted() {
-  ExtentSet known = m_planned;
-  known.Add(m_triedTogether);
-  known.Add(m_triedAlone);
-  return m_witnesses.PickMissing(known);
-}
-
 void Engine::EndOrWake(StopReason reason, u32 systemError) {
   // A device that vanished was alive until then; one that does not answer was not.
   const bool wasSilent = m_isSilent || reason == StopReason::kNotAnswering;
   if (wasSilent) ExpectKill();  // waking it may take long
-  const size_t unproved = wasSilent ? TakeBackSilence() : 0;
+  const TakenBack unproved = wasSilent ? TakeBackSilence() : TakenBack();
   if (m_options.onSilent && m_wakings++ < kMostWakings && m_options.onSilent(reason)) {
     m_failuresInRow = 0;
     m_isWoken = m_wasSilent = true;

@@ -24,7 +24,8 @@ void Ledger::Refused(SectorRange range, bool alone) {
   const auto from = trimmed.Contains(range.first)     ? &Ledger::trimmed
                     : failed.Contains(range.first)    ? &Ledger::failed
                     : witnesses.Contains(range.first) ? &Ledger::witnesses
-                                                      : &Ledger::untried;
+                    : untried.Contains(range.first)   ? &Ledger::untried
+                                                      : nullptr;
   const auto to = alone ? &Ledger::refused : &Ledger::failed;
   m_recent.push_back({range, from, to});
   for (ExtentSet* set : {&untried, &failed, &trimmed, &witnesses}) set->Remove(range);
@@ -82,7 +83,7 @@ size_t Ledger::TakeBack(size_t kept) {
     const Refusal& refusal = m_recent.back();
     // It may have been trimmed since.
     for (ExtentSet* set : {&failed, &trimmed, &refused, &spent}) set->Remove(refusal.range);
-    (this->*refusal.from).Add(refusal.range);
+    if (refusal.from) (this->*refusal.from).Add(refusal.range);
   }
   return count;
 }

@@ -70,7 +70,7 @@ class Ledger {
  private:
   struct Refusal {
     SectorRange range;
-    ExtentSet Ledger::*from;  // the set that it stood in
+    ExtentSet Ledger::*from;  // the set that it stood in; null: it was not wanted
     ExtentSet Ledger::*to;
   };
 

@@ -69,6 +69,7 @@ void HistoryReader::Feed(std::string_view bytes) {
 void HistoryReader::Line(std::string_view line) {
   ++m_history.lines;
   if (line.size() <= kMaxLineBytes && m_event.Parse(line) && Take(m_event)) return;
+  m_isInDoubt = true;
   ++m_history.wrongLines;
   if (m_history.firstWrongLine == 0) m_history.firstWrongLine = m_history.lines;
 }
@@ -100,13 +101,13 @@ bool HistoryReader::Take(const JsonLine& event) {
   } else if (*name == "sync-failed") {
     m_history.syncFailed = true;
   } else if (*name == "unproved") {
-    const u64 count = event.Number("count").value_or(0);
+    const Unproved unproved{event.Number("count").value_or(0), event.Bool("began").value_or(false)};
     if (event.Bool("untilEnd").value_or(false)) {
-      m_untilEnd = count;
+      m_untilEnd = unproved;
     } else {
       m_untilEnd.reset();
-      m_history.cameBack = m_history.cameBack || count > 0;
-      TakeBack(count);
+      m_history.cameBack = m_history.cameBack || unproved.count > 0;
+      TakeBack(unproved);
     }
   } else if (*name == "end") {
     TakeEnd(event);
@@ -153,7 +154,7 @@ bool HistoryReader::TakeFailed(const JsonLine& event) {
   ++m_history.failures[static_cast<size_t>(kind)];
   KeepSlow({*range, event.Decimal("ms").value_or(0) / 1000, kind});
   if (!IsRefusal(kind)) return true;
-  if (m_untilEnd) ++*m_untilEnd;
+  if (m_untilEnd) ++m_untilEnd->count;
   if (m_recent.size() == 2 * kMaxRecent) Settle(kMaxRecent);
   m_recent.push_back({*range, event.Bool("alone").value_or(false), kind == FailureKind::kMedium});
   return true;
@@ -181,16 +182,19 @@ void HistoryReader::TakeEnd(const JsonLine& event) {
   AddPoint(event);
   m_untilEnd.reset();
   const u64 all = run.how == "not-answering" ? m_recent.size() : 0;
-  TakeBack(event.Number("unproved").value_or(all));
+  TakeBack({event.Number("unproved").value_or(all), event.Bool("began").value_or(false)});
 }
 
-// The disk was dead when it refused the last `count`: they were not asked for.
-void HistoryReader::TakeBack(u64 count) {
-  const size_t taken = static_cast<size_t>(std::min<u64>(count, m_recent.size()));
+// The disk was dead when it refused those: they were not asked for.
+void HistoryReader::TakeBack(const Unproved& unproved) {
+  const size_t taken = static_cast<size_t>(std::min<u64>(unproved.count, m_recent.size()));
   Settle(taken);
   m_history.wasSilent = m_history.wasSilent || taken > 0;
-  if (taken > 0 && m_recent.front().alone) m_history.beganSilence.Add(m_recent.front().range);
+  if (taken > 0 && unproved.began && m_recent.front().alone) {
+    m_history.beganSilence.Add(m_recent.front().range);
+  }
   m_recent.clear();
+  m_isInDoubt = false;
 }
 
 // A machine that was switched off during a run may have been so because the disk hung. What that
@@ -198,16 +202,17 @@ void HistoryReader::TakeBack(u64 count) {
 void HistoryReader::GiveUpUnproved(const std::string& bootAfter) {
   if (m_untilEnd) TakeBack(*m_untilEnd);
   m_untilEnd.reset();
-  if (m_history.ended || m_history.boot == bootAfter) return;
-  for (Failed& failed : m_recent) failed.alone = failed.alone && failed.isByMedium;
+  if (!m_history.ended && m_history.boot != bootAfter) m_isInDoubt = true;
 }
 
 void HistoryReader::Settle(size_t unproved) {
   const auto end = m_recent.end() - static_cast<std::ptrdiff_t>(unproved);
   for (auto failed = m_recent.begin(); failed != end; ++failed) {
-    (failed->alone ? m_history.triedAlone : m_history.triedTogether).Add(failed->range);
+    const bool alone = failed->alone && (failed->isByMedium || !m_isInDoubt);
+    (alone ? m_history.triedAlone : m_history.triedTogether).Add(failed->range);
   }
   m_recent.erase(m_recent.begin(), end);
+  if (m_recent.empty()) m_isInDoubt = false;
 }
 
 void HistoryReader::AddPoint(const JsonLine& event) {
@@ -224,6 +229,7 @@ void HistoryReader::AddPoint(const JsonLine& event) {
 }
 
 RescueHistory HistoryReader::Finish() {
+  m_isInDoubt = m_isInDoubt || !m_partial.empty() || m_overlong;
   GiveUpUnproved(m_boot);
   Settle(0);
   return std::move(m_history);

@@ -95,6 +95,10 @@ class HistoryReader {
     bool alone;
     bool isByMedium;
   };
+  struct Unproved {
+    u64 count = 0;       // of the last failures, which do not count
+    bool began = false;  // the first of them was asked alone, and may have begun the silence
+  };
 
   void Line(std::string_view line);
   bool Take(const JsonLine& event);
@@ -104,7 +108,7 @@ class HistoryReader {
   void AddPoint(const JsonLine& event);
   // Commits what was tried, but for the last `unproved` failures.
   void Settle(size_t unproved);
-  void TakeBack(u64 count);
+  void TakeBack(const Unproved& unproved);
   void GiveUpUnproved(const std::string& bootAfter);
   void KeepSlow(const SlowArea& area);
   std::optional<SectorRange> RangeOf(const JsonLine& event) const;
@@ -114,9 +118,9 @@ class HistoryReader {
   std::string m_boot;
   std::string m_partial;
   bool m_overlong = false;
-  std::vector<Failed> m_recent;  // the last failures, which an end may take back
-  // How many of the last of these do not count unless an end follows.
-  std::optional<u64> m_untilEnd;
+  std::vector<Failed> m_recent;        // the last failures, which an end may take back
+  std::optional<Unproved> m_untilEnd;  // unless an end follows
+  bool m_isInDoubt = false;  // a line that made no sense may have said that these do not count
   JsonLine m_event;
   u64 m_pointEvery = 1;  // one of so many points is kept
   u64 m_points = 0;

@@ -15,6 +15,7 @@ constexpr u64 kFirstWitnesses = 128;
 constexpr u64 kSectorsPerWitness = u64{1} << 30 >> kSectorShift;
 constexpr u64 kMostWitnesses = 1024;
 constexpr u32 kMostFailuresForEach = 4;
+constexpr size_t kReadKept = 64;
 
 u64 WitnessCount(u64 sectors) {
   return std::min({sectors / kSectorsPerFirstWitness,
@@ -38,7 +39,23 @@ void Witnesses::SetAside() {
   m_aside = m_ledger->witnesses.Sectors();
 }
 
+// Only where what follows is not wanted, too.
+void Witnesses::NoteRead(SectorRange range) {
+  if (IsAllExcluded() || m_excluded.Contains(range.End())) return;
+  for (SectorRange& run : m_read) {
+    if (run.End() != range.first) continue;
+    run.count += range.count;
+    return;
+  }
+  if (m_read.size() < kReadKept) {
+    m_read.push_back(range);
+  } else {
+    m_read[m_oldestRead++ % kReadKept] = range;
+  }
+}
+
 u32 Witnesses::FailuresForEach() const {
+  if (!IsAllExcluded()) return 1;
   const u64 left = m_ledger->witnesses.Sectors();
   if (left == 0) return kMostFailuresForEach;
   u32 failures = 1;
@@ -57,12 +74,32 @@ std::vector<SectorRange> Witnesses::Usable(const ExtentSet& except) const {
   return usable;
 }
 
+// The physical sectors right after what was read well, some of each run.
+std::vector<SectorRange> Witnesses::Beside(const ExtentSet& except) const {
+  std::vector<SectorRange> beside;
+  for (const SectorRange& run : m_read) {
+    u64 sector = run.End();
+    for (size_t left = kReadKept / m_read.size(); left > 0 && sector < m_units.sectors; --left) {
+      const auto next = except.NextFrom(sector);
+      if (next && next->first == sector) sector = next->End();
+      const SectorRange unit = m_units.Around(sector);
+      if (unit.first < sector || unit.count == 0 || m_excluded.Contains(sector)) break;
+      const auto counts = m_store->Count(unit);
+      if (!counts || counts->missing < unit.count) break;
+      beside.push_back(unit);
+      sector = unit.End();
+    }
+  }
+  return beside;
+}
+
 std::optional<SectorRange> Witnesses::Pick(u64 farFrom) const {
   const auto distance = [&](SectorRange witness) {
     return witness.first > farFrom ? witness.first - farFrom : farFrom - witness.first;
   };
   for (const ExtentSet* except : {&m_inVain, &m_inVainTwice}) {
-    const std::vector<SectorRange> usable = Usable(*except);
+    std::vector<SectorRange> usable = Usable(*except);
+    if (usable.empty()) usable = Beside(*except);
     const auto best = std::max_element(usable.begin(), usable.end(),
                                        [&](auto& a, auto& b) { return distance(a) < distance(b); });
     if (best != usable.end()) return *best;
@@ -75,7 +112,7 @@ void Witnesses::AskedInVain(SectorRange witness) {
 }
 
 std::optional<SectorRange> Witnesses::PickKnownGood() {
-  const auto picked = PickUnit(kPresent, m_knownGood);
+  const auto picked = PickUnit(kPresent, {&m_knownGood});
   if (picked) m_knownGood.Add(*picked);
   ++m_knownGoodPicked;
   return picked;
@@ -89,14 +126,14 @@ std::optional<SectorRange> Witnesses::PickUntried(bool last) const {
   return SectorRange{first, std::min(unit.End(), area->End()) - first};
 }
 
-std::optional<SectorRange> Witnesses::PickMissing(const ExtentSet& known) {
-  if (known.Sectors() == m_units.sectors) return std::nullopt;
-  return PickUnit(kMissing, known);
+std::optional<SectorRange> Witnesses::PickMissing() {
+  if (IsAllExcluded()) return std::nullopt;
+  return PickUnit(kMissing, {&m_excluded, &m_inVain});
 }
 
 // A physical sector all of which has that status and none of which is in `except`, from one of a
 // few places all over the storage, and there from amid its like.
-std::optional<SectorRange> Witnesses::PickUnit(SectorStatus wanted, const ExtentSet& except) {
+std::optional<SectorRange> Witnesses::PickUnit(SectorStatus wanted, const Sets& except) {
   constexpr u64 kPlaces = 16;
   constexpr u64 kLookedAt = u64{1} << 24;  // sectors, at each place
   std::optional<SectorRange> found;
@@ -106,7 +143,9 @@ std::optional<SectorRange> Witnesses::PickUnit(SectorStatus wanted, const Extent
                    [&](u64 start, u64 sectors, SectorStatus status) {
                      if (status != wanted) return true;
                      ExtentSet free(SectorRange{start, sectors});
-                     free.Remove(except);
+                     for (const ExtentSet* set : except) {
+                       set->Visit({start, sectors}, [&](SectorRange part) { free.Remove(part); });
+                     }
                      free.Visit([&](SectorRange part) {
                        SectorRange unit = m_units.Around(part.first + part.count / 2);
                        if (unit.first < part.first) {

@@ -115,6 +115,12 @@ TEST(RescueHistoryTest, WhatADeadDiskRefusedDoesNotCount) {
       {LogEvent("unproved").Add("count", u64{2}), Failed({4400, 1}, true, FailureKind::kUnclear)});
   EXPECT_EQ(Read(killed + silent).triedAlone.Sectors(), 2u);
   EXPECT_EQ(Read(killed + silent + answered).triedAlone.Sectors(), 3u);
+  // What began it for the first time is told.
+  for (const bool began : {false, true}) {
+    const RescueHistory history =
+        Read(killed + TextOf({LogEvent("unproved").Add("count", u64{1}).Add("began", began)}));
+    EXPECT_EQ(history.beganSilence.Contains(4200), began);
+  }
   EXPECT_FALSE(Read(killed).wasSilent);
   EXPECT_TRUE(Read(killed + silent).wasSilent);
   EXPECT_FALSE(Read(killed + silent).cameBack);
