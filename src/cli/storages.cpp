@@ -34,7 +34,11 @@ std::string SourceWords(const SourceFault& fault, const StorageOptions& options)
 }  // namespace
 
 Result<Source, ExitStatus> OpenSourceOrTell(const StorageOptions& options) {
-  if (const auto cache = OpenIfCache(WideFromUtf8(options.source)); cache && *cache) {
+  // Looked at before the first run only: no later one asks a source for what it was asked before.
+  const bool isFirst =
+      platform::KindOfPath(WideFromUtf8(options.cache).c_str()) != platform::PathKind::kFile;
+  const auto cache = isFirst ? OpenIfCache(WideFromUtf8(options.source)) : std::nullopt;
+  if (cache && *cache) {
     return Failed(Fail(options.source +
                        ": this is a cache, not a disk or an image of one; name what it was made "
                        "from, or 'larkspur export' it first"));
@@ -171,8 +175,8 @@ std::string CacheWords(const std::string& name, const CacheFault& fault, u64 sou
           fault.systemError);
     case CacheFaultKind::kOtherHeader:
       return name +
-             ": the cache's header tells another size of the disk than its index or its log, and "
-             "part of the disk may be left out; restore the file from a copy";
+             ": the cache's header does not match its index or its log, and part of the disk may be "
+             "left out or lie elsewhere; restore the file from a copy";
     case CacheFaultKind::kNotFlushed:
       return name +
              ": the last run did not end properly, and some of the zeros may stand for what never "

@@ -82,11 +82,11 @@ std::optional<CacheFault> DamageOf(cFlatIO* file, const SparseLayout& layout, cK
   return std::nullopt;
 }
 
-// What those who look are told: a run asks the source how many sectors there are, and the log first
-// of all.
-std::optional<CacheFault> DoubtOf(const std::u16string& path, cFlatIO* file, cKVRSparseIO* image) {
-  if (!EndsWithLastBlock(file, image->Layout())) return CacheFault{CacheFaultKind::kOtherHeader};
-  return DamageByLog(path, image);
+// Whether the header may be that of this file: the disk's size decides how large blocks are, and the
+// index ends with the last of them.
+bool IsOwnHeader(cFlatIO* file, const SparseLayout& layout) {
+  return layout.blockSize == SparseLayout::BlockSizeFor(layout.sectorCount) &&
+         EndsWithLastBlock(file, layout);
 }
 
 // Lays an empty image on the new file.
@@ -133,8 +133,12 @@ Result<Cache, CacheFault> OpenFile(const std::u16string& path, CacheAccess acces
   if (!cache.image->Open(&resource, look)) return FailedAs(CacheFaultKind::kCannotOpen);
   cache.created = fresh && cache.fileBytes == layout->DataStart() << kSectorShift;
   if (!cache.created) cache.damage = DamageOf(backing, *layout, cache.image.get());
+  if (!cache.damage && !IsOwnHeader(backing, *layout)) {
+    cache.damage = CacheFault{CacheFaultKind::kOtherHeader};
+  }
   if (cache.damage && !look) return Failed(*cache.damage);
-  if (look && !cache.damage) cache.damage = DoubtOf(path, backing, cache.image.get());
+  // A run reads the log itself, and asks the source how many sectors there are.
+  if (look && !cache.damage) cache.damage = DamageByLog(path, cache.image.get());
   return cache;
 }
 

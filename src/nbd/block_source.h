@@ -31,7 +31,8 @@ class BlockSource {
   virtual void End() {}
 };
 
-// A cache as it is: nothing is asked of any disk. Null when it cannot be opened as one.
+// A cache as it is: nothing is asked of any disk, and zeros that a power cut may have left count as
+// missing. Null when it cannot be opened as one.
 std::unique_ptr<BlockSource> OpenCachedBlocks(const std::u16string& cache);
 
 }  // namespace larkspur

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "imaging/cache.h"
+#include "imaging/cache_history.h"
 #include "nbd/block_source.h"
 
 namespace larkspur {
@@ -14,8 +15,10 @@ namespace {
 // requests at once.
 class CachedBlocks final : public BlockSource {
  public:
-  explicit CachedBlocks(Owned<cKVRSparseIO> image)
-      : m_sectors(image->GetSectorCount()), m_first(std::move(image)) {}
+  CachedBlocks(Owned<cKVRSparseIO> image, ExtentSet zerosInDoubt)
+      : m_sectors(image->GetSectorCount()),
+        m_zerosInDoubt(std::move(zerosInDoubt)),
+        m_first(std::move(image)) {}
 
   u64 Sectors() const override { return m_sectors; }
 
@@ -28,6 +31,9 @@ class CachedBlocks final : public BlockSource {
       std::fill_n(statuses + (start - first), sectors, status);
       isEmpty = isEmpty && status == kMissing;
       return true;
+    });
+    m_zerosInDoubt.Visit({first, count}, [&](SectorRange part) {
+      std::fill_n(statuses + (part.first - first), part.count, kMissing);
     });
     image->SetPosition(first);
     const bool isRead = isEmpty || image->ReadStored(out, count, nullptr) == count;
@@ -46,6 +52,7 @@ class CachedBlocks final : public BlockSource {
   }
 
   const u64 m_sectors;
+  const ExtentSet m_zerosInDoubt;
   const Owned<cKVRSparseIO> m_first;  // only cloned
   std::mutex m_lock;
   std::vector<Owned<cKVRSparseIO>> m_free;
@@ -55,7 +62,13 @@ class CachedBlocks final : public BlockSource {
 
 std::unique_ptr<BlockSource> OpenCachedBlocks(const std::u16string& cache) {
   auto opened = OpenCache(cache, CacheAccess::kLook);
-  return opened ? std::make_unique<CachedBlocks>(std::move(opened->image)) : nullptr;
+  if (!opened) return nullptr;
+  cKVRSparseIO* const image = opened->image.get();
+  const auto history = HistoryOf(cache, image->Layout());
+  const bool isInDoubt = history && IsStoringInDoubt(*history, cache);
+  auto zeros = isInDoubt ? ZerosIn(image, history->storing) : std::optional(ExtentSet());
+  if (!zeros) return nullptr;
+  return std::make_unique<CachedBlocks>(std::move(opened->image), std::move(*zeros));
 }
 
 }  // namespace larkspur

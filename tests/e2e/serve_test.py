@@ -131,6 +131,19 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
         expected = data[:100 * SECTOR] + bytes(3 * SECTOR) + data[103 * SECTOR:2000 * SECTOR]
         self.assertEqual(out.split(), [hashlib.sha256(expected).hexdigest(), "E"])
 
+    def test_zeros_that_a_power_cut_may_have_left_are_errors(self):
+        data = bytearray(self.make_source(4096))
+        data[700 * SECTOR:720 * SECTOR] = bytes(20 * SECTOR)
+        pathlib.Path("source.img").write_bytes(data)
+        run("image", "source.img", "disk.kvrsp")
+        log = pathlib.Path("disk.kvrsp.log").read_text().splitlines(True)
+        pathlib.Path("disk.kvrsp.log").write_text("".join(
+            re.sub('"boot":"[^"]*"', '"boot":"before"', line) for line in log
+            if not re.search('"event":"(synced|end)"', line)))
+        uri, _ = self.serve("--socket", "s")
+        out = self.client(uri, 'print("".join(try_read(s) for s in (0, 699, 700, 719, 720)), try_read(690, 20))')
+        self.assertEqual(out.split(), ["..EE.", "E"])
+
     @needs("sfdisk", "nbdcopy")
     def test_a_partition(self):
         with open("source.img", "wb") as disk:

@@ -148,15 +148,16 @@ TEST_F(DoubtfulCache, ALogThatCannotBeReadIsToldOf) {
   EXPECT_EQ(Damage(), CacheFaultKind::kLogUnreadable);
 }
 
-TEST_F(DoubtfulCache, AFlippedBitOfItsSizeIsToldOf) {
+TEST_F(DoubtfulCache, AFlippedBitOfItsSizeOrItsBlocksIsToldOf) {
   const std::vector<u8> whole = fakes::ReadWholeFile(m_path);
   Log({Opened("before")});
-  for (u32 bit = 0; bit < 64; ++bit) {
+  for (u32 bit = 0; bit < 96; ++bit) {
     std::vector<u8> bytes = whole;
     bytes[8 + bit / 8] = static_cast<u8>(bytes[8 + bit / 8] ^ (1 << bit % 8));
     ASSERT_TRUE(fakes::WriteWholeFile(m_path, bytes));
     const auto cache = OpenCache(m_path, CacheAccess::kLook);
     EXPECT_TRUE(!cache || cache->damage) << bit;
+    EXPECT_FALSE(bit >= 64 && OpenCache(m_path, CacheAccess::kResume)) << bit;
     EXPECT_GT(CheckCache(m_path, false)->problemCount, 0u) << bit;
   }
   // Without a log, what the index names past its end tells.
