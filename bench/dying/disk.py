@@ -131,6 +131,7 @@ class Disk:
         self._server = self._held = None
         self._folder = pathlib.Path(tempfile.mkdtemp(prefix="dying-disk-"))
         self.log = self._folder / "log"
+        self.file = self._folder / "mount/disk"
         self.device = None
 
     def __enter__(self):
@@ -157,14 +158,14 @@ class Disk:
         (self._folder / "plan").write_text(self._plan.text())
         self._server = subprocess.Popen([*child("TERM"), self._program, self._folder / "plan", mount,
                                          self.log])
-        while not (mount / "disk").exists():
+        while not self.file.exists():
             if self._server.poll() is not None:
                 raise Missing("the dying disk's file system could not be mounted")
             time.sleep(0.01)
 
     def _attach(self):
         made = subprocess.run(["losetup", "--find", "--show", "--read-only", "--direct-io=on",
-                               "--sector-size", str(self._sector_size), self._folder / "mount/disk"],
+                               "--sector-size", str(self._sector_size), self.file],
                               capture_output=True, text=True, check=False)
         if made.returncode != 0:
             raise Missing("no loop device: " + made.stderr.strip())
