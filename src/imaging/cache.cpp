@@ -82,8 +82,8 @@ std::optional<CacheFault> DamageOf(cFlatIO* file, const SparseLayout& layout, cK
   return std::nullopt;
 }
 
-// Whether the header may be that of this file: the disk's size decides how large blocks are, and the
-// index ends with the last of them.
+// Whether the header may be that of this file: the disk's size decides how large blocks are, and
+// the index ends with the last of them.
 bool IsOwnHeader(cFlatIO* file, const SparseLayout& layout) {
   return layout.blockSize == SparseLayout::BlockSizeFor(layout.sectorCount) &&
          EndsWithLastBlock(file, layout);

@@ -2,6 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 // Disks that hang, vanish or come back: what is marked needs proof of life.
 
+#include <algorithm>
 #include <utility>
 
 #include "rescue/engine_rig.h"
@@ -126,7 +127,7 @@ TEST_F(EngineProofTest, ADiskThatComesBackByItselfLosesNothingOfWhatIsWanted) {
   fakes::RandomSource random(kUsualSeed);
   SCOPED_TRACE(random.seed);
   for (const double seconds : {0.1, 0.5, 4.0}) {
-    for (const u64 pieces : {1, 20, 60}) {
+    for (const u64 pieces : {1u, 20u, 60u}) {
       for (const bool isFetched : {false, true}) {
         SCOPED_TRACE(testing::Message()
                      << seconds << " s, " << pieces << (isFetched ? " fetched" : ""));
