@@ -175,9 +175,8 @@ std::string CacheWords(const std::string& name, const CacheFault& fault, u64 sou
           fault.systemError);
     case CacheFaultKind::kOtherHeader:
       return name +
-             ": the cache's header does not match its index or its log, and part of the disk may "
-             "be "
-             "left out or lie elsewhere; restore the file from a copy";
+             ": the cache's header does not match its index or its log, so part of the disk may "
+             "be left out or out of place; restore the file from a copy";
     case CacheFaultKind::kNotFlushed:
       return name +
              ": the last run did not end properly, and some of the zeros may stand for what never "
