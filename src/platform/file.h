@@ -106,7 +106,8 @@ bool RemoveFile(const char16_t* path);
 // Flushes to disk which names the folder of `path` has. True as well where folders cannot be asked.
 bool SyncFolderOf(const char16_t* path);
 
-// Bytes that the caller may still write on the file system of an existing file or folder.
+// Bytes that the caller may still write on the file system of an existing file or folder; none
+// where that does not say.
 std::optional<u64> FreeBytes(const char16_t* path);
 
 }  // namespace larkspur::platform

@@ -140,7 +140,8 @@ bool ReserveRoom(FileHandle file, u64 offset, u64 bytes) {
   struct statvfs room;
   if (fstat(Descriptor(file), &status) == 0 && status.st_blocks * 512 >= status.st_size)
     return true;
-  if (fstatvfs(Descriptor(file), &room) != 0) return true;
+  // One that does not say how large it is says nothing of what is free, either.
+  if (fstatvfs(Descriptor(file), &room) != 0 || room.f_blocks == 0) return true;
   if (static_cast<u64>(room.f_bavail) * room.f_frsize >= bytes) return true;
   SetLastFailure(ENOSPC);
   return false;
@@ -244,6 +245,7 @@ bool SyncFolderOf(const char16_t* path) {
 std::optional<u64> FreeBytes(const char16_t* path) {
   struct statvfs room;
   if (!Succeeded(statvfs(Utf8FromWide(path).c_str(), &room))) return std::nullopt;
+  if (room.f_blocks == 0) return std::nullopt;  // it does not say how large it is
   return static_cast<u64>(room.f_bavail) * room.f_frsize;
 }
 
