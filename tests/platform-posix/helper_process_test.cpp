@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) 2026 The Larkspur authors
+#include "platform/helper_process.h"
+
+#include <csignal>
+
+#include <gtest/gtest.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include "platform/clock.h"
+
+namespace larkspur::platform {
+namespace {
+
+// Signals interrupt the waiting.
+TEST(HelperProcess, IsWaitedForWithinItsLimits) {
+  const std::atomic<bool> stop{true};
+  const auto pauses = [](HelperLine&) { pause(); };
+  const struct {
+    const char* name;
+    std::function<void(HelperLine&)> work;
+    HelperLimits limits;
+    bool answers;
+  } cases[] = {
+      {"answers late",
+       [](HelperLine& line) {
+         SleepMilliseconds(200);
+         line.Send("x", 1);
+       },
+       {.memoryBytes = 1 << 26, .cpuSeconds = 60, .silentSeconds = 60},
+       true},
+      {"ends", [](HelperLine&) {}, {1 << 26, 60, 60}, false},
+      {"is silent", pauses, {1 << 26, 60, 1}, false},
+      {"is stopped", pauses, {1 << 26, 60, 60, &stop}, false},
+  };
+  const itimerval never{};
+  struct sigaction quiet {
+  }, before;
+  quiet.sa_handler = [](int) {};
+  ASSERT_EQ(sigaction(SIGALRM, &quiet, &before), 0);
+  for (const auto& c : cases) {
+    const double began = MonotonicSeconds();
+    const auto helper = HelperProcess::Start(c.work, c.limits);
+    ASSERT_TRUE(helper);
+    const itimerval soon{{0, c.limits.stop ? 50'000 : 0}, {0, 50'000}};
+    setitimer(ITIMER_REAL, &soon, nullptr);
+    char byte = 0;
+    EXPECT_EQ(helper->Line().Receive(&byte, 1), c.answers) << c.name;
+    EXPECT_EQ(byte, c.answers ? 'x' : 0) << c.name;
+    EXPECT_LT(MonotonicSeconds() - began, 30) << c.name;
+    setitimer(ITIMER_REAL, &never, nullptr);
+  }
+  sigaction(SIGALRM, &before, nullptr);
+}
+
+}  // namespace
+}  // namespace larkspur::platform
