@@ -77,9 +77,9 @@ void RescueProgressLine::PrintJsonLine(const RescueProgress& progress, const Pro
       stderr, "%s\n",
       fmt::format(R"({{"phase":"{}","percent":{:.2f},"present":{},"unreadable":{},"left":{},)"
                   R"("bytesPerSecond":{},"secondsLeft":{},"sinceSuccess":{:.1f}}})",
-                  PhaseName(progress.phase), all > 0 ? done * 100 / all : 100.0, domain.present,
-                  domain.unreadable, domain.missing, orNull(facts.bytesPerSecond),
-                  orNull(facts.secondsLeft), progress.secondsSinceSuccess)
+                  PhaseName(progress.phase), done * 100 / all, domain.present, domain.unreadable,
+                  domain.missing, orNull(facts.bytesPerSecond), orNull(facts.secondsLeft),
+                  progress.secondsSinceSuccess)
           .c_str());
 }
 

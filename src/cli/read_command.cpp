@@ -126,23 +126,14 @@ ExitStatus CopyRange(Rescue* rescue, Output* output, const ReadOptions& options)
   // What failed is marked once the disk has proved to be alive, at the latest when the run ends.
   const ExitStatus finished = rescue->Finish();
   if (end == Copier::End::kMissing) end = copier.CopyTo(range.End());
-  switch (end) {
-    case Copier::End::kDone:
-      break;
-    case Copier::End::kMissing:
-      if (finished != kExitDone) break;
-      return Fail(
-          fmt::format("{}: sector {} is missing; the output ends there. Run the same "
-                      "command again",
-                      options.source, copier.Next()));
-    case Copier::End::kCacheFailed:
-      if (finished != kExitDone) return finished;
-      return Fail(Failure(options.cache, "the cache cannot be read", platform::LastFailure()));
-    case Copier::End::kOutputFailed:
-      return output->TellFailure();
+  if (end == Copier::End::kOutputFailed || !output->Finish()) return output->TellFailure();
+  if (finished != kExitDone || end == Copier::End::kDone) return finished;
+  if (end == Copier::End::kCacheFailed) {
+    return Fail(Failure(options.cache, "the cache cannot be read", platform::LastFailure()));
   }
-  if (!output->Finish()) return output->TellFailure();
-  return finished;
+  return Fail(
+      fmt::format("{}: sector {} is missing; the output ends there. Run the same command again",
+                  options.source, copier.Next()));
 }
 
 }  // namespace
