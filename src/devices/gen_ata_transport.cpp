@@ -97,7 +97,7 @@ void TakeRegisters(const TaskFiles& files, const AtaCommand& command, AtaCommand
 }  // namespace
 
 bool cGEN_ATATransport::Execute(Device& device, const AtaCommand& command, AtaCommand& result) {
-  if (command.length > kMaxDataBytes || !Validate(command, kCapabilities)) return false;
+  if (!Validate(command, kCapabilities)) return false;
   TaskFiles files;
   std::copy(command.registers.begin(), command.registers.end(), files.current);
   if (command.Is48Bit()) {
@@ -109,7 +109,7 @@ bool cGEN_ATATransport::Execute(Device& device, const AtaCommand& command, AtaCo
     TakeRegisters(files, command, &result);
     return true;
   }
-  if (command.length > kSectorBytes || command.direction == kDataOut) return false;
+  if (command.direction == kDataOut) return false;
   // Wanted so: the older request gives what it got, and the command counts as failed all the same.
   if (IdePassThrough(device, command, &files)) TakeRegisters(files, command, &result);
   return false;

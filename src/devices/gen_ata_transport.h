@@ -10,7 +10,6 @@ namespace larkspur {
 class cGEN_ATATransport final : public cATATransport {
  public:
   static constexpr u32 kCapabilities = kTakesDataOut | kReturnsRegisters | kTakes48Bit;
-  static constexpr u32 kMaxDataBytes = 16384;
 
   cGEN_ATATransport() = default;
   ~cGEN_ATATransport() = default;
