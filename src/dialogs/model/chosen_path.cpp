@@ -26,8 +26,12 @@ std::u16string WithoutEndSlashes(std::u16string_view path) {
   return std::u16string(path);
 }
 
+bool BeginsWithDrive(std::u16string_view text) {
+  return text.find(u':') == 1;
+}
+
 bool IsDrive(std::u16string_view text) {
-  return text.size() == 2 && text[1] == u':';
+  return text.size() == 2 && BeginsWithDrive(text);
 }
 
 // A drive's own folder needs its backslash: "C:" would mean the current folder there.
@@ -63,11 +67,10 @@ ChosenPath DecideFile(std::u16string path, PathKind kind, FileUse use,
 }  // namespace
 
 std::u16string JoinPath(std::u16string_view folder, std::u16string_view name) {
-  const bool hasDrive = name.size() > 1 && name[1] == u':';
-  if (folder.empty() || hasDrive || name.starts_with(u"\\\\")) return std::u16string(name);
+  if (folder.empty() || BeginsWithDrive(name) || name.starts_with(u"\\\\"))
+    return std::u16string(name);
   if (name.starts_with(u'\\')) {
-    const bool onDrive = folder.size() > 1 && folder[1] == u':';
-    return std::u16string(folder.substr(0, onDrive ? 2 : 0)).append(name);
+    return std::u16string(folder.substr(0, BeginsWithDrive(folder) ? 2 : 0)).append(name);
   }
   std::u16string path(folder);
   if (!path.ends_with(u'\\')) path += u'\\';
