@@ -30,15 +30,11 @@ void cSectorReader::Leave() {
 }
 
 void cSectorReader::Ask(u64 sector) {
-  {
-    const cSafeCriticalSectionAccess access(&m_section);
-    m_wanted = sector;
-    m_read.reset();
-    if (m_isReading) return;
-    m_isReading = true;
-  }
-  if (Start()) return;
-  m_isReading = false;  // there is no thread, and so nothing to share it with
+  const cSafeCriticalSectionAccess access(&m_section);
+  m_wanted = sector;
+  m_read.reset();
+  // A thread that has said that it reads no more does not need what is held here to end.
+  if (!m_isReading) m_isReading = Start();
 }
 
 std::optional<SectorView> cSectorReader::Take() {
