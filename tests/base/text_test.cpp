@@ -23,7 +23,10 @@ using namespace std::string_literals;
 
 constexpr size_t kRoom = 64;
 
-std::u16string Wide(std::string_view bytes, u32 page) {
+// What lies past the end would complete any character that is cut there.
+std::u16string Wide(std::string whole, u32 page) {
+  const size_t length = whole.size();
+  const auto bytes = std::string_view(whole.append("\xB1\xB1\xB1")).substr(0, length);
   char16_t out[kRoom];
   const size_t count = BytesToWide(bytes.data(), bytes.size(), out, kRoom, page);
   EXPECT_EQ(count, WideLength(bytes.data(), bytes.size(), page));
@@ -141,6 +144,7 @@ TEST(NationalText, ReadsOtherFormsAndDamage) {
       {50227, "high byte", "\xD6", u"\uFFFD"},
       {50227, "lowest high byte", "\x80", u"\uFFFD"},
       {51932, "kana cut", "\x8E", u"\uFFFD"},
+      {51932, "kana cut by ascii", "\x8E:", u"\uFFFD:"},
       {51932, "third set", "\x8F\xB0\xA1", u"\uFFFD\u4E9C"},
       {51936, "cut pair", "\xD6", u"\uFFFD"},
       {51936, "pair cut by ascii", "\xD6:", u"\uFFFD:"},
@@ -174,6 +178,8 @@ TEST(CodePages, RefuseTheUnknownAndTheEmpty) {
     EXPECT_EQ(BytesToWide("abc", 3, nullptr, 0, page.number), 0u);
     EXPECT_EQ(WideToBytes(nullptr, 3, bytes, 4, page.number), 0u);
     EXPECT_EQ(WideToBytes(u"abc", 0, bytes, 4, page.number), 0u);
+    EXPECT_EQ(WideLength("abc", 0, page.number), 0u);
+    EXPECT_EQ(WideLength(nullptr, 3, page.number), 0u);
   }
 }
 

@@ -16,21 +16,25 @@ class MemorySink final : public ExportSink {
  public:
   bool Put(const u8* data, u64 count) override {
     bytes.insert(bytes.end(), data, data + count);
-    return true;
+    return ++calls != failing;
   }
   bool PutZeros(u64 count) override {
     bytes.resize(bytes.size() + count);
-    return true;
+    return ++calls != failing;
   }
-  bool Finish() override { return true; }
+  bool Finish() override { return ++calls != failing; }
 
   std::vector<u8> bytes;
+  u64 calls = 0;
+  u64 failing = kNowhere;  // of the calls, from 1 on
 };
 
-ExportResult Export(const std::shared_ptr<fakes::MemoryStore>& store, MemorySink* sink) {
+ExportResult Export(const std::shared_ptr<fakes::MemoryStore>& store, MemorySink* sink,
+                    u64 stopAt = kNowhere) {
   const auto image = fakes::OpenImage(store, true);
-  const std::atomic<bool> stop{false};
-  return ExportRaw(image.get(), 0, kSectors, sink, stop, [](u64) {});
+  std::atomic<bool> stop{false};
+  return ExportRaw(image.get(), 0, kSectors, sink, stop,
+                   [&](u64 done) { stop = stop || done >= stopAt; });
 }
 
 std::shared_ptr<fakes::MemoryStore> MakeCache() {
@@ -70,11 +74,36 @@ TEST(Export, ZerosForWhatTheCacheDoesNotGiveAreCounted) {
   }
 }
 
-TEST(Export, OneSectorThatCannotBeReadCostsNoOther) {
+constexpr u64 kLost = 1000;
+
+std::shared_ptr<fakes::MemoryStore> MakeCacheWithLoss() {
   const auto store = MakeCache();
-  constexpr u64 kLost = 1000;
   constexpr u64 kRecords = 2, kRecord = 129;
   store->RefuseByte((kRecords + kLost / 128 * kRecord + 1 + kLost % 128) * kSectorBytes + 7);
+  return store;
+}
+
+// Whichever call of the sink fails, and wherever it is stopped: nothing more is put.
+TEST(Export, EndsWhereItMust) {
+  const auto store = MakeCacheWithLoss();
+  MemorySink whole;
+  ASSERT_EQ(Export(store, &whole).end, ExportEnd::kDone);
+  for (u64 failing = 1; failing <= whole.calls; ++failing) {
+    MemorySink sink;
+    sink.failing = failing;
+    EXPECT_EQ(Export(store, &sink).end, ExportEnd::kWriteFailed) << failing;
+    EXPECT_EQ(sink.calls, failing);
+  }
+  for (u64 stopAt = 1; stopAt <= kSectors; stopAt += 70) {
+    MemorySink sink;
+    EXPECT_EQ(Export(store, &sink, stopAt).end, ExportEnd::kStopped) << stopAt;
+    EXPECT_LT(sink.calls, whole.calls);
+    EXPECT_GE(sink.bytes.size(), stopAt * kSectorBytes);
+  }
+}
+
+TEST(Export, OneSectorThatCannotBeReadCostsNoOther) {
+  const auto store = MakeCacheWithLoss();
   MemorySink sink;
   const ExportResult result = Export(store, &sink);
   EXPECT_EQ(result.counts.present, kHole - 1);

@@ -42,6 +42,22 @@ TEST(StatusMap, TellsOfAnyRangeWhatTheImageTells) {
   EXPECT_FALSE(map.IsPresent(21, 2));
   EXPECT_EQ(map.Count(kSectors - 10, 100).missing, 99u);  // past the end
   EXPECT_EQ(map.Count(2 * kSectors, kNowhere).missing, kNowhere - 2 * kSectors);
+  EXPECT_EQ(map.Unknown(), 0u);
+}
+
+TEST(StatusMap, CountsWhatIsUnknown) {
+  const auto store = fakes::MakeStore();
+  const auto image = fakes::CreateImage(store, 1000);
+  fakes::WritePattern(image.get(), 0, 256);
+  store->RefuseByte(kSectorBytes);         // the index entry of the first block
+  store->bytes[2 * kSectorBytes + 5] = 9;  // a status that does not exist
+  for (const bool isRefused : {true, false}) {
+    if (!isRefused) store->refusesRead = nullptr;
+    const auto again = fakes::OpenImage(store, true);
+    StatusMap map(again.get());
+    EXPECT_EQ(map.Count(0, 1000).unknown, isRefused ? 128u : 1u);
+    EXPECT_EQ(map.Unknown(), isRefused ? 128u : 1u);
+  }
 }
 
 // "present/unreadable/missing" of every cell.

@@ -4,6 +4,7 @@
 
 #include <regex>
 #include <set>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -68,11 +69,18 @@ TEST(Report, SaysWhatItKnowsAndLeavesOutTheRest) {
 
 TEST(Report, TheStepsOfTimeDiffer) {
   const std::regex step(">([0-9:]+ (s|min|h))<");
-  for (const double seconds : {0.0, 0.4, 5.0, 80.0, 601.0, 14399.0, 14401.0, 4e5}) {
-    const std::string svg = PlotGoodData({{0, 0}, {seconds, 1}}, 1000);
-    const std::set<std::string> steps(std::sregex_token_iterator(svg.begin(), svg.end(), step, 1),
-                                      std::sregex_token_iterator());
-    EXPECT_EQ(steps.size(), 5u) << seconds;
+  const struct {
+    double seconds;
+    const char* last;
+  } cases[] = {{0, "4 s"},        {0.4, "4 s"},     {5, "8 s"},         {80, "80 s"},
+               {600, "600 s"},    {601, "12 min"},  {14399, "240 min"}, {14400, "240 min"},
+               {14401, "5:00 h"}, {4e5, "112:00 h"}};
+  for (const auto& c : cases) {
+    const std::string svg = PlotGoodData({{0, 0}, {c.seconds, 1}}, 1000);
+    const std::vector<std::string> steps(
+        std::sregex_token_iterator(svg.begin(), svg.end(), step, 1), std::sregex_token_iterator());
+    EXPECT_EQ(std::set(steps.begin(), steps.end()).size(), 5u) << c.seconds;
+    EXPECT_EQ(steps.back(), c.last);
   }
 }
 

@@ -180,6 +180,59 @@ TEST(Content, IsRecognisedByItsRow) {
   for (const Case& test : Crafted()) EXPECT_EQ(NotesOf(test.disk.Bytes()), test.notes) << test.what;
 }
 
+// A field of a superblock at both ends of what may stand there, and past them.
+TEST(Content, FieldsHaveLimits) {
+  const DiskBuilder fat = Disk()
+                              .Text(0, 54, "FAT16   ")
+                              .Le(0, 11, 2, 512)
+                              .Le(0, 13, 1, 1)
+                              .Le(0, 14, 2, 1)
+                              .Le(0, 16, 1, 2)
+                              .Le(0, 21, 1, 0xF8);
+  const DiskBuilder exfat =
+      Disk().Text(0, 3, "EXFAT   ").Le(0, 96, 4, 2).Le(0, 108, 1, 9).Le(0, 109, 1, 3);
+  const DiskBuilder ntfs = Disk().Text(0, 3, "NTFS    ").Le(0, 13, 1, 8).Le(0, 48, 8, 4);
+  const DiskBuilder xfs = Disk().Text(0, 0, "XFSB").Be(0, 4, 4, 4096).Be(0, 102, 2, 512);
+  const DiskBuilder ext = Disk().Le(2, 56, 2, 0xEF53).Le(2, 32, 4, 8);
+  const DiskBuilder apfs = Disk().Le(0, 24, 4, 1).Text(0, 32, "NXSB");
+  const DiskBuilder nilfs = Disk().Le(2, 0, 4, 2).Le(2, 6, 2, 0x3434);
+  const DiskBuilder ufs = Disk().Le(128, 1372, 4, 0x19540119);
+  const DiskBuilder vmfs = DiskBuilder(8192).Le(4096, 0, 4, 0x2FABF15E);
+  const struct {
+    const char* what;
+    const DiskBuilder& disk;
+    u64 sector;
+    size_t offset, width;
+    bool isBigEndian;
+    std::vector<u64> allowed, refused;
+  } cases[] = {
+      {"vfat", fat, 0, 11, 2, false, {512, 4096}, {0, 256, 513, 8192}},
+      {"vfat", fat, 0, 13, 1, false, {1, 128}, {0, 3}},
+      {"vfat", fat, 0, 21, 1, false, {0xF0, 0xF8, 0xFF}, {0xEF, 0xF1, 0xF7}},
+      {"exfat", exfat, 0, 108, 1, false, {9, 12}, {8, 13}},
+      {"exfat", exfat, 0, 109, 1, false, {0, 16}, {17}},
+      {"exfat", exfat, 0, 96, 4, false, {2}, {1}},
+      {"ntfs", ntfs, 0, 11, 2, false, {256, 4096}, {128, 384, 8192}},
+      {"xfs", xfs, 0, 4, 4, true, {512, 65536}, {256, 131072}},
+      {"xfs", xfs, 0, 102, 2, true, {512, 32768}, {256, 768}},
+      {"ext", ext, 2, 24, 4, false, {0, 6}, {7}},
+      {"apfs", apfs, 0, 36, 4, false, {4096, 65536}, {2048, 131072}},
+      {"nilfs2", nilfs, 2, 8, 2, false, {256, 1024}, {255, 1025}},
+      {"ufs", ufs, 128, 48, 4, false, {4096, 65536}, {2048, 131072}},
+      {"VMFS", vmfs, 4096, 4, 4, false, {1, 99}, {0, 100}},
+  };
+  for (const auto& c : cases) {
+    const auto isKnown = [&c](u64 value) {
+      DiskBuilder disk = c.disk;
+      if (c.isBigEndian) disk.Be(c.sector, c.offset, c.width, value);
+      if (!c.isBigEndian) disk.Le(c.sector, c.offset, c.width, value);
+      return NotesOf(disk.Bytes()).starts_with(c.what);
+    };
+    for (const u64 value : c.allowed) EXPECT_TRUE(isKnown(value)) << c.what << ' ' << value;
+    for (const u64 value : c.refused) EXPECT_FALSE(isKnown(value)) << c.what << ' ' << value;
+  }
+}
+
 TEST(Content, TypesOfGuidTablesHaveWords) {
   EXPECT_EQ(GptTypeWords("c12a7328-f81f-11d2-ba4b-00a0c93ec93b"), "EFI system");
   EXPECT_EQ(GptTypeWords("aa31e02a-400f-11db-9590-000c2911d1b8"), "VMware VMFS");
