@@ -128,6 +128,14 @@ class CliTest(program.ProgramTest):
             self.refused("no sector of this disk is selected", "image", "source.img", "disk.kvrsp", "--domain", name, status=2)
         self.assertEqual(self.ends(), ["done"] * 5)
         self.assertEqual(self.extents(), [(0, 5000, "missing")])
+        told = self.call("log", "disk.kvrsp")
+        self.assertEqual((told.stdout.count(b"  done "), told.stderr), (5, b""))
+        for name in ("disk.kvrsp.log", "nothing"):  # an empty one, and none
+            pathlib.Path("disk.kvrsp.log").write_bytes(b"")
+            if name == "nothing":
+                os.unlink("disk.kvrsp.log")
+            self.assertEqual(self.refused("there is no log", "log", "disk.kvrsp", status=0).stdout, b"")
+            self.refused("there is no log", "log", "disk.kvrsp", "--json", status=0)
 
     def test_outputs_are_judged_before_the_disk_is_asked(self):
         self.make_source(100)

@@ -221,6 +221,26 @@ class FilesTest(program.ProgramTest):
         _, files = self.files()
         self.assertEqual([path for path, file in files.items() if file["deleted"]], ["/one"])
         self.assertEqual(set(files), set(self.tree))
+        # Without names: what has no size is nothing any more.
+        inodes = {name: int(re.search(r"Inode: (\d+)", self.debugfs(f"stat {name}"))[1])
+                  for name in ("/empty", "/many/file17.dat")}
+        for name, inode in inodes.items():
+            for request in (f"unlink {name}", f"freei <{inode}>"):
+                tool("debugfs", "-w", "-R", request, "fs.img")
+        image = bytearray(pathlib.Path("fs.img").read_bytes())
+        for name in inodes:
+            word = os.path.basename(name).encode()
+            entry = inodes[name].to_bytes(4, "little")
+            at = next(at for at in range(0, len(image), 4) if image[at:at + 4] == entry and
+                      image[at + 8:at + 8 + len(word)] == word)
+            image[at:at + 8 + len(word)] = bytes(8 + len(word))
+        pathlib.Path("fs.img").write_bytes(image)
+        import_with("fs.img")
+        _, files = self.files()
+        orphan = files[f"/$OrphanFiles/OrphanFile-{inodes['/many/file17.dat']}"]
+        self.assertEqual((orphan["size"], orphan["deleted"], orphan["state"]),
+                         (len(self.tree["/many/file17.dat"]), True, "complete"))
+        self.assertEqual(len(files), len(self.tree) - 1)
 
     # What is asked for
 
@@ -245,7 +265,8 @@ class FilesTest(program.ProgramTest):
         for glob, count in (("/many/*", 60), ("/*", 2), ("/**", len(self.tree)), ("/many/file?.dat", 10),
                             ("/folder/**/*.txt", 2), ("file1*", 11)):
             self.assertEqual(len(self.files("--partition", "1", "--path", glob)[1]), count, glob)
-        for words, *options in (("no file matches", "--path", "/none*", "--mapfile", "new.map"),
+        for words, *options in (("no file matches /none*\n", "--path", "/none*", "--mapfile", "new.map"),
+                                ("matches /none* or the other globs\n", "--path", "/none*", "--path", "/no"),
                                 ("already exists", "--path", "*", "--mapfile", "wish.map"),
                                 ("no partition 3", "--partition", "3")):
             self.refused(words, "files", "disk.kvrsp", *options)
