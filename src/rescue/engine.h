@@ -178,7 +178,7 @@ class Engine {
 
   bool PrepareStore(SectorRange range);
   void SyncWhenDue();
-  bool Sync();
+  void Sync();
 
   void StopWith(StopReason reason, u32 systemError);
   // By the system's last failure; both answer false.

@@ -231,10 +231,9 @@ void Engine::SyncWhenDue() {
   if (m_keeper.IsSyncDue()) Sync();
 }
 
-bool Engine::Sync() {
-  if (m_keeper.Sync(m_progress.all)) return true;
+void Engine::Sync() {
+  if (m_keeper.Sync(m_progress.all)) return;
   StopWith(StopReason::kStoreFailed, platform::LastFailure());
-  return false;
 }
 
 double Engine::SecondsLeft() const {

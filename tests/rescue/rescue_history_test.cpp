@@ -127,6 +127,17 @@ TEST(RescueHistoryTest, WhatADeadDiskRefusedDoesNotCount) {
   EXPECT_TRUE(Read(killed + silent + answered).cameBack);
 }
 
+TEST(RescueHistoryTest, AWeeksCurveIsThinnedEvenly) {
+  std::string text;
+  for (u64 i = 0; i < 20000; ++i) {
+    text += TextOf({LogEvent("synced").Add(StatusCounts{i, 0, 20000 - i})});
+  }
+  const auto points = Read(text, 1 << 16).points;
+  EXPECT_LT(points.size(), RescueHistory::kMaxPoints);
+  EXPECT_GE(points.size(), RescueHistory::kMaxPoints / 2);
+  for (size_t i = 0; i < points.size(); ++i) EXPECT_EQ(points[i].present, 8 * i);
+}
+
 TEST(RescueHistoryTest, AnotherDiskOrCacheForgetsWhatWasTried) {
   for (const auto& [serial, stamp, tried] :
        {std::tuple{"S1", 7u, 129u}, {"", 7u, 129u}, {"S2", 7u, 0u}, {"S1", 8u, 0u}}) {
