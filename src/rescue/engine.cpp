@@ -112,7 +112,7 @@ void Engine::Begin(Phase phase) {
 }
 
 void Engine::Image() {
-  m_witnesses.SetAside();
+  m_witnesses.SetAside(m_progress.all.present == 0);
   const bool forward = !m_options.reverse;
   const SectorRange all{0, m_units.sectors};
   Scan(Phase::kCopy, forward, Skip::kFailuresAndSlowness, all);
@@ -135,7 +135,7 @@ void Engine::Image() {
     isWoken = !IsStopping() && !m_ledger.refused.IsEmpty() && !Prove();
     idlePasses = m_ledger.Left() < before ? 0 : idlePasses + 1;
   } while (!IsStopping() && m_ledger.Left() > 0 &&
-           (isWoken || (m_options.scrape && idlePasses < kMostIdlePasses)));
+           (isWoken || idlePasses < (m_options.scrape ? kMostIdlePasses : 1)));
   // What is left failed without the medium's doing: does the disk still answer at all?
   const bool isDoubtful = m_options.scrape && m_ledger.Left() > 0 && m_failuresInRow > 0;
   if (isDoubtful && !IsStopping()) Prove();

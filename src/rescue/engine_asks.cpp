@@ -202,10 +202,6 @@ void Engine::SettleFailure(const Asked& asked) {
     m_ledger.Spend(rest);
   } else {
     m_ledger.Refused(rest, asked.alone);
-    // Not so well placed, then.
-    m_ledger.GiveUpWitnesses(
-        {rest.first / AskedSource::kMaxAskSectors * AskedSource::kMaxAskSectors,
-         AskedSource::kMaxAskSectors});
     const bool isNamed = outcome.firstBad > rest.first && outcome.firstBad < rest.End();
     if (isNamed && m_named.size() < kMostNamed) {
       const std::pair named{rest.first, outcome.firstBad};

@@ -104,8 +104,12 @@ bool Engine::NeedsProbe(bool alone) {
 // A disk may hang for a while and come back by itself. So proof is asked for early in a row of
 // failures; when there is none, nothing counts until the disk answers again.
 void Engine::Probe() {
-  const u32 before = m_failuresInRow;
-  const Proof proof = AskForProof(true);
+  u32 before = 0;
+  Proof proof;
+  do {  // what proved it may have been followed by a witness that is bad
+    before = m_failuresInRow;
+    proof = AskForProof(true);
+  } while (proof == Proof::kAlive && m_failuresInRow > 0 && !IsStopping());
   const bool isSilent = proof == Proof::kNone && m_systemFailures == 0;
   if (!isSilent || IsStopping() || m_failuresInRow < before) return;
   FallSilent(false);

@@ -58,7 +58,16 @@ void Ledger::GiveUpWitnesses(SectorRange range) {
   untried.Add(there);
 }
 
+// They are not so well placed.
+void Ledger::GiveUpWitnessesBeside(SectorRange bad) {
+  const auto before = witnesses.LastBefore(bad.first);
+  if (before && before->End() == bad.first) GiveUpWitnesses(*before);
+  const auto after = witnesses.NextFrom(bad.End());
+  if (after && after->first == bad.End()) GiveUpWitnesses(*after);
+}
+
 bool Ledger::Prove(u64* marked) {
+  for (const Refusal& refusal : m_recent) GiveUpWitnessesBeside(refusal.range);
   m_recent.clear();
   bool kept = true;
   refused.Visit([&](SectorRange range) {

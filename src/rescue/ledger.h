@@ -74,6 +74,8 @@ class Ledger {
     ExtentSet Ledger::*to;
   };
 
+  void GiveUpWitnessesBeside(SectorRange bad);
+
   RescueStore* m_store;
   RescueLog* m_log;
   std::vector<Refusal> m_recent;  // since the last sign of life

@@ -10,6 +10,8 @@ namespace larkspur {
 namespace {
 
 // Each costs a request of its own at the end.
+constexpr u64 kFewestApart = 16;  // sectors
+constexpr u64 kFewWitnesses = 32;
 constexpr u64 kSectorsPerFirstWitness = u64{1} << 20 >> kSectorShift;
 constexpr u64 kFirstWitnesses = 128;
 constexpr u64 kSectorsPerWitness = u64{1} << 30 >> kSectorShift;
@@ -18,21 +20,26 @@ constexpr u32 kMostFailuresForEach = 4;
 constexpr size_t kReadKept = 64;
 
 u64 WitnessCount(u64 sectors) {
-  return std::min({sectors / kSectorsPerFirstWitness,
+  const u64 few = std::min(sectors / kFewestApart, kFewWitnesses);
+  return std::min({std::max(few, sectors / kSectorsPerFirstWitness),
                    kFirstWitnesses + sectors / kSectorsPerWitness, kMostWitnesses});
 }
 
 }  // namespace
 
-void Witnesses::SetAside() {
+void Witnesses::SetAside(bool isBlank) {
+  m_isBlank = isBlank;
   constexpr u64 kPiece = AskedSource::kMaxAskSectors;
   const u64 count = WitnessCount(m_units.sectors);
   for (u64 i = 0; i < count; ++i) {
+    const u64 apart = m_units.sectors / count;
+    const u64 middle = apart * i + apart / 2;
     // At the end of a piece, so that what is asked around it stays one request.
-    const u64 middle = m_units.sectors / count * i + m_units.sectors / count / 2;
-    const SectorRange unit = m_units.Around(middle / kPiece * kPiece + kPiece - 1);
+    const u64 pieceEnd = middle / kPiece * kPiece + kPiece - 1;
+    const SectorRange unit = m_units.Around(apart < kPiece ? middle : pieceEnd);
     const auto wanted = m_ledger->untried.NextFrom(unit.first);
     if (!wanted || wanted->first != unit.first || wanted->count < unit.count) continue;
+    if (unit.first == 0) continue;  // nothing lies before it
     m_ledger->untried.Remove(unit);
     m_ledger->witnesses.Add(unit);
   }
@@ -41,6 +48,7 @@ void Witnesses::SetAside() {
 
 // Only where what follows is not wanted, too.
 void Witnesses::NoteRead(SectorRange range) {
+  m_isBlank = false;
   if (IsAllExcluded() || m_excluded.Contains(range.End())) return;
   for (SectorRange& run : m_read) {
     if (run.End() != range.first) continue;
@@ -59,17 +67,19 @@ u32 Witnesses::FailuresForEach() const {
   const u64 left = m_ledger->witnesses.Sectors();
   if (left == 0) return kMostFailuresForEach;
   u32 failures = 1;
-  while (left * failures < m_aside * 3 / 4 && failures < kMostFailuresForEach) failures *= 2;
+  while (left * failures < m_aside / 2 && failures < kMostFailuresForEach) failures *= 2;
   return failures;
 }
 
-// Only where the disk reads well around them: else their failure would say nothing.
+// Only where the disk reads well around them, else their failure would say nothing; where it has
+// given nothing yet, any.
 std::vector<SectorRange> Witnesses::Usable(const ExtentSet& except) const {
   std::vector<SectorRange> usable;
   m_ledger->witnesses.Visit([&](SectorRange witness) {
     if (except.Contains(witness.first)) return;
     const auto before = m_store->Count({witness.first - 1, 1});
-    if (before && before->present > 0) usable.push_back(m_units.Around(witness.first));
+    if (m_isBlank || (before && before->present > 0))
+      usable.push_back(m_units.Around(witness.first));
   });
   return usable;
 }

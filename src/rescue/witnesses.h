@@ -21,8 +21,9 @@ class Witnesses {
   Witnesses(RescueStore* store, Ledger* ledger, SectorUnits units)
       : m_store(store), m_ledger(ledger), m_units(units) {}
 
-  // Leaves out some of what is wanted, spread evenly, more on a larger disk.
-  void SetAside();
+  // Leaves out some of what is wanted, spread evenly, more on a larger disk. `isBlank`: the cache
+  // has nothing yet.
+  void SetAside(bool isBlank);
   // The range was read well.
   void NoteRead(SectorRange range);
   // Those are wanted, or were asked for by an earlier run: nothing there is asked for as proof
@@ -58,6 +59,7 @@ class Witnesses {
   Ledger* m_ledger;
   SectorUnits m_units;
   u64 m_aside = 0;  // sectors set aside when reading began
+  bool m_isBlank = false;
   ExtentSet m_excluded;
   std::vector<SectorRange> m_read;  // the last runs of sectors that were read well
   size_t m_oldestRead = 0;

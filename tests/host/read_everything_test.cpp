@@ -75,12 +75,15 @@ TEST(ReadEverythingTest, AStoppedRunIsResumed) {
   ASSERT_TRUE(job.Start());
   while (job.IsRunning()) platform::SleepMilliseconds(1);
   EXPECT_EQ(job.Ended().end, ReadingEnd::kStopped);
-  EXPECT_EQ(Counts(rig).missing, kSectors - 384);
+  const u64 present = Counts(rig).present;
+  EXPECT_GT(present, 0u);
+  EXPECT_LE(present, 384u);
   rig.script->onRequest = nullptr;
   const Reading rest(storage);
   EXPECT_EQ(rest.job.Ended().end, ReadingEnd::kDone);
-  EXPECT_DOUBLE_EQ(rest.shareAtStart, 0.384);
-  EXPECT_DOUBLE_EQ(rest.firstShare, 0.384);
+  const double share = static_cast<double>(present) / kSectors;
+  EXPECT_DOUBLE_EQ(rest.shareAtStart, share);
+  EXPECT_DOUBLE_EQ(rest.firstShare, share);
   EXPECT_EQ(Counts(rig).present, kSectors);
   EXPECT_EQ(rig.script->AskedMoreThan(1), "");
 }
@@ -88,14 +91,15 @@ TEST(ReadEverythingTest, AStoppedRunIsResumed) {
 TEST(ReadEverythingTest, ASourceThatShrinksEndsItBeforeAnythingIsMarked) {
   StorageRig rig(kSectors);
   const Storage storage = rig.ReadOnce();
-  // After the second request, as if somebody had cut the file.
+  // In the middle, as if somebody had cut the file.
   rig.script->onRequest = [&rig](u64 sector, u32) {
-    if (sector == 128) rig.script->liveSectors = 300;
+    if (sector >= 128) rig.script->liveSectors = 300;
   };
   const Reading run(storage);
   EXPECT_EQ(run.job.Ended().end, ReadingEnd::kSourceGone);
   EXPECT_EQ(Counts(rig).unreadable, 0u);
-  EXPECT_EQ(Counts(rig).present, 256u);
+  EXPECT_GT(Counts(rig).present, 100u);
+  EXPECT_LE(Counts(rig).present, 300u);
 }
 
 TEST(ReadEverythingTest, ACacheThatKeepsNothingSparesTheSource) {
