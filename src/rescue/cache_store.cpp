@@ -30,8 +30,15 @@ bool CacheStore::MarkUnreadable(SectorRange range) {
 }
 
 bool CacheStore::Load(u64 first, u8* data, u32 count) {
-  m_image->SetPosition(first);
-  return m_image->ReadStored(data, count, nullptr) == count;
+  bool isLoaded = true;
+  const bool isKnown = Visit({first, count}, [&](u64 start, u64 sectors, SectorStatus status) {
+    if (status != kPresent) return true;
+    m_image->SetPosition(start);
+    u8* const out = data + (start - first) * kSectorBytes;
+    isLoaded = m_image->ReadStored(out, static_cast<u32>(sectors), nullptr) == sectors;
+    return isLoaded;
+  });
+  return isKnown && isLoaded;
 }
 
 }  // namespace larkspur

@@ -6,6 +6,8 @@
 // the source is not asked for them, and what is held is neither asked for again nor marked
 // otherwise.
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "fakes/dying_disk.h"
@@ -236,6 +238,23 @@ TEST(UnreadableCache, NothingIsAskedOfTheBlocksOfWhichNothingIsKnown) {
         rig.Forget();
         ASSERT_NO_FATAL_FAILURE(RunAndCheck(rig, use));
       }
+    }
+  }
+}
+
+// One flipped bit, and what lies there may be anything.
+TEST(UnreadableCache, WhatIsNotPresentIsNeverTakenForData) {
+  Rig rig;
+  for (const u8 status : {u8{kMissing}, u8{kUnreadable}, u8{7}, u8{255}}) {
+    rig.store->bytes[kMapsByte + kRecordBytes + 5] = status;  // of the block that begins the disk
+    std::vector<u8> data(10 * kSectorBytes, 0xEE);
+    EXPECT_TRUE(CacheStore(fakes::OpenImage(rig.store).get(), nullptr).Load(0, data.data(), 10));
+    for (u64 sector = 0; sector < 10; ++sector) {
+      const std::vector<u8> untouched(kSectorBytes, 0xEE);
+      const u8* const bytes = &data[sector * kSectorBytes];
+      EXPECT_TRUE(sector == 5 ? std::equal(bytes, bytes + kSectorBytes, untouched.begin())
+                              : fakes::IsPattern(sector, bytes))
+          << sector << " with status " << int{status};
     }
   }
 }
