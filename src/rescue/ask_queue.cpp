@@ -63,7 +63,7 @@ void AskQueue::Push(SectorRange range, bool alone) {
   m_changed.notify_all();
 }
 
-u32 AskQueue::Wait(double seconds, u32 most, Asked** first) {
+std::span<const Asked> AskQueue::Wait(double seconds, size_t most) {
   std::unique_lock lock(m_mutex);
   if (!m_thread.joinable()) {
     if (m_answered == m_first && m_end > m_answered) AskNext(lock);
@@ -71,15 +71,14 @@ u32 AskQueue::Wait(double seconds, u32 most, Asked** first) {
     m_changed.wait_for(lock, std::chrono::duration<double>(seconds),
                        [this] { return m_answered > m_first || m_end == m_first; });
   }
-  *first = &Slot(m_first);
   const u64 untilWrap = kSlots - m_first % kSlots;
-  return static_cast<u32>(std::min<u64>({m_answered - m_first, untilWrap, most}));
+  return {&Slot(m_first), std::min<size_t>({m_answered - m_first, untilWrap, most})};
 }
 
-void AskQueue::Pop(u32 count) {
+void AskQueue::Pop(size_t count) {
   {
     const std::lock_guard lock(m_mutex);
-    for (u32 i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
       if (Slot(m_first++).wentBadly) m_isHeld = false;
     }
   }

@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <thread>
 
 #include "io/sector_range.h"
@@ -55,9 +56,9 @@ class AskQueue {
   // has gone badly meanwhile.
   void Push(SectorRange range, bool alone);
   // Waits up to `seconds` for the oldest answer. Gives the answers that are there, `most` at most,
-  // which lie in one piece in memory; 0 when none came. They stay valid until Pop.
-  u32 Wait(double seconds, u32 most, Asked** first);
-  void Pop(u32 count);
+  // whose data lie in one piece in memory; none when none came. They stay valid until Pop.
+  std::span<const Asked> Wait(double seconds, size_t most);
+  void Pop(size_t count);
   // Drops what was not asked yet, and answers the first of it. An ask under way is still answered.
   std::optional<SectorRange> Drop();
 

@@ -45,6 +45,7 @@ Engine::Engine(AskedSource* source, RescueStore* store, RescueLog* log, RescueCl
       m_units{store->Sectors(), PhysicalSectors(source->Identity())},
       m_ledger(store, log),
       m_witnesses(store, &m_ledger, m_units),
+      m_silence(&m_ledger, log),
       m_keeper(store, log, clock),
       m_lastSuccess(clock->Seconds()),
       m_started(m_lastSuccess) {
@@ -56,9 +57,8 @@ Engine::Engine(AskedSource* source, RescueStore* store, RescueLog* log, RescueCl
 void Engine::Resume(RescueHistory* history) {
   // What an earlier run stored and did not flush to disk is to be flushed even if nothing is added.
   if (!history->storing.IsEmpty()) m_keeper.NoteChange();
-  m_beganSilence = std::move(history->beganSilence);
+  m_silence.Resume(std::move(history->beganSilence), history->cameBack);
   m_isWoken = history->wasSilent;
-  m_wasSilent = history->cameBack;
   m_triedTogether = std::move(history->triedTogether);
   m_triedAlone = std::move(history->triedAlone);
   m_witnesses.Exclude(m_triedTogether);
@@ -362,7 +362,7 @@ StopReason Engine::Finish() {
   const bool isProofWanted =
       m_reason == StopReason::kNone && (isStopped || !m_ledger.refused.IsEmpty());
   const bool isUnproved = isProofWanted && !Prove();
-  if (isUnproved && m_unprovedAtEnd.count == 0) m_unprovedAtEnd = TakeBackSilence();
+  if (isUnproved && m_unprovedAtEnd.count == 0) m_unprovedAtEnd = m_silence.TakeBack();
   Sync();  // a failure is the run's reason unless it has one
   if (m_reason == StopReason::kNone) {
     m_reason = *m_stop ? StopReason::kStopped : StopReason::kDone;

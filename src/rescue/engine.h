@@ -15,6 +15,7 @@
 #include "rescue/ask_queue.h"
 #include "rescue/ledger.h"
 #include "rescue/rescue_history.h"
+#include "rescue/silence.h"
 #include "rescue/store_keeper.h"
 #include "rescue/time_left.h"
 #include "rescue/witnesses.h"
@@ -135,7 +136,7 @@ class Engine {
   void StopWhileWaiting();
   bool IsAwaited() { return !m_isServing && m_options.isAwaited && m_options.isAwaited(); }
   void GiveWay(const Settled& settled);
-  bool StoreAnswers(const Asked* first, u32 count);
+  bool StoreAnswers(std::span<const Asked> answers);
   void Settle(const Asked& asked);
   void SettleFailure(const Asked& asked);
   void SettleSlip(SectorRange range);
@@ -156,24 +157,10 @@ class Engine {
   u32 ProbeAfter(bool alone) const;
   bool NeedsProbe(bool alone);
   void Probe();
-  void NoteSilence(bool isOld);
   void FallSilent(bool isOld);
   double RowSeconds() const { return m_clock->Seconds() - m_firstFailure; }
   bool MayAskKnownGood() const;
   void GreetWoken();
-  // Refusals that do not count; the first of them may have begun the silence, for the first time.
-  struct TakenBack {
-    size_t count = 0;
-    bool began = false;
-
-    LogEvent& AddTo(LogEvent&& event) const {
-      return event.Add("count", u64{count}).Add("began", began);
-    }
-  };
-  void ExpectKill();
-  TakenBack TakeBackSilence();
-  void LogTakenBack(const TakenBack& refusals);
-  void EndSilence();
   FailureKind ProveBy(const Witness& witness);
 
   bool PrepareStore(SectorRange range);
@@ -199,13 +186,13 @@ class Engine {
   SectorUnits m_units;
   Ledger m_ledger;
   Witnesses m_witnesses;
+  Silence m_silence;
   StoreKeeper m_keeper;
   TimeLeft m_timeLeft;
 
   ExtentSet m_planned;        // what was wanted so far
   ExtentSet m_triedTogether;  // by earlier runs, where nothing was planned yet
   ExtentSet m_triedAlone;
-  ExtentSet m_beganSilence;  // the disk fell silent when it was asked for these alone
   ExtentSet m_slipped;       // came to nothing once without the medium's doing
   ExtentSet m_triedEarlier;  // asked by earlier runs, so that this one counts them once
   std::vector<std::pair<u64, u64>> m_named;  // bad sectors that the drive named: in which piece
@@ -219,14 +206,9 @@ class Engine {
   double m_askStarted = 0;
   u32 m_systemFailures = 0;  // without a success since, as m_wakings
   u32 m_wakings = 0;
-  bool m_isWoken = false;        // after a silence, and has not been asked since
-  bool m_isSilent = false;       // nothing that fails counts until the disk answers again
-  bool m_isUncaused = false;     // it was silent before it refused anything that is not proved
-  bool m_wasSilent = false;      // in this run, or in an earlier one that went on afterwards
-  bool m_isDoubted = false;      // it answers, and was perhaps silent until now
-  bool m_wasMediumLast = false;  // the last sign of life was that the drive reported a bad sector
+  bool m_isWoken = false;    // after a silence, and has not been asked since
+  bool m_isDoubted = false;  // it answers, and was perhaps silent until now
   TakenBack m_unprovedAtEnd;
-  bool m_expectsKill = false;  // and the log was told
 
   double m_started;
   u64 m_retryLeft = 0;  // sectors that are to be retried

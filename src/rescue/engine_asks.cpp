@@ -92,37 +92,37 @@ void Engine::GiveWay(const Settled& settled) {
 }
 
 bool Engine::TakeAnswers(const Settled& settled) {
-  Asked* first = nullptr;
-  const u32 count = m_queue.Wait(kTickSeconds, AskQueue::kSlots, &first);
-  if (count == 0) {
+  const std::span<const Asked> answers = m_queue.Wait(kTickSeconds, AskQueue::kSlots);
+  if (answers.empty()) {
     m_progress.isWaiting = m_clock->Seconds() - m_askStarted > kHangSeconds;
     if (*m_stop) StopWhileWaiting();
   } else {
     m_progress.isWaiting = false;
     m_askStarted = m_clock->Seconds();
-    const bool stored = StoreAnswers(first, count);
-    for (u32 i = 0; stored && i < count; ++i) {
-      Settle(first[i]);
-      settled(first[i]);
+    if (StoreAnswers(answers)) {
+      for (const Asked& asked : answers) {
+        Settle(asked);
+        settled(asked);
+      }
     }
-    m_queue.Pop(count);
+    m_queue.Pop(answers.size());
   }
   SyncWhenDue();
   Tell();
-  return count > 0;
+  return !answers.empty();
 }
 
 // Neighbours are stored at once.
-bool Engine::StoreAnswers(const Asked* first, u32 count) {
-  for (u32 i = 0; i < count;) {
-    SectorRange run{first[i].range.first, first[i].outcome.delivered};
-    u32 end = i + 1;
-    while (end < count && first[end - 1].outcome.delivered == AskedSource::kMaxAskSectors &&
-           first[end].range.first == run.End()) {
-      run.count += first[end++].outcome.delivered;
+bool Engine::StoreAnswers(std::span<const Asked> answers) {
+  for (size_t i = 0; i < answers.size();) {
+    const Asked& first = answers[i];
+    SectorRange run{first.range.first, first.outcome.delivered};
+    for (++i; i < answers.size() && run.End() == answers[i].range.first &&
+              answers[i - 1].outcome.delivered == AskedSource::kMaxAskSectors;
+         ++i) {
+      run.count += answers[i].outcome.delivered;
     }
-    if (run.count > 0 && !m_keeper.Store(run, first[i].data, m_isRetrying)) return StopForStore();
-    i = end;
+    if (run.count > 0 && !m_keeper.Store(run, first.data, m_isRetrying)) return StopForStore();
   }
   return true;
 }
@@ -140,10 +140,7 @@ void Engine::Settle(const Asked& asked) {
   m_progress.position = asked.range.first;
   const SectorRange got{asked.range.first, asked.outcome.delivered};
   const bool isMedium = asked.outcome.kind == FailureKind::kMedium;
-  if (got.count > 0 || isMedium) {
-    EndSilence();
-    m_wasMediumLast = isMedium;
-  }
+  if (got.count > 0 || isMedium) m_silence.End(isMedium);
   if (got.count > 0) {
     m_ledger.Stored(got);
     m_witnesses.NoteRead(got);

@@ -30,39 +30,7 @@ constexpr u32 kMostUnprobed = 4;
 // A request hangs, and the run is to stop. A second interrupt ends it without a word.
 void Engine::StopWhileWaiting() {
   m_queue.Drop();
-  if (m_progress.isWaiting) ExpectKill();
-}
-
-// The disk is silent, and people kill what hangs: the log is to know by then what does not count.
-void Engine::ExpectKill() {
-  if (m_expectsKill) return;
-  m_expectsKill = true;
-  const TakenBack refusals{m_ledger.Recent(),
-                           !m_isUncaused && m_ledger.FirstRecentAlone().has_value()};
-  m_log->Write(refusals.AddTo(LogEvent("unproved")).Add("untilEnd", true));
-  m_log->Sync();
-}
-
-void Engine::LogTakenBack(const TakenBack& refusals) {
-  if (!m_expectsKill && refusals.count == 0) return;
-  m_expectsKill = false;
-  m_log->Write(refusals.AddTo(LogEvent("unproved")));
-}
-
-// What failed since the disk was last known to be alive was not refused, but for what began the
-// silence: a piece, which nothing marks, and what has begun one alone before.
-Engine::TakenBack Engine::TakeBackSilence() {
-  m_isSilent = false;
-  if (std::exchange(m_isUncaused, false)) return {m_ledger.TakeBack(0), false};
-  const auto first = m_ledger.FirstRecentAlone();
-  const bool isCause = !first || m_beganSilence.Contains(first->first);
-  if (!isCause) m_beganSilence.Add(*first);
-  return {m_ledger.TakeBack(isCause ? 1 : 0), !isCause};
-}
-
-// The disk answers: was it silent before?
-void Engine::EndSilence() {
-  LogTakenBack(m_isSilent ? TakeBackSilence() : TakenBack());
+  if (m_progress.isWaiting) m_silence.ExpectKill();
 }
 
 void Engine::AliveNow() {
@@ -71,10 +39,10 @@ void Engine::AliveNow() {
   m_wakings = 0;
   m_lastSuccess = m_clock->Seconds();
   if (m_isDoubted || !m_ledger.HasUnproved()) return;
-  u64 marked = 0;
   const u64 planned = m_ledger.refused.Intersection(m_planned).Sectors();
   m_keeper.NoteChange();
-  if (!m_ledger.Prove(&marked)) StopForStore();
+  const auto [marked, isAll] = m_ledger.Prove();
+  if (!isAll) StopForStore();
   m_progress.all.unreadable += marked;
   m_progress.all.missing -= marked;
   m_progress.domain.unreadable += std::min(marked, planned);
@@ -92,12 +60,12 @@ bool Engine::NeedsProof() {
 u32 Engine::ProbeAfter(bool alone) const {
   if (!alone && m_ledger.refused.IsEmpty()) return kMostUnprobed;  // nothing would be marked
   // Of those amid good ones, hardly any is bad.
-  if (m_wasSilent || m_ledger.LastWasWitness()) return 1;
+  if (m_silence.WasOn() || m_ledger.LastWasWitness()) return 1;
   return m_witnesses.FailuresForEach();
 }
 
 bool Engine::NeedsProbe(bool alone) {
-  return m_failuresInRow >= ProbeAfter(alone) && m_systemFailures == 0 && !m_isSilent &&
+  return m_failuresInRow >= ProbeAfter(alone) && m_systemFailures == 0 && !m_silence.IsOn() &&
          !m_isRetrying && !IsStopping() && m_queue.IsEmpty();
 }
 
@@ -115,19 +83,11 @@ void Engine::Probe() {
   FallSilent(false);
 }
 
-// `isOld`: it was silent before anything was refused. Nor is what was refused the cause when the
-// drive had reported a bad sector just before: that did it.
-void Engine::NoteSilence(bool isOld) {
-  if (!m_isSilent) m_isUncaused = isOld || m_ledger.Recent() == 0 || m_wasMediumLast;
-  m_isSilent = m_wasSilent = true;
-  ExpectKill();
-}
-
 // It is asked for witnesses only, as long as there are enough for what follows: what is wanted is
 // not to be asked for in vain.
 void Engine::FallSilent(bool isOld) {
-  NoteSilence(isOld);
-  while (m_isSilent && m_failuresInRow > 0 && !NeedsProof() && !IsStopping() &&
+  m_silence.Begin(isOld);
+  while (m_silence.IsOn() && m_failuresInRow > 0 && !NeedsProof() && !IsStopping() &&
          m_witnesses.Fresh() > kWitnessesKept) {
     m_clock->Sleep(kSilentPause);
     Tell();
@@ -139,7 +99,7 @@ void Engine::FallSilent(bool isOld) {
 // silent and came back: there, no other way tells what is bad.
 bool Engine::MayAskKnownGood() const {
   return m_progress.all.present > 0 &&
-         (m_wasSilent ||
+         (m_silence.WasOn() ||
           (m_witnesses.KnownGoodPicked() + kKnownGoodKept) * kFailuresPerKnownGood <= m_failures);
 }
 
@@ -147,7 +107,7 @@ bool Engine::MayAskKnownGood() const {
 void Engine::GreetWoken() {
   m_isWoken = false;
   const bool isOld = m_ledger.Recent() == 0;
-  const auto witness = PickProof(m_progress.position, false, !m_wasSilent);
+  const auto witness = PickProof(m_progress.position, false, !m_silence.WasOn());
   if (witness && ProveBy(*witness) != FailureKind::kNone && !IsStopping()) FallSilent(isOld);
 }
 
@@ -157,7 +117,7 @@ bool Engine::Prove() {
   double pause = kFirstPatientPause;
   for (Proof proof; (proof = AskForProof(false)) != Proof::kAlive;) {
     if (IsStopping()) return false;
-    if (proof == Proof::kNone && m_systemFailures == 0 && !m_isRetrying) NoteSilence(false);
+    if (proof == Proof::kNone && m_systemFailures == 0 && !m_isRetrying) m_silence.Begin(false);
     const bool isEarly = m_failuresInRow < m_options.maxFailures && RowSeconds() < kPatientSeconds;
     if (!isEarly) {
       EndOrWake(StopReason::kNotAnswering, 0);
@@ -181,14 +141,14 @@ Engine::Proof Engine::AskForProof(bool isEarly) {
   if (IsStopping() || first->isKnownGood) return Proof::kNone;
   const auto second = PickProof(first->range.first, true, isEarly);
   if (!second) return Proof::kNone;
-  m_isDoubted = how == FailureKind::kUnclear && !m_isSilent;
+  m_isDoubted = how == FailureKind::kUnclear && !m_silence.IsOn();
   const bool isAlive = ProveBy(*second) == FailureKind::kNone;
   if (std::exchange(m_isDoubted, false) && isAlive && !IsStopping()) {
-    m_isSilent = true;  // so that an answer takes back what was refused
+    m_silence.Suspect();
     const bool isSame = second->range.first == first->range.first;  // there was no other
     const bool wasSilent = isSame || ProveBy(*first) == FailureKind::kNone;
-    m_isSilent = false;
-    m_wasSilent = m_wasSilent || wasSilent;
+    m_silence.Acquit();
+    if (wasSilent) m_silence.NoteWasOn();
     AliveNow();
     if (!wasSilent) {  // it is bad, and has perhaps silenced the disk once more
       m_failuresInRow = 1;
@@ -221,21 +181,21 @@ FailureKind Engine::ProveBy(const Witness& asking) {
   if (!isKnownGood && !PrepareStore(witness)) return FailureKind::kSystem;
   m_queue.JudgeSlowness(false);
   m_queue.Push(witness, true);
-  Asked* asked = nullptr;
-  while (m_queue.Wait(kTickSeconds, 1, &asked) == 0) Tell();
-  const FailureKind kind = asked->outcome.kind;
-  const bool isAlive = asked->outcome.delivered > 0 || kind == FailureKind::kMedium;
+  std::span<const Asked> answers;
+  while ((answers = m_queue.Wait(kTickSeconds, 1)).empty()) Tell();
+  const Asked& asked = answers.front();
+  const FailureKind kind = asked.outcome.kind;
+  const bool isAlive = asked.outcome.delivered > 0 || kind == FailureKind::kMedium;
   if (isKnownGood) {
     m_progress.asked += witness.count;
     if (isAlive) {
-      m_wasMediumLast = kind == FailureKind::kMedium;
-      EndSilence();
+      m_silence.End(kind == FailureKind::kMedium);
       AliveNow();
     }
-    if (!isAlive && m_failuresInRow++ == 0) m_firstFailure = m_clock->Seconds() - asked->seconds;
-    if (kind == FailureKind::kGone) EndOrWake(StopReason::kGone, asked->outcome.code);
-  } else if (StoreAnswers(asked, 1)) {
-    Settle(*asked);
+    if (!isAlive && m_failuresInRow++ == 0) m_firstFailure = m_clock->Seconds() - asked.seconds;
+    if (kind == FailureKind::kGone) EndOrWake(StopReason::kGone, asked.outcome.code);
+  } else if (StoreAnswers(answers)) {
+    Settle(asked);
   }
   m_queue.Pop(1);
   if (!isAlive) m_witnesses.AskedInVain(witness);
@@ -244,13 +204,14 @@ FailureKind Engine::ProveBy(const Witness& asking) {
 
 void Engine::EndOrWake(StopReason reason, u32 systemError) {
   // A device that vanished was alive until then; one that does not answer was not.
-  const bool wasSilent = m_isSilent || reason == StopReason::kNotAnswering;
-  if (wasSilent) ExpectKill();  // waking it may take long
-  const TakenBack unproved = wasSilent ? TakeBackSilence() : TakenBack();
+  const bool wasSilent = m_silence.IsOn() || reason == StopReason::kNotAnswering;
+  if (wasSilent) m_silence.ExpectKill();  // waking it may take long
+  const TakenBack unproved = wasSilent ? m_silence.TakeBack() : TakenBack();
   if (m_options.onSilent && m_wakings++ < kMostWakings && m_options.onSilent(reason)) {
     m_failuresInRow = 0;
-    m_isWoken = m_wasSilent = true;
-    LogTakenBack(unproved);
+    m_isWoken = true;
+    m_silence.NoteWasOn();
+    m_silence.Log(unproved);
     return;
   }
   m_unprovedAtEnd = unproved;

@@ -66,18 +66,18 @@ void Ledger::GiveUpWitnessesBeside(SectorRange bad) {
   if (after && after->first == bad.End()) GiveUpWitnesses(*after);
 }
 
-bool Ledger::Prove(u64* marked) {
+Ledger::Marked Ledger::Prove() {
   for (const Refusal& refusal : m_recent) GiveUpWitnessesBeside(refusal.range);
   m_recent.clear();
-  bool kept = true;
+  Marked marked;
   refused.Visit([&](SectorRange range) {
-    kept = kept && m_store->MarkUnreadable(range);
-    if (!kept) return;
+    marked.isAll = marked.isAll && m_store->MarkUnreadable(range);
+    if (!marked.isAll) return;
     m_log->Write(LogEvent("marked").Add(range));
-    *marked += range.count;
+    marked.sectors += range.count;
   });
-  if (kept) refused.Clear();
-  return kept;
+  if (marked.isAll) refused.Clear();
+  return marked;
 }
 
 std::optional<SectorRange> Ledger::FirstRecentAlone() const {

@@ -54,9 +54,12 @@ class Ledger {
   // How many refusals there were since the last sign of life.
   size_t Recent() const { return m_recent.size(); }
   bool HasUnproved() const { return !m_recent.empty() || !refused.IsEmpty(); }
-  // The disk is alive: marks what was refused. *marked grows by the sectors marked. False when the
-  // cache does not take it.
-  bool Prove(u64* marked);
+  // The disk is alive: marks what was refused, until the cache does not take it.
+  struct Marked {
+    u64 sectors = 0;
+    bool isAll = true;
+  };
+  Marked Prove();
   // The first refusal since the last sign of life, when it was of what was asked alone.
   std::optional<SectorRange> FirstRecentAlone() const;
   // Whether the last refusal since the last sign of life was of a witness.
