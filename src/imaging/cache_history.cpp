@@ -6,7 +6,6 @@
 #include <memory>
 
 #include "platform/boot.h"
-#include "platform/medium.h"
 #include "platform/system_error.h"
 #include "rescue/cache_store.h"
 #include "rescue/rescue_log.h"

@@ -5,8 +5,7 @@
 #include "base/path_text.h"
 #include "imaging/cache_history.h"
 #include "platform/boot.h"
-#include "platform/medium.h"
-#include "platform/page_cache.h"
+#include "platform/file.h"
 #include "platform/system_error.h"
 
 namespace larkspur {

@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "base/types.h"
-#include "platform/failure.h"
+#include "platform/system_error.h"
 
 namespace larkspur::platform {
 

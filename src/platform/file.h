@@ -110,4 +110,13 @@ bool SyncFolderOf(const char16_t* path);
 // where that does not say.
 std::optional<u64> FreeBytes(const char16_t* path);
 
+// Makes the system forget what it holds of the file in memory, so that reads come from the disk.
+// REQUIRES: everything that was written has been flushed. Does nothing where the system does not
+// offer that.
+void DropCachedPages(const char16_t* path);
+
+// Where the symbolic link at `path` leads in the end, whether or not anything is there; the path as
+// it is when there is no link, or it cannot be followed.
+std::u16string FollowLinks(const std::u16string& path);
+
 }  // namespace larkspur::platform

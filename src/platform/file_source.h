@@ -4,8 +4,8 @@
 
 // What reading a regular file from a failing disk needs beyond platform/file.h.
 
-#include "platform/failure.h"
 #include "platform/file.h"
+#include "platform/system_error.h"
 
 namespace larkspur::platform {
 

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "base/types.h"
-#include "platform/failure.h"
+#include "platform/system_error.h"
 
 namespace larkspur {
 

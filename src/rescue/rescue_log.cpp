@@ -8,7 +8,7 @@
 #include <fmt/core.h>
 
 #include "base/json_text.h"
-#include "platform/links.h"
+#include "platform/file.h"
 #include "platform/system_error.h"
 
 namespace larkspur {

@@ -10,7 +10,6 @@
 #include "fakes/temp_folder.h"
 #include "imaging/check.h"
 #include "platform/boot.h"
-#include "platform/medium.h"
 #include "rescue/cache_store.h"
 #include "rescue/rescue_log.h"
 

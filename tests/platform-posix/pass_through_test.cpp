@@ -17,7 +17,6 @@
 #include "devices/scsi_requests.h"
 #include "fakes/simulated_drive.h"
 #include "platform/device_requests.h"
-#include "platform/failure.h"
 #include "platform/system_error.h"
 
 namespace larkspur::platform {

@@ -4,8 +4,8 @@
 
 // Whether a block device and all that it is built on are still there, by what /sys tells.
 
-#include "platform/failure.h"
 #include "platform/posix/sysfs.h"
+#include "platform/system_error.h"
 
 namespace larkspur::platform {
 

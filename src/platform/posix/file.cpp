@@ -249,4 +249,22 @@ std::optional<u64> FreeBytes(const char16_t* path) {
   return static_cast<u64>(room.f_bavail) * room.f_frsize;
 }
 
+void DropCachedPages(const char16_t* path) {
+  const OwnedFile file(OpenExistingFile(path, kOpenRead));
+  if (file.IsOpen()) posix_fadvise(static_cast<int>(file.Handle()), 0, 0, POSIX_FADV_DONTNEED);
+}
+
+std::u16string FollowLinks(const std::u16string& path) {
+  constexpr int kMostLinks = 40;  // as many as Linux follows
+  std::error_code error;
+  std::filesystem::path at = Utf8FromWide(path);
+  int followed = 0;
+  for (; followed < kMostLinks && std::filesystem::is_symlink(at, error); ++followed) {
+    const std::filesystem::path target = std::filesystem::read_symlink(at, error);
+    if (error) return path;
+    at = at.parent_path() / target;
+  }
+  return followed == 0 || followed == kMostLinks ? path : WideFromUtf8(at.string());
+}
+
 }  // namespace larkspur::platform

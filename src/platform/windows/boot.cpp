@@ -17,4 +17,9 @@ std::string BootId() {
   return std::to_string((started + kTicksPerMinute / 2) / kTicksPerMinute);
 }
 
+// Windows gives a disk no number of its own each time that it is plugged in.
+std::string MediumStay(const char16_t*) {
+  return {};
+}
+
 }  // namespace larkspur::platform

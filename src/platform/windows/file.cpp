@@ -238,4 +238,27 @@ std::optional<u64> FreeBytes(const char16_t* path) {
   return available.QuadPart;
 }
 
+// A handle without buffering makes the file system flush and drop what it holds of the file.
+void DropCachedPages(const char16_t* path) {
+  const HANDLE file = CreateFileW(NativePath(path).c_str(), GENERIC_READ,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                  OPEN_EXISTING, FILE_FLAG_NO_BUFFERING, nullptr);
+  if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
+}
+
+std::u16string FollowLinks(const std::u16string& path) {
+  const DWORD attributes = GetFileAttributesW(NativePath(path.c_str()).c_str());
+  const bool isLink =
+      attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT);
+  const OwnedFile file(isLink ? OpenExistingFile(path.c_str(), kOpenRead) : kNoFile);
+  if (!file.IsOpen()) return path;
+  const HANDLE handle = reinterpret_cast<HANDLE>(file.Handle());
+  std::wstring target(GetFinalPathNameByHandleW(handle, nullptr, 0, 0), L'\0');
+  const DWORD length =
+      GetFinalPathNameByHandleW(handle, target.data(), static_cast<DWORD>(target.size()), 0);
+  if (length == 0 || length >= target.size()) return path;
+  target.resize(length);
+  return FromWide(target.c_str());
+}
+
 }  // namespace larkspur::platform
