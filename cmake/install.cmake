@@ -28,6 +28,9 @@ if(NOT WIN32)
     install(TARGETS nbdkit-larkspur-plugin LIBRARY
       DESTINATION lib/${CMAKE_LIBRARY_ARCHITECTURE}/nbdkit/plugins COMPONENT nbdkit)
   endif()
+  # No one's mailbox, on purpose: whoever gives the packages to others sets their own.
+  set(LARKSPUR_MAINTAINER "The Larkspur authors <no-reply@larkspur.invalid>" CACHE STRING
+    "Who answers for the Debian packages, as Name <address>")
   string(TIMESTAMP LARKSPUR_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)
   configure_file(cmake/debian/changelog.in debian/changelog.Debian @ONLY)
   find_package(Python3 REQUIRED COMPONENTS Interpreter)
@@ -98,7 +101,7 @@ if(NOT WIN32)
     "Larkspur reads a failing disk once and keeps everything that it gets in a\n"
     "sparse cache file, from which every later look is served. Interrupted work\n"
     "resumes where it stopped. Maps, partitions and raw images come from the cache.")
-  set(CPACK_PACKAGE_CONTACT "The Larkspur authors <authors@larkspur-recovery.org>")
+  set(CPACK_PACKAGE_CONTACT "${LARKSPUR_MAINTAINER}")
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_SOURCE_DIR}/cmake/debian/built_using.cmake)
   set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
