@@ -1,6 +1,6 @@
 # What cmake --install puts where: component cli is the command line with its manual, host (on
-# Windows) the host application and the module, docs the documents with their pictures. Then CPack's
-# Debian package of it.
+# Windows) the host application and the module, docs the documents with their pictures, on Windows as
+# web pages. Then CPack's Debian package of it.
 include(GNUInstallDirs)
 if(WIN32)
   set(programs .)
@@ -15,12 +15,36 @@ if(WIN32)
   install(TARGETS larkspur-host RUNTIME DESTINATION ${programs} COMPONENT host)
   install(TARGETS larkspur_module LIBRARY DESTINATION ${programs} COMPONENT host)
 endif()
-install(FILES README.md CONTRIBUTING.md CHANGELOG.md LICENSE DESTINATION ${documents}
-  COMPONENT docs)
+if(WIN32)
+  set(license_name LICENSE.txt)  # which a double click opens, as it does the pages below
+else()
+  set(license_name LICENSE)
+endif()
+set(front README.md CONTRIBUTING.md CHANGELOG.md)
+install(FILES LICENSE DESTINATION ${documents} RENAME ${license_name} COMPONENT docs)
 install(FILES ${CMAKE_SOURCE_DIR}/cmake/third-party-notices.txt DESTINATION ${documents}
   COMPONENT docs)
 install(DIRECTORY docs DESTINATION ${documents} COMPONENT docs
-  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.[ch]" PATTERN man EXCLUDE)
+  FILES_MATCHING PATTERN "*.png" PATTERN "*.[ch]" PATTERN man EXCLUDE)
+find_package(Python3 COMPONENTS Interpreter)
+find_program(CMARK_GFM cmark-gfm)
+if(WIN32 AND CMARK_GFM AND Python3_FOUND)
+  set(pages ${CMAKE_BINARY_DIR}/pages)
+  file(GLOB_RECURSE texts CONFIGURE_DEPENDS docs/*.md)
+  add_custom_command(OUTPUT ${pages}/README.html
+    COMMAND ${CMAKE_COMMAND} -E rm -rf ${pages}
+    COMMAND Python3::Interpreter tools/make_pages.py . ${pages}
+    DEPENDS tools/make_pages.py ${front} ${texts} WORKING_DIRECTORY ${CMAKE_SOURCE_DIR})
+  add_custom_target(larkspur-documents ALL DEPENDS ${pages}/README.html)
+  install(DIRECTORY ${pages}/ DESTINATION ${documents} COMPONENT docs)
+else()
+  if(WIN32)
+    message(STATUS "cmark-gfm or Python is missing: the documents are installed as Markdown")
+  endif()
+  install(FILES ${front} DESTINATION ${documents} COMPONENT docs)
+  install(DIRECTORY docs DESTINATION ${documents} COMPONENT docs
+    FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)
+endif()
 
 if(NOT WIN32)
   # The plugin is a package of its own, since it needs nbdkit, and the program does not.

@@ -5,8 +5,9 @@
 ;
 ;   makensis -DVERSION=0.1.0 -DTREE=folder -DFILES=list -DOUTPUT=setup.exe larkspur.nsi
 ;
-; TREE is the folder of the programs and documents, FILES the commands that delete them. /S installs without questions, /D=folder (last,
-; without quotes) into another folder; the uninstaller knows /S as well.
+; TREE is the folder of the programs and documents, FILES the commands that delete them. /S installs
+; without questions, /D=folder (last, without quotes) into another folder; the uninstaller knows /S as
+; well.
 Target amd64-unicode
 ManifestDPIAware true
 RequestExecutionLevel user
@@ -34,7 +35,7 @@ VIAddVersionKey "ProductVersion" "${VERSION}"
 VIAddVersionKey "LegalCopyright" "MIT License"
 
 !define MUI_FINISHPAGE_RUN "$INSTDIR\larkspur-host.exe"
-!insertmacro MUI_PAGE_LICENSE "${TREE}/LICENSE"
+!insertmacro MUI_PAGE_LICENSE "${TREE}/LICENSE.txt"
 !insertmacro MUI_PAGE_DIRECTORY
 !insertmacro MUI_PAGE_INSTFILES
 !insertmacro MUI_PAGE_FINISH
@@ -78,6 +79,7 @@ Section
   CreateShortcut "$SMPROGRAMS\${NAME}\${NAME}.lnk" "$INSTDIR\larkspur-host.exe"
   CreateShortcut "$SMPROGRAMS\${NAME}\${NAME} command line.lnk" "$SYSDIR\cmd.exe" \
     '/k cd /d "$INSTDIR" && larkspur.exe --help'
+  CreateShortcut "$SMPROGRAMS\${NAME}\When a disk fails.lnk" "$INSTDIR\docs\guide.html"
   CreateShortcut "$SMPROGRAMS\${NAME}\Uninstall ${NAME}.lnk" "$INSTDIR\uninstall.exe"
   WriteRegStr HKCU "${UNINSTALL_KEY}" "DisplayName" "${NAME}"
   WriteRegStr HKCU "${UNINSTALL_KEY}" "DisplayVersion" "${VERSION}"
@@ -101,6 +103,7 @@ Section "Uninstall"
   RMDir "$INSTDIR"
   Delete "$SMPROGRAMS\${NAME}\${NAME}.lnk"
   Delete "$SMPROGRAMS\${NAME}\${NAME} command line.lnk"
+  Delete "$SMPROGRAMS\${NAME}\When a disk fails.lnk"
   Delete "$SMPROGRAMS\${NAME}\Uninstall ${NAME}.lnk"
   RMDir "$SMPROGRAMS\${NAME}"
   ReadRegStr $0 HKCU "Software\Classes\.kvrsp" ""

@@ -65,14 +65,30 @@ class PackageTest(unittest.TestCase):
             for target in re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", page.read_text("utf-8")):
                 self.assertTrue((page.parent / target).exists(), f"{page.name}: {target}")
 
+    def expect_whole_pages(self, folder):
+        """As web pages, which need nothing from elsewhere: every link leads to a place in a page, or to a
+        file that Windows knows how to open."""
+        self.assertFalse([str(p) for p in folder.rglob("*.md")])
+        pages = {p.resolve(): p.read_text("utf-8") for p in folder.rglob("*.html")}
+        self.assertGreater(len(pages), len(list((ROOT / "docs").rglob("*.md"))))
+        for page, text in pages.items():
+            self.assertNotRegex(text, r"<(script|link)\b|\.md\b|\]\(|[|]---", page)
+            for target in re.findall(r'(?:href|src)="([^"]+)"', text):
+                if target.startswith("https:"):
+                    continue
+                path, _, place = target.partition("#")
+                file = (page.parent / path).resolve() if path else page
+                self.assertTrue(file.is_file() and file.suffix, f"{page}: {target}")
+                self.assertTrue(not place or f'id="{place}"' in pages[file], f"{page}: {target}")
+
     def test_the_windows_zip_in_a_fresh_prefix(self):
         package, = (ROOT / "build/windows/package").glob("larkspur-*-win64.zip")
         with zipfile.ZipFile(package) as archive:
             archive.extractall(self.folder)
         programs, = self.folder.glob("larkspur-*-win64")
-        for name in ("README.md", "LICENSE", "third-party-notices.txt"):
+        for name in ("README.html", "LICENSE.txt", "third-party-notices.txt"):
             self.assertTrue((programs / name).is_file(), name)
-        self.expect_whole_links(programs)
+        self.expect_whole_pages(programs)
         screen = ROOT / "scripts/with-screen"
         status, said = words(screen, programs / "larkspur.exe", "--version", env=self.prefix())
         if status == 77:
@@ -93,7 +109,9 @@ class PackageTest(unittest.TestCase):
         user, = (p for p in (self.folder / "wine/drive_c/users").iterdir() if p.name != "Public")
         installed = user / "AppData/Local/Programs/Larkspur"
         menu = user / "AppData/Roaming/Microsoft/Windows/Start Menu/Programs/Larkspur"
-        self.assertTrue((menu / "Larkspur.lnk").is_file())
+        for entry in ("Larkspur.lnk", "When a disk fails.lnk"):
+            self.assertTrue((menu / entry).is_file(), entry)
+        self.assertTrue((installed / "docs/guide.html").is_file())
         status, said = words(screen, installed / "larkspur-host.exe", "--list", env=self.prefix())
         self.assertEqual(status, 0, said)
         self.assertIn("4f585c1000000004", said)
