@@ -64,7 +64,7 @@ void LiveReport::Update(cKVRSparseIO* image) {
 ExitStatus LiveReport::Finish(cKVRSparseIO* image, ExitStatus status) {
   if (m_options.report.empty()) return status;
   ReportFacts facts = GatherFacts(m_options.cache, image);
-  GatherFiles(image, &facts.files.emplace());
+  facts.files = GatherFiles(image).files;
   if (Write(image, facts)) return status;
   const u32 error = platform::LastFailure();
   // The empty file that Open made is in the way of the next run.

@@ -30,15 +30,19 @@ std::string OneOf(const std::vector<std::string>& words) {
   return text;
 }
 
-// The digits that `text` begins with; *rest is what follows them.
-std::optional<u64> Digits(const std::string& text, std::string* rest) {
+// The digits that a text begins with, and what follows them.
+struct Digits {
+  u64 number;
+  std::string rest;
+};
+
+std::optional<Digits> DigitsOf(const std::string& text) {
   u64 number = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
   if (error != std::errc()) return std::nullopt;
   const bool isPlain = text[0] != '0' || stop == text.data() + 1;
-  rest->assign(stop, end);
-  return isPlain ? std::optional(number) : std::nullopt;
+  return isPlain ? std::optional(Digits{number, {stop, end}}) : std::nullopt;
 }
 
 // How many bytes the unit has; 0: there is no such unit.
@@ -59,9 +63,11 @@ u64 UnitBytes(std::string unit) {
 }  // namespace
 
 u64 ParseNumber(const std::string& option, const std::string& text, Bounds bounds) {
-  std::string rest;
-  const auto number = Digits(text, &rest);
-  if (number && rest.empty() && *number >= bounds.least && *number <= bounds.most) return *number;
+  const auto digits = DigitsOf(text);
+  const bool isWhole = digits && digits->rest.empty();
+  if (isWhole && digits->number >= bounds.least && digits->number <= bounds.most) {
+    return digits->number;
+  }
   const bool isOpen = bounds.most == ~u64{0};
   Refuse(option,
          isOpen ? fmt::format("a whole number, {} or more", bounds.least)
@@ -70,13 +76,12 @@ u64 ParseNumber(const std::string& option, const std::string& text, Bounds bound
 }
 
 u64 ParseSize(const std::string& option, const std::string& text) {
-  std::string unit;
-  const auto number = Digits(text, &unit);
-  const u64 each = number ? UnitBytes(unit) : 0;
-  if (each == 0 || *number == 0 || *number > ~u64{0} / each) {
+  const auto digits = DigitsOf(text);
+  const u64 each = digits ? UnitBytes(digits->rest) : 0;
+  if (each == 0 || digits->number == 0 || digits->number > ~u64{0} / each) {
     Refuse(option, "a size such as 512, 64Ki or 10M", text);
   }
-  return *number * each;
+  return digits->number * each;
 }
 
 size_t ParseWord(const std::string& option, const std::string& text,

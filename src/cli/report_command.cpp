@@ -15,12 +15,13 @@ ExitStatus RunReport(const ReportOptions& options) {
   if (!cache) return cache.error();
   ReportFacts facts = GatherFacts(options.cache, cache->image.get());
   if (cache->damage) facts.damage = CacheWords(options.cache, *cache->damage);
-  const u64 lacking = GatherFiles(cache->image.get(), &facts.files.emplace());
+  GatheredFiles gathered = GatherFiles(cache->image.get());
+  facts.files = std::move(gathered.files);
   if (platform::InterruptFlag()) return kExitInterrupted;
   const ExitStatus status = WriteFileOrTell(options.output, options.force, FilesOf(options.cache),
                                             [&] { return WriteReport(cache->image.get(), facts); });
   const u64 unknown = CountStatuses(cache->image.get(), 0, cache->image->GetSectorCount()).unknown;
-  return TellDamage(options.cache, *cache, std::max(unknown, lacking), status);
+  return TellDamage(options.cache, *cache, std::max(unknown, gathered.unknown), status);
 }
 
 }  // namespace larkspur::cli

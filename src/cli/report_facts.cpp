@@ -196,17 +196,21 @@ ReportFacts GatherFacts(const std::string& cache, cKVRSparseIO* image) {
   return facts;
 }
 
-u64 GatherFiles(cKVRSparseIO* image, ReportFiles* files) {
+GatheredFiles GatherFiles(cKVRSparseIO* image) {
+  GatheredFiles gathered;
   StatusMap map(image);
   CacheStorage storage(image, map);
   const VolumeLayout layout = LayoutOf(image, image);
   if (!layout.met.unread.empty()) {
-    files->AddObstacle(
+    gathered.files.AddObstacle(
         "Sectors that tell where partitions lie are missing or unreadable: there may be files that "
         "are not listed.");
   }
-  for (const PlacedVolume& volume : layout.volumes) WalkVolume(volume, &storage, map, files);
-  return storage.Unknown();
+  for (const PlacedVolume& volume : layout.volumes) {
+    WalkVolume(volume, &storage, map, &gathered.files);
+  }
+  gathered.unknown = storage.Unknown();
+  return gathered;
 }
 
 }  // namespace larkspur::cli

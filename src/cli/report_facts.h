@@ -11,8 +11,12 @@ namespace larkspur::cli {
 // All but the files. `cache` is the image's path.
 ReportFacts GatherFacts(const std::string& cache, cKVRSparseIO* image);
 
-// The files on the image. Ends early when the user wants to stop. Answers of how many sectors that
-// were needed nothing is known.
-u64 GatherFiles(cKVRSparseIO* image, ReportFiles* files);
+struct GatheredFiles {
+  ReportFiles files;
+  u64 unknown = 0;  // of so many sectors that were needed nothing is known
+};
+
+// The files on the image. Ends early when the user wants to stop.
+GatheredFiles GatherFiles(cKVRSparseIO* image);
 
 }  // namespace larkspur::cli

@@ -81,17 +81,14 @@ std::string OneLine(const std::u16string& text) {
   return line;
 }
 
-// The storage's place in the list; Count() when it did not open, and the user was told.
-size_t OpenOrTell(const std::string& name, const CommandLine& line, cStorages* storages) {
+// Opens what the command names; kExitFailed when that did not go well, and the user was told.
+ExitStatus OpenOrTell(const CommandLine& line, cStorages* storages) {
+  const std::string& name = line.names[0];
   auto opened = OpenStorage(WideFromUtf8(name), WideFromUtf8(line.testMapfile));
-  size_t index = storages->Count();
-  if (!opened) {
-    Tell(OneLine(opened.error()));
-    return index;
-  }
+  if (!opened) return Fail(OneLine(opened.error()));
   if (!opened->notice.empty()) Tell(name + ": " + Utf8(opened->notice));
-  storages->Add(std::move(*opened), &index);
-  return index;
+  if (!storages->Add(std::move(*opened))) return Fail(name + ": there is not enough memory");
+  return kExitDone;
 }
 
 ExitStatus ReadAll(const Storage& storage) {
@@ -139,7 +136,7 @@ ExitStatus RunList(const CommandLine& line) {
 
 ExitStatus RunOpen(const CommandLine& line) {
   cStorages storages;
-  if (OpenOrTell(line.names[0], line, &storages) == storages.Count()) return kExitFailed;
+  if (OpenOrTell(line, &storages) != kExitDone) return kExitFailed;
   storages.LetRead(0);  // a drive as well: that is what the user asks for
   return DoAsAsked(line, storages.At(0));
 }
@@ -149,7 +146,7 @@ ExitStatus RunMake(const CommandLine& line) {
   cModule* const module = session.FirstModule();
   if (!module) return Fail("there is no module beside the program");
   cStorages& storages = session.storages;
-  if (OpenOrTell(line.names[0], line, &storages) == storages.Count()) return kExitFailed;
+  if (OpenOrTell(line, &storages) != kExitDone) return kExitFailed;
   const cHiddenWindow owner;
   const cDialogWatch watch(storages);
   const cDialogDriver driver(1, WideFromUtf8(line.names[1]));
@@ -158,8 +155,8 @@ ExitStatus RunMake(const CommandLine& line) {
         line.names[1] + ": " +
         (driver.Complaint().empty() ? "the module made no storage" : Utf8(driver.Complaint())));
   }
-  size_t index = 0;
-  if (!storages.TakeMade(watch.Seen(), &index)) return Fail("the module made what is open already");
+  const auto [index, isNew] = storages.TakeMade(watch.Seen());
+  if (!isNew) return Fail("the module made what is open already");
   const Storage& made = storages.At(index);
   Print(fmt::format("{}: {} sectors\n", Utf8(made.title), made.sectors));
   return DoAsAsked(line, made);

@@ -142,22 +142,19 @@ void cMainForm::OpenDrive() {
 }
 
 void cMainForm::OpenPath(const std::u16string& path) {
-  size_t index = 0;
-  auto adding = cStorages::Adding::kNoMemory;
+  std::optional<cStorages::Taken> added;
   std::u16string notice;
   {
     const cWaitCursor wait;
     auto opened = OpenStorage(path, WideFromUtf8(m_line.testMapfile));
     if (!opened) return ShowError(Handle(), opened.error());
     notice = opened->notice;
-    adding = m_storages.Add(std::move(*opened), &index);
+    added = m_storages.Add(std::move(*opened));
   }
-  if (adding == cStorages::Adding::kNoMemory) {
-    return ShowError(Handle(), path + u"\n" + texts::kNoMemory);
-  }
-  ShowStorages(index);
+  if (!added) return ShowError(Handle(), path + u"\n" + texts::kNoMemory);
+  ShowStorages(added->index);
   m_storageList.Focus();
-  if (adding == cStorages::Adding::kOpenAlready) ShowNotice(Handle(), texts::kOpenAlready);
+  if (!added->isNew) ShowNotice(Handle(), texts::kOpenAlready);
   if (!notice.empty()) Say(notice);
 }
 
@@ -173,8 +170,7 @@ void cMainForm::MakeStorage() {
 }
 
 void cMainForm::TakeMade(const MadeFrom& from) {
-  size_t index = 0;
-  const bool isNew = m_storages.TakeMade(from, &index);
+  const auto [index, isNew] = m_storages.TakeMade(from);
   ShowStorages(index);
   m_storageList.Focus();
   if (!isNew) ShowNotice(Handle(), texts::kMadeAlready);

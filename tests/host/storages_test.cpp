@@ -33,9 +33,8 @@ class StoragesTest : public ::testing::Test {
 
   size_t Open(const std::u16string& path) {
     auto opened = OpenStorage(path, {});
-    size_t index = kNowhere;
-    if (opened) storages.Add(std::move(*opened), &index);
-    return index;
+    const auto added = opened ? storages.Add(std::move(*opened)) : std::nullopt;
+    return added ? added->index : kNowhere;
   }
 
   // What a module does: appends a node and tells the list.
@@ -81,11 +80,11 @@ TEST_F(StoragesTest, TheListStaysLinkedWhateverIsClosed) {
 
 TEST_F(StoragesTest, AStorageOpensOnce) {
   const std::u16string path = MakeDisk(u"disk");
-  size_t index = kNowhere;
   EXPECT_EQ(Open(path), 0u);
-  EXPECT_EQ(storages.Add(std::move(*OpenStorage(path, {})), &index),
-            cStorages::Adding::kOpenAlready);
-  EXPECT_EQ(index, 0u);
+  const auto again = storages.Add(std::move(*OpenStorage(path, {})));
+  ASSERT_TRUE(again);
+  EXPECT_FALSE(again->isNew);
+  EXPECT_EQ(again->index, 0u);
   EXPECT_EQ(storages.Count(), 1u);
   EXPECT_EQ(storages.At(0).title, u"disk");
 }
@@ -96,8 +95,9 @@ TEST_F(StoragesTest, ADriveIsReadWhenTheUserSaysSo) {
     OpenedStorage opened;
     opened.io.reset(fakes::SourceOn(script).release());
     opened.kind = kind;
-    size_t index = 0;
-    ASSERT_EQ(storages.Add(std::move(opened), &index), cStorages::Adding::kAdded);
+    const auto added = storages.Add(std::move(opened));
+    ASSERT_TRUE(added && added->isNew);
+    const size_t index = added->index;
     EXPECT_EQ(script->requests == 0, kind == StorageKind::kDrive);
     EXPECT_EQ(storages.At(index).tree.empty(), kind == StorageKind::kDrive);
     storages.LetRead(index);
@@ -109,8 +109,8 @@ TEST_F(StoragesTest, ADriveIsReadWhenTheUserSaysSo) {
 TEST_F(StoragesTest, WhatAModuleMadeHasAMapAndKnowsItsSource) {
   const size_t disk = Open(MakeDisk(u"disk"));
   MakeReadOnce(storages.At(disk), folder.File(u"c.kvrsp"));
-  size_t index = 0;
-  ASSERT_TRUE(storages.TakeMade({folder.File(u"c.kvrsp"), storages.At(disk).IO()}, &index));
+  const auto [index, isNew] = storages.TakeMade({folder.File(u"c.kvrsp"), storages.At(disk).IO()});
+  ASSERT_TRUE(isNew);
   Storage& made = storages.At(index);
   ASSERT_TRUE(made.map);
   const auto files = storages.Files();  // no output takes their place
@@ -128,13 +128,13 @@ TEST_F(StoragesTest, WhatAModuleMadeHasAMapAndKnowsItsSource) {
 TEST_F(StoragesTest, ACacheIsNotUsedByTwoStorages) {
   const size_t one = Open(MakeDisk(u"one")), other = Open(MakeDisk(u"other"));
   const std::u16string cache = folder.File(u"c.kvrsp");
-  size_t index = kNowhere;
   MakeReadOnce(storages.At(one), cache);
-  ASSERT_TRUE(storages.TakeMade({cache, storages.At(one).IO()}, &index));
+  ASSERT_TRUE(storages.TakeMade({cache, storages.At(one).IO()}).isNew);
   for (const size_t source : {one, other}) {
     MakeReadOnce(storages.At(source), cache);
-    EXPECT_FALSE(storages.TakeMade({cache, storages.At(source).IO()}, &index));
-    EXPECT_EQ(index, 2u);
+    const auto again = storages.TakeMade({cache, storages.At(source).IO()});
+    EXPECT_FALSE(again.isNew);
+    EXPECT_EQ(again.index, 2u);
     EXPECT_EQ(Walk().size(), 3u);
   }
 }
@@ -142,8 +142,7 @@ TEST_F(StoragesTest, ACacheIsNotUsedByTwoStorages) {
 TEST_F(StoragesTest, ACacheAloneIsAStorage) {
   const size_t disk = Open(MakeDisk(u"disk"));
   MakeReadOnce(storages.At(disk), folder.File(u"c.kvrsp"));
-  size_t made = 0;
-  ASSERT_TRUE(storages.TakeMade({folder.File(u"c.kvrsp"), nullptr}, &made));
+  ASSERT_TRUE(storages.TakeMade({folder.File(u"c.kvrsp"), nullptr}).isNew);
   const size_t cache = Open(folder.File(u"c.kvrsp"));
   ASSERT_EQ(cache, 2u);
   EXPECT_EQ(storages.At(cache).kind, StorageKind::kCache);

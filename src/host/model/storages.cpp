@@ -119,12 +119,13 @@ size_t cStorages::IndexOfSame(const Storage& storage) const {
   return index;
 }
 
-cStorages::Adding cStorages::Add(OpenedStorage opened, size_t* index) {
-  for (*index = 0; *index < Count(); ++*index) {
-    if (opened.io->IsSameAs(At(*index).IO())) return Adding::kOpenAlready;
+std::optional<cStorages::Taken> cStorages::Add(OpenedStorage opened) {
+  const size_t index = Count();
+  for (size_t open = 0; open < index; ++open) {
+    if (opened.io->IsSameAs(At(open).IO())) return Taken{open, false};
   }
-  if (!AppendNode(opened.io.get())) return Adding::kNoMemory;
-  Storage& storage = At(*index);
+  if (!AppendNode(opened.io.get())) return std::nullopt;
+  Storage& storage = At(index);
   static_cast<void>(opened.io.release());  // the list's from now on
   storage.kind = opened.kind;
   storage.path = opened.path;
@@ -136,8 +137,8 @@ cStorages::Adding cStorages::Add(OpenedStorage opened, size_t* index) {
     storage.source = {Owned<cBaseIO>(storage.IO()->Clone()), opened.traffic, storage.sectors,
                       storage.path};
   }
-  if (storage.kind != StorageKind::kDrive) LetRead(*index);
-  return Adding::kAdded;
+  if (storage.kind != StorageKind::kDrive) LetRead(index);
+  return Taken{index, true};
 }
 
 std::vector<std::u16string> cStorages::Files() const {
@@ -163,20 +164,18 @@ void cStorages::LetRead(size_t index) {
   storage.tree = TreeRows(storage.node->tree, notes);
 }
 
-bool cStorages::TakeMade(const MadeFrom& from, size_t* index) {
+cStorages::Taken cStorages::TakeMade(const MadeFrom& from) {
   const size_t last = Count() - 1;
   Storage& made = At(last);
   if (!from.cachePath.empty()) made.path = platform::FullPath(from.cachePath.c_str());
   if (const size_t same = IndexOfSame(made); same < Count()) {
     Close(last);
-    *index = same;
-    return false;
+    return {same, false};
   }
   if (const Storage* source = Find(from.source)) made.source = source->source.Clone();
   made.map = LookAt(made.path, made.sectors);
   if (!made.path.empty()) made.title = FileName(made.path) + u" " + made.title;
-  *index = last;
-  return true;
+  return {last, true};
 }
 
 void cStorages::Close(size_t index) {

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -72,11 +73,14 @@ class cStorages final : public HostStorageList {
   // The storage with that object; null when it is closed by now.
   Storage* Find(const cBaseIO* io) const;
 
-  enum class Adding { kAdded, kOpenAlready, kNoMemory };
+  // A storage's place in the list, and whether it was not open before.
+  struct Taken {
+    size_t index;
+    bool isNew;
+  };
   // Takes an opened storage, with the tree of its partitions. A drive is not read for that: a
-  // failing one is to be read through a cache. `index` becomes that of the storage, the one that
-  // was open already included.
-  Adding Add(OpenedStorage opened, size_t* index);
+  // failing one is to be read through a cache. None when there is not enough memory.
+  std::optional<Taken> Add(OpenedStorage opened);
 
   // What no output may overwrite: the files and devices of all that is open.
   std::vector<std::u16string> Files() const;
@@ -84,9 +88,9 @@ class cStorages final : public HostStorageList {
   // Lets a drive be read as it stands, and reads its partitions.
   void LetRead(size_t index);
 
-  // Completes the last storage, which a module has appended. False, and it is closed again, when
-  // it is the same as an open one or its cache is that of an open one, whose index is then given.
-  bool TakeMade(const MadeFrom& from, size_t* index);
+  // Completes the last storage, which a module has appended. It is closed again when it is the same
+  // as an open one or its cache is that of an open one, which is then answered.
+  Taken TakeMade(const MadeFrom& from);
 
   // Ends the storage with its tree. What was made from it lives on by its own clones.
   void Close(size_t index);
