@@ -73,7 +73,7 @@ ExitStatus RunCheck(const std::string& path, bool repair, bool json) {
   std::shared_ptr<CacheLock> lock;
   if (repair) {
     auto locked = LockCache(file);
-    if (!locked) return Fail(CacheWords(path, locked.error()));
+    if (!locked) return Fail(CacheFailure(path, locked.error()));
     lock = std::move(*locked);
   }
   const auto checked = CheckCache(file, repair);

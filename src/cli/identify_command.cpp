@@ -73,7 +73,7 @@ ExitStatus RunIdentify(const std::string& device, bool json) {
   }
   platform::SetLastFailure(0);
   const Owned<cBaseIO> drive = OpenDrive(path);
-  if (!drive) return Fail(CannotOpenWords(device, platform::LastFailure()));
+  if (!drive) return Fail(Failure(device, CannotOpenWords(platform::LastFailure())));
   Found found{device, IdentityOf(drive.get()), Utf8FromWide(DescriptionOf(drive.get())),
               Utf8FromWide(drive->GetName()), drive->GetSectorCount()};
   drive->GetGeometry(found.geometry);

@@ -55,7 +55,7 @@ Result<ExtentSet, ExitStatus> MakeDomain(Rescue* rescue, const ImageOptions& opt
   ExtentSet domain(rescue->Range());
   if (!options.domain.empty()) {
     const auto wanted = ReadDomain(WideFromUtf8(options.domain));
-    if (!wanted) return Failed(Fail(MapfileWords(options.domain, wanted.error())));
+    if (!wanted) return Failed(Fail(Failure(options.domain, MapfileWords(wanted.error()))));
     domain = domain.Intersection(*wanted);
   }
   if (!options.partition.empty()) {

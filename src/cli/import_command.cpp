@@ -19,7 +19,7 @@ namespace {
 
 Result<ImportPlan, ExitStatus> ReadPlan(const std::string& path) {
   const auto blocks = ReadMapfile(WideFromUtf8(path));
-  if (!blocks) return Failed(Fail(MapfileWords(path, blocks.error())));
+  if (!blocks) return Failed(Fail(Failure(path, MapfileWords(blocks.error()))));
   ImportPlan plan = PlanImport(*blocks);
   if (plan.sectors == 0) return Failed(Fail(path + ": the mapfile covers no sector"));
   if (plan.sectors >= kMaxSparseSectors) {
@@ -51,7 +51,7 @@ ExitStatus TellEnd(const ImportResult& result, const ImportPlan& plan,
     case ImportEnd::kCannotCreate:
       return Fail(Failure(options.cache, "the cache cannot be created", result.systemError));
     case ImportEnd::kImageUnopened:
-      return Fail(CannotOpenWords(options.image, result.systemError));
+      return Fail(Failure(options.image, CannotOpenWords(result.systemError)));
     case ImportEnd::kImageLonger:
     case ImportEnd::kImageShorter:
       return Fail(SizeWords(options, plan, result.imageBytes));
@@ -91,7 +91,7 @@ std::vector<std::u16string> UsedBy(const ImportOptions& options) {
 // What ddrescue read in vain, and not sector by sector: the log remembers that it was tried.
 ExitStatus NoteTried(const ImportOptions& options, const ImportPlan& plan) {
   const auto cache = OpenCache(WideFromUtf8(options.cache), CacheAccess::kLook, plan.sectors);
-  if (!cache) return Fail(CacheWords(options.cache, cache.error()));
+  if (!cache) return Fail(CacheFailure(options.cache, cache.error()));
   SourceIdentity source;
   source.path = options.image;
   source.sectors = plan.sectors;

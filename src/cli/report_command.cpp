@@ -14,7 +14,7 @@ ExitStatus RunReport(const ReportOptions& options) {
   auto cache = OpenCacheToLook(options.cache);
   if (!cache) return cache.error();
   ReportFacts facts = GatherFacts(options.cache, cache->image.get());
-  if (cache->damage) facts.damage = CacheWords(options.cache, *cache->damage);
+  if (cache->damage) facts.damage = CacheFailure(options.cache, *cache->damage);
   GatheredFiles gathered = GatherFiles(cache->image.get());
   facts.files = std::move(gathered.files);
   if (platform::InterruptFlag()) return kExitInterrupted;

@@ -86,7 +86,7 @@ ExitStatus Rescue::Open(const StorageOptions& options, EngineOptions engine) {
     return Fail(LogWords(options.cache, *fault));
   }
   auto cache = OpenOrCreateCache(cachePath, WideFromUtf8(options.source), m_source.sectors);
-  if (!cache) return Fail(CacheWords(options.cache, cache.error(), m_source.sectors));
+  if (!cache) return Fail(CacheFailure(options.cache, cache.error(), m_source.sectors));
   m_cache = std::move(*cache);
   return OpenSession(std::move(engine));
 }
@@ -120,8 +120,8 @@ ExitStatus Rescue::OpenSession(EngineOptions engine) {
       return Fail(Failure(m_options.cache, "the cache cannot be read; try 'larkspur check'",
                           opened.error().systemError));
     case SessionFaultKind::kLogUnreadable:
-      return Fail(CacheWords(m_options.cache,
-                             {CacheFaultKind::kLogUnreadable, opened.error().systemError}));
+      return Fail(CacheFailure(m_options.cache,
+                               {CacheFaultKind::kLogUnreadable, opened.error().systemError}));
     case SessionFaultKind::kLog:
       return Fail(LogWords(m_options.cache, opened.error().logFault));
   }

@@ -7,9 +7,8 @@
 #include <functional>
 
 #include "cli/commands.h"
-#include "imaging/cache.h"
 #include "imaging/output_file.h"
-#include "imaging/source.h"
+#include "imaging/storage_words.h"
 #include "rescue/rescue_log.h"
 
 namespace larkspur::cli {
@@ -21,15 +20,16 @@ Result<Source, ExitStatus> OpenSourceOrTell(const StorageOptions& options);
 // Why no file system can be read, which `name` wanted; by the system's last failure.
 std::string CannotWalkWords(const std::string& name);
 
-// Why a device or file could not be opened for reading, with what to do about it.
-std::string CannotOpenWords(const std::string& name, unsigned systemError);
+// "name: what is wrong: what the system said".
+std::string Failure(const std::string& name, const FaultWords& words);
 
 // Says what is wrong with a cache that was shown nevertheless, and answers kExitFailed for it;
 // `status` when nothing is. `unknown` counts the sectors whose status could not be read.
 ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, ExitStatus status);
 
-// What is wrong with the cache `name`, of a source of so many sectors where there is one.
-std::string CacheWords(const std::string& name, const CacheFault& fault, u64 sourceSectors = 0);
+// What is wrong with the cache `name` or its log, for a source of so many sectors where there is
+// one.
+std::string CacheFailure(const std::string& name, const CacheFault& fault, u64 sourceSectors = 0);
 
 // What no output of a run may overwrite: the cache with its log, the file that it was made from,
 // and others, of which some may be empty.
@@ -46,9 +46,6 @@ ExitStatus JudgeOutputOrTell(const std::string& path, bool force,
 ExitStatus WriteFileOrTell(const std::string& path, bool force,
                            const std::vector<std::u16string>& inputs,
                            const std::function<std::string()>& make);
-
-// What is wrong with the mapfile `name`.
-std::string MapfileWords(const std::string& name, const MapfileFault& fault);
 
 // Why nothing is logged for the cache `cache`.
 std::string LogWords(const std::string& cache, LogFault fault);

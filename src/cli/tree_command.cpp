@@ -91,9 +91,9 @@ ExitStatus RunTree(const TreeOptions& options) {
   if (!options.cache.empty()) return ShowThroughCache(options);
   if (auto cache = OpenIfCache(WideFromUtf8(options.source))) {
     if (!*cache && cache->error().kind == CacheFaultKind::kCannotOpen) {
-      return Fail(CannotOpenWords(options.source, cache->error().systemError));
+      return Fail(Failure(options.source, CannotOpenWords(cache->error().systemError)));
     }
-    if (!*cache) return Fail(CacheWords(options.source, cache->error()));
+    if (!*cache) return Fail(CacheFailure(options.source, cache->error()));
     return ShowTree(options, (*cache)->image.get(), &**cache);
   }
   auto source = OpenSourceOrTell(options);

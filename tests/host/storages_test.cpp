@@ -160,14 +160,14 @@ TEST_F(StoragesTest, WhatDoesNotOpenIsNamedWithTheReason) {
   const struct {
     std::u16string path, mapfile, named, reason;
   } rows[] = {
-      {zeros, {}, zeros, u"not a cache, or its header is damaged; \"larkspur check\""},
+      {zeros, {}, zeros, u"This is not a cache, or its header is damaged; 'larkspur check'"},
       {folder.File(u"damaged"), {}, folder.File(u"damaged"), u"header is damaged"},
-      {folder.File(u"absent"), {}, folder.File(u"absent"), u"cannot be opened for reading:\n"},
+      {folder.File(u"absent"), {}, folder.File(u"absent"), u"It cannot be opened for reading:\n"},
       {MakeDisk(u"empty", 0), {}, folder.File(u"empty"), u"no whole sector"},
       {MakeDisk(u"small", 511), {}, folder.File(u"small"), u"no whole sector"},
       {folder.Path().u16string(), {}, folder.Path().u16string(), u"is a folder"},
       {disk, folder.File(u"no.map"), folder.File(u"no.map"), u"The mapfile cannot be read:\n"},
-      {disk, zeros, zeros, u"The mapfile is wrong in line 1"},
+      {disk, zeros, zeros, u"Line 1: "},
   };
   for (const auto& row : rows) {
     const auto opened = OpenStorage(row.path, row.mapfile);
@@ -177,6 +177,11 @@ TEST_F(StoragesTest, WhatDoesNotOpenIsNamedWithTheReason) {
         << Utf8FromWide(opened.error());
   }
   EXPECT_FALSE(OpenStorage(MakeDisk(u"odd", 1000), {})->notice.empty());
+  std::error_code noLinks;  // as under Wine
+  std::filesystem::create_symlink("nowhere", folder.Path() / "link", noLinks);
+  if (noLinks) return;
+  EXPECT_NE(OpenStorage(folder.File(u"link"), {}).error().find(u"This is a link"),
+            std::u16string::npos);
 }
 
 }  // namespace
