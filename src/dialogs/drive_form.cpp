@@ -123,7 +123,7 @@ MessageAnswer cDriveForm::OnFound(const WindowMessage&) {
   if (m_rows.empty()) {
     m_edit.Focus();
   } else if (m_edit.Value().empty()) {
-    m_list.SetValue(0);
+    m_list.SetValue(RowToOffer(m_rows));
     ShowPath();
   }
   return 0;

@@ -232,8 +232,8 @@ TEST(DriveRows, SayWhatADriveIsAndWhatIsSpecialAboutIt) {
   drives[2].path = u"D";
   drives[2].isOptical = drives[2].isReadOnly = true;
   std::string text;
-  for (const DriveRow& row :
-       DriveRows(drives, words, [](const auto& path) { return path == u"C"; }))
+  auto rows = DriveRows(drives, words, [](const auto& path) { return path == u"C"; });
+  for (const DriveRow& row : rows)
     for (const auto& cell : {row.path, row.model, row.serial, row.size, row.notes + u"\n"})
       text += "|" + Utf8FromWide(cell);
   EXPECT_EQ(text,
@@ -241,6 +241,9 @@ TEST(DriveRows, SayWhatADriveIsAndWhatIsSpecialAboutIt) {
             "|U|Stick|S1|1.5 KiB|USB, removable, mounted\n"
             "|D|||-|optical, read-only\n"
             "||||-|\n");
+  EXPECT_EQ(RowToOffer(rows), 1u);
+  rows.resize(1);
+  EXPECT_EQ(RowToOffer(rows), 0u);
 }
 
 }  // namespace

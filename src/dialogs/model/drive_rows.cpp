@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "dialogs/model/drive_rows.h"
 
+#include <algorithm>
+
 #include "base/path_text.h"
 #include "base/size_text.h"
 #include "devices/device_kind.h"
@@ -32,9 +34,15 @@ std::vector<DriveRow> DriveRows(const std::vector<DeviceFacts>& drives, const Dr
     note(runsSystem, words.system);
     note(drive.isMounted && !runsSystem, words.mounted);
     const std::string size = drive.bytes > 0 ? SizeText(drive.bytes) : "-";
-    rows.push_back({drive.path, drive.model, drive.serial, WideFromUtf8(size), notes});
+    rows.push_back({drive.path, drive.model, drive.serial, WideFromUtf8(size), notes, runsSystem});
   }
   return rows;
+}
+
+u32 RowToOffer(const std::vector<DriveRow>& rows) {
+  const auto other =
+      std::find_if(rows.begin(), rows.end(), [](const DriveRow& row) { return !row.isSystem; });
+  return other == rows.end() ? 0 : static_cast<u32>(other - rows.begin());
 }
 
 }  // namespace larkspur
