@@ -114,7 +114,7 @@ void AddReading(CLI::App* command, StorageOptions* options) {
           "Read into a cache that was made from another disk of the same size");
   AddChoice<PassThrough>(command, "--pass-through", &options->passThrough, kPassThroughChoices,
                          "Read by SCSI commands instead of through the kernel, which retries on "
-                         "its own: auto from the first failure on, on from the start, off never")
+                         "its own: auto after the first failure, on from the start, off never")
       ->default_str("auto")
       ->expected(0, 1);
   AddNumber(command, "--timeout", &options->timeoutSeconds, {1, 3600},
@@ -327,7 +327,7 @@ void AddTree(CLI::App* command, Action* chosen) {
   AddTestMode(command, options.get());
   AddFlag(command, "--trace", &options->trace, "List the sectors that were read, and what for");
   AddFlag(command, "--no-notes", &options->noNotes,
-          "Only the tree: do not look for what lies in the partitions");
+          "Show only the tree, without looking for what lies in the partitions");
   AddFlag(command, "--backup-gpt", &options->backupGpt,
           "Build the tree from the backup of a GUID table at the storage's end");
   AddJson(command, &options->json);
@@ -366,16 +366,15 @@ constexpr Command kCommands[] = {
     {"map", "Show what is present, unreadable and missing", AddMap},
     {"check", "Verify a cache's index, records and maps", AddCheck},
     {"export", "Write a raw image, with holes for what is not there", AddExport,
-     "What is not in the cache reads as zeros. In a file zeros stay holes."},
+     "What is not in the cache reads as zeros. In a file, zeros become holes."},
     {"import", "Make a cache of a rescue that GNU ddrescue began", AddImport,
      "What the mapfile marks + becomes present, - becomes unreadable, the rest is missing."},
     {"serve", "Serve a cache, or a source through it, as NBD for other tools", AddServe,
      "Serves read-only until Ctrl-C, with nbdkit(1), and prints the lines to type to attach it; "
-     "not "
-     "on Windows. With a source, what clients ask for and the cache lacks is read from it once; "
-     "without, it is an error."},
+     "not on Windows. With a source, what clients want and the cache lacks is read from it once; "
+     "without one, they get an error."},
     {"files", "List the files on a cache and how much of each is there", AddFiles,
-     "A file is complete, damaged (something of it is unreadable) or incomplete (something is "
+     "A file is complete, damaged (part of it is unreadable) or incomplete (part of it is "
      "missing). Not on Windows."},
     {"report", "Write a page that tells the data's owner what was saved", AddReport},
     {"tree", "Show the partitions and volume sets of a source or a cache", AddTree},

@@ -100,7 +100,7 @@ class FilesRun {
         return kExitInterrupted;
       case WalkEnd::kFailed:
         return Fail(name +
-                    ": the file system is too damaged to be read to its end; what was found until "
+                    ": the file system is too damaged to be read to its end; what was found up to "
                     "there is listed");
       case WalkEnd::kUnavailable:
         m_canWalk = false;

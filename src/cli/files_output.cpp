@@ -24,7 +24,7 @@ std::string DamageWords(const std::string& name, const std::string& path, const 
       path.empty() ? "parts of the file system" : "parts of the folder " + Printable(path);
   return fmt::format(
       "{}: {} are not there ({} sectors unreadable, {} missing); files may be "
-      "missing in the list",
+      "missing from the list",
       name, what, state.unreadable, state.missing);
 }
 

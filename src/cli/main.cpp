@@ -17,6 +17,6 @@ int main(int argc, char** argv) {
   } catch (const std::bad_alloc&) {
     return cli::Fail("not enough memory; close other programs and try again");
   } catch (const std::exception& error) {
-    return cli::Fail(std::string("this machine could not do what was asked: ") + error.what());
+    return cli::Fail(std::string("the command failed on this machine: ") + error.what());
   }
 }

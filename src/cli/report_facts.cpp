@@ -48,7 +48,7 @@ std::string Readable(const std::string& time) {
 
 constexpr std::pair<FailureKind, const char*> kFailureWords[] = {
     {FailureKind::kMedium, "the disk said that it cannot read there"},
-    {FailureKind::kUnclear, "reading failed, the system did not say why"},
+    {FailureKind::kUnclear, "reading failed, and the system did not say why"},
     {FailureKind::kTransport, "cable, adapter or a time-out"},
     {FailureKind::kGone, "the disk was not there"},
     {FailureKind::kSystem, "the computer could not reach the disk"},
@@ -59,8 +59,8 @@ std::string EndWords(const std::string& how) {
   static constexpr std::pair<const char*, const char*> kWords[] = {
       {"done", "finished"},
       {"stopped", "stopped by the user"},
-      {"gone", "the disk was not there any more"},
-      {"not-answering", "the disk did not answer any more"},
+      {"gone", "the disk was no longer there"},
+      {"not-answering", "the disk no longer answered"},
       {"full", "there was no room left for the copy"},
       {"failed", "the computer had a problem"},
   };
@@ -175,7 +175,7 @@ void WalkVolume(const PlacedVolume& volume, WalkedStorage* storage, StatusMap& m
     const FileState state = StateOf(part.lacking, map);
     if (state.condition == FileCondition::kComplete || part.path.empty()) return;
     files->AddObstacle(VolumeWords(volume) + ": the folder " + part.path +
-                       " is not all there, files in it may not be listed.");
+                       " is not all there; files in it may not be listed.");
   };
   const WalkEnd end = WalkFiles(storage, volume.sectors.first, volume.sectors.count, events,
                                 platform::InterruptFlag());

@@ -50,7 +50,7 @@ std::string LogWords(const std::string& cache, LogFault fault) {
   };
   switch (fault) {
     case LogFault::kUsed:
-      return words("this is the source, the cache or a mapfile of this very command");
+      return words("this is the source, the cache or a mapfile of this command");
     case LogFault::kForeign:
       return words("this one holds something else");
     case LogFault::kFolder:
@@ -112,7 +112,7 @@ ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, 
   if (unknown == 0) return status;
   return Fail(fmt::format(
       "{}: part of the cache cannot be read or makes no sense, so nothing is known of {} sectors; "
-      "copy the file to a healthy disk, and work on the copy, of which 'larkspur check' says more",
+      "copy the file to a healthy disk, and work on the copy; 'larkspur check' says more about it",
       name, unknown));
 }
 

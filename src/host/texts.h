@@ -56,28 +56,25 @@ inline constexpr char16_t kPictures[] = u"PNG pictures";
 inline constexpr char16_t kNoStorage[] =
     u"No storage is open.\r\n\r\n\"Open drive...\" opens a drive without reading from it, and "
     u"\"Open file...\" an image or a cache. \"New storage...\" then makes a read-once storage of "
-    u"the "
-    u"drive: what is read from it goes into a cache file, and is not read from the drive again.";
+    u"the drive: what is read from it goes into a cache file, and is not read from the drive "
+    u"again.";
 inline constexpr char16_t kNotRead[] =
     u"Nothing has been read from this drive yet.\r\n\r\nIf it is failing, press \"New storage...\" "
-    u"and "
-    u"choose it there: each sector that is read then goes into a cache file.\r\n\r\nIf it "
+    u"and choose it there: each sector that is read then goes into a cache file.\r\n\r\nIf it "
     u"is sound, right-click it in the list and choose \"Read directly...\".";
 inline constexpr char16_t kNoPartitions[] =
     u"Nothing was recognised on this storage: no partitions and no file system.";
 inline constexpr char16_t kNoMap[] =
     u"There is no map: this storage has no cache, or none that the host knows of.\r\n\r\nPress "
     u"\"New storage...\" to make a read-once storage with a cache, or \"Open file...\" to look at "
-    u"a "
-    u"cache.";
+    u"a cache.";
 inline constexpr char16_t kNoLog[] =
     u"There is no log: this storage has no cache, or none that the host knows of.\r\n\r\nOpen the "
     u"cache of a rescue with \"Open file...\" to see what happened in it.";
 inline constexpr char16_t kReadingLog[] = u"Reading the log...";
 inline constexpr char16_t kReadWithoutCache[] =
     u"Read this drive without a cache?\nEverything you look at is then read from it again, and a "
-    u"failing "
-    u"drive\nmay give each sector only once more. \"New storage...\" is the safe way.";
+    u"failing drive\nmay be readable only once more. \"New storage...\" is the safe way.";
 inline constexpr char16_t kCounting[] = u"Counting...";
 inline constexpr char16_t kOpenAlready[] = u"This storage is already open.";
 inline constexpr char16_t kMadeAlready[] =
@@ -91,8 +88,7 @@ inline constexpr char16_t kNotCopied[] =
     u"Nothing was copied: another program is using the clipboard. Try again.";
 inline constexpr char16_t kCacheAlone[] =
     u"A cache alone. To read what is missing, open its drive or image, press \"New storage...\" "
-    u"and "
-    u"choose this cache.";
+    u"and choose this cache.";
 inline constexpr char16_t kReady[] = u"Open a storage, or make one from a failing disk.";
 
 }  // namespace larkspur::host::texts

@@ -98,7 +98,7 @@ class Checker {
       m_layout = *layout;
       return true;
     } else {
-      fault = fmt::format("the sector count {} and the block size {} do not go together",
+      fault = fmt::format("the sector count {} and the block size {} do not fit each other",
                           LoadLe64(&header[8]), LoadLe32(&header[16]));
     }
     Report(ProblemKind::kHeader, std::nullopt, fault);
@@ -263,7 +263,7 @@ void AddDoubt(const CacheFault& doubt, CheckResult* result) {
     result->problems.push_back({kind, std::nullopt, std::move(detail)});
   };
   if (doubt.kind == CacheFaultKind::kOtherHeader) {
-    add(ProblemKind::kHeader, "the log tells of a disk with another number of sectors");
+    add(ProblemKind::kHeader, "the log is that of a disk with another number of sectors");
   } else if (doubt.kind == CacheFaultKind::kNotFlushed) {
     add(ProblemKind::kNotFlushed, "some of what was stored last may never have reached the disk");
   } else if (doubt.kind == CacheFaultKind::kLogUnreadable) {

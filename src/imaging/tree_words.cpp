@@ -99,7 +99,7 @@ std::string Words(const std::vector<UnreadNote>& notes) {
 std::string Words(const TypeNote& note) {
   return note.isConfirmed
              ? "as its type says"
-             : fmt::format("doubtful: no {} found there, as its type says", note.expected);
+             : fmt::format("doubtful: its type says {}, but none was found there", note.expected);
 }
 
 std::string Words(const SectorSizeNote& note) {

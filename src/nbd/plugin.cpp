@@ -107,7 +107,7 @@ int Configure(const char* key, const char* value) {
     nbdkit_error("%s=%s makes no sense", key, value);
     return -1;
   }
-  nbdkit_error("%s is no parameter of this plugin", key);
+  nbdkit_error("%s is not a parameter of this plugin", key);
   return -1;
 }
 

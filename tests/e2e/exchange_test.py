@@ -146,7 +146,7 @@ class ExchangeTest(program.ProgramTest):
         text = f"0 +\n0 {100 * SECTOR} +\n"
         # The name that ddrescue's own mapfile often has.
         pathlib.Path("disk.kvrsp.log").write_text(text)
-        self.refused("a mapfile of this very command", "import", "rescue.img", "disk.kvrsp.log", "disk.kvrsp")
+        self.refused("a mapfile of this command", "import", "rescue.img", "disk.kvrsp.log", "disk.kvrsp")
         self.assertEqual(pathlib.Path("disk.kvrsp.log").read_text(), text)
         pathlib.Path("disk.kvrsp.log").unlink()
         pathlib.Path("disk.kvrsp.larkspur-new").write_bytes(b"mine")

@@ -207,7 +207,7 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
         for parameters, words in (
             ("", "cache=FILE is missing"),
             ("cache=nowhere", "there is no such cache"),
-            ("cache=disk.kvrsp nonsense=1", "nonsense is no parameter of this plugin"),
+            ("cache=disk.kvrsp nonsense=1", "nonsense is not a parameter of this plugin"),
             ("cache=disk.kvrsp fill=yes", "fill and test-mode need source=FILE"),
             ("cache=disk.kvrsp fill=perhaps", "fill=perhaps makes no sense"),
             ("cache=disk.kvrsp timeout=0", "timeout=0 makes no sense"),
