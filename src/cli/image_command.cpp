@@ -25,13 +25,7 @@ void PrintResult(const RescueProgress& progress, double seconds, const ImageOpti
                {"seconds", seconds}});
     return;
   }
-  const auto line = [&progress](const char* name, u64 count) {
-    Print(fmt::format("{:<11} {:>14} sectors  {:>10}  {:>7}\n", name, count,
-                      SizeText(count << kSectorShift), PercentText(count, progress.sectors)));
-  };
-  line("present", all.present);
-  line("unreadable", all.unreadable);
-  line("missing", all.missing);
+  PrintCounts(all, progress.sectors);
   Print(fmt::format("{} sectors were read from {} in this run, in {}.\n", progress.asked,
                     options.source, FormatDuration(seconds)));
 }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 #include "base/path_text.h"
-#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/progress.h"
@@ -67,7 +66,7 @@ ExitStatus TellEnd(const ImportResult& result, const ImportPlan& plan,
   return kExitFailed;
 }
 
-void PrintCounts(const ImportPlan& plan, const StatusCounts& counts, bool json) {
+void PrintResult(const ImportPlan& plan, const StatusCounts& counts, bool json) {
   if (json) {
     PrintJson({{"sectors", plan.sectors},
                {"present", counts.present},
@@ -75,13 +74,7 @@ void PrintCounts(const ImportPlan& plan, const StatusCounts& counts, bool json) 
                {"missing", counts.missing}});
     return;
   }
-  const auto line = [&plan](const char* name, u64 count) {
-    Print(fmt::format("{:<11} {:>14} sectors  {:>10}  {:>7}\n", name, count,
-                      SizeText(count << kSectorShift), PercentText(count, plan.sectors)));
-  };
-  line("present", counts.present);
-  line("unreadable", counts.unreadable);
-  line("missing", counts.missing);
+  PrintCounts(counts, plan.sectors);
 }
 
 std::vector<std::u16string> UsedBy(const ImportOptions& options) {
@@ -139,7 +132,7 @@ ExitStatus RunImport(const ImportOptions& options) {
                                            });
   if (result.end != ImportEnd::kDone) return TellEnd(result, plan, options);
   const ExitStatus noted = NoteTried(options, plan);
-  PrintCounts(plan, result.counts, options.json);
+  PrintResult(plan, result.counts, options.json);
   return noted;
 }
 

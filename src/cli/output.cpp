@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "base/printable.h"
+#include "base/size_text.h"
 #include "platform/system_error.h"
 
 namespace larkspur::cli {
@@ -60,6 +61,15 @@ ExitStatus FinishOutput(ExitStatus status) {
 
 void PrintJson(const Json& document) {
   Print(document.Pretty() + "\n");
+}
+
+void PrintCounts(const StatusCounts& counts, u64 sectors) {
+  const std::pair<const char*, u64> rows[] = {
+      {"present", counts.present}, {"unreadable", counts.unreadable}, {"missing", counts.missing}};
+  for (const auto& [name, count] : rows) {
+    Print(fmt::format("{:<11} {:>14} sectors  {:>10}  {:>7}\n", name, count,
+                      SizeText(count << kSectorShift), PercentText(count, sectors)));
+  }
 }
 
 void AppendRight(std::string* row, std::string_view text, size_t width) {

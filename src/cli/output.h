@@ -12,6 +12,7 @@
 
 #include "base/exit_status.h"
 #include "cli/json.h"
+#include "io/status_counts.h"
 
 namespace larkspur::cli {
 
@@ -19,6 +20,8 @@ void Print(const std::string& text);
 // Bytes as they are. False when standard output does not take them; FinishOutput tells.
 bool PrintBytes(const void* bytes, size_t count);
 void PrintJson(const Json& document);
+// What a run made of so many sectors: a line for each status.
+void PrintCounts(const StatusCounts& counts, u64 sectors);
 
 // The same for what stdout still held back.
 bool FlushOutput();
