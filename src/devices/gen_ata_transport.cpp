@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/endian.h"
+#include "base/zeros.h"
 #include "platform/device_requests.h"
 #include "platform/pages.h"
 
@@ -28,8 +29,7 @@ struct TaskFiles {
 };
 
 bool IsUntouched(const u8* data, size_t length) {
-  return length > 0 && data[0] == kUntouched &&
-         std::all_of(data + 1, data + length, [](u8 byte) { return byte == 0; });
+  return length > 0 && data[0] == kUntouched && IsAllZero({data + 1, length - 1});
 }
 
 u16 FlagsOf(const AtaCommand& command) {

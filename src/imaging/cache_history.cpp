@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/zeros.h"
 #include "platform/boot.h"
 #include "platform/system_error.h"
 #include "rescue/cache_store.h"
@@ -12,10 +13,6 @@
 
 namespace larkspur {
 namespace {
-
-bool IsAllZero(const u8* bytes, size_t count) {
-  return std::all_of(bytes, bytes + count, [](u8 byte) { return byte == 0; });
-}
 
 // Adds the sectors of a present range that are nothing but zeros; false when they cannot be read.
 bool FindZeros(RescueStore* store, SectorRange range, ExtentSet* zeros) {
@@ -25,7 +22,7 @@ bool FindZeros(RescueStore* store, SectorRange range, ExtentSet* zeros) {
     const u32 count = static_cast<u32>(std::min<u64>(range.End() - at, kChunk));
     if (!store->Load(at, data.get(), count)) return false;
     for (u32 i = 0; i < count; ++i) {
-      if (IsAllZero(data.get() + u64{i} * kSectorBytes, kSectorBytes)) zeros->Add({at + i, 1});
+      if (IsAllZero({data.get() + u64{i} * kSectorBytes, kSectorBytes})) zeros->Add({at + i, 1});
     }
     at += count;
   }

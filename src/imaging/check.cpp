@@ -10,6 +10,7 @@
 #include <fmt/core.h>
 
 #include "base/endian.h"
+#include "base/zeros.h"
 #include "imaging/cache.h"
 #include "io/flat_io.h"
 #include "io/sparse_layout.h"
@@ -184,7 +185,7 @@ class Checker {
     m_sawStatus =
         m_sawStatus || std::any_of(map, end, [](u8 status) { return status != kMissing; });
     // Nothing is ever written to the rest of the sector.
-    m_doubt = m_doubt || std::any_of(end, map + kSectorBytes, [](u8 rest) { return rest != 0; });
+    m_doubt = m_doubt || !IsAllZero({end, map + kSectorBytes});
     const u8* odd = std::find_if(map, end, [](u8 status) { return status > kUnreadable; });
     if (odd == end) return;
     m_doubt = true;

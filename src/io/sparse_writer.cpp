@@ -6,15 +6,12 @@
 #include <cstring>
 
 #include "base/endian.h"
+#include "base/zeros.h"
 
 namespace larkspur {
 namespace {
 
 constexpr u64 kPageBytes = 4096;
-
-bool IsZero(const u8* bytes, size_t count) {
-  return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, count - 1) == 0;
-}
 
 }  // namespace
 
@@ -27,7 +24,7 @@ bool WriteSkippingZeros(platform::FileHandle file, const u8* bytes, u64 count, u
   };
   for (u64 at = 0; at < count;) {
     const u64 end = std::min(count, at + kPageBytes - (offset + at) % kPageBytes);
-    if (IsZero(bytes + at, end - at)) {
+    if (IsAllZero({bytes + at, end - at})) {
       if (!write(at)) return false;
       unwritten = end;
     }

@@ -7,6 +7,7 @@
 #include <bit>
 
 #include "base/printable.h"
+#include "base/zeros.h"
 #include "partitions/disk_text.h"
 #include "partitions/field_text.h"
 #include "platform/hash.h"
@@ -88,7 +89,7 @@ constexpr size_t kFinderIdBytes = 8;
 std::string HfsUuid(std::span<const u8> finderId) {
   constexpr std::array<u8, 16> kNameSpace = {0xb3, 0xe2, 0x0f, 0x39, 0xf2, 0x92, 0x11, 0xd6,
                                              0x97, 0xa4, 0x00, 0x30, 0x65, 0x43, 0xec, 0xac};
-  if (std::all_of(finderId.begin(), finderId.end(), [](u8 byte) { return byte == 0; })) return {};
+  if (IsAllZero(finderId)) return {};
   std::vector<u8> name(kNameSpace.begin(), kNameSpace.end());
   name.insert(name.end(), finderId.begin(), finderId.end());
   auto uuid = platform::Md5(name);

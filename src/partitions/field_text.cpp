@@ -2,13 +2,13 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "partitions/field_text.h"
 
-#include <algorithm>
 #include <array>
 
 #include "base/endian.h"
 #include "base/path_text.h"
 #include "base/printable.h"
 #include "base/text_output.h"
+#include "base/zeros.h"
 #include "partitions/disk_text.h"
 
 namespace larkspur {
@@ -45,8 +45,7 @@ std::string FieldUtf16(std::span<const u8> field, bool bigEndian) {
 }
 
 std::string FieldUuid(std::span<const u8> field) {
-  const bool isSet = std::any_of(field.begin(), field.end(), [](u8 byte) { return byte != 0; });
-  if (field.size() != kUuidBytes || !isSet) return {};
+  if (field.size() != kUuidBytes || IsAllZero(field)) return {};
   std::string text = HexText(field);
   for (const size_t at : {20u, 16u, 12u, 8u}) text.insert(at, 1, '-');
   return text;

@@ -8,6 +8,7 @@
 #include <set>
 
 #include "base/endian.h"
+#include "base/zeros.h"
 #include "partitions/content.h"
 #include "partitions/detection.h"
 #include "partitions/gpt_table.h"
@@ -42,11 +43,7 @@ Entry EntryAt(const u8* sector, size_t index) {
 
 bool IsValidEntry(const u8* entry) {
   if (entry[0] != 0 && entry[0] != kActive) return false;
-  if (LoadLe32(entry + 12) != 0) return true;
-  for (size_t i = 0; i < kEntryBytes; ++i) {
-    if (entry[i] != 0) return false;
-  }
-  return true;
+  return LoadLe32(entry + 12) != 0 || IsAllZero({entry, kEntryBytes});
 }
 
 bool HoldsText(const SectorBytes& sector, size_t offset, const char* text) {
