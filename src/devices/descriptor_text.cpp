@@ -16,22 +16,23 @@ constexpr size_t kProductCharacters = 100;
 
 }  // namespace
 
-std::u16string DescriptorText(Device& device, DescriptorTexts* texts) {
+std::optional<DescriptorTexts> TextsOfDescriptor(Device& device) {
   const auto descriptor = StorageDescriptor::Query(device);
-  if (!descriptor) return {};
-  std::u16string text = descriptor->IsRemovable() ? u"Removable " : u"Fixed ";
+  if (!descriptor) return std::nullopt;
+  DescriptorTexts texts;
+  texts.line = descriptor->IsRemovable() ? u"Removable " : u"Fixed ";
   if (const auto vendor = descriptor->Text(kDescriptorVendorOffset)) {
-    texts->vendor = SystemText(*vendor, kVendorCharacters);
-    text += texts->vendor + u" ";
+    texts.vendor = SystemText(*vendor, kVendorCharacters);
+    texts.line += texts.vendor + u" ";
   }
-  text += WideFromUtf8(BusName(descriptor->Bus())) + u" ";
+  texts.line += WideFromUtf8(BusName(descriptor->Bus())) + u" ";
   if (const auto product = descriptor->Text(kDescriptorProductOffset)) {
-    texts->model = SystemText(*product, kProductCharacters);
-    text += texts->model;
+    texts.model = SystemText(*product, kProductCharacters);
+    texts.line += texts.model;
   }
   const auto serial = descriptor->Text(kDescriptorSerialOffset);
-  texts->serial = serial ? DescriptorSerial(*serial) : std::u16string();
-  return text;
+  if (serial) texts.serial = DescriptorSerial(*serial);
+  return texts;
 }
 
 }  // namespace larkspur

@@ -4,6 +4,7 @@
 
 // The description of a drive that does not say itself what it is: from the system's descriptor.
 
+#include <optional>
 #include <string>
 
 #include "platform/device.h"
@@ -11,13 +12,13 @@
 namespace larkspur {
 
 struct DescriptorTexts {
+  std::u16string line;  // "Fixed ACME SATA Disk 9000"
   std::u16string serial;
   std::u16string vendor;
   std::u16string model;
 };
 
-// "Fixed ACME SATA Disk 9000", and its parts. Where the system has no descriptor the answer is
-// empty and *texts stays as it is.
-std::u16string DescriptorText(platform::Device& device, DescriptorTexts* texts);
+// None where the system has no descriptor.
+std::optional<DescriptorTexts> TextsOfDescriptor(platform::Device& device);
 
 }  // namespace larkspur

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "base/endian.h"
+#include "base/zeros.h"
 #include "devices/identity_text.h"
 #include "devices/sat_ata_transport.h"
 #include "devices/scsi_requests.h"
@@ -37,9 +38,7 @@ constexpr u32 kWordLogicalSize = 117;  // 2 words, in units of 2 bytes
 class IdentifyData {
  public:
   u8* Bytes() { return m_bytes; }
-  bool IsEmpty() const {
-    return std::all_of(std::begin(m_bytes), std::end(m_bytes), [](u8 byte) { return byte == 0; });
-  }
+  bool IsEmpty() const { return IsAllZero(m_bytes); }
   u16 Word(u32 index) const { return LoadLe16(m_bytes + 2 * index); }
   bool Bit(u32 word, u32 bit) const { return Word(word) >> bit & 1; }
   std::u16string Text(u32 word, u32 bytes) const {
@@ -153,11 +152,8 @@ bool IdentityThrough(Device& device, Owned<cATATransport> transport, DeviceIdent
   return transport->GetTransportType() == kTransportSat && ScsiIdentity(device, identity);
 }
 
-}  // namespace
-
-bool ProbeIdentity(Device& device, DeviceIdentity* identity) {
-  *identity = {};
-  identity->kind = ClassifyKind(device);
+// By the kind and the bridge, which it finds.
+bool AskFor(Device& device, DeviceIdentity* identity) {
   switch (identity->kind) {
     case kKindNone:
       return false;
@@ -170,10 +166,20 @@ bool ProbeIdentity(Device& device, DeviceIdentity* identity) {
         return DescriptorIdentity(device, identity);
       }
       identity->kind = kKindUsb;
-      return IdentityThrough(device, TransportForBridge(identity->bridge), identity);
+      break;
+    case kKindUsb:
+      identity->bridge = LookUpBridge(device);
   }
-  return IdentityThrough(device, MakeTransport(device, identity->kind, &identity->bridge),
-                         identity);
+  return IdentityThrough(device, MakeTransport(identity->kind, identity->bridge), identity);
+}
+
+}  // namespace
+
+std::optional<DeviceIdentity> ProbeIdentity(Device& device) {
+  DeviceIdentity identity;
+  identity.kind = ClassifyKind(device);
+  if (!AskFor(device, &identity)) return std::nullopt;
+  return identity;
 }
 
 }  // namespace larkspur

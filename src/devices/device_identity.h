@@ -4,6 +4,7 @@
 
 // What a drive says of itself, by the best way of asking that its connection offers.
 
+#include <optional>
 #include <string>
 
 #include "platform/device.h"
@@ -23,7 +24,7 @@ struct DeviceIdentity {
   std::u16string firmware;
 };
 
-// Asks the drive; false when no way led to an answer. Sends no more commands than it needs.
-bool ProbeIdentity(platform::Device& device, DeviceIdentity* identity);
+// Asks the drive; none when no way led to an answer. Sends no more commands than it needs.
+std::optional<DeviceIdentity> ProbeIdentity(platform::Device& device);
 
 }  // namespace larkspur

@@ -15,8 +15,7 @@ std::vector<DeviceFacts> FindDevices() {
     DeviceFacts facts;
     static_cast<platform::ListedDevice&>(facts) = std::move(listed);
     if (const auto device = Devices().Open(facts.path.c_str(), platform::kAccessQuery)) {
-      DescriptorTexts texts;
-      DescriptorText(*device, &texts);
+      const DescriptorTexts texts = TextsOfDescriptor(*device).value_or(DescriptorTexts());
       facts.model = ModelText(texts.vendor, texts.model);
       facts.serial = texts.serial;
       facts.kind = ClassifyKind(*device);

@@ -74,8 +74,8 @@ void cNamedWinHDIO::ClampToDisk() {
 
 u64 cNamedWinHDIO::SectorsOnDisk(Device& disk, u64 diskSectors) {
   const u64 start = QueryPartitionStart(*m_device).value_or(0);
-  DeviceIdentity identity;
-  const u64 told = ProbeIdentity(disk, &identity) ? identity.sectorCount + 1 : diskSectors;
+  const auto identity = ProbeIdentity(disk);
+  const u64 told = identity ? identity->sectorCount + 1 : diskSectors;
   // Some drivers cut the size of a large disk at 32 bits; the drive itself knows better.
   if (told >= kSectorsIn32Bits && diskSectors < kSectorsIn32Bits) {
     return start < kSectorsIn32Bits ? kSectorsIn32Bits - start : 0;

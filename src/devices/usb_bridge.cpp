@@ -206,16 +206,14 @@ Owned<cATATransport> TransportForBridge(u32 bridge) {
   return Owned<cATATransport>(transport);
 }
 
-Owned<cATATransport> MakeTransport(Device& device, u32 kind, u32* bridge) {
-  if (kind == kKindNone) kind = ClassifyKind(device);
+Owned<cATATransport> MakeTransport(u32 kind, u32 bridge) {
   switch (kind) {
     case kKindAta:
       return Owned<cATATransport>(new (std::nothrow) cGEN_ATATransport);
     case kKindSat:
       return Owned<cATATransport>(new (std::nothrow) cSAT_ATATransport(SatForm::k16Bytes));
     case kKindUsb:
-      *bridge = LookUpBridge(device);
-      return TransportForBridge(*bridge);
+      return TransportForBridge(bridge);
   }
   return nullptr;
 }

@@ -34,8 +34,7 @@ BridgeKind LookUpBridge(platform::Device& device);
 // The way through a bridge; null where there is none.
 Owned<cATATransport> TransportForBridge(u32 bridge);
 
-// The way to a drive of that kind; kKindNone has it classified first. Null where there is none.
-// *bridge is set where the drive is on USB.
-Owned<cATATransport> MakeTransport(platform::Device& device, u32 kind, u32* bridge);
+// The way to a drive of that kind, on USB behind that bridge; null where there is none.
+Owned<cATATransport> MakeTransport(u32 kind, u32 bridge);
 
 }  // namespace larkspur

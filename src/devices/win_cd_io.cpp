@@ -183,10 +183,10 @@ bool cWinCDIO::GetGeometry(u32* three) {
 
 bool cWinCDIO::GetDescription(char16_t* buffer, i32 capacity) {
   if (!m_device) return false;
-  DescriptorTexts texts;
+  const DescriptorTexts texts = TextsOfDescriptor(*m_device).value_or(DescriptorTexts());
   std::u16string text = u"Drive ";
   text += m_path.View().substr(kPrefixCharacters);
-  text += u" (CD/DVD) " + DescriptorText(*m_device, &texts) + SizeSuffix(m_sectorCount);
+  text += u" (CD/DVD) " + texts.line + SizeSuffix(m_sectorCount);
   m_serial = texts.serial;
   m_vendor = texts.vendor;
   m_model = texts.model;

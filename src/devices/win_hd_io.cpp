@@ -184,26 +184,25 @@ std::optional<std::u16string> cWinHDIO::IdentityText() {
 std::optional<std::u16string> cWinHDIO::ProbeDrive() {
   const auto device =
       m_path.IsEmpty() ? nullptr : Devices().Open(m_path.Text(), kAccessRead | kAccessWrite);
-  DeviceIdentity identity;
-  if (!device || !ProbeIdentity(*device, &identity)) return std::nullopt;
-  if (!identity.serial.empty()) m_serial.Assign(identity.serial);
-  m_fullSectorCount = identity.sectorCount + 1;
-  m_sectorSize = std::max(m_sectorSize, identity.logicalSectorBytes);
+  auto identity = device ? ProbeIdentity(*device) : std::nullopt;
+  if (!identity) return std::nullopt;
+  if (!identity->serial.empty()) m_serial.Assign(identity->serial);
+  m_fullSectorCount = identity->sectorCount + 1;
+  m_sectorSize = std::max(m_sectorSize, identity->logicalSectorBytes);
   m_sectorRatio = m_sectorSize / kSectorBytes;
-  if (identity.model.empty()) identity.model = u"[n/a]";
-  m_identity = std::move(identity);
+  if (identity->model.empty()) identity->model = u"[n/a]";
+  m_identity = std::move(*identity);
   return (m_removable ? u"Removable " : u"Fixed ") + m_identity.model + KindSuffix(m_identity.kind);
 }
 
 std::optional<std::u16string> cWinHDIO::TextOfSystem() {
   if (!m_device) return std::nullopt;
-  DescriptorTexts parts;
-  parts.serial = m_serial.View();
-  std::u16string text = DescriptorText(*m_device, &parts);
-  m_serial.Assign(parts.serial);
-  m_identity.serial = parts.serial;
-  m_identity.model = ModelText(parts.vendor, parts.model);
-  return text;
+  const auto found = TextsOfDescriptor(*m_device);
+  const DescriptorTexts texts = found.value_or(DescriptorTexts());
+  if (found) m_serial.Assign(texts.serial);
+  m_identity.serial = m_serial.View();
+  m_identity.model = ModelText(texts.vendor, texts.model);
+  return texts.line;
 }
 
 }  // namespace larkspur

@@ -199,8 +199,7 @@ bool cAskedDevice::ReconnectAnywhere() {
 }
 
 cAskedDevice::SystemNames cAskedDevice::NamesOf(Device& device) {
-  DescriptorTexts texts;
-  DescriptorText(device, &texts);
+  const DescriptorTexts texts = TextsOfDescriptor(device).value_or(DescriptorTexts());
   const auto number = QueryNumber(device);
   return {texts.vendor, texts.model, texts.serial, number ? number->partition : 0};
 }

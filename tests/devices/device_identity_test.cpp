@@ -56,7 +56,9 @@ class DeviceIdentityTest : public DeviceTest {
   bool Probe(fakes::SimulatedDrive& drive) {
     const auto device = OpenDrive(drive);
     drive.TakeLog();
-    return ProbeIdentity(*device, &m_identity);
+    const auto identity = ProbeIdentity(*device);
+    m_identity = identity.value_or(DeviceIdentity());
+    return identity.has_value();
   }
   std::string Text() {
     return Utf8FromWide(m_identity.model + u", " + m_identity.serial + u", " +
@@ -321,10 +323,9 @@ TEST(IdentityText, SerialNumbersOfDescriptors) {
   EXPECT_EQ(Serial(""), "");
 }
 
-std::string SystemWords(const fakes::SimulatedDrive& drive, fakes::SimulatedDevices* devices,
-                        DescriptorTexts* texts) {
+DescriptorTexts SystemWords(const fakes::SimulatedDrive& drive, fakes::SimulatedDevices* devices) {
   const auto device = devices->Open(drive.path.c_str(), platform::kAccessRead);
-  return Utf8FromWide(DescriptorText(*device, texts));
+  return TextsOfDescriptor(*device).value_or(DescriptorTexts());
 }
 
 TEST_F(DeviceIdentityTest, TheSystemsWords) {
@@ -339,7 +340,8 @@ TEST_F(DeviceIdentityTest, TheSystemsWords) {
   for (u32 bus = 0; bus < std::size(names); ++bus) {
     drive->bus = bus;
     drive->isRemovable = bus % 2;
-    EXPECT_EQ(SystemWords(*drive, &m_devices, &texts),
+    texts = SystemWords(*drive, &m_devices);
+    EXPECT_EQ(Utf8FromWide(texts.line),
               std::string(bus % 2 ? "Removable" : "Fixed") + " ACME " + names[bus] + "Disk 9000");
   }
   EXPECT_EQ(texts.vendor, u"ACME");
@@ -350,19 +352,19 @@ TEST_F(DeviceIdentityTest, TheSystemsWords) {
   drive->serial.clear();
   drive->bus = 0;
   drive->isRemovable = false;
-  EXPECT_EQ(SystemWords(*drive, &m_devices, &texts),
+  texts = SystemWords(*drive, &m_devices);
+  EXPECT_EQ(Utf8FromWide(texts.line),
             "Fixed " + std::string(98, 'v') + " Unknown " + std::string(100, 'p'));
   EXPECT_EQ(texts.serial, u"");
   drive->vendor.clear();
   drive->product.clear();
-  EXPECT_EQ(SystemWords(*drive, &m_devices, &texts), "Fixed Unknown ");
+  EXPECT_EQ(SystemWords(*drive, &m_devices).line, u"Fixed Unknown ");
   drive->hasDescriptor = false;
-  EXPECT_EQ(SystemWords(*drive, &m_devices, &texts), "");
+  EXPECT_EQ(SystemWords(*drive, &m_devices).line, u"");
 }
 
 TEST_F(DeviceIdentityTest, DescriptorsWhoseOffsetsPointAnywhere) {
   fakes::SimulatedDrive* drive = MakeDrive(u"disk");
-  DescriptorTexts texts;
   for (const u32 offset : {0u, 1u, 9990u, 9999u, 10000u, 10001u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
     drive->rawDescriptor.assign(10000, 'A');
     for (const size_t field : {12u, 16u, 24u}) {
@@ -370,8 +372,7 @@ TEST_F(DeviceIdentityTest, DescriptorsWhoseOffsetsPointAnywhere) {
         drive->rawDescriptor[field + i] = static_cast<u8>(offset >> (8 * i));
       }
     }
-    texts = {};
-    SystemWords(*drive, &m_devices, &texts);
+    const DescriptorTexts texts = SystemWords(*drive, &m_devices);
     EXPECT_EQ(texts.model.empty(), offset == 0 || offset >= 10000) << offset;
     EXPECT_LE(texts.model.size(), 100u);
     for (const u32 bus : {1u, 7u, 11u}) {

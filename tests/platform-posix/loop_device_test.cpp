@@ -209,9 +209,10 @@ TEST(BlockDevices, SerialNumbersSurviveTheDescriptor) {
     fakes::SimulatedDrive* drive = devices.Add(u"x");
     drive->rawDescriptor.assign(bytes.begin(), bytes.end());
     const auto device = devices.Open(u"x", kAccessRead);
-    DescriptorTexts texts;
-    EXPECT_EQ(DescriptorText(*device, &texts), u"Removable V USB P");
-    EXPECT_EQ(Utf8FromWide(texts.serial), serial);
+    const auto texts = TextsOfDescriptor(*device);
+    ASSERT_TRUE(texts);
+    EXPECT_EQ(texts->line, u"Removable V USB P");
+    EXPECT_EQ(Utf8FromWide(texts->serial), serial);
   }
 }
 
