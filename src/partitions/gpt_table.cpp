@@ -7,6 +7,7 @@
 #include <zlib.h>
 
 #include "base/endian.h"
+#include "base/zeros.h"
 #include "partitions/disk_text.h"
 
 namespace larkspur {
@@ -78,7 +79,7 @@ std::optional<GptTable> ReadHeaderAndArray(Scan& scan, u64 sector, u32 factor) {
   const u64 first = table.SectorOf(LoadLe64(&table.header[kArrayLba]));
   table.came = scan.ReadAround(first, sectors, table.array.data());
   table.array.resize(size_t{entries} * GptTable::kEntryBytes);
-  if (entries < count) scan.Refuse(Budget::kEntries);
+  if (entries < count) scan.Limits().Refuse(Budget::kEntries);
   table.state = Judge(scan, table, first, sectors);
   return table;
 }
@@ -144,8 +145,7 @@ GptState JudgeGpt(Scan& scan, u64 sector, u32 factor) {
 }
 
 bool IsUsedGptEntry(std::span<const u8> entry) {
-  const auto guid = entry.first(kGuidBytes);
-  return std::any_of(guid.begin(), guid.end(), [](u8 byte) { return byte != 0; });
+  return !IsAllZero(entry.first(kGuidBytes));
 }
 
 }  // namespace larkspur

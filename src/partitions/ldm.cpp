@@ -118,7 +118,7 @@ std::optional<RecordRange> ReadRecordRange(Scan& scan, u64 database) {
 }
 
 bool AddRecords(Scan& scan, std::span<const u8> bytes, u32 recordBytes, LdmDatabase* database) {
-  if (!scan.Spend(Budget::kItems, bytes.size() / recordBytes)) return false;
+  if (!scan.Limits().Spend(Budget::kItems, bytes.size() / recordBytes)) return false;
   for (size_t at = 0; at < bytes.size(); at += recordBytes) {
     if (!database->Add(bytes.subspan(at, recordBytes))) return false;
   }

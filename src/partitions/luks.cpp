@@ -156,7 +156,7 @@ class JsonBytes {
   void Refill() {
     constexpr u64 kPieceSectors = (u64{64} << 10) / kSectorBytes;
     const u32 count = static_cast<u32>(std::min(kPieceSectors, m_left));
-    if (count == 0 || !m_scan.Spend(Budget::kTextBytes, u64{count} * kSectorBytes)) return;
+    if (count == 0 || !m_scan.Limits().Spend(Budget::kTextBytes, u64{count} * kSectorBytes)) return;
     m_piece.resize(size_t{count} * kSectorBytes);
     m_at = 0;
     m_scan.ReadAround(m_sector, count, m_piece.data());

@@ -155,13 +155,13 @@ namespace {
 
 void ReadText(Scan& scan, const cPartTreeItem& node, const TextPlace& place, u32 sum,
               Lvm2Area* area) {
-  if (!place.IsInRing() || !scan.Spend(Budget::kTextBytes, place.bytes)) return;
+  if (!place.IsInRing() || !scan.Limits().Spend(Budget::kTextBytes, place.bytes)) return;
   std::string bytes = ReadRing(scan, node, place);
   if (bytes.empty()) return;
   area->sumsHold &= sum == Crc(BytesOf(bytes));
-  area->text = std::make_unique<Lvm2Text>(std::move(bytes), scan.Left(Budget::kItems));
-  if (area->text->IsTooLong()) scan.Refuse(Budget::kItems);
-  scan.Spend(Budget::kItems, area->text->ItemCount());
+  area->text = std::make_unique<Lvm2Text>(std::move(bytes), scan.Limits().Left(Budget::kItems));
+  if (area->text->IsTooLong()) scan.Limits().Refuse(Budget::kItems);
+  scan.Limits().Spend(Budget::kItems, area->text->ItemCount());
   if (!area->text->IsValid()) return;
   area->sequence = Lvm2SequenceNumber(*area->text);
   area->state = AreaState::kHoldsText;
@@ -281,12 +281,13 @@ bool ParseLvm2(Scan& scan, cPartTreeItem& node) {
   TextChoice choice;
   for (const u64 position : header->areas) choice.Offer(AreaAt(scan, node, position), position);
   if (!choice.Text()) return header->areas.empty() || choice.AnyEmpty();
-  if (!scan.Spend(Budget::kLooks, choice.Text()->ItemCount())) return false;
-  const u64 room = scan.Left(Budget::kPieces);
+  if (!scan.Limits().Spend(Budget::kLooks, choice.Text()->ItemCount())) return false;
+  const u64 room = scan.Limits().Left(Budget::kPieces);
   const auto volume = FindPhysicalVolume(*choice.Text(), header->id, room);
   if (!volume) return false;
-  if (!scan.Spend(Budget::kPieces, volume->pieces.size()) || volume->pieces.size() == room) {
-    scan.Refuse(Budget::kPieces);
+  if (!scan.Limits().Spend(Budget::kPieces, volume->pieces.size()) ||
+      volume->pieces.size() == room) {
+    scan.Limits().Refuse(Budget::kPieces);
   }
   AddPieces(scan, node, *volume);
   return true;

@@ -180,7 +180,7 @@ void NoteTaker::TellContent(const cPartTreeItem& node) {
   const u64 end = m_scan.SectorCount();
   const bool isInside = node.m_start < end && m_scan.TableLength(node) <= end - node.m_start;
   const bool isAllSeen =
-      isInside && m_scan.Misses() == misses && !m_scan.IsReached(Budget::kSectors);
+      isInside && m_scan.Misses() == misses && !m_scan.Limits().IsReached(Budget::kSectors);
   TellType(node, content ? content->name : std::string_view(), isAllSeen);
 }
 

@@ -159,14 +159,14 @@ TEST(Scan, EndsAtItsLimits) {
   std::vector<u8> buffer(500 * kSectorBytes);
   u64 sectors = 0;
   while (scan.Read(0, 500, buffer.data()) == 500) sectors += 500;
-  EXPECT_EQ(sectors, Scan::kMaxSectorsRead / 500 * 500);
+  EXPECT_EQ(sectors, ScanLimits::kMaxSectorsRead / 500 * 500);
 
   PartitionTree tree;
   auto* root = new cPartTreeItem;
   AppendToTree(tree.Head(), root);
   u32 nodes = 0;
   while (scan.AddChild(*root, 1, 1, 0)) ++nodes;
-  EXPECT_EQ(nodes, Scan::kMaxNodes);
+  EXPECT_EQ(nodes, ScanLimits::kMaxNodes);
 }
 
 TEST(Detection, NeedsAStorageWithAFront) {
@@ -228,8 +228,8 @@ TEST(Detection, ATableOfItselfStaysSmall) {
     while (node && !node->m_next) node = node->Parent();
     if (node) node = node->Next();
   }
-  EXPECT_LE(nodes, Scan::kMaxNodes + 1);
-  EXPECT_EQ(deepest, Scan::kMaxDepth);
+  EXPECT_LE(nodes, ScanLimits::kMaxNodes + 1);
+  EXPECT_EQ(deepest, ScanLimits::kMaxDepth);
 }
 
 TEST(Place, NamesANodeAndWhatItsTableGivesIt) {
