@@ -34,7 +34,7 @@ constexpr char kSetName[] = "AppleRAID-SetName";
 // that of members whose length is a multiple of 8; for others the header lies where the last whole
 // 8 sectors begin. The end is that of the node and, where its table gives it more, that one too.
 std::optional<u64> FindHeader(Scan& scan, const cPartTreeItem& node) {
-  for (const u64 length : {node.m_length, scan.TableLength(node)}) {
+  for (const u64 length : scan.EndsOf(node)) {
     if (length < kHeaderSectors) continue;
     for (const u64 end : {length, length / kHeaderSectors * kHeaderSectors}) {
       SectorBytes sector;

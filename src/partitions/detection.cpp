@@ -147,8 +147,10 @@ bool DetectContents(Scan& scan, cPartTreeItem& node, bool allowMbr) {
 }
 
 void ReadNodeAhead(Scan& scan, const cPartTreeItem& node, bool forContent) {
-  constexpr u32 kAtFront = 44;
-  constexpr u32 kAtEnd = 24;  // a node of a GUID table ends one sector before, which moves MD's
+  constexpr u32 kAtFront = 43;
+  // MD's superblock begins at a multiple of eight sectors; what lies behind it, at the last eight.
+  constexpr u64 kMdFromEnd = 16;
+  constexpr u64 kLastFromEnd = 8;
   constexpr struct {
     u32 first;
     u32 count;
@@ -160,7 +162,9 @@ void ReadNodeAhead(Scan& scan, const cPartTreeItem& node, bool forContent) {
     if (!forContent || piece.first + piece.count > length) break;
     scan.ReadAhead(node.m_start + piece.first, piece.count);
   }
-  if (length > 64 + kAtEnd) scan.ReadAhead(node.m_start + length - kAtEnd, kAtEnd);
+  if (length < kAtFront + kMdFromEnd + 8) return;
+  const u64 first = (length - kMdFromEnd) / 8 * 8;
+  scan.ReadAhead(node.m_start + first, static_cast<u32>(length - kLastFromEnd + 1 - first));
 }
 
 const Format* FormatOf(u32 parserId) {

@@ -62,7 +62,7 @@ std::vector<SuperPlace> SuperPlaces(const Scan& scan, const cPartTreeItem& node)
     };
     if (std::none_of(places.begin(), places.end(), isSame)) places.push_back(place);
   };
-  for (const u64 length : {node.m_length, scan.TableLength(node)}) {
+  for (const u64 length : scan.EndsOf(node)) {
     if (length >= 16) add({(length - 16) & ~u64{7}, 1});
     if (length >= 128) add({(length & ~u64{127}) - 128, 0});
   }

@@ -47,12 +47,17 @@ bool ReadVolumes(Scan& scan, const cPartTreeItem& node, u64 candidate, u64 hotFi
   return StartsWith(tables->volumes, "NetWare Volumes");
 }
 
+// People wait for less where nothing points to NetWare: of partitions with another type only the
+// first place is asked, unless that did not come or is one of NetWare's. A host counts on all four.
 std::optional<Tables> FindTables(Scan& scan, const cPartTreeItem& node) {
   Tables tables;
+  bool isLikely = !scan.IsForPeople() || node.m_type == kTypeNetWare;
   for (const u64 candidate : kCandidates) {
-    if (candidate >= node.m_length) break;
-    if (!scan.ReadSector(node.m_start + candidate, &tables.hotFix)) continue;
-    if (!StartsWith(tables.hotFix, "HOTFIX00")) continue;
+    if (candidate >= node.m_length || (candidate != kCandidates[0] && !isLikely)) break;
+    const bool came = scan.ReadSector(node.m_start + candidate, &tables.hotFix);
+    const bool isOurs = came && StartsWith(tables.hotFix, "HOTFIX00");
+    isLikely = isLikely || !came || isOurs;
+    if (!isOurs) continue;
     ByteReader record(tables.hotFix);
     for (const u64 size : {record.Le64(kHotFixSectors), u64{record.Le32(kHotFixSectors)}}) {
       if (ReadVolumes(scan, node, candidate, size, &tables)) return tables;

@@ -42,6 +42,11 @@ u64 Scan::TableLength(const cPartTreeItem& node) const {
   return &node == m_top ? node.m_length : static_cast<const cScannedItem&>(node).m_tableLength;
 }
 
+std::array<u64, 2> Scan::EndsOf(const cPartTreeItem& node) const {
+  const u64 length = TableLength(node);
+  return {IsForPeople() ? length : node.m_length, length};
+}
+
 bool Scan::Detect(cPartTreeItem& node, const cPartTreeItem& above) {
   if (Depth(node) >= ScanLimits::kMaxDepth) return Limits().Refuse(Budget::kDepth);
   return DetectContents(*this, node, node.m_start > above.m_start);

@@ -5,6 +5,8 @@
 // Scan: one detection run over a storage. All probes and parsers read through it, and make their
 // nodes by it; a run that asks for notes is told what stood in its way.
 
+#include <array>
+#include <map>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -61,6 +63,9 @@ class Scan : public ScanReader {
 
   // The length of the node as its table gives it.
   u64 TableLength(const cPartTreeItem& node) const;
+  // By which its end may be found, in this order: a host counts on the node's own being tried
+  // first, though that of a GUID table's node is too short; people have no use for it.
+  std::array<u64, 2> EndsOf(const cPartTreeItem& node) const;
 
   // Looks into a node that was just made. `above` is the node whose table made it: a node that
   // starts where that one starts is not asked for a master boot record again.

@@ -19,6 +19,7 @@ enum TypeCode : u16 {
   kTypeFat32 = 11,
   kTypeExtendedLba = 15,
   kTypeLdmLink = 66,
+  kTypeNetWare = 101,
   kTypeLinuxSwap = 130,
   kTypeLinuxNative = 131,
   kTypeExtendedLinux = 133,

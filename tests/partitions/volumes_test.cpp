@@ -8,6 +8,7 @@
 #include "fakes/disk_builder.h"
 #include "fakes/memory_disk.h"
 #include "fakes/tree_text.h"
+#include "io/failing_io.h"
 #include "partitions/detection.h"
 
 namespace larkspur {
@@ -253,6 +254,30 @@ TEST(NetWare, MakesAChildOfEverySegment) {
               "{raid \"VOL1\" layout 1 columns 2 index 1 block 512 level segments set }\n");
   }
   EXPECT_EQ(NetWarePartition(33).Tree().find("nw\n"), std::string::npos);
+}
+
+// A host finds all of these.
+TEST(NetWare, PeopleWaitForItsCopiesWhereTheyMayLie) {
+  const struct {
+    u8 type;
+    u64 record;
+    u64 unreadable;
+    bool isFound;
+  } kCases[] = {
+      {0x65, 128, 0, true}, {0x83, 32, 0, true}, {0x83, 64, 0, false}, {0x83, 64, 32, true}};
+  for (const auto& test : kCases) {
+    DiskBuilder disk = NetWarePartition(test.record);
+    disk.MbrEntry(0, 0, test.type, 100, 8000);
+    const u64 bad = test.unreadable == 0 ? 8191 : 100 + test.unreadable;
+    const std::vector<SectorRange> readable = {{0, bad}, {bad + 1, 8191 - bad}};
+    for (const bool forPeople : {false, true}) {
+      cFailingIO io(disk.Disk(), std::make_shared<const std::vector<SectorRange>>(readable));
+      PartitionTree tree;
+      BuildPartitionTree(tree.Head(), &io, {.forPeople = forPeople});
+      EXPECT_EQ(tree.Root()->FirstChild()->FirstChild() != nullptr, test.isFound || !forPeople)
+          << test.record << " " << forPeople;
+    }
+  }
 }
 
 TEST(NetWareNss, IsKnownByItsTextAtEitherPlace) {
