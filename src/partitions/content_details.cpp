@@ -6,6 +6,7 @@
 #include <array>
 #include <bit>
 
+#include "base/endian.h"
 #include "base/printable.h"
 #include "base/zeros.h"
 #include "partitions/disk_text.h"
@@ -99,6 +100,36 @@ std::string HfsUuid(std::span<const u8> finderId) {
   return FieldUuid(*uuid);
 }
 
+// Joliet names a volume by 16 characters of Unicode, ISO 9660 by 32 of ASCII.
+constexpr size_t kDiscName = 40;
+constexpr size_t kDiscNameBytes = 32;
+
+// What both names have at a place: either may have '_' for what it cannot have, and ISO 9660 may
+// have capitals. 0 when they differ.
+u16 CharacterOfBoth(u16 joliet, u8 iso) {
+  const auto upper = [](u16 c) {
+    return c >= 'a' && c <= 'z' ? static_cast<u16>(c - 'a' + 'A') : c;
+  };
+  if (joliet == iso || iso == '_' || upper(joliet) == iso) return joliet;
+  return joliet == '_' || upper(iso) == joliet ? iso : u16{0};
+}
+
+// Where the names agree as far as the short one goes, the label has the better characters of both
+// and the end of the long one; else it is the short one.
+std::string JolietLabel(std::span<const u8> joliet, std::span<const u8> iso) {
+  std::vector<u8> both;
+  for (size_t i = 0; i < iso.size(); ++i) {
+    u16 unit = iso[i];
+    if (2 * i + 1 < joliet.size()) {
+      unit = CharacterOfBoth(LoadBe16(&joliet[2 * i]), iso[i]);
+      if (unit == 0) return FieldUtf16(joliet, true);
+    }
+    both.push_back(static_cast<u8>(unit >> 8));
+    both.push_back(static_cast<u8>(unit));
+  }
+  return FieldUtf16(both, true);
+}
+
 // Descriptors of UDF and their fields.
 constexpr u16 kPrimaryDescriptor = 1;
 constexpr u16 kAnchorDescriptor = 2;
@@ -157,6 +188,10 @@ u64 Padded(u64 length) {
 void DescribeExt(NodeBytes& bytes, ContentNote* note) {
   note->name = ExtName(bytes.Le32(92), bytes.Le32(96), bytes.Le32(100));
   note->version = Numbers(bytes.Le32(76), bytes.Le16(62));
+}
+
+void DescribeOcfs2(NodeBytes& bytes, ContentNote* note) {
+  note->version = Numbers(bytes.Le16(192), bytes.Le16(194));
 }
 
 void DescribeF2fs(NodeBytes& bytes, ContentNote* note) {
@@ -266,7 +301,9 @@ void DescribeIso9660(NodeBytes& bytes, ContentNote* note) {
     const u8 type = bytes.U8(at);
     if (bytes.Failed() || type == 0xFF) return;
     if (type != 2 || !StartsWith(bytes.Bytes(at + 88, 2), "%/")) continue;
-    const std::string label = FieldUtf16(bytes.Bytes(at + 40, 32), true);
+    const auto iso = bytes.Bytes(kDiscName, kDiscNameBytes);
+    const std::vector<u8> isoName(iso.begin(), iso.end());  // ends with the next bytes
+    const std::string label = JolietLabel(bytes.Bytes(at + kDiscName, kDiscNameBytes), isoName);
     if (!label.empty()) note->label = label;
     note->version = "Joliet Extension";
     return;

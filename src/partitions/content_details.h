@@ -13,6 +13,7 @@
 namespace larkspur {
 
 void DescribeExt(NodeBytes& bytes, ContentNote* note);
+void DescribeOcfs2(NodeBytes& bytes, ContentNote* note);
 void DescribeF2fs(NodeBytes& bytes, ContentNote* note);
 void DescribeFat(NodeBytes& bytes, ContentNote* note);
 void DescribeExfat(NodeBytes& bytes, ContentNote* note);

@@ -108,6 +108,41 @@ bool IsHfsPlus(NodeBytes& bytes) {
   return IsPowerOfTwo(bytes.Be32(40), 512, u64{1} << 31);
 }
 
+// Formats of the file system and of what its nodes share.
+bool IsGfs2(NodeBytes& bytes) {
+  return bytes.Be32(24) / 100 == 18 && bytes.Be32(28) / 100 == 19;
+}
+
+bool IsGfs(NodeBytes& bytes) {
+  return bytes.Be32(24) == 1309 && bytes.Be32(28) == 1401;
+}
+
+// The magic bytes are two, and stray ones are many: the maps must have room for what they map.
+bool MinixMapsFit(u64 inodes, u64 inodeBlocks, u64 zones, u64 zoneBlocks, u64 blockBytes) {
+  const u64 bits = blockBytes * 8;
+  return inodes != 0 && inodes < inodeBlocks * bits && zones != 0 && zones < zoneBlocks * bits;
+}
+
+// Versions 1 and 2. Of all their magic numbers the upper byte is the smaller one.
+bool IsMinix(NodeBytes& bytes) {
+  const bool isBig = bytes.U8(16) < bytes.U8(17);
+  const auto word = [&bytes, isBig](u64 at) { return isBig ? bytes.Be16(at) : bytes.Le16(at); };
+  const bool isFirst = word(16) >> 8 == 0x13;
+  const u64 zones = isFirst ? word(2) : isBig ? bytes.Be32(20) : bytes.Le32(20);
+  const u64 firstZone = word(8);
+  constexpr u16 kStates = 3;  // clean, with errors
+  return zones > firstZone && word(10) == 0 && word(18) <= kStates &&
+         MinixMapsFit(word(0), word(4), zones - firstZone, word(6), KiB);
+}
+
+bool IsMinix3(NodeBytes& bytes) {
+  const u64 zones = bytes.Le32(20);
+  const u64 firstZone = bytes.Le16(10);
+  const u64 blockBytes = bytes.Le16(28);
+  return zones > firstZone && bytes.Le16(12) == 0 && IsPowerOfTwo(blockBytes, KiB, 32 * KiB) &&
+         MinixMapsFit(bytes.Le32(0), bytes.Le16(6), zones - firstZone, bytes.Le16(8), blockBytes);
+}
+
 bool IsUfs(NodeBytes& bytes) {
   return bytes.Le32(48) != 0 && IsPowerOfTwo(bytes.Le32(48), 4096, 65536);
 }
@@ -200,14 +235,16 @@ constexpr ContentField kReiserUuid = Uuid(84);
 constexpr ContentField kUfsName = Text(680, 32);
 constexpr ContentField kUfsId{144, 8, Form::kTwoWords};
 constexpr ContentField kBigUfsId{144, 8, Form::kHex};
+constexpr ContentField kGfsTable = Text(160, 64);
+constexpr ContentField kOcfs2Label = Text(272, 64);
+constexpr ContentField kOcfs2Uuid = Uuid(336);
 constexpr ContentField kDrbdId{40, 8, Form::kBe64};
 constexpr ContentField kDdfId{8, 24, Form::kHex};
 constexpr ContentField kVmfsLabel = Text(29, 128);
 constexpr ContentField kVmfsId{9, 16, Form::kVmfs};
 
 // Members come before what they hold, so what is told from the end comes first, and the strict
-// before the lax. Rows of one place stand
-// together, so that each sector is looked at once.
+// before the lax. Rows of one place stand together, so that each sector is looked at once.
 constexpr ContentRow kRows[] = {
     // At the end. DRBD's stands where Apple RAID's is looked for.
     {"drbd", FromEnd(8), 60, "\x83\x74\x02\x6B"sv, nullptr, {}, kDrbdId, "v08"},
@@ -263,6 +300,9 @@ constexpr ContentRow kRows[] = {
     {"hfsplus", KiB, 0, "H+"sv, IsHfsPlus, {}, {}, {}, DescribeHfsPlus},
     {"hfsplus", KiB, 0, "HX"sv, IsHfsPlus, {}, {}, {}, DescribeHfsPlus},
     {"ext", KiB, 56, "\x53\xEF"sv, IsExt, Text(120, 16), Uuid(104), {}, DescribeExt},
+    {"ocfs2", KiB, 0, "OCFSV2"sv, nullptr, kOcfs2Label, kOcfs2Uuid, {}, DescribeOcfs2},
+    {"ocfs2", 2 * KiB, 0, "OCFSV2"sv, nullptr, kOcfs2Label, kOcfs2Uuid, {}, DescribeOcfs2},
+    {"ocfs2", 4 * KiB, 0, "OCFSV2"sv, nullptr, kOcfs2Label, kOcfs2Uuid, {}, DescribeOcfs2},
     {"linux_raid_member", 4 * KiB, 0, kMdMagic, IsMdFromItsPlace, kMdName, kMdSet, "1.2"},
     {"bcache", 4 * KiB, 24, kBcacheMagic, IsInSectorEight, {}, Uuid(40)},
     {"bcachefs", 4 * KiB, 24, kBcachefsMagic, nullptr, Text(72, 32), Uuid(56)},
@@ -274,6 +314,7 @@ constexpr ContentRow kRows[] = {
     OnWholeDisk({"hpt37x_raid_member", 9 * 512, 32, "\xF0\x16\x78\x5A"sv}),
     OnWholeDisk({"hpt37x_raid_member", 9 * 512, 32, "\xFD\x16\x78\x5A"sv}),
     {"swap", 0, 8192 - 10, "SWAPSPACE2"sv, nullptr, kSwapLabel, kSwapUuid, "1"},
+    {"ocfs2", 8 * KiB, 0, "OCFSV2"sv, nullptr, kOcfs2Label, kOcfs2Uuid, {}, DescribeOcfs2},
     {"reiserfs", 8 * KiB, 52, "ReIsErFs"sv, nullptr, {}, {}, "3.5"},
     {"ufs", 8 * KiB, 1372, "\x54\x19\x01\x00"sv, IsUfs, {}, kUfsId, "1"},
     {"ufs", 8 * KiB, 1372, "\x19\x01\x54\x19"sv, IsUfs, kUfsName, kUfsId, "2"},
@@ -290,11 +331,23 @@ constexpr ContentRow kRows[] = {
     {"iso9660", 32 * KiB, 1, "CD001"sv, IsPrimaryVolume, Text(40, 32), {}, {}, DescribeIso9660},
     {"swap", 0, 65536 - 10, "SWAPSPACE2"sv, nullptr, kSwapLabel, kSwapUuid, "1"},
     {"btrfs", 64 * KiB, 64, "_BHRfS_M"sv, IsBtrfs, Text(299, 256), Uuid(32)},
+    {"gfs2", 64 * KiB, 0, "\x01\x16\x19\x70"sv, IsGfs2, kGfsTable, Uuid(256), "1"},
+    {"gfs", 64 * KiB, 0, "\x01\x16\x19\x70"sv, IsGfs, kGfsTable, Uuid(256)},
     {"reiserfs", 64 * KiB, 52, "ReIsErFs"sv, nullptr, {}, {}, "3.5"},
     {"reiserfs", 64 * KiB, 52, "ReIsEr2Fs"sv, nullptr, kReiserLabel, kReiserUuid, "3.6"},
     {"reiserfs", 64 * KiB, 52, "ReIsEr3Fs"sv, nullptr, kReiserLabel, kReiserUuid, "JR"},
     {"ufs", 64 * KiB, 1372, "\x19\x01\x54\x19"sv, IsUfs, kUfsName, kUfsId, "2"},
     {"ufs", 64 * KiB, 1372, "\x19\x54\x01\x19"sv, IsBigUfs, kUfsName, kBigUfsId, "2"},
+    // The weakest marks: names of 14 and of 30 characters, in either byte order.
+    {"minix", KiB, 16, "\x7F\x13"sv, IsMinix, {}, {}, "1"},
+    {"minix", KiB, 16, "\x8F\x13"sv, IsMinix, {}, {}, "1"},
+    {"minix", KiB, 16, "\x13\x7F"sv, IsMinix, {}, {}, "1"},
+    {"minix", KiB, 16, "\x13\x8F"sv, IsMinix, {}, {}, "1"},
+    {"minix", KiB, 16, "\x68\x24"sv, IsMinix, {}, {}, "2"},
+    {"minix", KiB, 16, "\x78\x24"sv, IsMinix, {}, {}, "2"},
+    {"minix", KiB, 16, "\x24\x68"sv, IsMinix, {}, {}, "2"},
+    {"minix", KiB, 16, "\x24\x78"sv, IsMinix, {}, {}, "2"},
+    {"minix", KiB, 24, "\x5A\x4D"sv, IsMinix3, {}, {}, "3"},
     // Megabytes inside.
     OfVmfs({"VMFS_volume_member", MiB, 0, "\x0D\xD0\x01\xC0"sv, HasVmfsVersion, {}, Text(532, 35)}),
     OfVmfs({"VMFS", 2 * MiB, 0, "\x5E\xF1\xAB\x2F"sv, HasVmfsVersion, kVmfsLabel, kVmfsId}),

@@ -93,6 +93,15 @@ DiskBuilder Udf() {
   return disk.Le(303, 0, 2, 8).Le(304, 0, 2, 6).Le(304, 12, 4, 304);
 }
 
+DiskBuilder Gfs(u64 format, u64 shared) {
+  return Disk()
+      .Be(128, 0, 4, 0x01161970)
+      .Be(128, 24, 4, format)
+      .Be(128, 28, 4, shared)
+      .Text(128, 160, "c:fs")
+      .Text(128, 256, kUuid);
+}
+
 // What no tool of the tests' system makes.
 std::vector<Case> Crafted() {
   return {
@@ -167,6 +176,21 @@ std::vector<Case> Crafted() {
            .Le(1, 68, 4, 0xDD121031)
            .Le(1, 112, 4, 0x15B6830E),
        "befs little-endian \"haiku\""},
+      {"GFS2", Gfs(1802, 1900), std::string("gfs2 1 \"c:fs\", ") + kUuidText},
+      {"GFS", Gfs(1309, 1401), std::string("gfs \"c:fs\", ") + kUuidText},
+      {"neither of them", Gfs(1309, 1900), ""},
+      {"Minix of Motorola's byte order",
+       Disk()
+           .Be(2, 0, 2, 352)
+           .Be(2, 2, 2, 1024)
+           .Be(2, 4, 2, 1)
+           .Be(2, 6, 2, 1)
+           .Be(2, 8, 2, 47)
+           .Be(2, 16, 2, 0x138F),
+       "minix 1"},
+      {"Minix 2 of it",
+       Disk().Be(2, 0, 2, 352).Be(2, 4, 2, 1).Be(2, 6, 2, 1).Be(2, 16, 2, 0x2468).Be(2, 20, 4, 512),
+       "minix 2"},
       {"DRBD over ext",
        Disk().Le(2, 56, 2, 0xEF53).Le(2, 32, 4, 8).Be(kSectors - 8, 60, 4, 0x8374026B), "drbd v08"},
       {"nothing", Disk(), ""},
@@ -178,6 +202,46 @@ std::vector<Case> Crafted() {
 
 TEST(Content, IsRecognisedByItsRow) {
   for (const Case& test : Crafted()) EXPECT_EQ(NotesOf(test.disk.Bytes()), test.notes) << test.what;
+}
+
+TEST(Content, Ocfs2StandsInTheThirdBlockOfAnySize) {
+  for (const u64 sector : {2, 4, 8, 16}) {
+    const DiskBuilder disk = Disk()
+                                 .Text(sector, 0, "OCFSV2")
+                                 .Le(sector, 194, 2, 90)
+                                 .Text(sector, 272, "shared")
+                                 .Text(sector, 336, kUuid);
+    EXPECT_EQ(NotesOf(disk.Bytes()), std::string("ocfs2 0.90 \"shared\", ") + kUuidText) << sector;
+  }
+}
+
+// The words are blkid's, of such discs.
+TEST(Content, ADiscsLabelIsThatOfBothItsNames) {
+  const struct {
+    std::string_view iso, joliet, label;
+  } kCases[] = {
+      {"JOLIET_LABEL_LONGER_THAN", "Joliet Label Lon", "Joliet Label LonGER_THAN"},
+      {"ABCDEFGHIJKLMNOPQRST", "abcdefghijklmnop", "abcdefghijklmnopQRST"},
+      {"ABCDEFGHIJKLMNOPQRST", "abcdefghijklmnoX", "abcdefghijklmnoX"},
+      {"ABCDEFGHIJKLMNOPQRST", "abcdefghijklmno", "abcdefghijklmno"},
+      {"ABCDEFGHIJKLMNO QRST", "abcdefghijklmno ", "abcdefghijklmno QRST"},
+      {"ABCDEFGHIJKLMNOP    Q", "abcdefghijklmnop", "abcdefghijklmnop    Q"},
+      {"ABCDEFGHIJK-MNOPQRST", "abcdefghijk_mnop", "abcdefghijk-mnopQRST"},
+      {"ABCDEFGHIJK_MNOPQRST", "abcdefghijk-mnop", "abcdefghijk-mnopQRST"},
+      {"abcdefghijklmnopqrst", "ABCDEFGHIJKLMNOP", "abcdefghijklmnopqrst"},
+      {"Small in both of its names", "Small in both of", "Small in both of its names"},
+      {"_____________________", "1234567890123456", "1234567890123456_____"},
+      {"OTHER", "Joliet", "Joliet"},
+      {"ABCDEFGHIJ KLM", "Abc", "Abc"},
+  };
+  for (const auto& test : kCases) {
+    DiskBuilder disk = Disk().Text(64, 0, "\1CD001").Text(64, 40, std::string(32, ' '));
+    disk.Text(64, 40, test.iso).Text(68, 0, "\2CD001").Text(68, 88, "%/E");
+    for (size_t i = 0; i < 16; ++i) {
+      disk.Be(68, 40 + 2 * i, 2, i < test.joliet.size() ? static_cast<u8>(test.joliet[i]) : ' ');
+    }
+    EXPECT_EQ(NotesOf(disk.Bytes()), "iso9660 Joliet Extension \"" + std::string(test.label) + '"');
+  }
 }
 
 // A field of a superblock at both ends of what may stand there, and past them.
@@ -197,6 +261,21 @@ TEST(Content, FieldsHaveLimits) {
   const DiskBuilder apfs = Disk().Le(0, 24, 4, 1).Text(0, 32, "NXSB");
   const DiskBuilder nilfs = Disk().Le(2, 0, 4, 2).Le(2, 6, 2, 0x3434);
   const DiskBuilder ufs = Disk().Le(128, 1372, 4, 0x19540119);
+  const DiskBuilder minix = Disk()
+                                .Le(2, 0, 2, 100)
+                                .Le(2, 2, 2, 500)
+                                .Le(2, 4, 2, 1)
+                                .Le(2, 6, 2, 1)
+                                .Le(2, 8, 2, 47)
+                                .Le(2, 16, 2, 0x137F);
+  const DiskBuilder minix3 = Disk()
+                                 .Le(2, 0, 4, 100)
+                                 .Le(2, 6, 2, 1)
+                                 .Le(2, 8, 2, 1)
+                                 .Le(2, 10, 2, 47)
+                                 .Le(2, 20, 4, 500)
+                                 .Le(2, 24, 2, 0x4D5A)
+                                 .Le(2, 28, 2, 1024);
   const DiskBuilder vmfs = DiskBuilder(8192).Le(4096, 0, 4, 0x2FABF15E);
   const struct {
     const char* what;
@@ -219,6 +298,14 @@ TEST(Content, FieldsHaveLimits) {
       {"apfs", apfs, 0, 36, 4, false, {4096, 65536}, {2048, 131072}},
       {"nilfs2", nilfs, 2, 8, 2, false, {256, 1024}, {255, 1025}},
       {"ufs", ufs, 128, 48, 4, false, {4096, 65536}, {2048, 131072}},
+      {"minix 1", minix, 2, 0, 2, false, {1, 8191}, {0, 8192}},
+      {"minix 1", minix, 2, 2, 2, false, {48, 8238}, {0, 47, 8239}},
+      {"minix 1", minix, 2, 10, 2, false, {0}, {1}},
+      {"minix 1", minix, 2, 18, 2, false, {0, 3}, {4}},
+      {"minix 3", minix3, 2, 0, 4, false, {1, 8191}, {0, 8192}},
+      {"minix 3", minix3, 2, 12, 2, false, {0}, {1}},
+      {"minix 3", minix3, 2, 20, 4, false, {48, 8238}, {0, 47, 8239}},
+      {"minix 3", minix3, 2, 28, 2, false, {1024, 32768}, {0, 512, 1000}},
       {"VMFS", vmfs, 4096, 4, 4, false, {1, 99}, {0, 100}},
   };
   for (const auto& c : cases) {
