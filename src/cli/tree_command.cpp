@@ -97,7 +97,15 @@ ExitStatus RunTree(const TreeOptions& options) {
     return ShowTree(options, (*cache)->image.get(), &**cache);
   }
   auto source = OpenSourceOrTell(options);
-  return source ? ShowTree(options, source->io.get(), nullptr) : source.error();
+  if (!source) return source.error();
+  // The system counts such sectors wrongly, or not at all.
+  const u32 sectorBytes = source->asked->Identity().logicalSectorBytes;
+  if (sectorBytes % kSectorBytes != 0) {
+    return Fail(
+        fmt::format("{}: sectors of {} bytes are only read into a cache; name one with --cache",
+                    options.source, sectorBytes));
+  }
+  return ShowTree(options, source->io.get(), nullptr);
 }
 
 }  // namespace larkspur::cli
