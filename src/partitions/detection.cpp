@@ -163,7 +163,7 @@ void ReadNodeAhead(Scan& scan, const cPartTreeItem& node, bool forContent) {
     scan.ReadAhead(node.m_start + piece.first, piece.count);
   }
   if (length < kAtFront + kMdFromEnd + 8) return;
-  const u64 first = (length - kMdFromEnd) / 8 * 8;
+  const u64 first = (std::min(length, node.m_length) - kMdFromEnd) / 8 * 8;
   scan.ReadAhead(node.m_start + first, static_cast<u32>(length - kLastFromEnd + 1 - first));
 }
 

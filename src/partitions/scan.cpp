@@ -43,8 +43,7 @@ u64 Scan::TableLength(const cPartTreeItem& node) const {
 }
 
 std::array<u64, 2> Scan::EndsOf(const cPartTreeItem& node) const {
-  const u64 length = TableLength(node);
-  return {IsForPeople() ? length : node.m_length, length};
+  return {node.m_length, TableLength(node)};
 }
 
 bool Scan::Detect(cPartTreeItem& node, const cPartTreeItem& above) {

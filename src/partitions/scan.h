@@ -64,7 +64,7 @@ class Scan : public ScanReader {
   // The length of the node as its table gives it.
   u64 TableLength(const cPartTreeItem& node) const;
   // By which its end may be found, in this order: a host counts on the node's own being tried
-  // first, though that of a GUID table's node is too short; people have no use for it.
+  // first, though that of a GUID table's node is too short.
   std::array<u64, 2> EndsOf(const cPartTreeItem& node) const;
 
   // Looks into a node that was just made. `above` is the node whose table made it: a node that

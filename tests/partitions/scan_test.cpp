@@ -144,7 +144,7 @@ TEST(Scan, LooksIntoAPartitionInFewRequests) {
   const struct {
     const DiskBuilder& disk;
     size_t requests;
-  } kCases[] = {{four, 3 + 4 * 7}, {chain, 5 + 10 * 4}, {gpt, 3 + 20 * 3}};
+  } kCases[] = {{four, 3 + 4 * 7}, {chain, 5 + 10 * 4}, {gpt, 3 + 20 * 4}};
   for (const auto& test : kCases) {
     const auto io = test.disk.Disk();
     PartitionTree tree;
