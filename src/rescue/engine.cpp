@@ -59,6 +59,7 @@ void Engine::Resume(RescueHistory* history) {
   if (!history->storing.IsEmpty()) m_keeper.NoteChange();
   m_silence.Resume(std::move(history->beganSilence), history->cameBack);
   m_isWoken = history->wasSilent;
+  m_earlierRuns = static_cast<u32>(history->runs.size());
   m_triedTogether = std::move(history->triedTogether);
   m_triedAlone = std::move(history->triedAlone);
   m_witnesses.Exclude(m_triedTogether);

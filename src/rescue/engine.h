@@ -147,6 +147,7 @@ class Engine {
   // Proof of life.
   bool NeedsProof();
   bool Prove();
+  bool AskAllOver();
   enum class Proof { kAlive, kNone, kNothingToAsk };
   struct Witness {
     SectorRange range;
@@ -193,7 +194,8 @@ class Engine {
   ExtentSet m_planned;        // what was wanted so far
   ExtentSet m_triedTogether;  // by earlier runs, where nothing was planned yet
   ExtentSet m_triedAlone;
-  ExtentSet m_slipped;       // came to nothing once without the medium's doing
+  ExtentSet m_slipped;  // came to nothing once without the medium's doing
+  u32 m_earlierRuns = 0;
   ExtentSet m_triedEarlier;  // asked by earlier runs, so that this one counts them once
   std::vector<std::pair<u64, u64>> m_named;  // bad sectors that the drive named: in which piece
   bool m_isRetrying = false;

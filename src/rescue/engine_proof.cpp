@@ -4,6 +4,7 @@
 // Proof of life: whether a disk that refuses is bad there, or has fallen silent.
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "platform/system_error.h"
@@ -17,11 +18,16 @@ constexpr double kMostUnclearSeconds = 120;
 constexpr u32 kMostWakings = 3;
 constexpr u64 kFailuresPerKnownGood = 64;
 constexpr u64 kKnownGoodKept = 4;  // for long rows of failures, and for the end
+constexpr u32 kMostAllOver = 64;
 constexpr double kPatientSeconds = 10;
 constexpr double kFirstPatientPause = 0.25;
 // So that the failures that a silent disk is allowed are spread over ten seconds.
 constexpr double kSilentPause = 0.15;
 constexpr size_t kWitnessesKept = 4;
+// A disk that was silent once, and answered this often right after a refusal, is believed two in a
+// row, and so on.
+constexpr u32 kConfirmedPerStep = 8;
+constexpr u32 kMostSteps = 6;
 // Refusals in a row after which a witness is asked, on a disk that answered each time so far.
 constexpr u32 kMostUnprobed = 4;
 
@@ -60,8 +66,10 @@ bool Engine::NeedsProof() {
 u32 Engine::ProbeAfter(bool alone) const {
   if (!alone && m_ledger.refused.IsEmpty()) return kMostUnprobed;  // nothing would be marked
   // Of those amid good ones, hardly any is bad.
-  if (m_silence.WasOn() || m_ledger.LastWasWitness()) return 1;
-  return m_witnesses.FailuresForEach();
+  if (m_ledger.LastWasWitness()) return 1;
+  if (!m_silence.WasOn()) return m_witnesses.FailuresForEach();
+  const u32 confirmed = m_silence.Confirmed() / kConfirmedPerStep;
+  return 1u << std::min(confirmed, kMostSteps);
 }
 
 bool Engine::NeedsProbe(bool alone) {
@@ -78,6 +86,7 @@ void Engine::Probe() {
     before = m_failuresInRow;
     proof = AskForProof(true);
   } while (proof == Proof::kAlive && m_failuresInRow > 0 && !IsStopping());
+  if (proof == Proof::kAlive) m_silence.Confirm();
   const bool isSilent = proof == Proof::kNone && m_systemFailures == 0;
   if (!isSilent || IsStopping() || m_failuresInRow < before) return;
   FallSilent(false);
@@ -98,9 +107,11 @@ void Engine::FallSilent(bool isOld) {
 // Sectors that are known to be good are asked again for every refusal only where the disk was
 // silent and came back: there, no other way tells what is bad.
 bool Engine::MayAskKnownGood() const {
-  return m_progress.all.present > 0 &&
-         (m_silence.WasOn() ||
-          (m_witnesses.KnownGoodPicked() + kKnownGoodKept) * kFailuresPerKnownGood <= m_failures);
+  const u64 picked = m_witnesses.KnownGoodPicked() + kKnownGoodKept;
+  // A few are kept for long rows of refusals, but for the first one after a silence.
+  const u64 ample = m_silence.Confirmed() == 0 ? 0 : picked * m_units.unit;
+  if (m_silence.WasOn()) return m_progress.all.present > ample;
+  return m_progress.all.present > 0 && picked * kFailuresPerKnownGood <= m_failures;
 }
 
 // A disk that was silent shows that it lives before it is asked for what may have silenced it.
@@ -108,7 +119,12 @@ void Engine::GreetWoken() {
   m_isWoken = false;
   const bool isOld = m_ledger.Recent() == 0;
   const auto witness = PickProof(m_progress.position, false, !m_silence.WasOn());
-  if (witness && ProveBy(*witness) != FailureKind::kNone && !IsStopping()) FallSilent(isOld);
+  if (!witness) return;
+  if (ProveBy(*witness) == FailureKind::kNone) {
+    m_silence.Confirm();
+  } else if (!IsStopping()) {
+    FallSilent(isOld);
+  }
 }
 
 // Asks a witness, then another elsewhere. After few failures it does so for a while: the disk may
@@ -120,6 +136,7 @@ bool Engine::Prove() {
     if (proof == Proof::kNone && m_systemFailures == 0 && !m_isRetrying) m_silence.Begin(false);
     const bool isEarly = m_failuresInRow < m_options.maxFailures && RowSeconds() < kPatientSeconds;
     if (!isEarly) {
+      if (m_progress.all.present == 0 && !m_isRetrying && AskAllOver()) return true;
       EndOrWake(StopReason::kNotAnswering, 0);
       return false;
     }
@@ -128,6 +145,20 @@ bool Engine::Prove() {
     Tell();
   }
   return true;
+}
+
+// A disk that has given nothing yet may be bad nearly everywhere, so it is asked for sectors all
+// over, in each run for others. True when one came.
+bool Engine::AskAllOver() {
+  constexpr double kGoldenRatio = 0.6180339887;  // its multiples, less the whole, lie evenly apart
+  const u32 most = std::min(m_options.maxFailures, kMostAllOver);
+  for (u32 asked = 0; asked < most && RowSeconds() < kMostUnclearSeconds; ++asked) {
+    const double place = (m_earlierRuns * kMostAllOver + asked) * kGoldenRatio;
+    const auto sector = m_ledger.LeftAt(place - std::floor(place));
+    if (!sector || IsStopping()) return false;
+    if (ProveBy({m_units.Around(*sector), false}) == FailureKind::kNone) return true;
+  }
+  return false;
 }
 
 // Asks a witness, then another elsewhere. Where only the second answers, the first may be bad, or

@@ -43,6 +43,18 @@ void Ledger::Slipped(SectorRange range) {
   failed.Add(range);
 }
 
+std::optional<u64> Ledger::LeftAt(double share) const {
+  u64 before = static_cast<u64>(share * static_cast<double>(Left()));
+  std::optional<u64> found;
+  for (const ExtentSet* set : {&untried, &failed, &trimmed, &witnesses}) {
+    set->Visit([&](SectorRange part) {
+      if (!found && before < part.count) found = part.first + before;
+      before -= std::min(before, part.count);
+    });
+  }
+  return found;
+}
+
 bool Ledger::IsOpen(SectorRange range) const {
   return Touches(failed, range) || Touches(trimmed, range) || Touches(witnesses, range);
 }

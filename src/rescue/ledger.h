@@ -42,6 +42,10 @@ class Ledger {
     return untried.Sectors() + failed.Sectors() + trimmed.Sectors() + witnesses.Sectors();
   }
 
+  // The sector before which that share (0 to 1) of the sectors that are still to be asked for lie,
+  // those of each set by themselves; nothing when there are none.
+  std::optional<u64> LeftAt(double share) const;
+
   // The range was read and stored.
   void Stored(SectorRange range);
   // The range was refused. `alone`: it lies in one physical sector.

@@ -10,7 +10,8 @@ namespace larkspur {
 // it.
 void Silence::Begin(bool isOld) {
   if (!m_isOn) m_isUncaused = isOld || m_ledger->Recent() == 0 || m_hasReportedBadLast;
-  m_isOn = m_wasOn = true;
+  m_isOn = true;
+  NoteWasOn();
   ExpectKill();
 }
 

@@ -35,7 +35,14 @@ class Silence {
   bool IsOn() const { return m_isOn; }
   // In this run, or in an earlier one that went on afterwards.
   bool WasOn() const { return m_wasOn; }
-  void NoteWasOn() { m_wasOn = true; }
+  void NoteWasOn() {
+    m_wasOn = true;
+    m_confirmed = 0;
+  }
+  // Something was refused, and the disk answered right after it: it was not silent. Confirmed: how
+  // often that was so since the last silence.
+  void Confirm() { ++m_confirmed; }
+  u32 Confirmed() const { return m_confirmed; }
 
   // Tells the log at once, as people kill what hangs. `isOld`: the disk was silent before anything
   // was refused.
@@ -60,6 +67,7 @@ class Silence {
   RescueLog* m_log;
   bool m_isOn = false;
   bool m_wasOn = false;
+  u32 m_confirmed = 0;
   bool m_isUncaused = false;          // nothing that is not proved has begun it
   bool m_hasReportedBadLast = false;  // the last sign of life was that
   bool m_expectsKill = false;         // and the log was told

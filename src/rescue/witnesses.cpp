@@ -25,18 +25,26 @@ u64 WitnessCount(u64 sectors) {
                    kFirstWitnesses + sectors / kSectorsPerWitness, kMostWitnesses});
 }
 
+// Where witness `i` lies, when they are so far apart. Bad spots may come at even distances, which
+// witnesses therefore do not. At either end of a piece, so that what is asked around it stays one
+// request.
+u64 PlaceOf(u64 i, u64 apart) {
+  constexpr u64 kPiece = AskedSource::kMaxAskSectors;
+  constexpr u64 kPrime = 7919;
+  if (apart < kPiece) return apart * i + apart / 2;
+  const u64 pieces = apart / kPiece;
+  const u64 within = pieces < 4 ? pieces / 2 : 1 + (pieces / 2 + i * kPrime) % (pieces - 2);
+  const u64 piece = apart * i / kPiece + within;
+  return piece * kPiece + (i % 2 == 0 ? kPiece - 1 : 0);
+}
+
 }  // namespace
 
 void Witnesses::SetAside(bool isBlank) {
   m_isBlank = isBlank;
-  constexpr u64 kPiece = AskedSource::kMaxAskSectors;
   const u64 count = WitnessCount(m_units.sectors);
   for (u64 i = 0; i < count; ++i) {
-    const u64 apart = m_units.sectors / count;
-    const u64 middle = apart * i + apart / 2;
-    // At the end of a piece, so that what is asked around it stays one request.
-    const u64 pieceEnd = middle / kPiece * kPiece + kPiece - 1;
-    const SectorRange unit = m_units.Around(apart < kPiece ? middle : pieceEnd);
+    const SectorRange unit = m_units.Around(PlaceOf(i, m_units.sectors / count));
     const auto wanted = m_ledger->untried.NextFrom(unit.first);
     if (!wanted || wanted->first != unit.first || wanted->count < unit.count) continue;
     if (unit.first == 0) continue;  // nothing lies before it

@@ -95,6 +95,11 @@ TEST_F(EngineProofTest, AHungDiskThatWakesGoesOnInTheSameRun) {
 
 // Each failure, or chance, silences the disk for a while: all it is asked for meanwhile fails.
 TEST_F(EngineProofTest, ADiskThatComesBackByItselfLosesNothing) {
+  Run();
+  std::vector<u64> witnesses;  // all that is asked alone where nothing fails
+  for (const auto& request : m_disk.requests) {
+    if (request.count == 1) witnesses.push_back(request.first);
+  }
   fakes::RandomSource random(kUsualSeed);
   SCOPED_TRACE(random.seed);
   for (const double seconds : {0.1, 0.5, 1.5, 4.0}) {
@@ -105,9 +110,7 @@ TEST_F(EngineProofTest, ADiskThatComesBackByItselfLosesNothing) {
       SCOPED_TRACE(testing::Message() << seconds << (isCaused ? " caused" : " by chance"));
       for (int i = 0; i < 6; ++i)
         m_disk.bad.Add({random.Below(kSectors - 10), 1 + random.Below(2)});
-      // And a witness, now and then: at the end of a piece in the middle of a nineteenth.
-      const u64 middle = kSectors / 19 * random.Below(19) + kSectors / 38;
-      if (random.Below(2) == 0) m_disk.bad.Add({middle / 128 * 128 + 127, 1});
+      if (random.Below(2) == 0) m_disk.bad.Add({witnesses[random.Below(witnesses.size())], 1});
       double silentUntil = 0;
       bool begins = false;
       ExtentSet begun;
@@ -207,6 +210,32 @@ TEST_F(EngineProofTest, RunsOnADiskThatStaysSilentLoseNothing) {
       EXPECT_EQ(Run(), StopReason::kDone);
       ExpectOnlyBadMissing();
     }
+  }
+}
+
+// Alive, and bad nearly everywhere: no piece comes as a whole, and far more fail in a row than a
+// dead disk is allowed. What is good comes in few runs, and so does the end.
+TEST_F(EngineProofTest, ADiskThatIsMostlyBadIsRescued) {
+  const struct {
+    u64 sectors;
+    ExtentSet good;
+    int runs;
+    bool isSettled;  // after these
+  } kCases[] = {
+      {1000, ExtentSet({437, 126}), 2, true}, {2048, ExtentSet({254, 60}), 2, true},
+      {256, ExtentSet({99, 60}), 1, true},    {300, ExtentSet({299, 1}), 4, false},
+      {300, ExtentSet({150, 1}), 4, false},
+  };
+  for (const auto& test : kCases) {
+    SCOPED_TRACE(testing::Message() << test.good.Sectors() << " of " << test.sectors);
+    StartOver(test.sectors);
+    m_disk.bad.Add({0, test.sectors});
+    m_disk.bad.Remove(test.good);
+    for (int run = 0; run < test.runs; ++run) Run();
+    EXPECT_EQ(m_store.Count(kPresent), test.good.Sectors());
+    if (test.isSettled) ExpectOnlyBadMissing();
+    const u64 failures = m_log.Events("failed");
+    EXPECT_LE(m_log.Events("witness"), 2 * 48 + failures / 64 + 2);  // while it was to be believed
   }
 }
 

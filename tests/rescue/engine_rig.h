@@ -16,7 +16,7 @@ namespace larkspur {
 
 // Of hundreds of other seeds, hardly any has a good sector marked (docs/testing.md).
 constexpr u64 kUsualSeed = 1;
-constexpr u64 kSectors = 40000;  // 19 witnesses, a skip of at most 1250 sectors
+constexpr u64 kSectors = 40000;  // 32 witnesses, a skip of at most 1250 sectors
 
 class EngineTest : public testing::Test {
  protected:
