@@ -205,7 +205,7 @@ TEST(Content, IsRecognisedByItsRow) {
 }
 
 TEST(Content, Ocfs2StandsInTheThirdBlockOfAnySize) {
-  for (const u64 sector : {2, 4, 8, 16}) {
+  for (const u64 sector : {2u, 4u, 8u, 16u}) {
     const DiskBuilder disk = Disk()
                                  .Text(sector, 0, "OCFSV2")
                                  .Le(sector, 194, 2, 90)
