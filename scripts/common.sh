@@ -11,7 +11,7 @@ export WINEDEBUG=-all WINEARCH=win64 WINEPREFIX="$PWD/build/wine"
 # Starts Wine once and keeps it for a while: every program would else start and end it again.
 start_wine() {
   mkdir -p "$WINEPREFIX"
-  wineserver -p120
+  wineserver -p120 || true  # one may run still
   timeout 120 wineboot -i >/dev/null 2>&1 </dev/null || true
 }
 
