@@ -144,7 +144,8 @@ void AddRange(CLI::App* command, Options* options, bool required) {
 CLI::Option* AddPartition(
     CLI::App* command, std::string* place,
     const char* description = "A partition by its place, as tree shows it: 1 or 1.2") {
-  return AddText(command, "--partition", place, description)->type_name("P");
+  const auto take = [=](const std::string& text) { *place = ParsePlace("--partition", text); };
+  return AddOption(command, "--partition", take, description)->type_name("P");
 }
 
 // Each of these gives a command its options; `chosen` becomes what to run when it is the one.
@@ -419,10 +420,25 @@ void TranslateHelp(std::vector<std::string>* arguments) {
   arguments->push_back("--help");
 }
 
+// The parser would take whatever follows a bare --pass-through for its value, the source as well.
+void CompletePassThrough(std::vector<std::string>* arguments) {
+  for (auto at = arguments->begin(); at != arguments->end() && *at != "--"; ++at) {
+    if (*at != "--pass-through") continue;
+    const auto next = at + 1;
+    const bool hasValue =
+        next != arguments->end() &&
+        std::any_of(std::begin(kPassThroughChoices), std::end(kPassThroughChoices),
+                    [&](const auto& choice) { return *next == choice.first; });
+    *at += "=" + (hasValue ? *next : std::string("auto"));
+    if (hasValue) arguments->erase(next);
+  }
+}
+
 }  // namespace
 
 Action ParseCommandLine(std::vector<std::string> arguments) {
   TranslateHelp(&arguments);
+  CompletePassThrough(&arguments);
   if (arguments.empty()) return WrongUsage({}, "no command was given");
   const std::string named = arguments.front();
   if (!named.starts_with("-") && !IsCommand(named)) {

@@ -82,9 +82,11 @@ class FilesRun {
     m_output->File(volume, file, state);
   }
 
+  // With a source, what was looked for is there.
   bool LacksStart(const PlacedVolume& volume) {
     constexpr u64 kStart = 1024;  // where file systems describe themselves
-    return m_map.Count(volume.sectors.first, std::min(volume.sectors.count, kStart)).missing > 0;
+    return m_options.source.empty() &&
+           m_map.Count(volume.sectors.first, std::min(volume.sectors.count, kStart)).missing > 0;
   }
 
   ExitStatus TellEnd(const PlacedVolume& volume, WalkEnd end) {

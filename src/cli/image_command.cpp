@@ -60,6 +60,8 @@ ExitStatus CheckOptions(const ImageOptions& options) {
 
 ExitStatus RunImage(const ImageOptions& options) {
   if (const ExitStatus status = CheckOptions(options); status != kExitDone) return status;
+  const auto chosen = ReadChosen(options);
+  if (!chosen) return chosen.error();
   LiveReport report(options);
   if (const ExitStatus status = report.Judge(); status != kExitDone) return status;
   Rescue rescue;
@@ -81,7 +83,7 @@ ExitStatus RunImage(const ImageOptions& options) {
     line.Show(progress);
     report.Update(rescue.Image());
   });
-  const auto domain = MakeDomain(&rescue, options);
+  const auto domain = MakeDomain(&rescue, options, *chosen);
   if (!domain) {
     const ExitStatus end = rescue.Finish(domain.error());
     return report.Finish(rescue.Image(), end);

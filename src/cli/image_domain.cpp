@@ -51,13 +51,17 @@ Result<ExtentSet, ExitStatus> UsedOf(const ExtentSet& domain, Rescue* rescue,
 
 }  // namespace
 
-Result<ExtentSet, ExitStatus> MakeDomain(Rescue* rescue, const ImageOptions& options) {
+Result<std::optional<ExtentSet>, ExitStatus> ReadChosen(const ImageOptions& options) {
+  if (options.domain.empty()) return std::nullopt;
+  auto wanted = ReadDomain(WideFromUtf8(options.domain));
+  if (!wanted) return Failed(Fail(Failure(options.domain, MapfileWords(wanted.error()))));
+  return std::move(*wanted);
+}
+
+Result<ExtentSet, ExitStatus> MakeDomain(Rescue* rescue, const ImageOptions& options,
+                                         const std::optional<ExtentSet>& chosen) {
   ExtentSet domain(rescue->Range());
-  if (!options.domain.empty()) {
-    const auto wanted = ReadDomain(WideFromUtf8(options.domain));
-    if (!wanted) return Failed(Fail(Failure(options.domain, MapfileWords(wanted.error()))));
-    domain = domain.Intersection(*wanted);
-  }
+  if (chosen) domain = domain.Intersection(*chosen);
   if (!options.partition.empty()) {
     auto partition = InPartition(rescue, options);
     if (!partition) return partition;

@@ -107,9 +107,28 @@ ExitStatus WriteOrTell(const std::string& path, const MapOptions& options,
   return WriteFileOrTell(path, options.force, FilesOf(options.cache), draw);
 }
 
+// What two of the outputs would be written to; empty: each has a place of its own.
+std::string SharedOutput(const MapOptions& options) {
+  std::vector<std::string> taken;
+  if (options.json) taken.push_back("-");
+  for (const std::string& path : {options.png, options.svg, options.mapfile}) {
+    if (path.empty()) continue;
+    const std::string place =
+        path == "-" ? path : Utf8FromWide(platform::FullPath(WideFromUtf8(path).c_str()));
+    if (std::find(taken.begin(), taken.end(), place) != taken.end()) return path;
+    taken.push_back(place);
+  }
+  return {};
+}
+
 }  // namespace
 
 ExitStatus RunMap(const MapOptions& options) {
+  if (const std::string shared = SharedOutput(options); !shared.empty()) {
+    Tell(fmt::format("map: two outputs cannot both go to {}; name another file for one of them",
+                     shared == "-" ? "standard output" : shared));
+    return kExitUsage;
+  }
   auto cache = OpenCacheToLook(options.cache);
   if (!cache) return cache.error();
   cKVRSparseIO* image = cache->image.get();

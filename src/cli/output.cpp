@@ -10,6 +10,7 @@
 #include "base/printable.h"
 #include "base/size_text.h"
 #include "platform/system_error.h"
+#include "platform/terminal.h"
 
 namespace larkspur::cli {
 namespace {
@@ -21,6 +22,7 @@ bool g_isProgressOpen = false;
 
 void NoteOutputError() {
   if (g_outputError == 0) g_outputError = errno ? errno : EIO;
+  if (g_outputError == EINTR) platform::DropOutput();
 }
 
 void EndProgress() {
@@ -33,12 +35,13 @@ void EndProgress() {
 void Print(const std::string& text) {
   EndProgress();
   const std::string shown = Printable(text, "\n\t");
-  PrintBytes(shown.data(), shown.size());
+  errno = 0;
+  if (std::fwrite(shown.data(), 1, shown.size(), stdout) != shown.size()) NoteOutputError();
 }
 
 bool PrintBytes(const void* bytes, size_t count) {
-  errno = 0;
-  if (std::fwrite(bytes, 1, count, stdout) == count) return true;
+  if (!FlushOutput()) return false;
+  if (platform::WriteOutput(bytes, count)) return true;
   NoteOutputError();
   return false;
 }
@@ -54,6 +57,10 @@ ExitStatus FinishOutput(ExitStatus status) {
   EndProgress();
   FlushOutput();
   if (g_outputError == 0) return status;
+  if (g_outputError == EINTR) {
+    Tell("standard output: stopped; the results are not complete");
+    return kExitInterrupted;
+  }
   Tell("standard output: the results could not be written: " +
        std::generic_category().message(g_outputError));
   return status == kExitDone || status == kExitSomeUnreadable ? kExitFailed : status;

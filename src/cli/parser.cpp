@@ -10,6 +10,7 @@
 #include <fmt/core.h>
 
 #include "base/printable.h"
+#include "partitions/place.h"
 
 namespace larkspur::cli {
 namespace {
@@ -89,6 +90,11 @@ size_t ParseWord(const std::string& option, const std::string& text,
   const auto found = std::find(words.begin(), words.end(), text);
   if (found == words.end()) Refuse(option, OneOf(words), text);
   return static_cast<size_t>(found - words.begin());
+}
+
+std::string ParsePlace(const std::string& option, const std::string& text) {
+  if (!IsPlace(text)) Refuse(option, "a place as tree shows it, such as 1 or 1.2", text);
+  return text;
 }
 
 std::string ParseFile(const std::string& option, const std::string& text) {

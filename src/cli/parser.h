@@ -29,6 +29,10 @@ u64 ParseSize(const std::string& option, const std::string& text);
 size_t ParseWord(const std::string& option, const std::string& text,
                  const std::vector<std::string>& words);
 
+// A partition's place as partitions/place.h has it, but for the whole storage's. Throws when it is
+// none.
+std::string ParsePlace(const std::string& option, const std::string& text);
+
 // The name of a file to write beside what goes to standard output, so throws for "-".
 std::string ParseFile(const std::string& option, const std::string& text);
 

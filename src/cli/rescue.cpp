@@ -23,7 +23,8 @@ std::string DiskWords(const SourceIdentity& disk) {
                      disk.sectors);
 }
 
-std::string StopWords(StopReason reason, const StorageOptions& options) {
+// `systemError` is what the system said, 0 when it said nothing.
+std::string StopWords(StopReason reason, u32 systemError, const StorageOptions& options) {
   switch (reason) {
     case StopReason::kNone:
     case StopReason::kDone:
@@ -42,7 +43,10 @@ std::string StopWords(StopReason reason, const StorageOptions& options) {
              ": there is no room left for the cache; what was stored is kept. Make room and run "
              "the same command again";
     case StopReason::kStoreFailed:
-      return options.cache + ": the cache could not be written; what was stored before is kept";
+      return options.cache +
+             (systemError ? ": the cache could not be written; what was stored before is kept"
+                          : ": the cache could not be written, and may have been changed while it "
+                            "was in use; 'larkspur check' says what it holds");
     case StopReason::kCacheUnreadable:
       return options.cache + ": the cache cannot be read; try 'larkspur check'";
     case StopReason::kSystemFailed:
@@ -132,10 +136,16 @@ void Rescue::TellOfSession() {
   const RescueSession& session = *m_session;
   const bool isDevice =
       platform::KindOfPath(WideFromUtf8(m_options.source).c_str()) == platform::PathKind::kDevice;
+  const std::string& path = m_source.asked->Identity().path;
+  const std::string& before = session.Before().path;
   if (session.Identity() == SameDisk::kUnknown && isDevice) {
     Tell(m_options.source +
          ": the disk reports no serial number, so only its size shows that the cache was made "
          "from it");
+  } else if (session.Identity() == SameDisk::kUnknown && before != path) {
+    Tell(
+        fmt::format("{}: the cache was made from {}, and only its size shows that this is the same",
+                    m_options.source, before));
   }
   if (session.Disbelieved() > 0) {
     Tell(
@@ -162,9 +172,9 @@ ExitStatus Rescue::Finish(ExitStatus status) {
                 "ended; if the file still exists under another name, resume with that one");
   }
   if (reason == StopReason::kDone) return status;
-  const std::string words = StopWords(reason, m_options);
-  Tell(engine().SystemError() ? words + ": " + platform::FailureText(engine().SystemError())
-                              : words);
+  const u32 systemError = engine().SystemError();
+  const std::string words = StopWords(reason, systemError, m_options);
+  Tell(systemError ? words + ": " + platform::FailureText(systemError) : words);
   return reason == StopReason::kStopped ? kExitInterrupted : kExitFailed;
 }
 
@@ -179,7 +189,11 @@ std::function<bool(StopReason)> WakeBy(const std::string& command, AskedSource* 
     Tell(disk.path + ": the disk is not answering; running: " + command);
     const int status = platform::RunCommand(
         command, {{"LARKSPUR_DEVICE", disk.path}, {"LARKSPUR_SERIAL", disk.serial}});
-    if (status != 0) Tell(fmt::format("the command ended with status {}", status));
+    if (status < 0) {
+      Tell("the command could not be run");
+    } else if (status > 0 && !platform::InterruptFlag()) {  // Ctrl-C ends the command as well
+      Tell(fmt::format("the command ended with status {}", status));
+    }
     return (*source)->Reconnect(kWakeSeconds);
   };
 }

@@ -48,7 +48,8 @@ ExitStatus ClearSocketPath(const std::string& path) {
   if (platform::KindOfPath(file.c_str()) == platform::PathKind::kAbsent) {
     const std::string folder = path.substr(0, path.rfind('/') + 1);  // the path is a full one
     if (platform::KindOfPath(WideFromUtf8(folder).c_str()) == platform::PathKind::kFolder) {
-      return kExitDone;
+      if (platform::MayListenAt(path)) return kExitDone;
+      return Fail(Failure(path, "no socket can be made there", platform::LastFailure()));
     }
     return Fail(path + ": there is no such folder; make it first, or name another");
   }

@@ -92,6 +92,9 @@ std::optional<OutputFault> FaultOfOutput(const std::u16string& path, bool replac
     }
   }
   if (kind == PathKind::kFile && !replace) return FaultFor(OutputFaultKind::kExists);
+  if (kind == PathKind::kAbsent && !platform::HasFolder(path.c_str())) {
+    return FaultFor(OutputFaultKind::kCannotMake);
+  }
   return std::nullopt;
 }
 

@@ -21,6 +21,15 @@ size_t TakeNumber(std::string_view* text) {
 
 }  // namespace
 
+bool IsPlace(std::string_view text) {
+  while (TakeNumber(&text) > 0) {
+    if (text.empty()) return true;
+    if (!text.starts_with('.')) return false;
+    text.remove_prefix(1);
+  }
+  return false;
+}
+
 const cPartTreeItem* FindNode(const cPartTreeItem& root, std::string_view place) {
   const cPartTreeItem* node = &root;
   while (!place.empty()) {

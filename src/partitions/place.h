@@ -20,6 +20,9 @@ struct PlacedSectors {
   u64 sectors;
 };
 
+// Whether the text has the form of a place that is not the whole storage's.
+bool IsPlace(std::string_view text);
+
 // The node at that place below `root`, the whole storage; null when the text is no place, or there
 // is no such node.
 const cPartTreeItem* FindNode(const cPartTreeItem& root, std::string_view place);

@@ -97,6 +97,9 @@ std::u16string FullPath(const char16_t* path);
 enum class PathKind { kAbsent, kFile, kFolder, kDevice, kOther, kDeadLink, kUnknown };
 PathKind KindOfPath(const char16_t* path);
 
+// Whether the folder that a path names a file in is there; the last failure says why not.
+bool HasFolder(const char16_t* path);
+
 // Gives a file another name, in the same folder; false when that name is taken.
 bool RenameToUnused(const char16_t* from, const char16_t* to);
 // The same, in place of the file that has the name, if any: who opens it sees one or the other.

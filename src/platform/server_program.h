@@ -29,7 +29,12 @@ enum class PortOutcome { kFree, kTaken, kNotAnAddress, kNoSuchAddress, kNotPermi
 // Whether a server could listen there now.
 PortOutcome AskPort(const std::string& address, u16 port);
 
-// Whether `path` itself is a socket at which nothing listens: what a server that was killed leaves.
+// Whether a server could listen at a socket of this path, at most 107 bytes, where there is nothing
+// yet; why not, the last failure says.
+bool MayListenAt(const std::string& path);
+
+// Whether `path`, at most 107 bytes, itself is a socket at which nothing listens: what a server
+// that was killed leaves.
 bool IsAbandonedSocket(const std::string& path);
 
 class ServerProgram {

@@ -20,6 +20,13 @@ std::vector<std::string> ProgramArguments(int argc, char** argv);
 // to a pipe without a reader fails as well, and does not end the program.
 void PrepareStandardStreams();
 
+// Writes to standard output, past what stdio holds back. False with errno when it does not take all
+// of it; EINTR where the user has interrupted the program before its reader took it.
+bool WriteOutput(const void* bytes, size_t count);
+
+// What standard output has not taken by now goes nowhere, without waiting for its reader.
+void DropOutput();
+
 bool IsErrorOutputATerminal();
 bool IsOutputATerminal();
 

@@ -17,6 +17,7 @@ import signal
 import struct
 import subprocess
 import sys
+import termios
 import time
 import unittest
 import xml.etree.ElementTree
@@ -132,16 +133,13 @@ class CliTest(program.ProgramTest):
         self.make_source(5000)
         for name, blocks in (("none.map", "0x0 0x1000 -\n"), ("past.map", "0x800000 0x1000 +\n")):
             pathlib.Path(name).write_text("0x0 ? 1\n" + blocks)
-        self.refused("nosuch", "image", "source.img", "disk.kvrsp", "--domain", "nosuch")
-        self.refused("nowhere", "image", "source.img", "disk.kvrsp", "--report", "nowhere/new.html")
-        self.refused("nowhere", "read", "source.img", "disk.kvrsp", "--start", 0, "--sectors", 1, "-o", "nowhere/new")
+        self.refused("no partition 7", "image", "source.img", "disk.kvrsp", "--partition", "7")
         # A mapfile that wants nothing is no domain that has been read.
         for name in ("none.map", "past.map"):
             self.refused("no sector of this disk is selected", "image", "source.img", "disk.kvrsp", "--domain", name, status=2)
-        self.assertEqual(self.ends(), ["done"] * 5)
-        self.assertEqual(self.extents(), [(0, 5000, "missing")])
+        self.assertEqual(self.ends(), ["done"] * 3)
         told = self.call("log", "disk.kvrsp")
-        self.assertEqual((told.stdout.count(b"  done "), told.stderr), (5, b""))
+        self.assertEqual((told.stdout.count(b"  done "), told.stderr), (3, b""))
         for name in ("disk.kvrsp.log", "nothing"):  # an empty one, and none
             pathlib.Path("disk.kvrsp.log").write_bytes(b"")
             if name == "nothing":
@@ -158,6 +156,11 @@ class CliTest(program.ProgramTest):
             commands.append(["files", "source.img", "disk.kvrsp", "--mapfile", "mine"])
         for command in commands:
             self.assertEqual(self.refused("mine: this already exists", *command).stdout, b"")
+        for words, *command in (
+                ("nowhere/x", "read", "source.img", "disk.kvrsp", "--start", "0", "--sectors", "1", "-o", "nowhere/x"),
+                ("nowhere/x", "image", "source.img", "disk.kvrsp", "--report", "nowhere/x"),
+                ("mine: ", "image", "source.img", "disk.kvrsp", "--domain", "mine")):
+            self.refused(words, *command)
         self.assertEqual(sorted(os.listdir()), ["mine", "source.img"])
 
     @native_only
@@ -200,6 +203,10 @@ class CliTest(program.ProgramTest):
         self.assertEqual([(int(a, 16) // SECTOR, int(b, 16) // SECTOR, c) for a, b, c in lines[1:]],
                          [(0, 10, "+"), (10, 5, "-"), (15, 3985, "+"), (4000, 1, "-"),
                           (4001, 499, "+"), (4500, 500, "?")])
+        for outputs in (("--png", "-", "--json"), ("--svg", "x", "--png", "./x"), ("--svg", "-", "--mapfile", "-")):
+            refused = self.refused("two outputs cannot both go to", "map", "disk.kvrsp", *outputs, status=2)
+            self.assertEqual(refused.stdout, b"")
+        self.assertFalse(os.path.exists("x"))
         # Our own mapfile drives the test mode, too.
         run("image", "source.img", "second.kvrsp", "--test-mode", "out.map")
         second = self.document("info", "second.kvrsp")
@@ -563,6 +570,26 @@ class CliTest(program.ProgramTest):
             self.assertEqual(result.stderr.count(b"standard output"), 1, result.stderr)
 
     @native_only
+    def test_ctrl_c_is_heard_while_nobody_takes_the_output(self):
+        self.make_source(3000)
+        self.image()
+        for command in (["export", "disk.kvrsp", "-"],
+                        ["read", "source.img", "disk.kvrsp", "--start", "0", "--sectors", "3000"]):
+            process = start(*command, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            size = fcntl.fcntl(process.stdout, fcntl.F_GETPIPE_SZ)
+            held = bytearray(4)
+            def is_full(pipe=process.stdout, size=size, held=held):
+                fcntl.ioctl(pipe, termios.FIONREAD, held)
+                return int.from_bytes(held, sys.byteorder) == size
+            self.assertTrue(wait_until(is_full), command)
+            time.sleep(0.05)
+            process.send_signal(signal.SIGINT)
+            self.assertEqual(process.wait(10), 130, command)
+            self.assertIn(b"standard output: stopped; the results are not complete\n", process.stderr.read())
+            process.stdout.close()
+            process.stderr.close()
+
+    @native_only
     def test_signals_that_were_ignored_stay_so(self):
         self.make_source(200000)
         child = start("image", "source.img", "disk.kvrsp",
@@ -611,10 +638,14 @@ class CliTest(program.ProgramTest):
         for words, status, *options in (
                 ("auto, on or off, not \"x\"", 2, "--pass-through=x"),
                 ("--start excludes --partition", 2, "--partition", "1", "--start", "5"),
+                *(("--partition takes a place", 2, "--partition", place)
+                  for place in ("", "a", "0", "1..2", "1.", ".1", "01", "-1", " 1", "1.2x")),
                 ("the name of a file, not \"-\"", 2, "--report", "-"),
                 ("there is no such cache", 1, "--retry")):
             self.refused(words, "image", "source.img", "disk.kvrsp", *options, status=status)
         self.assertFalse(os.path.exists("disk.kvrsp"))
+        for bare in (["--pass-through"], ["--pass-through", "off"]):
+            self.call("image", *bare, "--max-failures", "9", "source.img", "disk.kvrsp")
 
     @native_only
     def test_a_second_run_is_refused(self):
@@ -633,6 +664,7 @@ class CliTest(program.ProgramTest):
     def test_bad_input_has_a_clear_line(self):
         self.make_source(100)
         self.make_source(90, "smaller.img")
+        self.make_source(100, "same.img")
         self.make_source(110, "larger.img")
         self.image()
         pathlib.Path("empty").touch()
@@ -683,6 +715,7 @@ class CliTest(program.ProgramTest):
             with self.subTest(arguments=arguments):
                 self.assertEqual(self.refused(words, *arguments, status=status).stdout, b"")
         self.assertEqual(before, files())
+        self.refused("only its size shows", "image", "same.img", "disk.kvrsp", status=0)
 
     # Damage
 

@@ -165,6 +165,7 @@ print(hashlib.sha256(h.pread(40001, 7)).hexdigest())
 
     def test_what_is_in_the_way_is_said_plainly(self):
         self.cannot_serve("no such folder", "--socket", "nowhere/s")
+        self.cannot_serve("larkspur: /proc/s: no socket can be made there", "--socket", "/proc/s")
         self.make_cache(100)
         pathlib.Path("taken").write_text("mine")
         with socket.socket(socket.AF_UNIX) as one:

@@ -49,6 +49,13 @@ FileHandle CreateFileWith(const char16_t* path, int flags) {
   return descriptor;
 }
 
+// With its last slash, so that nothing but a folder answers to it.
+std::string FolderOf(const char16_t* path) {
+  const std::string whole = Utf8FromWide(path);
+  const size_t slash = whole.rfind('/');
+  return slash == std::string::npos ? "./" : whole.substr(0, slash + 1);
+}
+
 timespec TimeOrKeep(const std::optional<i64>& seconds) {
   return seconds ? timespec{*seconds, 0} : timespec{0, UTIME_OMIT};
 }
@@ -232,11 +239,12 @@ bool RemoveFile(const char16_t* path) {
   return Succeeded(unlink(Utf8FromWide(path).c_str()));
 }
 
+bool HasFolder(const char16_t* path) {
+  return Succeeded(access(FolderOf(path).c_str(), F_OK));
+}
+
 bool SyncFolderOf(const char16_t* path) {
-  std::string folder = Utf8FromWide(path);
-  const size_t slash = folder.rfind('/');
-  folder = slash == std::string::npos ? "." : folder.substr(0, slash + 1);
-  const OwnedFile opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const OwnedFile opened(open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!opened.IsOpen()) return Succeeded(errno == EACCES ? 0 : -1);  // it may be written only
   if (fsync(Descriptor(opened.Handle())) == 0) return true;
   return Succeeded(errno == EINVAL || errno == ENOTSUP || errno == EROFS ? 0 : -1);

@@ -114,6 +114,13 @@ Endpoint MakeEndpoint(const std::string& address, u16 port) {
   return end;
 }
 
+sockaddr_un PlaceOf(const std::string& path) {
+  sockaddr_un place{};
+  place.sun_family = AF_UNIX;
+  std::copy_n(path.begin(), std::min(path.size(), sizeof place.sun_path - 1), place.sun_path);
+  return place;
+}
+
 }  // namespace
 
 bool HasServers() {
@@ -170,13 +177,20 @@ PortOutcome AskPort(const std::string& address, u16 port) {
   return error == EACCES ? PortOutcome::kNotPermitted : PortOutcome::kNoSuchAddress;
 }
 
+bool MayListenAt(const std::string& path) {
+  const sockaddr_un place = PlaceOf(path);
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const bool bound = bind(socket, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0;
+  if (!bound) SetLastFailure(static_cast<u32>(errno));
+  close(socket);
+  if (bound) unlink(path.c_str());
+  return bound;
+}
+
 bool IsAbandonedSocket(const std::string& path) {
   struct stat status;
-  sockaddr_un place{};
   if (lstat(path.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode)) return false;
-  if (path.size() >= sizeof place.sun_path) return false;
-  place.sun_family = AF_UNIX;
-  std::copy(path.begin(), path.end(), place.sun_path);
+  const sockaddr_un place = PlaceOf(path);
   // A server with a full queue must not make us wait.
   const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   const int connected = connect(socket, reinterpret_cast<const sockaddr*>(&place), sizeof place);

@@ -15,9 +15,8 @@ namespace {
 std::atomic<bool> g_interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-void OnSignal(int number) {
+void OnSignal(int) {
   g_interrupted = true;
-  signal(number, SIG_DFL);
 }
 
 // Else the next file to be opened, such as the cache, would be what is printed to. Opened the wrong
@@ -31,7 +30,11 @@ void FillStream(int stream) {
 void CatchUnlessIgnored(int number) {
   struct sigaction current;
   if (sigaction(number, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) return;
-  signal(number, OnSignal);
+  struct sigaction caught {};
+  caught.sa_handler = OnSignal;
+  // Without SA_RESTART: what waits for somebody to read our output is to hear of it.
+  caught.sa_flags = static_cast<int>(SA_RESETHAND);
+  sigaction(number, &caught, nullptr);
 }
 
 }  // namespace
@@ -44,6 +47,26 @@ void PrepareStandardStreams() {
   for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) FillStream(stream);
   signal(SIGPIPE, SIG_IGN);
   signal(SIGXFSZ, SIG_IGN);  // a file-size limit is then an error of the write, which we report
+}
+
+// Not by stdio, which writes on after a signal has cut a write short.
+bool WriteOutput(const void* bytes, size_t count) {
+  for (size_t done = 0; done < count;) {
+    const ssize_t written =
+        write(STDOUT_FILENO, static_cast<const u8*>(bytes) + done, count - done);
+    if (written < 0) return false;
+    done += static_cast<size_t>(written);
+    if (done == count || !g_interrupted) continue;
+    errno = EINTR;
+    return false;
+  }
+  return true;
+}
+
+void DropOutput() {
+  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  dup2(nowhere, STDOUT_FILENO);
+  close(nowhere);
 }
 
 bool IsErrorOutputATerminal() {

@@ -44,6 +44,13 @@ std::optional<u64> FreeBytesBeside(HANDLE file) {
   return FreeBytes(FromWide(path).c_str());
 }
 
+// With its last separator, so that nothing but a folder answers to it.
+std::wstring FolderOf(const char16_t* path) {
+  const std::wstring whole = NativePath(path);
+  const size_t cut = whole.find_last_of(L"\\/");
+  return cut == std::wstring::npos ? L"." : whole.substr(0, cut + 1);
+}
+
 OVERLAPPED At(u64 offset) {
   OVERLAPPED place{};
   place.Offset = static_cast<DWORD>(offset);
@@ -221,16 +228,17 @@ bool RemoveFile(const char16_t* path) {
   return Succeeded(DeleteFileW(NativePath(path).c_str()));
 }
 
+bool HasFolder(const char16_t* path) {
+  return Succeeded(GetFileAttributesW(FolderOf(path).c_str()) != INVALID_FILE_ATTRIBUTES);
+}
+
 bool SyncFolderOf(const char16_t*) {
   return true;  // RenameToUnused has the system write it through
 }
 
 std::optional<u64> FreeBytes(const char16_t* path) {
-  std::wstring place = NativePath(path);
-  if (KindOfPath(path) == PathKind::kFile) {
-    const size_t cut = place.find_last_of(L"\\/");
-    place = cut == std::wstring::npos ? L"." : place.substr(0, cut + 1);
-  }
+  const std::wstring place =
+      KindOfPath(path) == PathKind::kFile ? FolderOf(path) : NativePath(path);
   ULARGE_INTEGER available;
   if (!Succeeded(GetDiskFreeSpaceExW(place.c_str(), &available, nullptr, nullptr))) {
     return std::nullopt;

@@ -24,6 +24,10 @@ PortOutcome AskPort(const std::string&, u16) {
   return PortOutcome::kNotPermitted;
 }
 
+bool MayListenAt(const std::string&) {
+  return false;
+}
+
 bool IsAbandonedSocket(const std::string&) {
   return false;
 }

@@ -41,6 +41,14 @@ void PrepareStandardStreams() {
   SetConsoleOutputCP(CP_UTF8);
 }
 
+bool WriteOutput(const void* bytes, size_t count) {
+  return fwrite(bytes, 1, count, stdout) == count && fflush(stdout) == 0;
+}
+
+void DropOutput() {
+  static_cast<void>(freopen("NUL", "wb", stdout));
+}
+
 bool IsErrorOutputATerminal() {
   return _isatty(_fileno(stderr)) != 0;
 }
