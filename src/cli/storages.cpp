@@ -11,10 +11,10 @@
 namespace larkspur::cli {
 Result<Source, ExitStatus> OpenSourceOrTell(const StorageOptions& options) {
   const std::u16string path = WideFromUtf8(options.source);
-  // Looked at before the first run only: no later one asks a source for what it was asked before.
+  // A source is asked by the engine alone, so only what may be a cache is looked at, and that once.
   const bool isFirst =
       platform::KindOfPath(WideFromUtf8(options.cache).c_str()) != platform::PathKind::kFile;
-  const auto cache = isFirst ? OpenIfCache(path) : std::nullopt;
+  const auto cache = isFirst && MayBeCache(path) ? OpenIfCache(path) : std::nullopt;
   if (cache && *cache) {
     return Failed(Fail(options.source +
                        ": this is a cache, not a disk or an image of one; name what it was made "

@@ -9,6 +9,7 @@
 #include "io/flat_io.h"
 #include "platform/disk_use.h"
 #include "platform/system_error.h"
+#include "rescue/rescue_log.h"
 
 namespace larkspur {
 namespace {
@@ -196,6 +197,11 @@ Result<std::shared_ptr<CacheLock>, CacheFault> LockCache(const std::u16string& p
 Result<Cache, CacheFault> OpenCache(const std::u16string& path, CacheAccess access,
                                     std::optional<u64> expectedSectors) {
   return OpenFile(path, access, expectedSectors, false);
+}
+
+bool MayBeCache(const std::u16string& path) {
+  return HasNameOfCache(path) ||
+         platform::KindOfPath(LogPathOf(path).c_str()) == platform::PathKind::kFile;
 }
 
 std::optional<Result<Cache, CacheFault>> OpenIfCache(const std::u16string& path) {

@@ -73,6 +73,9 @@ bool EndsWithLastBlock(cBaseIO* file, const SparseLayout& layout);
 // kUnreadable when that could not be found out.
 std::optional<CacheFault> DamageByLog(const std::u16string& path, cKVRSparseIO* image);
 
+// Whether the file may be a cache, by its name or a log beside it: nothing of it is read.
+bool MayBeCache(const std::u16string& path);
+
 // Opens what may be a cache or a source, to look at it; none when it is not a cache. One whose
 // header is damaged or cannot be read, or a file of a cache's name (*.kvrsp) without such a header,
 // fails: a cache is not to be shown as if it were a source.

@@ -184,14 +184,17 @@ class DyingDisk(program.ProgramTest):
         self.each_rescue(lambda dying, rescue, chance: self.finish(rescue),
                          "dies failures 20 4", "dead hang", "returns 0.3")
 
-    def test_only_the_first_run_looks_whether_a_file_is_a_cache(self):
-        with disk.Disk(DYING_DISK, disk.Plan(2048, [], [], 1, ["rate 400"])) as dying, \
-                tempfile.TemporaryDirectory() as folder:
-            before = len(list(dying.asks()))
-            for _ in range(3):
-                subprocess.run([PROGRAM, "image", dying.file, f"{folder}/disk.kvrsp"], check=True, capture_output=True)
-            times = disk.times_asked(list(dying.asks())[before:], 2048)
-            self.assertEqual((times[0], set(times[1:])), (2, {1}))
+    def test_what_a_file_is_asked(self):
+        for bad, status, first, rest in (([], 0, 1, {1}), ([(0, 1)], 3, 2, {1, 2})):
+            with self.subTest(bad=bad), tempfile.TemporaryDirectory() as folder, \
+                    disk.Disk(DYING_DISK, disk.Plan(2048, bad, [], 1, ["rate 400"])) as dying:
+                before = len(list(dying.asks()))
+                for _ in range(3):
+                    done = subprocess.run([PROGRAM, "image", dying.file, f"{folder}/disk.kvrsp"],
+                                          check=False, capture_output=True)
+                    self.assertEqual(done.returncode, status, done.stderr)
+                times = disk.times_asked(list(dying.asks())[before:], 2048)
+                self.assertEqual((times[0], set(times[1:])), (first, rest))
 
 
 def main():
