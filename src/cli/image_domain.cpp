@@ -16,9 +16,39 @@
 namespace larkspur::cli {
 namespace {
 
+// Where partition tables and file systems are looked at: what the cache lacks of them is read, but
+// with --retry, when nothing is read but what is unreadable.
+class LookedAt {
+ public:
+  LookedAt(Rescue* rescue, bool retry)
+      : m_rescue(rescue),
+        m_retry(retry),
+        m_io(&rescue->engine()),
+        m_read(rescue),
+        m_map(rescue->Image()),
+        m_cached(rescue->Image(), m_map) {}
+
+  cBaseIO* Storage() {
+    if (m_retry) return m_rescue->Image();
+    return &m_io;
+  }
+  WalkedStorage* Walked() {
+    if (m_retry) return &m_cached;
+    return &m_read;
+  }
+
+ private:
+  Rescue* m_rescue;
+  bool m_retry;
+  cRescueIO m_io;
+  RescuedStorage m_read;
+  StatusMap m_map;
+  CacheStorage m_cached;
+};
+
 Result<ExtentSet, ExitStatus> InPartition(Rescue* rescue, const ImageOptions& options) {
-  cRescueIO storage(&rescue->engine());
-  const auto range = FindPartition(&storage, rescue->Image(), options.source, options.partition,
+  LookedAt at(rescue, options.retry);
+  const auto range = FindPartition(at.Storage(), rescue->Image(), options.source, options.partition,
                                    &rescue->engine());
   if (!range) return Failed(range.error());
   return ExtentSet(*range);
@@ -27,16 +57,15 @@ Result<ExtentSet, ExitStatus> InPartition(Rescue* rescue, const ImageOptions& op
 // What is used of `domain`.
 Result<ExtentSet, ExitStatus> UsedOf(const ExtentSet& domain, Rescue* rescue,
                                      const ImageOptions& options) {
-  cRescueIO io(&rescue->engine());
-  const VolumeLayout layout = LayoutOf(&io, rescue->Image());
+  LookedAt at(rescue, options.retry);
+  const VolumeLayout layout = LayoutOf(at.Storage(), rescue->Image());
   ExtentSet used = layout.unknown;
   // A table that could not be read may have named more partitions.
   if (!layout.met.unread.empty()) used.Add(layout.free);
-  RescuedStorage storage(rescue);
   for (const PlacedVolume& volume : layout.volumes) {
     if (rescue->engine().Reason() != StopReason::kNone) break;
     if (domain.Intersection(ExtentSet(volume.sectors)).IsEmpty()) continue;
-    switch (AddUsed(&storage, volume.sectors, platform::InterruptFlag(), &used)) {
+    switch (AddUsed(at.Walked(), volume.sectors, platform::InterruptFlag(), &used)) {
       case WalkEnd::kStopped:
         return Failed(kExitInterrupted);
       case WalkEnd::kUnavailable:

@@ -344,6 +344,12 @@ class FilesTest(program.ProgramTest):
         self.assertLessEqual(len(read), 1.1 * (len(used) + other))
         read, _ = self.image_used("whole.img", "--partition", "2")
         self.assertFalse(read & {MIB + s for s in used if s > 100 * MIB})
+        # With --retry, no missing table is read for it.
+        pathlib.Path("bad.map").write_text(program.mapfile_text(size + 20 * MIB, [(MIB + 2, 1)]))
+        self.call("read", "whole.img", "retried.kvrsp", "--start", MIB + 2, "--sectors", 1, "--test-mode", "bad.map",
+                  status=3)
+        retried = self.document("image", "whole.img", "retried.kvrsp", "--retry", "--used", status=3)
+        self.assertEqual((retried["readFromSource"], retried["present"]), (1, 1))
         # A table that an older use of the disk left in a file system's first sector.
         tool("sfdisk", "-q", "--wipe-partitions", "never", "fs.img", feed=f"{size // 2},{MIB},L\n".encode())
         read, _ = self.image_used("fs.img")
