@@ -147,13 +147,16 @@ class Engine {
   // Proof of life.
   bool NeedsProof();
   bool Prove();
-  bool AskAllOver();
+  bool IsRowLong() const;
   enum class Proof { kAlive, kNone, kNothingToAsk };
   struct Witness {
     SectorRange range;
-    bool isKnownGood;  // the cache has it: what comes is not stored
+    bool isKnownGood;    // the cache has it: what comes is not stored
+    bool isAny = false;  // nothing says that it should read well
   };
   Proof AskForProof(bool isEarly);
+  std::optional<SectorRange> ProveElsewhere(SectorRange first, bool isEarly);
+  std::optional<SectorRange> AskAllOver();
   std::optional<Witness> PickProof(u64 farFrom, bool isElsewhere, bool isEarly);
   u32 ProbeAfter(bool alone) const;
   bool NeedsProbe(bool alone);

@@ -127,6 +127,10 @@ void Engine::GreetWoken() {
   }
 }
 
+bool Engine::IsRowLong() const {
+  return m_failuresInRow >= m_options.maxFailures || RowSeconds() >= kPatientSeconds;
+}
+
 // Asks a witness, then another elsewhere. After few failures it does so for a while: the disk may
 // only hang. False when the disk proved to be dead.
 bool Engine::Prove() {
@@ -134,9 +138,7 @@ bool Engine::Prove() {
   for (Proof proof; (proof = AskForProof(false)) != Proof::kAlive;) {
     if (IsStopping()) return false;
     if (proof == Proof::kNone && m_systemFailures == 0 && !m_isRetrying) m_silence.Begin(false);
-    const bool isEarly = m_failuresInRow < m_options.maxFailures && RowSeconds() < kPatientSeconds;
-    if (!isEarly) {
-      if (m_progress.all.present == 0 && !m_isRetrying && AskAllOver()) return true;
+    if (IsRowLong()) {
       EndOrWake(StopReason::kNotAnswering, 0);
       return false;
     }
@@ -147,18 +149,31 @@ bool Engine::Prove() {
   return true;
 }
 
-// A disk that has given nothing yet may be bad nearly everywhere, so it is asked for sectors all
-// over, in each run for others. True when one came.
-bool Engine::AskAllOver() {
+// What answered in place of the first witness: another one or, where nothing tells what should read
+// well, a sector anywhere.
+std::optional<SectorRange> Engine::ProveElsewhere(SectorRange first, bool isEarly) {
+  const auto second = PickProof(first.first, true, isEarly);
+  if (!second) return std::nullopt;
+  if (ProveBy(*second) == FailureKind::kNone) return second->range;
+  const bool mayBeBad = second->isAny || m_progress.all.present == 0;
+  if (!mayBeBad || isEarly || m_isRetrying || !IsRowLong()) return std::nullopt;
+  return AskAllOver();
+}
+
+// A disk that has given nothing, or nearly nothing, may be bad nearly everywhere, so it is asked
+// for sectors all over, in each run for others, until one comes.
+std::optional<SectorRange> Engine::AskAllOver() {
   constexpr double kGoldenRatio = 0.6180339887;  // its multiples, less the whole, lie evenly apart
   const u32 most = std::min(m_options.maxFailures, kMostAllOver);
+  m_silence.ExpectKill();  // dead disks take long to say so
   for (u32 asked = 0; asked < most && RowSeconds() < kMostUnclearSeconds; ++asked) {
     const double place = (m_earlierRuns * kMostAllOver + asked) * kGoldenRatio;
     const auto sector = m_ledger.LeftAt(place - std::floor(place));
-    if (!sector || IsStopping()) return false;
-    if (ProveBy({m_units.Around(*sector), false}) == FailureKind::kNone) return true;
+    if (!sector || IsStopping()) return std::nullopt;
+    const SectorRange unit = m_units.Around(*sector);
+    if (ProveBy({unit, false}) == FailureKind::kNone) return unit;
   }
-  return false;
+  return std::nullopt;
 }
 
 // Asks a witness, then another elsewhere. Where only the second answers, the first may be bad, or
@@ -170,13 +185,11 @@ Engine::Proof Engine::AskForProof(bool isEarly) {
   if (how == FailureKind::kNone) return Proof::kAlive;
   // What was read before is not bad.
   if (IsStopping() || first->isKnownGood) return Proof::kNone;
-  const auto second = PickProof(first->range.first, true, isEarly);
-  if (!second) return Proof::kNone;
   m_isDoubted = how == FailureKind::kUnclear && !m_silence.IsOn();
-  const bool isAlive = ProveBy(*second) == FailureKind::kNone;
-  if (std::exchange(m_isDoubted, false) && isAlive && !IsStopping()) {
+  const auto second = ProveElsewhere(first->range, isEarly);
+  if (std::exchange(m_isDoubted, false) && second && !IsStopping()) {
     m_silence.Suspect();
-    const bool isSame = second->range.first == first->range.first;  // there was no other
+    const bool isSame = second->first == first->range.first;  // there was no other
     const bool wasSilent = isSame || ProveBy(*first) == FailureKind::kNone;
     m_silence.Acquit();
     if (wasSilent) m_silence.NoteWasOn();
@@ -186,7 +199,7 @@ Engine::Proof Engine::AskForProof(bool isEarly) {
       m_firstFailure = m_clock->Seconds();
     }
   }
-  return isAlive ? Proof::kAlive : Proof::kNone;
+  return second ? Proof::kAlive : Proof::kNone;
 }
 
 // `isElsewhere`: one was asked in vain, and all around it may be bad. `isEarly`: sparingly.
@@ -202,12 +215,12 @@ std::optional<Engine::Witness> Engine::PickProof(u64 farFrom, bool isElsewhere, 
   const auto unwanted = isElsewhere || !untried ? m_witnesses.PickMissing() : std::nullopt;
   const auto other = unwanted ? unwanted : untried;
   if (!other) return std::nullopt;
-  return Witness{*other, false};
+  return Witness{*other, false, true};
 }
 
 // kNone: the disk is alive.
 FailureKind Engine::ProveBy(const Witness& asking) {
-  const auto [witness, isKnownGood] = asking;
+  const auto [witness, isKnownGood, isAny] = asking;
   if (isKnownGood) m_log->Write(LogEvent("witness").Add(witness));
   if (!isKnownGood && !PrepareStore(witness)) return FailureKind::kSystem;
   m_queue.JudgeSlowness(false);

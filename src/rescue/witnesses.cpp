@@ -25,9 +25,8 @@ u64 WitnessCount(u64 sectors) {
                    kFirstWitnesses + sectors / kSectorsPerWitness, kMostWitnesses});
 }
 
-// Where witness `i` lies, when they are so far apart. Bad spots may come at even distances, which
-// witnesses therefore do not. At either end of a piece, so that what is asked around it stays one
-// request.
+// Where witness `i` lies, when they are so far apart. Bad spots may come at even distances, and at
+// the same place in each piece, which witnesses therefore do not.
 u64 PlaceOf(u64 i, u64 apart) {
   constexpr u64 kPiece = AskedSource::kMaxAskSectors;
   constexpr u64 kPrime = 7919;
@@ -35,7 +34,7 @@ u64 PlaceOf(u64 i, u64 apart) {
   const u64 pieces = apart / kPiece;
   const u64 within = pieces < 4 ? pieces / 2 : 1 + (pieces / 2 + i * kPrime) % (pieces - 2);
   const u64 piece = apart * i / kPiece + within;
-  return piece * kPiece + (i % 2 == 0 ? kPiece - 1 : 0);
+  return piece * kPiece + i * kPrime % kPiece;
 }
 
 }  // namespace

@@ -239,6 +239,21 @@ TEST_F(EngineProofTest, ADiskThatIsMostlyBadIsRescued) {
   }
 }
 
+// Bad spots at even distances, at the same place of each piece: no witness may share it.
+TEST_F(EngineProofTest, BadSpotsAtEvenDistancesCostOneAskMore) {
+  for (const u64 apart : {128u, 256u, 512u, 1024u, 1000u}) {
+    for (const u64 first : {u64{0}, u64{64}, apart / 2, apart - 1}) {
+      SCOPED_TRACE(testing::Message() << first << " + n * " << apart);
+      StartOver(65536);
+      for (u64 at = first; at < 65536; at += apart) m_disk.bad.Add({at, 1});
+      EXPECT_EQ(Run(), StopReason::kDone);
+      ExpectOnlyBadMissing();
+      const std::string often = m_disk.AskedMoreThan(2);  // known good, and asked for proof
+      EXPECT_LE(u64(std::count(often.begin(), often.end(), ' ')), m_log.Events("witness")) << often;
+    }
+  }
+}
+
 // A stick that reports a bad sector, and then hangs until it is plugged again.
 TEST_F(EngineProofTest, WhatFollowsAReportedErrorDoesNotCountWhereTheDiskHangs) {
   m_disk.badKind = FailureKind::kMedium;
