@@ -73,7 +73,7 @@ void AddExtension(cPartTreeItem& node, cPartExtension* record) {
   if (!record) return;
   Owned<cPartExtension> owner(record);
   auto* item = new cPartExtensionItem(record);
-  owner.release();
+  static_cast<void>(owner.release());  // the item has it
   DropExtension(node, record->GetKind());
   (node.m_lastExtension ? node.m_lastExtension->m_next : node.m_firstExtension) = item;
   node.m_lastExtension = item;

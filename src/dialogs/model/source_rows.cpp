@@ -46,7 +46,7 @@ std::u16string NameOf(cBaseIO* storage) {
 }  // namespace
 
 std::u16string StorageText(cBaseIO* storage, size_t place) {
-  const std::u16string description = DescriptionOf(storage), name = NameOf(storage);
+  std::u16string description = DescriptionOf(storage), name = NameOf(storage);
   if (description.empty() && name.empty()) {
     return u"#" + NumberText(place) + u" (" + GigabytesText(storage->GetByteSize()) + u")";
   }

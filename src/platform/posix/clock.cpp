@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "platform/clock.h"
 
-#include <time.h>
+#include <ctime>
 
 namespace larkspur::platform {
 

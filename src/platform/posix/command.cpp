@@ -17,7 +17,10 @@ namespace larkspur::platform {
 int RunCommand(const std::string& line,
                const std::vector<std::pair<std::string, std::string>>& environment) {
   std::vector<std::string> variables;
-  for (const auto& [name, value] : environment) variables.push_back(name + "=" + value);
+  variables.reserve(environment.size());
+  for (const auto& [name, value] : environment) {
+    variables.emplace_back(name).append("=").append(value);
+  }
   std::vector<char*> words;
   for (char** word = environ; *word; ++word) words.push_back(*word);
   for (std::string& variable : variables) words.push_back(variable.data());

@@ -3,6 +3,7 @@
 #include "platform/locale.h"
 
 #include <algorithm>
+#include <compare>
 
 #include "base/text.h"
 
@@ -17,7 +18,7 @@ int CompareTexts(std::u16string_view one, std::u16string_view other) {
   const auto order = [](char16_t a, char16_t b) { return UpperCase(a) <=> UpperCase(b); };
   const auto found = std::lexicographical_compare_three_way(one.begin(), one.end(), other.begin(),
                                                             other.end(), order);
-  return found < 0 ? -1 : found > 0 ? 1 : 0;
+  return std::is_lt(found) ? -1 : std::is_gt(found) ? 1 : 0;
 }
 
 }  // namespace larkspur::platform

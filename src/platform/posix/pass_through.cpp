@@ -91,6 +91,7 @@ u32 Moved(const sg_io_hdr_t& header) {
 // Where the data of a SCSI request lie; null when the request does not hold them.
 u8* DataOf(bool isDirect, std::span<const u8> in, std::span<u8> out, u32 length) {
   const u64 place = LoadLe64(&in[kScsiDataOffset]);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the request has the address as a number.
   if (isDirect) return reinterpret_cast<u8*>(static_cast<std::uintptr_t>(place));
   const bool isOut = in[kScsiDirectionOffset] == kScsiDataOut;
   if (!Fits(place, length, isOut ? in.size() : out.size())) return nullptr;

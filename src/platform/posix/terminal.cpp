@@ -3,9 +3,9 @@
 #include "platform/terminal.h"
 
 #include <cerrno>
+#include <csignal>
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
