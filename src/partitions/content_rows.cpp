@@ -95,8 +95,7 @@ bool IsApfs(NodeBytes& bytes) {
 }
 
 bool IsHfs(NodeBytes& bytes) {
-  return IsPowerOfTwo(bytes.Be32(20) & ~u32{511}, 512, u64{1} << 31) ||
-         (bytes.Be32(20) != 0 && bytes.Be32(20) % 512 == 0);
+  return bytes.Be32(20) != 0 && bytes.Be32(20) % 512 == 0;
 }
 
 bool WrapsHfsPlus(NodeBytes& bytes) {
@@ -144,7 +143,7 @@ bool IsMinix3(NodeBytes& bytes) {
 }
 
 bool IsUfs(NodeBytes& bytes) {
-  return bytes.Le32(48) != 0 && IsPowerOfTwo(bytes.Le32(48), 4096, 65536);
+  return IsPowerOfTwo(bytes.Le32(48), 4096, 65536);
 }
 
 bool IsBigUfs(NodeBytes& bytes) {

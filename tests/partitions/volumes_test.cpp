@@ -379,6 +379,27 @@ TEST(IntelMatrix, MakesAChildOfEveryVolume) {
   }
 }
 
+TEST(IntelMatrix, HasAWordForEveryLevel) {
+  const struct {
+    u64 level, members;
+    const char* words;
+  } kCases[] = {
+      {0, 2, "layout 2 columns 2 index 1 block 131072 level raid0 "},
+      {1, 2, "layout 3 columns 2 index 1 block 131072 level raid1 "},
+      {1, 4, "layout 0 columns 4 index 1 block 131072 level raid10 "},
+      {10, 4, "layout 0 columns 4 index 1 block 131072 level raid10 "},
+      {10, 2, "layout 3 columns 2 index 1 block 131072 level raid10 "},
+      {5, 3, "layout 6 columns 3 index 1 block 131072 level raid5 "},
+      {6, 4, "layout 0 columns 4 index 1 block 131072 set "},
+  };
+  for (const auto& c : kCases) {
+    DiskBuilder disk = IntelMember(4096);
+    disk.Le(4094, 312 + 112 + 15, 1, c.level).Le(4094, 312 + 112 + 16, 1, c.members);
+    const std::string tree = IntelTree(disk.Le(4094, 36, 4, 500), u"disk");
+    EXPECT_NE(tree.find(c.words), std::string::npos) << c.level << tree;
+  }
+}
+
 TEST(IntelMatrix, StaysBesideWhatTheSectorsSay) {
   DiskBuilder disk = IntelMember(4096);
   disk.MbrEntry(0, 0, 0x83, 100, 50);
