@@ -21,8 +21,14 @@ std::string Tenths(double number) {
 
 }  // namespace
 
+std::string CountText(u64 count, std::string_view noun) {
+  std::string text = std::to_string(count) + ' ';
+  text += noun;
+  return count == 1 ? text : text + 's';
+}
+
 std::string SizeText(u64 bytes) {
-  if (bytes < 1024) return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
+  if (bytes < 1024) return CountText(bytes, "byte");
   constexpr const char* kUnits[] = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
   double size = static_cast<double>(bytes) / 1024;
   size_t unit = 0;

@@ -2,13 +2,17 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// Sizes and shares as people read them.
+// Counts, sizes and shares as people read them.
 
 #include <string>
+#include <string_view>
 
 #include "base/types.h"
 
 namespace larkspur {
+
+// "1 sector", "3 sectors".
+std::string CountText(u64 count, std::string_view noun);
 
 // "512 bytes", "64.0 KiB", "3.6 TiB".
 std::string SizeText(u64 bytes);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/storages.h"
@@ -85,8 +86,7 @@ ExitStatus RunCheck(const std::string& path, bool repair, bool json) {
   }
   const u64 left = result.problemCount - result.repairedCount;
   if (left == 0) return kExitDone;
-  return Fail(fmt::format("{}: {} problem{} {}", path, left, left == 1 ? "" : "s",
-                          WhatToDo(result, repair)));
+  return Fail(fmt::format("{}: {} {}", path, CountText(left, "problem"), WhatToDo(result, repair)));
 }
 
 }  // namespace larkspur::cli

@@ -132,9 +132,10 @@ ExitStatus TellHash(platform::Sha256* hash, const StatusCounts& counts,
                     const ExportOptions& options) {
   std::array<u8, 32> digest{};
   if (!hash->Finish(&digest)) return Fail("this system cannot compute a SHA-256");
-  const std::string text = HashLine(options.output, HexText(digest)) +
-                           fmt::format("# zeros stand in for {} sectors\n",
-                                       counts.unreadable + counts.missing + counts.unknown);
+  const std::string text =
+      HashLine(options.output, HexText(digest)) +
+      fmt::format("# zeros stand in for {}\n",
+                  CountText(counts.unreadable + counts.missing + counts.unknown, "sector"));
   if (options.output == "-") {
     std::fputs(text.c_str(), stderr);
   } else if (platform::IsOutputATerminal()) {

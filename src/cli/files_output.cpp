@@ -23,9 +23,9 @@ std::string DamageWords(const std::string& name, const std::string& path, const 
   const std::string what =
       path.empty() ? "parts of the file system" : "parts of the folder " + Printable(path);
   return fmt::format(
-      "{}: {} are not there ({} sectors unreadable, {} missing); files may be "
+      "{}: {} are not there ({} unreadable, {} missing); files may be "
       "missing from the list",
-      name, what, state.unreadable, state.missing);
+      name, what, CountText(state.unreadable, "sector"), state.missing);
 }
 
 class TextOutput final : public FilesOutput {

@@ -26,7 +26,7 @@ void PrintResult(const RescueProgress& progress, double seconds, const ImageOpti
     return;
   }
   PrintCounts(all, progress.sectors);
-  Print(fmt::format("{} sectors were read from {} in this run, in {}.\n", progress.asked,
+  Print(fmt::format("{} read from {} in this run, in {}.\n", CountText(progress.asked, "sector"),
                     options.source, FormatDuration(seconds)));
 }
 

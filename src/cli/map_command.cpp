@@ -50,8 +50,9 @@ void PrintBar(cKVRSparseIO* image) {
     const CellLook look = LookOf(cell);
     bar += look.unreadable ? '!' : look.shade == 255 ? '#' : look.shade == 0 ? '.' : '+';
   }
-  Print(fmt::format("[{}]\n# present  + partly  . missing  ! unreadable; each {} sectors, {}\n\n",
-                    bar, grid.sectorsPerCell, SizeText(grid.sectorsPerCell << kSectorShift)));
+  Print(fmt::format("[{}]\n# present  + partly  . missing  ! unreadable; each {}, {}\n\n", bar,
+                    CountText(grid.sectorsPerCell, "sector"),
+                    SizeText(grid.sectorsPerCell << kSectorShift)));
 }
 
 void PrintExtents(cKVRSparseIO* image) {

@@ -2,6 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "cli/partition.h"
 
+#include "base/size_text.h"
 #include "cli/output.h"
 #include "imaging/tree_words.h"
 #include "io/base_io.h"
@@ -53,8 +54,8 @@ Result<SectorRange, ExitStatus> FindPartition(cBaseIO* storage, cKVRSparseIO* ca
   }
   const SectorRange range{found->start, std::min(found->sectors, sectors - found->start)};
   if (range.count < found->sectors) {
-    Tell(fmt::format("{}: partition {} reaches {} sectors past the end", name, place,
-                     found->sectors - range.count));
+    Tell(fmt::format("{}: partition {} reaches {} past the end", name, place,
+                     CountText(found->sectors - range.count, "sector")));
   }
   return range;
 }

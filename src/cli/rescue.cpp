@@ -3,6 +3,7 @@
 #include "cli/rescue.h"
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "cli/output.h"
 #include "cli/storages.h"
 #include "imaging/rescue_words.h"
@@ -149,9 +150,9 @@ void Rescue::TellOfSession() {
   }
   if (session.Disbelieved() > 0) {
     Tell(
-        fmt::format("{}: the last run did not end properly; {} sectors that may not have been "
-                    "flushed to disk are read again",
-                    m_options.cache, session.Disbelieved()));
+        fmt::format("{}: the last run did not end properly; {} that may not have been "
+                    "flushed to disk will be read again",
+                    m_options.cache, CountText(session.Disbelieved(), "sector")));
   }
   if (session.WrongLogLine() > 0) {
     Tell(fmt::format("{}.log: line {} cannot be understood and is ignored", m_options.cache,

@@ -3,6 +3,7 @@
 #include "cli/storages.h"
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "cli/output.h"
 #include "platform/device.h"
 #include "platform/helper_process.h"
@@ -111,9 +112,9 @@ ExitStatus TellDamage(const std::string& name, const Cache& cache, u64 unknown, 
   if (cache.damage) return Fail(CacheFailure(name, *cache.damage));
   if (unknown == 0) return status;
   return Fail(fmt::format(
-      "{}: part of the cache cannot be read or makes no sense, so nothing is known of {} sectors; "
+      "{}: part of the cache cannot be read or makes no sense, so nothing is known of {}; "
       "copy the file to a healthy disk, and work on the copy; 'larkspur check' says more about it",
-      name, unknown));
+      name, CountText(unknown, "sector")));
 }
 
 std::vector<std::u16string> FilesOf(const std::string& cache,

@@ -10,6 +10,7 @@
 #include <fmt/core.h>
 
 #include "base/endian.h"
+#include "base/size_text.h"
 #include "base/zeros.h"
 #include "imaging/cache.h"
 #include "io/flat_io.h"
@@ -203,8 +204,8 @@ class Checker {
     const auto count = lost < end ? std::count(lost, const_cast<u8*>(end), kPresent) : 0;
     const bool repaired = m_repair && MakeWhole(start, map, held);
     Report(ProblemKind::kRecordCut, block,
-           fmt::format("the file ends after {} of {} sectors; {} stored ones are lost", held,
-                       m_layout.blockSize, count),
+           fmt::format("the file ends after {} of {} sectors, and loses {}", held,
+                       m_layout.blockSize, CountText(static_cast<u64>(count), "stored sector")),
            kRepairable, repaired);
   }
 
@@ -232,8 +233,8 @@ class Checker {
     if (trailing == 0 && trailingBytes == 0) return;
     const u64 end = m_layout.RecordSector(m_layout.RecordsIn(sectors) + 1);
     Report(ProblemKind::kTrailingBytes, std::nullopt,
-           fmt::format("{} sectors and {} bytes follow the last whole record", trailing,
-                       trailingBytes),
+           fmt::format("{} and {} follow the last whole record", CountText(trailing, "sector"),
+                       CountText(trailingBytes, "byte")),
            kRepairable, m_repair && m_file->SetSectorCount(end));
   }
 

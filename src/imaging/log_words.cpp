@@ -19,8 +19,8 @@ std::string SourceText(const SourceIdentity& source) {
   line("model", Printable(source.model));
   line("serial", Printable(source.serial));
   line("firmware", Printable(source.firmware));
-  line("size",
-       fmt::format("{} sectors, {}", source.sectors, SizeText(source.sectors << kSectorShift)));
+  line("size", fmt::format("{}, {}", CountText(source.sectors, "sector"),
+                           SizeText(source.sectors << kSectorShift)));
   return text;
 }
 
@@ -74,7 +74,7 @@ std::string HistoryText(const RescueHistory& history) {
   for (const FailureKind kind : kLoggedKinds) {
     text += fmt::format("  {} {}", FailureKindName(kind), CountOf(history, kind));
   }
-  text += fmt::format("\n{} sectors failed at least once\n", TriedSectors(history));
+  text += fmt::format("\n{} failed at least once\n", CountText(TriedSectors(history), "sector"));
   if (history.slowest.empty()) return text;
   text += fmt::format("\n{:>14} {:>8} {:>9}  slowest failures\n", "start", "sectors", "seconds");
   for (const SlowArea& area : history.slowest) {

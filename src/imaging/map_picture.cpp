@@ -85,9 +85,10 @@ std::array<LegendItem, 3> Legend(const MapGrid& grid) {
 }
 
 std::string ScaleText(const MapGrid& grid) {
-  return fmt::format("{} sectors, {}; each square is {} ({} sectors); red: at least one unreadable",
-                     grid.sectors, SizeText(grid.sectors << kSectorShift),
-                     SizeText(grid.sectorsPerCell << kSectorShift), grid.sectorsPerCell);
+  return fmt::format("{}, {}; each square is {} ({}); red: at least one unreadable",
+                     CountText(grid.sectors, "sector"), SizeText(grid.sectors << kSectorShift),
+                     SizeText(grid.sectorsPerCell << kSectorShift),
+                     CountText(grid.sectorsPerCell, "sector"));
 }
 
 void DrawText(Canvas* canvas, u32 x, u32 y, std::string text, u32 scale) {

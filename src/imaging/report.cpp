@@ -134,7 +134,7 @@ class ReportPage {
     if (!history.failureKinds.empty()) {
       m_html += "<ul>\n";
       for (const auto& [kind, count] : history.failureKinds) {
-        Add("<li>{} time{}: {}</li>\n", count, count == 1 ? "" : "s", Markup(kind));
+        Add("<li>{}: {}</li>\n", CountText(count, "time"), Markup(kind));
       }
       m_html += "</ul>\n";
     }

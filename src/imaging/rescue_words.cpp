@@ -34,7 +34,7 @@ std::vector<Part> PartsOf(const ProgressFacts& text) {
   if (hasPhase) parts.push_back({1, "at " + SizeText(text.position << kSectorShift)});
   parts.push_back({2, "present " + SizeText((text.done - text.unreadable) << kSectorShift)});
   if (text.unreadable > 0) {
-    parts.push_back({5, fmt::format("unreadable {} sectors", text.unreadable)});
+    parts.push_back({5, "unreadable " + CountText(text.unreadable, "sector")});
   }
   if (text.bytesPerSecond >= 0) {
     parts.push_back({3, SizeText(static_cast<u64>(text.bytesPerSecond)) + "/s"});

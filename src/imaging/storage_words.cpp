@@ -103,9 +103,9 @@ FaultWords SourceWords(const std::u16string& path, const SourceFault& fault) {
 FaultWords CacheWords(const CacheFault& fault, u64 sourceSectors) {
   if (fault.kind == CacheFaultKind::kOtherSize) {
     return {
-        fmt::format("the cache was made from a source of {} sectors, but this one has {}; is it "
+        fmt::format("the cache was made from a source of {}, but this one has {}; is it "
                     "another disk?",
-                    fault.cacheSectors, sourceSectors)};
+                    CountText(fault.cacheSectors, "sector"), sourceSectors)};
   }
   const auto* const row =
       std::find_if(std::begin(kCacheRows), std::end(kCacheRows),

@@ -92,8 +92,9 @@ std::string Words(const std::vector<UnreadNote>& notes) {
   if (notes.size() == 1) return Words(notes[0]);
   u64 sectors = 0;
   for (const UnreadNote& note : notes) sectors += note.sectors;
-  return fmt::format("{} sectors from {} to {} were needed and are {}", sectors, notes[0].start,
-                     notes.back().start + notes.back().sectors - 1, WhyUnread(notes[0].status));
+  return fmt::format("{} from {} to {} were needed and are {}", CountText(sectors, "sector"),
+                     notes[0].start, notes.back().start + notes.back().sectors - 1,
+                     WhyUnread(notes[0].status));
 }
 
 std::string Words(const TypeNote& note) {

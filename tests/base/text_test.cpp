@@ -135,6 +135,7 @@ TEST(NationalText, ReadsOtherFormsAndDamage) {
   } const cases[] = {
       {50221, "older escape sequences", "\x1B$@F|\x1B(Ja\x5C", u"\u65E5\x61\\"},
       {50221, "shifted kana", "\x0E\x31\x0F\x31", u"\uFF71\x31"},
+      {50221, "an escape ends a shift", "\x0E\x31\x1B(B1", u"\uFF71\x31"},
       {50221, "kana of eight bits", "\xB1", u"\uFF71"},
       {50221, "controls among kanji", "\x1B$BF|\nF|", u"\u65E5\n\u65E5"},
       {50221, "cut pair", "\x1B$BF", u"\uFFFD"},

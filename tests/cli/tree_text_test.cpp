@@ -5,12 +5,15 @@
 #include <gtest/gtest.h>
 
 #include "base/printable.h"
+#include "fakes/disk_builder.h"
 #include "partitions/detection.h"
 #include "partitions/part_records.h"
 #include "partitions/type_names.h"
 
 namespace larkspur::cli {
 namespace {
+
+using fakes::DiskBuilder;
 
 cSoftRAIDMember* Member(u32 columns, u32 layout, std::u16string_view level,
                         std::u16string_view name, u32 blockBytes) {
@@ -86,6 +89,28 @@ TEST(TreeTable, TellsOfEveryRecord) {
               "           8           16    8.0 KiB  Linux RAID (253)" +
                   test.words + "\n");
   }
+}
+
+TEST(TreeTable, TellsOfEveryNodeAndWhatIsNotedOfIt) {
+  DiskBuilder disk(8192);
+  disk.MbrEntry(0, 0, 0x82, 100, 2000)
+      .MbrEntry(0, 1, 0x05, 3000, 5000)
+      .MbrEntry(3000, 0, 0x83, 10, 500);
+  disk.MbrEntry(3000, 1, 0x05, 1000, 600).MbrEntry(4000, 0, 0x83, 10, 400);
+  disk.Le(3012, 56, 2, 0xEF53).Le(3012, 32, 4, 8);
+  PartitionTree tree;
+  TreeNotes notes;
+  BuildPartitionTree(tree.Head(), disk.Disk().get(), {.notes = &notes});
+  EXPECT_EQ(TreeTable(*tree.Root(), notes),
+            R"(       start      sectors       size  what
+           0         8192    4.0 MiB  whole storage: MBR partition table
+         100         2000 1000.0 KiB    1  Linux swap (130)
+                                        - doubtful: its type says swap, but none was found there
+        3000         5000    2.4 MiB    2  Extended (5)
+        3010          500  250.0 KiB      2.1  Linux native (unclassified) (131)
+                                          - ext2 0.0
+        4010          400  200.0 KiB      2.2  Linux native (unclassified) (131)
+)");
 }
 
 }  // namespace

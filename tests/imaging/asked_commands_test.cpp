@@ -131,18 +131,21 @@ TEST_F(AskedCommands, CommandsCountFromTheDrivesStart) {
   drive->TakeLog();
   drive->senseOf = [](u64) { return fakes::FixedSenseAt(12, 3, 0x11, 0); };
   drive->onScsi = [&](const fakes::ScsiAsked& asked) -> std::optional<fakes::ScsiReply> {
-    if (asked.cdb[5] != 12) return fakes::ScsiReply{.data = drive->Content(asked.cdb[5] - 10u, 1)};
+    const u32 block = asked.cdb[5], end = block + asked.cdb[8];
+    if (end <= 12) return fakes::ScsiReply{.data = drive->Content(block - 10, end - block)};
     return fakes::ScsiReply{.status = 2, .sense = fakes::FixedSenseAt(12, 3, 0x11, 0)};
   };
   EXPECT_EQ(Ask(source, 8, 8), "8");
   EXPECT_EQ(Ask(source, 11, 2), "2") << "cut out of a block";
   EXPECT_EQ(Ask(source, 16, 8), "0 medium 031100 at 16");
   EXPECT_EQ(Ask(source, 19, 3), "0 medium 031100 at 19");
+  EXPECT_EQ(Ask(source, 8, 16), "0 medium 031100 at 16");
   EXPECT_EQ(drive->TakeLog(),
             "scsi 28 00 00 00 00 0B 00 00 01 00 in 4096\n"
             "scsi 28 00 00 00 00 0B 00 00 01 00 in 4096\n"
             "scsi 28 00 00 00 00 0C 00 00 01 00 in 4096\n"
-            "scsi 28 00 00 00 00 0C 00 00 01 00 in 4096");
+            "scsi 28 00 00 00 00 0C 00 00 01 00 in 4096\n"
+            "scsi 28 00 00 00 00 0B 00 00 02 00 in 8192");
   // Where that is not known, or no whole block, no command is sent.
   for (const std::optional<u64> start : {std::optional<u64>(), std::optional<u64>(512)}) {
     drive->partitionStartBytes = start;

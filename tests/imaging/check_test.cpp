@@ -148,7 +148,9 @@ TEST_F(CheckRepair, BelievesNoHeaderThatMostRecordsAreTooManyFor) {
   for (const u64 records : {u64{300}, 2 * 300 + u64{4200}}) {
     ASSERT_TRUE(fakes::WriteWholeFile(m_path, SomeCache(false)));
     std::filesystem::resize_file(m_path, 4 * kSectorBytes + records * kRecordBytes + 700);
-    EXPECT_EQ(CheckCache(m_path, false)->repairableCount, records == 300 ? 1u : 0u);
+    const CheckResult result = *CheckCache(m_path, false);
+    EXPECT_EQ(result.repairableCount, records == 300 ? 1u : 0u);
+    EXPECT_EQ(result.unusedRecords, records - 7);
   }
 }
 

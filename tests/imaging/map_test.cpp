@@ -125,6 +125,7 @@ TEST(MapPicture, IsDrawnForAnySize) {
     const std::string svg = DrawMapSvg(image.get(), "<&>");
     EXPECT_NE(svg.find("&lt;&amp;&gt;"), std::string::npos);
     EXPECT_NE(svg.find("unreadable: 1 ("), std::string::npos);
+    EXPECT_EQ(svg.find("(1 sectors"), std::string::npos);
     const auto rects = RectsOf(svg);
     EXPECT_EQ(LoadBe32(reinterpret_cast<const u8*>(&png[20])), rects[0][3]) << "as high";
     u32 mapEnd = 0;
@@ -141,8 +142,18 @@ TEST(MapPicture, IsDrawnForAnySize) {
 
 TEST(SizeText, IsReadableAndPercentRoundToNoFalseEnd) {
   const std::pair<u64, const char*> sizes[] = {
-      {0, "0 bytes"},       {512, "512 bytes"},        {1024, "1.0 KiB"},     {1536, "1.5 KiB"},
-      {1048575, "1.0 MiB"}, {u64{4} << 40, "4.0 TiB"}, {~u64{0}, "16.0 EiB"},
+      {0, "0 bytes"},
+      {1, "1 byte"},
+      {2, "2 bytes"},
+      {1023, "1023 bytes"},
+      {1024, "1.0 KiB"},
+      {1536, "1.5 KiB"},
+      {1048524, "1023.9 KiB"},
+      {1048525, "1.0 MiB"},
+      {u64{3} << 30, "3.0 GiB"},
+      {u64{4} << 40, "4.0 TiB"},
+      {u64{5} << 50, "5.0 PiB"},
+      {~u64{0}, "16.0 EiB"},
   };
   for (const auto& [bytes, text] : sizes) EXPECT_EQ(SizeText(bytes), text) << bytes;
   const std::tuple<u64, u64, const char*> shares[] = {

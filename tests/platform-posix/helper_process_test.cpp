@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "platform/clock.h"
+#include "platform/server_program.h"
 
 namespace larkspur::platform {
 namespace {
@@ -52,6 +53,13 @@ TEST(HelperProcess, IsWaitedForWithinItsLimits) {
     setitimer(ITIMER_REAL, &never, nullptr);
   }
   sigaction(SIGALRM, &before, nullptr);
+}
+
+TEST(ServerProgram, OutputCountsOfWhatEndedWell) {
+  EXPECT_EQ(OutputOf({"/bin/sh", "-c", "echo said"}), "said\n");
+  EXPECT_EQ(OutputOf({"/bin/sh", "-c", "echo said; exit 3"}), std::nullopt);
+  EXPECT_EQ(OutputOf({"/bin/sh", "-c", "echo said; kill -9 $$"}), std::nullopt);
+  EXPECT_EQ(OutputOf({"/nowhere"}), std::nullopt);
 }
 
 }  // namespace

@@ -20,11 +20,11 @@ void OnSignal(int) {
 }
 
 // Else the next file to be opened, such as the cache, would be what is printed to. Opened the wrong
-// way round, so that using the stream fails as it does when it is closed.
+// way round, so that using the stream fails as it does when it is closed. What is opened gets the
+// lowest number that is free, and the streams are filled from the lowest up.
 void FillStream(int stream) {
   if (fcntl(stream, F_GETFD) >= 0 || errno != EBADF) return;
-  const int made = open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-  if (made >= 0 && made != stream) close(made);
+  open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);  // becomes the stream
 }
 
 void CatchUnlessIgnored(int number) {
