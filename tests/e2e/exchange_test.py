@@ -104,8 +104,9 @@ class ExchangeTest(program.ProgramTest):
             ("no areas", "0 +\n", "no sector"),
             ("less than a sector", "0 +\n0 511 +\n", "no sector"),
             ("too large for a cache", f"0 +\n0 {1 << 60} ?\n", "fewer than"),
-            ("a smaller disk", f"0 +\n0 {99 * SECTOR} +\n", "another rescue"),
-            ("a larger disk", f"0 +\n0 {101 * SECTOR} +\n", "another rescue"),
+            ("a smaller disk", f"0 +\n0 {99 * SECTOR} +\n",
+             "covers 50688 bytes; does it belong to another rescue?"),
+            ("a larger disk", f"0 +\n0 {101 * SECTOR} +\n", "past its end were read"),
         ]
         for name, text, words in cases:
             with self.subTest(name=name):

@@ -151,6 +151,8 @@ TEST(LogTextTest, ALogIsToldAsTheCommandLineDoesAndItsAbsenceSaysWhatToDo) {
   const std::string lines =
       R"({"t":"2026-11-21T19:00:00.123Z","event":"open","source":{"model":"ACME","sectors":8192}})"
       "\n{\"event\":\n"
+      R"({"event":"failed","start":4096,"sectors":2,"kind":"medium","ms":2500})"
+      "\n"
       R"({"t":"2026-11-21T19:01:00.000Z","event":"end","how":"done","present":8190,"unreadable":2})"
       "\n";
   ASSERT_TRUE(fakes::WriteWholeFile(path, {lines.begin(), lines.end()}));
@@ -162,8 +164,11 @@ size      8192 sectors, 4.0 MiB
 run from (UTC)       to                   ended                  read      present  unreadable
 2026-11-21 19:00:00  2026-11-21 19:01:00  done                      0         8190           2
 
-failures  medium 0  unclear 0  transport 0  gone 0  system 0
-0 sectors failed at least once
+failures  medium 1  unclear 0  transport 0  gone 0  system 0
+2 sectors failed at least once
+
+         start  sectors   seconds  slowest failures
+          4096        2       2.5  medium
 )";
   for (size_t at = 0; (at = wanted.find('\n', at)) != std::string::npos; at += 2) {
     wanted.insert(at, 1, '\r');

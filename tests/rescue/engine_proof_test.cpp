@@ -3,6 +3,8 @@
 // Disks that hang, vanish or come back: what is marked needs proof of life.
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 #include <utility>
 
 #include "rescue/engine_rig.h"
@@ -41,6 +43,34 @@ TEST_F(EngineProofTest, ADiskThatHangsLosesNothing) {
     EXPECT_EQ(Run(), StopReason::kDone);
     ExpectOnlyBadMissing();
     EXPECT_EQ(m_disk.AskedMoreThan(4), "") << dies;
+  }
+}
+
+// A second interrupt ends the program without a word: the log is to know by then what does not
+// count.
+TEST_F(EngineProofTest, AnInterruptWhileARequestHangsIsLoggedBeforeItIsAnswered) {
+  m_options.inThread = true;
+  for (const bool hangs : {true, false}) {
+    StartOver();
+    m_stop = false;
+    std::atomic<bool> isLogged = false;
+    m_disk.misfortune = [&](u64 ask, u64, u32) {
+      if (ask != 5) return FailureKind::kNone;
+      m_stop = true;
+      for (int i = 0; i < (hangs ? 5000 : 500) && !isLogged; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (hangs) m_clock.now = m_clock.now + 0.1;
+      }
+      EXPECT_EQ(isLogged, hangs);
+      return FailureKind::kNone;
+    };
+    RunOn([&](Engine& engine) {
+      engine.OnProgress([&](const RescueProgress&) {
+        if (m_log.text.find("untilEnd") != std::string::npos) isLogged = true;
+      });
+      engine.Want(ExtentSet({0, kNowhere}));
+      engine.Image();
+    });
   }
 }
 
