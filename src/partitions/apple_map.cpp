@@ -1,12 +1,22 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/apple_map.h"
+
+// Apple partition maps.
+//
+// Block 0, big-endian: 0 "ER", 2 u16 bytes per block.
+// From block 1 on, one entry a block:
+//   0   2   "PM", or "TS" in the oldest
+//   4   4   number of entries, as the first has it
+//   8   4   first block, 12 4 number of blocks
+//   16  32  name, 48 32 type
+// Source: FreeBSD sys/disk/apm.h.
 
 #include <algorithm>
 
 #include "base/byte_reader.h"
 #include "base/text.h"
 #include "partitions/disk_text.h"
+#include "partitions/formats.h"
 #include "partitions/type_names.h"
 
 namespace larkspur {
@@ -76,8 +86,6 @@ void AddEntry(Scan& scan, cPartTreeItem& node, std::span<const u8> sector, u32 b
   scan.Detect(*child, node);
 }
 
-}  // namespace
-
 bool ProbeAppleMap(Scan& scan, const cPartTreeItem& node, NodeFront front) {
   const u32 blockSectors = BlockSectors(FrontSector(front, 0));
   SectorBytes sector;
@@ -99,5 +107,13 @@ bool ParseAppleMap(Scan& scan, cPartTreeItem& node) {
   }
   return true;
 }
+
+using cApplePartParser = FormatParser<kParserApple, ParseAppleMap>;
+
+}  // namespace
+
+constinit const Format kAppleMapFormat{
+    "cApplePartParser", "Apple partition map",        kParserApple, false,
+    ProbeAppleMap,      MakeParser<cApplePartParser>, ParseAppleMap};
 
 }  // namespace larkspur

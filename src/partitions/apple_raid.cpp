@@ -1,6 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/apple_raid.h"
+
+// Members of Apple software RAID sets, version 2 (the layout as Apple's published driver and boot
+// loader have it).
+//
+// Header, the last 4096 bytes of the member that begin at a multiple of as many:
+//   0    16    "AppleRAIDHeader"
+//   16   64    identifier of the set, as text
+//   144  8     bytes of the data, which begin with the member
+//   152  3944  property list (see property_list.h)
 
 #include <algorithm>
 #include <optional>
@@ -9,6 +17,7 @@
 
 #include "base/endian.h"
 #include "partitions/disk_text.h"
+#include "partitions/formats.h"
 #include "partitions/guid_text.h"
 #include "partitions/part_records.h"
 #include "partitions/property_list.h"
@@ -92,8 +101,6 @@ cSoftRAIDMember* MakeRecord(const PropertyList& properties, std::span<const u8> 
   return record;
 }
 
-}  // namespace
-
 bool ProbeAppleRaid(Scan& scan, const cPartTreeItem& node, NodeFront /*front*/) {
   return FindHeader(scan, node).has_value();
 }
@@ -111,5 +118,13 @@ bool ParseAppleRaid(Scan& scan, cPartTreeItem& node) {
   scan.Detect(*child, node);
   return true;
 }
+
+using cAppRAIDPartParser = FormatParser<kParserAppRAID, ParseAppleRaid>;
+
+}  // namespace
+
+constinit const Format kAppleRaidFormat{
+    "cAppRAIDPartParser",           "Apple RAID member", kParserAppRAID, false, ProbeAppleRaid,
+    MakeParser<cAppRAIDPartParser>, ParseAppleRaid};
 
 }  // namespace larkspur

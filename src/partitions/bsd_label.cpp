@@ -1,11 +1,22 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/bsd_label.h"
+
+// BSD disk labels.
+//
+// In sector 1 or 0, little-endian:
+//   0    4  magic, again at 132
+//   40   4  bytes per sector, the unit of the entries
+//   112  4  (OpenBSD) u16 high part of the size, u16 version
+//   138  2  number of entries
+//   148     entries of 16 bytes: 0 u32 size, 4 u32 offset, 12 u8 file-system type;
+//           in OpenBSD's version 1: 8 u16 high part of offset, 10 u16 high part of size
+// Sources: FreeBSD sys/disk/bsd.h, OpenBSD sys/disklabel.h.
 
 #include <algorithm>
 #include <vector>
 
 #include "base/byte_reader.h"
+#include "partitions/formats.h"
 #include "partitions/type_names.h"
 
 namespace larkspur {
@@ -84,8 +95,6 @@ bool CountsFromDisk(const std::vector<Entry>& entries, u64 start, u64 length) {
                       [&](const Entry& entry) { return entry.offset < start; });
 }
 
-}  // namespace
-
 bool ProbeBsdLabel(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
   return IsLabel(FrontSector(front, 1)) || IsLabel(FrontSector(front, 0));
 }
@@ -102,5 +111,13 @@ bool ParseBsdLabel(Scan& scan, cPartTreeItem& node) {
   }
   return true;
 }
+
+using cBSDPartParser = FormatParser<kParserBSD, ParseBsdLabel>;
+
+}  // namespace
+
+constinit const Format kBsdLabelFormat{
+    "cBSDPartParser", "BSD disk label",           kParserBSD,   true,
+    ProbeBsdLabel,    MakeParser<cBSDPartParser>, ParseBsdLabel};
 
 }  // namespace larkspur

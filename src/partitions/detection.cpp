@@ -6,25 +6,9 @@
 #include <memory>
 
 #include "base/owned.h"
-#include "partitions/aix_lvm.h"
-#include "partitions/apple_map.h"
-#include "partitions/apple_raid.h"
-#include "partitions/bsd_label.h"
-#include "partitions/format.h"
-#include "partitions/gpt.h"
-#include "partitions/intel_matrix.h"
-#include "partitions/ldm.h"
-#include "partitions/luks.h"
-#include "partitions/lvm2.h"
-#include "partitions/mbr.h"
-#include "partitions/md_raid.h"
-#include "partitions/netware.h"
-#include "partitions/netware_nss.h"
-#include "partitions/snap.h"
-#include "partitions/solaris.h"
-#include "partitions/take_notes.h"
+#include "partitions/formats.h"
+#include "partitions/gpt_table.h"
 #include "partitions/type_names.h"
-#include "partitions/xunix.h"
 
 namespace larkspur {
 namespace {
@@ -71,14 +55,6 @@ bool Matches(Scan& scan, const cPartTreeItem& node, const Format& format, NodeFr
   return format.probe(scan, node, front);
 }
 
-// Whole-disk metadata of a controller: its volumes become children beside what the storage's own
-// sectors say.
-void LookForIntelMatrix(Scan& scan, cPartTreeItem& root) {
-  ScanAsker asker(scan, kIntelMatrixFormat.className);
-  if (!ProbeIntelMatrix(scan, root)) return;
-  if (ParseIntelMatrix(scan, root)) AddExtension(root, kIntelMatrixFormat.makeParser());
-}
-
 // Reads the front of a node and runs the first of the formats that matches it, but `leftOut`. To
 // people one with holes is shown as far as it goes.
 bool DetectByFront(Scan& scan, cPartTreeItem& node, std::span<const Format* const> formats,
@@ -94,7 +70,7 @@ bool DetectByFront(Scan& scan, cPartTreeItem& node, std::span<const Format* cons
 }
 
 bool DetectWhole(Scan& scan, cPartTreeItem& root) {
-  LookForIntelMatrix(scan, root);
+  AddIntelMatrixVolumes(scan, root);
   return DetectByFront(scan, root, kWholeDeviceFormats, nullptr);
 }
 

@@ -1,11 +1,25 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/gpt.h"
+
+// GUID partition tables (UEFI 2.10, chapter 5.3).
+//
+// Header, one logical sector, little-endian:
+//   0   8  "EFI PART"
+//   24  8  LBA of this header
+//   72  8  LBA of the entry array
+//   80  4  number of entries
+//   84  4  bytes of an entry, 128
+// Entry: 0 type GUID (all zero: unused), 32 u64 first LBA, 40 u64 last LBA.
+//
+// Everything is laid out relative to the header, so a table inside an image or a partition is read
+// as well. Lengths are the difference of the two LBAs, one sector short of the inclusive range.
 
 #include <cstring>
 #include <vector>
 
 #include "base/endian.h"
+#include "partitions/formats.h"
+#include "partitions/gpt_table.h"
 #include "partitions/guid_text.h"
 #include "partitions/type_names.h"
 
@@ -63,8 +77,6 @@ std::vector<GptEntry> UsedEntries(const GptTable& table) {
   return entries;
 }
 
-}  // namespace
-
 bool ProbeGpt(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
   return FindGptHeader(front).has_value();
 }
@@ -80,6 +92,10 @@ bool ParseGpt(Scan& scan, cPartTreeItem& node) {
   return true;
 }
 
+using cGPTPartParser = FormatParser<kParserGPT, ParseGpt>;
+
+}  // namespace
+
 void AddGptPartitions(Scan& scan, cPartTreeItem& node, GptTable table) {
   const std::vector<GptEntry> entries = UsedEntries(table);
   table.array = {};
@@ -90,5 +106,8 @@ void AddGptPartitions(Scan& scan, cPartTreeItem& node, GptTable table) {
     if (child && child->m_start != 0) scan.Detect(*child, node);
   }
 }
+
+constinit const Format kGptFormat{"cGPTPartParser", "GUID partition table",     kParserGPT, true,
+                                  ProbeGpt,         MakeParser<cGPTPartParser>, ParseGpt};
 
 }  // namespace larkspur

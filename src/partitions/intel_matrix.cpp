@@ -1,6 +1,23 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/intel_matrix.h"
+
+// Members of Intel Matrix RAID.
+//
+// The metadata ends one logical sector before the storage's end. Its first sector, the anchor, is
+// the last of it; the others lie before the anchor, in their order. Little-endian:
+//   0    24  "Intel Raid ISM Cfg Sig. "
+//   36   4   bytes of it all
+//   40   4   family number, 64 4 that of the first creation
+//   56   1   number of disks, 57 1 number of volumes
+//   216      disks of 48 bytes: 0 serial (16), 16 u32 and 32 u32 low and high half of its blocks
+//   then     volumes: 0 name (16), 40 u16 number, 88 u8 migration state, 112 the map; when
+//            migrating, a second map follows
+// Map: 0 u32 first block, 4 u32 blocks, 12 u16 blocks of a strip, 15 u8 level, 16 u8 members,
+//   20 u32 and 24 u32 high halves of the first two, 48 u32 for each member: disk number (24 bits)
+// Blocks are logical sectors. Source: mdadm's super-intel.c.
+//
+// The format belongs to a whole storage with a name, and is looked for beside whatever else the
+// storage holds.
 
 #include <algorithm>
 #include <optional>
@@ -9,6 +26,7 @@
 #include "base/byte_reader.h"
 #include "io/base_io.h"
 #include "partitions/disk_text.h"
+#include "partitions/formats.h"
 #include "partitions/part_records.h"
 #include "partitions/type_names.h"
 
@@ -233,9 +251,7 @@ void VolumeReader::Add(std::span<const u8> volume) {
   AddExtension(*child, MakeRecord(volume, *index));
 }
 
-}  // namespace
-
-bool ProbeIntelMatrix(Scan& scan, const cPartTreeItem& node) {
+bool HoldsIntelMatrix(Scan& scan, const cPartTreeItem& node) {
   if (!*scan.IO()->GetName()) return false;
   const auto anchor = AnchorSector(scan, node);
   SectorBytes sector;
@@ -249,6 +265,24 @@ bool ParseIntelMatrix(Scan& scan, cPartTreeItem& node) {
   VolumeReader reader(scan, node, metadata);
   metadata.VisitVolumes([&](std::span<const u8> volume) { reader.Add(volume); });
   return true;
+}
+
+using cIntelMatrixPartParser = FormatParser<kParserIntelMatrix, ParseIntelMatrix>;
+
+}  // namespace
+
+constinit const Format kIntelMatrixFormat{"cIntelMatrixPartParser",
+                                          "Intel Matrix RAID member",
+                                          kParserIntelMatrix,
+                                          false,
+                                          nullptr,
+                                          MakeParser<cIntelMatrixPartParser>,
+                                          ParseIntelMatrix};
+
+void AddIntelMatrixVolumes(Scan& scan, cPartTreeItem& root) {
+  ScanAsker asker(scan, kIntelMatrixFormat.className);
+  if (!HoldsIntelMatrix(scan, root)) return;
+  if (ParseIntelMatrix(scan, root)) AddExtension(root, kIntelMatrixFormat.makeParser());
 }
 
 }  // namespace larkspur

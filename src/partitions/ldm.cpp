@@ -1,15 +1,36 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/ldm.h"
+
+// Windows dynamic disks: what the Logical Disk Manager keeps of a disk group on each of its disks.
+//
+// All numbers are big-endian, all positions absolute sectors of the storage.
+//
+// Private header, one sector: on a disk with a master boot record sector 6, on a GPT disk near the
+// end of the metadata partition.
+//   0    8   "PRIVHEAD"
+//   48   64  identifier of the disk, as text
+//   283  8   logical disk: start
+//   291  8   size
+//   299  8   configuration: start
+//   307  8   size
+// In the configuration lie, at 2, the table of contents:
+//   0    8   "TOCBLOCK"
+//   36   6   "config", 46 u64 start, 54 u64 size of the region
+//   70   3   "log", 80 u64 start, 88 u64 size of the region
+// and at 17 the database, whose first sector counts its records (see ldm_database.h):
+//   4    4   their number, those that this sector would hold included
+//   8    4   bytes of one
+//   12   4   byte at which the first stands
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <optional>
 
 #include "base/endian.h"
-#include "base/text.h"
 #include "partitions/disk_text.h"
+#include "partitions/formats.h"
+#include "partitions/ldm_database.h"
+#include "partitions/part_records.h"
 #include "partitions/type_names.h"
 
 namespace larkspur {
@@ -155,13 +176,6 @@ const char16_t* LevelOf(const LdmComponent& component, const LdmVolume& volume) 
   return component.partitions > 1 ? u"spanned" : u"simple";
 }
 
-const char* LayoutWord(u32 layout) {
-  if (layout == kLayoutStripe) return "Stripe";
-  if (layout == kLayoutMirror) return "Mirror";
-  if (layout == kLayoutRaid5) return "RAID5";
-  return "Simple/Span";
-}
-
 // What a partition of the volume's type byte would hold. Types that lead to another table, or back
 // to this one, would send detection in circles.
 u16 ChildType(const LdmVolume* volume) {
@@ -226,22 +240,6 @@ class PartitionMaker {
   const std::map<u64, u32> m_orders;
 };
 
-}  // namespace
-
-void FormatVolumeName(const LdmVolume& volume, cPartSoftRAIDInfo& record) {
-  if (volume.hint.empty()) return;
-  std::array<char, 40> text;
-  const int length = std::snprintf(text.data(), text.size(), "Dynamic volume %.*s (%s)", 4,
-                                   volume.hint.c_str(), LayoutWord(record.m_layout));
-  const auto* const bytes = reinterpret_cast<const u8*>(text.data());
-  record.m_name.Assign(WideText({bytes, static_cast<size_t>(length)}));
-}
-
-bool IsDynamicDisk(Scan& scan, const cPartTreeItem& node) {
-  const auto header = ReadHeader(scan, kHeaderSector);
-  return header && IsLaidOutIn(*header, node) && HasTableOfContents(scan, *header);
-}
-
 bool ProbeLdm(Scan& scan, const cPartTreeItem& node, NodeFront /*front*/) {
   return IsDynamicDisk(scan, node);
 }
@@ -258,5 +256,21 @@ bool ParseLdm(Scan& scan, cPartTreeItem& node) {
   PartitionMaker(scan, node, *header, database).MakeAll();
   return true;
 }
+
+using cNTLDMPartParser = FlaggedFormatParser<kParserNTLDM, ParseLdm>;
+
+}  // namespace
+
+bool IsDynamicDisk(Scan& scan, const cPartTreeItem& node) {
+  const auto header = ReadHeader(scan, kHeaderSector);
+  return header && IsLaidOutIn(*header, node) && HasTableOfContents(scan, *header);
+}
+
+constinit const Format kLdmFormat{
+    "cNTLDMPartParser", "Windows dynamic disk",       kParserNTLDM, false,
+    ProbeLdm,           MakeParser<cNTLDMPartParser>, ParseLdm};
+constinit const Format kLdmTypeFormat{
+    "cNTLDMPartParser", "Windows dynamic disk",       kParserNTLDM, false,
+    ProbeLdmType,       MakeParser<cNTLDMPartParser>, ParseLdm};
 
 }  // namespace larkspur

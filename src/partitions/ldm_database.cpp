@@ -3,10 +3,13 @@
 #include "partitions/ldm_database.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <cstring>
 #include <tuple>
 
 #include "base/byte_reader.h"
+#include "base/text.h"
 
 namespace larkspur {
 namespace {
@@ -140,6 +143,13 @@ const Value* Find(const std::map<u64, Value>& map, u64 id) {
   return found == map.end() ? nullptr : &found->second;
 }
 
+const char* LayoutWord(u32 layout) {
+  if (layout == kLayoutStripe) return "Stripe";
+  if (layout == kLayoutMirror) return "Mirror";
+  if (layout == kLayoutRaid5) return "RAID5";
+  return "Simple/Span";
+}
+
 }  // namespace
 
 bool LdmDatabase::Add(std::span<const u8> record) {
@@ -215,6 +225,15 @@ std::map<u64, u32> LdmDatabase::OrdersInComponents() const {
   std::map<u64, u32> counts;
   for (const auto& [component, offset, id] : sorted) orders[id] = counts[component]++;
   return orders;
+}
+
+void FormatVolumeName(const LdmVolume& volume, cPartSoftRAIDInfo& record) {
+  if (volume.hint.empty()) return;
+  std::array<char, 40> text;
+  const int length = std::snprintf(text.data(), text.size(), "Dynamic volume %.*s (%s)", 4,
+                                   volume.hint.c_str(), LayoutWord(record.m_layout));
+  const auto* const bytes = reinterpret_cast<const u8*>(text.data());
+  record.m_name.Assign(WideText({bytes, static_cast<size_t>(length)}));
 }
 
 }  // namespace larkspur

@@ -25,6 +25,7 @@
 
 #include "base/types.h"
 #include "partitions/guid_text.h"
+#include "partitions/part_records.h"
 
 namespace larkspur {
 
@@ -93,5 +94,8 @@ class LdmDatabase {
   std::map<u64, LdmVolume> m_volumes;
   std::map<u32, Fragments> m_fragments;
 };
+
+// Names the record after the place where the volume was last mounted; without one it stays unnamed.
+void FormatVolumeName(const LdmVolume& volume, cPartSoftRAIDInfo& record);
 
 }  // namespace larkspur

@@ -1,6 +1,28 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/lvm2.h"
+
+// Physical volumes of LVM2 (the structures as LVM2's own layout headers name them).
+//
+// Little-endian, positions in bytes from the start of the physical volume.
+//
+// Label, one of the first four sectors:
+//   0   8   "LABELONE"
+//   8   8   this sector's number
+//   16  4   CRC of the bytes from 20 on
+//   20  4   where in this sector the header stands
+//   24  8   "LVM2 001"
+// Header:
+//   0   32  identifier
+//   32  8   size
+//   40  -   data areas: u64 position, u64 size; position 0 ends the list
+//       -   metadata areas, likewise
+// Metadata area, its first sector:
+//   0   4   CRC of the bytes from 4 on
+//   4   16  magic
+//   24  8   position of this area
+//   32  8   its size
+//   40  24  the text: u64 position in the area, u64 size, u32 CRC, u32 flags
+// The rest of the area is a ring: a text that reaches its end continues past the first sector.
 
 #include <algorithm>
 #include <limits>
@@ -13,6 +35,7 @@
 
 #include "base/byte_reader.h"
 #include "partitions/disk_text.h"
+#include "partitions/formats.h"
 #include "partitions/lvm2_text.h"
 #include "partitions/lvm2_volumes.h"
 #include "partitions/part_records.h"
@@ -266,8 +289,6 @@ void AddPieces(Scan& scan, cPartTreeItem& node, const Lvm2PhysicalVolume& volume
   }
 }
 
-}  // namespace
-
 bool ProbeLvm2(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
   for (u32 i = 0; i < kLabelSectors; ++i) {
     if (IsLabel(FrontSector(front, i))) return true;
@@ -292,5 +313,12 @@ bool ParseLvm2(Scan& scan, cPartTreeItem& node) {
   AddPieces(scan, node, *volume);
   return true;
 }
+
+using cLVMPartParser = FormatParser<kParserLVM, ParseLvm2>;
+
+}  // namespace
+
+constinit const Format kLvm2Format{"cLVMPartParser", "LVM2 physical volume",     kParserLVM, true,
+                                   ProbeLvm2,        MakeParser<cLVMPartParser>, ParseLvm2};
 
 }  // namespace larkspur

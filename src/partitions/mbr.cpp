@@ -1,6 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/mbr.h"
+
+// Master boot records with their chains of extended boot records, and the FAT and NTFS boot sectors
+// that stand in their place.
+//
+// Boot sector, 512 bytes, little-endian:
+//   3    8   OEM name, "NTFS    "
+//   54   5   "FAT12", "FAT16"
+//   82   6   "FAT32", "TFAT32"
+//   446  64  four entries: 0 status, 4 type, 8 u32 start, 12 u32 count
+//   510  2   signature
+// An extended boot record has the same shape: entry 0 is the logical drive, relative to the record
+// itself, entry 1 the link to the next record, relative to the extended partition.
 
 #include <algorithm>
 #include <cstring>
@@ -11,8 +22,8 @@
 #include "base/zeros.h"
 #include "partitions/content.h"
 #include "partitions/detection.h"
+#include "partitions/formats.h"
 #include "partitions/gpt_table.h"
-#include "partitions/ldm.h"
 #include "partitions/part_records.h"
 #include "partitions/type_names.h"
 
@@ -239,8 +250,6 @@ void ChooseFactor(Scan& scan, const cPartTreeItem& node, const SectorBytes& sect
                 SectorSizeNote{static_cast<u32>(chosen.factor * kSectorBytes), chosen.isConfirmed});
 }
 
-}  // namespace
-
 bool ProbeMbr(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
   const u16 signature = LoadLe16(&front[kSignature]);
   if (signature != kSigned && signature != kSignedToo) return false;
@@ -267,5 +276,12 @@ bool ParseMbr(Scan& scan, cPartTreeItem& node) {
   }
   return isWhole;
 }
+
+using cMbrPartParser = FormatParser<kParserMbr, ParseMbr>;
+
+}  // namespace
+
+constinit const Format kMbrFormat{"cMbrPartParser", "MBR partition table",      kParserMbr, false,
+                                  ProbeMbr,         MakeParser<cMbrPartParser>, ParseMbr};
 
 }  // namespace larkspur

@@ -1,11 +1,21 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/netware_nss.h"
+
+// Partitions of NetWare's Storage Services.
+//
+// Sector 0, little-endian:
+//   1   12  "Nw_PaRtItIoN" (by some descriptions at 0)
+// Superblock of a pool, in sector 8, when the pool begins with the partition:
+//   0   4   "SPB5"
+//   196 8   blocks of 4096 bytes, 204 128 name (UTF-16)
+// How one partition is cut into several pool segments was never published: without a superblock in
+// sector 8 there are no children. Source of the superblock: util-linux.
 
 #include <algorithm>
 
 #include "base/byte_reader.h"
 #include "partitions/disk_text.h"
+#include "partitions/formats.h"
 #include "partitions/type_names.h"
 
 namespace larkspur {
@@ -29,8 +39,6 @@ std::u16string PoolName(ByteReader& pool) {
   return name;
 }
 
-}  // namespace
-
 bool ProbeNetWareNss(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
   const std::span<const u8> bytes(front);
   return StartsWith(bytes, kMagic) || StartsWith(bytes.subspan(1), kMagic);
@@ -50,5 +58,13 @@ bool ParseNetWareNss(Scan& scan, cPartTreeItem& node) {
   scan.Detect(*child, node);
   return true;
 }
+
+using cNWNSSPartParser = FlaggedFormatParser<kParserNWNSS, ParseNetWareNss>;
+
+}  // namespace
+
+constinit const Format kNetWareNssFormat{
+    "cNWNSSPartParser", "NetWare NSS partition",      kParserNWNSS,   true,
+    ProbeNetWareNss,    MakeParser<cNWNSSPartParser>, ParseNetWareNss};
 
 }  // namespace larkspur

@@ -17,7 +17,9 @@
 
 namespace larkspur {
 
+class cPartTreeItem;
 class cTreeItem;
+class Scan;
 enum class Budget : u8;
 
 // A file system, volume or member that was found in a node. Empty fields are not known.
@@ -97,5 +99,8 @@ class TreeNotes {
  private:
   std::unordered_map<const cTreeItem*, std::vector<Note>> m_notes;
 };
+
+// What a scan that built a tree can tell beside it, taken when the tree is complete.
+void TakeNotes(Scan& scan, const cPartTreeItem& root, TreeNotes& notes);
 
 }  // namespace larkspur

@@ -1,8 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/snap.h"
+
+// Disks of Snap appliances: a BSD label whose second magic lies 112 bytes later than usual.
+//
+//   0    4  magic, again at 244
+//   250  2  number of entries
+//   260     entries of 16 bytes as in a BSD label
+// No description of this layout was published. The places after the second magic are inferred from
+// a BSD label's, and trusted only when the label's own checksum (the XOR of all its 16-bit words is
+// 0) and its entries agree.
 
 #include "base/byte_reader.h"
+#include "partitions/formats.h"
 #include "partitions/type_names.h"
 
 namespace larkspur {
@@ -30,8 +39,6 @@ bool EntriesFit(ByteReader& label, size_t count, u64 sectors) {
   return true;
 }
 
-}  // namespace
-
 bool ProbeSnap(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
   ByteReader label(FrontSector(front, 0));
   return label.Le32(0) == kMagic && label.Le32(kMagicAgain) == kMagic;
@@ -53,5 +60,13 @@ bool ParseSnap(Scan& scan, cPartTreeItem& node) {
   }
   return true;
 }
+
+using cSnapPartParser = FormatParser<kParserSnap, ParseSnap>;
+
+}  // namespace
+
+constinit const Format kSnapFormat{
+    "cSnapPartParser", "Snap appliance disk",       kParserSnap, false,
+    ProbeSnap,         MakeParser<cSnapPartParser>, ParseSnap};
 
 }  // namespace larkspur

@@ -1,10 +1,26 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/solaris.h"
+
+// Solaris' volume table of contents, in its two unrelated forms.
+//
+// x86, sector 1, little-endian:
+//   12   4  sanity 0x600DDEEE
+//   30   2  number of slices
+//   72      16 slices of 12 bytes: u16 tag, u16 flags, u32 start, u32 size (sectors)
+//   508  2  magic 0xDABE
+// SPARC, sector 0, big-endian:
+//   140  2  number of slices
+//   142     8 pairs of u16 tag, u16 flags
+//   188  4  sanity
+//   436  2  heads, 438 2 sectors per track
+//   444     8 pairs of u32 start cylinder, u32 size (sectors)
+//   508  2  magic 0xDABE, 510 2 checksum (the XOR of all 16-bit words is 0)
+// Sources: illumos sys/dklabel.h and sys/vtoc.h.
 
 #include <algorithm>
 
 #include "base/byte_reader.h"
+#include "partitions/formats.h"
 #include "partitions/type_names.h"
 
 namespace larkspur {
@@ -84,8 +100,6 @@ bool ParseSparc(Scan& scan, cPartTreeItem& node, std::span<const u8> sector) {
   return true;
 }
 
-}  // namespace
-
 bool ProbeSolaris(Scan& /*scan*/, const cPartTreeItem& /*node*/, NodeFront front) {
   return IsX86(FrontSector(front, 1)) || IsSparc(FrontSector(front, 0));
 }
@@ -100,5 +114,13 @@ bool ParseSolaris(Scan& scan, cPartTreeItem& node) {
   }
   return false;
 }
+
+using cSolPartParser = FlaggedFormatParser<kParserSol, ParseSolaris>;
+
+}  // namespace
+
+constinit const Format kSolarisFormat{
+    "cSolPartParser", "Solaris volume table of contents", kParserSol,  true,
+    ProbeSolaris,     MakeParser<cSolPartParser>,         ParseSolaris};
 
 }  // namespace larkspur

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/take_notes.h"
-
 #include <algorithm>
 
 #include "base/endian.h"
@@ -9,6 +7,7 @@
 #include "partitions/field_text.h"
 #include "partitions/gpt_table.h"
 #include "partitions/gpt_types.h"
+#include "partitions/notes.h"
 #include "partitions/part_parser.h"
 #include "partitions/type_names.h"
 

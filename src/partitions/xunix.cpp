@@ -1,8 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/xunix.h"
+
+// The division table of the XENIX family, in sector 42 of a partition.
+//
+// Little-endian:
+//   0  2   magic 0x1234
+//   2      8 divisions of 8 bytes: i32 start, i32 size, in blocks of 1024 bytes
+// Division 7 is the whole area and starts at 0. Divisions count from an area that begins after the
+// boot blocks, at a place that the table does not hold: it is what division 7 leaves of the
+// partition.
 
 #include "base/byte_reader.h"
+#include "partitions/formats.h"
 #include "partitions/type_names.h"
 
 namespace larkspur {
@@ -45,8 +54,6 @@ u64 AreaStart(ByteReader& table, const cPartTreeItem& node) {
   return before > kTableSector + 1 ? node.m_start + before : node.m_start;
 }
 
-}  // namespace
-
 bool ProbeXUnix(Scan& scan, const cPartTreeItem& node, NodeFront /*front*/) {
   SectorBytes sector;
   if (node.m_length <= kTableSector || !scan.ReadSector(node.m_start + kTableSector, &sector)) {
@@ -73,5 +80,12 @@ bool ParseXUnix(Scan& scan, cPartTreeItem& node) {
   }
   return true;
 }
+
+using cXUnixParser = FormatParser<kParserXUnix, ParseXUnix>;
+
+}  // namespace
+
+constinit const Format kXUnixFormat{"cXUnixParser", "XENIX division table",   kParserXUnix, true,
+                                    ProbeXUnix,     MakeParser<cXUnixParser>, ParseXUnix};
 
 }  // namespace larkspur

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/apple_raid.h"
-
 #include <fmt/core.h>
 #include <gtest/gtest.h>
 
 #include "base/endian.h"
 #include "fakes/disk_builder.h"
 #include "fakes/tree_text.h"
+#include "partitions/formats.h"
 
 namespace larkspur {
 namespace {

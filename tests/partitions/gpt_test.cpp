@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/gpt.h"
-
 #include <gtest/gtest.h>
 
 #include "fakes/disk_builder.h"
+#include "partitions/formats.h"
 
 namespace larkspur {
 namespace {

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/ldm.h"
-
 #include <algorithm>
 
 #include <gtest/gtest.h>
@@ -11,6 +9,7 @@
 #include "fakes/ldm_disk.h"
 #include "fakes/tree_text.h"
 #include "partitions/detection.h"
+#include "partitions/ldm_database.h"
 #include "partitions/type_names.h"
 
 namespace larkspur {

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/lvm2.h"
-
 #include <gtest/gtest.h>
 
 #include "base/endian.h"
 #include "fakes/lvm2_disk.h"
+#include "partitions/formats.h"
 
 namespace larkspur {
 namespace {

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "partitions/mbr.h"
-
 #include <algorithm>
 
 #include <gtest/gtest.h>
@@ -9,6 +7,7 @@
 #include "fakes/disk_builder.h"
 #include "fakes/tree_text.h"
 #include "partitions/detection.h"
+#include "partitions/formats.h"
 #include "partitions/part_records.h"
 #include "partitions/type_names.h"
 

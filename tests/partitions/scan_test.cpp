@@ -18,12 +18,10 @@
 #include "io/failing_io.h"
 #include "partitions/detection.h"
 #include "partitions/format.h"
-#include "partitions/gpt.h"
-#include "partitions/mbr.h"
+#include "partitions/formats.h"
 #include "partitions/part_parser.h"
 #include "partitions/part_records.h"
 #include "partitions/place.h"
-#include "partitions/solaris.h"
 
 namespace larkspur {
 namespace {
@@ -285,9 +283,9 @@ TEST(Tree, ANodeKeepsOneRecordOfEachKind) {
   cPartTreeItem* node = new cPartTreeItem;
   EXPECT_TRUE(SetNode(*node, nullptr, 1, 2, 7));
   AddExtension(*node, nullptr);
-  AddExtension(*node, new cMbrPartParser);
+  AddExtension(*node, kMbrFormat.makeParser());
   AddExtension(*node, new cSBRLegacyOffset(5));
-  AddExtension(*node, new cGPTPartParser);
+  AddExtension(*node, kGptFormat.makeParser());
   EXPECT_EQ(fakes::TreeText(node), "1+2 7 \"NTFS\" {offset 5} gpt\n");
   EXPECT_EQ(FindExtension(*node, kKindLUKS), nullptr);
   EXPECT_FALSE(SetNode(*node, nullptr, 1, 0, 5));
@@ -313,10 +311,9 @@ TEST(Tree, RecordsAreCopiedWhereTheyCanBe) {
   name.m_name.Assign(u"name");
   name.Reset();
   EXPECT_TRUE(name.m_name.IsEmpty());
-  cSolPartParser parser;
-  EXPECT_EQ(parser.Clone(), nullptr);
-  EXPECT_EQ(parser.GetParserId(), 10u);
-  EXPECT_FALSE(parser.QueryFlag());
+  Owned<cPartParser> parser(kSolarisFormat.makeParser());
+  EXPECT_EQ(parser->Clone(), nullptr);
+  EXPECT_EQ(parser->GetParserId(), 10u);
 }
 
 // A storage that throws stands for a system without memory.
