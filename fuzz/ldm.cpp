@@ -4,13 +4,12 @@
 // Dynamic disks. The input is a private header, a table of contents and a database, each where it
 // belongs on a small disk, which is then read as a disk and as a partition known by its type.
 
-#include "partitions/ldm_database.h"
-
 #include <algorithm>
 #include <memory>
 
 #include "fakes/ldm_disk.h"
 #include "partitions/detection.h"
+#include "partitions/ldm_database.h"
 #include "partitions/type_names.h"
 
 namespace larkspur {
