@@ -9,7 +9,7 @@
 #include "base/endian.h"
 #include "base/path_text.h"
 #include "io/sparse_layout.h"
-#include "platform/owned_file.h"
+#include "platform/file.h"
 
 using namespace larkspur;
 

@@ -13,11 +13,21 @@
 #include <vector>
 
 #include "base/types.h"
-#include "catalog/host_settings.h"
 #include "catalog/language_pack.h"
 #include "catalog/packs.h"
 
 namespace larkspur {
+
+// The host's settings, as the host implements them. The order of operations is fixed.
+class HostSettings {
+ public:
+  // False when the setting does not exist; else `*size` is its length in bytes and at most
+  // `capacity` bytes of it are copied to `buffer`.
+  virtual bool QuerySetting(u32 number, void* buffer, u32 capacity, u32* size) = 0;
+
+ protected:
+  ~HostSettings() = default;
+};
 
 constexpr u32 kNoLanguage = 0xFFFFFFFF;
 

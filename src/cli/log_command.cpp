@@ -4,7 +4,7 @@
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/storages.h"
-#include "imaging/log_words.h"
+#include "imaging/rescue_words.h"
 #include "rescue/rescue_log.h"
 
 namespace larkspur::cli {

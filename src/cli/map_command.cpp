@@ -11,7 +11,6 @@
 #include "cli/output.h"
 #include "cli/storages.h"
 #include "imaging/cache_history.h"
-#include "imaging/map_grid.h"
 #include "imaging/map_picture.h"
 #include "imaging/mapfile.h"
 #include "imaging/output_file.h"

@@ -8,7 +8,7 @@
 #include "cli/output.h"
 #include "cli/rescue.h"
 #include "cli/storages.h"
-#include "platform/owned_file.h"
+#include "platform/file.h"
 #include "platform/system_error.h"
 
 namespace larkspur::cli {

@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <new>
 
+#include "base/byte_runs.h"
 #include "base/endian.h"
-#include "base/zeros.h"
+#include "devices/ata_transport.h"
 #include "devices/identity_text.h"
-#include "devices/sat_ata_transport.h"
 #include "devices/scsi_requests.h"
 #include "devices/usb_bridge.h"
 

@@ -2,7 +2,6 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "devices/device_list.h"
 
-#include "devices/descriptor_text.h"
 #include "devices/device_kind.h"
 #include "devices/device_system.h"
 #include "devices/identity_text.h"

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "devices/gen_ata_transport.h"
-
 #include <algorithm>
 #include <cstring>
 #include <vector>
 
+#include "base/byte_runs.h"
 #include "base/endian.h"
-#include "base/zeros.h"
+#include "devices/ata_transport.h"
 #include "platform/device_requests.h"
 #include "platform/pages.h"
 

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <optional>
 
+#include "base/path_text.h"
 #include "base/text.h"
+#include "devices/device_kind.h"
 
 namespace larkspur {
 namespace {
@@ -81,6 +83,34 @@ std::u16string SystemText(std::span<const u8> text, size_t limit) {
 std::u16string ModelText(const std::u16string& vendor, const std::u16string& product) {
   if (vendor.empty()) return product;
   return product.empty() ? vendor : vendor + u" " + product;
+}
+
+namespace {
+
+using namespace platform;
+
+constexpr size_t kVendorCharacters = 98;
+constexpr size_t kProductCharacters = 100;
+
+}  // namespace
+
+std::optional<DescriptorTexts> TextsOfDescriptor(Device& device) {
+  const auto descriptor = StorageDescriptor::Query(device);
+  if (!descriptor) return std::nullopt;
+  DescriptorTexts texts;
+  texts.line = descriptor->IsRemovable() ? u"Removable " : u"Fixed ";
+  if (const auto vendor = descriptor->Text(kDescriptorVendorOffset)) {
+    texts.vendor = SystemText(*vendor, kVendorCharacters);
+    texts.line += texts.vendor + u" ";
+  }
+  texts.line += WideFromUtf8(BusName(descriptor->Bus())) + u" ";
+  if (const auto product = descriptor->Text(kDescriptorProductOffset)) {
+    texts.model = SystemText(*product, kProductCharacters);
+    texts.line += texts.model;
+  }
+  const auto serial = descriptor->Text(kDescriptorSerialOffset);
+  if (serial) texts.serial = DescriptorSerial(*serial);
+  return texts;
 }
 
 }  // namespace larkspur

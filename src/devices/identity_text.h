@@ -5,10 +5,12 @@
 // The names that drives give themselves, from raw bytes to text. Any bytes may stand there; the
 // text never holds a zero.
 
+#include <optional>
 #include <span>
 #include <string>
 
 #include "base/types.h"
+#include "platform/device.h"
 
 namespace larkspur {
 
@@ -27,5 +29,16 @@ std::u16string SystemText(std::span<const u8> text, size_t limit);
 
 // "vendor product", or the one that is not empty.
 std::u16string ModelText(const std::u16string& vendor, const std::u16string& product);
+
+// The description of a drive that does not say itself what it is: from the system's descriptor.
+struct DescriptorTexts {
+  std::u16string line;  // "Fixed ACME SATA Disk 9000"
+  std::u16string serial;
+  std::u16string vendor;
+  std::u16string model;
+};
+
+// None where the system has no descriptor.
+std::optional<DescriptorTexts> TextsOfDescriptor(platform::Device& device);
 
 }  // namespace larkspur

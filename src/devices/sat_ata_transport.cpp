@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "devices/sat_ata_transport.h"
-
 #include <algorithm>
 
+#include "devices/ata_transport.h"
 #include "devices/scsi_command.h"
 #include "platform/ata_in_scsi.h"
 

@@ -8,11 +8,8 @@
 #include <optional>
 #include <string_view>
 
+#include "devices/ata_transport.h"
 #include "devices/device_system.h"
-#include "devices/gen_ata_transport.h"
-#include "devices/jmicron_ata_transport.h"
-#include "devices/sat_ata_transport.h"
-#include "devices/sunplus_ata_transport.h"
 
 namespace larkspur {
 namespace {

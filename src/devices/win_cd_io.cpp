@@ -9,8 +9,8 @@
 #include "base/endian.h"
 #include "base/owned.h"
 #include "base/path_text.h"
-#include "devices/descriptor_text.h"
 #include "devices/device_query.h"
+#include "devices/identity_text.h"
 #include "io/bit_map.h"
 
 namespace larkspur {

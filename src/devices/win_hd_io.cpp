@@ -6,7 +6,6 @@
 #include <new>
 
 #include "base/path_text.h"
-#include "devices/descriptor_text.h"
 #include "devices/device_kind.h"
 #include "devices/identity_text.h"
 

@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "dialogs/file_choose_list_folder.h"
-#include "dialogs/file_choose_list_places.h"
+#include "dialogs/file_choose_lists.h"
 #include "dialogs/file_choose_texts.h"
 #include "dialogs/file_choose_work.h"
 #include "dialogs/model/chosen_path.h"

@@ -18,7 +18,6 @@
 #include "dialogs/model/message_layout.h"
 #include "ui/button_bar.h"
 #include "ui/custom_form.h"
-#include "ui/icon_child.h"
 #include "ui/label_child.h"
 
 namespace larkspur {

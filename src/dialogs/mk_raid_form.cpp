@@ -12,8 +12,8 @@
 #include "dialogs/model/device_path.h"
 #include "dialogs/model/source_rows.h"
 #include "dialogs/new_folder_name_req_form.h"
+#include "ui/handles.h"
 #include "ui/texts.h"
-#include "ui/wait_cursor.h"
 
 namespace larkspur {
 namespace {

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-#include "host/console.h"
+#include "base/path_text.h"
 #include "host/dialog_driver.h"
 #include "host/dialog_watch.h"
 #include "host/model/read_everything.h"
@@ -16,6 +16,7 @@
 #include "host/module_library.h"
 #include "platform/clock.h"
 #include "platform/terminal.h"
+#include "platform/windows/win32.h"
 
 namespace larkspur::host {
 namespace {
@@ -160,6 +161,40 @@ ExitStatus RunMake(const CommandLine& line) {
   const Storage& made = storages.At(index);
   Print(fmt::format("{}: {} sectors\n", Utf8(made.title), made.sectors));
   return DoAsAsked(line, made);
+}
+
+namespace {
+
+bool IsUsable(HANDLE handle) {
+  return handle && handle != INVALID_HANDLE_VALUE;
+}
+
+// A program with windows is given no console, but may join that of its parent.
+HANDLE Stream(DWORD number) {
+  if (const HANDLE inherited = GetStdHandle(number); IsUsable(inherited)) return inherited;
+  static const bool joined = AttachConsole(ATTACH_PARENT_PROCESS) != FALSE;
+  return joined ? GetStdHandle(number) : nullptr;
+}
+
+void Write(HANDLE stream, const std::string& text) {
+  DWORD mode = 0, written = 0;
+  if (!IsUsable(stream)) return;
+  if (GetConsoleMode(stream, &mode)) {
+    const std::u16string wide = WideFromUtf8(text);
+    WriteConsoleW(stream, wide.c_str(), static_cast<DWORD>(wide.size()), &written, nullptr);
+  } else {
+    WriteFile(stream, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+  }
+}
+
+}  // namespace
+
+void Print(const std::string& text) {
+  Write(Stream(STD_OUTPUT_HANDLE), text);
+}
+
+void Tell(const std::string& message) {
+  Write(Stream(STD_ERROR_HANDLE), "larkspur-host: " + message + "\n");
 }
 
 }  // namespace larkspur::host

@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "host/pages.h"
 #include "host/texts.h"
-#include "imaging/log_words.h"
+#include "imaging/rescue_words.h"
 
 namespace larkspur::host {
 

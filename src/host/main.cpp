@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include "host/commands.h"
-#include "host/console.h"
 #include "host/main_form.h"
 #include "platform/terminal.h"
 

@@ -14,7 +14,7 @@
 #include "imaging/output_file.h"
 #include "platform/system_error.h"
 #include "platform/windows/win32.h"
-#include "ui/wait_cursor.h"
+#include "ui/handles.h"
 
 namespace larkspur::host {
 namespace {

@@ -7,11 +7,27 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
-#include "imaging/map_grid.h"
+#include "host/model/map_words.h"
+#include "imaging/map_picture.h"
 #include "ui/child.h"
 
 namespace larkspur::host {
+
+// What the colours of a map mean, in as many lines as that takes.
+class cLegendChild final : public cChild {
+ public:
+  cLegendChild() : cChild(WC_STATICW, SS_NOPREFIX) {}
+
+  bool Create(cCustomForm& form, std::vector<LegendEntry> entries);
+
+ private:
+  MessageAnswer OnMessage(const WindowMessage& message) override;
+  void Draw(HDC dc);
+
+  std::vector<LegendEntry> m_entries;
+};
 
 class cMapChild final : public cChild {
  public:

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "host/legend_child.h"
 #include "host/map_child.h"
 #include "host/model/log_text.h"
 #include "host/model/map_watch.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "host/model/hex_text.h"
+#include "host/model/sector_view.h"
 #include "host/model/words.h"
 #include "host/pages.h"
 #include "host/texts.h"

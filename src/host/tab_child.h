@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "ui/value_child.h"
+#include "ui/child.h"
 
 namespace larkspur::host {
 

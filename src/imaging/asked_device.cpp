@@ -5,10 +5,10 @@
 #include <algorithm>
 
 #include "base/path_text.h"
-#include "devices/descriptor_text.h"
 #include "devices/device_kind.h"
 #include "devices/device_query.h"
 #include "devices/device_system.h"
+#include "devices/identity_text.h"
 #include "devices/open_drive.h"
 #include "imaging/reconnect.h"
 #include "platform/system_error.h"

@@ -10,7 +10,7 @@
 #include <memory>
 
 #include "imaging/unit_reader.h"
-#include "platform/owned_file.h"
+#include "platform/file.h"
 #include "rescue/asked_source.h"
 
 namespace larkspur {

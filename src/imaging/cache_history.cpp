@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "base/zeros.h"
+#include "base/byte_runs.h"
 #include "platform/boot.h"
 #include "platform/system_error.h"
 #include "rescue/cache_store.h"

@@ -9,9 +9,9 @@
 
 #include <fmt/core.h>
 
+#include "base/byte_runs.h"
 #include "base/endian.h"
 #include "base/size_text.h"
-#include "base/zeros.h"
 #include "imaging/cache.h"
 #include "io/flat_io.h"
 #include "io/sparse_layout.h"

@@ -9,7 +9,7 @@
 #include "imaging/source.h"
 #include "io/sparse_writer.h"
 #include "platform/disk_use.h"
-#include "platform/owned_file.h"
+#include "platform/file.h"
 #include "platform/system_error.h"
 #include "rescue/rescue_history.h"
 #include "rescue/rescue_log.h"

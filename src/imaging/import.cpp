@@ -8,7 +8,7 @@
 #include "imaging/output_file.h"
 #include "io/sparse_writer.h"
 #include "platform/clock.h"
-#include "platform/owned_file.h"
+#include "platform/file.h"
 #include "platform/system_error.h"
 
 namespace larkspur {

@@ -2,19 +2,22 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "imaging/mapfile.h"
 
+#include <algorithm>
 #include <charconv>
 #include <istream>
+#include <optional>
 #include <ostream>
 #include <sstream>
 
 #include <fmt/core.h>
 
-#include "imaging/text_file.h"
+#include "platform/file.h"
 #include "platform/system_error.h"
 
 namespace larkspur {
 namespace {
 
+constexpr size_t kTransferBytes = 1 << 20;
 constexpr std::string_view kBlockStatuses = "?*/-+";
 constexpr std::string_view kRunStatuses = "?*/-FG+";  // of the whole run, in the status line
 
@@ -62,6 +65,24 @@ const char* BlockFault(const std::vector<std::string>& words, u64 earliest, Mapf
   if (block->size > ~u64{0} - block->position) return "the block ends past 2^64";
   if (block->position < earliest) return "the block begins before the end of the one above";
   return nullptr;
+}
+
+// The file's bytes; none when it cannot be read or is too long. The system's error is in
+// platform::LastFailure().
+std::optional<std::string> ReadWholeFile(const std::u16string& path, u64 limitBytes) {
+  const platform::OwnedFile file(platform::OpenExistingFile(path.c_str(), platform::kOpenRead));
+  if (!file.IsOpen()) return std::nullopt;
+  const u64 size = platform::FileSize(file.Handle());
+  if (size > limitBytes) return std::nullopt;
+  std::string bytes(static_cast<size_t>(size), '\0');
+  size_t done = 0;
+  while (done < bytes.size()) {
+    const u32 wanted = static_cast<u32>(std::min(bytes.size() - done, kTransferBytes));
+    const u32 got = platform::ReadFileAt(file.Handle(), bytes.data() + done, wanted, done);
+    if (got == 0) return std::nullopt;
+    done += got;
+  }
+  return bytes;
 }
 
 }  // namespace

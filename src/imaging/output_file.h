@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "base/result.h"
-#include "platform/owned_file.h"
+#include "platform/file.h"
 
 namespace larkspur {
 

@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/owned_file.h"
+#include "platform/file.h"
 
 namespace larkspur {
 

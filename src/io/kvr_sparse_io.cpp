@@ -6,11 +6,11 @@
 #include <cstring>
 #include <new>
 
+#include "base/byte_runs.h"
 #include "base/endian.h"
 #include "io/bit_map.h"
-#include "io/equal_run.h"
 #include "io/flat_io.h"
-#include "io/path_locks.h"
+#include "io/shared_file.h"
 #include "platform/clock.h"
 
 namespace larkspur {
@@ -276,6 +276,14 @@ u32 cKVRSparseIO::ReadAbsent(const Chunk& chunk, u8* buffer, u64 bit, cBitMap* p
   if (presence) presence->SetRange(bit, chunk.count, false);
   if (absent == Absent::kZeros) std::memset(buffer, 0, u64{chunk.count} * kSectorBytes);
   return chunk.count;
+}
+
+bool cSparseIO::AttachParent(cBaseIO* io, bool takeCopy) {
+  if (io && io == m_parent.get()) return true;
+  m_parent.reset();
+  if (!io) return true;
+  m_parent.reset(takeCopy ? io->Clone() : io);
+  return m_parent != nullptr;
 }
 
 }  // namespace larkspur

@@ -18,13 +18,32 @@
 #include <functional>
 
 #include "base/critical_section.h"
+#include "base/owned.h"
+#include "io/base_io.h"
 #include "io/complete_blocks.h"
 #include "io/resource.h"
 #include "io/shared_file.h"
-#include "io/sparse_io.h"
 #include "io/sparse_layout.h"
 
 namespace larkspur {
+
+// The base of storages that keep only what was written to them. Where they hold nothing, they may
+// read through to a parent storage.
+class cSparseIO : public cBaseIO {
+ public:
+  bool IsSparse() override { return true; }
+
+  // Attaches `io` as the parent, replacing and destroying an earlier one: a clone of it, or with
+  // takeCopy false the object itself, then owned. Null detaches. False when cloning failed; the
+  // earlier parent is gone then, too.
+  virtual bool AttachParent(cBaseIO* io, bool takeCopy);  // slot 25
+
+ protected:
+  cSparseIO() = default;
+  ~cSparseIO() = default;
+
+  Owned<cBaseIO> m_parent;
+};
 
 class cKVRSparseIO final : public cSparseIO {
  public:

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <new>
 
+#include "base/byte_runs.h"
 #include "base/endian.h"
-#include "io/equal_run.h"
 #include "io/kvr_sparse_io.h"
 
 // Looking through a sparse image as a whole: its extents, and what its index says.

@@ -6,7 +6,7 @@
 #include <new>
 
 #include "io/bit_map.h"
-#include "io/path_locks.h"
+#include "io/shared_file.h"
 
 namespace larkspur {
 namespace {

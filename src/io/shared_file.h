@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <memory>
+#include <string_view>
 
 #include "base/critical_section.h"
 #include "platform/file.h"
@@ -29,5 +30,16 @@ struct SharedFile {
 // The one of the file with that identity, for as long as any image keeps it; a new one without an
 // identity. Null without memory.
 std::shared_ptr<SharedFile> ShareFile(const std::optional<platform::FileIdentity>& identity);
+
+// The process-wide table of named locks, one for each image path. Images look their path up at
+// every transfer, which makes the entry, but do not enter the lock: what guards a file is
+// its SharedFile.
+
+// The section of `path`, made on the first call; lives as long as the process. Null without memory.
+cCriticalSection* FindPathLock(std::u16string_view path);
+
+// Frees this table and that of shared files, for a module that leaves its host. REQUIRES: no image
+// is left, and none is made afterwards.
+void ReleasePathLocks();
 
 }  // namespace larkspur

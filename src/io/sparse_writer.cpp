@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/byte_runs.h"
 #include "base/endian.h"
-#include "base/zeros.h"
 
 namespace larkspur {
 namespace {

@@ -9,7 +9,7 @@
 
 #include "catalog/message_catalog.h"
 #include "dialogs/file_choose_dialog.h"
-#include "io/path_locks.h"
+#include "io/shared_file.h"
 #include "platform/windows/system_library.h"
 
 // The room that the run-time library keeps for exceptions thrown without memory.

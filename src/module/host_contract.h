@@ -6,7 +6,7 @@
 // list of its open storages, which the module reads and appends to. Orders and offsets are fixed.
 
 #include "base/types.h"
-#include "catalog/host_settings.h"
+#include "catalog/message_catalog.h"
 
 namespace larkspur {
 

@@ -25,7 +25,7 @@
 #include <vector>
 
 #include "base/byte_reader.h"
-#include "partitions/disk_text.h"
+#include "partitions/field_text.h"
 #include "partitions/formats.h"
 #include "partitions/part_records.h"
 #include "partitions/type_names.h"

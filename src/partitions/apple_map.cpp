@@ -15,7 +15,7 @@
 
 #include "base/byte_reader.h"
 #include "base/text.h"
-#include "partitions/disk_text.h"
+#include "partitions/field_text.h"
 #include "partitions/formats.h"
 #include "partitions/type_names.h"
 

@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "base/endian.h"
-#include "partitions/disk_text.h"
+#include "partitions/field_text.h"
 #include "partitions/formats.h"
 #include "partitions/guid_text.h"
 #include "partitions/part_records.h"

@@ -6,7 +6,6 @@
 
 #include "base/printable.h"
 #include "partitions/content_rows.h"
-#include "partitions/disk_text.h"
 #include "partitions/field_text.h"
 #include "partitions/type_names.h"
 

@@ -6,10 +6,9 @@
 #include <array>
 #include <bit>
 
+#include "base/byte_runs.h"
 #include "base/endian.h"
 #include "base/printable.h"
-#include "base/zeros.h"
-#include "partitions/disk_text.h"
 #include "partitions/field_text.h"
 #include "platform/hash.h"
 

@@ -5,7 +5,7 @@
 #include <bit>
 
 #include "partitions/content_details.h"
-#include "partitions/disk_text.h"
+#include "partitions/field_text.h"
 
 namespace larkspur {
 namespace {

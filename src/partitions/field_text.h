@@ -7,6 +7,7 @@
 
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "base/types.h"
 
@@ -21,5 +22,17 @@ std::string FieldUtf16(std::span<const u8> field, bool bigEndian);
 std::string FieldUuid(std::span<const u8> field);
 // The same, the first three groups being little-endian numbers.
 std::string FieldGuid(std::span<const u8> field);
+
+// Names as they stand on disks.
+
+// The UTF-8 text of a field that ends at its first zero byte or with the field, without blanks at
+// its end. Bytes that are no text, and control characters, become U+FFFD.
+std::u16string DiskText(std::span<const u8> field);
+
+// Whether the bytes begin with the text.
+bool StartsWith(std::span<const u8> bytes, std::string_view text);
+
+// Text of our own for a record: ASCII only.
+std::u16string WideAscii(std::string_view text);
 
 }  // namespace larkspur

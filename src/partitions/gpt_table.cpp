@@ -6,9 +6,9 @@
 
 #include <zlib.h>
 
+#include "base/byte_runs.h"
 #include "base/endian.h"
-#include "base/zeros.h"
-#include "partitions/disk_text.h"
+#include "partitions/field_text.h"
 
 namespace larkspur {
 namespace {

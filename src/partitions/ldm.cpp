@@ -27,7 +27,7 @@
 #include <optional>
 
 #include "base/endian.h"
-#include "partitions/disk_text.h"
+#include "partitions/field_text.h"
 #include "partitions/formats.h"
 #include "partitions/ldm_database.h"
 #include "partitions/part_records.h"

@@ -24,7 +24,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/byte_reader.h"
-#include "partitions/disk_text.h"
+#include "partitions/field_text.h"
 #include "partitions/formats.h"
 #include "partitions/part_records.h"
 

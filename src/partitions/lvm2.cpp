@@ -34,7 +34,7 @@
 #include <zlib.h>
 
 #include "base/byte_reader.h"
-#include "partitions/disk_text.h"
+#include "partitions/field_text.h"
 #include "partitions/formats.h"
 #include "partitions/lvm2_text.h"
 #include "partitions/lvm2_volumes.h"

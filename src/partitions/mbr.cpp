@@ -18,8 +18,8 @@
 #include <optional>
 #include <set>
 
+#include "base/byte_runs.h"
 #include "base/endian.h"
-#include "base/zeros.h"
 #include "partitions/content.h"
 #include "partitions/detection.h"
 #include "partitions/formats.h"

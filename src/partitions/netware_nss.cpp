@@ -14,7 +14,7 @@
 #include <algorithm>
 
 #include "base/byte_reader.h"
-#include "partitions/disk_text.h"
+#include "partitions/field_text.h"
 #include "partitions/formats.h"
 #include "partitions/type_names.h"
 

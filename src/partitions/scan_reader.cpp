@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "base/zeros.h"
+#include "base/byte_runs.h"
 #include "io/kvr_sparse_io.h"
 
 namespace larkspur {

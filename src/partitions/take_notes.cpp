@@ -6,7 +6,6 @@
 #include "partitions/content.h"
 #include "partitions/field_text.h"
 #include "partitions/gpt_table.h"
-#include "partitions/gpt_types.h"
 #include "partitions/notes.h"
 #include "partitions/part_parser.h"
 #include "partitions/type_names.h"

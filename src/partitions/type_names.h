@@ -3,7 +3,8 @@
 #pragma once
 
 // Type codes of nodes and their display names: 0 to 255 are the partition-type bytes of a master
-// boot record, the rest our own numbering.
+// boot record, the rest our own numbering. And what the
+// types of GUID tables are known as.
 
 #include <string_view>
 
@@ -59,5 +60,18 @@ std::u16string_view GetTypeName(u16 type);
 
 // Whether a chain of boot records lies in a partition of that type.
 bool IsContainerType(u16 type);
+
+// What the type of a GUID table's entry is known as.
+
+// By the GUID's text in lower case; empty for types that are not in the table.
+std::string_view GptTypeWords(std::string_view guid);
+
+// What is expected to lie in a partition of that type, in blkid's word, or one of two; empty where
+// nothing in particular is.
+struct GptPromise {
+  std::string_view first;
+  std::string_view second;
+};
+GptPromise PromiseOfGptType(std::string_view guid);
 
 }  // namespace larkspur

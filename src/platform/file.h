@@ -122,4 +122,34 @@ void DropCachedPages(const char16_t* path);
 // it is when there is no link, or it cannot be followed.
 std::u16string FollowLinks(const std::u16string& path);
 
+// A file handle that is closed with its owner; kNoFile owns nothing.
+class OwnedFile {
+ public:
+  OwnedFile() = default;
+  explicit OwnedFile(FileHandle file) : m_file(file) {}
+  OwnedFile(OwnedFile&& other) noexcept : m_file(other.Release()) {}
+  OwnedFile& operator=(OwnedFile&& other) noexcept {
+    Close();
+    m_file = other.Release();
+    return *this;
+  }
+  ~OwnedFile() { Close(); }
+
+  FileHandle Handle() const { return m_file; }
+  bool IsOpen() const { return m_file != kNoFile; }
+  void Close() {
+    if (IsOpen()) CloseFile(m_file);
+    m_file = kNoFile;
+  }
+
+ private:
+  FileHandle Release() {
+    const FileHandle file = m_file;
+    m_file = kNoFile;
+    return file;
+  }
+
+  FileHandle m_file = kNoFile;
+};
+
 }  // namespace larkspur::platform

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "platform/boot.h"
-#include "platform/owned_file.h"
+#include "platform/file.h"
 #include "platform/system_error.h"
 
 namespace larkspur {

@@ -16,7 +16,7 @@
 #include "base/result.h"
 #include "io/sector_range.h"
 #include "io/status_counts.h"
-#include "platform/owned_file.h"
+#include "platform/file.h"
 #include "rescue/asked_source.h"
 
 namespace larkspur {

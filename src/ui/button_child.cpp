@@ -8,7 +8,7 @@
 #include <vsstyle.h>
 
 #include "ui/custom_form.h"
-#include "ui/icon_images.h"
+#include "ui/icon_list.h"
 
 namespace larkspur {
 namespace {

@@ -10,6 +10,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string_view>
 
 #include "ui/theme.h"
@@ -83,6 +84,20 @@ class cChild : public cWindow {
   AnchoredBox m_place;
   u32 m_id = kNoId;
   u32 m_font = kFontRegular;
+};
+
+// A child that the user sets to a value, and someone who wants to know when that happens.
+class cValueChild : public cChild {
+ public:
+  // Called when the user has changed the value, not when the program sets it.
+  std::function<void()> onChange;
+
+ protected:
+  using cChild::cChild;
+
+  void TellChange() const {
+    if (onChange) onChange();
+  }
 };
 
 }  // namespace larkspur

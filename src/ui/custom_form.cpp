@@ -9,8 +9,7 @@
 
 #include "platform/windows/win32.h"
 #include "ui/child.h"
-#include "ui/icon_images.h"
-#include "ui/modal_scope.h"
+#include "ui/icon_list.h"
 #include "ui/module_instance.h"
 #include "ui/screen.h"
 #include "ui/theme.h"
@@ -326,6 +325,44 @@ MessageAnswer cCustomForm::OnSystemLook(const WindowMessage& message) {
   FollowAppModeInTitle(Handle());
   for (const cChild* child : m_children) child->Send(message.id, message.wParam, message.lParam);
   return std::nullopt;
+}
+
+cModalScope::cModalScope(HWND parent)
+    : m_owner(parent && IsWindow(parent) ? GetAncestor(parent, GA_ROOT) : nullptr) {
+  if (!m_owner || !IsWindowEnabled(m_owner)) return;
+  EnableWindow(m_owner, FALSE);
+  m_disabled = true;
+}
+
+void cModalScope::Release() {
+  if (m_disabled && IsWindow(m_owner)) EnableWindow(m_owner, TRUE);
+  m_disabled = false;
+}
+
+namespace {
+
+constexpr i32 kWidestHint = 320;  // units; longer hints wrap
+
+HWND MakeTip(HWND form) {
+  const HWND tip = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr,
+                                   WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, 0, 0, 0, 0, form,
+                                   nullptr, ModuleInstance(), nullptr);
+  SendMessageW(tip, TTM_SETMAXTIPWIDTH, 0, Scaled(kWidestHint, DpiOf(form)));
+  return tip;
+}
+
+}  // namespace
+
+void cHints::Set(HWND form, HWND control, const std::u16string& text) {
+  if (!m_tip) m_tip = MakeTip(form);
+  TTTOOLINFOW tool{};
+  tool.cbSize = TTTOOLINFOW_V1_SIZE;
+  tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
+  tool.hwnd = form;
+  tool.uId = reinterpret_cast<UINT_PTR>(control);
+  tool.lpszText = WideIn(text);
+  SendMessageW(m_tip, TTM_DELTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
+  if (!text.empty()) SendMessageW(m_tip, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
 }
 
 }  // namespace larkspur

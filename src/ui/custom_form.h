@@ -17,12 +17,43 @@
 #include <string>
 #include <vector>
 
-#include "ui/hints.h"
 #include "ui/model/action.h"
 #include "ui/theme.h"
 #include "ui/window.h"
 
 namespace larkspur {
+
+// The hints of a form: short texts beside the pointer, by the system's tooltip control.
+class cHints {
+ public:
+  // Gives `control`, a child of `form`, a hint; an empty text takes it away. The tooltip control is
+  // made with the first hint and goes with the form's window.
+  void Set(HWND form, HWND control, const std::u16string& text);
+
+  // The form's window is gone, and the tooltip with it.
+  void Forget() { m_tip = nullptr; }
+
+ private:
+  HWND m_tip = nullptr;
+};
+
+// The owner of a modal form, kept from doing anything while the form is open.
+class cModalScope {
+ public:
+  // Disables the top-level window that `parent` is or lies in. Null or a window that is gone: there
+  // is no owner. One that is disabled already stays so afterwards.
+  explicit cModalScope(HWND parent);
+  cModalScope(const cModalScope&) = delete;
+  cModalScope& operator=(const cModalScope&) = delete;
+  ~cModalScope() { Release(); }
+
+  HWND Owner() const { return m_owner; }
+  void Release();
+
+ private:
+  HWND m_owner;
+  bool m_disabled = false;
+};
 
 class cChild;
 

@@ -57,4 +57,16 @@ class cSelected {
   HGDIOBJ m_before;
 };
 
+// The pointer that says "wait", for as long as it lives.
+class cWaitCursor {
+ public:
+  cWaitCursor() : m_before(SetCursor(LoadCursorW(nullptr, IDC_WAIT))) {}
+  cWaitCursor(const cWaitCursor&) = delete;
+  cWaitCursor& operator=(const cWaitCursor&) = delete;
+  ~cWaitCursor() { SetCursor(m_before); }
+
+ private:
+  HCURSOR m_before;
+};
+
 }  // namespace larkspur

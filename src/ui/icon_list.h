@@ -14,6 +14,14 @@
 
 namespace larkspur {
 
+// The theme's icons as the system's icons and image lists.
+
+// Icon `number` at extent by extent pixels; null for an unknown number.
+OwnedIcon MakeIcon(u32 number, i32 extent);
+
+// Pictures of one extent as an image list, in their order; null without memory or pictures.
+OwnedImageList MakeImages(const std::vector<IconPixels>& pictures);
+
 class cIconList {
  public:
   cIconList() = default;

@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "ui/label_child.h"
 
+#include "ui/icon_list.h"
+
 namespace larkspur {
 namespace {
 
@@ -30,6 +32,18 @@ HBRUSH cLabelChild::OnColour(HDC dc) {
   SetTextColor(dc, TextColour(m_colour));
   SetBkColor(dc, GetSysColor(COLOR_BTNFACE));
   return GetSysColorBrush(COLOR_BTNFACE);
+}
+
+bool cIconChild::Create(cCustomForm& form, const AnchoredBox& place, u32 iconNumber, i32 units) {
+  m_iconNumber = iconNumber;
+  m_units = units;
+  return cChild::Create(form, place);
+}
+
+void cIconChild::OnScale() {
+  OwnedIcon icon = MakeIcon(m_iconNumber, Theme().Pixels(m_units));
+  Send(STM_SETICON, reinterpret_cast<WPARAM>(icon.get()));
+  m_icon = std::move(icon);
 }
 
 }  // namespace larkspur

@@ -8,17 +8,32 @@
 //
 // Rows are always those of the model; where the list shows them is its own affair.
 
+#include <windows.h>
+
 #include <functional>
 #include <string>
 #include <vector>
 
-#include "ui/header_child.h"
+#include <commctrl.h>
+
+#include "ui/child.h"
 #include "ui/icon_list.h"
 #include "ui/model/sorted_rows.h"
 #include "ui/model/text_room.h"
-#include "ui/value_child.h"
+#include "ui/window.h"
 
 namespace larkspur {
+
+// The header of a list: its columns' titles, and the arrow at the one that the list is sorted by.
+class cHeaderChild : public cWindow {
+ public:
+  // The header belongs to its list, which makes and destroys it.
+  void Take(HWND header) { Attach(header); }
+
+  u32 Count() const { return static_cast<u32>(Send(HDM_GETITEMCOUNT)); }
+  // An arrow at `column`, and at no other.
+  void ShowSorted(u32 column, bool descending);
+};
 
 // What a list shows. The list asks while it is open; what it answers with may change only together
 // with a call of Reload.

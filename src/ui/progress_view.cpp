@@ -2,6 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "ui/progress_view.h"
 
+#include <algorithm>
+
 #include "platform/clock.h"
 #include "ui/custom_form.h"
 #include "ui/model/progress.h"
@@ -103,6 +105,20 @@ void cProgressView::Show() {
   // The same text again would only flicker.
   if (line != m_text.Text()) m_text.SetText(line);
   m_bar.SetShare(m_feed->Bar());
+}
+
+namespace {
+
+constexpr i32 kSteps = 1000;
+
+}  // namespace
+
+void cProgressBarChild::OnCreate() {
+  Send(PBM_SETRANGE32, 0, kSteps);
+}
+
+void cProgressBarChild::SetShare(double share) {
+  Send(PBM_SETPOS, static_cast<WPARAM>(std::clamp(share, 0.0, 1.0) * kSteps));
 }
 
 }  // namespace larkspur

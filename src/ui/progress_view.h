@@ -12,10 +12,21 @@
 #include "ui/button_child.h"
 #include "ui/child.h"
 #include "ui/model/progress.h"
-#include "ui/progress_bar_child.h"
 #include "ui/progress_jobs.h"
 
 namespace larkspur {
+
+// How far something has come, as a bar.
+class cProgressBarChild : public cChild {
+ public:
+  cProgressBarChild() : cChild(PROGRESS_CLASSW, PBS_SMOOTH) {}
+
+  // 0 to 1.
+  void SetShare(double share);
+
+ private:
+  void OnCreate() override;
+};
 
 // The line of text, which also takes the messages that say that there is something new.
 class cProgressTextChild final : public cChild {

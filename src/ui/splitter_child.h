@@ -6,8 +6,8 @@
 
 #include <functional>
 
+#include "ui/child.h"
 #include "ui/model/layout.h"
-#include "ui/value_child.h"
 
 namespace larkspur {
 

@@ -4,15 +4,13 @@
 // The ways by which ATA commands reach a drive: every byte that is sent, and what is made of the
 // answers.
 
+#include "devices/ata_transport.h"
+
 #include <algorithm>
 #include <functional>
 
 #include "base/endian.h"
 #include "devices/device_test.h"
-#include "devices/gen_ata_transport.h"
-#include "devices/jmicron_ata_transport.h"
-#include "devices/sat_ata_transport.h"
-#include "devices/sunplus_ata_transport.h"
 
 namespace larkspur {
 namespace {

@@ -8,12 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "devices/ata_command.h"
+#include "devices/ata_transport.h"
 #include "devices/device_test.h"
-#include "devices/gen_ata_transport.h"
-#include "devices/jmicron_ata_transport.h"
-#include "devices/sat_ata_transport.h"
 #include "devices/scsi_requests.h"
-#include "devices/sunplus_ata_transport.h"
 
 namespace larkspur {
 namespace {

@@ -6,7 +6,6 @@
 #include "devices/device_identity.h"
 
 #include "base/path_text.h"
-#include "devices/descriptor_text.h"
 #include "devices/device_test.h"
 #include "devices/identity_text.h"
 #include "devices/usb_bridge.h"

@@ -8,7 +8,7 @@
 #include "fakes/memory_disk.h"
 #include "fakes/recording_source.h"
 #include "fakes/temp_folder.h"
-#include "platform/owned_file.h"
+#include "platform/file.h"
 
 namespace larkspur {
 namespace {

@@ -12,7 +12,6 @@
 #include "base/endian.h"
 #include "base/size_text.h"
 #include "fakes/images.h"
-#include "imaging/map_grid.h"
 #include "imaging/map_picture.h"
 #include "imaging/status_map.h"
 

@@ -8,9 +8,9 @@
 
 #include "fakes/images.h"
 #include "fakes/temp_folder.h"
-#include "io/path_locks.h"
+#include "io/shared_file.h"
 #include "io/sparse_writer.h"
-#include "platform/owned_file.h"
+#include "platform/file.h"
 
 namespace larkspur {
 namespace {

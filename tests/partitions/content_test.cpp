@@ -11,8 +11,8 @@
 #include "imaging/tree_words.h"
 #include "partitions/detection.h"
 #include "partitions/field_text.h"
-#include "partitions/gpt_types.h"
 #include "partitions/place.h"
+#include "partitions/type_names.h"
 
 namespace larkspur {
 namespace {

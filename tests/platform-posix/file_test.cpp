@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "fakes/temp_folder.h"
-#include "platform/owned_file.h"
 #include "platform/system_error.h"
 
 namespace larkspur::platform {

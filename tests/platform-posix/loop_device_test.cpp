@@ -13,9 +13,9 @@
 
 #include "base/endian.h"
 #include "base/path_text.h"
-#include "devices/descriptor_text.h"
 #include "devices/device_list.h"
 #include "devices/device_query.h"
+#include "devices/identity_text.h"
 #include "devices/named_win_hd_io.h"
 #include "fakes/memory_disk.h"
 #include "fakes/simulated_drive.h"

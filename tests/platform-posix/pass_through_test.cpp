@@ -12,8 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "base/endian.h"
-#include "devices/gen_ata_transport.h"
-#include "devices/sat_ata_transport.h"
+#include "devices/ata_transport.h"
 #include "devices/scsi_requests.h"
 #include "fakes/simulated_drive.h"
 #include "platform/device_requests.h"

@@ -3,7 +3,7 @@
 #include "host/model/log_text.h"
 
 #include "host/model/words.h"
-#include "imaging/log_words.h"
+#include "imaging/rescue_words.h"
 #include "platform/system_error.h"
 #include "rescue/rescue_log.h"
 

@@ -11,7 +11,7 @@
 #include "base/critical_section.h"
 #include "base/job.h"
 #include "base/owned.h"
-#include "imaging/map_grid.h"
+#include "imaging/map_picture.h"
 
 namespace larkspur::host {
 

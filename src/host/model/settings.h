@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-#include "catalog/host_settings.h"
+#include "catalog/message_catalog.h"
 
 namespace larkspur::host {
 

@@ -14,7 +14,6 @@
 #include <unistd.h>
 
 #include "base/path_text.h"
-#include "platform/owned_file.h"
 #include "platform/system_error.h"
 
 namespace larkspur::platform {

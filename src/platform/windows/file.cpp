@@ -6,7 +6,6 @@
 
 #include <winioctl.h>
 
-#include "platform/owned_file.h"
 #include "platform/system_error.h"
 #include "platform/windows/native_path.h"
 #include "platform/windows/win32.h"

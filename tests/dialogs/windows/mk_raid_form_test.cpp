@@ -7,7 +7,6 @@
 #include "fakes/recording_source.h"
 #include "fakes/temp_folder.h"
 #include "platform/file.h"
-#include "platform/owned_file.h"
 #include "platform/windows/win32.h"
 #include "ui/windows/form_driver.h"
 

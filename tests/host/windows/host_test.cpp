@@ -18,7 +18,7 @@
 #include "fakes/memory_disk.h"
 #include "fakes/temp_folder.h"
 #include "host/main_form.h"
-#include "host/model/hex_text.h"
+#include "host/model/sector_view.h"
 #include "host/windows/host_driver.h"
 #include "imaging/cache.h"
 #include "imaging/summary.h"

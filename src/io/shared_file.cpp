@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "io/path_locks.h"
+
+#include "io/shared_file.h"
 
 #include <atomic>
 #include <functional>
@@ -8,8 +9,6 @@
 #include <memory>
 #include <new>
 #include <string>
-
-#include "io/shared_file.h"
 
 namespace larkspur {
 namespace {

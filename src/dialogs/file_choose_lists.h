@@ -2,18 +2,20 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// The list of a folder's entries in the file chooser.
+// The lists of the file chooser.
 
 #include <array>
 #include <string>
 #include <vector>
 
 #include "dialogs/model/folder_rows.h"
+#include "dialogs/model/places.h"
 #include "ui/icon_list.h"
 #include "ui/list_view_child.h"
 
 namespace larkspur {
 
+// A folder's entries.
 class cFileChooseListFolder final : public cListViewChild, private cListModel {
  public:
   // Columns, icons and name, once, after Create.
@@ -56,6 +58,25 @@ class cFileChooseListFolder final : public cListViewChild, private cListModel {
                                      {*this, FolderColumn::kType},
                                      {*this, FolderColumn::kSize}};
   cIconList m_icons{{kIconFolder, kIconFile}};
+};
+
+// Places to begin at.
+class cFileChooseListPlaces final : public cListViewChild, private cListModel {
+ public:
+  // Column, icons and name, once, after Create.
+  void SetUp();
+  void Add(const FilePlace& place);
+
+  // REQUIRES: row is one of the list's.
+  const FilePlace& At(u32 row) const { return m_places[row]; }
+
+ private:
+  u32 RowCount() const override { return static_cast<u32>(m_places.size()); }
+  std::u16string CellText(u32 row, u32 /*column*/) const override { return m_places[row].text; }
+  int RowIcon(u32 row) const override;
+
+  std::vector<FilePlace> m_places;
+  cIconList m_icons{{kIconHome, kIconDrive, kIconDisc, kIconNetwork}};
 };
 
 }  // namespace larkspur

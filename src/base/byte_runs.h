@@ -16,4 +16,14 @@ inline bool IsAllZero(std::span<const u8> bytes) {
          (bytes[0] == 0 && std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0);
 }
 
+// The length of the run at `bytes`, at most `limit`, on which `property` answers the same.
+// REQUIRES: limit is at least 1.
+template <typename Property>
+u32 EqualRun(const u8* bytes, u32 limit, Property property) {
+  const auto first = property(bytes[0]);
+  u32 run = 1;
+  while (run < limit && property(bytes[run]) == first) ++run;
+  return run;
+}
+
 }  // namespace larkspur
