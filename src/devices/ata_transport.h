@@ -83,13 +83,13 @@ class cJMicron_ATATransport final : public cATATransport {
   void* Destroy(u32 flags) override { return DestroyAs(this, flags); }
 
  private:
-  enum Port : i32 { kUnknown = -1, kMaster = 0, kSlave = 1 };
+  enum Port : i32 { kUnknownPort = -1, kMaster = 0, kSlave = 1 };
 
   u32 CdbLength() const { return m_form == JMicronForm::k14Bytes ? 14 : 12; }
   Port FindPort(platform::Device& device) const;
 
   JMicronForm m_form;
-  Port m_port = kUnknown;
+  Port m_port = kUnknownPort;
 };
 
 // cSUNPlus_ATATransport: the vendor command of Sunplus' USB bridges.

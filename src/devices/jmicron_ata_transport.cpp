@@ -68,7 +68,7 @@ cJMicron_ATATransport::Port cJMicron_ATATransport::FindPort(platform::Device& de
 bool cJMicron_ATATransport::Execute(platform::Device& device, const AtaCommand& command,
                                     AtaCommand& result) {
   if (!Validate(command, kCapabilities)) return false;
-  if (m_port == kUnknown) m_port = FindPort(device);
+  if (m_port == kUnknownPort) m_port = FindPort(device);
   ScsiCommand scsi = Wrap(command, CdbLength(), m_port == kSlave ? kUseSlave : kUseMaster);
   const bool isStatus = command.IsSmartReturnStatus() && command.WantsRegisters();
   u8 status = kNothingCame;
