@@ -39,8 +39,8 @@ def without_chance(cache):
 
 
 class CliTest(program.ProgramTest):
-    def image(self, *options, status=0):
-        return self.document("image", "source.img", "disk.kvrsp", *options, status=status)
+    def image(self, *options, status=0, cache="disk.kvrsp"):
+        return self.document("image", "source.img", cache, *options, status=status)
 
     def export(self, status=0):
         self.call("export", "disk.kvrsp", "out.img", "--force", status=status)
@@ -110,6 +110,10 @@ class CliTest(program.ProgramTest):
         # The disk now reads perfectly and holds something else: that must go unnoticed.
         self.make_source(5000, seed=2)
         self.assertEqual(self.image(status=3)["readFromSource"], 0)
+        self.image("--test-mode", "bad.map", "--no-scrape", cache="coarse.kvrsp", status=3)
+        coarse = self.image("--test-mode", "bad.map", "--no-scrape", cache="coarse.kvrsp", status=3)
+        self.assertGreater(coarse["missing"], 302)
+        self.assertEqual(coarse["readFromSource"], 0, "what failed together is not read so again")
         read = self.call("read", "source.img", "disk.kvrsp", "--start", 90, "--sectors", 50, status=3)
         self.assertEqual(read.stdout, bytes(data[90 * SECTOR:140 * SECTOR]))
 
@@ -640,11 +644,14 @@ class CliTest(program.ProgramTest):
                 ("--start excludes --partition", 2, "--partition", "1", "--start", "5"),
                 *(("--partition takes a place", 2, "--partition", place)
                   for place in ("", "a", "0", "1..2", "1.", ".1", "01", "-1", " 1", "1.2x")),
+                ("a whole number from 1 to 3600", 2, "--timeout", "0"),
+                ("a whole number from 1 to 3600", 2, "--timeout", "3601"),
                 ("the name of a file, not \"-\"", 2, "--report", "-"),
                 ("there is no such cache", 1, "--retry")):
             self.refused(words, "image", "source.img", "disk.kvrsp", *options, status=status)
         self.assertFalse(os.path.exists("disk.kvrsp"))
-        for bare in (["--pass-through"], ["--pass-through", "off"]):
+        for bare in (["--pass-through"], ["--pass-through", "off"], ["--timeout", "1"],
+                     ["--timeout", "3600"]):
             self.call("image", *bare, "--max-failures", "9", "source.img", "disk.kvrsp")
 
     @native_only

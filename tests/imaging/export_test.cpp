@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include "fakes/images.h"
+#include "fakes/temp_folder.h"
+#include "imaging/output_file.h"
 
 namespace larkspur {
 namespace {
@@ -110,6 +112,19 @@ TEST(Export, OneSectorThatCannotBeReadCostsNoOther) {
   EXPECT_EQ(result.counts.unknown, 1u);
   EXPECT_EQ(result.firstUnknown, kLost);
   EXPECT_TRUE(fakes::IsPattern(kLost + 1, &sink.bytes[(kLost + 1) * kSectorBytes]));
+}
+
+TEST(UnfinishedFile, TakesNoNameThatSomethingHasByThen) {
+  const fakes::TempFolder folder;
+  const std::u16string path = folder.File(u"out");
+  for (const bool replace : {false, true}) {
+    UnfinishedFile made(path);
+    ASSERT_TRUE(made.IsOpen());
+    ASSERT_TRUE(WriteOutput(made.File(), "ours"));
+    ASSERT_TRUE(fakes::WriteWholeFile(path, {'i', 't', 's'}));
+    EXPECT_EQ(made.TakeName(replace), replace);
+    EXPECT_EQ(fakes::ReadWholeFile(path).size(), replace ? 4u : 3u);
+  }
 }
 
 }  // namespace

@@ -89,6 +89,11 @@ TEST(BsdLabel, UnderstandsLargerSectorsAndOpenBsdsWideFields) {
   };
   EXPECT_NE(wide(0xA6).find("1016+4294967396"), std::string::npos);
   EXPECT_NE(wide(0xA5).find("1016+100 "), std::string::npos);
+  DiskBuilder disk(4096);
+  disk.MbrEntry(0, 0, 0xA6, 1000, 2000);
+  PutBsdLabel(disk, 1001, {{100, 1016, 7}, {2000, 1000, 0}, {50, 16, 7}}).Le(1001, 114, 2, 1);
+  EXPECT_NE(disk.Le(1001, 148 + 32 + 8, 2, 1).Tree().find("4294967312+50 "), std::string::npos)
+      << disk.Tree();
 }
 
 // Its node is a sector shorter than the slice.

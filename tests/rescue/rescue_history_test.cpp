@@ -174,6 +174,8 @@ TEST(RescueHistoryTest, NonsenseIsCountedAndPassedOver) {
   EXPECT_EQ(Read(std::string(300000, 'x') + "\n" + TextOf(WholeRun())).wrongLines, 1u);
   EXPECT_EQ(Read("{\"event\":\"later version\",\"new\":[1,2]}\n").wrongLines, 1u);
   EXPECT_EQ(Read("{\"event\":\"later version\",\"new\":1}\n").wrongLines, 0u);
+  EXPECT_EQ(Read(" {\t\"event\" : \"storing\" , \"start\": 1, \"sectors\" : 2 } \n").wrongLines,
+            0u);
 }
 
 TEST(RescueLogTest, IsAppendedToAndSurvivesACutLine) {
