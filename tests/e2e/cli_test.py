@@ -93,6 +93,8 @@ class CliTest(program.ProgramTest):
                          {"sectors": 3000, "blockSize": 128, "version": 0x20000, "blocks": 24,
                           "allocatedBlocks": 24, "present": 3000,
                           "fileSize": os.path.getsize("disk.kvrsp")})
+        self.assertEqual([line.split()[0] for line in self.call("info", "disk.kvrsp").stdout.splitlines()],
+                         [b"cache", b"size", b"present", b"unreadable", b"missing", b"blocks", b"file"])
         self.assertEqual(pathlib.Path("disk.kvrsp").read_bytes()[:8], b"KVRSparF")
 
     def test_unreadable_sectors_are_marked_and_never_asked_again(self):

@@ -287,10 +287,14 @@ TEST(NetWareNss, IsKnownByItsTextAtEitherPlace) {
     const std::string partition =
         "0+8192 32764 \"[unknown]\" mbr\n  100+8000 105 \"Novell Storage Services\" nwnss\n";
     EXPECT_EQ(disk.Tree(), partition);
-    disk.Text(108, 0, "SPB5").Le(108, 196, 8, 900).Le(108, 204, 2, 'P').Le(108, 206, 2, '1');
-    EXPECT_EQ(disk.Tree(), partition + "    100+7200 105 \"P1 (Novell Storage Services)\"\n");
+    disk.Text(108, 0, "SPB5")
+        .Le(108, 196, 8, 900)
+        .Le(108, 204, 2, 'P')
+        .Le(108, 206, 2, ' ')
+        .Le(108, 208, 2, 0x1F);
+    EXPECT_EQ(disk.Tree(), partition + "    100+7200 105 \"P \uFFFD (Novell Storage Services)\"\n");
     EXPECT_EQ(disk.Le(108, 196, 8, ~u64{0}).Tree(),
-              partition + "    100+8000 105 \"P1 (Novell Storage Services)\"\n");
+              partition + "    100+8000 105 \"P \uFFFD (Novell Storage Services)\"\n");
   }
 }
 
