@@ -2,7 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// How far a rescue is, and what ails its disk, in the words of every face.
+// How far a rescue is, what ails its disk and what its log tells, in the words of every face.
 
 #include <string>
 
@@ -50,8 +50,6 @@ class SmoothRate {
   u64 m_done = 0;
   double m_rate = -1;
 };
-
-// A rescue log as people are told of it, by every face.
 
 // The kinds of failures, in the order in which they are told.
 constexpr FailureKind kLoggedKinds[] = {FailureKind::kMedium, FailureKind::kUnclear,

@@ -61,9 +61,8 @@ std::u16string_view GetTypeName(u16 type);
 // Whether a chain of boot records lies in a partition of that type.
 bool IsContainerType(u16 type);
 
-// What the type of a GUID table's entry is known as.
-
-// By the GUID's text in lower case; empty for types that are not in the table.
+// What the type of a GUID table's entry is known as, by the GUID's text in lower case; empty for
+// types without a name here.
 std::string_view GptTypeWords(std::string_view guid);
 
 // What is expected to lie in a partition of that type, in blkid's word, or one of two; empty where
