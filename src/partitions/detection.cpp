@@ -2,6 +2,7 @@
 // Copyright (c) 2026 The Larkspur authors
 #include "partitions/detection.h"
 
+#include <algorithm>
 #include <array>
 #include <memory>
 
@@ -56,12 +57,14 @@ bool Matches(Scan& scan, const cPartTreeItem& node, const Format& format, NodeFr
 }
 
 // Reads the front of a node and runs the first of the formats that matches it, but `leftOut`. To
-// people one with holes is shown as far as it goes.
+// people one with holes is shown as far as it goes, and the storage's end is no hole.
 bool DetectByFront(Scan& scan, cPartTreeItem& node, std::span<const Format* const> formats,
                    const Format* leftOut) {
   auto front = std::make_unique_for_overwrite<FrontBytes>();
-  const bool isWhole = scan.ReadFront(node.m_start, kFrontSectors, front->data()) == kFrontSectors;
-  if (!isWhole && (!scan.IsForPeople() || node.m_start >= scan.SectorCount())) return false;
+  const u64 toEnd = scan.SectorCount() - std::min(node.m_start, scan.SectorCount());
+  const u64 whole = scan.IsForPeople() ? std::min<u64>(kFrontSectors, toEnd) : kFrontSectors;
+  const bool isWhole = scan.ReadFront(node.m_start, kFrontSectors, front->data()) >= whole;
+  if (toEnd == 0 || (!isWhole && !scan.IsForPeople())) return false;
   for (const Format* format : formats) {
     if (format == leftOut || !Matches(scan, node, *format, *front)) continue;
     return RunFormat(scan, node, *format) && isWhole;

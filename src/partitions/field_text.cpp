@@ -24,6 +24,15 @@ bool IsControl(char16_t unit) {
 
 }  // namespace
 
+std::u16string DiskText(std::span<const u8> field) {
+  auto end = std::find(field.begin(), field.end(), u8{0});
+  while (end != field.begin() && *(end - 1) == ' ') --end;
+  const auto count = static_cast<size_t>(end - field.begin());
+  std::u16string text = WideText(field.first(count));
+  std::replace_if(text.begin(), text.end(), IsControl, text::kReplacement);
+  return text;
+}
+
 std::string FieldUtf8(std::span<const u8> field) {
   return Utf8FromWide(DiskText(field));
 }
@@ -60,16 +69,6 @@ std::string FieldGuid(std::span<const u8> field) {
   std::array<u8, kUuidBytes> bytes;
   for (size_t i = 0; i < kUuidBytes; ++i) bytes[i] = field[kOrder[i]];
   return FieldUuid(bytes);
-}
-
-std::u16string DiskText(std::span<const u8> field) {
-  auto end = std::find(field.begin(), field.end(), u8{0});
-  while (end != field.begin() && *(end - 1) == ' ') --end;
-  const auto count = static_cast<size_t>(end - field.begin());
-  std::u16string text = WideText(field.first(count));
-  const auto isControl = [](char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); };
-  std::replace_if(text.begin(), text.end(), isControl, u'\uFFFD');
-  return text;
 }
 
 bool StartsWith(std::span<const u8> bytes, std::string_view text) {

@@ -13,8 +13,10 @@
 
 namespace larkspur {
 
-// Up to the first zero, without blanks at the end. What is no text, and control characters, become
-// U+FFFD.
+// The UTF-8 text of a field that ends at its first zero byte or with the field, without blanks at
+// its end. Bytes that are no text, and control characters, become U+FFFD.
+std::u16string DiskText(std::span<const u8> field);
+// The same in UTF-8; and of a field in UTF-16.
 std::string FieldUtf8(std::span<const u8> field);
 std::string FieldUtf16(std::span<const u8> field, bool bigEndian);
 
@@ -22,12 +24,6 @@ std::string FieldUtf16(std::span<const u8> field, bool bigEndian);
 std::string FieldUuid(std::span<const u8> field);
 // The same, the first three groups being little-endian numbers.
 std::string FieldGuid(std::span<const u8> field);
-
-// Names as they stand on disks.
-
-// The UTF-8 text of a field that ends at its first zero byte or with the field, without blanks at
-// its end. Bytes that are no text, and control characters, become U+FFFD.
-std::u16string DiskText(std::span<const u8> field);
 
 // Whether the bytes begin with the text.
 bool StartsWith(std::span<const u8> bytes, std::string_view text);

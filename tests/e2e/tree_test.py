@@ -40,6 +40,7 @@ FILE_SYSTEMS = {
     "iso9660": (0, "genisoimage -quiet -V ISOLAB -o IMAGE folder"),
     "iso9660 with Joliet": (0, "genisoimage -quiet -J -V JoLab -o IMAGE folder"),
     "iso9660 with a long name": (0, "genisoimage -quiet -J -V A_name_of_27_characters_all -o IMAGE folder"),
+    "iso9660 for Macs": (0, "genisoimage -quiet -hfs -J -V HYBRID -o IMAGE folder"),
     "minix": (4, "mkfs.minix -1 -n 14 IMAGE"),
     "minix of long names": (4, "mkfs.minix -1 -n 30 IMAGE"),
     "minix 2": (4, "mkfs.minix -2 -n 14 IMAGE"),
@@ -282,10 +283,17 @@ class TreeTest(program.ProgramTest):
 
     def test_what_is_no_storage_is_told(self):
         pathlib.Path("short.img").write_bytes(b"x" * 100)
-        blank("tiny.img", 3)
         self.refused("absent.img", "tree", "absent.img")
         self.refused("short.img", "tree", "short.img")
-        self.assertIn(b"could not be read", self.call("tree", "tiny.img").stderr)
+
+    def test_a_storage_that_ends_early_is_looked_through_as_far_as_it_goes(self):
+        table = struct.pack("<446xB3xB3xII48xH", 0, 0x83, 1, 2, 0xAA55)
+        for name, sectors, written, places_there in (("empty.img", 1, [], []),
+                                                     ("tiny.img", 3, [(0, table)], [(1, 2, 0x83)])):
+            with self.subTest(name):
+                blank(name, sectors, *written)
+                self.assertEqual(places(self.children(name)), places_there)
+                self.assertEqual(self.call("tree", name).stderr, b"")
 
 
 if __name__ == "__main__":
