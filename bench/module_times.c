@@ -7,7 +7,6 @@
 
 #include <stdio.h>
 
-#include "checking.h"
 #include "checks.h"
 #include "disk.h"
 #include "host.h"

@@ -81,7 +81,7 @@ TEST(DoubleByteText, ReplacesWhatIsDamaged) {
   const Case cases[] = {
       {"lead byte at the end", "A\x93", u"A\uFFFD"},
       {"lead byte before a sign that ends no pair", "\x93:", u"\uFFFD:"},
-      {"undefined pair", "\x85\x9F\x41", u"\uFFFD\x41"},
+      {"undefined pair", "\x85\x80\x41", u"\uFFFD\x41"},
       {"undefined pair with an ascii byte", "\x85\x40", u"\uFFFD@"},
       {"pair with a backslash in it", "\x95\x5C", u"\u8868"},
       {"half-width kana and user-defined", "\xB1\xF0\x40", u"\uFF71\uE000"},
@@ -105,13 +105,15 @@ TEST(SingleByteText, ReplacesWhatThePageLacks) {
   EXPECT_EQ(Wide("\x81\x80", 1252), u"\u0081\u20AC");
 }
 
+struct PageCase {
+  u32 page;
+  const char* name;
+  std::string bytes;
+  std::u16string wide;
+};
+
 TEST(NationalText, ConvertsBothWays) {
-  struct {
-    u32 page;
-    const char* name;
-    std::string bytes;
-    std::u16string wide;
-  } const cases[] = {
+  const PageCase cases[] = {
       {50221, "kanji between ascii", "a\x1B$BF|\x1B(Bz", u"a\u65E5z"},
       {50221, "half-width kana", "\x1B(I1\x1B(B", u"\uFF71"},
       {50221, "kanji to kana", "\x1B$BF|\x1B(I1\x1B(B\n", u"\u65E5\uFF71\n"},
@@ -127,12 +129,7 @@ TEST(NationalText, ConvertsBothWays) {
 }
 
 TEST(NationalText, ReadsOtherFormsAndDamage) {
-  struct {
-    u32 page;
-    const char* name;
-    std::string bytes;
-    std::u16string wide;
-  } const cases[] = {
+  const PageCase cases[] = {
       {50221, "older escape sequences", "\x1B$@F|\x1B(Ja\x5C", u"\u65E5\x61\\"},
       {50221, "shifted kana", "\x0E\x31\x0F\x31", u"\uFF71\x31"},
       {50221, "an escape ends a shift", "\x0E\x31\x1B(B1", u"\uFF71\x31"},

@@ -324,6 +324,8 @@ TEST_F(JMicronTransport, SmartStatusIsOneByte) {
   EXPECT_FALSE(Execute(m_short)) << "no byte came";
   Reply({.data = {}});
   EXPECT_FALSE(Execute(m_short));
+  m_command.wanted = {};
+  EXPECT_TRUE(Execute(m_short)) << "without an answer there is nothing to take";
 }
 
 // Sunplus bridges.

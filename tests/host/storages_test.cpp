@@ -72,6 +72,7 @@ TEST_F(StoragesTest, TheListStaysLinkedWhateverIsClosed) {
     ASSERT_EQ(storages.Count(), 3u);
     EXPECT_EQ(Walk().size(), 3u);
     storages.Close(closed);
+    EXPECT_EQ(storages.Find(storages.At(1).IO()), &storages.At(1));
     EXPECT_EQ(Walk(), (std::vector<cBaseIO*>{storages.At(0).IO(), storages.At(1).IO()}));
     while (storages.Count() > 0) storages.Close(0);
     EXPECT_TRUE(Walk().empty());

@@ -611,7 +611,7 @@ TEST(SectorSize, IsChosenByWhatLiesWhereTheTableLeads) {
        {std::pair{4096u, "\n  2048+8000 7"}, {512u, "\n  256+1000 7"}}) {
     EXPECT_NE(fakes::TreeText(DiskOf(large, sectorBytes).get()).find(child), std::string::npos);
   }
-  const DiskBuilder blank = DiskBuilder(65536).MbrEntry(0, 0, 7, 256, 1000);
+  const DiskBuilder blank = DiskBuilder(65536).MbrEntry(0, 0, 7, 256, 7936);
   EXPECT_NE(TreeForPeople(blank, 4096).find("nothing confirms it"), std::string::npos);
 }
 

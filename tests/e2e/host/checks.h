@@ -2,9 +2,25 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// The groups of checks that the program runs, each by its name.
+// Checks that continue after a failure, and are counted; and the groups of them.
+
+#include <stdbool.h>
+#include <stdint.h>
 
 #include "larkspur_host.h"
+
+// Says where a check failed, and counts it.
+bool CheckAt(bool holds, const char* what, const char* file, int line);
+bool CheckEqualAt(uint64_t seen, uint64_t wanted, const char* what, const char* file, int line);
+bool CheckTextAt(const uint16_t* seen, const wchar_t* wanted, const char* file, int line);
+int FailedChecks(void);
+
+#define CHECK(holds) CheckAt((holds), #holds, __FILE__, __LINE__)
+#define CHECK_EQUAL(seen, wanted) \
+  CheckEqualAt((uint64_t)(seen), (uint64_t)(wanted), #seen, __FILE__, __LINE__)
+#define CHECK_TEXT(seen, wanted) CheckTextAt((seen), (wanted), __FILE__, __LINE__)
+
+// The groups of checks that the program runs, each by its name.
 
 void CheckIdentity(const Module* module);
 void CheckHeap(const Module* module);

@@ -5,8 +5,6 @@
 
 #include <wchar.h>
 
-#include "cache_folder.h"
-#include "checking.h"
 #include "checks.h"
 #include "disk.h"
 #include "host.h"

@@ -5,7 +5,6 @@
 
 #include <string.h>
 
-#include "checking.h"
 #include "checks.h"
 #include "host.h"
 

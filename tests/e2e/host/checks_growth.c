@@ -9,8 +9,6 @@
 #include <stdio.h>
 #include <wchar.h>
 
-#include "cache_folder.h"
-#include "checking.h"
 #include "checks.h"
 #include "disk.h"
 #include "host.h"

@@ -8,8 +8,6 @@
 #include <string.h>
 #include <wchar.h>
 
-#include "cache_folder.h"
-#include "checking.h"
 #include "checks.h"
 #include "disk.h"
 #include "host.h"

@@ -2,7 +2,8 @@
 // Copyright (c) 2026 The Larkspur authors
 #pragma once
 
-// The host's own side of the contract: its heap, texts, settings, window and list of storages.
+// The host's own side of the contract: its heap, texts, settings, window and list of storages,
+// and the folder where it keeps caches.
 
 #include "larkspur_host.h"
 
@@ -50,3 +51,8 @@ HWND OpenHostWindow(void);
 
 // False, after saying why, when the library or one of its exports is missing.
 bool OpenModule(Module* module, const wchar_t* path);
+
+// A folder for the caches of this run, made at the first call, with a name that is no plain one.
+const wchar_t* CachePath(const wchar_t* name);
+void WriteFileOf(const wchar_t* path, const char* bytes);
+void RemoveCacheFolder(void);

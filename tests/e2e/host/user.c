@@ -6,7 +6,7 @@
 #include <stdio.h>
 #include <wchar.h>
 
-#include "checking.h"
+#include "checks.h"
 
 enum { kPatienceMilliseconds = 10000, kStepMilliseconds = 1, kFewMilliseconds = 2000 };
 

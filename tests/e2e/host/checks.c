@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "checking.h"
+#include "checks.h"
 
 #include <stdio.h>
 #include <wchar.h>
