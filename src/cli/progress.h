@@ -5,21 +5,27 @@
 // The progress line: one that is rewritten on a terminal, one every ten seconds elsewhere.
 
 #include "imaging/rescue_words.h"
+#include "rescue/clock.h"
 
 namespace larkspur::cli {
 
 class ProgressLine {
  public:
-  ProgressLine();
+  // The clock outlives the line; null: the system's.
+  explicit ProgressLine(RescueClock* clock = nullptr);
+  ProgressLine(const ProgressLine&) = delete;
+  ProgressLine& operator=(const ProgressLine&) = delete;
 
   // Shows the progress when it is time to; `fresh` counts what was done in this run, in sectors.
   void Show(const ProgressFacts& progress, u64 fresh, u64 left);
   // Whether it is time to.
-  bool IsDue() const;
+  bool IsDue();
   void ShowNow(const ProgressFacts& text);
-  double Seconds() const;
+  double Seconds() { return m_clock->Seconds() - m_started; }
 
  private:
+  RescueClock m_systemClock;
+  RescueClock* m_clock;
   bool m_terminal;
   double m_started;
   double m_lastShown;
@@ -29,18 +35,17 @@ class ProgressLine {
 // The line of a rescue, or its progress as JSON Lines.
 class RescueProgressLine {
  public:
-  explicit RescueProgressLine(bool json) : m_json(json) {}
+  explicit RescueProgressLine(bool json, RescueClock* clock = nullptr)
+      : m_json(json), m_line(clock) {}
 
   void Show(const RescueProgress& progress);
-  double Seconds() const { return m_line.Seconds(); }
+  double Seconds() { return m_line.Seconds(); }
 
  private:
-  void PrintJsonLine(const RescueProgress& progress, const ProgressFacts& facts);
-
   bool m_json;
   ProgressLine m_line;
   SmoothRate m_rate;
-  double m_lastJson = 0;
+  double m_lastJson = -1;  // seconds of the run
 };
 
 }  // namespace larkspur::cli
