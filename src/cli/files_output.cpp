@@ -72,7 +72,6 @@ class TextOutput final : public FilesOutput {
     Print(fmt::format("{} complete, {} damaged, {} incomplete\n\n", m_counts[0], m_counts[1],
                       m_counts[2]));
     m_counts = {};
-    m_inVolume = false;
   }
 
   const std::string m_cache;

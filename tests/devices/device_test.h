@@ -14,6 +14,13 @@ class DeviceTest : public testing::Test {
  protected:
   void TearDown() override { EXPECT_EQ(m_devices.Faults(), ""); }
 
+  // An ATA drive.
+  fakes::SimulatedDrive* AddDrive(const char16_t* path, u32 sectorBytes, u64 sectors) {
+    fakes::SimulatedDrive* drive = m_devices.Add(path, sectorBytes, sectors);
+    drive->wrapping = fakes::Wrapping::kNative;
+    drive->identifyData = fakes::MakeIdentify("Model", "SN1", "FW", sectors);
+    return drive;
+  }
   // A drive that commands may be sent to.
   std::unique_ptr<platform::Device> OpenDrive(const fakes::SimulatedDrive& drive) {
     return m_devices.Open(drive.path.c_str(), platform::kAccessRead | platform::kAccessWrite);

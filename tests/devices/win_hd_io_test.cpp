@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 
-// Disks by their number: opening, size, words, modes, writing and copies.
+// Disks by their number: opening, size, words, modes, reading, writing and copies.
 
 #include "devices/win_hd_io_test.h"
+
+#include <algorithm>
+
+#include "fakes/memory_disk.h"
+#include "platform/pages.h"
 
 namespace larkspur {
 namespace {
@@ -162,6 +167,195 @@ TEST_F(WinHDIO, ClonesStandForThemselves) {
   EXPECT_EQ(geometry[0], 512u) << "a usual size is kept";
   drive->isPresent = false;
   EXPECT_EQ(m_io.Clone(), nullptr);
+}
+
+class WinHDIORead : public WinHDIO {
+ protected:
+  // A SCSI drive with odd sectors. They are read by commands, which ask for the right to write.
+  fakes::SimulatedDrive* MakeOddDrive(u32 sectorBytes = 520, u64 sectors = 4000) {
+    fakes::SimulatedDrive* drive = MakeDrive(sectorBytes, sectors);
+    drive->bus = 1;
+    drive->inquiry = fakes::MakeInquiry("V", "P", "R");
+    drive->lengthBytes = sectors * 512;
+    return drive;
+  }
+  // Reads what there is of [first, first+count) and nothing else.
+  void ExpectRead(u64 first, u32 count, u64 end) {
+    const u32 expected = static_cast<u32>(std::min<u64>(count, end - first));
+    ASSERT_EQ(Read(&m_io, first, count), expected) << first << "+" << count;
+    ASSERT_TRUE(IsPattern(first, expected)) << first << "+" << count;
+  }
+};
+
+TEST_F(WinHDIORead, EveryPlaceAndLengthAroundPhysicalSectors) {
+  for (const u32 sectorBytes : {512u, 1024u, 2048u, 4096u, 0x10000u}) {
+    SCOPED_TRACE(sectorBytes);
+    const u32 ratio = sectorBytes / 512, step = std::max(1u, ratio / 8);
+    const u64 end = ratio * 5;
+    MakeDrive(sectorBytes, 5);
+    ASSERT_TRUE(Open(&m_io));
+    for (u64 first = 0; first <= end; first += step) {
+      for (u32 count = 1; count <= ratio * 3; count += step) {
+        ASSERT_NO_FATAL_FAILURE(ExpectRead(first, count, end));
+        u8 next[512];
+        const bool more = first + count < end;
+        ASSERT_EQ(m_io.Read(next, 1), more) << "the position advances";
+        ASSERT_TRUE(!more || fakes::IsPattern(first + count, next));
+      }
+    }
+  }
+}
+
+TEST_F(WinHDIORead, OddSectorsAtEveryPlaceAndLength) {
+  for (const u32 sectorBytes : {520u, 524u, 528u, 1000u}) {
+    SCOPED_TRACE(sectorBytes);
+    MakeOddDrive(sectorBytes, 300);
+    ASSERT_TRUE(Open(&m_io, false));
+    for (u64 first = 0; first <= 300; first += 7) {
+      for (u32 count : {1u, 2u, 63u, 64u, 125u, 126u, 127u, 128u, 130u, 260u, 400u}) {
+        ASSERT_NO_FATAL_FAILURE(ExpectRead(first, count, 300));
+      }
+    }
+  }
+}
+
+TEST_F(WinHDIORead, ReadsInPiecesOfWholeSectors) {
+  const struct {
+    u32 sectorBytes;
+    u64 first;
+    u32 count;
+    const char* log;
+  } cases[] = {
+      {512, 10, 300, "read 5120+65536\nread 70656+65536\nread 136192+22528"},
+      {4096, 3, 2, "read 0+4096"},
+      {4096, 3, 5 + 160 + 2, "read 0+4096\nread 4096+65536\nread 69632+16384\nread 86016+4096"},
+  };
+  for (const auto& c : cases) {
+    fakes::SimulatedDrive* drive = MakeDrive(c.sectorBytes);
+    ASSERT_TRUE(Open(&m_io));
+    drive->TakeLog();
+    ASSERT_NO_FATAL_FAILURE(ExpectRead(c.first, c.count, 4000));
+    EXPECT_EQ(drive->TakeLog(), c.log);
+    // Pages are filled directly.
+    const platform::OwnedPages pages(300 * 512);
+    m_io.SetPosition(16);
+    EXPECT_EQ(m_io.Read(pages.Data(), 300), 300u);
+    const auto expected = fakes::Pattern(16, 300);
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), pages.Data()));
+  }
+}
+
+TEST_F(WinHDIORead, WhatCannotBeReadIsNotAsked) {
+  const auto nothingIsRead = [this](const char* what, fakes::SimulatedDrive* drive) {
+    ASSERT_TRUE(Open(&m_io, false)) << what;
+    drive->TakeLog();
+    EXPECT_EQ(Read(&m_io, 0, 20), 0u) << what;
+    EXPECT_EQ(drive->TakeLog(), "") << what;
+  };
+  nothingIsRead("sectors larger than the buffer", MakeDrive(0x20000, 10));
+  nothingIsRead("odd sectors of an ATA drive", MakeDrive(520, 100));
+  nothingIsRead("odd sectors with more than 512 bytes of payload", MakeOddDrive(4160, 100));
+}
+
+TEST_F(WinHDIORead, OddSectorsOfAVeryLargeDriveAreAskedForTwice) {
+  fakes::SimulatedDrive* drive = MakeOddDrive(520, u64{1} << 33);
+  ASSERT_TRUE(Open(&m_io, false));
+  drive->TakeLog();
+  EXPECT_EQ(Read(&m_io, 0x1'0000'0005, 2), 2u);
+  EXPECT_EQ(drive->TakeLog(),
+            "scsi 88 00 00 00 00 01 00 00 00 05 00 00 00 02 00 00 in 1040\n"
+            "scsi 28 00 00 00 00 05 00 00 02 00 in 1040");
+  EXPECT_TRUE(IsPattern(5, 2)) << "what the second command gave";
+}
+
+TEST_F(WinHDIORead, AFailedCommandEndsAnOddRead) {
+  fakes::SimulatedDrive* drive = MakeOddDrive(520, 400);
+  ASSERT_TRUE(Open(&m_io, false));
+  drive->failing = {200};
+  EXPECT_EQ(Read(&m_io, 0, 400), 126u) << "the whole chunks before";
+  EXPECT_TRUE(IsPattern(0, 126));
+  drive->failing.clear();
+  drive->slow = {{5, 19}, {300, 60}};
+  EXPECT_EQ(Read(&m_io, 0, 10), 10u);
+  EXPECT_EQ(drive->secondsWaited, 19u);
+  EXPECT_EQ(Read(&m_io, 300, 1), 0u);
+  EXPECT_EQ(drive->secondsWaited, 19u + 20u) << "our time";
+  drive->onScsi = [&](const fakes::ScsiAsked& asked) -> std::optional<fakes::ScsiReply> {
+    if (asked.cdb[0] != 0x28) return std::nullopt;
+    return fakes::ScsiReply{.data = drive->Content(0, 3), .lost = 520 * 7 - 1};
+  };
+  EXPECT_EQ(Read(&m_io, 0, 10), 3u) << "sectors that came whole";
+}
+
+TEST_F(WinHDIORead, AnEmptyReadClosesAndTheNextOneOpensAnew) {
+  for (const u32 sectorBytes : {512u, 4096u}) {
+    const u32 ratio = sectorBytes / 512;
+    fakes::SimulatedDrive* drive = MakeDrive(sectorBytes, 1000);
+    ASSERT_TRUE(Open(&m_io));
+    drive->failing = {2};
+    drive->TakeLog();
+    EXPECT_EQ(Read(&m_io, 2 * ratio, 1), 0u);
+    EXPECT_EQ(Read(&m_io, 3 * ratio, 1), 1u);
+    EXPECT_TRUE(IsPattern(3 * ratio, 1));
+    const std::string size = "+" + std::to_string(sectorBytes);
+    EXPECT_EQ(drive->TakeLog(), "read " + std::to_string(2 * sectorBytes) + size +
+                                    "\nopen r\nread " + std::to_string(3 * sectorBytes) + size);
+    EXPECT_EQ(m_io.GetSectorCount(), 1000u * ratio) << "open in every other respect";
+    drive->isPresent = false;
+    EXPECT_EQ(Read(&m_io, 0, 1), 0u);
+    EXPECT_EQ(Read(&m_io, 0, 1), 0u) << "one attempt to open for each read";
+    drive->isPresent = true;
+    EXPECT_EQ(Read(&m_io, 0, 1), 1u) << "it came back";
+  }
+}
+
+TEST_F(WinHDIORead, AFailureEndsTheReadWhereItIs) {
+  const struct {
+    const char* name;
+    u32 sectorBytes;
+    std::set<u64> failing;
+    bool deliversPrefix;
+    u64 first;
+    u32 count, delivered;
+    const char* log;
+  } cases[] = {
+      {"the device is kept", 512, {7}, true, 0, 20, 7, "read 0+10240\nread 3584+6656"},
+      {"of large sectors", 4096, {3}, true, 0, 80, 24, "read 0+40960\nread 12288+28672"},
+      {"the head did not come", 4096, {0, 9}, false, 3, 30, 0, "read 0+4096"},
+      {"the tail did not come",
+       4096,
+       {0, 9},
+       false,
+       8,
+       64 + 3,
+       64,
+       "read 4096+32768\nread 36864+4096"},
+  };
+  for (const auto& c : cases) {
+    fakes::SimulatedDrive* drive = MakeDrive(c.sectorBytes, 100);
+    ASSERT_TRUE(Open(&m_io));
+    drive->deliversPrefix = c.deliversPrefix;
+    drive->failing = c.failing;
+    drive->TakeLog();
+    EXPECT_EQ(Read(&m_io, c.first, c.count), c.delivered) << c.name;
+    EXPECT_EQ(drive->TakeLog(), c.log) << c.name;
+    EXPECT_TRUE(IsPattern(c.first, c.delivered)) << c.name;
+  }
+}
+
+TEST_F(WinHDIORead, PositionsAreCutAtTheEnd) {
+  fakes::SimulatedDrive* drive = MakeDrive(4096, 100);
+  ASSERT_TRUE(Open(&m_io));
+  EXPECT_EQ(m_io.SetPosition(803), 800u);
+  EXPECT_EQ(m_io.SetPosition(kNowhere), 800u);
+  EXPECT_EQ(m_io.SetPosition(13), 13u);
+  EXPECT_EQ(Read(&m_io, 800, 1), 0u);
+  EXPECT_EQ(Read(&m_io, 795, 100), 5u);
+  drive->seeksLandAt = 24 * 512;
+  EXPECT_EQ(m_io.SetPosition(13), 24u) << "where the drive stands";
+  drive->TakeLog();
+  EXPECT_EQ(m_io.Read(m_buffer.data(), 8), 8u);
+  EXPECT_EQ(drive->TakeLog(), "read 12288+4096");
 }
 
 }  // namespace

@@ -18,10 +18,7 @@ class WinHDIO : public DeviceTest {
  protected:
   // An ATA drive as \\.\PhysicalDrive1.
   fakes::SimulatedDrive* MakeDrive(u32 sectorBytes = 512, u64 sectors = 4000) {
-    fakes::SimulatedDrive* drive = m_devices.Add(u"\\\\.\\PhysicalDrive1", sectorBytes, sectors);
-    drive->wrapping = fakes::Wrapping::kNative;
-    drive->identifyData = fakes::MakeIdentify("Model", "SN1", "FW", sectors);
-    return drive;
+    return AddDrive(u"\\\\.\\PhysicalDrive1", sectorBytes, sectors);
   }
   bool Open(cWinHDIO* io, bool readOnly = true) {
     const cNumberedDeviceResource resource(1);

@@ -19,10 +19,7 @@ namespace larkspur {
 class AskedSourceTest : public DeviceTest {
  protected:
   fakes::SimulatedDrive* MakeDrive(u32 sectorBytes = 512, u64 sectors = 4000) {
-    fakes::SimulatedDrive* drive = m_devices.Add(u"\\\\.\\D:", sectorBytes, sectors);
-    drive->wrapping = fakes::Wrapping::kNative;
-    drive->identifyData = fakes::MakeIdentify("Model", "SN1", "FW", sectors);
-    return drive;
+    return AddDrive(u"\\\\.\\D:", sectorBytes, sectors);
   }
   // One that takes commands.
   fakes::SimulatedDrive* MakeScsiDrive(u32 sectorBytes = 512, u64 sectors = 4000) {

@@ -11,6 +11,7 @@
 #include "fakes/images.h"
 #include "imaging/report_plots.h"
 #include "imaging/rescue_words.h"
+#include "imaging/storage_words.h"
 
 namespace larkspur {
 namespace {
@@ -133,6 +134,20 @@ TEST(RescueWords, FormatsDurations) {
   } cases[] = {{0, "0:00"},         {59.9, "0:59"},       {753, "12:33"}, {3600, "1:00:00"},
                {90061, "25:01:01"}, {1e30, "2376:00:00"}, {-5, "0:00"}};
   for (const auto& c : cases) EXPECT_EQ(FormatDuration(c.seconds), c.text) << c.seconds;
+}
+
+TEST(StorageWords, EveryFaultOfACacheHasWordsThatFollowItsName) {
+  for (int i = 0; i <= static_cast<int>(CacheFaultKind::kCannotCreate); ++i) {
+    const auto kind = static_cast<CacheFaultKind>(i);
+    const FaultWords words = CacheWords({kind, 5, 64}, 128);
+    ASSERT_FALSE(words.text.empty()) << i;
+    EXPECT_TRUE(words.text[0] >= 'a' && words.text[0] <= 'z') << words.text;
+    EXPECT_NE(words.text.back(), '.') << words.text;
+    const bool isSystems =
+        kind == CacheFaultKind::kCannotOpen || kind == CacheFaultKind::kUnreadable ||
+        kind == CacheFaultKind::kLogUnreadable || kind == CacheFaultKind::kCannotCreate;
+    EXPECT_EQ(words.systemError, isSystems ? 5u : 0u) << words.text;
+  }
 }
 
 }  // namespace

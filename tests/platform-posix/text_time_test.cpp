@@ -15,30 +15,11 @@
 namespace larkspur {
 namespace {
 
-class LocalTime : public testing::Test {
- protected:
-  void SetUp() override {
-    const char* const zone = getenv("TZ");
-    m_hadZone = zone != nullptr;
-    if (m_hadZone) m_zone = zone;
-    setenv("TZ", "EST5EDT,M3.2.0,M11.1.0", 1);
-    tzset();
-  }
-  void TearDown() override {
-    if (m_hadZone) {
-      setenv("TZ", m_zone.c_str(), 1);
-    } else {
-      unsetenv("TZ");
-    }
-    tzset();
-  }
-
- private:
-  std::string m_zone;
-  bool m_hadZone = false;
-};
-
-TEST_F(LocalTime, FollowsTheRulesOfItsDate) {
+TEST(LocalTime, FollowsTheRulesOfItsDate) {
+  const char* const zone = getenv("TZ");
+  const std::string before = zone ? zone : "";
+  setenv("TZ", "EST5EDT,M3.2.0,M11.1.0", 1);
+  tzset();
   constexpr i64 kHour = 3600;
   constexpr i64 kWinter = 1325419200;  // 2012-01-01 12:00:00
   constexpr i64 kSummer = 1341144000;  // 2012-07-01 12:00:00
@@ -46,6 +27,8 @@ TEST_F(LocalTime, FollowsTheRulesOfItsDate) {
   EXPECT_EQ(LocalToUtc(kSummer), kSummer + 4 * kHour);
   EXPECT_EQ(LocalToUtc(0), 5 * kHour);
   EXPECT_EQ(LocalToUtc(-kHour), 4 * kHour);
+  zone ? setenv("TZ", before.c_str(), 1) : unsetenv("TZ");
+  tzset();
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "platform/helper_process.h"
-
 #include <csignal>
 
 #include <gtest/gtest.h>
@@ -9,6 +7,8 @@
 #include <unistd.h>
 
 #include "platform/clock.h"
+#include "platform/command.h"
+#include "platform/helper_process.h"
 #include "platform/server_program.h"
 
 namespace larkspur::platform {
@@ -60,6 +60,18 @@ TEST(ServerProgram, OutputCountsOfWhatEndedWell) {
   EXPECT_EQ(OutputOf({"/bin/sh", "-c", "echo said; exit 3"}), std::nullopt);
   EXPECT_EQ(OutputOf({"/bin/sh", "-c", "echo said; kill -9 $$"}), std::nullopt);
   EXPECT_EQ(OutputOf({"/nowhere"}), std::nullopt);
+}
+
+TEST(Command, EndsByABrokenPipeThoughWeDoNot) {
+  const auto before = signal(SIGPIPE, SIG_IGN);
+  EXPECT_EQ(platform::RunCommand("exit $ANSWER", {{"ANSWER", "7"}}), 7);
+  EXPECT_EQ(platform::RunCommand("kill -PIPE $$; exit 7", {}), 128 + SIGPIPE);
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  platform::RunCommand("echo said", {});
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "said\n");
+  signal(SIGPIPE, before);
 }
 
 }  // namespace

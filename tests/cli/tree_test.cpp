@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-#include "cli/tree_text.h"
-
 #include <gtest/gtest.h>
 
+#include "base/path_text.h"
 #include "base/printable.h"
+#include "cli/commands.h"
+#include "cli/tree_text.h"
 #include "fakes/disk_builder.h"
+#include "fakes/temp_folder.h"
+#include "imaging/asked_source_test.h"
 #include "partitions/detection.h"
 #include "partitions/part_records.h"
 #include "partitions/type_names.h"
@@ -111,6 +114,29 @@ TEST(TreeTable, TellsOfEveryNodeAndWhatIsNotedOfIt) {
                                           - ext2 0.0
         4010          400  200.0 KiB      2.2  Linux native (unclassified) (131)
 )");
+}
+
+using TreeCommand = AskedSourceTest;
+
+// Whether the system gives the drive no size, or a wrong one.
+TEST_F(TreeCommand, SectorsOfOddSizesAreReadThroughACacheOnly) {
+  for (const u64 told : {u64{0}, u64{4000} * 520}) {
+    const fakes::TempFolder folder;
+    fakes::SimulatedDrive* drive = MakeScsiDrive(520);
+    drive->lengthBytes = told;
+    drive->geometrySectorBytes = 512;
+    TreeOptions options;
+    options.source = Utf8FromWide(drive->path);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(RunTree(options), kExitFailed);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "larkspur: " + options.source +
+                  ": sectors of 520 bytes are only read into a cache; name one with --cache\n");
+    options.cache = Utf8FromWide(folder.File(u"cache"));
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(RunTree(options), kExitDone);
+    EXPECT_NE(testing::internal::GetCapturedStdout().find("4000"), std::string::npos);
+  }
 }
 
 }  // namespace
