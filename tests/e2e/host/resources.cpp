@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
+extern "C" {
 #include "resources.h"
+}
 
 #include <stdio.h>
 

@@ -15,16 +15,8 @@ typedef struct {
   size_t drawingObjects, windows, handles;
 } Resources;
 
-#ifdef __cplusplus
-extern "C" {
-#endif
-
 Resources CountResources(HANDLE heap);
 
 // Whether nothing has grown, but for that many handles; says so on the console.
 bool CompareResources(const char* when, const Resources* before, const Resources* after,
                       size_t spareHandles);
-
-#ifdef __cplusplus
-}
-#endif
