@@ -15,7 +15,6 @@ namespace {
 constexpr std::string_view kPackMagic = "CIOMLAFI";
 constexpr size_t kCodeOffset = 16, kCodeBytes = 3;
 constexpr size_t kNameLengthOffset = 19, kNameOffset = 20;
-constexpr size_t kSmallestPack = 21;
 
 constexpr u32 kLargestCatalog = 0x400000;
 constexpr size_t kSizeBytes = 4;
@@ -47,9 +46,7 @@ bool Inflate(std::span<const u8> stream, std::span<u8> out) {
 
 std::optional<PackHeader> ReadPackHeader(std::span<const u8> image) {
   ByteReader in(image);
-  if (image.size() < kSmallestPack || AsText(in.Bytes(0, kPackMagic.size())) != kPackMagic) {
-    return std::nullopt;
-  }
+  if (AsText(in.Bytes(0, kPackMagic.size())) != kPackMagic) return std::nullopt;
   const size_t nameBytes = in.U8(kNameLengthOffset);
   const std::span<const u8> name = in.Bytes(kNameOffset, nameBytes);
   if (in.Failed()) return std::nullopt;

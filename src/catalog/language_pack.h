@@ -37,7 +37,7 @@ struct PackHeader {
   std::span<const u8> contents;  // from the size of the unpacked catalog on
 };
 
-// Nothing when the image is shorter than 21 bytes, without the magic or ends within the name.
+// Nothing when the image is without the magic or ends within the name.
 std::optional<PackHeader> ReadPackHeader(std::span<const u8> image);
 
 // The catalog of a pack's contents, its magic included. Empty when the size is out of range, when
