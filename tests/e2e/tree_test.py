@@ -294,6 +294,8 @@ class TreeTest(program.ProgramTest):
                 blank(name, sectors, *written)
                 self.assertEqual(places(self.children(name)), places_there)
                 self.assertEqual(self.call("tree", name).stderr, b"")
+        overwrite("tiny.img", 0, table.replace(b"\x83", b"\5", 1))  # that container lacks its table
+        self.assertIn(b"could not be read or understood", self.call("tree", "tiny.img").stderr)
 
 
 if __name__ == "__main__":

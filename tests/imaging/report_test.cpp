@@ -85,6 +85,13 @@ TEST(Report, TheStepsOfTimeDiffer) {
   }
 }
 
+TEST(RescueWords, CountsASectorThatFailedTwiceOnce) {
+  RescueHistory history;
+  history.triedTogether.Add({0, 10});
+  history.triedAlone.Add({6, 10});
+  EXPECT_EQ(TriedSectors(history), 16u);
+}
+
 TEST(RescueWords, SaysWhatIsKnown) {
   const struct {
     ProgressFacts progress;

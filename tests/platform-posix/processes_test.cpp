@@ -3,6 +3,7 @@
 #include <csignal>
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -18,12 +19,20 @@ namespace {
 TEST(HelperProcess, IsWaitedForWithinItsLimits) {
   const std::atomic<bool> stop{true};
   const auto pauses = [](HelperLine&) { pause(); };
+  const auto takes = [](size_t bytes) {
+    return [bytes](HelperLine& line) {
+      const void* room = mmap(nullptr, bytes, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+      if (room != MAP_FAILED) line.Send("x", 1);
+    };
+  };
   const struct {
     const char* name;
     std::function<void(HelperLine&)> work;
     HelperLimits limits;
     bool answers;
   } cases[] = {
+      {"takes what it may", takes(60 << 20), {1 << 26, 60, 60}, true},
+      {"takes more", takes(65 << 20), {1 << 26, 60, 60}, false},
       {"answers late",
        [](HelperLine& line) {
          SleepMilliseconds(200);
