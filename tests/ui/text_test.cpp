@@ -68,7 +68,7 @@ TEST(ProgressText, SaysWhatIsKnown) {
       {"at the start", {-1, 0.2}, "Starting..."},
       {"at the start of a known length", {0, 0.9}, "Starting..."},
       {"unknown length", {-1, 75}, "Copy 00:01:15"},
-      {"nothing done yet", {0, 2}, "Copy 00:00:02"},
+      {"nothing done yet", {0, 1}, "Copy 00:00:01"},
       {"a quarter", {0.25, 3600}, "Copy 25.0% 01:00:00 left 03:00:00"},
       {"resumed at a half", {0.75, 3600, 0.5}, "Copy 75.0% 01:00:00 left 01:00:00"},
       {"resumed, nothing done yet", {0.5, 2, 0.5}, "Copy 00:00:02"},
