@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
 
-// What becomes of devices that are built on others, by trees like those in /sys.
+// What becomes of devices that are built on others, and what disks tell of themselves, by trees
+// like those in /sys.
 
 #include "platform/posix/block_state.h"
 
 #include <filesystem>
 #include <map>
 
+#include <fmt/core.h>
 #include <gtest/gtest.h>
 
 #include "fakes/temp_folder.h"
+#include "platform/posix/storage_descriptor.h"
 
 namespace larkspur::platform {
 namespace {
@@ -122,6 +125,53 @@ TEST_F(BlockState, TheFileOfALoopDevice) {
   EXPECT_EQ(State("loop0"), kThere) << "a path of elsewhere tells nothing";
   Make("loop0", {{"size", "100"}, {"loop/backing_file", file + " (deleted)"}});
   EXPECT_EQ(State("loop0"), kGone);
+}
+
+using DiskFacts = BlockState;
+
+TEST_F(DiskFacts, ComeFromWhereEachBusKeepsThem) {
+  const struct {
+    const char* folder;
+    std::map<std::string, std::string> files;
+    const char* facts;
+  } cases[] = {
+      {"ata1/sda",
+       {{"removable", "0"},
+        {"device/vendor", "ATA"},
+        {"device/model", "WD10"},
+        {"device/rev", "1A01"},
+        {"device/vpd_pg80", "head  WD-7 "},
+        {"device/serial", "other"}},
+       "0 |ATA|WD10|1A01|WD-7| 11"},
+      {"usb1/1-1/sdb",
+       {{"removable", "1"},
+        {"device/vendor", "Kingston"},
+        {"device/model", "Stick"},
+        {"device/vpd_pg80", "head"},
+        {"../idVendor", "0951"},
+        {"../idProduct", "1666"},
+        {"../serial", " \tE0D5 "}},
+       "1 |Kingston|Stick||E0D5|USB\\VID_0951&PID_1666 7"},
+      {"nvme0/nvme0n1",
+       {{"device/vendor", "0x144d"},
+        {"device/model", "970"},
+        {"device/firmware_rev", "2B"},
+        {"device/serial", "  "},
+        {"serial", "not this"}},
+       "0 ||970|2B|| 17"},
+      {"mmc_host/mmcblk0",
+       {{"device/type", "SD"}, {"device/name", "SL16G"}, {"device/vendor", "7"}, {"serial", "9"}},
+       "0 |7|SL16G||9| 12"},
+      {"mmc_host/mmcblk1", {{"device/type", "MMC"}, {"device/vendor", "7"}}, "0 ||||| 13"},
+  };
+  for (const auto& c : cases) {
+    Make(c.folder, c.files);
+    const SysBlock block = SysBlock::InFolder(m_root / c.folder);
+    const DescriptorFacts facts = FactsOf(block);
+    EXPECT_EQ(fmt::format("{} |{}|{}|{}|{}|{} {}", facts.isRemovable ? 1 : 0, facts.vendor,
+                          facts.product, facts.revision, facts.serial, UsbIdOf(block), facts.bus),
+              c.facts);
+  }
 }
 
 // Nothing follows a circle for ever.
