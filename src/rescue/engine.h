@@ -142,6 +142,7 @@ class Engine {
   void SettleSlip(SectorRange range);
   void LogFailure(const Asked& asked);
   void AliveNow();
+  void FailedNow(const Asked& asked);
   void CountAsked(SectorRange range);
 
   // Proof of life.

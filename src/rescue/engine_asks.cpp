@@ -175,7 +175,7 @@ void Engine::SettleFailure(const Asked& asked) {
   const AskOutcome& outcome = asked.outcome;
   LogFailure(asked);
   ++m_failures;
-  if (m_failuresInRow++ == 0) m_firstFailure = m_clock->Seconds() - asked.seconds;
+  FailedNow(asked);
   const SectorRange rest{asked.range.first + outcome.delivered,
                          asked.range.count - outcome.delivered};
   switch (outcome.kind) {

@@ -55,6 +55,10 @@ void Engine::AliveNow() {
   m_progress.domain.missing -= std::min(marked, planned);
 }
 
+void Engine::FailedNow(const Asked& asked) {
+  if (m_failuresInRow++ == 0) m_firstFailure = m_clock->Seconds() - asked.seconds;
+}
+
 bool Engine::NeedsProof() {
   if (m_failuresInRow == 0 || IsStopping() || !m_queue.IsEmpty()) return false;
   return m_failuresInRow >= m_options.maxFailures || RowSeconds() >= kMostUnclearSeconds;
@@ -235,8 +239,9 @@ FailureKind Engine::ProveBy(const Witness& asking) {
     if (isAlive) {
       m_silence.End(kind == FailureKind::kMedium);
       AliveNow();
+    } else {
+      FailedNow(asked);
     }
-    if (!isAlive && m_failuresInRow++ == 0) m_firstFailure = m_clock->Seconds() - asked.seconds;
     if (kind == FailureKind::kGone) EndOrWake(StopReason::kGone, asked.outcome.code);
   } else if (StoreAnswers(answers)) {
     Settle(asked);
