@@ -126,7 +126,7 @@ void Engine::Image() {
   u32 idlePasses = 0;
   bool isWoken = false;
   do {
-    const u64 before = m_ledger.Left();
+    const u64 before = m_ledger.Left(), causes = m_silence.Causes();
     Scan(Phase::kSweep, forward, Skip::kNothing, all);
     if (m_options.scrape) {
       Trim();
@@ -134,7 +134,8 @@ void Engine::Image() {
     }
     AskWitnesses();
     isWoken = !IsStopping() && !m_ledger.refused.IsEmpty() && !Prove();
-    idlePasses = m_ledger.Left() < before ? 0 : idlePasses + 1;
+    const bool isIdle = m_ledger.Left() >= before && m_silence.Causes() == causes;
+    idlePasses = isIdle ? idlePasses + 1 : 0;
   } while (!IsStopping() && m_ledger.Left() > 0 &&
            (isWoken || idlePasses < (m_options.scrape ? kMostIdlePasses : 1)));
   // What is left failed without the medium's doing: does the disk still answer at all?

@@ -43,6 +43,8 @@ class Silence {
   // often that was so since the last silence.
   void Confirm() { ++m_confirmed; }
   u32 Confirmed() const { return m_confirmed; }
+  // How many sectors are known to have begun one. Such a sector is marked when it does so again.
+  u64 Causes() const { return m_began.Sectors(); }
 
   // Tells the log at once, as people kill what hangs. `isOld`: the disk was silent before anything
   // was refused.

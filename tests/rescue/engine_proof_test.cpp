@@ -204,19 +204,23 @@ TEST_F(EngineProofTest, ADiskThatComesBackByItselfLosesNothingOfWhatIsWanted) {
 
 // A floppy disk, or a card of less: few witnesses fit in.
 TEST_F(EngineProofTest, ASmallDiskThatComesBackByItselfLosesNothing) {
-  fakes::RandomSource random(kUsualSeed);
-  SCOPED_TRACE(random.seed);
-  for (const u64 sectors : {500u, 1000u, 2000u, 2880u, 5000u}) {
-    for (const double seconds : {0.1, 0.5, 4.0}) {
-      SCOPED_TRACE(testing::Message() << sectors << " sectors, " << seconds << " s");
-      StartOver(sectors);
-      for (int i = 0; i < 3; ++i) m_disk.bad.Add({random.Below(sectors - 10), 1 + random.Below(2)});
-      FallSilentAfterFailures(seconds);
-      for (int run = 0; run < 60 && Run() == StopReason::kNotAnswering; ++run) {
-        m_clock.now = m_clock.now + 60;
+  // 1107: pass after pass brings nothing but what begins the silences.
+  for (const u64 seed : {kUsualSeed, u64{1107}}) {
+    fakes::RandomSource random(seed);
+    SCOPED_TRACE(random.seed);
+    for (const u64 sectors : {500u, 1000u, 2000u, 2880u, 5000u}) {
+      for (const double seconds : {0.1, 0.5, 4.0}) {
+        SCOPED_TRACE(testing::Message() << sectors << " sectors, " << seconds << " s");
+        StartOver(sectors);
+        for (int i = 0; i < 3; ++i)
+          m_disk.bad.Add({random.Below(sectors - 10), 1 + random.Below(2)});
+        FallSilentAfterFailures(seconds);
+        for (int run = 0; run < 60 && Run() == StopReason::kNotAnswering; ++run) {
+          m_clock.now = m_clock.now + 60;
+        }
+        EXPECT_EQ(Marked().Intersection(m_disk.bad).Sectors(), Marked().Sectors());
+        ExpectOnlyBadMissing();
       }
-      EXPECT_EQ(Marked().Intersection(m_disk.bad).Sectors(), Marked().Sectors());
-      ExpectOnlyBadMissing();
     }
   }
 }
