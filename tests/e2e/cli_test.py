@@ -285,6 +285,7 @@ class CliTest(program.ProgramTest):
                     widened = -(-end // unit) * unit  # what a physical sector gives is stored whole
                     self.assertEqual(counts["readFromSource"], widened - covered)
                     covered = widened
+                self.refused("reports no serial number", "image", device, cache, status=0)
                 self.call("export", cache, "out.img", "--force")
                 self.assertEqual(pathlib.Path("out.img").read_bytes(), data)
 
