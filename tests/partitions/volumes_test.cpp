@@ -172,7 +172,9 @@ TEST(Luks, RecordsItsHeader) {
             "{luks1 payload 4096 aes-xts-plain64 sha256 key 64 uuid 01234567-89ab}\n");
   DiskBuilder second(65536);
   second.Text(0, 0, "LUKS\xBA\xBE").Be(0, 6, 2, 2).Be(0, 8, 8, 16384).Text(0, 168, "uuid-2");
-  second.Text(8, 0, R"({"segments":{"0":{"offset":"16777216","encryption":"aes-xts-plain64"}}})");
+  second.Text(8, 0,
+              R"({"0":{"offset":"1","encryption":"no"},"all":[null,true,1,-1,0.5,{}],"segments":)"
+              R"({"1":{"offset":"2"},"0":{"offset":"16777216","encryption":"aes-xts-plain64"}}})");
   EXPECT_EQ(second.Tree(),
             "0+65536 32764 \"[unknown]\" luks "
             "{luks2 payload 32768 aes-xts-plain64  key 0 uuid uuid-2}\n");
