@@ -9,9 +9,10 @@
 
 #include "fakes/images.h"
 #include "fakes/temp_folder.h"
+#include "fuzz/targets.h"
 #include "imaging/check.h"
 
-namespace larkspur {
+namespace larkspur::fuzz {
 namespace {
 
 constexpr u64 kMostSectors = 2000;
@@ -38,13 +39,11 @@ std::string HeldBy(const std::vector<u8>& bytes) {
 }
 
 }  // namespace
-}  // namespace larkspur
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  using namespace larkspur;
+std::string RunCheckRepair(std::span<const u8> input) {
   static const fakes::TempFolder folder;
   static const std::u16string path = folder.File(u"disk.kvrsp");
-  const std::vector<u8> before(data, data + size);
+  const std::vector<u8> before(input.begin(), input.end());
   Require(fakes::WriteWholeFile(path, before));
   const auto opened = CheckCache(path, false);
   Require(opened && fakes::ReadWholeFile(path) == before);
@@ -54,11 +53,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Require(repaired.problemCount == found.problemCount);
   if (found.repairableCount == 0) {
     Require(after == before && repaired.repairedCount == 0);
-    return 0;
+    return {};
   }
   Require(HeldBy(after) == HeldBy(before));
   if (repaired.repairedCount == repaired.problemCount) {
     Require(CheckCache(path, false)->problemCount == 0);
   }
-  return 0;
+  return {};
 }
+
+}  // namespace larkspur::fuzz

@@ -10,15 +10,20 @@
 #include <string_view>
 
 #include "base/types.h"
+#include "fuzz/targets.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const larkspur::u8* data, size_t size) {
+namespace larkspur::fuzz {
+
+std::string RunCommandLine(std::span<const u8> input) {
   std::vector<std::string> arguments;
-  std::string_view rest(reinterpret_cast<const char*>(data), size);
+  std::string_view rest = AsText(input);
   while (!rest.empty()) {
     const size_t end = std::min(rest.find('\n'), rest.size());
     arguments.emplace_back(rest.substr(0, end));
     rest.remove_prefix(std::min(end + 1, rest.size()));
   }
-  if (!larkspur::cli::ParseCommandLine(std::move(arguments))) std::abort();
-  return 0;
+  if (!cli::ParseCommandLine(std::move(arguments))) std::abort();
+  return {};
 }
+
+}  // namespace larkspur::fuzz

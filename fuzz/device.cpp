@@ -10,13 +10,17 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <fmt/core.h>
+
 #include "base/byte_reader.h"
+#include "base/path_text.h"
 #include "devices/device_system.h"
 #include "devices/named_win_hd_io.h"
 #include "devices/win_cd_io.h"
 #include "fakes/simulated_drive.h"
+#include "fuzz/targets.h"
 
-namespace larkspur {
+namespace larkspur::fuzz {
 namespace {
 
 constexpr u32 kReadSectors = 40;
@@ -24,7 +28,7 @@ constexpr u32 kReadSectors = 40;
 // Takes the input from its front; past its end there are zeros.
 class Input {
  public:
-  Input(const u8* data, size_t size) : m_left(data, size) {}
+  explicit Input(std::span<const u8> input) : m_left(input) {}
 
   std::vector<u8> Take(size_t count) {
     std::vector<u8> bytes(count);
@@ -73,46 +77,50 @@ void ReplyFrom(Input* input, fakes::SimulatedDrive* drive) {
 }
 
 // False when a device that lied about its sector size made the object ask in other units.
-bool Use(cBaseIO* io, const fakes::SimulatedDrive& drive) {
+bool Use(cBaseIO* io, const fakes::SimulatedDrive& drive, std::string* told) {
   std::vector<u8> buffer(kReadSectors * kSectorBytes + 1, 0xA5);
   for (const u64 sector : {u64{0}, u64{3}, io->GetSectorCount() / 2, io->GetSectorCount() - 1}) {
     io->SetPosition(sector);
-    if (io->Read(buffer.data(), kReadSectors) > kReadSectors) std::abort();
-    if (buffer.back() != 0xA5) std::abort();
+    const u32 got = io->Read(buffer.data(), kReadSectors);
+    if (got > kReadSectors || buffer.back() != 0xA5) std::abort();
+    *told += fmt::format("{} at {}\n", got, sector);
   }
-  char16_t text[70];
+  char16_t text[70] = {};
   text[69] = u'!';
   io->GetDescription(text, 69);
   if (text[69] != u'!') std::abort();
-  io->GetName();
+  *told += fmt::format("{}, {}, kind {}\n", Utf8FromWide(text), Utf8FromWide(io->GetName()),
+                       io->GetTypeId());
   const Owned<cBaseIO> clone(io->Clone());
   u32 geometry[3];
   return io->GetGeometry(geometry) && geometry[0] == drive.sectorBytes;
 }
 
 }  // namespace
-}  // namespace larkspur
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  using namespace larkspur;
-  Input input(data, size);
+std::string RunDevice(std::span<const u8> input) {
+  Input given(input);
   fakes::SimulatedDevices devices;
   const cDevicesInstead instead(&devices);
-  fakes::SimulatedDrive* drive = MakeDrive(input, &devices);
-  ReplyFrom(&input, drive);
+  fakes::SimulatedDrive* drive = MakeDrive(given, &devices);
+  ReplyFrom(&given, drive);
   bool knowsSectors = true;
+  std::string told;
   if (drive->isOptical) {
     cWinCDIO io;
     const cNumberedDeviceResource letter(u'E');
-    if (io.Open(&letter, true)) knowsSectors = Use(&io, *drive);
+    if (io.Open(&letter, true)) knowsSectors = Use(&io, *drive, &told);
   } else {
     cNamedWinHDIO io;
     const cNamedFileResource path(u"\\\\.\\E:");
-    if (io.Open(&path, false)) knowsSectors = Use(&io, *drive);
+    if (io.Open(&path, false)) knowsSectors = Use(&io, *drive, &told);
   }
   if (knowsSectors && !devices.Faults().empty()) {
     std::fprintf(stderr, "%s", devices.Faults().c_str());
     std::abort();
   }
-  return 0;
+  for (const std::string& line : drive->log) told += line + "\n";
+  return told;
 }
+
+}  // namespace larkspur::fuzz

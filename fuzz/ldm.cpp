@@ -8,11 +8,13 @@
 #include <memory>
 
 #include "fakes/ldm_disk.h"
+#include "fakes/tree_text.h"
+#include "fuzz/targets.h"
 #include "partitions/detection.h"
 #include "partitions/ldm_database.h"
 #include "partitions/type_names.h"
 
-namespace larkspur {
+namespace larkspur::fuzz {
 namespace {
 
 // The first `count` bytes of the input, and zeros where it has less, at a sector.
@@ -25,14 +27,11 @@ void Put(std::span<const u8>* input, size_t count, u64 sector, fakes::MemoryStor
 }
 
 }  // namespace
-}  // namespace larkspur
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  using namespace larkspur;
+std::string RunLdm(std::span<const u8> input) {
   constexpr size_t kMaxDatabase = size_t{16} << 10;
   const u64 config = fakes::LdmDisk().ConfigStart();
   static const auto store = fakes::MakeStore(fakes::LdmDisk::kSectors);  // zeroed once
-  std::span<const u8> input(data, size);
   Put(&input, kSectorBytes, 6, store.get());
   Put(&input, kSectorBytes, config + 2, store.get());
   Put(&input, kMaxDatabase, config + 17, store.get());
@@ -45,5 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   AppendToTree(byType.Head(), node);
   SetNode(*node, disk.get(), 0, 1, kTypeLdmLink);
   DetectPartitionContents(node, false);
-  return 0;
+  return fakes::TreeText(tree.Root()) + fakes::TreeText(byType.Root());
 }
+
+}  // namespace larkspur::fuzz

@@ -9,9 +9,12 @@
 #include <cstdlib>
 #include <string>
 
+#include <fmt/core.h>
+
+#include "fuzz/targets.h"
 #include "partitions/lvm2_volumes.h"
 
-namespace larkspur {
+namespace larkspur::fuzz {
 namespace {
 
 constexpr char kOwnId[] = "00000011112222333344445555666666";
@@ -27,19 +30,22 @@ void Walk(const Lvm2Text& text, Lvm2Text::Section section) {
 }
 
 }  // namespace
-}  // namespace larkspur
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  using namespace larkspur;
-  const Lvm2Text text(std::string(reinterpret_cast<const char*>(data), size));
+std::string RunLvm2Text(std::span<const u8> input) {
+  const Lvm2Text text{std::string(AsText(input))};
   Walk(text, Lvm2Text::kRoot);
-  Lvm2SequenceNumber(text);
+  std::string told = fmt::format("number {}", Lvm2SequenceNumber(text));
   const auto volume = FindPhysicalVolume(text, kOwnId);
-  if (!volume) return 0;
+  if (!volume) return told;
   if (volume->extentSectors == 0) std::abort();
+  told += fmt::format(" extents of {} from {}", volume->extentSectors, volume->firstExtentSector);
   for (const Lvm2Piece& piece : volume->pieces) {
     const bool isCounted = piece.count > 0 && piece.first + piece.count > piece.first;
     if (!isCounted || piece.set.columns <= piece.set.index) std::abort();
+    told += fmt::format(" {}+{} {} of {}", piece.first, piece.count, piece.set.index,
+                        piece.set.columns);
   }
-  return 0;
+  return told;
 }
+
+}  // namespace larkspur::fuzz

@@ -8,13 +8,17 @@
 #include <cstdlib>
 #include <sstream>
 
+#include <fmt/core.h>
+
+#include "fuzz/targets.h"
 #include "imaging/import.h"
 
+namespace larkspur::fuzz {
 namespace {
 
-void CheckOrder(const std::vector<larkspur::SectorRange>& ranges) {
-  larkspur::u64 end = 0;
-  for (const larkspur::SectorRange& range : ranges) {
+void CheckOrder(const std::vector<SectorRange>& ranges) {
+  u64 end = 0;
+  for (const SectorRange& range : ranges) {
     if (range.count == 0 || range.first < end) std::abort();
     end = range.End();
   }
@@ -22,13 +26,18 @@ void CheckOrder(const std::vector<larkspur::SectorRange>& ranges) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t count) {
-  using namespace larkspur;
-  std::istringstream in(std::string(reinterpret_cast<const char*>(bytes), count));
+std::string RunMapfile(std::span<const u8> input) {
+  std::istringstream in{std::string(AsText(input))};
   const auto blocks = ParseMapfile(in);
-  if (!blocks) return 0;
-  CheckOrder(FinishedSectors(*blocks));
+  if (!blocks) return fmt::format("line {}: {}", blocks.error().line, blocks.error().detail);
   const ImportPlan plan = PlanImport(*blocks);
-  for (const auto* list : {&plan.present, &plan.unreadable, &plan.tried}) CheckOrder(*list);
-  return 0;
+  std::string told = fmt::format("{} sectors and {} bytes", plan.sectors, plan.trailingBytes);
+  for (const auto& list : {FinishedSectors(*blocks), plan.present, plan.unreadable, plan.tried}) {
+    CheckOrder(list);
+    told += '\n';
+    for (const SectorRange& range : list) told += fmt::format(" {}+{}", range.first, range.count);
+  }
+  return told;
 }
+
+}  // namespace larkspur::fuzz

@@ -9,35 +9,37 @@
 
 #include <zlib.h>
 
+#include "base/path_text.h"
 #include "catalog/message_catalog.h"
 #include "catalog/pack_builder.h"
+#include "fuzz/targets.h"
 
-namespace larkspur {
+namespace larkspur::fuzz {
 namespace {
 
-// Reads every unit that the catalog holds for the keys of the seeds.
-size_t Touch(const cMessageCatalog& catalog) {
-  size_t units = 0;
+// What the catalog holds for the keys of the seeds.
+std::u16string TextsOf(const cMessageCatalog& catalog) {
+  std::u16string all;
   for (const char* key : {"a", "bad", "good", "raid::main", ""}) {
     const MessageTexts* const texts = catalog.Find(key);
     if (!texts) continue;
-    for (const cWideString& text : *texts) units += text.View().size();
+    for (const cWideString& text : *texts) (all += text.View()) += u'|';
   }
-  return units;
+  return all;
 }
 
 }  // namespace
-}  // namespace larkspur
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  using namespace larkspur;
+std::string RunPack(std::span<const u8> input) {
   cMessageCatalog whole({}, {}, {});
-  whole.LoadPack({data, size});
-  Touch(whole);
+  whole.LoadPack(input);
 
   cMessageCatalog catalog({}, {}, {});
-  const std::string pack = fakes::Pack(std::string(reinterpret_cast<const char*>(data), size));
+  const std::string pack = fakes::Pack(std::string(AsText(input)));
   catalog.LoadPack({reinterpret_cast<const u8*>(pack.data()), pack.size()});
-  if (Touch(catalog) > size) std::abort();  // no unit without a byte after it
-  return 0;
+  const std::u16string texts = TextsOf(catalog);
+  if (texts.size() > 2 * input.size()) std::abort();  // no unit without a byte before it
+  return Utf8FromWide(TextsOf(whole) + texts);
 }
+
+}  // namespace larkspur::fuzz

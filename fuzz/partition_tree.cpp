@@ -9,35 +9,40 @@
 
 #include "fakes/listed_sectors.h"
 #include "fakes/tree_text.h"
+#include "fuzz/targets.h"
 #include "imaging/tree_words.h"
 #include "partitions/detection.h"
 #include "partitions/place.h"
 
-namespace larkspur {
+namespace larkspur::fuzz {
 namespace {
 
-// What is noted is put into words, and every place is found again.
-void BuildWithNotes(cBaseIO* disk) {
+// What is noted of a node and all below it, in words; every place is found again.
+void AppendNotes(const cPartTreeItem& root, const cPartTreeItem& node, const TreeNotes& notes,
+                 const std::string& place, std::string* told) {
+  if (FindNode(root, place) != &node) std::abort();
+  for (const Note& note : notes.Of(node)) *told += place + ": " + NoteText(note) + "\n";
+  size_t number = 0;
+  for (const cPartTreeItem* child = node.FirstChild(); child; child = child->Next()) {
+    AppendNotes(root, *child, notes, ChildPlace(place, ++number), told);
+  }
+}
+
+std::string LookWithNotes(cBaseIO* disk, bool fromBackupGpt) {
   PartitionTree tree;
   TreeNotes notes;
-  BuildPartitionTree(tree.Head(), disk, {.notes = &notes});
-  std::string place;
-  for (const cPartTreeItem* node = tree.Root(); node; node = node->FirstChild()) {
-    for (const Note& note : notes.Of(*node)) NoteText(note);
-    if (FindNode(*tree.Root(), place) != node) std::abort();
-    place = ChildPlace(place, 1);
-  }
-  PartitionTree fromBackup;
-  BuildPartitionTree(fromBackup.Head(), disk, {.notes = &notes, .fromBackupGpt = true});
+  BuildPartitionTree(tree.Head(), disk, {.notes = &notes, .fromBackupGpt = fromBackupGpt});
+  std::string told = fakes::TreeText(tree.Root());
+  if (tree.Root()) AppendNotes(*tree.Root(), *tree.Root(), notes, "", &told);
+  return told;
 }
 
 }  // namespace
-}  // namespace larkspur
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  if (size < larkspur::fakes::cListedSectors::kHeaderBytes) return 0;
-  larkspur::fakes::cListedSectors disk({data, size});
-  larkspur::fakes::TreeText(&disk);
-  larkspur::BuildWithNotes(&disk);
-  return 0;
+std::string RunPartitionTree(std::span<const u8> input) {
+  if (input.size() < fakes::cListedSectors::kHeaderBytes) return {};
+  fakes::cListedSectors disk(input);
+  return fakes::TreeText(&disk) + LookWithNotes(&disk, false) + LookWithNotes(&disk, true);
 }
+
+}  // namespace larkspur::fuzz

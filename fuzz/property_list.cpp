@@ -8,14 +8,26 @@
 
 #include <cstdlib>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  using namespace larkspur;
-  const PropertyList list(std::span<const u8>(data, size));
+#include "fuzz/targets.h"
+
+namespace larkspur::fuzz {
+
+std::string RunPropertyList(std::span<const u8> input) {
+  const PropertyList list(input);
+  std::string told;
   for (const char* key : {"AppleRAID-Members", "AppleRAID-LevelName", "AppleRAID-ChunkCount",
                           "AppleRAID-ChunkSize", "AppleRAID-MemberIndex", "AppleRAID-SetName"}) {
-    const int kinds = int{list.Text(key).has_value()} + int{list.Number(key).has_value()} +
-                      int{list.Texts(key).has_value()};
+    const auto text = list.Text(key);
+    const auto number = list.Number(key);
+    const auto texts = list.Texts(key);
+    const int kinds = int{text.has_value()} + int{number.has_value()} + int{texts.has_value()};
     if (kinds > (list.IsEmpty() ? 0 : 1)) std::abort();
+    if (text) told += *text;
+    if (number) told += std::to_string(*number);
+    for (const std::string& each : texts.value_or(std::vector<std::string>())) told += each + ",";
+    told += '|';
   }
-  return 0;
+  return told;
 }
+
+}  // namespace larkspur::fuzz

@@ -6,14 +6,19 @@
 
 #include <cstdlib>
 
+#include <fmt/core.h>
+
+#include "fuzz/targets.h"
+#include "imaging/rescue_words.h"
 #include "rescue/rescue_history.h"
 
+namespace larkspur::fuzz {
 namespace {
 
-constexpr larkspur::u64 kSectors = 100000;
+constexpr u64 kSectors = 100000;
 
-larkspur::RescueHistory Read(std::string_view text, size_t piece) {
-  larkspur::HistoryReader reader(kSectors, "boot");
+RescueHistory Read(std::string_view text, size_t piece) {
+  HistoryReader reader(kSectors, "boot");
   for (; text.size() > piece; text.remove_prefix(piece)) reader.Feed(text.substr(0, piece));
   reader.Feed(text);
   return reader.Finish();
@@ -25,14 +30,22 @@ void Check(bool holds) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t count) {
-  const std::string_view text(reinterpret_cast<const char*>(bytes), count);
-  const larkspur::RescueHistory whole = Read(text, count + 1), pieces = Read(text, 13);
-  for (const auto* set : {&whole.triedTogether, &whole.triedAlone, &whole.storing}) {
+std::string RunRescueLog(std::span<const u8> input) {
+  const std::string_view text = AsText(input);
+  const RescueHistory whole = Read(text, text.size() + 1), pieces = Read(text, 13);
+  std::string told = HistoryText(whole) + whole.boot + whole.medium;
+  for (const auto* set :
+       {&whole.triedTogether, &whole.triedAlone, &whole.storing, &whole.beganSilence}) {
     Check(!set->NextFrom(kSectors));
+    set->Visit(
+        [&told](SectorRange range) { told += fmt::format(" {}+{}", range.first, range.count); });
+    told += '\n';
   }
   Check(whole.lines == pieces.lines && whole.wrongLines == pieces.wrongLines);
   Check(whole.triedTogether.Sectors() == pieces.triedTogether.Sectors());
   Check(whole.runs.size() == pieces.runs.size());
-  return 0;
+  return told + fmt::format("{}{}{}{} {} {} {}", whole.ended, whole.syncFailed, whole.wasSilent,
+                            whole.cameBack, whole.stamp, whole.points.size(), whole.firstWrongLine);
 }
+
+}  // namespace larkspur::fuzz

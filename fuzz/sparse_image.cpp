@@ -7,10 +7,13 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include <fmt/core.h>
+
 #include "fakes/images.h"
+#include "fuzz/targets.h"
 #include "io/bit_map.h"
 
-namespace larkspur {
+namespace larkspur::fuzz {
 namespace {
 
 constexpr u32 kMostSectors = 1100;
@@ -24,27 +27,32 @@ void Require(bool condition) {
 // Numbers from the end of the input, so that they do not move what the file says.
 class Choices {
  public:
-  Choices(const u8* data, size_t size) : m_data(data), m_left(size) {}
+  explicit Choices(std::span<const u8> input) : m_left(input) {}
 
   u64 Next(int bytes) {
     u64 value = 0;
-    for (; bytes > 0 && m_left > 0; --bytes) value = value << 8 | m_data[--m_left];
+    for (; bytes > 0 && !m_left.empty(); --bytes) {
+      value = value << 8 | m_left.back();
+      m_left = m_left.first(m_left.size() - 1);
+    }
     return value;
   }
 
  private:
-  const u8* m_data;
-  size_t m_left;
+  std::span<const u8> m_left;
 };
 
-void VisitAll(cKVRSparseIO* image) {
-  u64 told = 0;
-  image->VisitExtents(0, ~u64{0}, [&told](u64 start, u64 sectors, SectorStatus) {
-    Require(start == told && sectors > 0);
-    told += sectors;
+std::string ExtentsOf(cKVRSparseIO* image) {
+  std::string told;
+  u64 end = 0;
+  image->VisitExtents(0, ~u64{0}, [&](u64 start, u64 sectors, SectorStatus status) {
+    Require(start == end && sectors > 0);
+    end += sectors;
+    told += fmt::format(" {}x{}", sectors, static_cast<int>(status));
     return true;
   });
-  Require(told == image->GetSectorCount());
+  Require(end == image->GetSectorCount());
+  return told;
 }
 
 void ReadSome(cKVRSparseIO* image, u64 first, u32 count, std::vector<u8>* buffer) {
@@ -69,22 +77,25 @@ void UseImage(cKVRSparseIO* image, Choices choices) {
 }
 
 }  // namespace
-}  // namespace larkspur
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  using namespace larkspur;
+std::string RunSparseImage(std::span<const u8> input) {
+  std::string told;
   for (const bool readOnly : {true, false}) {
-    const auto store = fakes::StoreOf({data, data + size});
+    const auto store = fakes::StoreOf({input.begin(), input.end()});
     store->limitBytes = kFileLimit;
     const auto image = fakes::OpenImage(store, readOnly);
-    if (!image) return 0;
-    VisitAll(image.get());
-    UseImage(image.get(), Choices(data, size));
-    VisitAll(image.get());
+    if (!image) return {};
+    told += ExtentsOf(image.get());
+    UseImage(image.get(), Choices(input));
+    told += ExtentsOf(image.get());
     const Owned<cBaseIO> clone(image->Clone());
     Require(clone && clone->IsSameAs(image.get()));
-    Require(store->bytes.size() <= std::max<size_t>(kFileLimit, size));
-    if (readOnly) Require(std::equal(store->bytes.begin(), store->bytes.end(), data, data + size));
+    Require(store->bytes.size() <= std::max<size_t>(kFileLimit, input.size()));
+    if (readOnly)
+      Require(std::equal(store->bytes.begin(), store->bytes.end(), input.begin(), input.end()));
+    told += fmt::format(" in {} bytes\n", store->bytes.size());
   }
-  return 0;
+  return told;
 }
+
+}  // namespace larkspur::fuzz

@@ -10,7 +10,11 @@
 #include <string>
 #include <vector>
 
-namespace larkspur {
+#include "base/endian.h"
+#include "base/path_text.h"
+#include "fuzz/targets.h"
+
+namespace larkspur::fuzz {
 namespace {
 
 std::u16string Read(const std::string& bytes, u32 page) {
@@ -32,20 +36,19 @@ std::string Write(const std::u16string& text, u32 page) {
 }
 
 }  // namespace
-}  // namespace larkspur
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  using namespace larkspur;
-  if (size == 0) return 0;
-  const u32 page = KnownCodePages()[data[0] % KnownCodePages().size()].number;
-  const std::string bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
-  const std::string written = Write(Read(bytes, page), page);
+std::string RunText(std::span<const u8> input) {
+  if (input.empty()) return {};
+  const u32 page = KnownCodePages()[input[0] % KnownCodePages().size()].number;
+  const std::string bytes(AsText(input.subspan(1)));
+  const std::u16string read = Read(bytes, page);
+  const std::string written = Write(read, page);
   if (Write(Read(written, page), page) != written) std::abort();
   std::u16string any(bytes.size() / 2, u'\0');
-  for (size_t i = 0; i < any.size(); ++i) {
-    any[i] = static_cast<char16_t>(static_cast<u8>(bytes[2 * i]) | data[2 * i + 2] << 8);
-  }
+  for (size_t i = 0; i < any.size(); ++i) any[i] = LoadLe16(&input[1 + 2 * i]);
   const std::string once = Write(any, page);
   if (Write(Read(once, page), page) != once) std::abort();
-  return 0;
+  return Utf8FromWide(read) + written + once;
 }
+
+}  // namespace larkspur::fuzz

@@ -8,11 +8,14 @@
 #include <cstring>
 #include <string_view>
 
+#include <fmt/core.h>
+
 #include "fakes/said_line.h"
 #include "files/walk.h"
 #include "files/walker.h"
+#include "fuzz/targets.h"
 
-namespace larkspur {
+namespace larkspur::fuzz {
 namespace {
 
 constexpr SectorRange kVolume{100, 5000};
@@ -37,36 +40,49 @@ class HalfStorage final : public WalkedStorage {
   }
 };
 
-WalkEvents CheckedEvents(bool withUsed) {
+void Append(SectorRange range, std::string* told) {
+  CheckInside(range);
+  *told += fmt::format(" {}+{}", range.first, range.count);
+}
+
+void AppendPath(const std::string& path, std::string* told) {
+  Check(path.starts_with('/') && path.find('\0') == std::string::npos);
+  *told += path;
+}
+
+WalkEvents CheckedEvents(bool withUsed, std::string* told) {
   WalkEvents events;
-  events.opened = [](const std::string& kind, const std::string&) {
+  const auto append = [told](SectorRange range) { Append(range, told); };
+  events.opened = [told](const std::string& kind, const std::string& label) {
     Check(kind.find('\0') == std::string::npos);
+    *told += kind + label;
   };
-  const auto checkPath = [](const std::string& path) {
-    Check(path.starts_with('/') && path.find('\0') == std::string::npos);
+  events.file = [=](const FoundFile& file) {
+    AppendPath(file.path, told);
+    *told += fmt::format(" {} {} {}", file.size, file.deleted, file.known);
+    for (const SectorRange& area : file.areas) append(area);
+    file.lacking.Visit(append);
   };
-  events.file = [checkPath](const FoundFile& file) {
-    checkPath(file.path);
-    for (const SectorRange& area : file.areas) CheckInside(area);
-    file.lacking.Visit(CheckInside);
+  events.damaged = [=](const DamagedPart& part) {
+    if (!part.path.empty()) AppendPath(part.path, told);
+    part.lacking.Visit(append);
   };
-  events.damaged = [checkPath](const DamagedPart& part) {
-    if (!part.path.empty()) checkPath(part.path);
-    part.lacking.Visit(CheckInside);
-  };
-  if (withUsed) events.used = CheckInside;
+  if (withUsed) events.used = append;
   return events;
 }
 
 }  // namespace
-}  // namespace larkspur
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t count) {
-  using namespace larkspur;
+std::string RunWalkLine(std::span<const u8> input) {
+  std::string told;
   for (const bool withUsed : {false, true}) {
-    fakes::SaidLine line({reinterpret_cast<const char*>(bytes), count});
+    fakes::SaidLine line(AsText(input));
     HalfStorage storage;
-    ServeWalk(line, &storage, kVolume.first, kVolume.count, CheckedEvents(withUsed));
+    const WalkEnd end =
+        ServeWalk(line, &storage, kVolume.first, kVolume.count, CheckedEvents(withUsed, &told));
+    told += fmt::format(" end {}\n", static_cast<int>(end));
   }
-  return 0;
+  return told;
 }
+
+}  // namespace larkspur::fuzz
