@@ -13,7 +13,6 @@
 #include <fmt/core.h>
 
 #include "base/byte_reader.h"
-#include "base/path_text.h"
 #include "devices/device_system.h"
 #include "devices/named_win_hd_io.h"
 #include "devices/win_cd_io.h"
@@ -76,6 +75,15 @@ void ReplyFrom(Input* input, fakes::SimulatedDrive* drive) {
   };
 }
 
+// The rest of it is read by the system's code page.
+std::string AsciiOf(std::u16string_view text) {
+  std::string ascii;
+  for (const char16_t unit : text) {
+    if (unit < 0x80) ascii += static_cast<char>(unit);
+  }
+  return ascii;
+}
+
 // False when a device that lied about its sector size made the object ask in other units.
 bool Use(cBaseIO* io, const fakes::SimulatedDrive& drive, std::string* told) {
   std::vector<u8> buffer(kReadSectors * kSectorBytes + 1, 0xA5);
@@ -89,8 +97,7 @@ bool Use(cBaseIO* io, const fakes::SimulatedDrive& drive, std::string* told) {
   text[69] = u'!';
   io->GetDescription(text, 69);
   if (text[69] != u'!') std::abort();
-  *told += fmt::format("{}, {}, kind {}\n", Utf8FromWide(text), Utf8FromWide(io->GetName()),
-                       io->GetTypeId());
+  *told += fmt::format("{}, {}, kind {}\n", AsciiOf(text), AsciiOf(io->GetName()), io->GetTypeId());
   const Owned<cBaseIO> clone(io->Clone());
   u32 geometry[3];
   return io->GetGeometry(geometry) && geometry[0] == drive.sectorBytes;

@@ -64,7 +64,8 @@ void ReadSome(cKVRSparseIO* image, u64 first, u32 count, std::vector<u8>* buffer
 }
 
 void UseImage(cKVRSparseIO* image, Choices choices) {
-  std::vector<u8> buffer((kMostSectors + 1) * kSectorBytes, 0xEE);
+  static std::vector<u8> buffer((kMostSectors + 1) * kSectorBytes);  // made once
+  std::fill(buffer.begin(), buffer.end(), u8{0xEE});
   for (int step = 0; step < kSteps; ++step) {
     const u64 first = choices.Next(step % 2 ? 8 : 2);
     const u32 count = static_cast<u32>(choices.Next(2) % kMostSectors) + 1;

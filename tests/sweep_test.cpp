@@ -106,7 +106,7 @@ TEST_P(SweepTest, NothingBreaksAndAllStaysAsItIs) {
 
 INSTANTIATE_TEST_SUITE_P(
     Seeds, SweepTest,
-    testing::Values(Sweep{"device", fuzz::RunDevice, 0x4AC6791C5CCEE09C},
+    testing::Values(Sweep{"device", fuzz::RunDevice, 0x0651FEDA6AE77994},
                     Sweep{"ldm", fuzz::RunLdm, 0xCD626DC91B690952},
                     Sweep{"lvm2_text", fuzz::RunLvm2Text, 0xA79FDDEF05E4C2EA},
                     Sweep{"mapfile", fuzz::RunMapfile, 0x02EBC21D00DEEDF6},
