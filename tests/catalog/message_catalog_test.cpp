@@ -135,29 +135,6 @@ TEST_F(Catalog, KeepsWhatCameBeforeTheDamage) {
   EXPECT_EQ(Dump("new"), "") << "known and empty";
 }
 
-TEST_F(Catalog, EveryTruncationIsRefused) {
-  const std::string pack = Pack(Section("a", Body({{"one"}, {"two"}})));
-  for (size_t length = 0; length < pack.size(); ++length) {
-    EXPECT_FALSE(Load(pack.substr(0, length))) << length;
-    EXPECT_EQ(Dump("a"), "-") << length;
-  }
-}
-
-// Each cut of the unpacked catalog, packed properly: whole sections load, and the rest is no text
-// from beyond the end.
-TEST_F(Catalog, EveryCutOfTheCatalogIsBounded) {
-  const std::string first = Section("a", Body({{"one"}})), second = Section("b", Body({{"two"}}));
-  for (size_t length = 0; length <= second.size(); ++length) {
-    cMessageCatalog catalog({}, {}, {});
-    const std::string pack = Pack(first + second.substr(0, length));
-    // Fewer than 8 bytes are no head of a section, and are passed over.
-    const bool whole = length < 8 || length == second.size();
-    EXPECT_EQ(catalog.LoadPack(Image(pack)), whole) << length;
-    EXPECT_EQ(catalog.Text("a", 0), std::u16string(u"one")) << length;
-    EXPECT_EQ(catalog.Find("b") != nullptr, length == second.size()) << length;
-  }
-}
-
 class FakeSettings : public HostSettings {
  public:
   bool QuerySetting(u32 number, void* buffer, u32 capacity, u32* size) override {
