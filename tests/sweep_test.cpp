@@ -115,7 +115,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Sweep{"property_list", fuzz::RunPropertyList, 0xEECE5FCD0D920D53},
                     Sweep{"rescue_log", fuzz::RunRescueLog, 0x2E479F66E56FBA30},
                     Sweep{"sparse_image", fuzz::RunSparseImage, 0xB96BD1F6D031413D},
-                    Sweep{"text", fuzz::RunText, 0xF00A0C2766F8941A},
+                    Sweep{"text", fuzz::RunText, 0xF4111A1330FD443A},
                     Sweep{"walk_line", fuzz::RunWalkLine, 0xB0D1B3F18B7973B6}),
     [](const auto& tested) { return std::string(tested.param.name); });
 
