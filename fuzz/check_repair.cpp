@@ -5,7 +5,6 @@
 // that, what cannot be repaired is not touched, and what was repaired is found whole.
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "fakes/images.h"
 #include "fakes/temp_folder.h"
@@ -16,10 +15,6 @@ namespace larkspur::fuzz {
 namespace {
 
 constexpr u64 kMostSectors = 2000;
-
-void Require(bool condition) {
-  if (!condition) std::abort();
-}
 
 // What is present or unreadable among the first sectors, with its data.
 std::string HeldBy(const std::vector<u8>& bytes) {

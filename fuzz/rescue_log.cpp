@@ -4,8 +4,6 @@
 // A rescue log of any bytes: whatever it says, no extent lies outside the storage, and feeding it
 // in pieces says the same as feeding it whole.
 
-#include <cstdlib>
-
 #include <fmt/core.h>
 
 #include "fuzz/targets.h"
@@ -24,10 +22,6 @@ RescueHistory Read(std::string_view text, size_t piece) {
   return reader.Finish();
 }
 
-void Check(bool holds) {
-  if (!holds) std::abort();
-}
-
 }  // namespace
 
 std::string RunRescueLog(std::span<const u8> input) {
@@ -36,14 +30,14 @@ std::string RunRescueLog(std::span<const u8> input) {
   std::string told = HistoryText(whole) + whole.boot + whole.medium;
   for (const auto* set :
        {&whole.triedTogether, &whole.triedAlone, &whole.storing, &whole.beganSilence}) {
-    Check(!set->NextFrom(kSectors));
+    Require(!set->NextFrom(kSectors));
     set->Visit(
         [&told](SectorRange range) { told += fmt::format(" {}+{}", range.first, range.count); });
     told += '\n';
   }
-  Check(whole.lines == pieces.lines && whole.wrongLines == pieces.wrongLines);
-  Check(whole.triedTogether.Sectors() == pieces.triedTogether.Sectors());
-  Check(whole.runs.size() == pieces.runs.size());
+  Require(whole.lines == pieces.lines && whole.wrongLines == pieces.wrongLines);
+  Require(whole.triedTogether.Sectors() == pieces.triedTogether.Sectors());
+  Require(whole.runs.size() == pieces.runs.size());
   return told + fmt::format("{}{}{}{} {} {} {}", whole.ended, whole.syncFailed, whole.wasSilent,
                             whole.cameBack, whole.stamp, whole.points.size(), whole.firstWrongLine);
 }

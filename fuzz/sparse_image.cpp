@@ -5,7 +5,6 @@
 // file; where and how much is read and written comes from their end.
 
 #include <algorithm>
-#include <cstdlib>
 
 #include <fmt/core.h>
 
@@ -19,10 +18,6 @@ namespace {
 constexpr u32 kMostSectors = 1100;
 constexpr u64 kFileLimit = 4 << 20;
 constexpr int kSteps = 6;
-
-void Require(bool condition) {
-  if (!condition) std::abort();
-}
 
 // Numbers from the end of the input, so that they do not move what the file says.
 class Choices {

@@ -6,6 +6,7 @@
 // and gives what comes of them as text. The fuzzers throw the text away; the tests hold it fast
 // (tests/sweep_test.cpp).
 
+#include <cstdlib>
 #include <span>
 #include <string>
 #include <string_view>
@@ -18,6 +19,10 @@ using Target = std::string(std::span<const u8> input);
 
 Target RunCheckRepair, RunCommandLine, RunDevice, RunLdm, RunLvm2Text, RunMapfile, RunPack,
     RunPartitionTree, RunPropertyList, RunRescueLog, RunSparseImage, RunText, RunWalkLine;
+
+inline void Require(bool holds) {
+  if (!holds) std::abort();
+}
 
 inline std::string_view AsText(std::span<const u8> input) {
   return {reinterpret_cast<const char*>(input.data()), input.size()};

@@ -4,7 +4,6 @@
 // What the helper that reads file systems says, of any bytes: whatever it is, nothing outside the
 // volume is read or told, and paths are paths.
 
-#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -20,13 +19,9 @@ namespace {
 
 constexpr SectorRange kVolume{100, 5000};
 
-void Check(bool holds) {
-  if (!holds) std::abort();
-}
-
 void CheckInside(SectorRange range) {
-  Check(range.first >= kVolume.first && range.first <= kVolume.End());
-  Check(range.count <= kVolume.End() - range.first);
+  Require(range.first >= kVolume.first && range.first <= kVolume.End());
+  Require(range.count <= kVolume.End() - range.first);
 }
 
 // Half of it is there.
@@ -34,7 +29,7 @@ class HalfStorage final : public WalkedStorage {
  public:
   bool Read(u64 first, u32 count, u8* buffer, bool) override {
     CheckInside({first, count});
-    Check(count <= kMaxWalkRead);
+    Require(count <= kMaxWalkRead);
     std::memset(buffer, 0, u64{count} * kSectorBytes);
     return first % 2 == 0;
   }
@@ -46,7 +41,7 @@ void Append(SectorRange range, std::string* told) {
 }
 
 void AppendPath(const std::string& path, std::string* told) {
-  Check(path.starts_with('/') && path.find('\0') == std::string::npos);
+  Require(path.starts_with('/') && path.find('\0') == std::string::npos);
   *told += path;
 }
 
@@ -54,7 +49,7 @@ WalkEvents CheckedEvents(bool withUsed, std::string* told) {
   WalkEvents events;
   const auto append = [told](SectorRange range) { Append(range, told); };
   events.opened = [told](const std::string& kind, const std::string& label) {
-    Check(kind.find('\0') == std::string::npos);
+    Require(kind.find('\0') == std::string::npos);
     *told += kind + label;
   };
   events.file = [=](const FoundFile& file) {
