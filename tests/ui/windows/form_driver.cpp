@@ -13,7 +13,7 @@ namespace larkspur {
 namespace {
 
 constexpr UINT kTickMilliseconds = 20;
-constexpr u32 kPatienceTicks = 250;  // five seconds
+constexpr u32 kPatiencePairs = 125;  // of ticks: five seconds
 
 cFormDriver* g_driver = nullptr;
 UINT_PTR g_timer = 0;
@@ -46,18 +46,18 @@ void CALLBACK cFormDriver::OnTimer(HWND, UINT, UINT_PTR, DWORD) {
 }
 
 void cFormDriver::TakeStep() {
-  const HWND form = TopForm();
-  // A user waits for what a form is about to show.
-  if (!form || CountDetachedWork() > 0) return;
-  // A form that has just come to the top may not have begun what the last step asks for: the one
-  // above it ends before its answer is acted upon.
-  if (std::exchange(m_top, form) != form) return;
+  // A user waits for what a form is about to show. One quiet tick proves nothing: it may have been
+  // due while work still ran, whose answer is not yet acted upon, and a form that has just come to
+  // the top may not have begun what the last step asks for.
+  const HWND form = CountDetachedWork() > 0 ? nullptr : TopForm();
+  if (std::exchange(m_quiet, form) != form || !form) return;
+  m_quiet = nullptr;
   if (StepsLeft() > 0) {
     m_steps[m_next++](form);
-  } else if (++m_idleTicks > kPatienceTicks) {
+  } else if (++m_idlePairs > kPatiencePairs) {
     ADD_FAILURE() << "a form stayed open: " << Utf8(TextOfWindow(form));
     PostMessageW(form, WM_CLOSE, 0, 0);
-    m_idleTicks = 0;
+    m_idlePairs = 0;
   }
 }
 

@@ -36,8 +36,8 @@ class cFormDriver {
 
   std::vector<FormStep> m_steps;
   size_t m_next = 0;
-  HWND m_top = nullptr;  // at the last tick
-  u32 m_idleTicks = 0;
+  HWND m_quiet = nullptr;  // the form on top at the last tick, if nothing was at work then
+  u32 m_idlePairs = 0;
 };
 
 // The enabled form on top of this thread's windows; null without one.
