@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) 2026 The Larkspur authors
-// A hundred openings of each form leave no object of the system behind.
+// Forty openings of each form leave no object of the system behind.
 
 #include "catalog/message_catalog.h"
 #include "dialogs/about_plg_form.h"
@@ -15,7 +15,7 @@
 namespace larkspur {
 namespace {
 
-constexpr int kOpenings = 100;
+constexpr int kOpenings = 40;
 
 using LeakTest = FormTest;
 

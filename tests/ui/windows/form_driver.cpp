@@ -12,8 +12,8 @@
 namespace larkspur {
 namespace {
 
-constexpr UINT kTickMilliseconds = 20;
-constexpr u32 kPatiencePairs = 125;  // of ticks: five seconds
+constexpr UINT kTickMilliseconds = 10;
+constexpr u32 kPatiencePairs = 250;  // of ticks: five seconds
 
 cFormDriver* g_driver = nullptr;
 UINT_PTR g_timer = 0;
