@@ -18,6 +18,7 @@ namespace {
 constexpr u32 kMostSectors = 1100;
 constexpr u64 kFileLimit = 4 << 20;
 constexpr int kSteps = 6;
+constexpr u64 kMostOperations = 20000;  // whatever the file promises
 
 // Numbers from the end of the input, so that they do not move what the file says.
 class Choices {
@@ -89,7 +90,8 @@ std::string RunSparseImage(std::span<const u8> input) {
     Require(store->bytes.size() <= std::max<size_t>(kFileLimit, input.size()));
     if (readOnly)
       Require(std::equal(store->bytes.begin(), store->bytes.end(), input.begin(), input.end()));
-    told += fmt::format(" in {} bytes\n", store->bytes.size());
+    Require(store->operations <= kMostOperations);
+    told += fmt::format(" in {} bytes by {} operations\n", store->bytes.size(), store->operations);
   }
   return told;
 }

@@ -5,11 +5,8 @@
 
 #include "base/text.h"
 
-#include <algorithm>
-#include <random>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -43,20 +40,6 @@ struct Case {
   std::string bytes;
   std::u16string wide;
 };
-
-TEST(Utf8Text, ConvertsBothWays) {
-  const Case cases[] = {
-      {"ascii", "disk", u"disk"},
-      {"longer than a block of ascii", std::string(33, 'x') + "\xC3\xA9",
-       std::u16string(33, u'x') + u"\u00E9"},
-      {"zero byte", "a\0b"s, u"a\0b"s},
-      {"astral, first and last", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\xD800\xDC00\xDBFF\xDFFF"},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(Wide(c.bytes, kUtf8CodePage), c.wide) << c.name;
-    EXPECT_EQ(Bytes(c.wide, kUtf8CodePage), c.bytes) << c.name;
-  }
-}
 
 TEST(Utf8Text, ReplacesWhatIsDamaged) {
   const Case cases[] = {
@@ -178,38 +161,6 @@ TEST(CodePages, RefuseTheUnknownAndTheEmpty) {
     EXPECT_EQ(WideToBytes(u"abc", 0, bytes, 4, page.number), 0u);
     EXPECT_EQ(WideLength("abc", 0, page.number), 0u);
     EXPECT_EQ(WideLength(nullptr, 3, page.number), 0u);
-  }
-}
-
-// Random bytes, random capacities: what fits is the whole text, what does not is 0, and nothing is
-// ever written past the end. What was written is read back alike.
-TEST(CodePages, KeepWithinTheBuffer) {
-  const u32 seed = 20261121;
-  std::mt19937 random(seed);
-  for (const CodePage& page : KnownCodePages()) {
-    for (int round = 0; round < 400; ++round) {
-      std::string bytes(1 + random() % 24, '\0');
-      for (char& byte : bytes)
-        byte = static_cast<char>(random() % 3 ? random() : 'a' + random() % 26);
-      const size_t full = WideLength(bytes.data(), bytes.size(), page.number);
-      for (size_t capacity = 0; capacity <= full + 1; ++capacity) {
-        std::vector<char16_t> out(capacity + 1, u'\xAAAA');
-        const size_t count =
-            BytesToWide(bytes.data(), bytes.size(), out.data(), capacity, page.number);
-        ASSERT_EQ(count, capacity >= full ? full : 0) << page.number << " seed " << seed;
-        ASSERT_EQ(out[capacity], u'\xAAAA') << page.number << " seed " << seed;
-      }
-      std::u16string wide(full, u'\0');
-      BytesToWide(bytes.data(), bytes.size(), wide.data(), full, page.number);
-      std::string back(full * 8 + 8, '\0');
-      back.resize(WideToBytes(wide.data(), full, back.data(), back.size(), page.number));
-      std::string tight(back.size(), '\0');
-      ASSERT_EQ(WideToBytes(wide.data(), full, tight.data(), tight.size(), page.number),
-                back.size());
-      if (!back.empty()) {
-        ASSERT_EQ(WideToBytes(wide.data(), full, tight.data(), tight.size() - 1, page.number), 0u);
-      }
-    }
   }
 }
 

@@ -138,17 +138,13 @@ TEST_F(Catalog, KeepsWhatCameBeforeTheDamage) {
 class FakeSettings : public HostSettings {
  public:
   bool QuerySetting(u32 number, void* buffer, u32 capacity, u32* size) override {
-    ++asked;
-    if (number != 16 || !exists) return false;
-    *size = length;
-    std::memcpy(buffer, &value, std::min({capacity, length, u32{sizeof value}}));
+    if (number != 16) return false;
+    *size = sizeof value;
+    std::memcpy(buffer, &value, std::min<size_t>(capacity, sizeof value));
     return true;
   }
 
-  bool exists = true;
-  u64 value = 0;
-  u32 length = 4;
-  int asked = 0;
+  u32 value = 0;
 };
 
 class Languages : public testing::Test {
@@ -203,21 +199,6 @@ TEST_F(Languages, AreThoseThatTheSettingNames) {
       EXPECT_EQ(m_catalog.LanguageName(), u"Deutsch");
     }
   }
-}
-
-TEST_F(Languages, UnusableSettingKeepsTheCurrentOne) {
-  m_settings.value = 2;
-  m_catalog.SelectLanguage(&m_settings);
-  for (const u32 length : {0u, 1u, 3u, 8u}) {
-    m_settings.value = 0;
-    m_settings.length = length;
-    m_catalog.SelectLanguage(&m_settings);
-    EXPECT_EQ(m_catalog.LanguageId(), 2u) << length;
-  }
-  m_settings.exists = false;
-  m_catalog.SelectLanguage(&m_settings);
-  EXPECT_EQ(m_catalog.LanguageId(), 2u);
-  EXPECT_EQ(m_settings.asked, 6);
 }
 
 TEST_F(Languages, AskingTwiceLoadsOnce) {

@@ -40,17 +40,6 @@ StatusCounts Counts(StorageRig& rig) {
   return CountStatuses(rig.view.Image(), 0, kSectors);
 }
 
-TEST(ReadEverythingTest, AHealthyReadOnceStorageIsReadWholeAndOnce) {
-  StorageRig rig(kSectors);
-  const Storage storage = rig.ReadOnce();
-  const Reading run(storage);
-  EXPECT_EQ(run.job.Ended().end, ReadingEnd::kDone);
-  EXPECT_EQ(run.job.Ended().unreadable, 0u);
-  EXPECT_EQ(run.lastShare, 1.0);
-  EXPECT_EQ(Counts(rig).present, kSectors);
-  EXPECT_EQ(rig.script->AskedMoreThan(1), "");
-}
-
 TEST(ReadEverythingTest, UnreadableSectorsAreCountedAndDoNotEndIt) {
   for (const bool isReadOnce : {false, true}) {
     StorageRig rig(kSectors);

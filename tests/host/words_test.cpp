@@ -182,10 +182,6 @@ cPartTreeItem* Node(u64 start, u64 length, u16 type) {
   return node;
 }
 
-TEST(TreeRowsTest, NoTreeHasNoRows) {
-  EXPECT_TRUE(TreeRows(nullptr).empty());
-}
-
 TEST(TreeRowsTest, ATreeIsReadFromTheTopDown) {
   const auto disk =
       fakes::DiskBuilder(64).MbrEntry(0, 0, 0x0C, 8, 16).MbrEntry(0, 1, 0x83, 24, 32).Disk();

@@ -213,34 +213,6 @@ TEST(Mapfile, TellsTheSectorsOfAnyStatus) {
   EXPECT_EQ(Dump(SectorsMarked(*blocks, "-+")), "0+2 5+2 ");
 }
 
-TEST(Mapfile, NamesTheWrongLine) {
-  const struct {
-    const char* text;
-    u32 line;
-  } cases[] = {
-      {"", 0},
-      {"# only a comment\n\n", 0},
-      {"nonsense\n", 1},
-      {"0x0 !\n", 1},
-      {"0 + 1 2\n", 1},
-      {"0 +\n0 512\n", 2},
-      {"0 +\n\n0 512 x\n", 3},
-      {"0 +\n0 0x +\n", 2},
-      {"0 +\n0 08 +\n", 2},
-      {"0 +\n-1 512 +\n", 2},
-      {"0 +\n0 1024 +\n512 512 -\n", 3},
-      {"0 +\n0xFFFFFFFFFFFFFFFF 2 +\n", 2},
-      {"0 +\n0x10000000000000000 2 +\n", 2},
-  };
-  for (const auto& c : cases) {
-    std::istringstream in(c.text);
-    const auto blocks = ParseMapfile(in);
-    ASSERT_FALSE(blocks) << c.text;
-    EXPECT_EQ(blocks.error().line, c.line) << c.text;
-    EXPECT_FALSE(blocks.error().detail.empty()) << c.text;
-  }
-}
-
 TEST(Mapfile, ReadsWhatItWrites) {
   std::ostringstream out;
   MapfileWriter writer(out, false);

@@ -8,7 +8,6 @@
 #include "ui/custom_form.h"
 #include "ui/drop_down_list_child.h"
 #include "ui/edit_child.h"
-#include "ui/label_child.h"
 #include "ui/list_view_child.h"
 #include "ui/property_area_child.h"
 #include "ui/splitter_child.h"
@@ -176,16 +175,6 @@ TEST_F(ElementTest, ADropDownListTellsWhenTheUserChooses) {
                   list.Clear();
                   EXPECT_EQ(list.Value(), cDropDownListChild::kNoRow);
                 }});
-}
-
-TEST_F(ElementTest, ALabelShowsItsTextAsItStands) {
-  cLabelChild label;
-  cElementForm form([&](cCustomForm& f) { label.Create(f, {5, 0, -10, 18}, u"Fish & Chips"); });
-  form.Present({[&](HWND) {
-    EXPECT_EQ(ClassOf(label.Handle()), "Static");
-    EXPECT_EQ(Utf8(label.Text()), "Fish & Chips");
-    EXPECT_TRUE(GetWindowLongPtrW(label.Handle(), GWL_STYLE) & SS_NOPREFIX);
-  }});
 }
 
 TEST_F(ElementTest, AToolBarPassesOnWhatIsPressed) {
