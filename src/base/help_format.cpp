@@ -3,6 +3,7 @@
 #include "base/help_format.h"
 
 #include <cctype>
+#include <cstring>
 #include <memory>
 #include <sstream>
 
@@ -78,17 +79,44 @@ class HelpFormat final : public CLI::Formatter {
   }
 };
 
+// Small, if it is not that of a name such as "CACHE".
+std::string WithSmallFirstLetter(std::string text) {
+  const auto at = [&text](size_t i) { return static_cast<unsigned char>(text[i]); };
+  const bool isName = text.size() < 2 || std::isupper(at(1));
+  if (!isName) text[0] = static_cast<char>(std::tolower(at(0)));
+  return text;
+}
+
+const CLI::Option* FindOption(const CLI::App& app, const std::string& name) {
+  const CLI::Option* option = app.get_option_no_throw(name);
+  for (const CLI::App* command : app.get_subcommands()) {
+    if (!option) option = command->get_option_no_throw(name);
+  }
+  return option;
+}
+
 }  // namespace
 
 void UseHelpFormat(CLI::App* app) {
   app->formatter(std::make_shared<HelpFormat>());
 }
 
-std::string InSentence(std::string text) {
-  const auto at = [&text](size_t i) { return static_cast<unsigned char>(text[i]); };
-  const bool isName = text.size() < 2 || std::isupper(at(1));
-  if (!isName) text[0] = static_cast<char>(std::tolower(at(0)));
-  return text;
+std::string ParserWords(const CLI::App& app, const CLI::ParseError& fault) {
+  const std::string words = fault.what();
+  if (dynamic_cast<const CLI::ArgumentMismatch*>(&fault)) {
+    const std::string name = words.substr(0, words.find(':'));
+    if (const CLI::Option* option = FindOption(app, name))
+      return name + " needs " + option->get_type_name();
+  }
+  for (const auto& [relation, plain] :
+       {std::pair{" excludes ", " cannot be used with "}, {" requires ", " needs "}}) {
+    const bool isRelation = dynamic_cast<const CLI::ExcludesError*>(&fault) ||
+                            dynamic_cast<const CLI::RequiresError*>(&fault);
+    const size_t at = isRelation ? words.find(relation) : std::string::npos;
+    if (at != std::string::npos)
+      return std::string(words).replace(at, std::strlen(relation), plain);
+  }
+  return WithSmallFirstLetter(words);
 }
 
 }  // namespace larkspur

@@ -15,14 +15,15 @@
 
 namespace CLI {
 class App;
-}
+class ParseError;
+}  // namespace CLI
 
 namespace larkspur {
 
 // For the application before it gets commands, which inherit it.
 void UseHelpFormat(CLI::App* app);
 
-// The parser's words with a small first letter, if it is not that of a name such as "CACHE".
-std::string InSentence(std::string text);
+// What `app` found wrong with its arguments, as the end of a sentence: "--open needs STORAGE".
+std::string ParserWords(const CLI::App& app, const CLI::ParseError& fault);
 
 }  // namespace larkspur

@@ -471,7 +471,7 @@ Action ParseCommandLine(std::vector<std::string> arguments) {
       Print(text.str());
       return [] { return kExitDone; };
     }
-    return WrongUsage(command, InSentence(error.what()));
+    return WrongUsage(command, ParserWords(app, error));
   }
   return chosen;
 }

@@ -644,9 +644,10 @@ class CliTest(program.ProgramTest):
             self.refused("--max-rate", "image", "source.img", "disk.kvrsp", f"--max-rate={size}", status=2)
         for words, status, *options in (
                 ("auto, on or off, not \"x\"", 2, "--pass-through=x"),
-                ("--start excludes --partition", 2, "--partition", "1", "--start", "5"),
+                ("--start cannot be used with --partition", 2, "--partition", "1", "--start", "5"),
                 *(("--partition takes a place", 2, "--partition", place)
                   for place in ("", "a", "0", "1..2", "1.", ".1", "01", "-1", " 1", "1.2x")),
+                ("--force needs --report", 2, "--force"), ("--report needs FILE", 2, "--report"),
                 ("a whole number from 1 to 3600", 2, "--timeout", "0"),
                 ("a whole number from 1 to 3600", 2, "--timeout", "3601"),
                 ("the name of a file, not \"-\"", 2, "--report", "-"),

@@ -98,13 +98,6 @@ struct Arguments {
     return {};
   }
 
-  // What the parser says of an option whose value is missing, as people say it.
-  std::string MissingValue(const std::string& words) const {
-    const std::string name = words.substr(0, words.find(':'));
-    const CLI::Option* const option = app.get_option_no_throw(name);
-    return option ? name + " needs " + option->get_type_name() : words;
-  }
-
   CommandLine Line() {
     line.verb = *list ? Verb::kList : *open ? Verb::kOpen : *make ? Verb::kMake : Verb::kShow;
     if (*open) line.names = {opened};
@@ -125,7 +118,7 @@ struct Arguments {
 CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
   Arguments known;
   const auto wrong = [](const std::string& fault) {
-    return Answer(Verb::kWrong, InSentence(fault) + "; see 'larkspur-host --help'");
+    return Answer(Verb::kWrong, fault + "; see 'larkspur-host --help'");
   };
   try {
     known.app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
@@ -133,17 +126,8 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     return Answer(Verb::kTell, known.app.help());
   } catch (const CLI::CallForVersion& version) {
     return Answer(Verb::kTell, std::string(version.what()) + "\n");
-  } catch (const CLI::ArgumentMismatch& fault) {
-    return wrong(known.MissingValue(fault.what()));
-  } catch (const CLI::ExcludesError& fault) {
-    std::string words = fault.what();
-    const std::string excludes = " excludes ";
-    if (const size_t at = words.find(excludes); at != std::string::npos) {
-      words.replace(at, excludes.size(), " cannot be used with ");
-    }
-    return wrong(words);
   } catch (const CLI::ParseError& fault) {
-    return wrong(fault.what());
+    return wrong(ParserWords(known.app, fault));
   }
   const std::string fault = known.Fault();
   return fault.empty() ? known.Line() : wrong(fault);
