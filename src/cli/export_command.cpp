@@ -87,8 +87,8 @@ Result<SectorRange, ExitStatus> FindRange(const ExportOptions& options, cKVRSpar
     return FindPartition(image, image, options.cache, options.partition);
   const u64 sectors = image->GetSectorCount();
   if (options.start >= sectors) {
-    Tell(fmt::format("--start {} lies past the end: the cache has {} sectors", options.start,
-                     sectors));
+    Tell(fmt::format("--start {} lies past the end: the cache has {}", options.start,
+                     CountText(sectors, "sector")));
     return Failed(kExitUsage);
   }
   return SectorRange{options.start,

@@ -52,7 +52,7 @@ void PrintText(const Found& found) {
   line("serial", Utf8FromWide(identity.serial));
   line("firmware", Utf8FromWide(identity.firmware));
   line("USB bridge", BridgeName(identity.bridge));
-  line("size", fmt::format("{} sectors of 512 bytes, {}", found.sectors,
+  line("size", fmt::format("{} of 512 bytes, {}", CountText(found.sectors, "sector"),
                            SizeText(found.sectors << kSectorShift)));
   line("sectors", fmt::format("{} bytes logical, {} bytes physical", identity.logicalSectorBytes,
                               identity.physicalSectorBytes));

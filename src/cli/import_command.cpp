@@ -82,7 +82,8 @@ std::vector<std::u16string> UsedBy(const ImportOptions& options) {
 }
 
 // What ddrescue read in vain, and not sector by sector: the log remembers that it was tried.
-ExitStatus NoteTried(const ImportOptions& options, const ImportPlan& plan) {
+ExitStatus NoteTried(const ImportOptions& options, const ImportPlan& plan,
+                     const StatusCounts& counts) {
   const auto cache = OpenCache(WideFromUtf8(options.cache), CacheAccess::kLook, plan.sectors);
   if (!cache) return Fail(CacheFailure(options.cache, cache.error()));
   SourceIdentity source;
@@ -100,7 +101,7 @@ ExitStatus NoteTried(const ImportOptions& options, const ImportPlan& plan) {
                       .Add("alone", false)
                       .Add("kind", FailureKindName(FailureKind::kUnclear)));
   }
-  (*log)->Write(LogEvent("end").Add("how", "done"));
+  (*log)->Write(LogEvent("end").Add("how", "done").Add(counts));
   (*log)->Sync();
   if (const u32 code = (*log)->Failure()) {
     Tell(Failure(options.cache + ".log",
@@ -131,7 +132,7 @@ ExitStatus RunImport(const ImportOptions& options) {
                                              line.Show({all, present}, present, all - present);
                                            });
   if (result.end != ImportEnd::kDone) return TellEnd(result, plan, options);
-  const ExitStatus noted = NoteTried(options, plan);
+  const ExitStatus noted = NoteTried(options, plan, result.counts);
   PrintResult(plan, result.counts, options.json);
   return noted;
 }

@@ -13,11 +13,11 @@ namespace {
 void PrintText(const std::string& path, const SparseLayout& layout, const StatusCounts& counts,
                u64 allocated, u64 fileSize) {
   const auto share = [&layout](u64 sectors) {
-    return fmt::format("{} sectors, {} ({})", sectors, SizeText(sectors << kSectorShift),
-                       PercentText(sectors, layout.sectorCount));
+    return fmt::format("{}, {} ({})", CountText(sectors, "sector"),
+                       SizeText(sectors << kSectorShift), PercentText(sectors, layout.sectorCount));
   };
   Print(fmt::format("cache       {}\n", path));
-  Print(fmt::format("size        {} sectors, {}\n", layout.sectorCount,
+  Print(fmt::format("size        {}, {}\n", CountText(layout.sectorCount, "sector"),
                     SizeText(layout.sectorCount << kSectorShift)));
   Print(fmt::format("present     {}\n", share(counts.present)));
   Print(fmt::format("unreadable  {}\n", share(counts.unreadable)));

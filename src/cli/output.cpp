@@ -74,8 +74,9 @@ void PrintCounts(const StatusCounts& counts, u64 sectors) {
   const std::pair<const char*, u64> rows[] = {
       {"present", counts.present}, {"unreadable", counts.unreadable}, {"missing", counts.missing}};
   for (const auto& [name, count] : rows) {
-    Print(fmt::format("{:<11} {:>14} sectors  {:>10}  {:>7}\n", name, count,
-                      SizeText(count << kSectorShift), PercentText(count, sectors)));
+    Print(fmt::format("{:<11} {:>14} {:<7}  {:>10}  {:>7}\n", name, count,
+                      count == 1 ? "sector" : "sectors", SizeText(count << kSectorShift),
+                      PercentText(count, sectors)));
   }
 }
 

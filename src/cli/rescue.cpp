@@ -77,8 +77,8 @@ ExitStatus Rescue::Open(const StorageOptions& options, EngineOptions engine) {
          "still be saved, or read it, which wears it out; unmount it first");
   }
   if (options.start >= m_source.sectors) {
-    Tell(fmt::format("--start {} lies past the end: the source has {} sectors", options.start,
-                     m_source.sectors));
+    Tell(fmt::format("--start {} lies past the end: the source has {}", options.start,
+                     CountText(m_source.sectors, "sector")));
     return kExitUsage;
   }
   m_range = {options.start, std::min(options.sectors.value_or(m_source.sectors),

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "host/dialog_driver.h"
 #include "host/dialog_watch.h"
 #include "host/model/read_everything.h"
@@ -159,7 +160,7 @@ ExitStatus RunMake(const CommandLine& line) {
   const auto [index, isNew] = storages.TakeMade(watch.Seen());
   if (!isNew) return Fail("the module made what is open already");
   const Storage& made = storages.At(index);
-  Print(fmt::format("{}: {} sectors\n", Utf8(made.title), made.sectors));
+  Print(fmt::format("{}: {}\n", Utf8(made.title), CountText(made.sectors, "sector")));
   return DoAsAsked(line, made);
 }
 

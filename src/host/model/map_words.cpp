@@ -15,15 +15,15 @@ constexpr i32 kLargestCell = 64;  // pixels
 }  // namespace
 
 std::u16string MapCounts(const StatusCounts& totals, u64 sectors) {
-  return Words("Present {} sectors ({}), unreadable {} ({}), missing {} ({})", totals.present,
-               PercentText(totals.present, sectors), totals.unreadable,
-               PercentText(totals.unreadable, sectors), totals.missing,
+  return Words("Present {} ({}), unreadable {} ({}), missing {} ({})",
+               CountText(totals.present, "sector"), PercentText(totals.present, sectors),
+               totals.unreadable, PercentText(totals.unreadable, sectors), totals.missing,
                PercentText(totals.missing, sectors));
 }
 
 std::u16string MapScale(const MapGrid& grid) {
-  return Words("Each square is {} ({} sectors)", SizeText(grid.sectorsPerCell << kSectorShift),
-               grid.sectorsPerCell);
+  return Words("Each square is {} ({})", SizeText(grid.sectorsPerCell << kSectorShift),
+               CountText(grid.sectorsPerCell, "sector"));
 }
 
 std::u16string MapCell(const MapGrid& grid, size_t cell) {
