@@ -48,9 +48,9 @@ CHECKS = ("-D_GLIBCXX_ASSERTIONS", "-fsanitize=undefined", "-fsanitize-undefined
 
 # Which tests of the programs say something of a folder; those of windows run on Windows only.
 PROGRAM_TESTS = {
-    "base": "cli", "cli": "cli exchange files manual report serve tree", "devices": "cli", "files": "files report",
-    "imaging": "cli exchange report", "io": "cli exchange", "nbd": "serve", "partitions": "tree lvm", "platform": "cli files",
-    "rescue": "cli serve",
+    "base": "transcript cli", "cli": "transcript cli exchange files manual report serve tree", "devices": "cli",
+    "files": "transcript files report", "imaging": "transcript cli exchange report", "io": "cli exchange", "nbd": "serve",
+    "partitions": "transcript tree lvm", "platform": "transcript cli files", "rescue": "transcript cli serve",
 }
 
 Fault = collections.namedtuple("Fault", "folder path line kind offset before after")

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/rescue.h"
@@ -81,16 +82,20 @@ class Copier {
 
   // The sector that comes next.
   u64 Next() const { return m_next; }
+  // The unreadable sectors of those that were copied.
+  u64 Zeros() const { return m_zeros; }
 
   // Copies up to `end`, or up to the first sector that is missing.
   End CopyTo(u64 end) {
     while (m_next < end) {
       const u64 count = std::min<u64>(kRequestSectors - m_next % kRequestSectors, end - m_next);
-      u64 settled = count;
-      const bool isRead = m_store.Visit({m_next, count}, [&](u64 start, u64, SectorStatus status) {
-        if (status == kMissing) settled = start - m_next;
-        return status != kMissing;
-      });
+      u64 settled = count, zeros = 0;
+      const bool isRead =
+          m_store.Visit({m_next, count}, [&](u64 start, u64 sectors, SectorStatus status) {
+            if (status == kMissing) settled = start - m_next;
+            if (status == kUnreadable) zeros += sectors;
+            return status != kMissing;
+          });
       std::fill_n(m_buffer.get(), settled * kSectorBytes, u8{0});  // where it is unreadable
       if (!isRead || !m_store.Load(m_next, m_buffer.get(), static_cast<u32>(settled))) {
         return End::kCacheFailed;
@@ -99,6 +104,7 @@ class Copier {
         return End::kOutputFailed;
       }
       m_next += settled;
+      m_zeros += zeros;
       if (settled < count) return End::kMissing;
     }
     return End::kDone;
@@ -107,7 +113,7 @@ class Copier {
  private:
   CacheStore m_store;
   Output* m_output;
-  u64 m_next;
+  u64 m_next, m_zeros = 0;
   std::unique_ptr<u8[]> m_buffer;
 };
 
@@ -127,6 +133,10 @@ ExitStatus CopyRange(Rescue* rescue, Output* output, const ReadOptions& options)
   const ExitStatus finished = rescue->Finish();
   if (end == Copier::End::kMissing) end = copier.CopyTo(range.End());
   if (end == Copier::End::kOutputFailed || !output->Finish()) return output->TellFailure();
+  if (copier.Zeros() > 0) {
+    Tell(fmt::format("{}: {} read as zeros", options.source,
+                     CountText(copier.Zeros(), "unreadable sector")));
+  }
   if (finished != kExitDone || end == Copier::End::kDone) return finished;
   if (end == Copier::End::kCacheFailed) {
     return Fail(Failure(options.cache, "the cache cannot be read", platform::LastFailure()));

@@ -175,9 +175,9 @@ class ReportPage {
       if (files.obstacles.empty()) m_html += "<p>No files were found yet.</p>\n";
       return;
     }
-    Add("<p>{} files are saved whole. {} are damaged: parts of them could not be read. {} are not "
-        "complete yet.</p>\n",
-        files.complete, files.damaged, files.incomplete);
+    Add("<p>Saved whole: {}. Damaged, because parts could not be read: {}. Not complete yet: "
+        "{}.</p>\n",
+        CountText(files.complete, "file"), files.damaged, files.incomplete);
     if (files.listed.empty()) return;
     if (files.listed.size() < files.damaged + files.incomplete) {
       Add("<p>The first {} of them:</p>\n", files.listed.size());

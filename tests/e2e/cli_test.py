@@ -186,7 +186,7 @@ class CliTest(program.ProgramTest):
         pathlib.Path("bad.map").write_text(mapfile_text(5000, [(1000, 64)]))
         read = self.call("read", "source.img", "disk.kvrsp", "--test-mode", "bad.map", "--start", 1000,
                          "--sectors", 64, "-o", "part", status=3)
-        self.assertEqual(read.stderr, b"")
+        self.assertEqual(read.stderr.splitlines(), [b"larkspur: source.img: 64 unreadable sectors read as zeros"])
         self.assertEqual(pathlib.Path("part").read_bytes(), bytes(64 * SECTOR))
 
     def test_read_keeps_what_it_read(self):

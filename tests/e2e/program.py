@@ -163,7 +163,7 @@ class ProgramTest(unittest.TestCase):
 
 
 def main():
-    arguments = [word for word in sys.argv[1:] if word not in ("-f", "-v")]
+    arguments = [word for word in sys.argv[1:] if word not in ("-f", "-v", "--write")]
     if arguments[0] == "--peer":
         PEER.extend([os.path.abspath(arguments[1])] if os.path.exists(arguments[1]) else [])
         arguments = arguments[2:]

@@ -119,7 +119,7 @@ class ReportTest(program.ProgramTest):
         import_with("fs.img", bad=[block * 8 + 1])
         self.call("report", "disk.kvrsp", "report.html")
         words = Page().words
-        self.assertIn("1 files are saved whole. 1 are damaged", words)
+        self.assertIn("Saved whole: 1 file. Damaged, because parts could not be read: 1.", words)
         self.assertIn("/<script>&\"?", words)
         self.assertIn('"a<b"', words)
         self.assertNotIn("\x1b", words)
