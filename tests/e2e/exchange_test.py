@@ -48,17 +48,6 @@ class ExchangeTest(program.ProgramTest):
             expected[first * SECTOR:end * SECTOR] = bytes((end - first) * SECTOR)
         self.assertEqual(pathlib.Path("out.img").read_bytes(), bytes(expected))
 
-    def test_a_rescue_goes_on_where_ddrescue_stopped(self):
-        data = self.make_source(3000)
-        shutil.copy("source.img", "rescue.img")
-        self.import_map(f"0 ?\n0 {700 * SECTOR} +\n{700 * SECTOR} 512 -\n"
-                        f"{701 * SECTOR} {2299 * SECTOR} ?\n")
-        counts = self.document("image", "source.img", "disk.kvrsp", status=3)
-        self.assertEqual(counts["readFromSource"], 2299)
-        self.call("export", "disk.kvrsp", "out.img", status=3)
-        self.assertEqual(pathlib.Path("out.img").read_bytes(),
-                         data[:700 * SECTOR] + bytes(SECTOR) + data[701 * SECTOR:])
-
     def test_what_ddrescue_really_writes(self):
         if not shutil.which("ddrescue") or program.is_emulated():
             self.skipTest("needs ddrescue")
@@ -99,9 +88,7 @@ class ExchangeTest(program.ProgramTest):
             ("empty", "", "not a mapfile: it is empty"),
             ("no status line", "# x\n\n", "nothing but comments"),
             ("garbage", "\x00\xff\x01\n", "line 1"),
-            ("an unknown status", "0 +\n0 512 x\n", "line 2"),
             ("an overlap", "0 +\n0 1024 +\n512 512 -\n", "line 3"),
-            ("no areas", "0 +\n", "no sector"),
             ("less than a sector", "0 +\n0 511 +\n", "no sector"),
             ("too large for a cache", f"0 +\n0 {1 << 60} ?\n", "fewer than"),
             ("a smaller disk", f"0 +\n0 {99 * SECTOR} +\n",
@@ -179,12 +166,6 @@ class ExchangeTest(program.ProgramTest):
                 self.assertEqual(pathlib.Path("out.img").read_bytes(), part)
         self.call("export", "disk.kvrsp", "new.img", "--start", 1000, status=2)
         self.assertFalse(pathlib.Path("new.img").exists())
-
-    def test_missing_sectors_are_told_by_the_status(self):
-        data = self.cache(1000, part=400)
-        result = self.call("export", "disk.kvrsp", "out.img", status=3)
-        self.assertIn(b"600 missing", result.stderr)
-        self.assertEqual(pathlib.Path("out.img").read_bytes(), data)
 
     def test_hash_is_of_what_was_written(self):
         data = self.cache(9000, [(100, 3)], part=8000)
