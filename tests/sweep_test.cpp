@@ -111,7 +111,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Sweep{"lvm2_text", fuzz::RunLvm2Text, 0xA79FDDEF05E4C2EA},
                     Sweep{"mapfile", fuzz::RunMapfile, 0xEBC90C9349A669A1},
                     Sweep{"pack", fuzz::RunPack, 0x16BE4BCB6C6EFC84},
-                    Sweep{"partition_tree", fuzz::RunPartitionTree, 0x3D309930FF2BEA17},
+                    Sweep{"partition_tree", fuzz::RunPartitionTree, 0x6A898780E522EE26},
                     Sweep{"property_list", fuzz::RunPropertyList, 0xEECE5FCD0D920D53},
                     Sweep{"rescue_log", fuzz::RunRescueLog, 0x2E479F66E56FBA30},
                     Sweep{"sparse_image", fuzz::RunSparseImage, 0xBF2CCDDF66DE33E3},
