@@ -108,6 +108,8 @@ class CliTest(program.ProgramTest):
         coarse = self.image("--test-mode", "bad.map", "--no-scrape", cache="coarse.kvrsp", status=3)
         self.assertGreater(coarse["missing"], 302)
         self.assertEqual(coarse["readFromSource"], 0, "what failed together is not read so again")
+        self.call("read", "source.img", "coarse.kvrsp", "--test-mode", "bad.map", "--start", 100, "--sectors", 1, status=3)
+        self.image("--no-scrape", "--start", 100, "--sectors", 2, cache="coarse.kvrsp", status=3)  # one of each
         read = self.call("read", "source.img", "disk.kvrsp", "--start", 90, "--sectors", 50, status=3)
         self.assertEqual(read.stdout, bytes(data[90 * SECTOR:140 * SECTOR]))
 
@@ -552,6 +554,12 @@ class CliTest(program.ProgramTest):
             self.assertEqual(status, 1 if "1" in closed else 0, closed)
             self.call("check", "disk.kvrsp")
             self.assertEqual(self.export(), data)
+        # What is told reaches no file that was opened instead.
+        process = start("image", "source.img", "slow.kvrsp", "--max-rate", "1M", preexec_fn=lambda: os.closerange(0, 3))
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        wait_until(lambda: os.path.exists("slow.kvrsp"))
+        self.assertEqual([os.readlink(f"/proc/{process.pid}/fd/{n}") for n in range(3)], ["/dev/null"] * 3)
 
     @native_only
     def test_what_standard_output_does_not_take_is_a_failure(self):

@@ -90,7 +90,7 @@ class ExchangeTest(program.ProgramTest):
             ("garbage", "\x00\xff\x01\n", "line 1"),
             ("an overlap", "0 +\n0 1024 +\n512 512 -\n", "line 3"),
             ("less than a sector", "0 +\n0 511 +\n", "no sector"),
-            ("too large for a cache", f"0 +\n0 {1 << 60} ?\n", "fewer than"),
+            ("too large for a cache", f"0 +\n0 {1 << 50} ?\n", "fewer than"),
             ("a smaller disk", f"0 +\n0 {99 * SECTOR} +\n",
              "covers 50688 bytes; does it belong to another rescue?"),
             ("a larger disk", f"0 +\n0 {101 * SECTOR} +\n", "past its end were read"),
