@@ -37,7 +37,9 @@ def run(command, seconds, folder):
     timed = [*ends_with_us, "time", "-q", "-f", "%M", "-o", folder / "peak", *ends_with_us, *command]
     with open(folder / "said", "wb") as said:
         process = subprocess.Popen(timed, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=said,
-                                   start_new_session=True)
+                                   start_new_session=True,
+                                   # A benchmark that runs in the background may have it ignored.
+                                   preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
     try:
         for number, patience in ((signal.SIGINT, seconds), (signal.SIGKILL, 10)):
             try:
